@@ -1,0 +1,11 @@
+# Libraries from Debian 12; script/bootstrap installs them.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(spdlog REQUIRED)
+find_package(CLI11 REQUIRED)
+find_package(nlohmann_json REQUIRED)
+foreach(library IN ITEMS ACE icu-uc icu-i18n xerces-c sqlite3)
+  string(MAKE_C_IDENTIFIER ${library} id)
+  pkg_check_modules(${id} REQUIRED IMPORTED_TARGET ${library})
+endforeach()
+find_program(GENRB genrb REQUIRED)

@@ -1,0 +1,46 @@
+# Language level, warnings, visibility and where things are put, for every target of the tree.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE Release)
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wundef -Wformat=2 -Werror
+                    $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
+add_compile_options(-fstack-protector-strong "$<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>")
+add_link_options(-Wl,-z,defs,-z,relro,-z,now)
+
+set(CDPFI_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")
+if(CDPFI_SANITIZE)
+  add_compile_options(-fsanitize=${CDPFI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${CDPFI_SANITIZE})
+  if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
+    # clang leaves the sanitizer runtime to the executable.
+    add_link_options(-Wl,-z,undefs)
+  endif()
+endif()
+option(CDPFI_COVERAGE "Instrument for gcov" OFF)
+if(CDPFI_COVERAGE)
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
+# The build tree has the shape of the installed tree, so that what is found relative to the runtime is found in both.
+include(GNUInstallDirs)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
+set(CDPFI_PROVIDER_DIR ${CMAKE_INSTALL_LIBDIR}/obzx/providers)
+set(CDPFI_CATALOG_DIR ${CMAKE_INSTALL_DATADIR}/obzx/catalogs)
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+
+# Includes are rooted at the top of the tree, so that each include line names the layer that it reaches.
+include_directories(${PROJECT_SOURCE_DIR})
