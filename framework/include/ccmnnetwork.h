@@ -1,0 +1,37 @@
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "framework/include/obzx_export.h"
+
+namespace obzx_cmn_4_4 {
+
+/// What the resolver knows of a host.
+struct SHostInfo
+{
+    std::string name;             ///< canonical name; the name asked for when the resolver has none
+    std::set<std::string> names;  ///< further names and the name asked for
+    std::string addressText;      ///< numeric addresses in ascending order, separated by one blank
+    std::set<std::string> addresses;
+};
+
+class OBZX_API CCmnNetwork
+{
+  public:
+    /// @param component whose configuration store may name this host (section FI_NETWORK, LOCAL_NAME)
+    explicit CCmnNetwork(std::string component);
+
+    /// The name that this host goes by: LOCAL_NAME, else the resolver's canonical name of the host name.
+    std::string getFQDN() const;
+    /// Never fails: a name that cannot be resolved has no addresses.
+    SHostInfo resolve(const std::string& name) const;
+    /// True when any of the names are equal without regard to case, or an address other than a loopback address is
+    /// shared.
+    static bool compare(const SHostInfo& a, const SHostInfo& b);
+
+  private:
+    std::string m_component;
+};
+
+}  // namespace obzx_cmn_4_4

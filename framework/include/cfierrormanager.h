@@ -1,0 +1,53 @@
+#pragma once
+
+#include <mutex>
+#include <vector>
+
+#include "framework/include/cfimessage.h"
+#include "framework/include/cfitrace.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Receives the messages that are pushed onto an error stack, on the thread that pushes.
+class OBZX_API CFiErrorHandlerBase : public virtual CFiRefCount
+{
+  public:
+    ~CFiErrorHandlerBase() override;
+    virtual int32_t handleMessage(const char* text, obz_eseverity severity) = 0;
+    virtual int32_t handleMessage(CFiMessagePtr message) = 0;
+};
+
+using CFiErrorHandlerPtr = CFiSmartPtr<CFiErrorHandlerBase, CFiNullAllocator<CFiErrorHandlerBase>>;
+
+/**
+ * The error stack of a provider. A message that is pushed goes to the registered handlers at once and stays on the
+ * stack until it is popped; past 256 messages the oldest is dropped. Any thread may call it; no lock is held while a
+ * handler runs.
+ */
+class OBZX_API CFiErrorManager : public virtual CFiRefCount, public virtual CFiTraceable
+{
+  public:
+    CFiErrorManager();
+    ~CFiErrorManager() override;
+
+    void registerHandler(const CFiErrorHandlerPtr& handler);
+    void push(const CFiMessagePtr& message);
+    /// A text without a catalog: goes to the handlers, is not kept.
+    void report(const char* text, obz_eseverity severity);
+
+    CFiMessagePtr top() const;  ///< empty when there is none
+    /// Takes the newest message with that key and source line off the stack; false when there is none.
+    bool remove(const std::string& id, const std::string& file, int32_t line);
+    size_t size() const;
+
+  private:
+    std::vector<CFiErrorHandlerPtr> handlers() const;
+
+    mutable std::mutex m_mutex;
+    std::vector<CFiErrorHandlerPtr> m_handlers;
+    std::vector<CFiMessagePtr> m_stack;  // newest last
+};
+
+using CFiErrorManagerPtr = CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>;
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <exception>
+#include <string>
+#include <vector>
+
+#include "framework/include/cfitrace.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Results of CFiExecPipeBase::Exec.
+enum EExecResult : int
+{
+    EXEC_OK = 0,
+    EXEC_FAILED = 11,     ///< failed, was killed, or could not be started
+    EXEC_TIMED_OUT = 12,  ///< the process group was stopped
+    EXEC_TOO_LONG = 13,   ///< the output passed 256 MiB; the process group was stopped
+};
+
+/// What went wrong in a run.
+struct SFiExecError
+{
+    std::string message;
+    std::wstring wideMessage;
+    int result = 0;  ///< EExecResult
+    long code = 0;   ///< exit status, 128 + signal, or errno when the program could not be started
+};
+
+/// A failed run, thrown by those who need its output.
+class OBZX_API EFiExecPipe : public std::exception
+{
+  public:
+    explicit EFiExecPipe(SFiExecError error) : m_error(std::move(error)) {}
+    ~EFiExecPipe() override;
+    const char* what() const noexcept override { return m_error.message.c_str(); }
+    const SFiExecError& error() const { return m_error; }
+
+  private:
+    SFiExecError m_error;
+};
+
+/**
+ * Runs a program and collects its output.
+ *
+ * The command line is split into words at blanks, honouring double quotes, and started without a shell in a process
+ * group of its own. Standard input is the input file, or nothing for an empty name; standard output and standard error
+ * arrive as one stream of lines without their line ends (a last line without a newline counts). The child gets
+ * LC_ALL=C, default signal handling and no other descriptor of the host; the host's signal handling is not touched.
+ * Section FI_EXEC, MAX_TIMEOUT (seconds) of the configuration store of the trace log's component caps every time-out.
+ * One run at a time per object.
+ */
+class OBZX_API CFiExecPipeBase : public CFiTraceable
+{
+  public:
+    ~CFiExecPipeBase() override;
+
+    /**
+     * @param lines      output lines; appended to
+     * @param inputFile  path as it stands; empty for no input
+     * @param timeout    seconds
+     * @param directory  working directory; empty: the host's
+     * @param user       reserved, must be empty
+     * @param environment "NAME=value" added to the child's environment; empty: nothing
+     * @return an EExecResult
+     */
+    virtual int Exec(const std::string& commandLine, std::vector<std::string>& lines, const std::string& inputFile,
+                     unsigned long timeout, const std::string& directory, const std::string& user,
+                     const std::string& environment) = 0;
+    const SFiExecError& getError() const { return m_error; }
+
+  protected:
+    SFiExecError m_error;
+};
+
+class OBZX_API CFiExecPipePosix : public CFiExecPipeBase
+{
+  public:
+    /// @param mergeErrorStream 1: standard error arrives in the same stream (the only mode there is)
+    explicit CFiExecPipePosix(int mergeErrorStream);
+    ~CFiExecPipePosix() override;
+    int Exec(const std::string& commandLine, std::vector<std::string>& lines, const std::string& inputFile,
+             unsigned long timeout, const std::string& directory, const std::string& user,
+             const std::string& environment) override;
+};
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "framework/include/cfimessage.h"
+#include "framework/include/cfitrace.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Patterns of one component's messages.
+class OBZX_API CFiMessageCatalog : public virtual CFiRefCount
+{
+  public:
+    ~CFiMessageCatalog() override;
+    /// The pattern of a message in a locale, from the nearest locale that has it; false when none has.
+    virtual bool getPattern(const std::string& id, const std::string& locale, std::string& pattern) = 0;
+};
+
+using CFiMessageCatalogPtr = CFiSmartPtr<CFiMessageCatalog, CFiNullAllocator<CFiMessageCatalog>>;
+
+/// Makes the catalog of one component, and messages of the catalog's kind.
+class OBZX_API CFiMessageCatalogFactory : public virtual CFiRefCount
+{
+  public:
+    ~CFiMessageCatalogFactory() override;
+    virtual const std::string& getComponent() const = 0;
+    /// Empty when there is no such catalog.
+    virtual CFiMessageCatalogPtr allocateCatalog(const char* name) = 0;
+    virtual CFiMessagePtr allocateMessage(const obz_msg_info* info) = 0;
+};
+
+using CFiMessageCatalogFactoryPtr = CFiSmartPtr<CFiMessageCatalogFactory, CFiNullAllocator<CFiMessageCatalogFactory>>;
+
+/**
+ * Catalogs that are ICU resource bundles: <data folder>/obzx/catalogs/<component>/<locale>.res, the data folder being
+ * found relative to the runtime's own library. The bundle named at construction ("root") holds every message.
+ */
+class OBZX_API CFiIcuMessageCatalogFactory : public CFiMessageCatalogFactory
+{
+  public:
+    CFiIcuMessageCatalogFactory(std::string rootName, std::string component);
+    ~CFiIcuMessageCatalogFactory() override;
+    const std::string& getComponent() const override { return m_component; }
+    CFiMessageCatalogPtr allocateCatalog(const char* name) override;
+    CFiMessagePtr allocateMessage(const obz_msg_info* info) override;
+
+  private:
+    std::string m_rootName;
+    std::string m_component;
+};
+
+/// Finds the texts of messages. Any thread may call it.
+class OBZX_API CFiMessageCatalogManager : public virtual CFiRefCount, public virtual CFiTraceable
+{
+  public:
+    CFiMessageCatalogManager();
+    ~CFiMessageCatalogManager() override;
+
+    /// The factory registered last for a component wins.
+    void registerFactory(const CFiMessageCatalogFactoryPtr& factory);
+    void setNativeLanguage(const std::string& locale);
+    std::string getNativeLanguage() const;
+
+    /**
+     * The message's text in a locale; the empty name means the default locale (English). A message that no catalog
+     * holds reads as its key, followed by its arguments.
+     */
+    std::string getLocalizedMessage(const CFiMessage& message, const std::string& locale);
+    /// Empty when no factory is registered for the record's catalog.
+    CFiMessagePtr allocateMessage(const obz_msg_info* info);
+
+  private:
+    struct SEntry
+    {
+        CFiMessageCatalogFactoryPtr factory;
+        CFiMessageCatalogPtr catalog;  // made on first use
+    };
+    SEntry* findEntry(const std::string& component);
+
+    mutable std::mutex m_mutex;
+    std::vector<SEntry> m_entries;
+    std::string m_nativeLanguage;
+};
+
+}  // namespace obzx_pdk_4_4

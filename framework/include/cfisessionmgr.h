@@ -1,0 +1,78 @@
+#pragma once
+
+#include <ace/SString.h>
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "framework/include/cfitrace.h"
+#include "framework/include/obz_records.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Phases of a snapshot, as getSplitNodeList counts them.
+enum ESnapshotPhase : int
+{
+    PHASE_SELECT = 1,
+    PHASE_PREPARE = 2,
+    PHASE_MAKE = 3,
+    PHASE_UPDATE = 4
+};
+
+/// One node of a session and how far it has come; a flag of 0 means that the phase was not done yet.
+struct CFiSplitNode
+{
+    ACE_String_Base<char> m_name;    ///< name of the node's object
+    ACE_String_Base<char> m_target;  ///< target-device name, once made
+    std::string m_text;              ///< the split node's own text
+    int32_t m_makeDone = 0;
+    int32_t m_selectDone = 0;
+    int32_t m_prepareDone = 0;
+    int32_t m_updateDone = 0;
+};
+
+/// The nodes of one snapshot, by name. Nodes only accumulate. Any thread may call it.
+class OBZX_API CFiSession : public virtual CFiRefCount, public virtual CFiTraceable
+{
+  public:
+    CFiSession();
+    ~CFiSession() override;
+
+    /// Adds nodes that are not there yet; an entry that is there keeps its progress. Null entries and nodes without a
+    /// name are passed over.
+    void addNodes(obz_splitnode** nodes, int count);
+    /// Copies of the nodes whose flag for the phase is 0, in name order; empty for a number that is no phase.
+    std::vector<CFiSplitNode> getSplitNodeList(int phase);
+    /// Copies of all nodes, in name order.
+    std::vector<CFiSplitNode> getNodes() const;
+    /// Changes a node in place under the session's lock; false when there is no such node.
+    bool update(const std::string& name, const std::function<void(CFiSplitNode&)>& change);
+    void markPrepared();
+
+  private:
+    mutable std::mutex m_mutex;
+    std::map<std::string, CFiSplitNode> m_nodes;
+};
+
+using CFiSessionPtr = CFiSmartPtr<CFiSession, CFiNullAllocator<CFiSession>>;
+
+/// The sessions of a provider, by name; they live as long as the manager. Any thread may call it.
+class OBZX_API CFiSessionManager : public virtual CFiRefCount, public virtual CFiTraceable
+{
+  public:
+    CFiSessionManager();
+    ~CFiSessionManager() override;
+    /// The session of that name, made on first use with an empty trace-log pointer. Empty for a null name.
+    CFiSessionPtr getSession(const char* name);
+
+  private:
+    std::mutex m_mutex;
+    std::map<std::string, CFiSessionPtr> m_sessions;
+};
+
+using CFiSessionManagerPtr = CFiSmartPtr<CFiSessionManager, CFiContextSingletonAllocator<CFiSessionManager>>;
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,194 @@
+#pragma once
+
+#include <ace/SString.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include "framework/include/cfismartptr.h"
+#include "framework/include/obzx_export.h"
+
+namespace obzx_pdk_4_4 {
+
+class CFiErrorManager;
+
+/// Levels of trace lines; a log writes the lines whose level is at most its own.
+enum ETraceLevel : int32_t
+{
+    TRACE_FAILURE = 1,  ///< failures and unhandled exceptions
+    TRACE_INVALID = 2,  ///< invalid input; the default level of a log
+    TRACE_INFO = 3,
+    TRACE_DETAIL = 6,  ///< function entry and exit, details
+};
+
+/// One argument of a trace line, with its kind, so that a format never reads what was not passed.
+class CFiTraceArg
+{
+  public:
+    enum class EKind
+    {
+        SIGNED,
+        UNSIGNED,
+        REAL,
+        TEXT,
+        POINTER
+    };
+
+    template <class T, class = std::enable_if_t<std::is_arithmetic_v<T> || std::is_enum_v<T>>>
+    CFiTraceArg(T value)  // NOLINT(google-explicit-constructor): arguments convert as they are passed
+    {
+        if constexpr (std::is_floating_point_v<T>) {
+            m_kind = EKind::REAL;
+            m_real = static_cast<double>(value);
+        } else if constexpr (std::is_enum_v<T> || std::is_signed_v<T>) {
+            m_kind = EKind::SIGNED;
+            m_signed = static_cast<int64_t>(value);
+            m_width = sizeof(T);
+        } else {
+            m_kind = EKind::UNSIGNED;
+            m_unsigned = static_cast<uint64_t>(value);
+            m_width = sizeof(T);
+        }
+    }
+    CFiTraceArg(const char* text) : m_kind(EKind::TEXT), m_text(text == nullptr ? "(null)" : text) {}  // NOLINT
+    CFiTraceArg(const std::string& text) : m_kind(EKind::TEXT), m_text(text) {}                        // NOLINT
+    CFiTraceArg(std::string_view text) : m_kind(EKind::TEXT), m_text(text) {}                          // NOLINT
+    CFiTraceArg(const ACE_String_Base<char>& text)                                                     // NOLINT
+        : m_kind(EKind::TEXT), m_text(text.fast_rep(), text.length())
+    {
+    }
+    CFiTraceArg(const void* pointer) : m_kind(EKind::POINTER), m_pointer(pointer) {}  // NOLINT
+
+    EKind kind() const { return m_kind; }
+    int64_t asSigned() const { return m_signed; }
+    uint64_t asUnsigned() const { return m_unsigned; }
+    size_t width() const { return m_width; }  ///< bytes of an integer argument
+    double asReal() const { return m_real; }
+    std::string_view asText() const { return m_text; }
+    const void* asPointer() const { return m_pointer; }
+
+  private:
+    EKind m_kind;
+    size_t m_width = 8;
+    union {
+        int64_t m_signed = 0;
+        uint64_t m_unsigned;
+        double m_real;
+        const void* m_pointer;
+    };
+    std::string_view m_text;
+};
+
+/**
+ * The text of a trace line. A conversion without an argument, and an incomplete conversion such as "%l]", are written
+ * as they stand; an argument whose kind does not fit its conversion is written in its own form; surplus arguments are
+ * ignored. Texts are written whole, NUL and newline included.
+ */
+OBZX_API std::string formatTrace(std::string_view format, const CFiTraceArg* args, size_t count);
+
+/**
+ * The trace log of one component: a rotated file, /var/log/qz/<component>.log below the root directory.
+ *
+ * A line is "<UTC time, microseconds, Z> <pid>.<tid> L<level> <component> <text>". Section FI_TRACE of the component's
+ * configuration store sets LEVEL (2), FILE, MAX_SIZE (bytes, 10 MiB) and MAX_FILES (5); OBZX_TRACE_LEVEL overrides the
+ * level. A file that cannot be opened or written silences tracing and nothing else. Any thread may trace; lines are
+ * whole.
+ */
+class OBZX_API CFiTraceLog : public virtual CFiRefCount
+{
+  public:
+    CFiTraceLog();
+    ~CFiTraceLog() override;
+
+    /// Reads the configuration and opens the file. An empty second or third text, 1 and false are the usual arguments;
+    /// file overrides FILE, directory the folder of the default file, level the default level when above 1.
+    void initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
+                    const ACE_String_Base<char>& directory, int32_t level, bool append);
+    bool isInitialized() const { return m_initialized; }
+    const ACE_String_Base<char>& getComponent() const { return m_component; }  ///< empty before initialize
+
+    bool isEnabled(int32_t level) const
+    {
+        return level <= m_level.load(std::memory_order_relaxed) ||
+               level <= s_observerLevel.load(std::memory_order_relaxed);
+    }
+
+    template <class... Args>
+    void trace(int32_t level, const char* format, const Args&... args)
+    {
+        if (!isEnabled(level)) return;
+        if constexpr (sizeof...(Args) == 0) {
+            write(level, format, nullptr, 0);
+        } else {
+            const CFiTraceArg list[] = {CFiTraceArg(args)...};
+            write(level, format, list, sizeof...(Args));
+        }
+    }
+
+    void write(int32_t level, const char* format, const CFiTraceArg* args, size_t count);
+
+    void setErrorManager(const CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>& manager);
+    CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>> getErrorManager() const;
+
+  private:
+    friend struct CFiTraceObserver;
+
+    // Level asked for by the process's trace observer; 0 when there is none.
+    static std::atomic<int32_t> s_observerLevel;
+
+    struct SState;
+    std::unique_ptr<SState> m_state;
+    ACE_String_Base<char> m_component;
+    std::atomic<int32_t> m_level{0};
+    bool m_initialized = false;
+};
+
+using CFiTraceLogPtr = CFiSmartPtr<CFiTraceLog, CFiContextSingletonAllocator<CFiTraceLog>>;
+
+/// Base of what writes trace lines: holds the log it writes to; without one nothing is written.
+class OBZX_API CFiTraceable
+{
+  public:
+    CFiTraceable() = default;
+    CFiTraceable(const CFiTraceable&) = delete;
+    CFiTraceable& operator=(const CFiTraceable&) = delete;
+    virtual ~CFiTraceable();
+    virtual void registerTraceLog(const CFiTraceLogPtr& traceLog);
+
+    const CFiTraceLogPtr& traceLog() const { return m_traceLog; }
+    bool isTraceEnabled(int32_t level) const { return m_traceLog && m_traceLog->isEnabled(level); }
+
+    template <class... Args>
+    void trace(int32_t level, const char* format, const Args&... args) const
+    {
+        if (m_traceLog) m_traceLog->trace(level, format, args...);
+    }
+
+  protected:
+    CFiTraceLogPtr m_traceLog;
+};
+
+/**
+ * Traces the life of a function at level 6: a line when it is entered, one when it is left, also by an exception.
+ * Without a log, a function name or a file nothing is written. The texts must outlive the object.
+ */
+class OBZX_API CFiTraceLogFunction
+{
+  public:
+    CFiTraceLogFunction(const CFiTraceLogPtr& traceLog, const char* function, int32_t line, const char* file);
+    ~CFiTraceLogFunction();
+    CFiTraceLogFunction(const CFiTraceLogFunction&) = delete;
+    CFiTraceLogFunction& operator=(const CFiTraceLogFunction&) = delete;
+
+  private:
+    CFiTraceLogPtr m_traceLog;
+    const char* m_function;
+    int32_t m_line;
+    const char* m_file;
+};
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <vector>
+
+#include "framework/include/cfismartptr.h"
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+/// A volume of an appliance.
+class CBaseVolume : public obzx_pdk_4_4::CFiRefCount
+{
+  public:
+    virtual void setName(CString name) = 0;
+    virtual CString getName() = 0;
+    virtual CString getSerNo() = 0;
+    virtual std::vector<CString> getConsGroupList() = 0;
+    virtual CString getSize() = 0;
+};
+
+using CVolumePtr = obzx_pdk_4_4::CFiSmartPtr<CBaseVolume, obzx_pdk_4_4::CFiNullAllocator<CBaseVolume>>;
+
+}  // namespace cdpfi
