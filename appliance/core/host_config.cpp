@@ -1,0 +1,70 @@
+#include "appliance/core/host_config.h"
+
+#include <cstdlib>
+#include <sstream>
+
+#include "appliance/core/error.h"
+#include "appliance/core/file_io.h"
+#include "appliance/core/names.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr std::size_t maxFileSize = std::size_t{64} << 10U;
+
+[[noreturn]] void refuse(const fs::path& file, const std::string& why)
+{
+    throw EApplianceError(EStatus::unusable,
+                          "configuration " + file.string() + ": " + why + "; write it with lmadm host setup");
+}
+
+}  // namespace
+
+fs::path hostRoot()
+{
+    const char* const root = ::secure_getenv("OBZX_ROOT");
+    return root == nullptr || *root == '\0' ? fs::path("/") : fs::path(root);
+}
+
+SHostConfiguration readHostConfiguration(const fs::path& root)
+{
+    const fs::path file = root / "etc/qz/appliance.conf";
+    std::string content;
+    try {
+        content = readSmallFile(file, maxFileSize);
+    } catch (const EApplianceError& error) {
+        throw EApplianceError(EStatus::unusable, std::string(error.what()) + "; write it with lmadm host setup");
+    }
+    SHostConfiguration found;
+    std::istringstream lines(content);
+    int number = 0;
+    for (std::string line; std::getline(lines, line);) {
+        ++number;
+        if (line.empty() || line.front() == '#') {
+            continue;
+        }
+        const std::size_t equals = line.find('=');
+        if (equals == std::string::npos) {
+            refuse(file, "line " + std::to_string(number) + " is not KEY=VALUE");
+        }
+        const std::string key = line.substr(0, equals);
+        const std::string value = line.substr(equals + 1);
+        if (key == "STORE") {
+            found.store = value;
+        } else if (key == "HOST") {
+            found.host = value;
+        }
+    }
+    if (!found.store.is_absolute()) {
+        refuse(file, "STORE is not an absolute path");
+    }
+    try {
+        checkName(EObject::host, found.host);
+    } catch (const EApplianceError& error) {
+        refuse(file, std::string("HOST: ") + error.what());
+    }
+    return found;
+}
+
+}  // namespace lumora

@@ -1,0 +1,144 @@
+#include "appliance/lmadm/host_setup.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <sstream>
+#include <system_error>
+
+#include "appliance/core/error.h"
+#include "appliance/core/file_io.h"
+#include "appliance/core/names.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+using Lines = std::vector<std::string>;
+
+constexpr std::size_t maxFileSize = std::size_t{1} << 20U;
+constexpr const char* appliancePort = "9000";
+
+fs::path findTools(const std::string& given)
+{
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path folder = given.empty() ? program.parent_path() : fs::absolute(given, error).lexically_normal();
+    for (const char* const tool : {"lmsh", "kforutil"}) {
+        if (::access((folder / tool).c_str(), X_OK) != 0) {
+            throw EApplianceError(EStatus::malformed, "no program " + std::string(tool) + " in folder " +
+                                                          inQuotes(folder.string()) +
+                                                          "; name the right one with --tools");
+        }
+    }
+    return folder.has_filename() ? folder : folder.parent_path();
+}
+
+Lines readLines(const fs::path& file)
+{
+    Lines lines;
+    std::error_code error;
+    if (!fs::exists(fs::symlink_status(file, error))) {
+        return lines;
+    }
+    std::istringstream content(readSmallFile(file, maxFileSize));
+    for (std::string line; std::getline(content, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::string join(const Lines& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + '\n';
+    }
+    return text;
+}
+
+std::string applianceList(const fs::path& file, const std::vector<SAppliance>& appliances)
+{
+    Lines lines = readLines(file);
+    lines.erase(std::remove_if(lines.begin(), lines.end(),
+                               [](const std::string& line) { return line.find("RSURL") != std::string::npos; }),
+                lines.end());
+    for (const SAppliance& appliance : appliances) {
+        lines.push_back("RSURL=" + appliance.name + ":" + appliancePort);
+    }
+    return join(lines);
+}
+
+// Sets one value in the lines of an INI file: in place where it stands, else at the end of its section, else in a new
+// section.
+void setValue(Lines& lines, const std::string& section, const std::string& key, const std::string& value)
+{
+    const std::string head = "[" + section + "]";
+    auto at = std::find(lines.begin(), lines.end(), head);
+    if (at == lines.end()) {
+        lines.push_back(head);
+        lines.push_back(key + "=" + value);
+        return;
+    }
+    for (++at; at != lines.end() && (at->empty() || at->front() != '['); ++at) {
+        if (at->compare(0, key.size() + 1, key + "=") == 0) {
+            *at = key + "=" + value;
+            return;
+        }
+    }
+    lines.insert(at, key + "=" + value);
+}
+
+std::string providerSettings(const fs::path& file, const fs::path& tools, const std::string& host)
+{
+    Lines lines = readLines(file);
+    const std::string folder = tools.string() + "/";
+    setValue(lines, "LMR_CLI_CONFIG", "LMR_LMSH_PATH", folder);
+    setValue(lines, "LMR_CLI_CONFIG", "LMR_LMSH_NAME", "lmsh");
+    setValue(lines, "LMR_CLI_CONFIG", "LMR_KFORUTIL_PATH", folder);
+    setValue(lines, "LMR_CLI_CONFIG", "LMR_KFORUTIL_NAME", "kforutil");
+    setValue(lines, "FI_NETWORK", "LOCAL_NAME", host);
+    return join(lines);
+}
+
+void checkHostIsKnown(CSession& session, const std::vector<SAppliance>& appliances, const std::string& host)
+{
+    for (const SAppliance& appliance : appliances) {
+        for (const SHost& known : session.inventory().hosts(appliance)) {
+            if (known.name == host) {
+                return;
+            }
+        }
+    }
+    throwMissing(EObject::host, host, "on any appliance of the store");
+}
+
+}  // namespace
+
+Json setUpHost(CSession& session, const SHostSetup& setup)
+{
+    checkName(EObject::host, setup.host);
+    const std::vector<SAppliance> appliances = session.inventory().appliances();
+    checkHostIsKnown(session, appliances, setup.host);
+    const fs::path tools = findTools(setup.tools);
+    makeFolder(setup.root);
+    const fs::path root = fs::canonical(setup.root);
+    const fs::path folder = root / "etc/qz";
+    constexpr mode_t readableByAll = 0644;
+
+    replaceFile(folder / "appliance.conf",
+                "STORE=" + session.store().layout().root.string() + "\nHOST=" + setup.host + "\n", readableByAll);
+    replaceFile(folder / "hls.conf", applianceList(folder / "hls.conf", appliances), readableByAll);
+    replaceFile(folder / "cdpfi.conf", providerSettings(folder / "cdpfi.conf", tools, setup.host), readableByAll);
+    const fs::path link = root / "opt/QXPKlm/bin/lmsh";
+    replaceLink(link, tools / "lmsh");
+
+    Json written = Json::array();
+    for (const char* const name : {"appliance.conf", "hls.conf", "cdpfi.conf"}) {
+        written.push_back((folder / name).string());
+    }
+    written.push_back(link.string());
+    return {{"host", setup.host}, {"root", root.string()}, {"tools", tools.string()}, {"written", written}};
+}
+
+}  // namespace lumora

@@ -1,0 +1,107 @@
+// lmadm: builds and shows appliances.
+#include <algorithm>
+#include <string>
+
+#include "appliance/core/error.h"
+#include "appliance/core/tool.h"
+#include "appliance/lmadm/commands.h"
+
+namespace {
+
+using namespace lumora;
+
+constexpr const char* footer =
+    "Exit status: 0 done, 2 wrong usage or an unusable name, 3 an object does not exist, 4 an object exists\n"
+    "already, 5 an object is in use, 6 storage failure, 7 store or configuration unusable, 1 anything else.";
+
+std::string listCommand(EObject object)
+{
+    switch (object) {
+        case EObject::appliance:
+            return "lmadm appliance list";
+        case EObject::host:
+        case EObject::permission:
+            return "lmadm host list";
+        case EObject::group:
+            return "lmadm group list";
+        case EObject::lun:
+            return "lmadm lun list";
+        default:
+            return "lmadm group show";
+    }
+}
+
+// What to do next, for the person who reads the refusal.
+std::string nextStep(const EApplianceError& error)
+{
+    switch (error.status()) {
+        case EStatus::missing:
+            return "see what exists: " + listCommand(error.object());
+        case EStatus::exists:
+            return "choose another name, or delete the existing one first";
+        case EStatus::inUse:
+            return "remove what uses it first";
+        case EStatus::storage:
+            return "check free space and access, then repeat the command";
+        case EStatus::unusable:
+            return "name the right folder with --store, or create a store: lmadm --store DIR appliance create NAME";
+        default:
+            return "see lmadm --help";
+    }
+}
+
+EOutput parseOutput(const std::string& form)
+{
+    if (form != "table" && form != "json") {
+        throw EApplianceError(EStatus::malformed, "--output is table or json, not " + inQuotes(form));
+    }
+    return form == "json" ? EOutput::json : EOutput::table;
+}
+
+void addOptions(CLI::App& app, SOptions& options)
+{
+    app.add_option("--store", options.store, "Folder of the store")->envname("LMADM_STORE")->required();
+    app.add_option("--appliance", options.appliance, "Appliance to work on (default: the only one of the store)");
+    app.add_option_function<std::string>(
+        "--output", [&options](const std::string& form) { options.output = parseOutput(form); },
+        "Form of the answer: table or json (default: table)");
+}
+
+int run(int argc, char** argv)
+{
+    SOptions options;
+    CLI::App app("Builds and shows appliances: their hosts, consistency groups, LUNs and data.", "lmadm");
+    // Options of the program may stand behind the command as well.
+    app.fallthrough();
+    app.require_subcommand(1);
+    app.footer(footer);
+    addOptions(app, options);
+    addApplianceCommands(app, options);
+    addHostCommands(app, options);
+    addGroupCommands(app, options);
+    addLunCommands(app, options);
+    addDataCommands(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::ParseError& error) {
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        throw EApplianceError(EStatus::malformed, text);
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return runTool("lmadm", [argc, argv] {
+        try {
+            return run(argc, argv);
+        } catch (const EApplianceError& error) {
+            throw EApplianceError(error.status(), std::string(error.what()) + "; " + nextStep(error));
+        }
+    });
+}

@@ -1,0 +1,92 @@
+#include "appliance/lmadm/output.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "appliance/core/tool.h"
+
+namespace lumora {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::string cell(const Json& value)
+{
+    if (value.is_string()) {
+        return value.get<std::string>();
+    }
+    if (value.is_array()) {
+        std::string text;
+        for (const Json& element : value) {
+            text += (text.empty() ? "" : " ") + cell(element);
+        }
+        return text.empty() ? "-" : text;
+    }
+    if (value.is_object()) {
+        return value.empty() ? "-" : cell(value.begin().value());
+    }
+    return value.dump();
+}
+
+Lines formatTable(const Json& rows, const std::string& indent)
+{
+    if (rows.empty()) {
+        return {indent + "(none)"};
+    }
+    if (!rows.front().is_object()) {
+        Lines lines;
+        for (const Json& row : rows) {
+            lines.push_back(indent + cell(row));
+        }
+        return lines;
+    }
+    std::vector<std::vector<std::string>> table(rows.size() + 1);
+    for (const auto& [key, value] : rows.front().items()) {
+        table[0].push_back(key);
+        for (std::size_t row = 0; row < rows.size(); ++row) {
+            table[row + 1].push_back(cell(rows[row].at(key)));
+        }
+    }
+    Lines lines(table.size(), indent);
+    for (std::size_t column = 0; column < table[0].size(); ++column) {
+        std::size_t width = 0;
+        for (const auto& row : table) {
+            width = std::max(width, row[column].size());
+        }
+        const bool last = column + 1 == table[0].size();
+        for (std::size_t row = 0; row < table.size(); ++row) {
+            const std::string& text = table[row][column];
+            lines[row] += last ? text : text + std::string(width - text.size() + 2, ' ');
+        }
+    }
+    return lines;
+}
+
+Lines formatRecord(const Json& record)
+{
+    Lines lines;
+    for (const auto& [key, value] : record.items()) {
+        if (value.is_array()) {
+            lines.push_back(key + ":");
+            const Lines table = formatTable(value, "  ");
+            lines.insert(lines.end(), table.begin(), table.end());
+        } else {
+            lines.push_back(key + ": " + cell(value));
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+void printDocument(const Json& document, EOutput output)
+{
+    if (output == EOutput::json) {
+        // Names are bytes; what is no UTF-8 must not keep the rest from being shown.
+        printLines({document.dump(2, ' ', false, Json::error_handler_t::replace)});
+    } else {
+        printLines(document.is_array() ? formatTable(document, "") : formatRecord(document));
+    }
+}
+
+}  // namespace lumora

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <string>
+
+#include "appliance/core/inventory.h"
+#include "appliance/core/lun_data.h"
+#include "appliance/core/store.h"
+#include "appliance/lmadm/output.h"
+
+namespace lumora {
+
+// What stands on the command line beside the command.
+struct SOptions
+{
+    std::string store;
+    std::string appliance;  // empty: the only one
+    EOutput output = EOutput::table;
+};
+
+// An opened store for one command of lmadm.
+class CSession
+{
+  public:
+    explicit CSession(const SOptions& options, CStore::EMode mode = CStore::EMode::existing);
+
+    CStore& store() noexcept { return m_store; }
+    CInventory& inventory() noexcept { return m_inventory; }
+    CLunData& lunData() noexcept { return m_lunData; }
+    // The appliance that was asked for, or the only one. Status missing when there is none, malformed when there are
+    // several to choose from.
+    SAppliance appliance();
+    void print(const Json& document) const { printDocument(document, m_options.output); }
+
+    // Records as documents.
+    static Json describe(const SAppliance& appliance);
+    Json describe(const SAppliance& appliance, const SLun& lun) const;
+    static Json describe(const SGroup& group);
+
+  private:
+    SOptions m_options;
+    CStore m_store;
+    CInventory m_inventory;
+    CLunData m_lunData;
+};
+
+}  // namespace lumora

@@ -1,0 +1,81 @@
+// lmsh: the appliance's command shell. Reads a script on standard input and prints what its commands answer.
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+#include <string_view>
+
+#include "appliance/core/command_runner.h"
+#include "appliance/core/error.h"
+#include "appliance/core/files_engine.h"
+#include "appliance/core/host_config.h"
+#include "appliance/core/tool.h"
+
+namespace {
+
+constexpr const char* usage =
+    "Usage: lmsh < SCRIPT\n"
+    "Runs a script of appliance commands: a line \"server NAME\", commands, a line \"exit\".\n"
+    "\n"
+    "  list hosts | list cgroups | show host \"H\" | show cgroup \"G\"\n"
+    "  create annotation \"A\" \"G\" ... set message WORD ... commit\n"
+    "  delete annotation \"A\" \"G\"\n"
+    "  create timeimage \"T\" \"G\" ... use annotation \"A\" ... add permission \"H\" ... set preserve mode no|yes "
+    "...\n"
+    "      set prevent expiration timeout N ... set proactive expiration timeout N ... commit\n"
+    "  delete timeimage \"T\" \"G\" | list timeimages \"G\" | show timeimage \"T\" \"G\"\n"
+    "  update timeimage [\"T\"] \"G\" ... add permission \"H\" ... delete permission \"H\" ... commit\n"
+    "\n"
+    "Exit status: 0 done, 2 malformed script, 3 an object does not exist, 4 an object exists already, 5 an object is\n"
+    "in use, 6 storage failure, 7 store or configuration unusable, 1 anything else.\n";
+
+std::string readScript()
+{
+    // One byte more than the limit shows the parser that there was more.
+    std::string text(lumora::maxScriptSize + 1, '\0');
+    std::size_t size = 0;
+    while (size < text.size()) {
+        const ssize_t count = ::read(STDIN_FILENO, text.data() + size, text.size() - size);
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            lumora::throwStorage("read", "standard input", errno);
+        }
+        if (count == 0) {
+            break;
+        }
+        size += static_cast<std::size_t>(count);
+    }
+    text.resize(size);
+    return text;
+}
+
+int run()
+{
+    using namespace lumora;
+    const SScript script = parseScript(readScript());
+    CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::existing);
+    CFilesEngine engine;
+    CCommandRunner runner(store, engine, CInventory(store).appliance(script.server));
+    for (const Command& command : script.commands) {
+        printLines(runner.run(command));
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    return lumora::runTool("lmsh", [argc, argv] {
+        if (argc == 2 && std::string_view(argv[1]) == "--help") {
+            lumora::printBytes(usage);
+            return 0;
+        }
+        if (argc > 1) {
+            throw lumora::EApplianceError(lumora::EStatus::malformed, "no arguments expected; see lmsh --help");
+        }
+        return run();
+    });
+}
