@@ -22,6 +22,8 @@ class OBZX_API CFiPlatformError : public std::exception
     /// The system's text for an errno value, without up to two trailing line ends; a value that the system has no text
     /// for reads "Errno 12345 (3039) out of range".
     static std::string errorText(int error);
+    /// Takes up to two line feeds or carriage returns off the end, but never the last character.
+    static std::string trimLineEnds(std::string text);
 
     /**
      * Name of a fresh temporary file that exists, empty, with mode 0600 and was made by this call (O_EXCL), so that

@@ -105,10 +105,11 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
     ~CFiTraceLog() override;
 
     /// Reads the configuration and opens the file. An empty second or third text, 1 and false are the usual arguments;
-    /// file overrides FILE, directory the folder of the default file, level the default level when above 1.
+    /// file overrides FILE, directory the folder of the default file, level the default level when above 1. A log that
+    /// is initialised stays as it is.
     void initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
                     const ACE_String_Base<char>& directory, int32_t level, bool append);
-    bool isInitialized() const { return m_initialized; }
+    bool isInitialized() const { return m_initialized.load(std::memory_order_acquire); }
     const ACE_String_Base<char>& getComponent() const { return m_component; }  ///< empty before initialize
 
     bool isEnabled(int32_t level) const
@@ -137,14 +138,16 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
   private:
     friend struct CFiTraceObserver;
 
-    // Level asked for by the process's trace observer; 0 when there is none.
+    static constexpr int32_t NO_LEVEL = INT32_MIN;
+
+    // Level asked for by the process's trace observer; NO_LEVEL when there is none.
     static std::atomic<int32_t> s_observerLevel;
 
     struct SState;
     std::unique_ptr<SState> m_state;
     ACE_String_Base<char> m_component;
-    std::atomic<int32_t> m_level{0};
-    bool m_initialized = false;
+    std::atomic<int32_t> m_level{NO_LEVEL};
+    std::atomic<bool> m_initialized{false};
 };
 
 using CFiTraceLogPtr = CFiSmartPtr<CFiTraceLog, CFiContextSingletonAllocator<CFiTraceLog>>;
@@ -171,6 +174,9 @@ class OBZX_API CFiTraceable
   protected:
     CFiTraceLogPtr m_traceLog;
 };
+
+/// What a function tracer shows as the file of a caller whose path holds no "/".
+inline constexpr const char* TRACER_HEADER = "framework/include/cfitrace.h";
 
 /**
  * Traces the life of a function at level 6: a line when it is entered, one when it is left, also by an exception.

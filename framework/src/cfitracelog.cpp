@@ -1,0 +1,132 @@
+#include <cerrno>
+#include <charconv>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <optional>
+
+#include "framework/include/cficonfiguration.h"
+#include "framework/include/cfierrormanager.h"
+#include "framework/include/cfistringtool.h"
+#include "framework/include/cfitrace.h"
+#include "framework/src/trace_file.h"
+#include "framework/src/trace_observer.h"
+
+namespace obzx_pdk_4_4 {
+
+namespace {
+
+constexpr int32_t DEFAULT_LEVEL = TRACE_INVALID;
+constexpr long MIN_FILE_SIZE = 1024;
+constexpr long MAX_FILES = 1000;
+
+struct STraceSettings
+{
+    int32_t level = DEFAULT_LEVEL;
+    STraceFileSettings file;
+};
+
+void readStore(STraceSettings& settings, const ACE_String_Base<char>& component)
+{
+    CFiConfiguration store(component);
+    ACE_Configuration_Section_Key key;
+    if (store.openSection("FI_TRACE", key, 1) != 0) return;
+    long number = 0;
+    ACE_String_Base<char> text;
+    if (store.getIntegerValue("LEVEL", number) == 0) settings.level = static_cast<int32_t>(number);
+    if (store.getStringValue("FILE", text) == 0 && !text.empty()) settings.file.path = CFiStringTool::tstr2str(text);
+    if (store.getIntegerValue("MAX_SIZE", number) == 0 && number >= MIN_FILE_SIZE)
+        settings.file.maxSize = static_cast<size_t>(number);
+    if (store.getIntegerValue("MAX_FILES", number) == 0 && number <= MAX_FILES)
+        settings.file.maxFiles = static_cast<size_t>(number);
+}
+
+std::optional<int32_t> levelFromEnvironment()
+{
+    const char* text = ::secure_getenv("OBZX_TRACE_LEVEL");
+    if (text == nullptr) return std::nullopt;
+    const char* end = text + std::strlen(text);
+    int32_t level = 0;
+    const auto [stop, error] = std::from_chars(text, end, level);
+    if (error != std::errc() || stop != end || text == end || level < 0) return std::nullopt;
+    return level;
+}
+
+std::string defaultPath(const std::string& component, const std::string& directory)
+{
+    // A component that cannot name a file has no trace file.
+    if (component.empty() || component.find('/') != std::string::npos || component.find('\0') != std::string::npos)
+        return {};
+    return (directory.empty() ? "/var/log/qz" : directory) + "/" + component + ".log";
+}
+
+STraceSettings readSettings(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
+                            const ACE_String_Base<char>& directory, int32_t level)
+{
+    STraceSettings settings;
+    if (level > 1) settings.level = level;
+    settings.file.path = defaultPath(CFiStringTool::tstr2str(component), CFiStringTool::tstr2str(directory));
+    readStore(settings, component);
+    if (!file.empty()) settings.file.path = CFiStringTool::tstr2str(file);
+    if (settings.file.path.find('\0') != std::string::npos) settings.file.path.clear();
+    if (!settings.file.path.empty()) settings.file.path = placePath(settings.file.path);
+    if (const auto wanted = levelFromEnvironment()) settings.level = *wanted;
+    return settings;
+}
+
+}  // namespace
+
+struct CFiTraceLog::SState
+{
+    mutable std::mutex mutex;  // guards initialisation and the error manager
+    std::unique_ptr<CTraceFile> file;
+    std::string component;
+    CFiErrorManagerPtr errorManager;
+};
+
+CFiTraceLog::CFiTraceLog() : m_state(std::make_unique<SState>()) {}
+
+CFiTraceLog::~CFiTraceLog() = default;
+
+void CFiTraceLog::initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
+                             const ACE_String_Base<char>& directory, int32_t level, bool /*append*/)
+{
+    const std::lock_guard<std::mutex> guard(m_state->mutex);
+    if (isInitialized()) return;
+    STraceSettings settings = readSettings(component, file, directory, level);
+    m_component = component;
+    m_state->component = CFiStringTool::tstr2str(component);
+    m_state->file = std::make_unique<CTraceFile>(std::move(settings.file));
+    m_level.store(settings.level, std::memory_order_relaxed);
+    m_initialized.store(true, std::memory_order_release);
+}
+
+void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* args, size_t count)
+{
+    if (!isInitialized() || format == nullptr) return;
+    try {
+        const int savedErrno = errno;  // a trace line between a call and its check must not change what is checked
+        const std::string text = formatTrace(format, args, count);
+        if (level <= m_level.load(std::memory_order_relaxed)) m_state->file->write(level, m_state->component, text);
+        if (level <= s_observerLevel.load(std::memory_order_relaxed)) observeTrace(level, m_state->component, text);
+        errno = savedErrno;
+    } catch (...) {
+        // No memory for the line: it is lost, the caller goes on.
+    }
+}
+
+void CFiTraceLog::setErrorManager(const CFiErrorManagerPtr& manager)
+{
+    CFiErrorManagerPtr former = manager;  // released after the lock: its destructor may trace
+    const std::lock_guard<std::mutex> guard(m_state->mutex);
+    m_state->errorManager.swap(former);
+}
+
+CFiErrorManagerPtr CFiTraceLog::getErrorManager() const
+{
+    const std::lock_guard<std::mutex> guard(m_state->mutex);
+    return m_state->errorManager;
+}
+
+}  // namespace obzx_pdk_4_4
