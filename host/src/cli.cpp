@@ -1,0 +1,198 @@
+#include "host/src/cli.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+#include "host/src/catalog.h"
+#include "host/src/commands.h"
+#include "host/src/error.h"
+#include "host/src/record_json.h"
+
+namespace fictl {
+
+namespace {
+
+/// Where the options of a command line end up, and the command that was chosen.
+struct SCommandLine
+{
+    std::string output = "table";
+    std::string provider;
+    bool verbose = false;
+
+    std::string name;
+    std::vector<std::string> devices;
+    SCreateRequest create;
+    long hookTimeout = 60;
+    std::string file;
+    std::string input = "-";
+    bool forget = false;
+
+    std::function<SResult(const SContext&)> command;
+};
+
+std::string exitCodeText()
+{
+    std::string text = "Exit codes:\n";
+    for (const SExitCode& code : exitCodes()) {
+        const std::string number = std::to_string(static_cast<int>(code.code));
+        text += std::string(4 - number.size(), ' ') + number + "  " + code.meaning + "\n";
+    }
+    return text;
+}
+
+CLI::App* add(CLI::App& parent, const char* name, const char* what)
+{
+    CLI::App* const command = parent.add_subcommand(name, what);
+    // The options for every command may stand behind it too.
+    command->fallthrough();
+    return command;
+}
+
+void addName(CLI::App* command, SCommandLine& line)
+{
+    command->add_option("NAME", line.name, "Name of the snapshot")->required();
+}
+
+void addProviderAndDevice(CLI::App& app, SCommandLine& line)
+{
+    CLI::App* const provider = add(app, "provider", "Providers of snapshots");
+    provider->require_subcommand(1);
+    CLI::App* const show = add(*provider, "show", "Show the provider and its snapshot methods");
+    show->callback([&line] { line.command = [](const SContext& context) { return showProvider(context); }; });
+
+    CLI::App* const device = add(app, "device", "Devices of this host");
+    device->require_subcommand(1);
+    CLI::App* const list = add(*device, "list", "Show which devices the provider serves, and from which group");
+    list->add_option("DEV", line.devices, "Device paths")->required();
+    list->callback(
+        [&line] { line.command = [&line](const SContext& context) { return listDevices(context, line.devices); }; });
+}
+
+void addMaking(CLI::App& snapshot, SCommandLine& line)
+{
+    CLI::App* const create = add(snapshot, "create", "Take a snapshot of devices, all at one instant in each group");
+    create->add_option("NAME", line.create.name, "Name of the new snapshot")->required();
+    create->add_option("DEV", line.create.devices, "Device paths")->required();
+    create->add_option("--freeze", line.create.hooks.freeze, "Command (sh -c) that quiets the application before");
+    create->add_option("--thaw", line.create.hooks.thaw,
+                       "Command that lets it go on; always runs once freeze has started");
+    create->add_option("--hook-timeout", line.hookTimeout, "Seconds that each of the two may take (60)")
+        ->check(CLI::Range(1L, 86400L));
+    create->callback([&line] {
+        line.create.hooks.timeout = std::chrono::seconds(line.hookTimeout);
+        line.command = [&line](const SContext& context) { return createSnapshot(context, line.create); };
+    });
+
+    CLI::App* const import = add(snapshot, "import", "Make the copies of a snapshot show on this host");
+    addName(import, line);
+    import->callback([&line] {
+        line.command = [&line](const SContext& context) { return importSnapshot(context, line.name);
+};
+}  // namespace
+);
+
+CLI::App* const remove = add(snapshot, "delete", "Delete a snapshot, or what an interrupted one left behind");
+addName(remove, line);
+remove->add_flag("--forget", line.forget, "Drop the record only; ask the appliance for nothing");
+remove->callback([&line] {
+    line.command = [&line](const SContext& context) { return deleteSnapshot(context, line.name, line.forget); };
+});
+}  // namespace fictl
+
+void addRecords(CLI::App& snapshot, SCommandLine& line)
+{
+    CLI::App* const list = add(snapshot, "list", "List the snapshots of this host's catalog");
+    list->callback([&line] { line.command = [](const SContext&) { return listSnapshots(); }; });
+
+    CLI::App* const show = add(snapshot, "show", "Show a snapshot's record");
+    addName(show, line);
+    show->callback([&line] { line.command = [&line](const SContext&) { return showSnapshot(line.name); }; });
+
+    CLI::App* const exporting = add(snapshot, "export", "Write a snapshot's record for another host's catalog");
+    addName(exporting, line);
+    exporting->add_option("--file", line.file, "File to write (standard output)");
+    exporting->callback(
+        [&line] { line.command = [&line](const SContext&) { return exportSnapshot(line.name, line.file); }; });
+
+    CLI::App* const receive = add(snapshot, "receive", "Enter a record that another host has written");
+    receive->add_option("FILE", line.input, "File to read (-, standard input)");
+    receive->callback([&line] { line.command = [&line](const SContext&) { return receiveSnapshot(line.input); }; });
+}
+
+void build(CLI::App& app, SCommandLine& line)
+{
+    app.require_subcommand(1);
+    app.add_option("--output", line.output, "Form of standard output: table or json")
+        ->check(CLI::IsMember({"table", "json"}));
+    app.add_option("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
+    app.add_flag("--verbose", line.verbose,
+                 "Write a line for each step to standard error, also when it is no terminal");
+    app.footer(exitCodeText);
+    addProviderAndDevice(app, line);
+    CLI::App* const snapshot = add(app, "snapshot", "Snapshots and their records");
+    snapshot->require_subcommand(1);
+    addMaking(*snapshot, line);
+    addRecords(*snapshot, line);
+}
+
+int parseFailed(const CLI::App& app, const CLI::ParseError& error)
+{
+    const int code = app.exit(error);
+    return code == 0 ? 0 : static_cast<int>(EExit::USAGE);
+}
+
+json recordOf(const std::string& name)
+{
+    try {
+        CCatalog catalog;
+        return snapshotJson(catalog.get(name));
+    } catch (const EFictl&) {
+        return nullptr;
+    }
+}
+
+int report(const EFictl& error, const SCommandLine& line)
+{
+    CProgress::write(errorText(error));
+    if (line.output == "json") {
+        json document = {{"error", errorJson(error)}};
+        if (!error.snapshot().empty()) document["snapshot"] = recordOf(error.snapshot());
+        try {
+            if (error.exit() != EExit::IO) writeOutput(documentText(document));
+        } catch (const EFictl& output) {
+            // The first error is the one that counts; its text is on standard error.
+            CProgress::write(errorText(output));
+        }
+    }
+    return static_cast<int>(error.exit());
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv)
+{
+    SCommandLine line;
+    try {
+        CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
+        build(app, line);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& error) {
+            return parseFailed(app, error);
+        }
+        SContext context;
+        context.provider = line.provider;
+        context.progress = CProgress(line.verbose || isatty(STDERR_FILENO) == 1);
+        const SResult result = line.command(context);
+        writeOutput(line.output == "json" ? documentText(result.document) : result.text);
+        return static_cast<int>(EExit::OK);
+    } catch (const EFictl& error) {
+        return report(error, line);
+    } catch (const std::exception& error) {
+        return report(EFictl(EExit::INTERNAL, std::string("unexpected: ") + error.what(), "fictl snapshot list"), line);
+    }
+}
+
+}  // namespace fictl

@@ -1,0 +1,131 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
+
+#include "host/src/catalog.h"
+#include "host/src/commands.h"
+#include "host/src/error.h"
+#include "host/src/names.h"
+#include "host/src/record_document.h"
+#include "host/src/record_json.h"
+
+namespace fictl {
+
+namespace {
+
+[[noreturn]] void fail(const std::string& doing, const std::string& file)
+{
+    const std::string reason = std::error_code(errno, std::generic_category()).message();
+    throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
+}
+
+/// A file of our own making that is gone again unless it was kept: nobody ever sees half a document.
+class CNewFile
+{
+  public:
+    explicit CNewFile(const std::string& file) : m_file(file), m_part(file + ".part")
+    {
+        constexpr mode_t OWNER_ONLY = 0600;
+        m_descriptor = open(m_part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OWNER_ONLY);
+        if (m_descriptor < 0) fail("create", m_part);
+    }
+    ~CNewFile()
+    {
+        close(m_descriptor);
+        if (!m_kept) unlink(m_part.c_str());
+    }
+    CNewFile(const CNewFile&) = delete;
+    CNewFile& operator=(const CNewFile&) = delete;
+
+    void write(const std::string& text)
+    {
+        size_t done = 0;
+        while (done < text.size()) {
+            const ssize_t count = ::write(m_descriptor, text.data() + done, text.size() - done);
+            if (count < 0 && errno == EINTR) continue;
+            if (count <= 0) fail("write", m_part);
+            done += static_cast<size_t>(count);
+        }
+    }
+
+    void keep()
+    {
+        if (fsync(m_descriptor) != 0) fail("write", m_part);
+        if (std::rename(m_part.c_str(), m_file.c_str()) != 0) fail("create", m_file);
+        m_kept = true;
+    }
+
+  private:
+    std::string m_file;
+    std::string m_part;
+    int m_descriptor = -1;
+    bool m_kept = false;
+};
+
+// One byte more than allowed tells a text that is too long from one that just fits.
+std::string readAll(int descriptor, const std::string& what)
+{
+    std::string text;
+    char buffer[16384];
+    while (text.size() <= DOCUMENT_LIMIT) {
+        const size_t room = std::min(sizeof buffer, DOCUMENT_LIMIT + 1 - text.size());
+        const ssize_t count = read(descriptor, buffer, room);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) fail("read", what);
+        if (count == 0) break;
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    return text;
+}
+
+std::string readInput(const std::string& file)
+{
+    if (file == "-") return readAll(STDIN_FILENO, "standard input");
+    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) fail("open", file);
+    try {
+        std::string text = readAll(descriptor, file);
+        close(descriptor);
+        return text;
+    } catch (const EFictl&) {
+        close(descriptor);
+        throw;
+    }
+}
+
+}  // namespace
+
+SResult exportSnapshot(const std::string& name, const std::string& file)
+{
+    requireSnapshotName(name);
+    CCatalog catalog;
+    const SSnapshot snapshot = catalog.get(name);
+    const bool isWhole = snapshot.state == EState::COMPLETE || snapshot.state == EState::IMPORTED ||
+                         snapshot.state == EState::IMPORT_FAILED;
+    if (!isWhole) {
+        throw EFictl(EExit::STATE, "snapshot \"" + name + "\" is " + snapshot.shownState() + ": it cannot be exported",
+                     "fictl snapshot show " + name);
+    }
+    const std::string text = writeDocument(snapshot);
+    if (file.empty()) return {json::parse(text), text};
+    CNewFile out(file);
+    out.write(text);
+    out.keep();
+    return {{{"exported", {{"name", name}, {"file", file}}}},
+            "snapshot \"" + name + "\" is written to " + printable(file) + "\n"};
+}
+
+SResult receiveSnapshot(const std::string& file)
+{
+    SSnapshot snapshot = readDocument(readInput(file));
+    snapshot.owner = thisProcess();
+    CCatalog catalog;
+    catalog.insert(snapshot);
+    return {{{"snapshot", snapshotJson(snapshot)}}, "snapshot \"" + snapshot.name + "\" is received\n"};
+}
+
+}  // namespace fictl

@@ -1,0 +1,41 @@
+#include <set>
+
+#include "host/src/commands.h"
+#include "host/src/error.h"
+#include "host/src/names.h"
+
+namespace fictl {
+
+std::string SContext::providerFor(const SSnapshot& snapshot) const
+{
+    if (provider.empty()) return snapshot.provider;
+    const std::string given = CProviderLibrary::nameOf(provider);
+    if (given == snapshot.provider) return provider;
+    throw EFictl(
+        EExit::USAGE,
+        "snapshot \"" + snapshot.name + "\" was made by provider \"" + snapshot.provider + "\", not \"" + given + "\"",
+        "leave --provider away, or give the path of lib" + snapshot.provider + ".so");
+}
+
+void requireSnapshotName(const std::string& name)
+{
+    if (isSnapshotName(name)) return;
+    throw EFictl(EExit::USAGE, "\"" + printable(name) + "\" cannot be a snapshot's name",
+                 "use 1 to 128 letters, digits or ._:+@-, beginning with a letter or digit");
+}
+
+void requireDevices(const std::vector<std::string>& devices)
+{
+    constexpr size_t LONGEST = 4096;
+    std::set<std::string> seen;
+    for (const std::string& device : devices) {
+        if (device.empty() || device.size() > LONGEST || !isPlainText(device)) {
+            throw EFictl(EExit::USAGE, "\"" + printable(device) + "\" cannot be a device path");
+        }
+        if (!seen.insert(device).second) {
+            throw EFictl(EExit::USAGE, "device " + device + " is given twice", "give every device once");
+        }
+    }
+}
+
+}  // namespace fictl

@@ -1,0 +1,258 @@
+#include <algorithm>
+#include <optional>
+
+#include "host/src/catalog.h"
+#include "host/src/commands.h"
+#include "host/src/disposal.h"
+#include "host/src/error.h"
+#include "host/src/naming.h"
+#include "host/src/node_tree.h"
+#include "host/src/record_json.h"
+#include "host/src/signals.h"
+#include "host/src/snapshot_maker.h"
+
+namespace fictl {
+
+namespace {
+
+/// One run of "snapshot create": the record is built while the nodes are set up, entered as an intent right before the
+/// appliance is asked for anything, and settled with what make left behind.
+class CSnapshotCreation
+{
+  public:
+    CSnapshotCreation(const SContext& context, const SCreateRequest& request) : m_context(context), m_request(request)
+    {
+    }
+
+    SResult run()
+    {
+        refuseEarly();
+        m_context.progress.step("start provider");
+        m_provider.emplace(m_context.chosenProvider());
+        m_tree.emplace(*m_provider);
+        setUp();
+        SMakeResult made = make();
+        settle(made);
+        return result(made);
+    }
+
+  private:
+    void refuseEarly();
+    void setUp();
+    SMakeResult make();
+    void settle(const SMakeResult& made);
+    void markDevices(const SMakeResult& made);
+    void markMissing(const SMakeResult& made);
+    [[noreturn]] void nothingMade(const SMakeResult& made);
+    [[noreturn]] void partlyMade(const SMakeResult& made);
+    SResult result(const SMakeResult& made) const;
+    std::string quotedName() const { return "snapshot \"" + m_request.name + "\""; }
+
+    const SContext& m_context;
+    const SCreateRequest& m_request;
+    CCatalog m_catalog;
+    std::optional<CProvider> m_provider;
+    std::optional<CNodeTree> m_tree;
+    std::vector<CNode*> m_nodes;  // one for each device of the record, in the tree
+    SSnapshot m_record;
+};
+
+void CSnapshotCreation::refuseEarly()
+{
+    m_record.name = m_request.name;
+    m_record.owner = thisProcess();
+    m_record.origin = "created";
+    m_record.created = utcNow();
+    m_record.thaw = m_request.hooks.thaw;
+    m_record.checkpoint = naming::checkpointOfProcess(m_record.owner.pid);
+    if (m_catalog.has(m_request.name)) m_catalog.insert(m_record);  // refuses, saying what is there
+    // The checkpoint's name is made from the process id, which the system uses again after a while.
+    if (const std::optional<std::string> carrier = m_catalog.carrierOf(m_record.checkpoint)) {
+        throw EFictl(EExit::EXISTS,
+                     quotedName() + ": checkpoint " + m_record.checkpoint +
+                         " of this process is in use by snapshot \"" + *carrier + "\"; nothing was made",
+                     "run the command again: another process id gives another checkpoint");
+    }
+}
+
+void CSnapshotCreation::setUp()
+{
+    m_record.provider = m_provider->name();
+    for (const std::string& path : m_request.devices) {
+        stopPoint();
+        m_context.progress.step("set up " + path);
+        const SOffer offer = m_tree->offer(path);
+        if (!offer.claimed) {
+            throw EFictl(EExit::NOT_CLAIMED, "device " + path + ": " + offer.reason + "; nothing was made",
+                         "fictl device list " + path)
+                .withReport(m_provider->takeReport());
+        }
+        for (const SDevice& other : m_record.devices) {
+            if (other.node != offer.node) continue;
+            throw EFictl(EExit::USAGE,
+                         "devices " + other.source + " and " + path + " show the same LUN " + offer.serial,
+                         "give one of them");
+        }
+        CNode& node = m_tree->add(offer);
+        SDevice device;
+        device.source = path;
+        device.node = offer.node;
+        device.state = node.state();
+        device.state.checkPointName = m_record.checkpoint;
+        device.target = naming::targetDevice(m_record.provider, offer.serial, m_record.checkpoint);
+        device.made = EMade::UNKNOWN;
+        m_record.devices.push_back(std::move(device));
+        m_nodes.push_back(&node);
+    }
+}
+
+SMakeResult CSnapshotCreation::make()
+{
+    bool recorded = false;
+    const auto recordIntent = [this, &recorded] {
+        m_catalog.insert(m_record);
+        recorded = true;
+    };
+    CSnapshotMaker maker(*m_provider, m_context.progress, "fictl-" + m_request.name, m_nodes);
+    try {
+        return maker.run(m_request.hooks, recordIntent);
+    } catch (const EFictl&) {
+        // Nothing was asked of the appliance, so there is nothing to remember.
+        if (recorded) m_catalog.remove(m_request.name);
+        throw;
+    }
+}
+
+void CSnapshotCreation::markDevices(const SMakeResult& made)
+{
+    for (size_t i = 0; i < m_record.devices.size(); ++i) {
+        SDevice& device = m_record.devices[i];
+        if (!made.made.contains(device.node)) continue;
+        device.made = EMade::YES;
+        const auto target = made.targets.find(device.node);
+        if (target != made.targets.end()) device.target = target->second;
+        try {
+            device.state = m_nodes[i]->state();
+        } catch (const EFictl& error) {
+            // The copy is there and the record written before it names it well enough.
+            CProgress::warn(error.what());
+        }
+    }
+}
+
+// A provider makes the groups' checkpoints in order and stops at the first that fails: whether the appliance made that
+// one after all is not known, later ones were never asked for. A name that is taken is another snapshot's checkpoint,
+// which must never be disposed of here.
+void CSnapshotCreation::markMissing(const SMakeResult& made)
+{
+    std::set<GroupKey> missing;
+    for (const SDevice& device : m_record.devices) {
+        if (device.made != EMade::YES) missing.insert(device.group());
+    }
+    const bool isInOrder = made.status != OBZ_OK && !missing.empty();
+    for (SDevice& device : m_record.devices) {
+        if (device.made == EMade::YES) continue;
+        const bool wasAsked = !isInOrder || device.group() == *missing.begin();
+        device.made = wasAsked && !saysAlreadyThere(made.report) ? EMade::UNKNOWN : EMade::NO;
+    }
+}
+
+void CSnapshotCreation::settle(const SMakeResult& made)
+{
+    m_context.progress.step("record");
+    markDevices(made);
+    m_record.thaw = made.thawFailure.empty() ? "" : m_request.hooks.thaw;
+    const auto isMade = [](const SDevice& device) { return device.made == EMade::YES; };
+    if (made.status == OBZ_OK && std::all_of(m_record.devices.begin(), m_record.devices.end(), isMade)) {
+        m_record.state = EState::COMPLETE;
+        if (!made.thawFailure.empty()) m_record.message = "thaw command failed: " + made.thawFailure;
+        m_catalog.update(m_record);
+        return;
+    }
+    const bool isNothing = std::none_of(m_record.devices.begin(), m_record.devices.end(), isMade);
+    markMissing(made);
+    if (isNothing) nothingMade(made);
+    partlyMade(made);
+}
+
+void CSnapshotCreation::nothingMade(const SMakeResult& made)
+{
+    const std::string thaw = made.thawFailure.empty() ? "" : "; the thaw command failed: " + made.thawFailure;
+    m_record.state = EState::FAILED;
+    m_record.message = "the provider made no checkpoint (status " + std::to_string(made.status) + ")" + thaw;
+    m_catalog.update(m_record);
+    // The nodes go first: disposal sets up nodes of the same names.
+    m_nodes.clear();
+    m_tree.reset();
+    bool isClean = true;
+    for (const GroupKey& key : m_record.groupsToDispose()) {
+        for (const SDevice& device : m_record.devices) {
+            if (device.group() != key) continue;
+            m_context.progress.step("make sure that group " + groupText(key) + " keeps no checkpoint");
+            isClean = disposeGroup(*m_provider, device).confirmed && isClean;
+            break;
+        }
+    }
+    if (isClean) m_catalog.remove(m_record.name);
+    const std::string kept = isClean ? "; nothing is left on the appliance and nothing was recorded"
+                                     : "; whether the appliance made one is not known, so the record stays";
+    const bool isTaken = saysAlreadyThere(made.report);
+    throw EFictl(EExit::FAILED, quotedName() + ": " + m_record.message + kept,
+                 isClean ? (isTaken ? "run the command again: another process id gives another checkpoint"
+                                    : "mend what the appliance reports, then run the command again")
+                         : "fictl snapshot delete " + m_record.name)
+        .withReport(made.report);
+}
+
+void CSnapshotCreation::partlyMade(const SMakeResult& made)
+{
+    std::string yes;
+    std::string no;
+    for (const GroupKey& key : m_record.groups()) {
+        const bool isMade =
+            std::any_of(m_record.devices.begin(), m_record.devices.end(),
+                        [&key](const SDevice& device) { return device.group() == key && device.made == EMade::YES; });
+        std::string& list = isMade ? yes : no;
+        list += (list.empty() ? "" : ", ") + groupText(key);
+    }
+    m_record.state = EState::PARTIAL;
+    m_record.message = "made: group " + yes + "; not made: group " + no;
+    if (!made.thawFailure.empty()) m_record.message += "; thaw command failed: " + made.thawFailure;
+    m_catalog.update(m_record);
+    throw EFictl(EExit::PARTIAL,
+                 quotedName() + " is partial (status " + std::to_string(made.status) + "): " + m_record.message,
+                 "fictl snapshot delete " + m_record.name)
+        .withReport(made.report)
+        .about(m_record.name);
+}
+
+SResult CSnapshotCreation::result(const SMakeResult& made) const
+{
+    if (!made.thawFailure.empty()) {
+        throw EFictl(EExit::HOOK,
+                     quotedName() + " is complete, but the thaw command failed: " + made.thawFailure +
+                         "; the application may still be frozen",
+                     "thaw the application by hand")
+            .about(m_record.name);
+    }
+    json document = snapshotJson(m_record);
+    document["frozen_seconds"] = made.frozenSeconds;
+    const std::string text = quotedName() + " is complete: checkpoint " + m_record.checkpoint + " of " +
+                             std::to_string(m_record.devices.size()) + " devices in " +
+                             std::to_string(m_record.groups().size()) + " groups\n";
+    return {{{"snapshot", std::move(document)}}, text};
+}
+
+}  // namespace
+
+SResult createSnapshot(const SContext& context, const SCreateRequest& request)
+{
+    requireSnapshotName(request.name);
+    requireDevices(request.devices);
+    if (request.hooks.freeze.empty() != request.hooks.thaw.empty()) {
+        throw EFictl(EExit::USAGE, "--freeze and --thaw belong together", "give both, or neither");
+    }
+    return CSnapshotCreation(context, request).run();
+}
+
+}  // namespace fictl

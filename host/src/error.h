@@ -1,0 +1,53 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/src/appliance_report.h"
+#include "host/src/exit_codes.h"
+
+namespace fictl {
+
+/**
+ * What a command ends with when it cannot do its work: an exit code, a text that names the object, the appliance's own
+ * answers, and what the user can do next.
+ */
+class EFictl : public std::runtime_error
+{
+  public:
+    EFictl(EExit exit, const std::string& text, std::string next = {})
+        : std::runtime_error(text), m_exit(exit), m_next(std::move(next))
+    {
+    }
+    ~EFictl() override;
+    EFictl(const EFictl&) = default;
+    EFictl& operator=(const EFictl&) = default;
+
+    EFictl& withReport(SApplianceReport report)
+    {
+        m_report = std::move(report);
+        return *this;
+    }
+
+    /// Names the snapshot whose record belongs beside the error in a document.
+    EFictl& about(const std::string& snapshot)
+    {
+        m_snapshot = snapshot;
+        return *this;
+    }
+
+    EExit exit() const { return m_exit; }
+    const std::string& next() const { return m_next; }
+    const std::string& snapshot() const { return m_snapshot; }
+    const SApplianceReport& report() const { return m_report; }
+
+  private:
+    EExit m_exit;
+    std::string m_next;
+    std::string m_snapshot;
+    SApplianceReport m_report;
+};
+
+}  // namespace fictl

@@ -1,0 +1,41 @@
+#include "host/src/exit_codes.h"
+
+namespace fictl {
+
+namespace {
+
+constexpr SExitCode CODES[] = {
+    {EExit::OK, "ok", "done"},
+    {EExit::INTERNAL, "internal", "an error that fictl did not expect"},
+    {EExit::USAGE, "usage", "the command line is wrong"},
+    {EExit::NOT_FOUND, "not-found", "no snapshot of that name in the catalog"},
+    {EExit::EXISTS, "exists", "a snapshot of that name, or of this process's checkpoint, is in the catalog"},
+    {EExit::STATE, "state", "the snapshot's state does not allow it, or another fictl is at work on it"},
+    {EExit::PROVIDER, "provider", "the provider could not be loaded or started"},
+    {EExit::NOT_CLAIMED, "not-claimed", "a device is not served by the provider; nothing was done"},
+    {EExit::FAILED, "failed", "the provider or the appliance refused or failed"},
+    {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
+    {EExit::NOT_DELETED, "not-deleted", "a deletion was not confirmed by the appliance; the record stays"},
+    {EExit::CATALOG, "catalog", "the catalog could not be read or written"},
+    {EExit::HOOK, "hook", "a freeze or thaw command failed"},
+    {EExit::BAD_RECORD, "bad-record", "the document given to receive is not a snapshot's record"},
+    {EExit::IO, "io", "a file or the standard output could not be read or written"},
+    {EExit::STOPPED, "stopped", "stopped by a signal; the catalog is settled"},
+};
+
+}  // namespace
+
+std::span<const SExitCode> exitCodes()
+{
+    return CODES;
+}
+
+const char* exitName(EExit code)
+{
+    for (const SExitCode& entry : CODES) {
+        if (entry.code == code) return entry.name;
+    }
+    return "internal";
+}
+
+}  // namespace fictl

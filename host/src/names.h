@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace fictl {
+
+/// A snapshot's name: 1 to 128 letters, digits or "._:+@-", not beginning with "-" or ".".
+bool isSnapshotName(std::string_view name);
+/// A provider's name: 1 to 64 letters, digits or "_", not beginning with a digit.
+bool isProviderName(std::string_view name);
+/// Valid UTF-8 without control characters.
+bool isPlainText(std::string_view text);
+/// The text fit for a message: control characters and bytes that are not UTF-8 as \xNN.
+std::string printable(std::string_view text);
+
+}  // namespace fictl

@@ -1,0 +1,108 @@
+#include "host/src/record_json.h"
+
+#include "host/src/names.h"
+
+namespace fictl {
+
+namespace {
+
+const char* madeText(EMade made)
+{
+    switch (made) {
+        case EMade::NO:
+            return "no";
+        case EMade::YES:
+            return "yes";
+        case EMade::UNKNOWN:
+            break;
+    }
+    return "unknown";
+}
+
+json textOrNull(const std::string& text)
+{
+    return text.empty() ? json() : json(text);
+}
+
+json stateJson(const SNodeState& state)
+{
+    return {{"ApplianceType", state.applianceType},       {"ApplianceName", state.applianceName},
+            {"ConsistencyGroup", state.consistencyGroup}, {"TimeImage", state.timeImage},
+            {"CheckPointName", state.checkPointName},     {"SerialNo", state.serialNo}};
+}
+
+json deviceJson(const SDevice& device)
+{
+    return {{"source", device.source},
+            {"node", device.node},
+            {"serial", device.state.serialNo},
+            {"appliance", device.state.applianceName},
+            {"group", device.state.consistencyGroup},
+            {"checkpoint", device.state.checkPointName},
+            {"target", device.target},
+            {"made", madeText(device.made)},
+            {"import_path", textOrNull(device.importPath)},
+            {"node_state", stateJson(device.state)}};
+}
+
+json groupsJson(const SSnapshot& snapshot)
+{
+    json groups = json::array();
+    for (const GroupKey& key : snapshot.groups()) {
+        EMade made = EMade::NO;
+        for (const SDevice& device : snapshot.devices) {
+            if (device.group() == key && (made == EMade::NO || device.made == EMade::YES)) made = device.made;
+        }
+        groups.push_back({{"appliance", key.first}, {"group", key.second}, {"made", madeText(made)}});
+    }
+    return groups;
+}
+
+}  // namespace
+
+json summaryJson(const SSnapshot& snapshot)
+{
+    return {{"name", snapshot.name},          {"state", snapshot.shownState()},
+            {"provider", snapshot.provider},  {"origin", snapshot.origin},
+            {"created", snapshot.created},    {"checkpoint", snapshot.checkpoint},
+            {"groups", groupsJson(snapshot)}, {"device_count", snapshot.devices.size()}};
+}
+
+json snapshotJson(const SSnapshot& snapshot)
+{
+    json document = summaryJson(snapshot);
+    document["message"] = textOrNull(snapshot.message);
+    document["thaw_command"] = textOrNull(snapshot.thaw);
+    document["devices"] = json::array();
+    for (const SDevice& device : snapshot.devices) {
+        document["devices"].push_back(deviceJson(device));
+    }
+    return document;
+}
+
+json errorJson(const EFictl& error)
+{
+    json commands = json::array();
+    for (const SFailedCommand& failed : error.report().commands) {
+        commands.push_back({{"command", oneLine(failed.command)}, {"code", failed.code}, {"output", failed.output}});
+    }
+    return {
+        {"exit", static_cast<int>(error.exit())}, {"code", exitName(error.exit())}, {"message", error.what()},
+        {"next", textOrNull(error.next())},       {"commands", commands},           {"details", error.report().lines}};
+}
+
+std::string errorText(const EFictl& error)
+{
+    std::string text = "fictl: " + std::string(error.what()) + "\n";
+    for (const SFailedCommand& failed : error.report().commands) {
+        text += "  appliance command: " + printable(oneLine(failed.command)) + "\n";
+        text += "  answer (" + std::to_string(failed.code) + "): " + printable(oneLine(failed.output)) + "\n";
+    }
+    for (const std::string& line : error.report().lines) {
+        text += "  reported: " + printable(oneLine(line)) + "\n";
+    }
+    if (!error.next().empty()) text += "  next: " + error.next() + "\n";
+    return text;
+}
+
+}  // namespace fictl

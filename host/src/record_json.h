@@ -1,0 +1,19 @@
+#pragma once
+
+#include "host/src/appliance_report.h"
+#include "host/src/error.h"
+#include "host/src/result.h"
+#include "host/src/snapshot_record.h"
+
+namespace fictl {
+
+/// A record in full, as "snapshot show" gives it.
+json snapshotJson(const SSnapshot& snapshot);
+/// A record's line in "snapshot list".
+json summaryJson(const SSnapshot& snapshot);
+/// What went wrong: code, name of the code, message, next step, failed appliance commands, further lines.
+json errorJson(const EFictl& error);
+/// The same for a terminal.
+std::string errorText(const EFictl& error);
+
+}  // namespace fictl

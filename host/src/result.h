@@ -1,0 +1,27 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace fictl {
+
+using nlohmann::json;
+
+/// What a command writes to standard output: one of the two, as the user asked.
+struct SResult
+{
+    json document;
+    std::string text;
+};
+
+/// Rows of cells as lines of aligned columns; the first row is the heading. Control characters are made visible.
+std::string formatTable(const std::vector<std::vector<std::string>>& rows);
+
+/// Writes all of the text to standard output; throws EFictl (IO).
+void writeOutput(const std::string& text);
+
+/// The document's text: two blanks of indentation, a last newline, bytes that are not UTF-8 replaced.
+std::string documentText(const json& document);
+
+}  // namespace fictl

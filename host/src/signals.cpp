@@ -1,0 +1,47 @@
+#include "host/src/signals.h"
+
+#include <csignal>
+
+#include "host/src/error.h"
+
+namespace fictl {
+
+namespace {
+
+volatile std::sig_atomic_t g_stop = 0;
+
+extern "C" void onStop(int)
+{
+    g_stop = 1;
+}
+
+}  // namespace
+
+void installSignalHandling()
+{
+    struct sigaction action = {};
+    sigemptyset(&action.sa_mask);
+    // Restarting keeps the calls of a provider and of the runtime undisturbed; fictl asks for the flag at its safe
+    // points.
+    action.sa_flags = SA_RESTART;
+    action.sa_handler = onStop;
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        sigaction(signal, &action, nullptr);
+    }
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &action, nullptr);
+    action.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &action, nullptr);
+}
+
+bool stopRequested()
+{
+    return g_stop != 0;
+}
+
+void stopPoint()
+{
+    if (stopRequested()) throw EFictl(EExit::STOPPED, "stopped by a signal");
+}
+
+}  // namespace fictl
