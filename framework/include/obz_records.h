@@ -132,7 +132,7 @@ OBZ_STATIC_ASSERT(offsetof(obz_domain, combo_tail_reserved) == 80, "obz_domain.c
 OBZ_STATIC_ASSERT(offsetof(obz_domain, combos) == 88, "obz_domain.combos");
 OBZ_STATIC_ASSERT(offsetof(obz_domain, private_data) == 144, "obz_domain.private_data");
 OBZ_STATIC_ASSERT(offsetof(obz_domain, name) == 152, "obz_domain.name");
-OBZ_STATIC_ASSERT(sizeof(((obz_domain*)0)->value) == 4, "obz_domain.value is 32 bits wide");  // NOLINT
+OBZ_STATIC_ASSERT(offsetof(obz_domain, reserved4) == 4, "obz_domain.value is 32 bits wide");
 OBZ_STATIC_ASSERT(offsetof(obzx_objid, name) == 0, "obzx_objid.name");
 
 /* One entry of a snapshot request. */

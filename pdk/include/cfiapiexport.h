@@ -1,0 +1,65 @@
+#pragma once
+
+/*
+ * The 77 entry points of a provider. Exactly one source of a provider includes this header, after it has included its
+ * plug-in class and named itself and that class:
+ *
+ *   #include "providers/cdp/cdp_plugin.h"
+ *
+ *   #define FI_PROVIDER cdpfi
+ *   #define FI_PLUGIN_CLASS cdpfi::CCDPPlugin
+ *   #include "pdk/include/cfiapiexport.h"
+ *
+ * The plug-in class derives from CFiPluginBase and has a default constructor. What the entry points do, the host reads
+ * in obz_entry_points.h; the families below stand in the order of that header.
+ */
+
+#if !defined(FI_PROVIDER) || !defined(FI_PLUGIN_CLASS)
+#error "define FI_PROVIDER and FI_PLUGIN_CLASS before including cfiapiexport.h"
+#endif
+
+#include "framework/include/obz_entry_points.h"
+#include "framework/include/obzx_export.h"
+#include "pdk/include/cfientrycalls.h"
+#include "pdk/include/cfientryguard.h"
+#include "pdk/include/cfientrylifecycle.h"
+#include "pdk/include/cfientrysession.h"
+
+#define FI_PASTE_NAME(provider, op) provider##_fi_pgn_##op
+#define FI_EXPAND_NAME(provider, op) FI_PASTE_NAME(provider, op)
+#define FI_QUOTE_NAME(provider) #provider
+#define FI_EXPAND_TEXT(provider) FI_QUOTE_NAME(provider)
+
+/// Name of an entry point of this provider.
+#define FI_ENTRY(op) FI_EXPAND_NAME(FI_PROVIDER, op)
+/// Declares an entry point as the host sees it; a definition that differs does not compile.
+#define FI_DECLARE(op) OBZX_API obzx_fi_##op##_fn FI_ENTRY(op);
+
+FI_PRIVATE extern const ACE_String_Base<char> cfi_pgn_name_tstr(FI_EXPAND_TEXT(FI_PROVIDER));
+FI_PRIVATE extern const std::wstring cfi_pgn_name_wstr(L"" FI_EXPAND_TEXT(FI_PROVIDER));
+FI_PRIVATE extern const std::string cfi_pgn_name_str(FI_EXPAND_TEXT(FI_PROVIDER));
+
+namespace obzx_pdk_4_4 {
+
+extern "C" {
+OBZX_FI_ENTRY_POINTS(FI_DECLARE)
+}
+
+using CFiEntry = CFiEntryGuard<FI_PLUGIN_CLASS>;
+using CFiLifecycleCalls = CFiEntryLifecycle<FI_PLUGIN_CLASS>;
+using CFiSessionCalls = CFiEntrySession<FI_PLUGIN_CLASS>;
+using CFiSingleCalls = CFiEntryCalls<FI_PLUGIN_CLASS>;
+
+}  // namespace obzx_pdk_4_4
+
+// clang-format off: the families stand in the order of obz_entry_points.h
+#include "pdk/include/cfiapiexport_claim.h"
+#include "pdk/include/cfiapiexport_control.h"
+#include "pdk/include/cfiapiexport_dispose.h"
+#include "pdk/include/cfiapiexport_enumerate.h"
+#include "pdk/include/cfiapiexport_errors.h"
+#include "pdk/include/cfiapiexport_import.h"
+#include "pdk/include/cfiapiexport_nodes.h"
+#include "pdk/include/cfiapiexport_snapshot.h"
+#include "pdk/include/cfiapiexport_start.h"
+// clang-format on

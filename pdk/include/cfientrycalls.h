@@ -1,0 +1,49 @@
+#pragma once
+
+#include <ace/Guard_T.h>
+#include <ace/Recursive_Thread_Mutex.h>
+
+#include <cstring>
+
+#include "pdk/include/cfientryguard.h"
+#include "pdk/include/cfiobjctlargs.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Steps of the single calls that do more than pass their arguments on.
+template <class Plugin>
+struct FI_PRIVATE CFiEntryCalls
+{
+    /// The whole call, delayed initialisation included, runs under the plug-in's mutex. A provider that could not
+    /// finish its initialisation may still interpose.
+    static int32_t interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount)
+    {
+        const auto plugin = CFiContext::fetch<Plugin>();
+        if (!plugin) return 0;
+        const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(plugin->getMutex());
+        plugin->invokeDelayedInit();
+        return plugin->interpose(node, interposed, groups, groupCount);
+    }
+
+    /// The result says only whether the request reached the plug-in. Null outputs are not written.
+    static int32_t objctl(const char* name, char* request, char** reply, int64_t* status)
+    {
+        if (reply != nullptr) *reply = nullptr;
+        CFiObjctlArgs args;
+        args.importArgs(request);
+        const auto plugin = CFiContext::fetch<Plugin>();
+        if (!plugin) return OBZ_ERR_FAILED;
+        const int64_t outcome = plugin->objctl(ACE_String_Base<char>(name), args);
+        if (status != nullptr) *status = outcome;
+        return reply == nullptr ? OBZ_OK : CFiContext::ownStep([&] { return storeReply(args, reply); });
+    }
+
+  private:
+    static int32_t storeReply(const CFiObjctlArgs& args, char** reply)
+    {
+        *reply = strdup(args.exportArgs().c_str());  // the host frees it with free
+        return *reply == nullptr ? OBZ_ERR_FAILED : OBZ_OK;
+    }
+};
+
+}  // namespace obzx_pdk_4_4

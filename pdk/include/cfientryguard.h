@@ -1,0 +1,145 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <type_traits>
+
+#include "framework/include/cfipluginbase.h"
+#include "framework/include/cfitrace.h"
+#include "pdk/include/cficontextsingleton.h"
+#include "pdk/include/cfipluginname.h"
+
+namespace obzx_pdk_4_4 {
+
+/// Where an entry point stands, for its trace lines.
+struct SFiEntryPlace
+{
+    const char* function;
+    int32_t line;
+    const char* file;
+};
+
+/// Captures the place of the entry point that it is written in.
+#define FI_HERE (::obzx_pdk_4_4::SFiEntryPlace{__func__, __LINE__, __FILE__})
+
+/// The objects of this provider, fetched anew for each step of a call and given back right after it.
+struct FI_PRIVATE CFiContext
+{
+    template <class T>
+    static CFiSmartPtr<T, CFiContextSingletonAllocator<T>> fetch()
+    {
+        return CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(false);
+    }
+
+    template <class T>
+    static void end()
+    {
+        CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(true);
+    }
+
+    /// Calls an operation of the plug-in object; the status given when the object cannot be had.
+    template <class Plugin, class... Params>
+    static int32_t call(int32_t unreachable, int32_t (CFiPluginBase::*operation)(Params...),
+                        std::type_identity_t<Params>... args)
+    {
+        const auto plugin = fetch<Plugin>();
+        return plugin ? (plugin.get()->*operation)(args...) : unreachable;
+    }
+
+    /// Runs a step that is the glue's own, not the plug-in's: its failure is OBZ_ERR_FAILED.
+    template <class Step>
+    static int32_t ownStep(const Step& step)
+    {
+        try {
+            return step();
+        } catch (const std::exception&) {
+            return OBZ_ERR_FAILED;
+        }
+    }
+};
+
+/**
+ * What every entry point runs in: it traces entry and exit, and holds the checks that come before the operation, in the
+ * order in which they are written. The first check that fails fixes the status; nothing after it is done.
+ *
+ *   return CFiEntry(FI_HERE).gated().needing(node, parameters).call(&CFiPluginBase::config, node, ...);
+ *
+ * An exception of an operation passes through after the counted pointers and the tracer were given back.
+ */
+template <class Plugin>
+class FI_PRIVATE CFiEntryGuard
+{
+    static_assert(std::is_base_of_v<CFiPluginBase, Plugin>, "a plug-in class derives from CFiPluginBase");
+
+  public:
+    explicit CFiEntryGuard(const SFiEntryPlace& place)
+        : m_trace(CFiContext::fetch<CFiTraceLog>(), place.function, place.line, place.file)
+    {
+    }
+
+    /// The status for a null argument and for a plug-in object that cannot be had, where it is not the usual one.
+    CFiEntryGuard& failingWith(int32_t status)
+    {
+        m_nullStatus = m_unreachableStatus = status;
+        return *this;
+    }
+
+    /// Delayed initialisation; its failure gives OBZ_ERR_DELAYED_INIT.
+    CFiEntryGuard& gated()
+    {
+        if (m_refused) return *this;
+        const auto plugin = CFiContext::fetch<Plugin>();
+        if (!plugin || plugin->invokeDelayedInit() != 0) refuse(OBZ_ERR_DELAYED_INIT);
+        return *this;
+    }
+
+    /// Pointers that must not be null.
+    template <class... Pointers>
+    CFiEntryGuard& needing(const Pointers*... pointers)
+    {
+        if ((!pointers || ...)) refuse(m_nullStatus);
+        return *this;
+    }
+
+    /// Any other condition on the arguments.
+    CFiEntryGuard& requiring(bool condition)
+    {
+        if (!condition) refuse(OBZ_ERR_INVALID_ARG);
+        return *this;
+    }
+
+    /// Sets an output, which was checked before, to null.
+    template <class T>
+    CFiEntryGuard& clearing(T** output)
+    {
+        if (!m_refused) *output = nullptr;
+        return *this;
+    }
+
+    template <class... Params>
+    int32_t call(int32_t (CFiPluginBase::*operation)(Params...), std::type_identity_t<Params>... args) const
+    {
+        return m_refused ? *m_refused : CFiContext::call<Plugin>(m_unreachableStatus, operation, args...);
+    }
+
+    /// The same for an entry point with steps of its own.
+    template <class Steps>
+    int32_t run(const Steps& steps) const
+    {
+        return m_refused ? *m_refused : steps();
+    }
+
+  private:
+    void refuse(int32_t status)
+    {
+        if (!m_refused) m_refused = status;
+    }
+
+    CFiTraceLogFunction m_trace;
+    std::optional<int32_t> m_refused;
+    int32_t m_nullStatus = OBZ_ERR_INVALID_ARG;
+    int32_t m_unreachableStatus = OBZ_ERR_FAILED;
+};
+
+}  // namespace obzx_pdk_4_4
