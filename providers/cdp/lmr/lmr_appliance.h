@@ -1,0 +1,87 @@
+#pragma once
+
+#include <map>
+#include <vector>
+
+#include "providers/cdp/lmr/lmr_appliance_tool.h"
+#include "providers/cdp/lmr/lmr_consistencygroup.h"
+#include "providers/cdp/lmr/lmr_device_manager.h"
+#include "providers/cdp/lmr/lmr_group_index.h"
+#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/model/base_appliance.h"
+
+namespace cdpfi {
+
+/**
+ * One appliance server: reads its hosts and consistency groups through the appliance's shell and answers which group
+ * holds a device. All appliances share the runner of the shell and the device manager.
+ */
+class CLMRAppliance : public CBaseAppliance
+{
+  public:
+    CLMRAppliance();
+    explicit CLMRAppliance(const CString& name);
+    ~CLMRAppliance() override;
+
+    /// Sets the shared tools up and reads the inventory. A failed or malformed listing leaves what was read before it.
+    /// @throw EFiExecPipe when this host's disks cannot be listed
+    void initialize() override;
+    CString getName() override;
+    std::vector<CVolumePtr> getVolumeList() override;
+    std::vector<CTimeImagePtr> getTimeImageList() override;
+    std::vector<CConsistencyGroupPtr> getConsistencyGroupList() override;
+    long& manageStorage() override;
+    std::vector<CHostPtr> getHostList() override;
+    CString findLun(const CString& device) override;
+    CString getInterposeNodePrefix() override;
+    CString getSplitName() override;
+    CString getApplianceType() override;
+    CString getVersion() override;
+    CString getApplianceName(const CString& device) override;
+    std::vector<obzx_pdk_4_4::SFiFimInfo> getFims() override;
+    std::vector<obzx_pdk_4_4::CFiFim> getFimList() override;
+    bool interpose(const CString& device) override;
+    bool verify() override;
+    CConsistencyGroupPtr getAssociatedConsistencyGroup(const CString& device) override;
+    CConsistencyGroupPtr getConsistencyGroup(const CString& name) override;
+    bool importDevicePath(const CString& lun, CString& devicePath) override;
+
+    virtual std::vector<CString> getConsistencyGroupNameList();
+    virtual void generateHostList();
+    virtual void generateHostNameList();
+    void generateConsistencyGroupList();
+    void generateConsistencyGroupNameList();
+
+    // The tools that all appliances share; empty before the first one is initialised.
+    static const CLMRApplianceToolPtr& getCLMRApplianceToolSingletonPtr();
+    static void setCLMRApplianceToolSingletonPtr(const CLMRApplianceToolPtr& tool);
+    static const CLMRDeviceManagerPtr& getCLMRDeviceManagerSingletonPtr();
+    static void setCLMRDeviceManagerSingletonPtr(const CLMRDeviceManagerPtr& manager);
+
+  private:
+    bool loadGroup(const CString& name);
+    bool storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines);
+    void traceLun(const SLMRGroupLun& lun) const;
+    bool traceStop(const SLMRGroupListing& listing) const;
+    CConsistencyGroupPtr walkGroups(const CString& deviceId) const;
+    bool walkDevices(const CLMRConsistencyGroup& group, const CString& deviceId) const;
+
+    static CLMRApplianceToolPtr m_CLMRApplianceToolSingletonPtr;
+    static CLMRDeviceManagerPtr m_CLMRDeviceManagerSingletonPtr;
+
+    using CGroupPtr = obzx_pdk_4_4::CFiSmartPtr<CLMRConsistencyGroup>;
+
+    CString m_name;
+    std::vector<CVolumePtr> m_volumeList;
+    std::map<CString, CConsistencyGroupPtr> m_groupMap;
+    std::vector<CGroupPtr> m_groupList;  // in the order of the names
+    std::vector<CString> m_groupNameList;
+    std::vector<CHostPtr> m_hostList;
+    std::map<CString, CHostPtr> m_hostMap;
+    std::vector<CString> m_hostNameList;
+    std::vector<CTimeImagePtr> m_timeImageList;
+    long m_storage = 0;
+    CLMRGroupIndex m_groupIndex;  // refers to the groups of the list
+};
+
+}  // namespace cdpfi

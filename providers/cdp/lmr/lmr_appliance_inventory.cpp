@@ -1,0 +1,153 @@
+// How an appliance reads its hosts and consistency groups.
+
+#include "providers/cdp/lmr/lmr_appliance.h"
+#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+using namespace obzx_pdk_4_4;
+
+std::vector<CString> CLMRAppliance::getConsistencyGroupNameList()
+{
+    return m_groupNameList;
+}
+
+void CLMRAppliance::generateHostNameList()
+{
+    m_hostNameList.clear();
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_name, lmr_commands::listHosts(), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+        return;
+    }
+    m_hostNameList = parseHostNames(lines);
+}
+
+void CLMRAppliance::generateHostList()
+{
+    generateHostNameList();
+    m_hostList.clear();
+    m_hostMap.clear();
+    for (const CString& name : m_hostNameList) {
+        std::vector<std::string> lines;
+        const int result = sendCommand(*this, m_name, lmr_commands::showHost(name), lines);
+        trace(TRACE_DETAIL, "CLMRApplianceToolCS::instance()->execLMSH Command returned %d", result);
+        if (result != 0) {
+            trace(TRACE_FAILURE, "Failed to execute command");
+            return;
+        }
+        trace(TRACE_DETAIL, "Creating new object for host");
+        CHostPtr host(new CLMRHost(name));
+        host->registerTraceLog(m_traceLog);
+        m_hostList.push_back(host);
+        m_hostMap[name] = host;
+    }
+}
+
+void CLMRAppliance::generateConsistencyGroupNameList()
+{
+    m_groupNameList.clear();
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_name, lmr_commands::listGroups(), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+        return;
+    }
+    for (const std::string& line : lines) {
+        std::string_view name;
+        if (parseGroupName(line, name)) {
+            m_groupNameList.push_back(toCString(name));
+            trace(TRACE_INFO, "CLMRAppliance::generateConsistencyGroupNameList - Found consistency group [%s]", name);
+        } else {
+            trace(TRACE_INFO,
+                  "CLMRAppliance::generateConsistencyGroupNameList - Skipping line [%s] which is not in correct format",
+                  line);
+        }
+    }
+}
+
+void CLMRAppliance::generateConsistencyGroupList()
+{
+    generateConsistencyGroupNameList();
+    m_groupIndex.clear();  // before the groups that it refers to
+    m_groupList.clear();
+    m_groupMap.clear();
+    for (const CString& name : m_groupNameList) {
+        if (!loadGroup(name)) return;
+    }
+}
+
+/// False when the walk over the groups is to stop here.
+bool CLMRAppliance::loadGroup(const CString& name)
+{
+    trace(TRACE_DETAIL, "CLMRAppliance::generateConsistencyGroupList - Working with CG %s", name);
+    std::vector<std::string> lines;
+    const int result = sendCommand(*this, m_name, lmr_commands::showGroup(name), lines);
+    trace(TRACE_DETAIL, "CLMRApplianceToolCS::instance()->execLMSH Command returned %d", result);
+    if (result != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+        return false;
+    }
+    trace(TRACE_DETAIL, "Creating new object for consistency group");
+    const CGroupPtr group(new CLMRConsistencyGroup());
+    group->setName(name);
+    group->setAppliance(m_name);
+    group->registerTraceLog(m_traceLog);
+    m_groupList.push_back(group);
+    m_groupMap[name] = group;
+    m_groupIndex.append(*group);
+
+    trace(TRACE_DETAIL, "Printing the command output");
+    for (const std::string& line : lines)
+        trace(TRACE_DETAIL, "LMR line = [%s]", line);
+    return storeDevices(*group, lines);
+}
+
+bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines)
+{
+    const SLMRGroupListing listing = parseGroup(lines);
+    if (listing.result == EGroupListing::NO_PROTECTED) {
+        trace(TRACE_FAILURE, "Invalid output could not find Protected LUNS section");
+        return false;
+    }
+    if (!listing.hasMonitor) trace(TRACE_INFO, "Could not find monitor LUNs section");
+    if (listing.result == EGroupListing::NO_PERMISSION) {
+        trace(TRACE_FAILURE, "Invalid output could not find Permission section");
+        return false;
+    }
+    if (listing.result == EGroupListing::NO_STILLMARK) {
+        trace(TRACE_FAILURE, "Invalid output could not find Stillmark LUNs section");
+        return false;
+    }
+    trace(TRACE_DETAIL,
+          "Found all the sections for consistency group strPosProtectedLUNS = [%d], strPosProtectedLUNS_END = [%d]",
+          listing.begin, listing.end);
+    group.reserveDevices(listing.luns.size());
+    for (const SLMRGroupLun& lun : listing.luns) {
+        traceLun(lun);
+        group.addDevice(toCString(lun.device), toCString(lun.serial));
+    }
+    return traceStop(listing);
+}
+
+void CLMRAppliance::traceLun(const SLMRGroupLun& lun) const
+{
+    trace(TRACE_DETAIL, "Found device name as [%s]", lun.device);
+    trace(TRACE_DETAIL, "Found device serial number as [%s]", lun.serial);
+    trace(TRACE_INFO, "Found Device name as [%s] with serial number [%s].", lun.device, lun.serial);
+}
+
+/// True when the listing was read to its end; else tells why not.
+bool CLMRAppliance::traceStop(const SLMRGroupListing& listing) const
+{
+    if (listing.result == EGroupListing::BAD_DEVICE) {
+        trace(TRACE_FAILURE, "Invalid output cound not get device data in line [%s]", listing.badLine);
+    } else if (listing.result == EGroupListing::BAD_SERIAL) {
+        trace(TRACE_DETAIL, "Found device name as [%s]", listing.badDevice);
+        trace(TRACE_FAILURE, "Invalid output cound not get device serial info");
+    }
+    return listing.result == EGroupListing::COMPLETE;
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,81 @@
+#include "providers/cdp/lmr/lmr_appliance_tool.h"
+
+#include <cstdio>
+#include <fstream>
+
+#include "framework/include/cfiexecpipe.h"
+#include "framework/include/cfiplatformerror.h"
+#include "framework/include/cfistringtool.h"
+#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+using namespace obzx_pdk_4_4;
+
+namespace {
+
+constexpr int NOT_STARTED = -1;
+constexpr unsigned long TIME_OUT_SECONDS = 600;
+
+}  // namespace
+
+int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, std::vector<std::string>& lines)
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "execLMSH", __LINE__, __FILE__);
+    CFiExecPipePosix pipe(1);
+    pipe.registerTraceLog(m_traceLog);
+    lines.clear();
+    if (!isSendable(server, command)) return NOT_STARTED;
+    trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
+
+    const std::string script = CFiPlatformError::getTempFileName(nullptr, nullptr);
+    writeScript(script, server, command);
+    const std::string commandLine =
+        '"' + CFiStringTool::tstr2str(m_shell.path) + CFiStringTool::tstr2str(m_shell.name) + '"';
+    const int result = pipe.Exec(commandLine, lines, script, TIME_OUT_SECONDS, "", "", "");
+    if (result == EXEC_FAILED) {
+        if (isTraceEnabled(TRACE_INVALID)) {
+            trace(TRACE_INVALID, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command,
+                  pipe.getError().code, joinTexts(lines, ""));
+        }
+        std::remove(script.c_str());
+        return result;
+    }
+    std::remove(script.c_str());
+    if (isTraceEnabled(TRACE_DETAIL)) {
+        for (size_t i = 0; i < lines.size(); ++i)
+            trace(TRACE_DETAIL, "Line [%d] = [%s]", i, lines[i]);
+    }
+    return result;
+}
+
+bool CLMRApplianceTool::isSendable(const CString& server, const CString& command) const
+{
+    if (server.is_empty()) {
+        trace(TRACE_FAILURE, "CLMRApplianceTool::execLMSH - No server is specified");
+        return false;
+    }
+    if (command.is_empty()) {
+        trace(TRACE_FAILURE, "CLMRApplianceTool::execLMSH - No command is specified");
+        return false;
+    }
+    if (!isSendableName(server)) {
+        trace(TRACE_INVALID,
+              "CLMRApplianceTool::execLMSH - Server name [%s] holds a double quote or a control character", server);
+        return false;
+    }
+    return true;
+}
+
+void CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
+{
+    std::ofstream script(file, std::ios::out | std::ios::trunc);
+    // The run goes on without a script: the shell then fails on its empty input, and its answer tells the rest.
+    if (!script) trace(TRACE_FAILURE, "Failed to open file [%s].", file);
+    script << "server " << viewOf(server) << std::endl;
+    script << viewOf(command) << std::endl;
+    script << "exit" << std::endl;
+}
+
+}  // namespace cdpfi

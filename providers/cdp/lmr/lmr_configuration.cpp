@@ -1,0 +1,52 @@
+#include "providers/cdp/lmr/lmr_configuration.h"
+
+#include "pdk/include/cfipluginname.h"
+
+namespace cdpfi {
+
+using obzx_pdk_4_4::CFiTraceLogFunction;
+
+namespace {
+
+constexpr const char* SECTION = "LMR_CLI_CONFIG";
+constexpr int READ_ONLY = 1;
+
+}  // namespace
+
+CLMRConfiguration::CLMRConfiguration(const obzx_pdk_4_4::CFiTraceLogPtr& traceLog)
+    : CFiConfiguration(cfi_pgn_name_tstr), m_traceLog(traceLog)
+{
+}
+
+SLMRCliPath CLMRConfiguration::importlmshPathInfo()
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "importlmshPathInfo", __LINE__, __FILE__);
+    return readTool("LMR_LMSH_PATH", "LMR_LMSH_NAME", {"lmsh", "/opt/QXPKlm/bin/"});
+}
+
+SLMRCliPath CLMRConfiguration::importkforUtilPathInfo()
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "importkforUtilPathInfo", __LINE__, __FILE__);
+    return readTool("LMR_KFORUTIL_PATH", "LMR_KFORUTIL_NAME", {"kforutil", "/usr/sbin/"});
+}
+
+SLMRCliPath CLMRConfiguration::readTool(const char* pathKey, const char* nameKey, const SLMRCliPath& defaults)
+{
+    SLMRCliPath tool;
+    bool pathMissing = true;
+    bool nameMissing = true;
+    try {
+        ACE_Configuration_Section_Key section;
+        if (openSection(SECTION, section, READ_ONLY) == 0) {
+            pathMissing = getStringValue(pathKey, tool.path) != 0;
+            nameMissing = getStringValue(nameKey, tool.name) != 0;
+            if (tool.path.is_empty() || tool.path[tool.path.length() - 1] != '/') tool.path += '/';
+        }
+    } catch (...) {  // a store that cannot be read is as good as one without the values
+    }
+    if (pathMissing) tool.path = defaults.path;
+    if (nameMissing) tool.name = defaults.name;
+    return tool;
+}
+
+}  // namespace cdpfi

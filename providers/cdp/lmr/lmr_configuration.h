@@ -1,0 +1,33 @@
+#pragma once
+
+#include "framework/include/cficonfiguration.h"
+#include "framework/include/cfitrace.h"
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+/// An external tool: the full program path is the directory followed directly by the name.
+struct SLMRCliPath
+{
+    CString name;  ///< file name
+    CString path;  ///< directory, ends in "/"
+};
+
+/// Reads where the tools are from the provider's configuration store. Made for one lookup and dropped.
+class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
+{
+  public:
+    explicit CLMRConfiguration(const obzx_pdk_4_4::CFiTraceLogPtr& traceLog);
+
+    /// Where the appliance's shell is; never fails: what is not set has its default.
+    SLMRCliPath importlmshPathInfo();
+    /// The same for the disk utility of this host.
+    SLMRCliPath importkforUtilPathInfo();
+
+  private:
+    SLMRCliPath readTool(const char* pathKey, const char* nameKey, const SLMRCliPath& defaults);
+
+    obzx_pdk_4_4::CFiTraceLogPtr m_traceLog;
+};
+
+}  // namespace cdpfi

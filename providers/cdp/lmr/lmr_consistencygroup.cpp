@@ -1,0 +1,273 @@
+#include "providers/cdp/lmr/lmr_consistencygroup.h"
+
+#include <string>
+
+#include "providers/cdp/lmr/lmr_appliance.h"
+#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_device_manager.h"
+#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/lmr_timeimage.h"
+#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+
+namespace cdpfi {
+
+using namespace obzx_pdk_4_4;
+
+std::vector<SCDPDeviceInfo> CLMRConsistencyGroup::getDeviceList()
+{
+    return m_devices;
+}
+
+void CLMRConsistencyGroup::addDevice(const CString& device, const CString& serial)
+{
+    m_devices.push_back({device, serial});
+    if (m_index != nullptr) m_index->deviceAdded(m_position, static_cast<uint32_t>(m_devices.size() - 1));
+}
+
+std::vector<CVolumePtr> CLMRConsistencyGroup::getVolList()
+{
+    return m_volumes;
+}
+
+CString CLMRConsistencyGroup::insertCheckPoint(CString /*checkpoint*/, CString /*timeImage*/)
+{
+    return {};
+}
+
+std::vector<CString> CLMRConsistencyGroup::enumerateCheckPoint()
+{
+    return {};
+}
+
+int CLMRConsistencyGroup::createCheckPoint(const CString& name)
+{
+    const SLMRCommand command = lmr_commands::createCheckPoint(name, m_name);
+    std::vector<std::string> lines;
+    const int result = sendCommand(*this, m_applianceName, command, lines);
+    if (result != 0) trace(TRACE_FAILURE, "Failed to execute command [%s]", command.m_text);
+    return result;
+}
+
+CTimeImagePtr CLMRConsistencyGroup::createTimeImage(const CString& name, const CString& checkpoint, CHostPtr host)
+{
+    if (!host) {
+        trace(TRACE_INVALID, "CLMRConsistencyGroup::createTimeImage - no host for time image [%s]", name);
+        return {};
+    }
+    const SLMRCommand command = lmr_commands::createTimeImage(name, m_name, checkpoint, host->getName());
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, command, lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command [%s]", command.m_text);
+        return {};
+    }
+    trace(TRACE_INFO, "Map count before adding [%d]", m_timeImages.size());
+    printMap(m_timeImages);
+    m_checkPoints[checkpoint] = name;
+    CTimeImagePtr image = createTimeImageObject(name);
+    if (!image) {
+        trace(TRACE_FAILURE, "Could not create time image object");
+        return image;
+    }
+    trace(TRACE_INFO, "Adding TI [%s] object for [%s]", name, checkpoint);
+    m_timeImages[name] = image;
+    trace(TRACE_INFO, "Map count after adding [%d]", m_timeImages.size());
+    printMap(m_timeImages);
+    return image;
+}
+
+void CLMRConsistencyGroup::restoreCurrentStore(std::tm /*time*/) {}
+
+int CLMRConsistencyGroup::deleteTimeImage(CString name)
+{
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, lmr_commands::deleteTimeImage(name, m_name), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+    }
+    m_timeImages.erase(name);
+    for (auto entry = m_checkPoints.begin(); entry != m_checkPoints.end(); ++entry) {
+        if (entry->second != name) continue;
+        trace(TRACE_INFO,
+              "Erasing the following entry from the checkpoint to TimeImage Map. checkpoing name = [%s], time image "
+              "name = [%s]",
+              entry->first, entry->second);
+        m_checkPoints.erase(entry);
+        break;
+    }
+    return 0;
+}
+
+int CLMRConsistencyGroup::deleteCheckPoint(CString name)
+{
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, lmr_commands::deleteCheckPoint(name, m_name), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+    }
+    m_checkPoints.erase(name);
+    return 0;
+}
+
+void CLMRConsistencyGroup::setName(CString name)
+{
+    m_name = name;
+    if (m_index != nullptr) m_index->groupRenamed();
+}
+
+void CLMRConsistencyGroup::setAppliance(const CString& applianceName)
+{
+    m_applianceName = applianceName;
+}
+
+CString CLMRConsistencyGroup::getName()
+{
+    return m_name;
+}
+
+void CLMRConsistencyGroup::populateTimeImageInformation()
+{
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, lmr_commands::listTimeImages(m_name), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+        return;
+    }
+    if (isEmptyTimeImageList(lines)) {
+        trace(TRACE_INFO, "There are no timeimages for [%s]", m_name);
+        return;
+    }
+    for (const std::string& line : lines) {
+        std::string_view piece;
+        if (!parseTimeImageName(line, piece)) continue;
+        const CString name = toCString(piece);
+        const CTimeImagePtr image = createTimeImageObject(name);
+        printMap(m_timeImages);
+        m_timeImages[name] = image;
+    }
+}
+
+CTimeImagePtr CLMRConsistencyGroup::getAssociatedTimeImage(const CString& device)
+{
+    const CString serial = serialOfDevice(device);
+    trace(TRACE_INFO, "Map count while browsing [%d]", m_timeImages.size());
+    for (const auto& entry : m_timeImages) {
+        const CTimeImagePtr& image = entry.second;
+        if (!image) continue;  // an image whose listing could not be read has nothing to look at
+        trace(TRACE_INFO, "CLMRConsistencyGroup::getAssociatedTimeImage - Checking with time image [%s]",
+              image->getName());
+        for (const auto& [source, target] : image->getTargetDeviceMap()) {
+            trace(TRACE_INFO,
+                  "CLMRConsistencyGroup::getAssociatedTimeImage - Checking with target volume [%s] for device [%s].",
+                  target, serial);
+            if (target != serial) continue;
+            // The line has always been written without its device.
+            trace(TRACE_INFO,
+                  "CLMRConsistencyGroup::getAssociatedTimeImage - Match found with target volume [%s] for device "
+                  "[%s].",
+                  target);
+            return image;
+        }
+    }
+    return {};
+}
+
+CTimeImagePtr CLMRConsistencyGroup::getTimeImage(const CString& name)
+{
+    const auto entry = m_timeImages.find(name);
+    return entry == m_timeImages.end() ? CTimeImagePtr() : entry->second;
+}
+
+CTimeImagePtr CLMRConsistencyGroup::getTimeImageFromCheckPoint(const CString& checkpoint)
+{
+    const auto entry = m_checkPoints.find(checkpoint);
+    return entry == m_checkPoints.end() ? CTimeImagePtr() : getTimeImage(entry->second);
+}
+
+void CLMRConsistencyGroup::mapHost(CHostPtr host)
+{
+    if (!host) {
+        trace(TRACE_INVALID, "CLMRConsistencyGroup::mapHost - no host for [%s]", m_name);
+        return;
+    }
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, lmr_commands::permitGroup(m_name, host->getName()), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+    }
+}
+
+void CLMRConsistencyGroup::unmapHost(CHostPtr host)
+{
+    if (!host) {
+        trace(TRACE_INVALID, "CLMRConsistencyGroup::unmapHost - no host for [%s]", m_name);
+        return;
+    }
+    std::vector<std::string> lines;
+    if (sendCommand(*this, m_applianceName, lmr_commands::forbidGroup(m_name, host->getName()), lines) != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+    }
+}
+
+CLMRConsistencyGroup::CTimeImageMap CLMRConsistencyGroup::getTimeImageList()
+{
+    return m_timeImages;
+}
+
+CTimeImagePtr CLMRConsistencyGroup::createTimeImageObject(const CString& name)
+{
+    std::vector<std::string> lines;
+    const int result = sendCommand(*this, m_applianceName, lmr_commands::showTimeImage(name, m_name), lines);
+    trace(TRACE_DETAIL, "CLMRApplianceToolCS::instance()->execLMSH Command returned %d", result);
+    if (result != 0) {
+        trace(TRACE_FAILURE, "Failed to execute command");
+        return {};
+    }
+    CTimeImagePtr image(new CLMRTimeImage(name));
+    image->setApplianceName(m_applianceName);
+    image->registerTraceLog(m_traceLog);
+    return fillTimeImage(*image, lines) ? image : CTimeImagePtr();
+}
+
+void CLMRConsistencyGroup::printMap(const CTimeImageMap& images) const
+{
+    if (!isTraceEnabled(TRACE_INFO)) return;
+    trace(TRACE_INFO, "Map count while printing is [%d]", images.size());
+    for (const auto& [name, image] : images) {
+        trace(TRACE_INFO, "printMap - Printing data for time image %s", name);
+        if (!image) continue;
+        for (const auto& [source, target] : image->getTargetDeviceMap()) {
+            trace(TRACE_INFO, "printMap - Found target volume [%s] for [%s]", target, source);
+        }
+    }
+}
+
+void CLMRConsistencyGroup::attachIndex(CLMRGroupIndex* index, uint32_t position)
+{
+    m_index = index;
+    m_position = position;
+}
+
+CString CLMRConsistencyGroup::serialOfDevice(const CString& device) const
+{
+    if (!viewOf(device).starts_with("/dev/")) return device;
+    const CLMRDeviceManagerPtr& devices = CLMRAppliance::getCLMRDeviceManagerSingletonPtr();
+    return devices ? devices->serialOf(device) : CString();
+}
+
+bool CLMRConsistencyGroup::fillTimeImage(CBaseTimeImage& image, const std::vector<std::string>& lines) const
+{
+    const SLMRImageListing listing = parseTimeImage(lines);
+    if (listing.result == EImageListing::NO_LUNS) {
+        trace(TRACE_FAILURE, "Invalid output could not find TimeImage LUNS section [%s] ", joinTexts(lines, ""));
+        return false;
+    }
+    for (const SLMRImageLun& lun : listing.luns) {
+        trace(TRACE_DETAIL, "Found device [%s] with ID [%s] and target device [%s] with ID [%s]", lun.sourceDevice,
+              lun.sourceSerial, lun.targetDevice, lun.targetSerial);
+        image.addDeviceEntry(toCString(lun.sourceSerial), toCString(lun.targetSerial));
+    }
+    if (listing.result == EImageListing::BAD_LUN) {
+        trace(TRACE_FAILURE, "Invalid output cound not get device data. Found data as  [%s]",
+              joinTexts(listing.badPieces, " , "));
+        return false;
+    }
+    return true;
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include "providers/cdp/lmr/lmr_group_index.h"
+#include "providers/cdp/model/base_consistencygroup.h"
+
+namespace cdpfi {
+
+/**
+ * A consistency group of an appliance: turns what the provider asks for into commands of the appliance's shell, and
+ * keeps which checkpoint became which time image. Takes no lock: one thread at a time changes a group.
+ */
+class CLMRConsistencyGroup : public CBaseConsistencyGroup
+{
+  public:
+    using CTimeImageMap = std::map<CString, CTimeImagePtr>;
+
+    std::vector<SCDPDeviceInfo> getDeviceList() override;
+    void addDevice(const CString& device, const CString& serial) override;
+    std::vector<CVolumePtr> getVolList() override;
+    CString insertCheckPoint(CString checkpoint, CString timeImage) override;  ///< does nothing
+    std::vector<CString> enumerateCheckPoint() override;                       ///< nothing
+    int createCheckPoint(const CString& name) override;
+    CTimeImagePtr createTimeImage(const CString& name, const CString& checkpoint, CHostPtr host) override;
+    void restoreCurrentStore(std::tm time) override;  ///< does nothing
+    int deleteTimeImage(CString name) override;
+    int deleteCheckPoint(CString name) override;
+    void setName(CString name) override;
+    void setAppliance(const CString& applianceName) override;
+    CString getName() override;
+    void populateTimeImageInformation() override;
+    CTimeImagePtr getAssociatedTimeImage(const CString& device) override;
+    CTimeImagePtr getTimeImage(const CString& name) override;
+    CTimeImagePtr getTimeImageFromCheckPoint(const CString& checkpoint) override;
+    void mapHost(CHostPtr host) override;
+    void unmapHost(CHostPtr host) override;
+    CTimeImageMap getTimeImageList() override;
+
+    /// Asks the appliance for a time image; empty when it has none of that name or its listing is malformed. The image
+    /// is not entered into the group's map.
+    virtual CTimeImagePtr createTimeImageObject(const CString& name);
+
+    void printMap(const CTimeImageMap& images) const;
+
+    // For the appliance that owns the group, without copies.
+    const CString& name() const { return m_name; }
+    const std::vector<SCDPDeviceInfo>& devices() const { return m_devices; }
+    void reserveDevices(size_t count) { m_devices.reserve(count); }
+    /// The index to tell of changes, and the group's position in it; null for none.
+    void attachIndex(CLMRGroupIndex* index, uint32_t position);
+
+  private:
+    CString serialOfDevice(const CString& device) const;
+    bool fillTimeImage(CBaseTimeImage& image, const std::vector<std::string>& lines) const;
+
+    CString m_name;
+    CString m_applianceName;
+    std::vector<SCDPDeviceInfo> m_devices;
+    std::vector<CVolumePtr> m_volumes;
+    CTimeImageMap m_timeImages;
+    std::map<CString, CString> m_checkPoints;  // checkpoint to time image
+    CLMRGroupIndex* m_index = nullptr;
+    uint32_t m_position = 0;
+};
+
+}  // namespace cdpfi

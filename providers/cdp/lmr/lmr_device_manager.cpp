@@ -1,0 +1,138 @@
+#include "providers/cdp/lmr/lmr_device_manager.h"
+
+#include "framework/include/cfistringtool.h"
+#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_disk_listing.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+using namespace obzx_pdk_4_4;
+
+namespace {
+
+constexpr unsigned long TIME_OUT_SECONDS = 600;
+constexpr size_t LINES_WITHOUT_DISKS = 2;
+
+}  // namespace
+
+void CLMRDeviceManager::rescan()
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "rescan", __LINE__, __FILE__);
+    const std::string commandLine = lmr_utility::discover(program());
+    CFiExecPipePosix pipe(1);
+    std::vector<std::string> lines;
+    const int result = runUtility(pipe, commandLine, lines);
+    if (result == EXEC_OK) return;
+    if (result == EXEC_FAILED) {
+        // "%l" takes no argument: the line shows it as it stands.
+        trace(TRACE_FAILURE, "CLMRDeviceManager::rescan - CLI Command [%s] failed with error [%l].", commandLine);
+    }
+    traceOutput(lines);
+}
+
+void CLMRDeviceManager::refresh(bool discover)
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "refresh", __LINE__, __FILE__);
+    if (discover) rescan();
+    const std::string commandLine = lmr_utility::listDisks(program());
+    CFiExecPipePosix pipe(1);
+    std::vector<std::string> lines;
+    const int result = runUtility(pipe, commandLine, lines);
+    if (result != EXEC_OK) {
+        if (result == EXEC_FAILED) {
+            // "%l" takes no argument: the line shows it as it stands.
+            trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - CLI Command [%s] failed with error [%l].", commandLine);
+        }
+        traceOutput(lines);
+        throw EFiExecPipe(pipe.getError());
+    }
+    const std::lock_guard<std::mutex> lock(m_lunMapLock);
+    if (lines.size() <= LINES_WITHOUT_DISKS) {
+        trace(TRACE_INFO, "CLMRDeviceManager::refresh - No device ID information found");
+        m_lunMap.clear();
+        return;
+    }
+    readListing(lines);
+}
+
+CString CLMRDeviceManager::serialOf(const CString& path)
+{
+    const std::lock_guard<std::mutex> lock(m_lunMapLock);
+    return m_lunMap.serialOf(path);
+}
+
+bool CLMRDeviceManager::firstPathOf(const CString& serial, CString& path)
+{
+    const std::lock_guard<std::mutex> lock(m_lunMapLock);
+    const CString* found = m_lunMap.firstPathOf(serial);
+    if (found == nullptr) return false;
+    path = *found;
+    return true;
+}
+
+CLMRLunMap CLMRDeviceManager::getLunMap()
+{
+    const std::lock_guard<std::mutex> lock(m_lunMapLock);
+    return m_lunMap.map();
+}
+
+int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& commandLine,
+                                  std::vector<std::string>& lines)
+{
+    // A rescan uses the words of the refresh that it belongs to.
+    trace(TRACE_INFO, "CLMRDeviceManager::refresh - Command going to execute is :[%s]", commandLine);
+    pipe.registerTraceLog(m_traceLog);
+    const int result = pipe.Exec(commandLine, lines, "", TIME_OUT_SECONDS, "", "", "");
+    trace(TRACE_INFO, "CLMRDeviceManager::refresh - kforutil : command returned [%d] lines .", lines.size());
+    return result;
+}
+
+void CLMRDeviceManager::traceOutput(const std::vector<std::string>& lines) const
+{
+    for (const std::string& line : lines)
+        trace(TRACE_FAILURE, "CLIDATA: [%s]", line);
+}
+
+void CLMRDeviceManager::readListing(std::vector<std::string>& lines)
+{
+    CLMRDiskListing listing;
+    for (std::string& line : lines) {
+        trace(TRACE_INFO, "CLMRDeviceManager::refresh parsing line = %s", line);
+        SLMRDisk disk;
+        const EDiskLine kind = listing.read(line, disk);
+        if (kind == EDiskLine::TOO_FEW_FIELDS) return traceFields(line);
+        if (kind == EDiskLine::HEADING) continue;
+        trace(TRACE_INFO, "CLMRDeviceManager::refresh found device path = [%s]", disk.path);
+        if (kind == EDiskLine::BAD_GROUPS) return traceGroups(line);
+        m_lunMap.set(disk.path, disk.serial);
+        line = std::string();  // a listing of many disks is not to stand in memory beside the table made of it
+    }
+}
+
+void CLMRDeviceManager::traceFields(std::string_view line) const
+{
+    const std::vector<std::string> fields = CFiStringTool::tokenize(line, "\t \n");
+    trace(TRACE_FAILURE,
+          "CLMRDeviceManager::refresh - invalid format for lun parser. Found [%d] tokens in line  [%s] found",
+          fields.size(), line);
+    for (size_t i = 0; i < fields.size(); ++i) {
+        trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - token[%d] = [%s]", i, fields[i]);
+    }
+}
+
+void CLMRDeviceManager::traceGroups(std::string_view line) const
+{
+    trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - invalid format for lun parser [%s]", line);
+    const std::vector<std::string> groups = CFiStringTool::tokenize(line, "(\n");
+    for (size_t i = 0; i < groups.size(); ++i) {
+        trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - token[%d] = [%s]", i, groups[i]);
+    }
+}
+
+std::string CLMRDeviceManager::program() const
+{
+    return CFiStringTool::tstr2str(m_utility.path) + CFiStringTool::tstr2str(m_utility.name);
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,60 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "framework/include/cfiexecpipe.h"
+#include "framework/include/cfitrace.h"
+#include "pdk/include/cficontextsingleton.h"
+#include "providers/cdp/lmr/lmr_configuration.h"
+#include "providers/cdp/lmr/lmr_lun_table.h"
+
+namespace cdpfi {
+
+/**
+ * Knows which device of this host shows which LUN, from the host's disk utility. Reached as a context singleton; an
+ * appliance's initialisation gives it the trace log and the place of the utility and fills it. Look-ups may come from
+ * any thread; no lock is held while the utility runs.
+ */
+class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virtual obzx_pdk_4_4::CFiRefCount
+{
+  public:
+    void setUtility(const SLMRCliPath& utility) { m_utility = utility; }
+    const SLMRCliPath& getUtility() const { return m_utility; }
+
+    /**
+     * Lists the disks and updates the table: new devices are added, known ones get the serial they have now, and those
+     * that are gone stay. A listing without disks clears the table; at a malformed line the reading stops.
+     * @param discover has the utility look for new disks first
+     * @throw EFiExecPipe when the listing cannot be had; the table is left as it was
+     */
+    void refresh(bool discover);
+    /// Has the utility look for new disks. A failure is only traced.
+    void rescan();
+
+    /// LUN serial of a device path. An unknown path is added with an empty serial, which is returned.
+    CString serialOf(const CString& path);
+    /// The first device path, in path order, that shows a LUN. False when none does, and for an empty serial.
+    bool firstPathOf(const CString& serial, CString& path);
+    /// A copy of the table.
+    CLMRLunMap getLunMap();
+
+  private:
+    int runUtility(obzx_pdk_4_4::CFiExecPipePosix& pipe, const std::string& commandLine,
+                   std::vector<std::string>& lines);
+    void traceOutput(const std::vector<std::string>& lines) const;
+    void readListing(std::vector<std::string>& lines);
+    void traceFields(std::string_view line) const;
+    void traceGroups(std::string_view line) const;
+    std::string program() const;
+
+    SLMRCliPath m_utility;
+    CLMRLunTable m_lunMap;
+    std::mutex m_lunMapLock;
+};
+
+using CLMRDeviceManagerPtr =
+    obzx_pdk_4_4::CFiSmartPtr<CLMRDeviceManager, obzx_pdk_4_4::CFiContextSingletonAllocator<CLMRDeviceManager>>;
+
+}  // namespace cdpfi

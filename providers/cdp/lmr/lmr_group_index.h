@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "providers/cdp/lmr/lmr_hash_table.h"
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+class CLMRConsistencyGroup;
+
+/**
+ * Finds the first group of an appliance, in list order, that has a given name or holds a LUN with a given serial, at a
+ * cost that does not grow with groups or LUNs. The groups tell the index of every device that is added and of a new
+ * name, so it stays right. It refers to the groups: who owns them calls clear() before one of them goes.
+ *
+ * Changes need what a change of a group needs, one thread at a time; look-ups may run side by side.
+ */
+class CLMRGroupIndex
+{
+  public:
+    static constexpr uint32_t NO_GROUP = UINT32_MAX;
+
+    CLMRGroupIndex();
+    ~CLMRGroupIndex();
+    CLMRGroupIndex(const CLMRGroupIndex&) = delete;
+    CLMRGroupIndex& operator=(const CLMRGroupIndex&) = delete;
+
+    /// Adds a group at the end of the list.
+    void append(CLMRConsistencyGroup& group);
+    /// Forgets all groups.
+    void clear();
+    /// Position of the first group for a serial or name, or NO_GROUP. An empty text finds none.
+    uint32_t find(const CString& serialOrName) const;
+
+    // Called by the groups.
+    void deviceAdded(uint32_t group, uint32_t device);
+    void groupRenamed();
+
+  private:
+    struct SPlace
+    {
+        uint32_t group = NO_GROUP;
+        uint32_t device = 0;  // or NAME
+    };
+    static constexpr uint32_t NAME = UINT32_MAX;
+    struct SKeys
+    {
+        const std::vector<CLMRConsistencyGroup*>* groups;
+        static bool isEmpty(const SPlace& place) { return place.group == NO_GROUP; }
+        std::string_view keyOf(const SPlace& place) const;
+    };
+
+    void noteGroup(uint32_t group);
+    void note(const SPlace& place);
+
+    std::vector<CLMRConsistencyGroup*> m_groups;
+    CLMRHashTable<SPlace, SKeys> m_places;  // of each name and serial, the first group's
+};
+
+}  // namespace cdpfi

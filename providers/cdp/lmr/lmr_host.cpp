@@ -1,0 +1,47 @@
+#include "providers/cdp/lmr/lmr_host.h"
+
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+CLMRHost::CLMRHost(CString name) : m_name(std::move(name)) {}
+
+void CLMRHost::showHostDetail() {}
+
+std::vector<CString> CLMRHost::getConsGroupList()
+{
+    return m_consGroupList;
+}
+
+CString CLMRHost::getName()
+{
+    return m_name;
+}
+
+CString CLMRHost::getPortNumber()
+{
+    return m_port;
+}
+
+int CLMRHost::addPortNumber(CString port)
+{
+    m_port = port;
+    return 1;
+}
+
+int CLMRHost::removePort(CString /*port*/)
+{
+    return 1;
+}
+
+void setProp(const std::vector<CString>& pieces, const CString& /*unused*/, std::vector<CString>& groups)
+{
+    if (pieces.size() >= 2 && viewOf(pieces[0]).starts_with("Consistency Group:")) groups.push_back(pieces[1]);
+}
+
+void parseConsgp(const CString& /*text*/, CString& /*group*/, std::vector<CString>& /*pieces*/,
+                 std::vector<CString>& /*groups*/)
+{
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,107 @@
+#include "providers/cdp/lmr/lmr_inventory_listing.h"
+
+#include "framework/include/cfistringtool.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+using obzx_pdk_4_4::CFiStringTool;
+
+namespace {
+
+constexpr CLMRSeparators FIELD_ENDS(" \t\n");
+constexpr CLMRSeparators OPENING("[");
+constexpr CLMRSeparators CLOSING("]");
+
+int findLine(const std::vector<std::string>& lines, std::string_view marker)
+{
+    int index = -1;
+    CFiStringTool::find(lines, marker, index, 0);
+    return index;
+}
+
+/// Finds the sections and what ends the one with the protected LUNs.
+EGroupListing findSections(const std::vector<std::string>& lines, SLMRGroupListing& listing)
+{
+    listing.begin = findLine(lines, "Protected LUNS:");
+    if (listing.begin < 0) return EGroupListing::NO_PROTECTED;
+    const int monitor = findLine(lines, "Monitor LUNS:");
+    listing.hasMonitor = monitor >= 0;
+    const int permissions = findLine(lines, "Permissions:");
+    if (permissions < 0) return EGroupListing::NO_PERMISSION;
+    if (findLine(lines, "Stillmark LUNs:") < 0) return EGroupListing::NO_STILLMARK;
+    listing.end = monitor > 0 && monitor < permissions ? monitor : permissions;
+    return EGroupListing::COMPLETE;
+}
+
+// lun = device "[" serial "]" text
+//
+//   /dev/sdb [ABC123] 10GB
+EGroupListing parseLun(std::string_view line, SLMRGroupLun& lun)
+{
+    std::array<std::string_view, 2> pieces;
+    if (splitPieces(line, OPENING, pieces) != 2) return EGroupListing::BAD_DEVICE;
+    lun.device = trimBlanks(pieces[0]);
+    if (splitPieces(pieces[1], CLOSING, pieces) != 2) return EGroupListing::BAD_SERIAL;
+    lun.serial = trimBlanks(pieces[0]);
+    return EGroupListing::COMPLETE;
+}
+
+}  // namespace
+
+// hosts = { host-name { text } NEWLINE }
+//
+//   backup01   10.0.0.7
+//   backup02   10.0.0.8
+std::vector<CString> parseHostNames(const std::vector<std::string>& lines)
+{
+    std::vector<CString> names;
+    for (const std::string& line : lines) {
+        std::string_view name;
+        if (CLMRPieceCursor(line, FIELD_ENDS).next(name)) names.push_back(toCString(trimBlanks(name)));
+    }
+    return names;
+}
+
+// groups = { group-name "luns=" text NEWLINE | other text NEWLINE }
+//
+//   cg1 luns=3
+bool parseGroupName(std::string_view line, std::string_view& name)
+{
+    const size_t end = line.find("luns=");
+    if (end == std::string_view::npos) return false;
+    name = trimBlanks(line.substr(0, end));
+    return true;
+}
+
+// group = { text } "Protected LUNS:" { lun } [ "Monitor LUNS:" { text } ] "Permissions:" { text }, and somewhere
+// "Stillmark LUNs:"
+//
+//   Name: cg1
+//   Protected LUNS:
+//     /dev/sdb [ABC123] 10GB
+//   Monitor LUNS:
+//   Permissions:
+//     backup01
+//   Stillmark LUNs:
+SLMRGroupListing parseGroup(const std::vector<std::string>& lines)
+{
+    SLMRGroupListing listing;
+    listing.result = findSections(lines, listing);
+    if (listing.result != EGroupListing::COMPLETE) return listing;
+    if (listing.end > listing.begin) listing.luns.reserve(static_cast<size_t>(listing.end - listing.begin) - 1);
+    for (int i = listing.begin + 1; i < listing.end; ++i) {
+        SLMRGroupLun lun;
+        const std::string_view line = lines[static_cast<size_t>(i)];
+        listing.result = parseLun(line, lun);
+        if (listing.result != EGroupListing::COMPLETE) {
+            listing.badLine = line;
+            listing.badDevice = lun.device;
+            break;
+        }
+        listing.luns.push_back(lun);
+    }
+    return listing;
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,38 @@
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi {
+
+std::string_view firstPiece(std::string_view text, const CLMRSeparators& separators)
+{
+    std::string_view piece;
+    CLMRPieceCursor(text, separators).next(piece);
+    return trimBlanks(piece);
+}
+
+std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& separators)
+{
+    std::vector<std::string> pieces;
+    CLMRPieceCursor cursor(text, separators);
+    for (std::string_view piece; cursor.next(piece);)
+        pieces.emplace_back(piece);
+    return pieces;
+}
+
+std::string_view trimBlanks(std::string_view text)
+{
+    const size_t begin = text.find_first_not_of(LMR_BLANKS);
+    if (begin == std::string_view::npos) return {};
+    return text.substr(begin, text.find_last_not_of(LMR_BLANKS) - begin + 1);
+}
+
+std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator)
+{
+    std::string joined;
+    for (const std::string& text : texts) {
+        if (&text != &texts.front()) joined.append(separator);
+        joined.append(text);
+    }
+    return joined;
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+/// What is cut off both ends of a name that was read from a listing.
+inline constexpr std::string_view LMR_BLANKS = " \n\t\r";
+
+/// The characters that separate the pieces of a line.
+class CLMRSeparators
+{
+  public:
+    constexpr explicit CLMRSeparators(std::string_view characters)
+    {
+        for (const char character : characters)
+            m_contains[static_cast<unsigned char>(character)] = true;
+    }
+    constexpr bool contains(char character) const { return m_contains[static_cast<unsigned char>(character)]; }
+
+  private:
+    std::array<bool, 256> m_contains{};
+};
+
+/// Reads the pieces of a text from left to right; empty pieces are dropped. Refers to the text and the separators.
+class CLMRPieceCursor
+{
+  public:
+    CLMRPieceCursor(std::string_view text, const CLMRSeparators& separators) : m_rest(text), m_separators(separators) {}
+
+    /// False when there is no further piece; the piece is left as it was then.
+    bool next(std::string_view& piece)
+    {
+        size_t begin = 0;
+        while (begin < m_rest.size() && m_separators.contains(m_rest[begin]))
+            ++begin;
+        if (begin == m_rest.size()) return false;
+        size_t end = begin;
+        while (end < m_rest.size() && !m_separators.contains(m_rest[end]))
+            ++end;
+        piece = m_rest.substr(begin, end - begin);
+        m_rest.remove_prefix(end);
+        return true;
+    }
+
+  private:
+    std::string_view m_rest;
+    const CLMRSeparators& m_separators;
+};
+
+/// How many pieces a text has; the first ones are stored.
+template <size_t N>
+size_t splitPieces(std::string_view text, const CLMRSeparators& separators, std::array<std::string_view, N>& pieces)
+{
+    CLMRPieceCursor cursor(text, separators);
+    size_t count = 0;
+    for (std::string_view piece; cursor.next(piece); ++count) {
+        if (count < N) pieces[count] = piece;
+    }
+    return count;
+}
+
+/// The first piece without blanks around it; empty when there is none.
+std::string_view firstPiece(std::string_view text, const CLMRSeparators& separators);
+/// All pieces, as copies.
+std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& separators);
+/// The text without LMR_BLANKS at both ends.
+std::string_view trimBlanks(std::string_view text);
+/// The texts in order with the separator between them.
+std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator);
+
+inline CString toCString(std::string_view text)
+{
+    return CString(text.data(), text.size());
+}
+inline std::string_view viewOf(const CString& text)
+{
+    return {text.fast_rep(), text.length()};
+}
+
+}  // namespace cdpfi
