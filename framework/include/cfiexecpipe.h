@@ -55,7 +55,7 @@ class OBZX_API CFiExecPipeBase : public CFiTraceable
     ~CFiExecPipeBase() override;
 
     /**
-     * @param lines      output lines; appended to
+     * @param lines      output lines; appended to, also by a run that failed (of one that was too long the first MiB)
      * @param inputFile  path as it stands; empty for no input
      * @param timeout    seconds
      * @param directory  working directory; empty: the host's

@@ -1,0 +1,128 @@
+#include "framework/include/cfiexecpipe.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "framework/include/cfiplatformerror.h"
+#include "framework/src/child_process.h"
+#include "framework/src/command_line.h"
+#include "framework/src/exec_limit.h"
+#include "framework/src/output_lines.h"
+#include "framework/src/process_output.h"
+#include "framework/src/process_spawn.h"
+
+namespace obzx_pdk_4_4 {
+
+namespace {
+
+using Clock = CChildProcess::Clock;
+
+constexpr unsigned long MAX_SECONDS = 10UL * 365 * 24 * 3600;  // the clock's range is not for callers to test
+// Lines cost more memory than their text; of an output that nobody can use only the start is handed over.
+constexpr size_t SHOWN_OF_TOO_LONG = size_t{1024} * 1024;
+
+bool holdsNul(const std::string& text)
+{
+    return text.find('\0') != std::string::npos;
+}
+
+SFiExecError failure(int result, long code, const std::string& message)
+{
+    SFiExecError error;
+    error.result = result;
+    error.code = code;
+    error.message = message;
+    for (const char c : message)
+        error.wideMessage += static_cast<wchar_t>(static_cast<unsigned char>(c));
+    return error;
+}
+
+SFiExecError notStarted(const std::string& command, int error)
+{
+    return failure(EXEC_FAILED, error, "Cannot start [" + command + "]: " + CFiPlatformError::errorText(error));
+}
+
+SFiExecError ended(const std::string& command, const SExitStatus& exit)
+{
+    const std::string text = "Command [" + command + "] ";
+    if (exit.lost)
+        return failure(EXEC_FAILED, ECHILD,
+                       text + "ended, but its exit status is lost: the host ignores SIGCHLD or waits for any child");
+    if (exit.status == 0) return {};
+    if (exit.killed)
+        return failure(EXEC_FAILED, exit.status,
+                       text + "was killed by signal " + std::to_string(exit.status - SIGNAL_STATUS));
+    return failure(EXEC_FAILED, exit.status, text + "exited with status " + std::to_string(exit.status));
+}
+
+SFiExecError stopped(EExecResult result, const std::string& command, unsigned long seconds)
+{
+    const std::string text =
+        "Command [" + command + "] " +
+        (result == EXEC_TIMED_OUT
+             ? "did not end within " + std::to_string(seconds) + " seconds and was stopped"
+             : "wrote more than " + std::to_string(CProcessOutput::LIMIT) + " bytes and was stopped");
+    return failure(result, result == EXEC_TIMED_OUT ? ETIMEDOUT : EFBIG, text);
+}
+
+// Collects the output until the process has ended (EXEC_OK) or must be stopped.
+EExecResult collect(CChildProcess& process, CProcessOutput& output, Clock::time_point deadline)
+{
+    while (!output.tooLong()) {
+        const bool ready = process.waitFor(output.descriptor(), deadline);
+        if (ready) output.read();
+        if (process.ended()) {
+            // Somebody it left behind may hold the output open for ever; what the process itself wrote is there by now.
+            output.readRest();
+            return output.tooLong() ? EXEC_TOO_LONG : EXEC_OK;
+        }
+        if (Clock::now() >= deadline) return EXEC_TIMED_OUT;
+    }
+    return EXEC_TOO_LONG;
+}
+
+}  // namespace
+
+EFiExecPipe::~EFiExecPipe() = default;
+
+CFiExecPipeBase::~CFiExecPipeBase() = default;
+
+// Both streams always arrive merged; the argument stays because callers state what they rely on.
+CFiExecPipePosix::CFiExecPipePosix(int /*mergeErrorStream*/) {}
+
+CFiExecPipePosix::~CFiExecPipePosix() = default;
+
+int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::string>& lines,
+                           const std::string& inputFile, unsigned long timeout, const std::string& directory,
+                           const std::string& user, const std::string& environment)
+{
+    SSpawnRequest request{{}, inputFile, directory, environment};
+    SSpawned spawned;
+    int error = EINVAL;
+    if (splitCommandLine(commandLine, request.words) && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) &&
+        !holdsNul(environment))
+        error = spawnProcess(request, spawned);
+    if (error != 0) {
+        m_error = notStarted(commandLine, error);
+        return m_error.result;
+    }
+    CChildProcess process(spawned.pid);
+    CProcessOutput output(spawned.output.get());
+    const unsigned long allowed =
+        std::min(m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout, MAX_SECONDS);
+    const EExecResult result = collect(process, output, Clock::now() + std::chrono::seconds(allowed));
+    if (result == EXEC_OK) {
+        m_error = ended(commandLine, process.exitStatus());
+    } else {
+        process.stop(output.descriptor());
+        m_error = stopped(result, commandLine, allowed);
+        trace(TRACE_FAILURE, "CFiExecPipePosix::Exec - %s", m_error.message);
+    }
+    std::string_view text = output.text();
+    if (result == EXEC_TOO_LONG) text = text.substr(0, SHOWN_OF_TOO_LONG);
+    appendLines(text, lines);
+    return m_error.result;
+}
+
+}  // namespace obzx_pdk_4_4

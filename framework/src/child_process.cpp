@@ -1,0 +1,92 @@
+#include "framework/src/child_process.h"
+
+#include <poll.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+
+#include "framework/src/process_output.h"
+
+namespace obzx_pdk_4_4 {
+
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+
+constexpr seconds GRACE{5};
+// How often is looked for what no descriptor reports: the end of a group, or of a process on an old kernel.
+constexpr milliseconds LOOK_INTERVAL{10};
+
+}  // namespace
+
+CChildProcess::CChildProcess(pid_t pid) : m_pid(pid), m_descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))
+{
+}
+
+CChildProcess::~CChildProcess()
+{
+    if (ended()) return;
+    ::kill(-m_pid, SIGKILL);
+    waitForEnd(-1, Clock::now() + GRACE, false);
+}
+
+bool CChildProcess::ended()
+{
+    if (m_ended) return true;
+    siginfo_t info = {};
+    int result;
+    do {
+        result = ::waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG);
+    } while (result != 0 && errno == EINTR);
+    if (result == 0 && info.si_pid == 0) return false;
+    m_status.lost = result != 0;
+    m_status.killed = result == 0 && info.si_code != CLD_EXITED;
+    m_status.status = m_status.killed ? SIGNAL_STATUS + info.si_status : info.si_status;
+    m_ended = true;
+    return true;
+}
+
+bool CChildProcess::waitFor(int output, Clock::time_point until) const
+{
+    const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
+    const milliseconds most = m_descriptor ? milliseconds(INT_MAX) : LOOK_INTERVAL;
+    pollfd watched[] = {{output, POLLIN, 0}, {m_descriptor.get(), POLLIN, 0}};  // poll skips negative ones
+    const int timeout = static_cast<int>(std::clamp(left, milliseconds(0), most).count());
+    return ::poll(watched, 2, timeout) > 0 && watched[0].revents != 0;
+}
+
+bool CChildProcess::groupIsGone() const
+{
+    return ::kill(-m_pid, 0) != 0 && errno == ESRCH;
+}
+
+bool CChildProcess::waitForEnd(int output, Clock::time_point until, bool wholeGroup)
+{
+    while (!ended() || (wholeGroup && !groupIsGone())) {
+        if (Clock::now() >= until) return false;
+        // The descriptor of a process that has ended stays readable; the rest of its group is looked for by time.
+        if (m_ended) {
+            ::poll(nullptr, 0, static_cast<int>(LOOK_INTERVAL.count()));
+        } else {
+            waitFor(output, until);
+        }
+        if (output >= 0 && !CProcessOutput::discard(output)) output = -1;
+    }
+    return true;
+}
+
+void CChildProcess::stop(int output)
+{
+    ::kill(-m_pid, SIGTERM);
+    if (waitForEnd(output, Clock::now() + GRACE, true)) return;
+    ::kill(-m_pid, SIGKILL);
+    // A process that the kernel itself holds does not even end by this; the caller is not held up with it.
+    waitForEnd(output, Clock::now() + GRACE, false);
+}
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+
+#include "framework/src/file_descriptor.h"
+
+namespace obzx_pdk_4_4 {
+
+constexpr int SIGNAL_STATUS = 128;
+
+/// How a process ended.
+struct SExitStatus
+{
+    bool lost = false;    ///< somebody else took it: the host ignores SIGCHLD or waits for any child
+    bool killed = false;  ///< by a signal
+    int status = 0;       ///< exit status; SIGNAL_STATUS + signal for a process that was killed
+};
+
+/// A process that this object started and leads its own group. One that still runs is killed with the object.
+class CChildProcess
+{
+  public:
+    using Clock = std::chrono::steady_clock;
+
+    explicit CChildProcess(pid_t pid);
+    ~CChildProcess();
+    CChildProcess(const CChildProcess&) = delete;
+    CChildProcess& operator=(const CChildProcess&) = delete;
+
+    /// Tells without waiting whether the process has ended, and takes its status the first time.
+    bool ended();
+    const SExitStatus& exitStatus() const { return m_status; }
+
+    /// Waits until the process has ended, the output has something to read (or its end), or the time has come.
+    /// @param output -1: is not watched
+    /// @return true: the output is ready
+    bool waitFor(int output, Clock::time_point until) const;
+
+    /// Ends the process group: SIGTERM, after a grace of 5 s SIGKILL; takes the status. What is still written to the
+    /// output in that time is read and dropped.
+    void stop(int output);
+
+  private:
+    bool groupIsGone() const;
+    bool waitForEnd(int output, Clock::time_point until, bool wholeGroup);
+
+    const pid_t m_pid;
+    CFileDescriptor m_descriptor;  // readable once the process has ended; none where the kernel has no such thing
+    bool m_ended = false;
+    SExitStatus m_status;
+};
+
+}  // namespace obzx_pdk_4_4

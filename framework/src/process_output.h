@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+namespace obzx_pdk_4_4 {
+
+/// Collects what a program writes, up to a limit.
+class CProcessOutput
+{
+  public:
+    static constexpr size_t LIMIT = size_t{256} * 1024 * 1024;
+
+    /// @param descriptor not owned; reads from it do not wait
+    explicit CProcessOutput(int descriptor) : m_descriptor(descriptor) {}
+
+    /// Reads what is there, at most one buffer.
+    void read();
+    /// Reads what is there now, but not what somebody goes on writing.
+    void readRest();
+
+    /// -1 once the output has ended.
+    int descriptor() const { return m_descriptor; }
+    bool tooLong() const { return m_text.size() > LIMIT; }
+    const std::string& text() const { return m_text; }
+
+    /// Reads one buffer and drops it; false at the end of the output.
+    static bool discard(int descriptor);
+
+  private:
+    size_t readSome(size_t most);
+
+    int m_descriptor;
+    std::string m_text;
+};
+
+}  // namespace obzx_pdk_4_4
