@@ -16,6 +16,8 @@ endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wundef -Wformat=2 -Werror
                     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor> $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>)
+# Source paths in trace lines and debug data are relative to the tree, wherever it was built.
+add_compile_options(-ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
 add_compile_options(-fstack-protector-strong "$<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>")
 add_link_options(-Wl,-z,defs,-z,relro,-z,now)
 

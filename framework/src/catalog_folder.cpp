@@ -1,0 +1,35 @@
+#include "framework/src/catalog_folder.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <system_error>
+
+namespace obzx_pdk_4_4 {
+namespace {
+
+const char s_marker = 0;  // its address lies in this library
+
+std::string catalogsOfThisLibrary()
+{
+    Dl_info info{};
+    if (dladdr(&s_marker, &info) == 0 || info.dli_fname == nullptr) return {};
+    std::error_code error;
+    // The loader may have been given a relative path or a link to the library.
+    const std::filesystem::path library = std::filesystem::canonical(info.dli_fname, error);
+    if (error) return {};
+    return (library.parent_path() / OBZX_CATALOGS_FROM_LIBRARY).lexically_normal().string();
+}
+
+}  // namespace
+
+std::string catalogFolder(const std::string& component)
+{
+    static const std::string catalogs = catalogsOfThisLibrary();
+    const bool isPlain = !component.empty() && component.front() != '.' && component.size() <= 255 &&
+                         component.find('/') == std::string::npos && component.find('\0') == std::string::npos;
+    if (!isPlain || catalogs.empty()) return {};
+    return catalogs + "/" + component;
+}
+
+}  // namespace obzx_pdk_4_4
