@@ -1,0 +1,97 @@
+#include "framework/include/cfisessionmgr.h"
+
+#include "framework/include/cfistringtool.h"
+
+namespace obzx_pdk_4_4 {
+namespace {
+
+struct SPhase
+{
+    int32_t CFiSplitNode::*flag;
+    const char* line;
+};
+
+// null: the number is no phase.
+const SPhase* findPhase(int phase)
+{
+    static constexpr SPhase phases[] = {
+        {&CFiSplitNode::m_selectDone, "DBG : Found selectDone zero, adding node"},
+        {&CFiSplitNode::m_prepareDone, "DBG : Found prepareDone zero, adding node"},
+        {&CFiSplitNode::m_makeDone, "DBG : Found makeDone zero, adding node"},
+        {&CFiSplitNode::m_updateDone, "DBG : Found updateDone zero, adding node"},
+    };
+    return phase < PHASE_SELECT || phase > PHASE_UPDATE ? nullptr : &phases[phase - PHASE_SELECT];
+}
+
+}  // namespace
+
+CFiSession::CFiSession() = default;
+CFiSession::~CFiSession() = default;
+
+void CFiSession::addNodes(obz_splitnode** nodes, int count)
+{
+    if (nodes == nullptr) return;
+    const std::lock_guard lock(m_mutex);
+    for (int i = 0; i < count; ++i) {
+        const obz_splitnode* node = nodes[i];
+        if (node == nullptr || node->node == nullptr || node->node->name == nullptr) continue;
+        CFiSplitNode entry;
+        entry.m_name = node->node->name;
+        if (node->text != nullptr) entry.m_text = node->text;
+        m_nodes.emplace(CFiStringTool::tstr2str(entry.m_name), entry);
+    }
+}
+
+std::vector<CFiSplitNode> CFiSession::getSplitNodeList(int phase)
+{
+    const CFiTraceLogFunction function(m_traceLog, "getSplitNodeList", __LINE__, __FILE__);
+    std::vector<CFiSplitNode> list;
+    const SPhase* chosen = findPhase(phase);
+    if (chosen == nullptr) return list;
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [name, node] : m_nodes) {
+        if (node.*(chosen->flag) != 0) continue;
+        trace(TRACE_INFO, chosen->line);
+        list.push_back(node);
+    }
+    return list;
+}
+
+std::vector<CFiSplitNode> CFiSession::getNodes() const
+{
+    std::vector<CFiSplitNode> list;
+    const std::lock_guard lock(m_mutex);
+    for (const auto& [name, node] : m_nodes)
+        list.push_back(node);
+    return list;
+}
+
+bool CFiSession::update(const std::string& name, const std::function<void(CFiSplitNode&)>& change)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_nodes.find(name);
+    if (found == m_nodes.end()) return false;
+    change(found->second);
+    return true;
+}
+
+void CFiSession::markPrepared()
+{
+    const std::lock_guard lock(m_mutex);
+    for (auto& [name, node] : m_nodes)
+        node.m_prepareDone = 1;
+}
+
+CFiSessionManager::CFiSessionManager() = default;
+CFiSessionManager::~CFiSessionManager() = default;
+
+CFiSessionPtr CFiSessionManager::getSession(const char* name)
+{
+    if (name == nullptr) return nullptr;
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_sessions.find(name);
+    if (found != m_sessions.end()) return found->second;
+    return m_sessions.emplace(name, CFiSessionPtr(new CFiSession())).first->second;
+}
+
+}  // namespace obzx_pdk_4_4
