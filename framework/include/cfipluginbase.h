@@ -160,13 +160,14 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>> m_catalogManager;
     CFiPrivateDataManagerPtr m_privateDataManager;
     CFiSessionManagerPtr m_sessionManager;
-    CFiConfigParamInfoList m_globalConfigInfo;
-    CFiConfigParamInfoList m_globalConfigDefaults;
+    CFiConfigParamInfoList m_globalConfigInfo;      // read on the first call that asks for it
+    CFiConfigParamInfoList m_globalConfigDefaults;  // those of them that have a default value
     int32_t m_messageIndexOffset = DEFAULT_MESSAGE_OFFSET;
     std::atomic<uint8_t> m_delayedInitDone{0};
 
   private:
     std::string m_fimName;
+    bool m_globalConfigRead = false;
     std::atomic<bool> m_shuttingDown{false};
 };
 

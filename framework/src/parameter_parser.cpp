@@ -1,0 +1,147 @@
+#include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/sax/SAXException.hpp>
+#include <xercesc/sax2/Attributes.hpp>
+#include <xercesc/sax2/DefaultHandler.hpp>
+#include <xercesc/sax2/SAX2XMLReader.hpp>
+#include <xercesc/sax2/XMLReaderFactory.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/TransService.hpp>
+#include <xercesc/util/XMLUni.hpp>
+
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "framework/include/cfistringtool.h"
+#include "framework/src/parameter_description.h"
+
+namespace obzx_pdk_4_4 {
+namespace {
+
+using namespace xercesc;  // NOLINT(google-build-using-namespace): its own name carries the version
+
+std::string toUtf8(const XMLCh* text)
+{
+    if (text == nullptr || *text == 0) return {};
+    const TranscodeToStr converted(text, "UTF-8");
+    return std::string(reinterpret_cast<const char*>(converted.str()), converted.length());
+}
+
+// Line breaks and indentation of the file are no part of a help text.
+std::string inOneLine(const std::string& text)
+{
+    std::string line;
+    for (const std::string& word : CFiStringTool::tokenize(text, " \t\r\n")) {
+        if (!line.empty()) line += ' ';
+        line += word;
+    }
+    return line;
+}
+
+class CDescriptionHandler : public DefaultHandler
+{
+  public:
+    explicit CDescriptionHandler(CFiConfigParamInfoList& parameters) : m_parameters(parameters) {}
+    CDescriptionHandler(const CDescriptionHandler&) = delete;
+    CDescriptionHandler& operator=(const CDescriptionHandler&) = delete;
+
+    void startElement(const XMLCh*, const XMLCh* localName, const XMLCh*, const Attributes& attributes) override
+    {
+        const std::string name = toUtf8(localName);
+        ++m_depth;
+        if (m_depth == 1 && name != "parameters") throw SAXException("not a parameter description");
+        if (m_depth == 2 && name == "parameter") m_current = readAttributes(attributes);
+        m_inHelp = m_depth == 3 && m_current && name == "help";
+    }
+
+    void characters(const XMLCh* text, const XMLSize_t length) override
+    {
+        if (m_inHelp) m_current->help += toUtf8(std::basic_string<XMLCh>(text, length).c_str());
+    }
+
+    void endElement(const XMLCh*, const XMLCh*, const XMLCh*) override
+    {
+        if (m_depth == 2 && m_current) {
+            m_current->help = inOneLine(m_current->help);
+            addCurrent();
+            m_current.reset();
+        }
+        m_inHelp = false;
+        --m_depth;
+    }
+
+    // A description needs no document type; without one there are no entities that could reach or grow anything.
+    void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override { throw SAXException("document type"); }
+    void error(const SAXParseException& problem) override { throw SAXParseException(problem); }
+    void fatalError(const SAXParseException& problem) override { throw SAXParseException(problem); }
+
+  private:
+    static CFiConfigParamInfo readAttributes(const Attributes& attributes)
+    {
+        CFiConfigParamInfo info;
+        for (XMLSize_t i = 0; i < attributes.getLength(); ++i) {
+            const std::string name = toUtf8(attributes.getLocalName(i));
+            if (name == "name") info.name = toUtf8(attributes.getValue(i));
+            if (name == "type") info.type = toUtf8(attributes.getValue(i));
+            if (name == "default") info.defaultValue = toUtf8(attributes.getValue(i));
+        }
+        return info;
+    }
+
+    void addCurrent()
+    {
+        if (m_current->name.empty()) return;
+        for (const CFiConfigParamInfo& known : m_parameters) {
+            if (known.name == m_current->name) return;
+        }
+        m_parameters.push_back(*m_current);
+    }
+
+    CFiConfigParamInfoList& m_parameters;
+    std::optional<CFiConfigParamInfo> m_current;  // the parameter that is being read
+    int m_depth = 0;
+    bool m_inHelp = false;
+};
+
+void initializeParser()
+{
+    // Never terminated: the count that the library keeps is not safe against the host's own use of it, and what it
+    // holds is held once for the life of the process.
+    static std::once_flag s_once;
+    std::call_once(s_once, [] { XMLPlatformUtils::Initialize(); });
+}
+
+void parse(const std::string& xml, CDescriptionHandler& handler)
+{
+    const std::unique_ptr<SAX2XMLReader> reader(XMLReaderFactory::createXMLReader());
+    reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
+    reader->setFeature(XMLUni::fgXercesSchema, false);
+    reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
+    reader->setFeature(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    reader->setContentHandler(&handler);
+    reader->setLexicalHandler(&handler);
+    reader->setErrorHandler(&handler);
+    const MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(), "parameters.xml");
+    reader->parse(source);
+}
+
+}  // namespace
+
+bool parseParameterDescription(const std::string& xml, CFiConfigParamInfoList& parameters)
+{
+    try {
+        initializeParser();
+        CDescriptionHandler handler(parameters);
+        parse(xml, handler);
+        return true;
+    } catch (const SAXException&) {
+        return false;
+    } catch (const XMLException&) {
+        return false;
+    } catch (const OutOfMemoryException&) {
+        return false;  // no relation of the exceptions above
+    }
+}
+
+}  // namespace obzx_pdk_4_4
