@@ -1,0 +1,29 @@
+#pragma once
+
+#include <map>
+#include <mutex>
+
+#include "framework/include/obz_records.h"
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+/// The group node of each consistency group, by the group's name. Nodes are the host's. Any thread may call it.
+class CGroupNodes
+{
+  public:
+    /// Enters a node under a name, in place of an older one.
+    void enter(const CString& group, obz_domain* node);
+    /// The node of a group; a name that is not there is entered with a null node.
+    obz_domain* find(const CString& group);
+    void erase(const CString& group);
+    /// Takes a group out when the node is the one entered for it.
+    void eraseNode(const CString& group, const obz_domain* node);
+    size_t size() const;
+
+  private:
+    mutable std::mutex m_mutex;
+    std::map<CString, obz_domain*> m_nodes;
+};
+
+}  // namespace cdpfi

@@ -1,0 +1,74 @@
+#include "providers/cdp/cdp_image_lookup.h"
+
+#include "providers/cdp/cdp_names.h"
+#include "providers/cdp/cdp_operation.h"
+#include "providers/cdp/cdp_text.h"
+
+namespace cdpfi {
+
+using obzx_pdk_4_4::CFiTraceable;
+using obzx_pdk_4_4::TRACE_DETAIL;
+using obzx_pdk_4_4::TRACE_FAILURE;
+
+SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImportRequest& request,
+                             const CFiTraceable& log)
+{
+    const char* const operation = request.m_operation;
+    const CCDPPrivateData& state = *request.m_primary;
+    const CAppliancePtr appliance = appliances.getApplianceInstance(state.m_applianceName);
+    if (!appliance) {
+        log.trace(TRACE_FAILURE, "CCDPPlugin::%s - No Appliance found with name [%s].", operation,
+                  state.m_applianceName);
+        return {};
+    }
+    const CConsistencyGroupPtr group = appliance->getConsistencyGroup(state.m_consistencyGroup);
+    if (!group) {
+        log.trace(TRACE_FAILURE, "CCDPPlugin::%s - No consistency group found with name [%s]", operation,
+                  state.m_consistencyGroup);
+        return {};
+    }
+    const CTimeImagePtr image = group->getTimeImage(state.m_timeImage);
+    if (!image) {
+        log.trace(TRACE_FAILURE, "CCDPPlugin::%s- Could not get time image for consistency group [%s]", operation,
+                  group->getName());
+    }
+    return {appliance, image};
+}
+
+SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
+                              const CString& nodeTag, const CFiTraceable& log)
+{
+    const char* const operation = request.m_operation;
+    if (request.m_resource.length() <= nodeTag.length()) {
+        log.trace(TRACE_DETAIL, "CCDPPlugin::%s - Invalid device format for [%s]", operation, request.m_resource);
+        return {};
+    }
+    const STargetDevice target = parseTargetDevice(restFrom(request.m_resource, nodeTag.length()));
+    log.trace(TRACE_DETAIL, "CCDPPlugin::%s - src = [%s] ", operation, target.m_source);
+    const CAppliancePtr appliance = appliances.getClaimAppliance(target.m_source);
+    if (!isClaimed(log, static_cast<bool>(appliance), operation, "appliance", target.m_source)) return {};
+    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
+    if (!isClaimed(log, static_cast<bool>(group), operation, "consistency group", target.m_source)) return {};
+    const CTimeImagePtr image = group->getTimeImageFromCheckPoint(target.m_checkPoint);
+    if (!image) {
+        log.trace(TRACE_FAILURE, "CCDPPlugin::%s- Could not create time image for consistency group [%s]", operation,
+                  group->getName());
+        if (request.m_tellsImage) {
+            log.trace(TRACE_DETAIL, "CCDPPlugin::%s - Could not create time image for consistency group [%s]",
+                      operation, group->getName());
+        }
+        return {};
+    }
+    const CString imageName = image->getName();
+    request.m_primary->m_timeImage = imageName;
+    if (request.m_target != nullptr) request.m_target->m_timeImage = imageName;
+    return {appliance, image};
+}
+
+CString targetLunOf(const std::map<CString, CString>& devices, const CString& source)
+{
+    const auto entry = devices.find(source);
+    return entry == devices.end() ? CString() : entry->second;
+}
+
+}  // namespace cdpfi

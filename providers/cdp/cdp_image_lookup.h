@@ -1,0 +1,46 @@
+#pragma once
+
+#include <functional>
+#include <map>
+
+#include "providers/cdp/cdp_appliance_factory.h"
+#include "providers/cdp/cdp_privatedata.h"
+
+namespace cdpfi {
+
+/**
+ * One import of a node's copy. initAltNode and importTreeNode are the same procedure; what differs between them is
+ * here.
+ */
+struct SImportRequest
+{
+    const char* m_operation;     ///< as the messages name it
+    CString m_resource;          ///< name of what the copy is to appear under
+    CCDPPrivateData* m_primary;  ///< never null
+    CCDPPrivateData* m_target;   ///< receives the copied state; null: there is no target node
+    bool m_isRemote;             ///< the target is on another host
+    bool m_tellsImage;           ///< the messages about the image that only importTreeNode writes
+    /// Hands the device path over that shows the copy; false when there is no memory for it.
+    std::function<bool(const CString& devicePath)> m_deliver;
+};
+
+/// Where a copy was found.
+struct SFoundImage
+{
+    CAppliancePtr m_appliance;
+    CTimeImagePtr m_image;  ///< empty: not found, and traced
+};
+
+/// The image that the primary's state names.
+SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImportRequest& request,
+                             const obzx_pdk_4_4::CFiTraceable& log);
+
+/// The image that a target-device name stands for; its name goes into the state of the primary and the target.
+/// @param nodeTag what the name has to be longer than, and stands before the tagged values
+SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
+                              const CString& nodeTag, const obzx_pdk_4_4::CFiTraceable& log);
+
+/// The target LUN of a source LUN in an image's device map; empty when the image does not show it.
+CString targetLunOf(const std::map<CString, CString>& devices, const CString& source);
+
+}  // namespace cdpfi

@@ -1,0 +1,49 @@
+#include "providers/cdp/cdp_names.h"
+
+#include "framework/include/cfistringtool.h"
+#include "providers/cdp/cdp_state_text.h"
+#include "providers/cdp/cdp_text.h"
+
+namespace cdpfi {
+
+namespace {
+
+constexpr std::string_view CHECK_POINT_PREFIX = "KSV_Check_Point_";
+constexpr std::string_view TIME_IMAGE_PREFIX = "KSV_Time_Image_";
+constexpr const char* DEVICE_TAG = "DeviceID";
+constexpr const char* CHECK_POINT_TAG = "Annotation";
+
+CString swapPrefix(const CString& name, std::string_view from, std::string_view to)
+{
+    return textOf(to) + restFrom(name, from.size());
+}
+
+}  // namespace
+
+CString checkPointNameOf(pid_t process)
+{
+    return textOf(CHECK_POINT_PREFIX) +
+           obzx_pdk_4_4::CFiStringTool::str2tstr(obzx_pdk_4_4::CFiStringTool::int2str(process));
+}
+
+CString timeImageOfCheckPoint(const CString& checkPoint)
+{
+    return swapPrefix(checkPoint, CHECK_POINT_PREFIX, TIME_IMAGE_PREFIX);
+}
+
+CString checkPointOfTimeImage(const CString& timeImage)
+{
+    return swapPrefix(timeImage, TIME_IMAGE_PREFIX, CHECK_POINT_PREFIX);
+}
+
+CString targetDeviceName(const CString& prefix, const CString& serial, const CString& checkPoint)
+{
+    return prefix + createXmlTag(DEVICE_TAG, serial) + createXmlTag(CHECK_POINT_TAG, checkPoint);
+}
+
+STargetDevice parseTargetDevice(const CString& text)
+{
+    return {getXmlTagValue(text, DEVICE_TAG), getXmlTagValue(text, CHECK_POINT_TAG)};
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,33 @@
+#include "providers/cdp/cdp_plugin.h"
+
+#include "pdk/include/cficontextsingleton.h"
+
+namespace cdpfi {
+
+CCDPPlugin::CCDPPlugin() = default;
+
+CCDPPlugin::~CCDPPlugin() = default;
+
+CCDPPlugin::CRegistryPtr CCDPPlugin::registry()
+{
+    return obzx_pdk_4_4::CFiContextSingleton<CCDPApplianceFactory, FI_PLUGIN_NAME>::instance(false);
+}
+
+CString CCDPPlugin::nodeTag() const
+{
+    return CString("<") + m_providerName + CString(">");
+}
+
+CCDPPrivateData* CCDPPlugin::GetPrivateData(obz_domain* node)
+{
+    if (node == nullptr || node->private_data == nullptr || !m_privateDataManager) return nullptr;
+    return dynamic_cast<CCDPPrivateData*>(m_privateDataManager->access(node).get());
+}
+
+CCDPPrivateData* CCDPPlugin::obtainPrivateData(obz_domain* node, bool isAltNode)
+{
+    if (!m_privateDataManager) return nullptr;
+    return dynamic_cast<CCDPPrivateData*>(m_privateDataManager->allocate(node, isAltNode).get());
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,170 @@
+// Setting nodes up for snapshots, and undoing that.
+#include "framework/include/obzx_runtime.h"
+#include "providers/cdp/cdp_combos.h"
+#include "providers/cdp/cdp_identities.h"
+#include "providers/cdp/cdp_operation.h"
+#include "providers/cdp/cdp_plugin.h"
+#include "providers/cdp/cdp_text.h"
+
+namespace cdpfi {
+
+using obzx_pdk_4_4::SFiFimInfo;
+using obzx_pdk_4_4::TRACE_DETAIL;
+using obzx_pdk_4_4::TRACE_FAILURE;
+using obzx_pdk_4_4::TRACE_INFO;
+
+namespace {
+
+// Takes back what was done to a node whose set-up does not come to its end.
+class CUnfinishedNode
+{
+  public:
+    CUnfinishedNode(CGroupNodes& groupNodes, const CString& group, obz_domain* node)
+        : m_groupNodes(groupNodes), m_group(group), m_node(node)
+    {
+        m_node->combos = nullptr;
+    }
+    ~CUnfinishedNode()
+    {
+        if (m_node == nullptr) return;
+        m_groupNodes.eraseNode(m_group, m_node);
+        releaseCombos(m_node);
+    }
+    CUnfinishedNode(const CUnfinishedNode&) = delete;
+    CUnfinishedNode& operator=(const CUnfinishedNode&) = delete;
+    void finish() { m_node = nullptr; }
+
+  private:
+    CGroupNodes& m_groupNodes;
+    const CString m_group;
+    obz_domain* m_node;
+};
+
+}  // namespace
+
+int32_t CCDPPlugin::initNode(obz_domain* node, obz_domain**, int32_t, obzx_objid*)
+{
+    if (node == nullptr) return OBZ_ERR_INVALID_ARG;
+    const bool isFresh = node->private_data == nullptr;
+    const int32_t status = runOperation(m_traceLog, CDP_OPERATION("initNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
+        // A node that comes again gives its old combinations back; those of a fresh one are not looked at.
+        if (!isFresh) releaseCombos(node);
+        return setUpNode(node, obtainPrivateData(node, false));
+    });
+    // A refused node leaves nothing behind, whether or not the host takes it down again.
+    if (status != OBZ_OK && isFresh && node->private_data != nullptr) m_privateDataManager->deallocate(node);
+    return status;
+}
+
+int32_t CCDPPlugin::setUpNode(obz_domain* node, CCDPPrivateData* data)
+{
+    const CString name = nameOf(node);
+    trace(TRACE_DETAIL, "CCDPPlugin::initNode - initNode for [%s]", name);
+    const bool isGroup = !isInterposed(name);
+    CString key;
+    if (!keyOfNode(name, isGroup, key)) return OBZ_ERR_FAILED;
+    const CAppliancePtr appliance = findNodeAppliance(key, isGroup);
+    if (!appliance) return OBZ_ERR_FAILED;
+    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(key);
+    if (!group) {
+        trace(TRACE_DETAIL, "CCDPPlugin::initNode - Could not get claiming appliance for [%s]", key);
+        return OBZ_ERR_FAILED;
+    }
+    if (data == nullptr) {
+        trace(TRACE_FAILURE, "CCDPPlugin::initNode - Private data for Node [%s] is NULL", name);
+        return OBZ_ERR_FAILED;
+    }
+    data->m_applianceType = appliance->getApplianceType();
+    data->m_applianceName = appliance->getApplianceName(key);
+    data->m_serialNo = appliance->findLun(key);
+    data->m_consistencyGroup = group->getName();
+    CUnfinishedNode unfinished(m_groupNodes, data->m_consistencyGroup, node);
+    if (isGroup) {
+        m_groupNodes.enter(data->m_consistencyGroup, node);
+        trace(TRACE_DETAIL, "CCDPPlugin::initNode - Adding groupNode in the map");
+    }
+    if (!fillNode(node, appliance, data->m_consistencyGroup)) return OBZ_ERR_FAILED;
+    unfinished.finish();
+    return OBZ_OK;
+}
+
+bool CCDPPlugin::keyOfNode(const CString& name, bool isGroup, CString& key)
+{
+    if (isGroup) {
+        trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a group node");
+        key = name;
+        return true;
+    }
+    trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a non group node");
+    const size_t prefixLength = getInterposeNodePrefix().length();
+    if (name.length() <= prefixLength) {
+        trace(TRACE_DETAIL, "CCDPPlugin::initNode - Invalid device format for [%s]", name);
+        return false;
+    }
+    key = restFrom(name, prefixLength);
+    return true;
+}
+
+CAppliancePtr CCDPPlugin::findNodeAppliance(const CString& key, bool isGroup)
+{
+    const CAppliancePtr appliance = registry()->getClaimAppliance(key);
+    if (!appliance) {
+        trace(TRACE_DETAIL,
+              isGroup ? "CCDPPlugin::initNode - Could not get claiming appliance for CG [%s]"
+                      : "CCDPPlugin::initNode - Could not get claiming appliance for [%s]",
+              key);
+        return appliance;
+    }
+    if (!isGroup) trace(TRACE_DETAIL, "CCDPPlugin::initNode - Got claiming appliance");
+    trace(TRACE_DETAIL, "CCDPPlugin::initNode - Got claiming appliance [%s]", appliance->getName());
+    return appliance;
+}
+
+bool CCDPPlugin::fillNode(obz_domain* node, const CAppliancePtr& appliance, const CString& group)
+{
+    const std::vector<SFiFimInfo> fims = appliance->getFims();
+    node->name = node->identity->name;
+    node->value = m_nodeValue;
+    node->combo_tail_reserved = nullptr;
+    for (const SFiFimInfo& fim : fims) {
+        trace(TRACE_DETAIL, "CCDPPlugin::initNode - Adding combo for as m_quiesceName[%s],m_splitName[%s] ",
+              fim.m_quiesceName, fim.m_splitName);
+        if (appendCombo(node, fim.m_quiesceName, fim.m_splitName, m_groupNodes.find(group))) continue;
+        trace(TRACE_FAILURE, "CCDPPlugin::initNode - No memory for the combinations of [%s]", nameOf(node));
+        return false;
+    }
+    return true;
+}
+
+int32_t CCDPPlugin::deInitNode(obz_domain* node)
+{
+    if (node == nullptr) return OBZ_ERR_INVALID_ARG;
+    return runOperation(m_traceLog, CDP_OPERATION("deInitNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
+        trace(TRACE_INFO, "CCDPPlugin::deInitNode for Node [%s]", nameOf(node));
+        if (const CCDPPrivateData* data = GetPrivateData(node)) {
+            leaveGroup(node, data->m_consistencyGroup);
+        } else {
+            trace(TRACE_INFO, "CCDPPlugin::deInitNode - private_node is NULL");
+        }
+        releaseCombos(node);
+        CFiPluginInterposer::deInitNode(node);
+        return OBZ_OK;
+    });
+}
+
+void CCDPPlugin::leaveGroup(obz_domain* node, const CString& group)
+{
+    trace(TRACE_INFO, "CCDPPlugin::deInitNode ConsistencyGroup [%s]", group);
+    obz_domain* const groupNode = m_groupNodes.find(group);
+    trace(TRACE_INFO, "CCDPPlugin::deInitNode found map entry for ConsistencyGroup [%s] with addres %x", group,
+          reinterpret_cast<uintptr_t>(groupNode));
+    if (groupNode == nullptr) {
+        trace(TRACE_INFO, "CCDPPlugin::deInitNode found NULL groupnode");
+        m_groupNodes.erase(group);
+    } else if (obzx_objidcmp(groupNode->identity, node->identity) == 0) {
+        trace(TRACE_INFO, "CCDPPlugin::deInitNode found matching group node for ConsistencyGroup [%s]", group);
+        m_groupNodes.erase(group);
+    }
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "providers/cdp/model/base_types.h"
+
+namespace cdpfi {
+
+/**
+ * Tagged values, as the state of a node and the names of target devices hold them. There is no escaping and no check
+ * for presence: positions are 32-bit numbers, and one of a tag that is not there is 0xFFFFFFFF.
+ */
+
+/// Where a value stands in a text.
+struct STagPosition
+{
+    uint32_t m_open;   ///< of the first open tag; 0xFFFFFFFF: not there
+    uint32_t m_close;  ///< of the first close tag, wherever it stands; 0xFFFFFFFF: not there
+};
+
+STagPosition findTags(std::string_view text, std::string_view openTag, std::string_view closeTag);
+
+/**
+ * The text from behind the open tag up to the close tag, with arithmetic in 32 bits that wraps: a negative length means
+ * up to the end of the text, a start past the end gives nothing. So a value without its close tag is the rest of the
+ * text, and with both tags missing the value is the text from (length of the open tag - 1) on.
+ */
+std::string_view taggedValue(std::string_view text, const STagPosition& position, size_t openTagLength);
+
+/// "<tag>value<tag/>". The name before the slash in the closing part is what getXmlTagValue looks for.
+CString createXmlTag(CString tag, CString value);
+/// The first value of a tag that createXmlTag wrote.
+CString getXmlTagValue(CString text, CString tag);
+
+}  // namespace cdpfi
