@@ -1,0 +1,190 @@
+// Content: what annotations and time images hold, and what is left when their making is interrupted.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "appliance/core/error.h"
+#include "appliance/core/file_copy.h"
+#include "appliance/core/files_engine.h"
+#include "appliance/core/gate.h"
+#include "appliance/core/work_folder.h"
+#include "appliance/tests/test_support.h"
+
+namespace lumora::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+
+constexpr std::size_t lunSize = std::size_t{256} << 10U;
+
+class Content : public testing::Test
+{
+  protected:
+    void fill(const std::string& lun, char letter) const
+    {
+        EXPECT_EQ(m_demo.lmadm({"write", lun, "--offset", "0", "--pattern", std::string(1, letter)}).status, 0);
+    }
+    std::string lun(const std::string& name) const { return readAll(m_demo.home() / "dev" / name); }
+    fs::path onlyFolder(const std::string& area) const { return fs::directory_iterator(m_demo.home() / area)->path(); }
+    std::size_t groupLinesAfterSections() const { return m_demo.showGroup().size(); }
+
+    CDemoStore m_demo;
+};
+
+TEST_F(Content, AnAnnotationIsIndependentOfLaterWrites)
+{
+    fill("lun1", 'A');
+    m_demo.createAnnotation("before");
+    fill("lun1", 'B');
+    fill("lun2", 'B');
+    m_demo.createTimeImage("T", "before", "backup");
+    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun1"), std::string(lunSize, 'A'));
+    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun2"), std::string(lunSize, '\0'));
+    EXPECT_EQ(lun("lun1"), std::string(lunSize, 'B'));
+}
+
+TEST_F(Content, WritingToATimeImageTouchesNeitherSourceNorAnnotation)
+{
+    fill("lun1", 'A');
+    m_demo.createAnnotation("A");
+    m_demo.createTimeImage("T", "A", "backup");
+    const fs::path first = onlyFolder("images");
+    writeAll(first / "dev/lun1", std::string(lunSize, 'X'));
+    EXPECT_EQ(lun("lun1"), std::string(lunSize, 'A'));
+    m_demo.createTimeImage("T2", "A", "backup");
+    for (const fs::directory_entry& image : fs::directory_iterator(m_demo.home() / "images")) {
+        EXPECT_EQ(readAll(image.path() / "dev/lun1"), std::string(lunSize, image.path() == first ? 'X' : 'A'));
+    }
+}
+
+TEST_F(Content, CopiesLeaveHolesOut)
+{
+    const fs::path source = m_demo.folder() / "sparse";
+    writeAll(source, "");
+    fs::resize_file(source, std::uint64_t{64} << 20U);
+    {
+        std::FILE* const file = std::fopen(source.c_str(), "r+");
+        std::fseek(file, 5 << 20U, SEEK_SET);
+        std::fputs("in the middle", file);
+        std::fclose(file);
+    }
+    const fs::path target = m_demo.folder() / "copy";
+    copyFile(source, target, (std::uint64_t{64} << 20U) + 10);
+    const std::string copy = readAll(target);
+    EXPECT_EQ(copy.size(), (std::size_t{64} << 20U) + 10);
+    EXPECT_EQ(copy.find_first_not_of('\0'), std::size_t{5} << 20U);
+    EXPECT_EQ(copy.substr(std::size_t{5} << 20U, 14), std::string("in the middle\0", 14));
+    struct stat info = {};
+    ::stat(target.c_str(), &info);
+    EXPECT_LT(info.st_blocks * 512, 4 << 20U);
+}
+
+TEST_F(Content, TheGateHoldsAnAnnotationBackAndAKilledOneLeavesNothing)
+{
+    const Lines before = m_demo.showGroup();
+    {
+        // The same gate that a writer would hold: groups are numbered from 1.
+        const CGate writer(m_demo.home() / "gate/1");
+        CProcess annotation(lmshCommand(), script("create annotation \"A\" \"cg1\"\ncommit"),
+                            m_demo.root("prod").string());
+        ASSERT_TRUE(eventually([this] { return entriesIn(m_demo.home() / "annotations") == 1; }));
+        EXPECT_EQ(m_demo.showGroup(), before);
+        annotation.kill();
+        EXPECT_EQ(annotation.wait().status, 128 + SIGKILL);
+    }
+    EXPECT_EQ(m_demo.showGroup(), before);
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U);
+    m_demo.createAnnotation("B");
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U) << "what the killed one left is collected";
+}
+
+// A process that dies with half of the volumes copied.
+void dieInTheMiddle(const fs::path& home, EArea area)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const CWorkFolder folder(home, area);
+        copyFile(home / "dev/lun1", folder.path() / "lun1", lunSize);
+        ::raise(SIGKILL);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    ASSERT_TRUE(WIFSIGNALED(status));
+}
+
+TEST_F(Content, HalfACopyIsListedNowhereAndCollectedLater)
+{
+    m_demo.createAnnotation("A");
+    m_demo.createTimeImage("T", "A", "backup");
+    const Lines before = m_demo.showGroup();
+    dieInTheMiddle(m_demo.home(), EArea::annotations);
+    dieInTheMiddle(m_demo.home(), EArea::images);
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 2U);
+    EXPECT_EQ(m_demo.showGroup(), before);
+    EXPECT_EQ(m_demo.lmsh("delete timeimage \"T\" \"cg1\"").status, 0);
+    EXPECT_EQ(m_demo.lmsh("delete annotation \"A\" \"cg1\"").status, 0);
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 0U);
+    EXPECT_EQ(entriesIn(m_demo.home() / "images"), 0U);
+}
+
+TEST_F(Content, AFolderWithALivingOwnerIsLeftAlone)
+{
+    m_demo.createAnnotation("A");
+    const CWorkFolder mine(m_demo.home(), EArea::annotations);
+    EXPECT_EQ(m_demo.lmsh("delete annotation \"A\" \"cg1\"").status, 0);
+    EXPECT_TRUE(fs::exists(mine.path()));
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U);
+}
+
+TEST_F(Content, RunningOutOfSpaceLeavesNothingAndIsSaidInOneLine)
+{
+    m_demo.lmadm({"group", "create", "big"});
+    m_demo.lmadm({"lun", "create", "lun3", "--group", "big", "--size", "32MiB"});
+    // A limit on the size of files stands in for a full disk; the database stays below it.
+    CProcess limited({"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 16384; exec " LMSH_PATH},
+                     script("create annotation \"A\" \"big\"\ncommit"), m_demo.root("prod").string());
+    const SResult result = limited.wait();
+    EXPECT_EQ(result.status, 6);
+    ASSERT_EQ(result.err.size(), 1U);
+    EXPECT_THAT(result.err[0], testing::MatchesRegex("lmsh: cannot write .*/lun3: File too large"));
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 0U);
+}
+
+TEST_F(Content, AListingThatCannotBeWrittenIsAFailure)
+{
+    CProcess full({"/bin/sh", "-c", "exec " LMSH_PATH " > /dev/full"}, script("list hosts"),
+                  m_demo.root("prod").string());
+    const SResult result = full.wait();
+    EXPECT_EQ(result.status, 6);
+    EXPECT_THAT(result.err, ElementsAre("lmsh: cannot write standard output: No space left on device"));
+}
+
+TEST(FilesEngine, FixesImagesAndDrops)
+{
+    const CTempFolder folder;
+    const fs::path content = folder.path() / "content";
+    const fs::path image = folder.path() / "image";
+    fs::create_directories(content);
+    fs::create_directories(image);
+    writeAll(folder.path() / "lun", "data");
+    const std::vector<SVolume> volumes = {{"lun", folder.path() / "lun", 4}};
+    CFilesEngine engine;
+    engine.fixContent(volumes, folder.path() / "gate", content);
+    writeAll(folder.path() / "lun", "DATA");
+    engine.makeImage(volumes, content, image);
+    EXPECT_EQ(readAll(engine.hostPath(image, "lun")), "data");
+    EXPECT_THAT(engine.hostPath(image, "lun").string(), testing::HasSubstr("/dev/"));
+    engine.drop(content);
+    engine.drop(content);
+    EXPECT_FALSE(fs::exists(content));
+    EXPECT_EQ(readAll(engine.hostPath(image, "lun")), "data");
+    EXPECT_THROW(engine.makeImage(volumes, content, folder.path() / "other"), EApplianceError);
+}
+
+}  // namespace
+}  // namespace lumora::test

@@ -1,0 +1,107 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace lumora::test {
+
+using Lines = std::vector<std::string>;
+
+// A directory of its own for one test, removed at the end. Its name holds "-", which listings have to cope with.
+class CTempFolder
+{
+  public:
+    CTempFolder();
+    ~CTempFolder();
+    CTempFolder(const CTempFolder&) = delete;
+    CTempFolder& operator=(const CTempFolder&) = delete;
+
+    const std::filesystem::path& path() const noexcept { return m_path; }
+
+  private:
+    std::filesystem::path m_path;
+};
+
+struct SResult
+{
+    int status = -1;  // exit status, or 128 + signal
+    Lines out;
+    Lines err;
+};
+
+// A program that runs with its input from a text and its output in files.
+class CProcess
+{
+  public:
+    CProcess(const std::vector<std::string>& command, const std::string& input, const std::string& hostRoot = "");
+    ~CProcess();
+    CProcess(const CProcess&) = delete;
+    CProcess& operator=(const CProcess&) = delete;
+
+    void kill() const;
+    SResult wait();
+
+  private:
+    CTempFolder m_folder;
+    pid_t m_pid = -1;
+};
+
+// An appliance "alpha" with the group "cg1" of the LUNs lun1 and lun2 (256 KiB each, presented to prod) and the hosts
+// prod and backup, each with a root of its own.
+class CDemoStore
+{
+  public:
+    CDemoStore();
+
+    SResult lmadm(std::vector<std::string> arguments) const;  // --store is added
+    // A script for the server alpha between "server" and "exit", run on the host prod.
+    SResult lmsh(const std::string& commands) const;
+    SResult rawLmsh(const std::string& script) const;
+    SResult kforutil(const std::string& host, const std::string& word) const;
+
+    void createAnnotation(const std::string& name) const;
+    void createTimeImage(const std::string& name, const std::string& annotation, const std::string& host) const;
+    Lines showGroup() const;
+
+    std::filesystem::path store() const { return m_folder.path() / "store"; }
+    std::filesystem::path home() const { return store() / "var/lib/lumora/alpha"; }
+    std::filesystem::path root(const std::string& host) const { return m_folder.path() / host; }
+    const std::filesystem::path& folder() const { return m_folder.path(); }
+
+  private:
+    CTempFolder m_folder;
+};
+
+std::vector<std::string> lmshCommand();
+std::vector<std::string> lmadmCommand();
+std::string script(const std::string& commands);
+
+std::string readAll(const std::filesystem::path& file);
+void writeAll(const std::filesystem::path& file, const std::string& text);
+std::size_t entriesIn(const std::filesystem::path& folder);
+// Serials and times differ from run to run: "LM" and hexadecimal digits become SERIAL, times become TIME, folder
+// numbers ID.
+Lines normalised(Lines lines);
+
+// Waits until the condition holds; false when it did not within half a minute.
+template <class Condition>
+bool eventually(Condition condition);
+void pauseBriefly();
+
+template <class Condition>
+bool eventually(Condition condition)
+{
+    for (int tries = 0; tries < 30000; ++tries) {
+        if (condition()) {
+            return true;
+        }
+        pauseBriefly();
+    }
+    return false;
+}
+
+}  // namespace lumora::test
