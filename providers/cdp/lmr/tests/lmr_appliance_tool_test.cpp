@@ -1,0 +1,241 @@
+#include "providers/cdp/lmr/lmr_appliance_tool.h"
+
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include <cstddef>
+#include <filesystem>
+
+#include "framework/include/cfiplatformerror.h"
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+using namespace obzx_pdk_4_4;
+using CLines = std::vector<std::string>;
+
+class CLmrApplianceTool : public CLmrTest
+{
+};
+
+TEST_F(CLmrApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("output\nfirst\n\nthird\n.\nexit 0\n");
+    CLines lines = {"old"};
+    EXPECT_EQ(0, tool->execLMSH("alpha", " list  hosts ", lines));
+    EXPECT_EQ((CLines{"first", "", "third"}), lines);
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                      "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].", "L6 Line [0] = [first]",
+                      "L6 Line [1] = []", "L6 Line [2] = [third]",
+                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+              takeTrace());
+}
+
+TEST_F(CLmrApplianceTool, ScriptHoldsServerCommandAndExit)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("exit 0\n");
+    CLines lines;
+    EXPECT_EQ(0, tool->execLMSH("alpha", "one\ntwo", lines));
+    EXPECT_EQ("=== lmsh\nserver alpha\none\ntwo\nexit\n", takeSent());
+}
+
+TEST_F(CLmrApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    // The shell of this test lists the script that is its standard input.
+    writeFile(root() + "/tools/list", "#!/bin/sh\nstat -L -c %a /dev/stdin\nls \"$TMPDIR\" | wc -l\n");
+    ::chmod((root() + "/tools/list").c_str(), 0700);
+    tool->setShell({"list", CString((root() + "/tools/").c_str())});
+    CLines lines;
+    EXPECT_EQ(0, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ((CLines{"600", "1"}), lines);
+    EXPECT_EQ(0U, countScripts());
+}
+
+TEST_F(CLmrApplianceTool, EmptyServerIsRefusedWithoutAScript)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("exit 0\n");
+    CLines lines = {"old"};
+    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);  // a script could not even be made
+    EXPECT_EQ(-1, tool->execLMSH("", "x", lines));
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ("", takeSent());
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                      "L1 CLMRApplianceTool::execLMSH - No server is specified",
+                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+              takeTrace());
+}
+
+TEST_F(CLmrApplianceTool, EmptyCommandIsRefusedWithoutAScript)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("exit 0\n");
+    CLines lines = {"old"};
+    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);
+    EXPECT_EQ(-1, tool->execLMSH("alpha", "", lines));
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ("", takeSent());
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                      "L1 CLMRApplianceTool::execLMSH - No command is specified",
+                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+              takeTrace());
+}
+
+TEST_F(CLmrApplianceTool, EmptyServerIsNamedBeforeTheEmptyCommand)
+{
+    CLines lines;
+    EXPECT_EQ(-1, setUpTool()->execLMSH("", "", lines));
+    EXPECT_EQ("L1 CLMRApplianceTool::execLMSH - No server is specified", takeTrace().at(1));
+}
+
+TEST_F(CLmrApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("exit 0\n");
+    for (const char* server : {"a\nexit", "a\"b", "a\rb", "a\tb"}) {
+        CLines lines = {"old"};
+        EXPECT_EQ(-1, tool->execLMSH(server, "x", lines));
+        EXPECT_TRUE(lines.empty());
+        EXPECT_EQ("L2 CLMRApplianceTool::execLMSH - Server name [" + std::string(server) +
+                      "] holds a double quote or a control character",
+                  takeTrace().at(1));
+    }
+    EXPECT_EQ("", takeSent());
+}
+
+TEST_F(CLmrApplianceTool, FailedCommandTracesItsOutputRunTogetherAndKeepsTheLines)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("output\nno such\ngroup\n.\nexit 3\n");
+    CLines lines;
+    EXPECT_EQ(11, tool->execLMSH("alpha", " show ", lines));
+    EXPECT_EQ((CLines{"no such", "group"}), lines);
+    EXPECT_EQ(0U, countScripts());
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                      "L6 CLMRApplianceTool::execLMSH - Running command [ show ].",
+                      "L2 CLI Command [ show ] failed with error [3] and output \n[no suchgroup]\n.",
+                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+              takeTrace());
+}
+
+TEST_F(CLmrApplianceTool, KilledShellIsAFailedCommand)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("output\nhalf\n.\nsignal 9\n");
+    CLines lines;
+    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ((CLines{"half"}), lines);
+    EXPECT_EQ("L2 CLI Command [x] failed with error [137] and output \n[half]\n.", takeTrace().at(2));
+}
+
+TEST_F(CLmrApplianceTool, MissingShellIsAFailedCommand)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    tool->setShell({"nothing", "/nowhere/"});
+    CLines lines;
+    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(0U, countScripts());
+    EXPECT_EQ("L2 CLI Command [x] failed with error [2] and output \n[]\n.", takeTrace().at(2));
+}
+
+TEST_F(CLmrApplianceTool, RunnerWithoutAShellFails)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    tool->setShell({});
+    CLines lines;
+    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ(0U, countScripts());
+}
+
+TEST_F(CLmrApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMessage)
+{
+    writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("delay 60000\nexit 0\n");
+    CLines lines;
+    EXPECT_EQ(12, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ(0U, countScripts());
+    for (const std::string& line : takeTrace())
+        EXPECT_EQ(std::string::npos, line.find("CLI Command [")) << line;
+}
+
+TEST_F(CLmrApplianceTool, WithoutATraceLogNothingIsTraced)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    tool->registerTraceLog({});
+    CLines lines;
+    setScenario("times 1\nexit 3\nexit 0\n");
+    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ(0, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ(-1, tool->execLMSH("", "x", lines));
+    EXPECT_EQ(CLines(), takeTrace());
+}
+
+TEST_F(CLmrApplianceTool, MissingTemporaryDirectoryReachesTheCaller)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);
+    CLines lines = {"old"};
+    EXPECT_THROW(tool->execLMSH("alpha", "x", lines), CFiPlatformError);
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ("L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]", takeTrace().back());
+}
+
+/// From here on no file can be opened to be truncated.
+void forbidTruncation()
+{
+    const unsigned truncate = 01000;  // O_TRUNC as the kernel knows it
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, truncate, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    const sock_fprog program = {sizeof filter / sizeof filter[0], filter};
+    ASSERT_EQ(0, ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
+    ASSERT_EQ(0, ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
+}
+
+TEST_F(CLmrApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("output\nnothing to do\n.\nexit 0\n");
+    EXPECT_EXIT(
+        {
+            forbidTruncation();
+            CLines lines;
+            const int result = tool->execLMSH("alpha", "x", lines);
+            const CLines trace = takeTrace();
+            const bool told =
+                trace.at(2).starts_with("L1 Failed to open file [<root>/tmp/ksv_fi") && trace.at(2).ends_with("].");
+            ::_exit(result == 0 && told && lines == CLines{"nothing to do"} && countScripts() == 0 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ("=== lmsh\n", takeSent());
+}
+
+TEST_F(CLmrApplianceTool, InstanceIsCreatedEmptyAndReleased)
+{
+    using CTool = CFiContextSingleton<CLMRApplianceTool, CLMRApplianceTool>;
+    const CLMRApplianceToolPtr tool = CTool::instance(false);
+    ASSERT_TRUE(tool);
+    EXPECT_STREQ("", tool->getShell().name.c_str());
+    EXPECT_STREQ("", tool->getShell().path.c_str());
+    EXPECT_EQ(tool, CTool::instance(false));
+    EXPECT_FALSE(CTool::instance(true));
+    EXPECT_FALSE(tool == CTool::instance(false));
+}
+
+}  // namespace
+}  // namespace cdpfi

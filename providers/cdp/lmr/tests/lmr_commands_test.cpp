@@ -1,0 +1,179 @@
+#include "providers/cdp/lmr/lmr_commands.h"
+
+#include <functional>
+
+#include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/lmr_timeimage.h"
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+struct SCommandCase
+{
+    const char* name;
+    std::function<SLMRCommand(const CString&)> build;  ///< with the name in every place
+};
+
+const std::vector<SCommandCase>& commandCases()
+{
+    using namespace lmr_commands;
+    using N = const CString&;
+    static const std::vector<SCommandCase> cases = {
+        {"show_host", [](N n) { return showHost(n); }},
+        {"show_group", [](N n) { return showGroup(n); }},
+        {"create_checkpoint", [](N n) { return createCheckPoint(n, "G"); }},
+        {"create_checkpoint_group", [](N n) { return createCheckPoint("CP", n); }},
+        {"delete_checkpoint", [](N n) { return deleteCheckPoint(n, "G"); }},
+        {"delete_checkpoint_group", [](N n) { return deleteCheckPoint("CP", n); }},
+        {"create_timeimage", [](N n) { return createTimeImage(n, "G", "CP", "H"); }},
+        {"create_timeimage_group", [](N n) { return createTimeImage("TI", n, "CP", "H"); }},
+        {"create_timeimage_checkpoint", [](N n) { return createTimeImage("TI", "G", n, "H"); }},
+        {"create_timeimage_host", [](N n) { return createTimeImage("TI", "G", "CP", n); }},
+        {"delete_timeimage", [](N n) { return deleteTimeImage(n, "G"); }},
+        {"delete_timeimage_group", [](N n) { return deleteTimeImage("TI", n); }},
+        {"list_timeimages", [](N n) { return listTimeImages(n); }},
+        {"show_timeimage", [](N n) { return showTimeImage(n, "G"); }},
+        {"show_timeimage_group", [](N n) { return showTimeImage("TI", n); }},
+        {"permit_group", [](N n) { return permitGroup(n, "H"); }},
+        {"permit_group_host", [](N n) { return permitGroup("G", n); }},
+        {"forbid_group", [](N n) { return forbidGroup(n, "H"); }},
+        {"forbid_group_host", [](N n) { return forbidGroup("G", n); }},
+        {"permit_timeimage", [](N n) { return permitTimeImage(n, "G", "H"); }},
+        {"permit_timeimage_group", [](N n) { return permitTimeImage("TI", n, "H"); }},
+        {"permit_timeimage_host", [](N n) { return permitTimeImage("TI", "G", n); }},
+    };
+    return cases;
+}
+
+class CLmrCommands : public CLmrTest
+{
+  protected:
+    /// What reaches the shell for a command to appliance "alpha", the runner's part included.
+    std::string sentFor(const SLMRCommand& command)
+    {
+        setUpTool();
+        setScenario("exit 0\n");
+        std::vector<std::string> lines;
+        EXPECT_EQ(0, sendCommand(*setUpTool(), "alpha", command, lines));
+        return takeSent();
+    }
+};
+
+TEST_F(CLmrCommands, ScriptOfEachCommandIsTheExpectedBytes)
+{
+    using namespace lmr_commands;
+    expectFile("commands/list_hosts.sent", sentFor(listHosts()));
+    expectFile("commands/show_host.sent", sentFor(showHost("backup01")));
+    expectFile("commands/list_groups.sent", sentFor(listGroups()));
+    expectFile("commands/show_group.sent", sentFor(showGroup("cg1")));
+    expectFile("commands/create_checkpoint.sent", sentFor(createCheckPoint("cp1", "cg1")));
+    expectFile("commands/delete_checkpoint.sent", sentFor(deleteCheckPoint("cp1", "cg1")));
+    expectFile("commands/create_timeimage.sent", sentFor(createTimeImage("ti1", "cg1", "cp1", "backup01")));
+    expectFile("commands/delete_timeimage.sent", sentFor(deleteTimeImage("ti1", "cg1")));
+    expectFile("commands/list_timeimages.sent", sentFor(listTimeImages("cg1")));
+    expectFile("commands/show_timeimage.sent", sentFor(showTimeImage("ti1", "cg1")));
+    expectFile("commands/permit_group.sent", sentFor(permitGroup("cg1", "backup01")));
+    expectFile("commands/forbid_group.sent", sentFor(forbidGroup("cg1", "backup01")));
+    expectFile("commands/permit_timeimage.sent", sentFor(permitTimeImage("ti1", "cg1", "backup01")));
+}
+
+TEST_F(CLmrCommands, CommandLinesOfTheDiskUtilityQuoteTheProgram)
+{
+    EXPECT_EQ("\"/usr/sbin/kforutil\" discover ", lmr_utility::discover("/usr/sbin/kforutil"));
+    EXPECT_EQ("\"/usr/sbin/kforutil\" listdisk ", lmr_utility::listDisks("/usr/sbin/kforutil"));
+}
+
+TEST_F(CLmrCommands, QuoteNewlineAndControlCharactersAreRefusedInEveryPlace)
+{
+    for (int byte = 0; byte < 0x100; ++byte) {
+        const char hostile[] = {'a', static_cast<char>(byte), 'b'};
+        const CString name(hostile, sizeof hostile);
+        const bool refused = byte < 0x20 || byte == 0x7f || byte == '"';
+        EXPECT_EQ(!refused, isSendableName(name)) << byte;
+        for (const SCommandCase& command : commandCases()) {
+            const SLMRCommand built = command.build(name);
+            EXPECT_EQ(refused, built.m_refused) << command.name << " " << byte;
+            EXPECT_TRUE(built.m_refusedName == (refused ? name : CString())) << command.name << " " << byte;
+        }
+    }
+}
+
+TEST_F(CLmrCommands, EmptyNamePassesTheCheck)
+{
+    EXPECT_TRUE(isSendableName(""));
+    for (const SCommandCase& command : commandCases())
+        EXPECT_FALSE(command.build("").m_refused) << command.name;
+}
+
+TEST_F(CLmrCommands, RefusedCommandIsTracedAndNothingIsSent)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    for (const SCommandCase& command : commandCases()) {
+        std::vector<std::string> lines = {"old"};
+        EXPECT_EQ(-1, sendCommand(*makeGroup("g"), "alpha", command.build("x\"\nexit"), lines)) << command.name;
+        EXPECT_TRUE(lines.empty());
+        EXPECT_EQ(std::vector<std::string>{"L2 Name [x\"\nexit] holds a double quote or a control character, command "
+                                           "is not sent"},
+                  takeTrace());
+    }
+    EXPECT_EQ("", takeSent());
+    EXPECT_EQ(0U, countScripts());
+}
+
+TEST_F(CLmrCommands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
+{
+    std::vector<std::string> lines = {"old"};
+    EXPECT_EQ(-1, sendCommand(*makeGroup("g"), "alpha", lmr_commands::listHosts(), lines));
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(std::vector<std::string>{"L1 No appliance is initialized, command is not sent"}, takeTrace());
+}
+
+TEST_F(CLmrCommands, OperationsOfAGroupRefuseHostileNames)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    const CGroupPtr group = makeGroup("g");
+    const CHostPtr host(new CLMRHost("h\n"));
+    EXPECT_EQ(-1, group->createCheckPoint("cp\""));
+    EXPECT_EQ(0, group->deleteCheckPoint("cp\n"));
+    EXPECT_FALSE(group->createTimeImage("ti", "cp", host));
+    EXPECT_EQ(0, group->deleteTimeImage("ti\t"));
+    EXPECT_FALSE(group->createTimeImageObject("ti\x7f"));
+    group->mapHost(host);
+    group->unmapHost(host);
+    EXPECT_EQ("", takeSent());
+    expectFile("hostile_group_operations.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrCommands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    const CTimeImagePtr image(new CLMRTimeImage("ti"));
+    image->registerTraceLog(log());
+    image->setApplianceName("alpha");
+    image->setConsistencyGroup(makeGroup("g"));
+    const CHostPtr host(new CLMRHost("h\""));
+    image->mapHost(host);
+    image->mapHost(host);
+    EXPECT_EQ("", takeSent());
+    const std::string trace = joined(takeTrace());
+    EXPECT_EQ(std::string::npos, trace.find("already mapped"));
+    EXPECT_NE(std::string::npos, trace.find("L2 Name [h\"] holds a double quote or a control character, command is "
+                                            "not sent\nL1 Failed to execute command\n"));
+}
+
+TEST_F(CLmrCommands, GroupNamedInAListingWithAQuoteIsNeverAskedFor)
+{
+    setUpTool();
+    setScenario(answerTo(" list  cgroups ", "a\"\tb luns=1\n") + "exit 0\n");
+    const CApplianceTestPtr appliance = makeAppliance("alpha");
+    appliance->generateConsistencyGroupList();
+    EXPECT_TRUE(appliance->getConsistencyGroupList().empty());
+    EXPECT_EQ("=== lmsh\nserver alpha\n list  cgroups \nexit\n", takeSent());
+}
+
+}  // namespace
+}  // namespace cdpfi

@@ -1,0 +1,115 @@
+#include "providers/cdp/lmr/lmr_configuration.h"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+class CLmrConfiguration : public CLmrTest
+{
+  protected:
+    std::string shell() const { return program(CLMRConfiguration(log()).importlmshPathInfo()); }
+    std::string utility() const { return program(CLMRConfiguration(log()).importkforUtilPathInfo()); }
+    static std::string program(const SLMRCliPath& tool)
+    {
+        return std::string(tool.path.c_str()) + "|" + tool.name.c_str();
+    }
+    void expectDefaults()
+    {
+        EXPECT_EQ("/opt/QXPKlm/bin/|lmsh", shell());
+        EXPECT_EQ("/usr/sbin/|kforutil", utility());
+    }
+};
+
+TEST_F(CLmrConfiguration, MissingStoreGivesTheDefaults)
+{
+    std::filesystem::remove(root() + "/etc/qz/cdpfi.conf");
+    expectDefaults();
+}
+
+TEST_F(CLmrConfiguration, MissingSectionGivesTheDefaults)
+{
+    writeConfiguration("[FI_TRACE]\nLEVEL=2\n");
+    expectDefaults();
+}
+
+TEST_F(CLmrConfiguration, EmptySectionGivesTheDefaults)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\n");
+    expectDefaults();
+}
+
+TEST_F(CLmrConfiguration, UnreadableStoreGivesTheDefaults)
+{
+    std::filesystem::remove(root() + "/etc/qz/cdpfi.conf");
+    std::filesystem::create_directory(root() + "/etc/qz/cdpfi.conf");
+    expectDefaults();
+}
+
+TEST_F(CLmrConfiguration, DirectoryWithoutASlashGainsOne)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b\nLMR_KFORUTIL_PATH=/c\n");
+    EXPECT_EQ("/a/b/|lmsh", shell());
+    EXPECT_EQ("/c/|kforutil", utility());
+}
+
+TEST_F(CLmrConfiguration, DirectoryWithASlashIsKept)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b/\nLMR_KFORUTIL_PATH=/\n");
+    EXPECT_EQ("/a/b/|lmsh", shell());
+    EXPECT_EQ("/|kforutil", utility());
+}
+
+TEST_F(CLmrConfiguration, NameAloneGoesWithTheDefaultDirectory)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=sh2\nLMR_KFORUTIL_NAME=util2\n");
+    EXPECT_EQ("/opt/QXPKlm/bin/|sh2", shell());
+    EXPECT_EQ("/usr/sbin/|util2", utility());
+}
+
+TEST_F(CLmrConfiguration, EmptyDirectoryBecomesTheRoot)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=\nLMR_KFORUTIL_PATH=\"\"\n");
+    EXPECT_EQ("/|lmsh", shell());
+    EXPECT_EQ("/|kforutil", utility());
+}
+
+TEST_F(CLmrConfiguration, EmptyNameStaysEmpty)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=\"\"\n");
+    EXPECT_EQ("/opt/QXPKlm/bin/|", shell());
+}
+
+TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesIsIndependent)
+{
+    for (unsigned set = 0; set < 16; ++set) {
+        std::string store = "[LMR_CLI_CONFIG]\n";
+        if ((set & 1U) != 0) store += "LMR_LMSH_PATH=/s\n";
+        if ((set & 2U) != 0) store += "LMR_LMSH_NAME=sh2\n";
+        if ((set & 4U) != 0) store += "LMR_KFORUTIL_PATH=/u\n";
+        if ((set & 8U) != 0) store += "LMR_KFORUTIL_NAME=util2\n";
+        writeConfiguration(store);
+        EXPECT_EQ(std::string((set & 1U) != 0 ? "/s/" : "/opt/QXPKlm/bin/") + "|" + ((set & 2U) != 0 ? "sh2" : "lmsh"),
+                  shell());
+        EXPECT_EQ(std::string((set & 4U) != 0 ? "/u/" : "/usr/sbin/") + "|" + ((set & 8U) != 0 ? "util2" : "kforutil"),
+                  utility());
+    }
+}
+
+TEST_F(CLmrConfiguration, LookUpsAreTracedAsFunctions)
+{
+    shell();
+    utility();
+    EXPECT_EQ((std::vector<std::string>{"L6 Entering Function importlmshPathInfo [LINE, lmr_configuration.cpp]",
+                                        "L6 Exiting Function importlmshPathInfo [LINE, lmr_configuration.cpp]",
+                                        "L6 Entering Function importkforUtilPathInfo [LINE, lmr_configuration.cpp]",
+                                        "L6 Exiting Function importkforUtilPathInfo [LINE, lmr_configuration.cpp]"}),
+              takeTrace());
+}
+
+}  // namespace
+}  // namespace cdpfi

@@ -1,0 +1,337 @@
+#include "providers/cdp/lmr/lmr_consistencygroup.h"
+
+#include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/lmr_timeimage.h"
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+using namespace obzx_pdk_4_4;
+using CLines = std::vector<std::string>;
+
+constexpr const char* IMAGE =
+    "Name: image\nTimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n/dev/t2 [T2] <- /dev/s2 [S2]\n";
+
+class CLmrConsistencyGroup : public CLmrTest
+{
+  protected:
+    CLmrConsistencyGroup() : m_group(makeGroup("cg1"))
+    {
+        setUpTool();
+        setUpDevices();
+    }
+    /// A time image of the group, made of a checkpoint.
+    CTimeImagePtr addImage(const char* name, const char* checkpoint, const std::string& listing = IMAGE)
+    {
+        setScenario(answerTo(" show  timeimage ", listing) + "exit 0\n");
+        const CTimeImagePtr image = m_group->createTimeImage(name, checkpoint, m_host);
+        takeSent();
+        takeTrace();
+        return image;
+    }
+    CLines imageNames() const
+    {
+        CLines names;
+        for (const auto& [name, image] : m_group->getTimeImageList())
+            names.emplace_back(name.c_str());
+        return names;
+    }
+
+    const CGroupPtr m_group;
+    const CHostPtr m_host{new CLMRHost("backup01")};
+};
+
+TEST_F(CLmrConsistencyGroup, HoldsItsNameAndDevices)
+{
+    m_group->addDevice("d1", "S1");
+    m_group->addDevice("d1", "S1");
+    m_group->addDevice("", "");
+    const auto devices = m_group->getDeviceList();
+    ASSERT_EQ(3U, devices.size());
+    EXPECT_STREQ("d1", devices[1].m_device.c_str());
+    EXPECT_STREQ("S1", devices[1].m_serial.c_str());
+    EXPECT_STREQ("cg1", m_group->getName().c_str());
+    EXPECT_TRUE(m_group->getVolList().empty());
+    EXPECT_TRUE(m_group->getTimeImageList().empty());
+}
+
+TEST_F(CLmrConsistencyGroup, PlaceholdersChangeNothing)
+{
+    addImage("ti1", "cp1");
+    EXPECT_STREQ("", m_group->insertCheckPoint("cp2", "ti1").c_str());
+    EXPECT_TRUE(m_group->enumerateCheckPoint().empty());
+    m_group->restoreCurrentStore({});
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp2"));
+    EXPECT_EQ("", takeSent());
+    EXPECT_TRUE(takeTrace().empty());
+}
+
+TEST_F(CLmrConsistencyGroup, CheckpointIsCreated)
+{
+    setScenario("exit 0\n");
+    EXPECT_EQ(0, m_group->createCheckPoint("cp1"));
+    expectFile("commands/create_checkpoint.sent", takeSent());
+    EXPECT_EQ(CLines(), takeOwnTrace());
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
+}
+
+TEST_F(CLmrConsistencyGroup, FailedCheckpointIsReportedWithItsCommand)
+{
+    setScenario("exit 4\n");
+    EXPECT_EQ(11, m_group->createCheckPoint("cp1"));
+    EXPECT_EQ(
+        "L1 Failed to execute command [ create  annotation \"cp1\" \"cg1\"\n set  message  CreatedByKestrav \n "
+        "commit ]",
+        takeOwnTrace().back());
+}
+
+TEST_F(CLmrConsistencyGroup, DeletedCheckpointIsForgottenAlsoWhenTheCommandFails)
+{
+    addImage("ti1", "cp1");
+    addImage("ti2", "cp2");
+    setScenario("times 1\nexit 0\nexit 1\n");
+    EXPECT_EQ(0, m_group->deleteCheckPoint("cp1"));
+    expectFile("commands/delete_checkpoint.sent", takeSent());
+    EXPECT_EQ(CLines(), takeOwnTrace());
+    EXPECT_EQ(0, m_group->deleteCheckPoint("cp2"));
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().back());
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp2"));
+    EXPECT_TRUE(m_group->getTimeImage("ti1"));
+    EXPECT_EQ(0, m_group->deleteCheckPoint("unknown"));
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageIsCreatedShownAndRemembered)
+{
+    addImage("ti0", "cp0");
+    setScenario(answerTo(" show  timeimage ", IMAGE) + "exit 0\n");
+    const CTimeImagePtr image = m_group->createTimeImage("ti1", "cp1", m_host);
+    ASSERT_TRUE(image);
+    EXPECT_STREQ("ti1", image->getName().c_str());
+    const std::map<CString, CString> targets = {{"S1", "T1"}, {"S2", "T2"}};
+    EXPECT_TRUE(targets == image->getTargetDeviceMap());
+    EXPECT_EQ(image, m_group->getTimeImage("ti1"));
+    EXPECT_EQ(image, m_group->getTimeImageFromCheckPoint("cp1"));
+    expectFile("create_timeimage.sent", takeSent());
+    expectFile("create_timeimage.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrConsistencyGroup, FailedTimeImageLeavesBothMaps)
+{
+    setScenario("exit 1\n");
+    EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
+    EXPECT_EQ(CLines(), imageNames());
+    EXPECT_EQ(
+        "L1 Failed to execute command [ create  timeimage \"ti1\" \"cg1\"\n use  annotation \"cp1\"\n add  "
+        "permission \"backup01\"\n set  preserve  mode  no \n set  prevent  expiration  timeout 0\n set  "
+        "proactive  expiration  timeout 0\n commit ]",
+        takeOwnTrace().back());
+    addImage("ti1", "cp2");
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageWithoutALunSectionKeepsTheCheckpointEntry)
+{
+    setScenario(answerTo(" show  timeimage ", "Name: x\nnothing\n") + "exit 0\n");
+    EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
+    EXPECT_EQ(CLines(), imageNames());
+    expectFile("create_timeimage_no_section.trace", joined(takeOwnTrace()));
+    // Only the checkpoint's entry can make the next image of that name be found by the checkpoint.
+    addImage("ti1", "cp2");
+    EXPECT_TRUE(m_group->getTimeImageFromCheckPoint("cp1"));
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageThatCannotBeShownKeepsTheCheckpointEntry)
+{
+    setScenario(answerTo(" show  timeimage ", "", 1) + "exit 0\n");
+    EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
+    const CLines trace = takeOwnTrace();
+    EXPECT_EQ("L1 Could not create time image object", trace.back());
+    EXPECT_EQ("L1 Failed to execute command", trace.at(trace.size() - 2));
+    addImage("ti1", "cp2");
+    EXPECT_TRUE(m_group->getTimeImageFromCheckPoint("cp1"));
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageNeedsAHost)
+{
+    setScenario("exit 0\n");
+    EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", {}));
+    m_group->mapHost({});
+    m_group->unmapHost({});
+    EXPECT_EQ("", takeSent());
+    EXPECT_EQ((CLines{"L2 CLMRConsistencyGroup::createTimeImage - no host for time image [ti1]",
+                      "L2 CLMRConsistencyGroup::mapHost - no host for [cg1]",
+                      "L2 CLMRConsistencyGroup::unmapHost - no host for [cg1]"}),
+              takeTrace());
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageObjectIsNotEnteredIntoTheMap)
+{
+    setScenario(answerTo(" show  timeimage ", IMAGE));
+    EXPECT_TRUE(m_group->createTimeImageObject("ti1"));
+    EXPECT_EQ(CLines(), imageNames());
+    expectFile("commands/show_timeimage.sent", takeSent());
+    expectFile("timeimage_object.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrConsistencyGroup, OneBadLunLineFailsTheTimeImage)
+{
+    setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\na [b] c\n"));
+    EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
+    EXPECT_EQ("L1 Invalid output cound not get device data. Found data as  [a  , b ,  c]", takeOwnTrace().back());
+    setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n\n"));
+    EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
+    EXPECT_EQ("L1 Invalid output cound not get device data. Found data as  []", takeOwnTrace().back());
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImagesOfTheApplianceAreListed)
+{
+    setScenario(answerTo(" list  timeimages ", "ti1 2024-05-01\n\n  ti2\n") + answerTo("\"ti1\"", IMAGE) +
+                answerTo("\"ti2\"", "broken\n"));
+    m_group->populateTimeImageInformation();
+    EXPECT_EQ((CLines{"ti1", "ti2"}), imageNames());
+    EXPECT_TRUE(m_group->getTimeImage("ti1"));
+    EXPECT_FALSE(m_group->getTimeImage("ti2"));
+    expectFile("populate.sent", takeSent());
+    expectFile("populate.trace", joined(takeTrace()));
+    // An entry without an image is passed over.
+    EXPECT_TRUE(m_group->getAssociatedTimeImage("T2"));
+    EXPECT_FALSE(m_group->getAssociatedTimeImage("T3"));
+    m_group->printMap(m_group->getTimeImageList());
+}
+
+TEST_F(CLmrConsistencyGroup, ListWithoutTimeImagesLeavesTheMap)
+{
+    addImage("ti1", "cp1");
+    setScenario(answerTo(" list  timeimages ", "  There are none!\n"));
+    m_group->populateTimeImageInformation();
+    EXPECT_EQ((CLines{"ti1"}), imageNames());
+    EXPECT_EQ((CLines{"L3 There are no timeimages for [cg1]"}), takeOwnTrace());
+}
+
+TEST_F(CLmrConsistencyGroup, NoneAmongOtherLinesIsAName)
+{
+    setScenario(answerTo(" list  timeimages ", "There are none!\nti2\n") + "exit 1\n");
+    m_group->populateTimeImageInformation();
+    EXPECT_EQ((CLines{"There", "ti2"}), imageNames());
+}
+
+TEST_F(CLmrConsistencyGroup, FailedListLeavesTheMap)
+{
+    addImage("ti1", "cp1");
+    setScenario("exit 1\n");
+    m_group->populateTimeImageInformation();
+    EXPECT_EQ((CLines{"ti1"}), imageNames());
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().back());
+}
+
+TEST_F(CLmrConsistencyGroup, DeletedTimeImageTakesOnlyItsFirstCheckpointAlong)
+{
+    addImage("ti1", "cpB");
+    addImage("ti1", "cpA");
+    addImage("ti2", "cp0");
+    setScenario("exit 0\n");
+    EXPECT_EQ(0, m_group->deleteTimeImage("ti1"));
+    expectFile("commands/delete_timeimage.sent", takeSent());
+    EXPECT_EQ((CLines{"L3 Erasing the following entry from the checkpoint to TimeImage Map. checkpoing name = [cpA], "
+                      "time image name = [ti1]"}),
+              takeOwnTrace());
+    EXPECT_EQ((CLines{"ti2"}), imageNames());
+    addImage("ti1", "cpC");
+    EXPECT_TRUE(m_group->getTimeImageFromCheckPoint("cpB"));
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cpA"));
+}
+
+TEST_F(CLmrConsistencyGroup, DeletedTimeImageIsForgottenAlsoWhenTheCommandFails)
+{
+    addImage("ti1", "cp1");
+    setScenario("exit 1\n");
+    EXPECT_EQ(0, m_group->deleteTimeImage("ti1"));
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().at(1));
+    EXPECT_FALSE(m_group->getTimeImage("ti1"));
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
+    EXPECT_EQ(0, m_group->deleteTimeImage(""));
+}
+
+TEST_F(CLmrConsistencyGroup, HostPermissionsNameTheGroup)
+{
+    setScenario("exit 0\n");
+    m_group->mapHost(m_host);
+    expectFile("commands/permit_group.sent", takeSent());
+    m_group->unmapHost(m_host);
+    expectFile("commands/forbid_group.sent", takeSent());
+    EXPECT_EQ(CLines(), takeOwnTrace());
+}
+
+TEST_F(CLmrConsistencyGroup, FailedHostPermissionsAreTraced)
+{
+    setScenario("exit 1\n");
+    m_group->mapHost(m_host);
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().back());
+    m_group->unmapHost(m_host);
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().back());
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageOfATargetDeviceIsFound)
+{
+    addImage("ti1", "cp1");
+    addImage("ti2", "cp2", "TimeImage LUNs:\n/dev/t3 [T3] <- /dev/s1 [S1]\n");
+    const CTimeImagePtr image = m_group->getAssociatedTimeImage("T3");
+    EXPECT_EQ(m_group->getTimeImage("ti2"), image);
+    // The line of the match is written without its device.
+    EXPECT_EQ("L3 CLMRConsistencyGroup::getAssociatedTimeImage - Match found with target volume [T3] for device [%s].",
+              takeTrace().back());
+    m_group->getAssociatedTimeImage("T3");
+    expectFile("associated_timeimage.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
+{
+    addImage("ti1", "cp1");
+    setScenario(answerTo("[listdisk]", "Disks\n" + std::string(122, '=') + "\n/dev/t (a) b (c) d (e) (T2)\n"));
+    setUpDevices()->refresh(false);
+    EXPECT_TRUE(m_group->getAssociatedTimeImage("/dev/t"));
+    EXPECT_EQ(1U, setUpDevices()->getLunMap().size());
+}
+
+TEST_F(CLmrConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTargetAndBecomesKnown)
+{
+    addImage("ti1", "cp1");
+    EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/unknown"));
+    EXPECT_EQ(1U, setUpDevices()->getLunMap().size());
+    const CTimeImagePtr image = addImage("ti2", "cp2", "TimeImage LUNs:\nt [ ] <- s [S]\n");
+    ASSERT_TRUE(image);
+    EXPECT_EQ(image, m_group->getAssociatedTimeImage("/dev/unknown"));
+}
+
+TEST_F(CLmrConsistencyGroup, TextThatDoesNotBeginAsAPathIsItsOwnSerial)
+{
+    addImage("ti1", "cp1", "TimeImage LUNs:\nt [x/dev/y] <- s [S]\n");
+    EXPECT_TRUE(m_group->getAssociatedTimeImage("x/dev/y"));
+    EXPECT_TRUE(setUpDevices()->getLunMap().empty());
+}
+
+TEST_F(CLmrConsistencyGroup, LooksUpNoPathBeforeAnApplianceIsInitialized)
+{
+    CLMRAppliance::setCLMRDeviceManagerSingletonPtr({});
+    EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/t"));
+}
+
+TEST_F(CLmrConsistencyGroup, UnknownNamesFindNoTimeImage)
+{
+    addImage("ti1", "cp1");
+    EXPECT_FALSE(m_group->getTimeImage("ti2"));
+    EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp2"));
+}
+
+TEST_F(CLmrConsistencyGroup, MapIsNotPrintedBelowItsLevel)
+{
+    addImage("ti1", "cp1");
+    observe(2);
+    m_group->printMap(m_group->getTimeImageList());
+    EXPECT_TRUE(takeTrace().empty());
+}
+
+}  // namespace
+}  // namespace cdpfi

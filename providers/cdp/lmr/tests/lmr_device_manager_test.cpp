@@ -1,0 +1,194 @@
+#include "providers/cdp/lmr/lmr_device_manager.h"
+
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+using namespace obzx_pdk_4_4;
+using CLines = std::vector<std::string>;
+
+class CLmrDeviceManager : public CLmrTest
+{
+  protected:
+    static std::string rule(size_t width = 122) { return std::string(width, '=') + "\n"; }
+    static std::string disk(const std::string& path, const std::string& serial)
+    {
+        return path + "  (0:0:1:0) LUMORA (disk) 10GB (online) (" + serial + ")\n";
+    }
+    std::string listing(const std::string& output, int exitStatus = 0) const
+    {
+        return answerTo("[listdisk]", output, exitStatus);
+    }
+    /// "path=serial" of each entry, in path order.
+    CLines table() const
+    {
+        CLines entries;
+        for (const auto& [path, serial] : setUpDevices()->getLunMap()) {
+            entries.push_back(std::string(path.c_str()) + "=" + serial.c_str());
+        }
+        return entries;
+    }
+    void refreshWith(const std::string& output)
+    {
+        setScenario(listing(output));
+        setUpDevices()->refresh(false);
+    }
+};
+
+TEST_F(CLmrDeviceManager, ListingIsReadAndTraced)
+{
+    refreshWith("Disks of this host\n" + rule() + disk("/dev/sdc", "S3") + disk("/dev/sdb", "S2"));
+    EXPECT_EQ((CLines{"/dev/sdb=S2", "/dev/sdc=S3"}), table());
+    EXPECT_EQ("=== kforutil [listdisk]\n", takeSent());
+    expectFile("refresh.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrDeviceManager, RefreshWithDiscoveryRescansFirst)
+{
+    setScenario(answerTo("[discover]", "found 1\n") + listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
+    setUpDevices()->refresh(true);
+    EXPECT_EQ("=== kforutil [discover]\n=== kforutil [listdisk]\n", takeSent());
+    expectFile("refresh_discover.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrDeviceManager, FailedDiscoveryIsTracedAndTheListingIsReadRegardless)
+{
+    setScenario(answerTo("[discover]", "no adapter\nno link\n", 4) +
+                listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
+    setUpDevices()->refresh(true);
+    EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
+    expectFile("refresh_discover_failed.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrDeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
+{
+    writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
+    setScenario("delay 60000\nexit 0\n");
+    setUpDevices()->rescan();
+    for (const std::string& line : takeTrace())
+        EXPECT_EQ(std::string::npos, line.find("failed with error")) << line;
+}
+
+TEST_F(CLmrDeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+    takeTrace();
+    setScenario(listing("no driver\n", 5));
+    try {
+        setUpDevices()->refresh(false);
+        FAIL() << "nothing was thrown";
+    } catch (const EFiExecPipe& failure) {
+        EXPECT_EQ(11, failure.error().result);
+        EXPECT_EQ(5, failure.error().code);
+        EXPECT_FALSE(failure.error().message.empty());
+        EXPECT_FALSE(failure.error().wideMessage.empty());
+    }
+    EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
+    expectFile("refresh_failed.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrDeviceManager, ListingThatTimesOutIsThrownWithoutTheFailureMessage)
+{
+    writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
+    setScenario("delay 60000\nexit 0\n");
+    EXPECT_THROW(setUpDevices()->refresh(false), EFiExecPipe);
+    for (const std::string& line : takeTrace())
+        EXPECT_EQ(std::string::npos, line.find("failed with error")) << line;
+}
+
+TEST_F(CLmrDeviceManager, ThreeLinesWithTheSeparatorSecondAddOneEntry)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+    EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
+}
+
+TEST_F(CLmrDeviceManager, SeparatorOfAnotherWidthIsNotRecognised)
+{
+    for (const size_t width : {121U, 123U}) {
+        refreshWith("Disks\n" + rule(width) + disk("/dev/sdb", "S"));
+        EXPECT_EQ(CLines(), table());
+        for (const std::string& line : takeTrace())
+            EXPECT_FALSE(line.starts_with("L1 ")) << line;
+    }
+}
+
+TEST_F(CLmrDeviceManager, SixFieldsStopTheReadingThere)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) (S2) x\n" + disk("/dev/sdc", "S3"));
+    EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
+    expectFile("refresh_six_fields.trace", joined(takeOwnTrace()));
+}
+
+TEST_F(CLmrDeviceManager, ThreeParenthesesStopTheReadingThere)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) a b c\n" + disk("/dev/sdc", "S3"));
+    EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
+    expectFile("refresh_three_groups.trace", joined(takeOwnTrace()));
+}
+
+TEST_F(CLmrDeviceManager, BlankLineBelowTheSeparatorStopsTheReading)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "\n" + disk("/dev/sdc", "S3"));
+    EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
+    EXPECT_EQ("L1 CLMRDeviceManager::refresh - invalid format for lun parser. Found [0] tokens in line  [] found",
+              takeOwnTrace().back());
+}
+
+TEST_F(CLmrDeviceManager, TwoLinesOrFewerClearTheTable)
+{
+    for (const std::string& output : {std::string("Disks\n") + rule(), std::string("none\n"), std::string()}) {
+        refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+        EXPECT_EQ(1U, table().size());
+        refreshWith(output);
+        EXPECT_EQ(CLines(), table());
+        EXPECT_EQ("L3 CLMRDeviceManager::refresh - No device ID information found", takeOwnTrace().back());
+    }
+}
+
+TEST_F(CLmrDeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
+{
+    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + disk("/dev/sdb", "S2"));
+    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S9"));
+    EXPECT_EQ((CLines{"/dev/sda=S1", "/dev/sdb=S9"}), table());
+    CString path;
+    EXPECT_FALSE(setUpDevices()->firstPathOf("S2", path));
+    EXPECT_TRUE(setUpDevices()->firstPathOf("S9", path));
+    EXPECT_STREQ("/dev/sdb", path.c_str());
+}
+
+TEST_F(CLmrDeviceManager, UnknownPathIsAddedEmpty)
+{
+    EXPECT_STREQ("", setUpDevices()->serialOf("/dev/x").c_str());
+    EXPECT_EQ((CLines{"/dev/x="}), table());
+    CString path = "untouched";
+    EXPECT_FALSE(setUpDevices()->firstPathOf("", path));
+    EXPECT_STREQ("untouched", path.c_str());
+}
+
+TEST_F(CLmrDeviceManager, MissingUtilityIsThrownWithTheSystemsError)
+{
+    const CLMRDeviceManagerPtr devices = setUpDevices();
+    devices->setUtility({"nothing", "/nowhere/"});
+    try {
+        devices->refresh(false);
+        FAIL() << "nothing was thrown";
+    } catch (const EFiExecPipe& failure) {
+        EXPECT_EQ(ENOENT, failure.error().code);
+    }
+    EXPECT_EQ("L1 CLMRDeviceManager::refresh - CLI Command [\"/nowhere/nothing\" listdisk ] failed with error [%l].",
+              takeOwnTrace().back());
+}
+
+TEST_F(CLmrDeviceManager, InstanceIsCreatedEmptyAndReleased)
+{
+    using CManager = CFiContextSingleton<CLMRDeviceManager, CLMRDeviceManager>;
+    const CLMRDeviceManagerPtr devices = CManager::instance(false);
+    EXPECT_STREQ("", devices->getUtility().name.c_str());
+    EXPECT_TRUE(devices->getLunMap().empty());
+    EXPECT_FALSE(CManager::instance(true));
+    EXPECT_FALSE(devices == CManager::instance(false));
+}
+
+}  // namespace
+}  // namespace cdpfi

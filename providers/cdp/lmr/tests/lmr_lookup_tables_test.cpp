@@ -1,0 +1,106 @@
+// The tables behind the look-ups of devices and LUNs.
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "providers/cdp/lmr/lmr_lun_table.h"
+
+namespace cdpfi {
+namespace {
+
+struct SNumber
+{
+    const std::string* text = nullptr;
+};
+struct SNumberKeys
+{
+    static bool isEmpty(const SNumber& number) { return number.text == nullptr; }
+    static std::string_view keyOf(const SNumber& number) { return *number.text; }
+};
+
+TEST(CLmrHashTable, FindsWhatWasAddedAndNothingElse)
+{
+    std::vector<std::string> texts;
+    for (int i = 0; i < 5000; ++i)
+        texts.push_back("text" + std::to_string(i));
+    CLMRHashTable<SNumber, SNumberKeys> table{SNumberKeys()};
+    EXPECT_EQ(nullptr, table.find("text0"));
+    for (size_t i = 0; i < texts.size(); ++i) {
+        EXPECT_EQ(nullptr, table.find(texts[i]));
+        table.add({&texts[i]});
+    }
+    for (const std::string& text : texts) {
+        ASSERT_NE(nullptr, table.find(text));
+        EXPECT_EQ(&text, table.find(text)->text);
+    }
+    EXPECT_EQ(nullptr, table.find("text5000"));
+    EXPECT_EQ(nullptr, table.find(""));
+    table.clear();
+    EXPECT_EQ(nullptr, table.find("text0"));
+}
+
+TEST(CLmrLunTable, KeepsPathsInByteOrder)
+{
+    CLMRLunTable table;
+    for (const char* path : {"b", "a", "\xff", "aa", "B", ""})
+        table.set(path, "S");
+    std::string order;
+    for (const auto& [path, serial] : table.map())
+        order += std::string(path.c_str()) + "|";
+    EXPECT_EQ("|B|a|aa|b|\xff|", order);
+    EXPECT_STREQ("", table.firstPathOf("S")->c_str());
+}
+
+TEST(CLmrLunTable, TextsMayHoldAnyByte)
+{
+    CLMRLunTable table;
+    table.set(std::string_view("a\0b", 3), std::string_view("S\0T", 3));
+    table.set("a", "S");
+    EXPECT_EQ(3U, table.serialOf(CString("a\0b", 3)).length());
+    EXPECT_EQ(3U, table.firstPathOf(CString("S\0T", 3))->length());
+    EXPECT_STREQ("a", table.firstPathOf("S")->c_str());
+}
+
+TEST(CLmrLunTable, LookUpsAnswerWhatAWalkAnswers)
+{
+    std::mt19937 random(42);
+    const auto draw = [&](unsigned range) { return static_cast<unsigned>(random() % range); };
+    for (int round = 0; round < 40; ++round) {
+        const unsigned paths = 1 + draw(40);
+        const unsigned serials = 1 + draw(20);
+        CLMRLunTable table;
+        std::map<std::string, std::string> model;
+        for (int step = 0; step < 300; ++step) {
+            const std::string path = "/dev/" + std::to_string(draw(paths));
+            const std::string serial = draw(8) == 0 ? "" : "S" + std::to_string(draw(serials));
+            const unsigned action = draw(40);
+            if (action == 0) {
+                table.clear();
+                model.clear();
+            } else if (action < 10) {
+                EXPECT_EQ(model[path], table.serialOf(path.c_str()).c_str());
+            } else {
+                table.set(path, serial);
+                model[path] = serial;
+            }
+            const CString* found = table.firstPathOf(serial.c_str());
+            const auto walked =
+                std::find_if(model.begin(), model.end(), [&](const auto& entry) { return entry.second == serial; });
+            const bool expected = walked != model.end() && !serial.empty();
+            ASSERT_EQ(expected, found != nullptr);
+            if (expected) {
+                EXPECT_EQ(walked->first, found->c_str());
+            }
+        }
+        ASSERT_EQ(model.size(), table.map().size());
+        for (const auto& [path, serial] : table.map())
+            EXPECT_EQ(model[path.c_str()], serial.c_str());
+    }
+}
+
+}  // namespace
+}  // namespace cdpfi

@@ -1,0 +1,177 @@
+// Time images, hosts and volumes.
+
+#include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/lmr_timeimage.h"
+#include "providers/cdp/lmr/lmr_volume.h"
+#include "providers/cdp/lmr/tests/lmr_fixture.h"
+
+namespace cdpfi {
+namespace {
+
+constexpr const char* GRANT =
+    "=== lmsh\nserver alpha\n update  timeimage \"ti1\" \"cg1\"\n add  permission \"backup01\"\n commit \nexit\n";
+
+class CLmrTimeImage : public CLmrTest
+{
+  protected:
+    CTimeImagePtr makeImage() const
+    {
+        const CTimeImagePtr image(new CLMRTimeImage("ti1"));
+        image->registerTraceLog(log());
+        image->setApplianceName("alpha");
+        image->setConsistencyGroup(makeGroup("cg1"));
+        return image;
+    }
+    const CHostPtr m_host{new CLMRHost("backup01")};
+};
+
+TEST_F(CLmrTimeImage, GrantIsSentAndTraced)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    makeImage()->mapHost(m_host);
+    EXPECT_EQ(GRANT, takeSent());
+    expectFile("timeimage_map_host.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrTimeImage, SecondGrantToTheSameHostIsNotSent)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    const CTimeImagePtr image = makeImage();
+    image->mapHost(m_host);
+    takeSent();
+    takeTrace();
+    image->mapHost(CHostPtr(new CLMRHost("backup01")));
+    EXPECT_EQ("", takeSent());
+    expectFile("timeimage_map_host_again.trace", joined(takeTrace()));
+}
+
+TEST_F(CLmrTimeImage, GrantAfterAFailedOneIsSentAgain)
+{
+    setUpTool();
+    setScenario("times 1\nexit 2\nexit 0\n");
+    const CTimeImagePtr image = makeImage();
+    image->mapHost(m_host);
+    EXPECT_EQ(GRANT, takeSent());
+    EXPECT_EQ("L1 Failed to execute command", takeOwnTrace().back());
+    image->mapHost(m_host);
+    EXPECT_EQ(GRANT, takeSent());
+    EXPECT_NE("L1 Failed to execute command", takeOwnTrace().back());
+}
+
+TEST_F(CLmrTimeImage, AnotherHostIsGrantedToo)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    const CTimeImagePtr image = makeImage();
+    image->mapHost(m_host);
+    takeSent();
+    image->mapHost(CHostPtr(new CLMRHost("backup02")));
+    EXPECT_NE(std::string::npos, takeSent().find("\"backup02\""));
+}
+
+TEST_F(CLmrTimeImage, NothingIsSentWithoutAHostOrAGroup)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    const CTimeImagePtr image = makeImage();
+    image->mapHost({});
+    image->setConsistencyGroup({});
+    image->mapHost(m_host);
+    EXPECT_EQ("", takeSent());
+    EXPECT_EQ((std::vector<std::string>(
+                  2, "L2 CLMRTimeImage::mapHost - no host or no consistency group for time image [ti1]")),
+              takeOwnTrace());
+}
+
+TEST_F(CLmrTimeImage, WithdrawingDoesNothing)
+{
+    setUpTool();
+    setScenario("exit 0\n");
+    makeImage()->unmapHost(m_host);
+    EXPECT_EQ("", takeSent());
+    EXPECT_TRUE(takeTrace().empty());
+}
+
+TEST_F(CLmrTimeImage, DeviceEntryReplacesTheTargetOfItsSource)
+{
+    const CTimeImagePtr image = makeImage();
+    image->addDeviceEntry("S2", "T2");
+    image->addDeviceEntry("S1", "T1");
+    image->addDeviceEntry("S2", "T3");
+    const std::map<CString, CString> expected = {{"S1", "T1"}, {"S2", "T3"}};
+    EXPECT_TRUE(expected == image->getTargetDeviceMap());
+    EXPECT_STREQ("ti1", image->getName().c_str());
+}
+
+TEST_F(CLmrTimeImage, GroupIsHeldUntilAnotherOneIsSet)
+{
+    const CTimeImagePtr image = makeImage();
+    const CGroupPtr first = makeGroup("a");
+    image->setConsistencyGroup(first);
+    image->setConsistencyGroup(first);
+    EXPECT_EQ(2, first->getCount());
+    image->setConsistencyGroup(makeGroup("b"));
+    EXPECT_EQ(1, first->getCount());
+}
+
+TEST(CLmrHost, StartsWithItsNameOrEmpty)
+{
+    CLMRHost host("h");
+    EXPECT_STREQ("h", host.getName().c_str());
+    EXPECT_STREQ("", host.getPortNumber().c_str());
+    EXPECT_TRUE(host.getConsGroupList().empty());
+    EXPECT_STREQ("", CLMRHost().getName().c_str());
+}
+
+TEST(CLmrHost, PortIsReplacedAndRemovingLeavesIt)
+{
+    CLMRHost host("h");
+    EXPECT_EQ(1, host.addPortNumber("1"));
+    EXPECT_EQ(1, host.addPortNumber("2"));
+    EXPECT_EQ(1, host.removePort("2"));
+    EXPECT_STREQ("2", host.getPortNumber().c_str());
+    host.showHostDetail();
+    EXPECT_STREQ("h", host.getName().c_str());
+}
+
+TEST(CLmrHost, PropertyOfAGroupIsAppendedAndNoOther)
+{
+    std::vector<CString> groups = {"old"};
+    setProp({"Consistency Group:", "G"}, "", groups);
+    setProp({"Consistency Group: more", "H", "I"}, "", groups);
+    setProp({" Consistency Group:", "X"}, "", groups);
+    setProp({"Consistency Group", "X"}, "", groups);
+    setProp({"", "X"}, "", groups);
+    setProp({"Consistency Group:"}, "", groups);
+    setProp({}, "", groups);
+    const std::vector<CString> expected = {"old", "G", "H"};
+    EXPECT_TRUE(expected == groups);
+}
+
+TEST(CLmrHost, ParsingAGroupChangesNothing)
+{
+    CString group = "g";
+    std::vector<CString> pieces = {"p"};
+    std::vector<CString> groups = {"q"};
+    parseConsgp("Consistency Group: x", group, pieces, groups);
+    EXPECT_STREQ("g", group.c_str());
+    EXPECT_EQ(1U, pieces.size());
+    EXPECT_EQ(1U, groups.size());
+}
+
+TEST(CLmrVolume, HoldsItsName)
+{
+    CLMRVolume volume("v");
+    EXPECT_STREQ("v", volume.getName().c_str());
+    volume.setName("w");
+    EXPECT_STREQ("w", volume.getName().c_str());
+    EXPECT_STREQ("", volume.getSize().c_str());
+    EXPECT_STREQ("", volume.getSerNo().c_str());
+    EXPECT_TRUE(volume.getConsGroupList().empty());
+    EXPECT_STREQ("", CLMRVolume().getName().c_str());
+}
+
+}  // namespace
+}  // namespace cdpfi
