@@ -36,7 +36,8 @@ std::string readWhole(const std::string& path)
 
 CLmrTest::CLmrTest()
 {
-    std::string folder = ::testing::TempDir() + "lmrXXXXXX";
+    static const std::string base = ::testing::TempDir();  // as it is before a test sets TMPDIR
+    std::string folder = base + "lmrXXXXXX";
     if (::mkdtemp(folder.data()) == nullptr) ADD_FAILURE() << "no temporary directory";
     m_root = folder;
     m_scenario = m_root + "/scenario";
