@@ -66,7 +66,7 @@ TEST_F(Content, CopiesLeaveHolesOut)
 {
     const fs::path source = m_demo.folder() / "sparse";
     writeAll(source, "");
-    fs::resize_file(source, std::uint64_t{64} << 20U);
+    fs::resize_file(source, std::uint64_t{8} << 20U);
     {
         std::FILE* const file = std::fopen(source.c_str(), "r+");
         std::fseek(file, 5 << 20U, SEEK_SET);
@@ -74,14 +74,14 @@ TEST_F(Content, CopiesLeaveHolesOut)
         std::fclose(file);
     }
     const fs::path target = m_demo.folder() / "copy";
-    copyFile(source, target, (std::uint64_t{64} << 20U) + 10);
+    copyFile(source, target, (std::uint64_t{8} << 20U) + 10);
     const std::string copy = readAll(target);
-    EXPECT_EQ(copy.size(), (std::size_t{64} << 20U) + 10);
+    EXPECT_EQ(copy.size(), (std::size_t{8} << 20U) + 10);
     EXPECT_EQ(copy.find_first_not_of('\0'), std::size_t{5} << 20U);
     EXPECT_EQ(copy.substr(std::size_t{5} << 20U, 14), std::string("in the middle\0", 14));
     struct stat info = {};
     ::stat(target.c_str(), &info);
-    EXPECT_LT(info.st_blocks * 512, 4 << 20U);
+    EXPECT_LT(info.st_blocks * 512, 1 << 20U);
 }
 
 TEST_F(Content, TheGateHoldsAnAnnotationBackAndAKilledOneLeavesNothing)
