@@ -112,7 +112,7 @@ class CConversionReader
 
     static constexpr int MAX_NUMBER = std::numeric_limits<int>::max();
     static constexpr std::string_view LENGTHS = "hlqLjzt";
-    static constexpr std::string_view TYPES = "diuxXocspfFeEgG%";
+    static constexpr std::string_view TYPES = "diuxXocspfFeEgG";
 
     std::string_view m_format;
     const CFiTraceArg* m_args;
@@ -184,13 +184,10 @@ void writeUnsigned(std::string& line, const SConversion& conversion, const CFiTr
     if (arg.width() < sizeof value) value &= (uint64_t{1} << (8 * arg.width())) - 1;
     const int base = conversion.type == 'o' ? 8 : conversion.type == 'u' ? 10 : 16;
     std::string digits = digitsOf(conversion, value, base);
-    std::string prefix;
     if (conversion.alternate && base == 8 && (digits.empty() || digits.front() != '0')) digits.insert(0, "0");
-    if (conversion.alternate && base == 16 && value != 0) prefix = "0x";
-    if (conversion.type == 'X') {
-        toUpper(digits);
-        toUpper(prefix);
-    }
+    const bool upper = conversion.type == 'X';
+    if (upper) toUpper(digits);
+    const std::string_view prefix = !conversion.alternate || base != 16 || value == 0 ? "" : upper ? "0X" : "0x";
     padNumber(line, conversion, prefix, digits, conversion.zero && conversion.precision < 0);
 }
 
