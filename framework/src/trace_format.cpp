@@ -51,6 +51,10 @@ class CConversionReader
 
     bool readParts(SConversion& conversion, size_t& cursor)
     {
+        if (at(cursor) == '%') {
+            conversion.type = m_format[cursor++];
+            return true;
+        }
         while (readFlag(conversion, at(cursor)))
             ++cursor;
         if (!readNumber(conversion.width, cursor)) return false;
