@@ -1,0 +1,59 @@
+// What entry points answer when the plug-in object cannot be had, because a lock on the way to it fails.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <set>
+
+#include "framework/include/obzx_runtime.h"
+#include "pdk/tests/entry_calls.h"
+#include "pdk/tests/faults.h"
+#include "pdk/tests/test_root.h"
+
+namespace pdktest {
+namespace {
+
+int32_t expectedStatus(const SEntryType& type)
+{
+    const SEntryFacts& facts = factsOf(type.name);
+    if (!type.hasResult) return 0;
+    if (type.name == "init") return OBZ_ERR_INIT;
+    if (type.name == "claim" || type.name == "supports_fitype" || type.name == "interpose") return 0;
+    return facts.isGated ? OBZ_ERR_DELAYED_INIT : OBZ_ERR_FAILED;
+}
+
+/// The statuses of first calls in which one lock after the other fails.
+std::set<int64_t> statusesOf(const SEntryType& type)
+{
+    std::set<int64_t> statuses;
+    for (int step = 0; step < 20; ++step) {
+        const CLoadedProvider provider(providerPath("plainfi"), "plainfi");
+        provider.get<obzx_fi_init_fn>("init")(nullptr, nullptr, nullptr);  // makes the trace log and nothing else
+        CHostObjects objects;
+        CWords words = validArguments(type, objects);
+        const bool consumes = type.name == "del_last_error" || type.name == "del_locale_message";
+        if (consumes) words[0] = testfi::toWord(obzx_alloc_buf(256));
+        CFaults faults;
+        faults.failLock(step);
+        statuses.insert(type.invoke(provider.find(type.name), words));
+    }
+    return statuses;
+}
+
+// A reference that could not be given back is kept on purpose, so this runs in a process of its own.
+TEST(UnreachablePlugin, GivesTheStatusOfAFailure)
+{
+    const CTestRoot root;
+    const auto checkAll = [] {
+        for (const SEntryType& type : entryTypes()) {
+            if (statusesOf(type).count(expectedStatus(type)) != 0) continue;
+            fprintf(stderr, "%s never gave %d\n", type.name.c_str(), expectedStatus(type));
+            _exit(1);
+        }
+        _exit(0);
+    };
+    EXPECT_EXIT(checkAll(), ::testing::ExitedWithCode(0), "");
+}
+
+}  // namespace
+}  // namespace pdktest
