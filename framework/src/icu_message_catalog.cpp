@@ -51,7 +51,7 @@ const CIcuMessageCatalog::CPatterns& CIcuMessageCatalog::load(const std::string&
         int32_t length = 0;
         UErrorCode entryStatus = U_ZERO_ERROR;
         const UChar* text = ures_getNextString(table.getAlias(), &length, &key, &entryStatus);
-        if (U_FAILURE(entryStatus) || key == nullptr) continue;  // not a text
+        if (U_FAILURE(entryStatus) || key == nullptr || text == nullptr) continue;  // not a text
         std::string& pattern = entry->second[key];
         icu::UnicodeString(false, text, length).toUTF8String(pattern);
     }

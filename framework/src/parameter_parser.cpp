@@ -71,7 +71,8 @@ class CDescriptionHandler : public DefaultHandler
         --m_depth;
     }
 
-    // A description needs no document type; without one there are no entities that could reach or grow anything.
+    // Called for a document type with declarations. Without them there are no entities that could reach or grow
+    // anything.
     void startDTD(const XMLCh*, const XMLCh*, const XMLCh*) override { throw SAXException("document type"); }
     void error(const SAXParseException& problem) override { throw SAXParseException(problem); }
     void fatalError(const SAXParseException& problem) override { throw SAXParseException(problem); }

@@ -1,0 +1,97 @@
+// docs/host-interface.md, the public header and the runtime's default operations say the same.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+
+#include "framework/include/cfistringtool.h"
+#include "framework/include/obz_entry_points.h"
+#include "framework/tests/default_calls.h"
+
+namespace obzx_pdk_4_4 {
+namespace {
+
+struct SRow
+{
+    std::string operation;
+    std::string gated;
+    int32_t status;
+};
+
+std::string unquoted(const std::string& cell)
+{
+    return CFiStringTool::trim(cell, " `");
+}
+
+// Table rows whose first cell names an entry point.
+std::map<std::string, SRow> readTable()
+{
+    std::map<std::string, SRow> rows;
+    std::ifstream document(CDPFI_SOURCE_DIR "/docs/host-interface.md");
+    for (std::string line; std::getline(document, line);) {
+        const std::vector<std::string> cells = CFiStringTool::tokenize(line, "|");
+        if (cells.size() != 6 || cells[0].rfind(" `", 0) != 0) continue;
+        EXPECT_EQ(rows.count(unquoted(cells[0])), 0u) << line;
+        rows[unquoted(cells[0])] = SRow{unquoted(cells[1]), unquoted(cells[2]), std::stoi(cells[5])};
+    }
+    return rows;
+}
+
+// Names of the function types of the header; true where the comment before them says "Gated.".
+std::map<std::string, bool> readHeader()
+{
+    std::map<std::string, bool> types;
+    std::ifstream header(CDPFI_SOURCE_DIR "/framework/include/obz_entry_points.h");
+    const std::regex type("typedef (int32_t|void) obzx_fi_([A-Za-z_]+)_fn\\(.*");
+    bool isGated = false;
+    for (std::string line; std::getline(header, line);) {
+        std::smatch match;
+        if (line.rfind("/*", 0) == 0) isGated = line.rfind("/* Gated.", 0) == 0;
+        if (!std::regex_match(line, match, type)) continue;
+        types[match[2]] = isGated;
+        isGated = false;  // a comment is about the type that follows it
+    }
+    return types;
+}
+
+TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
+{
+    std::set<std::string> expected;
+#define OBZX_ADD_NAME(name) expected.insert(#name);
+    OBZX_FI_ENTRY_POINTS(OBZX_ADD_NAME)
+#undef OBZX_ADD_NAME
+    EXPECT_EQ(expected.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
+    std::set<std::string> listed;
+    for (const auto& row : readTable())
+        listed.insert(row.first);
+    EXPECT_EQ(listed, expected);
+}
+
+TEST(HostInterfaceDocument, AgreesWithTheHeaderOnWhatIsGated)
+{
+    const std::map<std::string, bool> header = readHeader();
+    EXPECT_EQ(header.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
+    for (const auto& [name, row] : readTable()) {
+        ASSERT_EQ(header.count(name), 1u) << name;
+        EXPECT_EQ(row.gated == "yes", header.at(name)) << name;
+    }
+}
+
+TEST(HostInterfaceDocument, NamesTheDefaultsThatTheOperationsReturn)
+{
+    CFiPluginInterposer plugin;
+    test::CDefaultCalls calls(plugin);
+    test::callAllDefaults(calls);
+    const std::map<std::string, SRow> table = readTable();
+    for (const auto& [name, result] : calls.results()) {
+        ASSERT_EQ(table.count(name), 1u) << name;
+        EXPECT_EQ(table.at(name).operation, result.operation) << name;
+        EXPECT_EQ(table.at(name).status, result.status) << name;
+    }
+    EXPECT_EQ(calls.results().size(), table.size());
+}
+
+}  // namespace
+}  // namespace obzx_pdk_4_4
