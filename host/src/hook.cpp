@@ -3,13 +3,16 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <system_error>
+
+extern "C" {
+#include <sys/pidfd.h>  // the C library's header of this age does not say so itself
+}
 
 #include "host/src/signals.h"
 
