@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <set>
-
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/entry_calls.h"
 #include "pdk/tests/faults.h"
@@ -22,11 +20,11 @@ int32_t expectedStatus(const SEntryType& type)
     return facts.isGated ? OBZ_ERR_DELAYED_INIT : OBZ_ERR_FAILED;
 }
 
-/// The statuses of first calls in which one lock after the other fails.
-std::set<int64_t> statusesOf(const SEntryType& type)
+/// Whether a first call gives the status when one of its locks fails, whichever that is.
+bool givesStatus(const SEntryType& type, int32_t status)
 {
-    std::set<int64_t> statuses;
-    for (int step = 0; step < 20; ++step) {
+    constexpr int MOST_LOCKS = 20;
+    for (int step = 0; step < MOST_LOCKS; ++step) {
         const CLoadedProvider provider(providerPath("plainfi"), "plainfi");
         provider.get<obzx_fi_init_fn>("init")(nullptr, nullptr, nullptr);  // makes the trace log and nothing else
         CHostObjects objects;
@@ -35,9 +33,9 @@ std::set<int64_t> statusesOf(const SEntryType& type)
         if (consumes) words[0] = testfi::toWord(obzx_alloc_buf(256));
         CFaults faults;
         faults.failLock(step);
-        statuses.insert(type.invoke(provider.find(type.name), words));
+        if (type.invoke(provider.find(type.name), words) == status) return true;
     }
-    return statuses;
+    return false;
 }
 
 // A reference that could not be given back is kept on purpose, so this runs in a process of its own.
@@ -46,7 +44,7 @@ TEST(UnreachablePlugin, GivesTheStatusOfAFailure)
     const CTestRoot root;
     const auto checkAll = [] {
         for (const SEntryType& type : entryTypes()) {
-            if (statusesOf(type).count(expectedStatus(type)) != 0) continue;
+            if (givesStatus(type, expectedStatus(type))) continue;
             fprintf(stderr, "%s never gave %d\n", type.name.c_str(), expectedStatus(type));
             _exit(1);
         }
