@@ -1,0 +1,88 @@
+#include <sys/stat.h>
+
+#include <filesystem>
+
+#include "host/tests/fictl_fixture.h"
+
+namespace {
+
+class CCarryTest : public CFictlTest
+{
+  protected:
+    void SetUp() override
+    {
+        CFictlTest::SetUp();
+        ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
+    }
+
+    /// Forgets the record: from here on this catalog is another host's.
+    void becomeAnotherHost() const { ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0); }
+};
+
+TEST_F(CCarryTest, AnExportedSnapshotIsReceivedImportedAndDeletedElsewhere)
+{
+    const SRun exported = fictl({"snapshot", "export", "s"});
+    ASSERT_EQ(exported.exit, 0) << exported.err;
+    EXPECT_EQ(exported.document()["format"], "fictl-snapshot");
+    EXPECT_EQ(exported.document()["version"], 1);
+    EXPECT_EQ(fictlJson({"snapshot", "export", "s"}).document(), exported.document());
+    const nlohmann::json before = fictlJson({"snapshot", "show", "s"}).document()["snapshot"];
+    becomeAnotherHost();
+    const SRun received = run({"--output", "json", "snapshot", "receive", "-"}, exported.out);
+    ASSERT_EQ(received.exit, 0) << received.err;
+    EXPECT_EQ(received.document()["snapshot"]["origin"], "received");
+    EXPECT_EQ(fictlJson({"snapshot", "show", "s"}).document()["snapshot"]["devices"], before["devices"]);
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCarryTest, ExportWritesAFileForItsOwnerOnly)
+{
+    const std::string file = m_root + "/s.json";
+    ASSERT_EQ(fictl({"snapshot", "export", "s", "--file", file}).exit, 0);
+    struct stat status = {};
+    ASSERT_EQ(stat(file.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+    becomeAnotherHost();
+    EXPECT_EQ(fictl({"snapshot", "receive", file}).exit, 0);
+}
+
+TEST_F(CCarryTest, ExportReportsAFileThatCannotBeWritten)
+{
+    const SRun run = fictl({"snapshot", "export", "s", "--file", m_root + "/nosuch/s.json"});
+    EXPECT_EQ(run.exit, 14);
+    EXPECT_NE(run.err.find("No such file or directory"), std::string::npos) << run.err;
+}
+
+TEST_F(CCarryTest, ReceiveRefusesANameThatIsTaken)
+{
+    const SRun exported = fictl({"snapshot", "export", "s"});
+    const SRun received = run({"snapshot", "receive"}, exported.out);
+    EXPECT_EQ(received.exit, 4);
+    EXPECT_NE(received.err.find("snapshot \"s\" is in the catalog already (complete)"), std::string::npos);
+}
+
+TEST_F(CCarryTest, ReceiveRefusesWhatIsNoRecordAndEntersNothing)
+{
+    becomeAnotherHost();
+    const SRun received = run({"--output", "json", "snapshot", "receive", "-"}, "{}");
+    EXPECT_EQ(received.exit, 13);
+    EXPECT_EQ(received.document()["error"]["code"], "bad-record");
+    EXPECT_EQ(run({"snapshot", "receive"}, std::string(3 * 1024 * 1024, ' ')).exit, 13);
+    EXPECT_EQ(run({"snapshot", "receive", m_root + "/nosuch"}).exit, 14);
+    EXPECT_EQ(run({"snapshot", "receive", m_root}).exit, 14);
+    EXPECT_TRUE(fictlJson({"snapshot", "list"}).document()["snapshots"].empty());
+}
+
+TEST_F(CCarryTest, DeletingOnBothHostsLeavesNoRecordOnEither)
+{
+    const SRun exported = fictl({"snapshot", "export", "s"});
+    ASSERT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    ASSERT_EQ(run({"snapshot", "receive"}, exported.out).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_EQ(state("s"), "");
+}
+
+}  // namespace

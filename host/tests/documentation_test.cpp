@@ -1,0 +1,123 @@
+#include <algorithm>
+#include <sstream>
+
+#include "host/src/exit_codes.h"
+#include "host/tests/fictl_fixture.h"
+
+namespace {
+
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::istringstream stream(text);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST_F(CFictlTest, TheManualListsTheExitCodesOfTheHelp)
+{
+    std::vector<std::string> fromHelp;
+    bool inside = false;
+    for (const std::string& line : linesOf(run({"--help"}).out)) {
+        if (inside && line.size() > 6) {
+            const size_t digit = line.find_first_not_of(' ');
+            const size_t blank = line.find(' ', digit);
+            fromHelp.push_back("| " + line.substr(digit, blank - digit) + " | " + line.substr(blank + 2) + " |");
+        }
+        inside = inside || line == "Exit codes:";
+    }
+    ASSERT_EQ(fromHelp.size(), fictl::exitCodes().size());
+    std::vector<std::string> fromManual;
+    for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
+        // "| number | `name` | meaning |" without the name.
+        const size_t name = line.find("| `");
+        if (line.size() < 3 || line[0] != '|' || line[2] < '0' || line[2] > '9' || name == std::string::npos) continue;
+        const size_t after = line.find("` ", name);
+        fromManual.push_back(line.substr(0, name) + line.substr(after + 2));
+    }
+    EXPECT_EQ(fromManual, fromHelp);
+}
+
+/// Names of the subcommands in a help text.
+std::vector<std::string> subcommands(const std::string& help)
+{
+    std::vector<std::string> names;
+    bool inside = false;
+    for (const std::string& line : linesOf(help)) {
+        if (line.empty()) inside = false;
+        if (inside) names.push_back(line.substr(2, line.find(' ', 2) - 2));
+        if (line == "Subcommands:") inside = true;
+    }
+    return names;
+}
+
+/// Long options in a text, sorted, each once.
+std::vector<std::string> options(const std::string& text)
+{
+    std::vector<std::string> names;
+    for (size_t at = text.find("--"); at != std::string::npos; at = text.find("--", at + 2)) {
+        const size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz-", at);
+        std::string name = text.substr(at, end - at);
+        if (name.size() > 2 && name != "--help") names.push_back(std::move(name));
+    }
+    std::sort(names.begin(), names.end());
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+TEST_F(CFictlTest, TheManualHasASectionForEveryCommandWithItsOptions)
+{
+    std::vector<std::string> commands;
+    for (const std::string& family : subcommands(run({"--help"}).out)) {
+        for (const std::string& command : subcommands(run({family, "--help"}).out)) {
+            commands.push_back("fictl " + family + " " + command);
+        }
+    }
+    ASSERT_EQ(commands.size(), 9U);
+    std::vector<std::string> sections;
+    std::vector<std::string> texts;
+    for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
+        if (line.starts_with("#")) {
+            sections.emplace_back();
+            texts.emplace_back();
+            if (line.starts_with("### `fictl ")) {
+                const std::string heading = line.substr(5, line.find('`', 5) - 5);
+                std::istringstream words(heading);
+                std::string a;
+                std::string b;
+                std::string c;
+                words >> a >> b >> c;
+                sections.back() = a + " " + b + " " + c;
+            }
+        }
+        if (!texts.empty()) texts.back() += line + "\n";
+    }
+    std::vector<std::string> documented;
+    for (size_t i = 0; i < sections.size(); ++i) {
+        if (sections[i].empty()) continue;
+        documented.push_back(sections[i]);
+        std::istringstream words(sections[i]);
+        std::string program;
+        std::string family;
+        std::string command;
+        words >> program >> family >> command;
+        EXPECT_EQ(options(texts[i]), options(run({family, command, "--help"}).out)) << sections[i];
+    }
+    EXPECT_EQ(documented, commands);
+}
+
+TEST_F(CFictlTest, HelpSucceedsForEveryCommandAndNeedsNoProvider)
+{
+    for (const std::string& family : subcommands(run({"--help"}).out)) {
+        EXPECT_EQ(run({family, "--help"}).exit, 0);
+        for (const std::string& command : subcommands(run({family, "--help"}).out)) {
+            const SRun help = run({family, command, "--help"});
+            EXPECT_EQ(help.exit, 0);
+            EXPECT_EQ(help.err, "");
+        }
+    }
+}
+
+}  // namespace

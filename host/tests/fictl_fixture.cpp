@@ -1,0 +1,195 @@
+#include "host/tests/fictl_fixture.h"
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+std::string readFile(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+void writeFile(const std::string& path, const std::string& text)
+{
+    std::ofstream(path, std::ios::binary) << text;
+}
+
+void CFictlTest::SetUp()
+{
+    std::string pattern = (fs::temp_directory_path() / "fictl-test-XXXXXX").string();
+    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+    m_root = pattern;
+    fs::create_directories(fake("objects"));
+    fs::create_directories(fake("copies"));
+    fs::create_directories(m_root + "/tmp");
+    // Devices 1 and 2 share a group, 3 is in a second one, 4 on a second appliance.
+    writeFile(fake("devices"),
+              "/dev/fake1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/fake3 S3 ap1 g2\n/dev/fake4 S4 ap2 g3\n");
+}
+
+void CFictlTest::TearDown()
+{
+    if (m_held.pid > 0) {
+        kill(m_held.pid, SIGKILL);
+        release();
+        finish();
+    }
+    // A test may have taken rights away.
+    std::error_code ignored;
+    for (const char* folder : {"/var", "/var/lib", "/var/lib/qz"}) {
+        fs::permissions(m_root + folder, fs::perms::owner_all, ignored);
+    }
+    fs::remove_all(m_root, ignored);
+}
+
+CFictlTest::SChild CFictlTest::start(const std::vector<std::string>& arguments, const std::string& input) const
+{
+    SChild child;
+    const std::string base = m_root + "/tmp/run" + std::to_string(m_runs++);
+    child.out = base + ".out";
+    child.err = base + ".err";
+    const std::string in = base + ".in";
+    writeFile(in, input);
+    int gate[2];
+    if (pipe2(gate, O_CLOEXEC) != 0) return child;
+    child.pid = fork();
+    if (child.pid == 0) {
+        dup2(open(in.c_str(), O_RDONLY), STDIN_FILENO);
+        dup2(open(child.out.c_str(), O_WRONLY | O_CREAT, 0600), STDOUT_FILENO);
+        dup2(open(child.err.c_str(), O_WRONLY | O_CREAT, 0600), STDERR_FILENO);
+        setenv("OBZX_ROOT", m_root.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
+        close(gate[1]);
+        char byte = 0;
+        while (read(gate[0], &byte, 1) < 0) {
+        }
+        std::vector<char*> words = {const_cast<char*>(FICTL_PROGRAM)};
+        for (const std::string& argument : arguments) {
+            words.push_back(const_cast<char*>(argument.c_str()));
+        }
+        words.push_back(nullptr);
+        execv(FICTL_PROGRAM, words.data());
+        _exit(127);
+    }
+    close(gate[0]);
+    child.gate = gate[1];
+    return child;
+}
+
+SRun CFictlTest::collect(SChild& child)
+{
+    if (child.gate >= 0) close(child.gate);
+    int status = 0;
+    waitpid(child.pid, &status, 0);
+    SRun run;
+    run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
+    run.out = readFile(child.out);
+    run.err = readFile(child.err);
+    child = {};
+    return run;
+}
+
+SRun CFictlTest::run(const std::vector<std::string>& arguments, const std::string& input) const
+{
+    SChild child = start(arguments, input);
+    return collect(child);
+}
+
+SRun CFictlTest::fictl(const std::vector<std::string>& arguments) const
+{
+    std::vector<std::string> all = {"--provider", FICTL_FAKE_PROVIDER};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return run(all);
+}
+
+SRun CFictlTest::fictlJson(std::vector<std::string> arguments) const
+{
+    arguments.insert(arguments.begin(), {"--output", "json"});
+    return fictl(arguments);
+}
+
+pid_t CFictlTest::startHeld(const std::vector<std::string>& arguments)
+{
+    std::vector<std::string> all = {"--provider", FICTL_FAKE_PROVIDER};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    m_held = start(all, {});
+    return m_held.pid;
+}
+
+void CFictlTest::release()
+{
+    if (m_held.gate >= 0) close(m_held.gate);
+    m_held.gate = -1;
+}
+
+SRun CFictlTest::finish()
+{
+    return collect(m_held);
+}
+
+void CFictlTest::arm(const std::string& faults) const
+{
+    writeFile(fake("faults"), faults);
+}
+
+void CFictlTest::waitForFile(const std::string& name) const
+{
+    constexpr useconds_t A_MOMENT = 2000;
+    // The test's own time limit ends a wait for something that never comes.
+    while (!fs::exists(fake(name))) {
+        usleep(A_MOMENT);
+    }
+}
+
+void CFictlTest::touch(const std::string& name) const
+{
+    writeFile(fake(name), "\n");
+}
+
+std::vector<std::string> CFictlTest::calls() const
+{
+    std::ifstream file(fake("calls"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+std::vector<std::string> CFictlTest::objects() const
+{
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(fake("objects"))) {
+        names.push_back(entry.path().filename());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::string CFictlTest::state(const std::string& name) const
+{
+    const SRun show = fictlJson({"snapshot", "show", name});
+    return show.exit == 0 ? show.document()["snapshot"]["state"].get<std::string>() : std::string();
+}
+
+void CFictlTest::expectClean() const
+{
+    for (const std::string& call : calls()) {
+        if (call.starts_with("fini")) {
+            EXPECT_EQ(call, "fini nodes=0");
+        }
+    }
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_root + "/tmp")) {
+        EXPECT_TRUE(entry.path().filename().string().starts_with("run")) << entry.path();
+    }
+}
