@@ -11,7 +11,8 @@
  * argument.
  *  4. Nulls: a null where an object is needed gives OBZ_ERR_INVALID_ARG and never a crash; where a line says otherwise,
  *     the line holds. Marked "may be null" where nothing is needed.
- *  5. Outputs are set to null or 0 before anything else is done, and stay so on failure.
+ *  5. An operation sets its outputs to null or 0 before anything else, and they stay so on failure. A call that does
+ * not reach it, because delayed initialisation failed or because of a null, may leave them as they are.
  *  6. Ownership: what comes out belongs to the host. Buffers and arrays are freed with obzx_free_buf, identities with
  *     obzx_free_objid, lists with their own function (obzx_runtime.h); the reply of objctl with free. What goes in
  * stays the host's and need not outlive the call, except the context of init and the nodes between init_node and

@@ -52,14 +52,15 @@ using CFiSingleCalls = CFiEntryCalls<FI_PLUGIN_CLASS>;
 
 }  // namespace obzx_pdk_4_4
 
-// clang-format off: the families stand in the order of obz_entry_points.h
-#include "pdk/include/cfiapiexport_claim.h"
-#include "pdk/include/cfiapiexport_control.h"
-#include "pdk/include/cfiapiexport_dispose.h"
-#include "pdk/include/cfiapiexport_enumerate.h"
-#include "pdk/include/cfiapiexport_errors.h"
-#include "pdk/include/cfiapiexport_import.h"
-#include "pdk/include/cfiapiexport_nodes.h"
-#include "pdk/include/cfiapiexport_snapshot.h"
+// In the order of obz_entry_points.h.
+// clang-format off
 #include "pdk/include/cfiapiexport_start.h"
+#include "pdk/include/cfiapiexport_errors.h"
+#include "pdk/include/cfiapiexport_claim.h"
+#include "pdk/include/cfiapiexport_nodes.h"
+#include "pdk/include/cfiapiexport_enumerate.h"
+#include "pdk/include/cfiapiexport_snapshot.h"
+#include "pdk/include/cfiapiexport_import.h"
+#include "pdk/include/cfiapiexport_dispose.h"
+#include "pdk/include/cfiapiexport_control.h"
 // clang-format on

@@ -4,7 +4,7 @@
 
 namespace pdktest {
 
-// clang-format off: a table
+// clang-format off
 const std::array<SEntryFacts, OBZX_FI_ENTRY_POINT_COUNT> ENTRY_FACTS = {{
     // entry point, operation, gated, parameters, status for a null, status of the framework's own operation
     {"init", "init", false, "ono", 7, 0},

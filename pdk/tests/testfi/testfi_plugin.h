@@ -15,7 +15,7 @@ class CTestPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     CTestPlugin();
     ~CTestPlugin() override;
 
-    // clang-format off: one operation a line, in the order of the base class
+    // In the order of the base class.
     int32_t delayedInit() override { return met("delayedInit"); }
     int32_t init() override;
     int32_t fini() override { return met("fini", isShuttingDown(false)); }
@@ -152,7 +152,6 @@ class CTestPlugin : public obzx_pdk_4_4::CFiPluginInterposer
         return met("getSnapdiff", a, b, c);
     }
     int32_t postDeport(obz_domain* a) override { return met("postDeport", a); }
-    // clang-format on
 
   private:
     template <class... Args>
