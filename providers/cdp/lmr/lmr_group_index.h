@@ -42,14 +42,13 @@ class CLMRGroupIndex
   private:
     struct SPlace
     {
-        uint32_t group = NO_GROUP;
+        uint32_t group = 0;
         uint32_t device = 0;  // or NAME
     };
     static constexpr uint32_t NAME = UINT32_MAX;
     struct SKeys
     {
         const std::vector<CLMRConsistencyGroup*>* groups;
-        static bool isEmpty(const SPlace& place) { return place.group == NO_GROUP; }
         std::string_view keyOf(const SPlace& place) const;
     };
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string_view>
 #include <vector>
@@ -8,11 +9,13 @@
 namespace cdpfi {
 
 /**
- * Finds small entries by a text that they only refer to, so an entry costs two to three machine words and no copy of
- * its text. Open addressing with linear probing; entries are added, replaced by one of the same key, or all dropped.
+ * Finds small entries by a text that they only refer to, so that an entry costs no copy of its text. Entries are added,
+ * replaced by one of the same key, or all dropped. At most 2^30 entries.
  *
- * KEYS gives the key of an entry, keyOf(entry), and tells the empty entry, which is ENTRY{}, from the others,
- * isEmpty(entry). The key of an entry must not change while it is in the table.
+ * KEYS gives the key of an entry, keyOf(entry), which must not change while the entry is in the table.
+ *
+ * Open addressing with linear probing. A slot keeps a part of its key's hash: neither growing nor passing over other
+ * entries reads their texts, which lie scattered in memory.
  */
 template <class Entry, class Keys>
 class CLMRHashTable
@@ -24,8 +27,8 @@ class CLMRHashTable
     Entry* find(std::string_view key)
     {
         if (m_slots.empty()) return nullptr;
-        Entry& slot = slotFor(key);
-        return m_keys.isEmpty(slot) ? nullptr : &slot;
+        SSlot& slot = slotFor(tagOf(key), key);
+        return slot.tag == EMPTY ? nullptr : &slot.entry;
     }
     const Entry* find(std::string_view key) const { return const_cast<CLMRHashTable*>(this)->find(key); }
 
@@ -33,7 +36,7 @@ class CLMRHashTable
     void reserve(size_t count)
     {
         size_t capacity = m_slots.empty() ? MINIMUM : m_slots.size();
-        while (count > capacity / 4 * 3)
+        while (count > capacity / 5 * 4)
             capacity *= 2;
         if (capacity != m_slots.size()) grow(capacity);
     }
@@ -42,7 +45,8 @@ class CLMRHashTable
     void add(const Entry& entry)
     {
         reserve(m_count + 1);
-        slotFor(m_keys.keyOf(entry)) = entry;
+        const uint32_t tag = tagOf(m_keys.keyOf(entry));
+        freeSlotFor(tag) = {tag, entry};
         ++m_count;
     }
 
@@ -53,27 +57,49 @@ class CLMRHashTable
     }
 
   private:
+    struct SSlot
+    {
+        uint32_t tag = EMPTY;
+        Entry entry{};
+    };
+    static constexpr uint32_t EMPTY = 0;
     static constexpr size_t MINIMUM = 16;  // a power of two, as every capacity
 
-    Entry& slotFor(std::string_view key)
+    static uint32_t tagOf(std::string_view key)
+    {
+        constexpr uint32_t USED = 0x80000000U;
+        return static_cast<uint32_t>(std::hash<std::string_view>()(key)) | USED;
+    }
+
+    SSlot& slotFor(uint32_t tag, std::string_view key)
     {
         const size_t mask = m_slots.size() - 1;
-        size_t slot = std::hash<std::string_view>()(key) & mask;
-        while (!m_keys.isEmpty(m_slots[slot]) && m_keys.keyOf(m_slots[slot]) != key)
+        size_t slot = tag & mask;
+        while (m_slots[slot].tag != EMPTY && (m_slots[slot].tag != tag || m_keys.keyOf(m_slots[slot].entry) != key)) {
+            slot = (slot + 1) & mask;
+        }
+        return m_slots[slot];
+    }
+
+    SSlot& freeSlotFor(uint32_t tag)
+    {
+        const size_t mask = m_slots.size() - 1;
+        size_t slot = tag & mask;
+        while (m_slots[slot].tag != EMPTY)
             slot = (slot + 1) & mask;
         return m_slots[slot];
     }
 
     void grow(size_t capacity)
     {
-        std::vector<Entry> old(capacity);
+        std::vector<SSlot> old(capacity);
         old.swap(m_slots);
-        for (const Entry& entry : old) {
-            if (!m_keys.isEmpty(entry)) slotFor(m_keys.keyOf(entry)) = entry;
+        for (const SSlot& slot : old) {
+            if (slot.tag != EMPTY) freeSlotFor(slot.tag) = slot;
         }
     }
 
-    std::vector<Entry> m_slots;
+    std::vector<SSlot> m_slots;
     size_t m_count = 0;
     Keys m_keys;
 };

@@ -46,12 +46,10 @@ class CLMRLunTable
     using CEntry = CLMRLunMap::value_type;
     struct SByPath
     {
-        static bool isEmpty(const CEntry* entry) { return entry == nullptr; }
         static std::string_view keyOf(const CEntry* entry) { return viewOf(entry->first); }
     };
     struct SBySerial
     {
-        static bool isEmpty(const CEntry* entry) { return entry == nullptr; }
         static std::string_view keyOf(const CEntry* entry) { return viewOf(entry->second); }
     };
 

@@ -18,7 +18,6 @@ struct SNumber
 };
 struct SNumberKeys
 {
-    static bool isEmpty(const SNumber& number) { return number.text == nullptr; }
     static std::string_view keyOf(const SNumber& number) { return *number.text; }
 };
 
