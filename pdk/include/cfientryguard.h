@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <exception>
-#include <optional>
 #include <type_traits>
 
 #include "framework/include/cfipluginbase.h"
@@ -88,7 +87,7 @@ class FI_PRIVATE CFiEntryGuard
     /// Delayed initialisation; its failure gives OBZ_ERR_DELAYED_INIT.
     CFiEntryGuard& gated()
     {
-        if (m_refused) return *this;
+        if (m_isRefused) return *this;
         const auto plugin = CFiContext::fetch<Plugin>();
         if (!plugin || plugin->invokeDelayedInit() != 0) refuse(OBZ_ERR_DELAYED_INIT);
         return *this;
@@ -113,31 +112,34 @@ class FI_PRIVATE CFiEntryGuard
     template <class T>
     CFiEntryGuard& clearing(T** output)
     {
-        if (!m_refused) *output = nullptr;
+        if (!m_isRefused) *output = nullptr;
         return *this;
     }
 
     template <class... Params>
     int32_t call(int32_t (CFiPluginBase::*operation)(Params...), std::type_identity_t<Params>... args) const
     {
-        return m_refused ? *m_refused : CFiContext::call<Plugin>(m_unreachableStatus, operation, args...);
+        return m_isRefused ? m_status : CFiContext::call<Plugin>(m_unreachableStatus, operation, args...);
     }
 
     /// The same for an entry point with steps of its own.
     template <class Steps>
     int32_t run(const Steps& steps) const
     {
-        return m_refused ? *m_refused : steps();
+        return m_isRefused ? m_status : steps();
     }
 
   private:
     void refuse(int32_t status)
     {
-        if (!m_refused) m_refused = status;
+        if (m_isRefused) return;
+        m_isRefused = true;
+        m_status = status;
     }
 
     CFiTraceLogFunction m_trace;
-    std::optional<int32_t> m_refused;
+    bool m_isRefused = false;
+    int32_t m_status = OBZ_OK;  // of a call that was refused
     int32_t m_nullStatus = OBZ_ERR_INVALID_ARG;
     int32_t m_unreachableStatus = OBZ_ERR_FAILED;
 };
