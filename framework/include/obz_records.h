@@ -58,26 +58,32 @@ enum
     OBZ_ENCODING_STRING = 1
 };
 
+/* The last value of each enumeration is never passed: it makes every 32-bit number that a C program may pass a value of
+ * the type, so that C++ may look at it and refuse it. */
 typedef enum obz_disposition
 {
     OBZ_DISP_KEEP = 0,
-    OBZ_DISP_REMOVE = 1
+    OBZ_DISP_REMOVE = 1,
+    OBZ_DISP_RANGE = INT32_MIN
 } obz_disposition;
 typedef enum obz_intent
 {
     OBZ_INTENT_NONE = 0,
-    OBZ_INTENT_DEPORT = 1
+    OBZ_INTENT_DEPORT = 1,
+    OBZ_INTENT_RANGE = INT32_MIN
 } obz_intent;
 typedef enum obz_op_providerstate
 {
     OBZ_STATE_SET = 0,
-    OBZ_STATE_GET = 1
+    OBZ_STATE_GET = 1,
+    OBZ_STATE_RANGE = INT32_MIN
 } obz_op_providerstate;
 typedef enum obz_eseverity
 {
     OBZ_SEV_INFO = 0,
     OBZ_SEV_WARNING = 1,
-    OBZ_SEV_ERROR = 2
+    OBZ_SEV_ERROR = 2,
+    OBZ_SEV_RANGE = INT32_MIN
 } obz_eseverity;
 
 /* ---- Node records ------------------------------------------------------------------------------------------------ */
