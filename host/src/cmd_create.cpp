@@ -39,6 +39,7 @@ class CSnapshotCreation
   private:
     void refuseEarly();
     void setUp();
+    [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason);
     SMakeResult make();
     void settle(const SMakeResult& made);
     void markDevices(const SMakeResult& made);
@@ -75,6 +76,17 @@ void CSnapshotCreation::refuseEarly()
     }
 }
 
+void CSnapshotCreation::refuseDevice(const std::string& path, const std::string& reason)
+{
+    // A provider that could not read an appliance's inventory serves none of its devices.
+    SApplianceReport report = m_provider->takeReport();
+    const bool isKnown = report.empty();
+    const std::string doubt = isKnown ? "" : ", as far as the appliances answered";
+    throw EFictl(isKnown ? EExit::NOT_CLAIMED : EExit::FAILED,
+                 "device " + path + ": " + reason + doubt + "; nothing was made", "fictl device list " + path)
+        .withReport(std::move(report));
+}
+
 void CSnapshotCreation::setUp()
 {
     m_record.provider = m_provider->name();
@@ -82,11 +94,7 @@ void CSnapshotCreation::setUp()
         stopPoint();
         m_context.progress.step("set up " + path);
         const SOffer offer = m_tree->offer(path);
-        if (!offer.claimed) {
-            throw EFictl(EExit::NOT_CLAIMED, "device " + path + ": " + offer.reason + "; nothing was made",
-                         "fictl device list " + path)
-                .withReport(m_provider->takeReport());
-        }
+        if (!offer.claimed) refuseDevice(path, offer.reason);
         for (const SDevice& other : m_record.devices) {
             if (other.node != offer.node) continue;
             throw EFictl(EExit::USAGE,

@@ -1,5 +1,6 @@
 #include "host/src/commands.h"
 #include "host/src/node_tree.h"
+#include "host/src/record_json.h"
 #include "host/src/signals.h"
 
 namespace fictl {
@@ -32,6 +33,10 @@ SResult listDevices(const SContext& context, const std::vector<std::string>& dev
                                               {"serial", state.serialNo}});
         rows.push_back({device, "yes", state.applianceName, state.consistencyGroup, state.serialNo});
     }
+    // A provider that could not read an appliance's inventory serves none of its devices.
+    const std::string report = reportText(provider.takeReport());
+    if (!report.empty())
+        CProgress::warn("an appliance did not answer everything\n" + report.substr(0, report.size() - 1));
     result.text = formatTable(rows);
     return result;
 }

@@ -91,16 +91,23 @@ json errorJson(const EFictl& error)
         {"next", textOrNull(error.next())},       {"commands", commands},           {"details", error.report().lines}};
 }
 
-std::string errorText(const EFictl& error)
+std::string reportText(const SApplianceReport& report)
 {
-    std::string text = "fictl: " + std::string(error.what()) + "\n";
-    for (const SFailedCommand& failed : error.report().commands) {
+    std::string text;
+    for (const SFailedCommand& failed : report.commands) {
         text += "  appliance command: " + printable(oneLine(failed.command)) + "\n";
-        text += "  answer (" + std::to_string(failed.code) + "): " + printable(oneLine(failed.output)) + "\n";
+        const std::string output = failed.output.empty() ? "none" : printable(oneLine(failed.output));
+        text += "  answer (" + std::to_string(failed.code) + "): " + output + "\n";
     }
-    for (const std::string& line : error.report().lines) {
+    for (const std::string& line : report.lines) {
         text += "  reported: " + printable(oneLine(line)) + "\n";
     }
+    return text;
+}
+
+std::string errorText(const EFictl& error)
+{
+    std::string text = "fictl: " + std::string(error.what()) + "\n" + reportText(error.report());
     if (!error.next().empty()) text += "  next: " + error.next() + "\n";
     return text;
 }

@@ -13,7 +13,9 @@ json snapshotJson(const SSnapshot& snapshot);
 json summaryJson(const SSnapshot& snapshot);
 /// What went wrong: code, name of the code, message, next step, failed appliance commands, further lines.
 json errorJson(const EFictl& error);
-/// The same for a terminal.
+/// Failed appliance commands and further lines, for a terminal; empty when there are none.
+std::string reportText(const SApplianceReport& report);
+/// An error for a terminal.
 std::string errorText(const EFictl& error);
 
 }  // namespace fictl

@@ -48,6 +48,23 @@ TEST_F(CFictlTest, DeviceListFailsWhenANodeCannotBeSetUp)
     expectClean();
 }
 
+TEST_F(CFictlTest, AnApplianceThatCouldNotBeAskedIsToldFromADeviceThatIsNotServed)
+{
+    arm("interpose fail connection refused\n");
+    const SRun list = fictl({"device", "list", "/dev/fake1"});
+    EXPECT_EQ(list.exit, 0);
+    EXPECT_EQ(list.err,
+              "fictl: warning: an appliance did not answer everything\n"
+              "  appliance command: list cgroups\n"
+              "  answer (3): connection refused\n");
+    const SRun create = fictl({"snapshot", "create", "s", "/dev/fake1"});
+    EXPECT_EQ(create.exit, 8);
+    EXPECT_NE(create.err.find("no appliance protects it, as far as the appliances answered; nothing was made"),
+              std::string::npos)
+        << create.err;
+    EXPECT_EQ(state("s"), "");
+}
+
 TEST_F(CFictlTest, ANodeStateThatCannotBeReadIsAFailure)
 {
     arm("state fail");

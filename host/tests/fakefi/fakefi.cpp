@@ -172,6 +172,11 @@ int32_t fakefi_fi_pgn_enumerate_fims(obz_fim_list** out)
 FAKE_EXPORT(interpose);
 int32_t fakefi_fi_pgn_interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* count)
 {
+    std::string text;
+    if (g_fake->store.fault("interpose", text) != EFault::NONE) {
+        commandFailed(" list  cgroups ", text);
+        return 0;
+    }
     const SLun* const lun = g_fake->store.find(node->identity->name);
     if (lun == nullptr) return 0;
     *interposed = identityOf(PREFIX + lun->serial);
