@@ -54,7 +54,7 @@ std::string CFiPlatformError::trimLineEnds(std::string text)
 
 std::string CFiPlatformError::getTempFileName(const char* directory, const char* prefix)
 {
-    std::string path = directory == nullptr ? temporaryDirectory() : directory;
+    std::string path = directory == nullptr || *directory == '\0' ? temporaryDirectory() : directory;
     path += std::string("/") + (prefix == nullptr ? DEFAULT_PREFIX : prefix) + "XXXXXX";
     // Makes the file exclusively, with mode 0600, under a name that nobody can foretell.
     const CFileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));

@@ -64,6 +64,15 @@ TEST_F(TempFileName, NamesAFreshEmptyFileOfThisUserOnly)
     EXPECT_EQ(status.st_size, 0);
 }
 
+TEST_F(TempFileName, EmptyFolderIsTheDefaultOne)
+{
+    EXPECT_EQ(CFiPlatformError::getTempFileName("", "x").rfind(root() + "/x", 0), 0u);
+    ::unsetenv("TMPDIR");
+    const std::string path = CFiPlatformError::getTempFileName(nullptr, nullptr);
+    EXPECT_EQ(path.rfind("/tmp/ksv_fi", 0), 0u) << path;
+    ::unlink(path.c_str());
+}
+
 TEST_F(TempFileName, IsNewEachTime)
 {
     EXPECT_NE(CFiPlatformError::getTempFileName(nullptr, nullptr), CFiPlatformError::getTempFileName(nullptr, nullptr));
