@@ -13,10 +13,7 @@ inline std::string_view viewOf(const CString& text)
     return {text.fast_rep(), text.length()};
 }
 
-inline CString textOf(std::string_view bytes)
-{
-    return CString(bytes.data(), bytes.size());
-}
+CString textOf(std::string_view bytes);
 
 inline bool contains(const CString& text, const CString& part)
 {
@@ -24,10 +21,6 @@ inline bool contains(const CString& text, const CString& part)
 }
 
 /// What follows the first characters of a text; empty when there is nothing after them.
-inline CString restFrom(const CString& text, size_t offset)
-{
-    const std::string_view bytes = viewOf(text);
-    return offset < bytes.size() ? textOf(bytes.substr(offset)) : CString();
-}
+CString restFrom(const CString& text, size_t offset);
 
 }  // namespace cdpfi
