@@ -1,5 +1,7 @@
 #include "pdk/tests/testfi/testfi_plugin.h"
 
+#include <ace/Guard_T.h>
+
 #include <stdexcept>
 
 #include "pdk/include/cfipluginname.h"
@@ -41,7 +43,7 @@ int32_t CTestPlugin::init()
         m_sessionManager ? "sessions" : "no sessions",
     };
     m_errorManager->report("init was here", OBZ_SEV_WARNING);
-    return static_cast<int32_t>(note({"init", {}, texts, getCount()}));
+    return static_cast<int32_t>(note({"init", {}, texts, references()}));
 }
 
 int64_t CTestPlugin::objctl(const ACE_String_Base<char>& name, obzx_pdk_4_4::CFiObjctlArgs& args)
@@ -52,7 +54,13 @@ int64_t CTestPlugin::objctl(const ACE_String_Base<char>& name, obzx_pdk_4_4::CFi
     if (m_record != nullptr)
         for (const auto& [arg, value] : m_record->outputs)
             args.addOutput({arg.c_str(), value.c_str(), "string"});
-    return note({"objctl", {}, texts, getCount()});
+    return note({"objctl", {}, texts, references()});
+}
+
+int32_t CTestPlugin::references()
+{
+    const ACE_Guard<ACE_Thread_Mutex> guard(countLock());
+    return getCount();
 }
 
 std::vector<std::string> CTestPlugin::nodeNames(obz_splitnode** nodes, int32_t count)

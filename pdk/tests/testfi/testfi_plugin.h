@@ -157,7 +157,7 @@ class CTestPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     template <class... Args>
     int32_t met(const char* operation, Args... args)
     {
-        return static_cast<int32_t>(note({operation, {toWord(args)...}, {}, getCount()}));
+        return static_cast<int32_t>(note({operation, {toWord(args)...}, {}, references()}));
     }
 
     /// List and count first, then the other arguments; the texts are the names of the list's nodes.
@@ -165,7 +165,7 @@ class CTestPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     int32_t metNodes(const char* operation, obz_splitnode** nodes, int32_t count, Args... args)
     {
         return static_cast<int32_t>(
-            note({operation, {toWord(nodes), toWord(count), toWord(args)...}, nodeNames(nodes, count), getCount()}));
+            note({operation, {toWord(nodes), toWord(count), toWord(args)...}, nodeNames(nodes, count), references()}));
     }
 
     /// The texts are the names of the session's nodes.
@@ -174,9 +174,11 @@ class CTestPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     {
         if (m_record != nullptr && m_record->onSession) m_record->onSession(*session);
         return static_cast<int32_t>(
-            note({operation, {toWord(session.get()), toWord(args)...}, sessionNames(*session), getCount()}));
+            note({operation, {toWord(session.get()), toWord(args)...}, sessionNames(*session), references()}));
     }
 
+    /// To this object, with the lock held under which other threads change them.
+    int32_t references();
     static std::vector<std::string> nodeNames(obz_splitnode** nodes, int32_t count);
     static std::vector<std::string> sessionNames(const obzx_pdk_4_4::CFiSession& session);
     int64_t note(STestRecord::SCall call);
