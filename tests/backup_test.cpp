@@ -1,0 +1,246 @@
+// A backup from end to end: fictl on two hosts, the provider, and the embedded appliance with real data.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+
+#include "tests/site.h"
+
+namespace {
+
+using nlohmann::json;
+
+class Backup : public testing::Test
+{
+  protected:
+    // Import paths by source device, after the record was carried to the backup host and imported there.
+    std::map<std::string, std::string> importOnBackup(const std::string& name)
+    {
+        const std::string file = (site.folder() / (name + ".json")).string();
+        EXPECT_EQ(site.fictl("production", {"snapshot", "export", name, "--file", file}).status, 0);
+        const SRun received = site.fictl("backup", {"snapshot", "receive", file});
+        EXPECT_EQ(received.status, 0) << received.err;
+        const SRun imported = site.fictl("backup", {"--output", "json", "snapshot", "import", name});
+        EXPECT_EQ(imported.status, 0) << imported.err << imported.out;
+        std::map<std::string, std::string> paths;
+        for (const json& device : imported.json().at("snapshot").at("devices"))
+            paths[device.at("source")] = device.at("import_path");
+        return paths;
+    }
+
+    SRun create(const std::string& name, const std::vector<std::string>& devices)
+    {
+        std::vector<std::string> words{"--output", "json", "snapshot", "create", name};
+        words.insert(words.end(), devices.begin(), devices.end());
+        return site.fictl("production", words);
+    }
+
+    CSite site;
+};
+
+}  // namespace
+
+TEST_F(Backup, ImportedCopyHoldsWhatWasThereAtTheSnapshotAndSourcesKeepWhatCameAfter)
+{
+    site.addGroup("vault", "payroll", {"data", "journal"});
+    site.setUpHosts();
+    const std::string data = site.device("vault", "data");
+    const std::string journal = site.device("vault", "journal");
+    site.write("vault", "data", "A in data ");
+    site.write("vault", "journal", "A in journal ");
+    const std::string dataBefore = contentOf(data);
+    const std::string journalBefore = contentOf(journal);
+
+    const SRun created = create("nightly", {data, journal});
+    ASSERT_EQ(created.status, 0) << created.err;
+    site.write("vault", "data", "B in data ");
+    site.write("vault", "journal", "B in journal ");
+    const std::string dataAfter = contentOf(data);
+    ASSERT_NE(dataAfter, dataBefore);
+    auto paths = importOnBackup("nightly");
+
+    EXPECT_EQ(contentOf(paths.at(data)), dataBefore);
+    EXPECT_EQ(contentOf(paths.at(journal)), journalBefore);
+    EXPECT_EQ(contentOf(data), dataAfter);
+    EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "nightly"}).status, 0);
+    EXPECT_EQ(site.fictl("production", {"snapshot", "delete", "nightly"}).status, 0);
+    EXPECT_TRUE(site.copiesOf("vault", "payroll").empty());
+    EXPECT_EQ(site.lmsh("production", "vault", "list timeimages \"payroll\"").out, "There are none!\n");
+    EXPECT_EQ(contentOf(data), dataAfter);
+}
+
+TEST_F(Backup, WritingToAnImportedCopyLeavesTheSourceAlone)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    const std::string data = site.device("vault", "data");
+    site.write("vault", "data", "source ");
+    const std::string before = contentOf(data);
+    ASSERT_EQ(create("nightly", {data}).status, 0);
+    const auto paths = importOnBackup("nightly");
+
+    std::fstream(paths.at(data), std::ios::in | std::ios::out | std::ios::binary) << "written by the backup host";
+
+    EXPECT_EQ(contentOf(data), before);
+    EXPECT_NE(contentOf(paths.at(data)), before);
+}
+
+TEST_F(Backup, ShowTellsApplianceGroupCheckpointSerialsAndTargetNames)
+{
+    site.addGroup("vault", "payroll", {"data", "journal"});
+    site.setUpHosts();
+    ASSERT_EQ(create("nightly", {site.device("vault", "data"), site.device("vault", "journal")}).status, 0);
+
+    const json shown = site.fictl("production", {"--output", "json", "snapshot", "show", "nightly"}).json();
+
+    const json& snapshot = shown.at("snapshot");
+    const std::string checkpoint = snapshot.at("checkpoint");
+    EXPECT_EQ(checkpoint.rfind("KSV_Check_Point_", 0), 0u);
+    ASSERT_EQ(snapshot.at("devices").size(), 2u);
+    for (const json& device : snapshot.at("devices")) {
+        const std::string lun = device.at("source") == site.device("vault", "data") ? "data" : "journal";
+        const std::string serial = site.serial("vault", lun);
+        EXPECT_EQ(device.at("appliance"), "vault");
+        EXPECT_EQ(device.at("group"), "payroll");
+        EXPECT_EQ(device.at("checkpoint"), checkpoint);
+        EXPECT_EQ(device.at("serial"), serial);
+        EXPECT_EQ(device.at("target"),
+                  "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>" + checkpoint + "<Annotation/>");
+    }
+}
+
+TEST_F(Backup, TwoAppliancesTakePartInOneSnapshot)
+{
+    site.addGroup("east", "sales", {"e1", "e2"});
+    site.addGroup("west", "stock", {"w1"});
+    site.setUpHosts();
+    const std::vector<std::string> devices{site.device("west", "w1"), site.device("east", "e1"),
+                                           site.device("east", "e2")};
+    std::map<std::string, std::string> before;
+    for (const auto& [appliance, lun] : std::map<std::string, std::string>{{"east", "e1"}, {"west", "w1"}})
+        site.write(appliance, lun, "A on " + appliance);
+    for (const std::string& device : devices)
+        before[device] = contentOf(device);
+
+    const SRun created = create("both", devices);
+    ASSERT_EQ(created.status, 0) << created.err;
+    EXPECT_EQ(site.copiesOf("east", "sales").size(), 1u);
+    EXPECT_EQ(site.copiesOf("west", "stock").size(), 1u);
+    site.write("east", "e1", "B");
+    site.write("west", "w1", "B");
+
+    for (const auto& [source, path] : importOnBackup("both"))
+        EXPECT_EQ(contentOf(path), before.at(source)) << source;
+    EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "both"}).status, 0);
+    EXPECT_TRUE(site.copiesOf("east", "sales").empty());
+    EXPECT_TRUE(site.copiesOf("west", "stock").empty());
+}
+
+TEST_F(Backup, SixtyFourDevicesInEightGroupsOfTwoAppliances)
+{
+    std::vector<std::string> devices;
+    for (int group = 0; group < 8; ++group) {
+        const std::string appliance = group % 2 == 0 ? "east" : "west";
+        std::vector<std::string> luns;
+        for (int lun = 0; lun < 8; ++lun)
+            luns.push_back("g" + std::to_string(group) + "l" + std::to_string(lun));
+        site.addGroup(appliance, "group" + std::to_string(group), luns);
+    }
+    site.setUpHosts();
+    for (const char* appliance : {"east", "west"})
+        for (const json& lun : site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json())
+            devices.push_back(lun.at("device"));
+    ASSERT_EQ(devices.size(), 64u);
+
+    ASSERT_EQ(create("all", devices).status, 0);
+
+    EXPECT_EQ(importOnBackup("all").size(), 64u);
+    EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "all"}).status, 0);
+    for (int group = 0; group < 8; ++group)
+        EXPECT_TRUE(site.copiesOf(group % 2 == 0 ? "east" : "west", "group" + std::to_string(group)).empty());
+}
+
+// The process that takes the snapshot is known beforehand because the shell becomes it, so its checkpoint's name can be
+// taken in the second of three groups.
+TEST_F(Backup, GroupThatCannotBeCheckpointedLeavesEarlierGroupsRecordedAndLaterOnesUntouched)
+{
+    for (const char* name : {"a", "b", "c"})
+        site.addGroup("vault", std::string("group_") + name, {std::string("lun_") + name});
+    site.setUpHosts();
+    const std::string devices =
+        site.device("vault", "lun_a") + " " + site.device("vault", "lun_b") + " " + site.device("vault", "lun_c");
+
+    const SRun created = site.shell("production",
+                                    "printf 'server vault\\ncreate annotation \"KSV_Check_Point_%s\" \"group_b\"\\nset "
+                                    "message Other\\ncommit\\nexit\\n'"
+                                    " $$ | lmsh >/dev/null && exec fictl --output json snapshot create nightly " +
+                                        devices);
+
+    EXPECT_EQ(created.status, 9) << created.err;
+    const json document = created.json();
+    std::map<std::string, std::string> made;
+    for (const json& group : document.at("snapshot").at("groups"))
+        made[group.at("group")] = group.at("made");
+    EXPECT_EQ(made.at("group_a"), "yes");
+    EXPECT_NE(made.at("group_b"), "yes");
+    EXPECT_EQ(made.at("group_c"), "no");
+    EXPECT_EQ(document.at("snapshot").at("state"), "partial");
+    EXPECT_NE(document.at("error").dump().find("create  annotation"), std::string::npos) << created.out;
+    EXPECT_EQ(site.copiesOf("vault", "group_a").size(), 1u);
+    EXPECT_TRUE(site.copiesOf("vault", "group_c").empty());
+
+    const SRun deleted = site.fictl("production", {"snapshot", "delete", "nightly"});
+    EXPECT_EQ(deleted.status, 0) << deleted.err;
+    EXPECT_TRUE(site.copiesOf("vault", "group_a").empty());
+    EXPECT_EQ(site.copiesOf("vault", "group_b").size(), 1u) << "the other owner's annotation must stay";
+}
+
+TEST_F(Backup, DeviceOfNoGroupIsNamedAndNothingIsMade)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+
+    const SRun created = create("nightly", {site.device("vault", "data"), "/dev/nobody"});
+
+    EXPECT_EQ(created.status, 7);
+    EXPECT_NE(created.out.find("/dev/nobody"), std::string::npos);
+    EXPECT_TRUE(site.copiesOf("vault", "payroll").empty());
+}
+
+TEST_F(Backup, DeviceListTellsApplianceGroupAndSerial)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+
+    const SRun listed =
+        site.fictl("production", {"--output", "json", "device", "list", site.device("vault", "data"), "/dev/nobody"});
+
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    const std::string text = listed.json().dump();
+    EXPECT_NE(text.find("\"vault\""), std::string::npos) << text;
+    EXPECT_NE(text.find("\"payroll\""), std::string::npos) << text;
+    EXPECT_NE(text.find(site.serial("vault", "data")), std::string::npos) << text;
+}
+
+TEST_F(Backup, SecondImportPrintsTheSamePaths)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    ASSERT_EQ(create("nightly", {site.device("vault", "data")}).status, 0);
+    importOnBackup("nightly");
+
+    const SRun first = site.fictl("backup", {"--output", "json", "snapshot", "show", "nightly"});
+    const SRun again = site.fictl("backup", {"--output", "json", "snapshot", "import", "nightly"});
+
+    EXPECT_EQ(again.status, 0) << again.err;
+    EXPECT_EQ(again.json().at("snapshot").at("devices"), first.json().at("snapshot").at("devices"));
+}
+
+TEST_F(Backup, HostWithoutConfiguredApplianceSaysWhichFileToMend)
+{
+    const SRun shown = site.fictl("production", {"provider", "show"});
+
+    EXPECT_EQ(shown.status, 6);
+    EXPECT_NE(shown.err.find((site.root("production") / "etc/qz/hls.conf").string()), std::string::npos) << shown.err;
+}

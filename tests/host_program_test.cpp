@@ -1,0 +1,147 @@
+// A host program that keeps the plug-in loaded: what one process does more than once.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "framework/include/obz_entry_points.h"
+#include "framework/include/obzx_runtime.h"
+#include "tests/site.h"
+
+namespace {
+
+// The plug-in in this process, on the site's production host.
+class CHost
+{
+  public:
+    explicit CHost(const CSite& site)
+    {
+        setenv("OBZX_ROOT", site.root("production").c_str(), 1);
+        m_library = dlopen(CDPFI_PROVIDER, RTLD_NOW | RTLD_LOCAL);
+        obz_version version{};
+        initStatus = m_library == nullptr ? -1 : entry<obzx_fi_init_fn>("init")(nullptr, &version, nullptr);
+    }
+    ~CHost()
+    {
+        if (m_library == nullptr) return;
+        entry<obzx_fi_fini_fn>("fini")();
+        dlclose(m_library);
+        unsetenv("OBZX_ROOT");
+    }
+    CHost(const CHost&) = delete;
+    CHost& operator=(const CHost&) = delete;
+
+    template <class Function>
+    Function* entry(const std::string& name) const
+    {
+        return reinterpret_cast<Function*>(dlsym(m_library, ("cdpfi_fi_pgn_" + name).c_str()));
+    }
+
+    int32_t initStatus = -1;
+
+  private:
+    void* m_library = nullptr;
+};
+
+// An interposed node that was set up for a snapshot.
+class CNode
+{
+  public:
+    CNode(const CHost& host, const std::string& name) : m_host(host)
+    {
+        m_domain.identity = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+        initStatus = host.entry<obzx_fi_init_node_fn>("init_node")(&m_domain, nullptr, 0, nullptr);
+        m_split.node = &m_domain;
+    }
+    ~CNode()
+    {
+        m_host.entry<obzx_fi_deinit_node_fn>("deinit_node")(&m_domain);
+        obzx_free_objid(m_domain.identity);
+    }
+    CNode(const CNode&) = delete;
+    CNode& operator=(const CNode&) = delete;
+
+    obz_splitnode* split() { return &m_split; }
+
+    int32_t initStatus = -1;
+
+  private:
+    const CHost& m_host;
+    obz_domain m_domain{};
+    obz_splitnode m_split{};
+};
+
+int32_t makeSnapshot(const CHost& host, CNode& node, const char* session, int32_t& made)
+{
+    EXPECT_EQ(host.entry<obzx_fi_select_fn>("select")(node.split(), session, nullptr, 0), OBZ_OK);
+    EXPECT_EQ(host.entry<obzx_fi_prepare_fn>("prepare")(node.split(), session, nullptr, 0, 0), OBZ_OK);
+    obzx_objid** identities = nullptr;
+    const int32_t status = host.entry<obzx_fi_make_fn>("make")(node.split(), session, nullptr, 0, &identities, &made);
+    obzx_free_objid_array(identities, made);
+    return status;
+}
+
+}  // namespace
+
+TEST(HostProgram, SecondSnapshotOfTheSameGroupByOneProcessIsRefusedByTheAppliance)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    const CHost host(site);
+    ASSERT_EQ(host.initStatus, OBZ_OK);
+    CNode node(host, "<cdpfi>" + site.serial("vault", "data"));
+    ASSERT_EQ(node.initStatus, OBZ_OK);
+
+    int32_t made = 0;
+    EXPECT_EQ(makeSnapshot(host, node, "first", made), OBZ_OK);
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(makeSnapshot(host, node, "second", made), OBZ_ERR_FAILED);
+    EXPECT_EQ(made, 0);
+
+    const std::vector<std::string> copies = site.copiesOf("vault", "payroll");
+    ASSERT_EQ(copies.size(), 1u);
+    EXPECT_NE(copies.front().find("KSV_Check_Point_" + std::to_string(getpid())), std::string::npos);
+}
+
+TEST(HostProgram, DisposingTwiceIsNoError)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    const CHost host(site);
+    ASSERT_EQ(host.initStatus, OBZ_OK);
+    const std::string serial = site.serial("vault", "data");
+    CNode node(host, "<cdpfi>" + serial);
+    int32_t made = 0;
+    ASSERT_EQ(makeSnapshot(host, node, "session", made), OBZ_OK);
+    const std::string target = "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>KSV_Check_Point_" +
+                               std::to_string(getpid()) + "<Annotation/>";
+    obz_domain copy{};
+    copy.identity = obzx_get_objid(target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+
+    auto* const dispose = host.entry<obzx_fi_dispose_fn>("dispose");
+    EXPECT_EQ(dispose(node.split()->node, &copy, nullptr, OBZ_DISP_REMOVE), OBZ_OK);
+    EXPECT_TRUE(site.copiesOf("vault", "payroll").empty());
+    EXPECT_EQ(dispose(node.split()->node, &copy, nullptr, OBZ_DISP_REMOVE), OBZ_OK);
+    obzx_free_objid(copy.identity);
+}
+
+TEST(HostProgram, InitAfterFiniReadsTheConfigurationAgain)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    const CHost host(site);
+    ASSERT_EQ(host.initStatus, OBZ_OK);
+    host.entry<obzx_fi_fini_fn>("fini")();
+    site.addGroup("annex", "late", {"extra"});
+    site.setUpHosts();
+
+    obz_version version{};
+    ASSERT_EQ(host.entry<obzx_fi_init_fn>("init")(nullptr, &version, nullptr), OBZ_OK);
+
+    CNode node(host, "<cdpfi>" + site.serial("annex", "extra"));
+    EXPECT_EQ(node.initStatus, OBZ_OK);
+}
