@@ -3,6 +3,7 @@
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/cdp_support.h"
+#include "providers/cdp/cdp_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 
 namespace cdpfi {
@@ -47,7 +48,7 @@ void CCDPApplianceFactory::addFromLine(const std::string& line)
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", entry[0], entry[1]);
     const std::vector<std::string> address = CFiStringTool::tokenize(entry[1], ":");
     if (address.empty()) return;
-    const CString name = CFiStringTool::str2tstr(address[0]);
+    const CString name = textOf(address[0]);
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
     const CAppliancePtr appliance(new CLMRAppliance(name));
     m_appliances[name] = appliance;

@@ -36,7 +36,7 @@ obz_combo_entry* newEntry(const CString& name, obz_domain* node, obz_domain* gro
 {
     auto* entry = newRecord<obz_combo_entry>();
     if (entry == nullptr) return nullptr;
-    entry->name = strdup(name.c_str());
+    entry->name = name.c_str() == nullptr ? nullptr : strdup(name.c_str());
     entry->node = node;
     entry->group = group;
     if (entry->name != nullptr) return entry;

@@ -20,11 +20,10 @@ void CGroupNodes::erase(const CString& group)
     m_nodes.erase(group);
 }
 
-void CGroupNodes::eraseNode(const CString& group, const obz_domain* node)
+void CGroupNodes::eraseNode(const obz_domain* node)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    const auto entry = m_nodes.find(group);
-    if (entry != m_nodes.end() && entry->second == node) m_nodes.erase(entry);
+    std::erase_if(m_nodes, [node](const auto& entry) { return entry.second == node; });
 }
 
 size_t CGroupNodes::size() const

@@ -17,8 +17,8 @@ class CGroupNodes
     /// The node of a group; a name that is not there is entered with a null node.
     obz_domain* find(const CString& group);
     void erase(const CString& group);
-    /// Takes a group out when the node is the one entered for it.
-    void eraseNode(const CString& group, const obz_domain* node);
+    /// Takes out every group that the node is entered for.
+    void eraseNode(const obz_domain* node);
     size_t size() const;
 
   private:

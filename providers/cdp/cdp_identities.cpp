@@ -1,13 +1,14 @@
 #include "providers/cdp/cdp_identities.h"
 
 #include "framework/include/obzx_runtime.h"
+#include "providers/cdp/cdp_text.h"
 
 namespace cdpfi {
 
 CString nameOf(const obz_domain* node)
 {
     if (node == nullptr || node->identity == nullptr || node->identity->name == nullptr) return {};
-    return CString(node->identity->name);
+    return textOf(node->identity->name);
 }
 
 void SIdentityDeleter::operator()(obzx_objid* identity) const

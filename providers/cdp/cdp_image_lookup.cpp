@@ -1,5 +1,7 @@
 #include "providers/cdp/cdp_image_lookup.h"
 
+#include <new>
+
 #include "providers/cdp/cdp_names.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_text.h"
@@ -60,8 +62,10 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
         return {};
     }
     const CString imageName = image->getName();
-    request.m_primary->m_timeImage = imageName;
-    if (request.m_target != nullptr) request.m_target->m_timeImage = imageName;
+    // Images have names: an empty one is a copy that found no memory, and must not wipe out what the state knows.
+    if (imageName.is_empty()) throw std::bad_alloc();
+    assign(request.m_primary->m_timeImage, imageName);
+    if (request.m_target != nullptr) assign(request.m_target->m_timeImage, imageName);
     return {appliance, image};
 }
 

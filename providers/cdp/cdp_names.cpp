@@ -15,15 +15,14 @@ constexpr const char* CHECK_POINT_TAG = "Annotation";
 
 CString swapPrefix(const CString& name, std::string_view from, std::string_view to)
 {
-    return textOf(to) + restFrom(name, from.size());
+    return join({to, bytesOf(restFrom(name, from.size()))});
 }
 
 }  // namespace
 
 CString checkPointNameOf(pid_t process)
 {
-    return textOf(CHECK_POINT_PREFIX) +
-           obzx_pdk_4_4::CFiStringTool::str2tstr(obzx_pdk_4_4::CFiStringTool::int2str(process));
+    return join({CHECK_POINT_PREFIX, obzx_pdk_4_4::CFiStringTool::int2str(process)});
 }
 
 CString timeImageOfCheckPoint(const CString& checkPoint)
@@ -38,7 +37,8 @@ CString checkPointOfTimeImage(const CString& timeImage)
 
 CString targetDeviceName(const CString& prefix, const CString& serial, const CString& checkPoint)
 {
-    return prefix + createXmlTag(DEVICE_TAG, serial) + createXmlTag(CHECK_POINT_TAG, checkPoint);
+    return join({bytesOf(prefix), bytesOf(createXmlTag(DEVICE_TAG, serial)),
+                 bytesOf(createXmlTag(CHECK_POINT_TAG, checkPoint))});
 }
 
 STargetDevice parseTargetDevice(const CString& text)

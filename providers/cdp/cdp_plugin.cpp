@@ -1,6 +1,7 @@
 #include "providers/cdp/cdp_plugin.h"
 
 #include "pdk/include/cficontextsingleton.h"
+#include "providers/cdp/cdp_text.h"
 
 namespace cdpfi {
 
@@ -13,9 +14,14 @@ CCDPPlugin::CRegistryPtr CCDPPlugin::registry()
     return obzx_pdk_4_4::CFiContextSingleton<CCDPApplianceFactory, FI_PLUGIN_NAME>::instance(false);
 }
 
-CString CCDPPlugin::nodeTag() const
+CString CCDPPlugin::nodePrefix() const
 {
-    return CString("<") + m_providerName + CString(">");
+    return join({"<", bytesOf(m_providerName), ">"});
+}
+
+bool CCDPPlugin::isInterposed(const CString& name) const
+{
+    return contains(bytesOf(name), bytesOf(nodePrefix()));
 }
 
 CCDPPrivateData* CCDPPlugin::GetPrivateData(obz_domain* node)

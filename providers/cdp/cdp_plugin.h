@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <string_view>
 #include <vector>
 
 #include "framework/include/cfiplugininterposer.h"
@@ -71,9 +71,9 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     static CRegistryPtr registry();
     /// The node's private data, made when there is none; null for a node without a name.
     CCDPPrivateData* obtainPrivateData(obz_domain* node, bool isAltNode);
-    /// "<" + provider name + ">"; what a name needs more than to stand for a copy.
-    CString nodeTag() const;
-    bool isInterposed(const CString& name) const { return name.find(getInterposeNodePrefix()) != CString::npos; }
+    /// "<" + provider name + ">", the same text as getInterposeNodePrefix().
+    CString nodePrefix() const;
+    bool isInterposed(const CString& name) const;
 
     int32_t startUp();
     void registerCatalog();
@@ -82,7 +82,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     void announceFims(const std::vector<CAppliancePtr>& appliances);
     void reportFailedStart() noexcept;
 
-    bool findFim(const CString& fim, obzx_pdk_4_4::SFiFimInfo& found);
+    bool findFim(std::string_view fim, obzx_pdk_4_4::SFiFimInfo& found);
     int32_t answerAccess(obz_domain* node, const obzx_pdk_4_4::SFiFimInfo& fim);
     int32_t interposeDevice(const CString& device, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount);
 
@@ -90,6 +90,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     bool keyOfNode(const CString& name, bool isGroup, CString& key);
     CAppliancePtr findNodeAppliance(const CString& key, bool isGroup);
     bool fillNode(obz_domain* node, const CAppliancePtr& appliance, const CString& group);
+    void giveBack(obz_domain* node) noexcept;
     void leaveGroup(obz_domain* node, const CString& group);
 
     bool groupNode(const CString& name, CNodeGrouping& grouping);

@@ -1,10 +1,10 @@
 // Which nodes of the host's tree the provider takes over.
-#include <cstring>
 
 #include "framework/include/obzx_runtime.h"
 #include "providers/cdp/cdp_identities.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
+#include "providers/cdp/cdp_text.h"
 
 namespace cdpfi {
 
@@ -19,8 +19,8 @@ constexpr int32_t INTERPOSED = 1;
 constexpr int32_t NOT_INTERPOSED = 0;
 constexpr int32_t SUPPORTED = 1;
 constexpr int32_t NOT_SUPPORTED = 0;
-constexpr const char* ANY_FIM = "any";
-constexpr const char* DEVICE_FOLDER = "/dev/";
+constexpr std::string_view ANY_FIM = "any";
+constexpr std::string_view DEVICE_FOLDER = "/dev/";
 
 void setAccess(const obz_domain* node, int32_t access)
 {
@@ -37,7 +37,7 @@ int32_t CCDPPlugin::claim(obzx_objid* primary, obzx_objid*** secondaries, int32_
             return OBZ_CLAIM_NONE;
         }
         if (secondaries == nullptr || secondaryCount == nullptr) return OBZ_CLAIM_NONE;
-        if (std::strstr(primary->name, nodeTag().c_str()) == nullptr) {
+        if (!contains(primary->name, bytesOf(nodePrefix()))) {
             trace(TRACE_INFO, "CCDPPlugin::claim - NOT claiming node [%s]", primary->name);
             return OBZ_CLAIM_NONE;
         }
@@ -53,7 +53,7 @@ int32_t CCDPPlugin::interpose(obz_domain* node, obzx_objid** interposed, obzx_ob
     return runOperation(m_traceLog, CDP_OPERATION("interpose"), NOT_INTERPOSED, [&]() -> int32_t {
         if (interposed == nullptr || groups == nullptr || groupCount == nullptr) return NOT_INTERPOSED;
         const CString name = nameOf(node);
-        if (name.find(DEVICE_FOLDER) == CString::npos) {
+        if (!contains(bytesOf(name), DEVICE_FOLDER)) {
             trace(TRACE_INFO, "CCDPPlugin::interpose - Not a device path. Not claiming node [%s].", name);
             return NOT_INTERPOSED;
         }
@@ -69,7 +69,7 @@ int32_t CCDPPlugin::interposeDevice(const CString& device, obzx_objid** interpos
         trace(TRACE_INFO, "CCDPPlugin::interpose - No Appliance found. Not claiming node [%s].", device);
         return NOT_INTERPOSED;
     }
-    const CString interposedName = getInterposeNodePrefix() + appliance->findLun(device);
+    const CString interposedName = join({bytesOf(nodePrefix()), bytesOf(appliance->findLun(device))});
     CIdentityPtr identity = newIdentity(interposedName);
     const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(device);
     if (!isClaimed(*this, static_cast<bool>(group), "interpose", "consistency group", device)) return NOT_INTERPOSED;
@@ -105,13 +105,13 @@ int32_t CCDPPlugin::supportsFiType(obz_domain* node, const char* fim)
     return result;
 }
 
-bool CCDPPlugin::findFim(const CString& fim, SFiFimInfo& found)
+bool CCDPPlugin::findFim(std::string_view fim, SFiFimInfo& found)
 {
     for (const CAppliancePtr& appliance : registry()->getApplianceList()) {
         if (!appliance) continue;
         for (const SFiFimInfo& offered : appliance->getFims()) {
             trace(TRACE_INFO, "Checking with  FIM %s", offered.m_splitName);
-            if (offered.m_splitName != fim && fim != CString(ANY_FIM)) continue;
+            if (bytesOf(offered.m_splitName) != fim && fim != ANY_FIM) continue;
             found = offered;
             return true;
         }

@@ -61,7 +61,7 @@ int32_t CCDPPlugin::disposeDevice(const CString& name, const CCDPPrivateData* pr
     }
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - Got claiming consistency group [%s]", group->getName());
     // An empty image name is sent like any other: the appliance decides what it knows. Callers see 0 either way.
-    const CString timeImage = target->m_timeImage;
+    const CString& timeImage = target->m_timeImage;
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deleting time image [%s]", timeImage);
     group->deleteTimeImage(timeImage);
     const CString checkPoint = checkPointOfTimeImage(timeImage);
@@ -72,7 +72,7 @@ int32_t CCDPPlugin::disposeDevice(const CString& name, const CCDPPrivateData* pr
 
 int32_t CCDPPlugin::disposeTarget(const CString& name)
 {
-    const size_t prefixLength = getInterposeNodePrefix().length();
+    const size_t prefixLength = nodePrefix().length();
     if (name.length() <= prefixLength) {
         trace(TRACE_DETAIL, "CCDPPlugin::dispose - Invalid device format for [%s]", name);
         return OBZ_ERR_FAILED;

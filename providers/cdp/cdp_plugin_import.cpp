@@ -5,6 +5,7 @@
 #include "providers/cdp/cdp_image_lookup.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
+#include "providers/cdp/cdp_text.h"
 
 namespace cdpfi {
 
@@ -20,11 +21,11 @@ constexpr int32_t IMPORT_FLAGS = 1;
 
 void copyState(const CCDPPrivateData& from, CCDPPrivateData& to)
 {
-    to.m_applianceType = from.m_applianceType;
-    to.m_applianceName = from.m_applianceName;
-    to.m_consistencyGroup = from.m_consistencyGroup;
-    to.m_timeImage = from.m_timeImage;
-    to.m_checkPointName = from.m_checkPointName;
+    assign(to.m_applianceType, from.m_applianceType);
+    assign(to.m_applianceName, from.m_applianceName);
+    assign(to.m_consistencyGroup, from.m_consistencyGroup);
+    assign(to.m_timeImage, from.m_timeImage);
+    assign(to.m_checkPointName, from.m_checkPointName);
 }
 
 // What the host said of the primary or of the target: either can keep the copy off this host.
@@ -83,7 +84,7 @@ int32_t CCDPPlugin::importTreeNode(obz_domain* primary, obzx_objid** input, obzx
             trace(TRACE_FAILURE, "Error: Invalid input arguments to importTreeNode");
             return OBZ_ERR_INVALID_ARG;
         }
-        const CString resource((*input)->name);
+        const CString resource = textOf((*input)->name);
         CCDPPrivateData* primaryData = GetPrivateData(primary);
         if (primaryData == nullptr) return importUnknownTree(primary, resource, output);
         trace(TRACE_INFO, "CCDPPlugin::importTreeNode -Serial number for primary is  [%s]", primaryData->m_serialNo);
@@ -129,7 +130,7 @@ int32_t CCDPPlugin::importExistingImage(const SImportRequest& request)
     trace(TRACE_INFO, "CCDPPlugin::%s - Time image exist for resource [%s]", operation, request.m_resource);
     const CRegistryPtr appliances = registry();
     const SFoundImage found = isInterposed(request.m_resource)
-                                  ? findImageOfTarget(*appliances, request, nodeTag(), *this)
+                                  ? findImageOfTarget(*appliances, request, nodePrefix(), *this)
                                   : findImageOfState(*appliances, request, *this);
     if (!found.m_image) return OBZ_ERR_FAILED;
     const CString source = request.m_primary->m_serialNo;

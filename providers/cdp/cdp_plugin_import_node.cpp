@@ -18,7 +18,7 @@ int32_t CCDPPlugin::importNode(const CString& nodeName, bool, bool, bool unmap, 
 {
     return runOperation(m_traceLog, CDP_OPERATION("importNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
         trace(TRACE_INFO, "importNode: node = %s", nodeName);
-        if (nodeName.length() <= nodeTag().length()) {
+        if (nodeName.length() <= nodePrefix().length()) {
             trace(TRACE_DETAIL, "CCDPPlugin::importNode - Invalid device format for [%s]", nodeName);
             return OBZ_ERR_FAILED;
         }
@@ -51,7 +51,7 @@ int32_t CCDPPlugin::importDevice(const CString& device, bool unmap)
 
 int32_t CCDPPlugin::importTarget(const CString& nodeName, bool unmap)
 {
-    const STargetDevice target = parseTargetDevice(restFrom(nodeName, getInterposeNodePrefix().length()));
+    const STargetDevice target = parseTargetDevice(restFrom(nodeName, nodePrefix().length()));
     trace(TRACE_DETAIL, "CCDPPlugin::importNode - src = [%s] and checkpoint name = [%s]", target.m_source,
           target.m_checkPoint);
     const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);

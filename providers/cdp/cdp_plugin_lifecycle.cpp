@@ -46,7 +46,7 @@ std::string namesOf(const std::vector<CAppliancePtr>& appliances)
     for (const CAppliancePtr& appliance : appliances) {
         if (!appliance) continue;
         if (!names.empty()) names += ", ";
-        names += viewOf(appliance->getName());
+        names += bytesOf(appliance->getName());
     }
     return names;
 }
@@ -54,7 +54,7 @@ std::string namesOf(const std::vector<CAppliancePtr>& appliances)
 std::string diskUtility()
 {
     const SLMRCliPath tool = CLMRConfiguration({}).importkforUtilPathInfo();
-    return std::string(viewOf(tool.path)) + std::string(viewOf(tool.name));
+    return std::string(bytesOf(tool.path)) + std::string(bytesOf(tool.name));
 }
 
 // Called while the exception that ended the start is handled.

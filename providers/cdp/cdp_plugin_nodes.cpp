@@ -1,4 +1,6 @@
 // Setting nodes up for snapshots, and undoing that.
+#include <utility>
+
 #include "framework/include/obzx_runtime.h"
 #include "providers/cdp/cdp_combos.h"
 #include "providers/cdp/cdp_identities.h"
@@ -19,15 +21,14 @@ namespace {
 class CUnfinishedNode
 {
   public:
-    CUnfinishedNode(CGroupNodes& groupNodes, const CString& group, obz_domain* node)
-        : m_groupNodes(groupNodes), m_group(group), m_node(node)
+    CUnfinishedNode(CGroupNodes& groupNodes, obz_domain* node) : m_groupNodes(groupNodes), m_node(node)
     {
         m_node->combos = nullptr;
     }
     ~CUnfinishedNode()
     {
         if (m_node == nullptr) return;
-        m_groupNodes.eraseNode(m_group, m_node);
+        m_groupNodes.eraseNode(m_node);
         releaseCombos(m_node);
     }
     CUnfinishedNode(const CUnfinishedNode&) = delete;
@@ -36,8 +37,21 @@ class CUnfinishedNode
 
   private:
     CGroupNodes& m_groupNodes;
-    const CString m_group;
+
     obz_domain* m_node;
+};
+
+template <class Action>
+class CAtEnd
+{
+  public:
+    explicit CAtEnd(Action action) : m_action(std::move(action)) {}
+    ~CAtEnd() { m_action(); }
+    CAtEnd(const CAtEnd&) = delete;
+    CAtEnd& operator=(const CAtEnd&) = delete;
+
+  private:
+    Action m_action;
 };
 
 }  // namespace
@@ -74,11 +88,11 @@ int32_t CCDPPlugin::setUpNode(obz_domain* node, CCDPPrivateData* data)
         trace(TRACE_FAILURE, "CCDPPlugin::initNode - Private data for Node [%s] is NULL", name);
         return OBZ_ERR_FAILED;
     }
-    data->m_applianceType = appliance->getApplianceType();
-    data->m_applianceName = appliance->getApplianceName(key);
-    data->m_serialNo = appliance->findLun(key);
-    data->m_consistencyGroup = group->getName();
-    CUnfinishedNode unfinished(m_groupNodes, data->m_consistencyGroup, node);
+    assign(data->m_applianceType, appliance->getApplianceType());
+    assign(data->m_applianceName, appliance->getApplianceName(key));
+    assign(data->m_serialNo, appliance->findLun(key));
+    assign(data->m_consistencyGroup, group->getName());
+    CUnfinishedNode unfinished(m_groupNodes, node);
     if (isGroup) {
         m_groupNodes.enter(data->m_consistencyGroup, node);
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - Adding groupNode in the map");
@@ -96,7 +110,7 @@ bool CCDPPlugin::keyOfNode(const CString& name, bool isGroup, CString& key)
         return true;
     }
     trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a non group node");
-    const size_t prefixLength = getInterposeNodePrefix().length();
+    const size_t prefixLength = nodePrefix().length();
     if (name.length() <= prefixLength) {
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - Invalid device format for [%s]", name);
         return false;
@@ -140,16 +154,27 @@ int32_t CCDPPlugin::deInitNode(obz_domain* node)
 {
     if (node == nullptr) return OBZ_ERR_INVALID_ARG;
     return runOperation(m_traceLog, CDP_OPERATION("deInitNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
+        // However this ends, the host drops the node: nothing of it may stay.
+        const CAtEnd release([&]() noexcept { giveBack(node); });
         trace(TRACE_INFO, "CCDPPlugin::deInitNode for Node [%s]", nameOf(node));
         if (const CCDPPrivateData* data = GetPrivateData(node)) {
             leaveGroup(node, data->m_consistencyGroup);
         } else {
             trace(TRACE_INFO, "CCDPPlugin::deInitNode - private_node is NULL");
         }
-        releaseCombos(node);
-        CFiPluginInterposer::deInitNode(node);
         return OBZ_OK;
     });
+}
+
+void CCDPPlugin::giveBack(obz_domain* node) noexcept
+{
+    m_groupNodes.eraseNode(node);
+    releaseCombos(node);
+    try {
+        CFiPluginInterposer::deInitNode(node);
+    } catch (...) {
+        trace(TRACE_FAILURE, "CCDPPlugin::deInitNode - the private data could not be given back");
+    }
 }
 
 void CCDPPlugin::leaveGroup(obz_domain* node, const CString& group)

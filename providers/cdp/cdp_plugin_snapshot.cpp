@@ -37,7 +37,7 @@ int32_t CCDPPlugin::makeSnapshots(obzx_pdk_4_4::CFiSessionPtr& session)
 bool CCDPPlugin::groupNode(const CString& name, CNodeGrouping& grouping)
 {
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - working with Node name %s", name);
-    const size_t prefixLength = getInterposeNodePrefix().length();
+    const size_t prefixLength = nodePrefix().length();
     if (name.length() <= prefixLength) {
         trace(TRACE_DETAIL, "CCDPPlugin::makeSnapshots - Invalid device format for [%s]", name);
         return false;
@@ -106,7 +106,7 @@ void CCDPPlugin::recordCopy(const CString& node, const CString& checkPoint, CFiS
         m_privateDataManager ? m_privateDataManager->getFactory()->accessByName(node, false) : CFiPrivateDataPtr();
     // A node that was taken down since it was selected has its copy all the same.
     if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) state->m_checkPointName = checkPoint;
-    const CString prefix = getInterposeNodePrefix();
+    const CString prefix = nodePrefix();
     const CString target = targetDeviceName(prefix, restFrom(node, prefix.length()), checkPoint);
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - Adding target device [%s] for [%s]", target, node);
     session.update(CFiStringTool::tstr2str(node), [&](CFiSplitNode& entry) {

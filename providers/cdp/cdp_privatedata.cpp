@@ -58,7 +58,7 @@ int32_t CCDPPrivateData::getNodeState(obz_blob* blob) const
     std::string text;
     for (const SField& field : WRITE_ORDER) {
         text += openTagOf(field.m_tag);
-        text += viewOf(this->*field.m_value);
+        text += bytesOf(this->*field.m_value);
         text += closeTagOf(field.m_tag) + "\n";
     }
     const size_t size = text.size() + 1;

@@ -8,11 +8,11 @@ namespace {
 
 CString openTagOf(const CString& tag)
 {
-    return CString("<") + tag + CString(">");
+    return join({"<", bytesOf(tag), ">"});
 }
 CString closeTagOf(const CString& tag)
 {
-    return CString("<") + tag + CString("/>");
+    return join({"<", bytesOf(tag), "/>"});
 }
 
 }  // namespace
@@ -32,14 +32,14 @@ std::string_view taggedValue(std::string_view text, const STagPosition& position
 
 CString createXmlTag(CString tag, CString value)
 {
-    return openTagOf(tag) + value + closeTagOf(tag);
+    return join({bytesOf(openTagOf(tag)), bytesOf(value), bytesOf(closeTagOf(tag))});
 }
 
 CString getXmlTagValue(CString text, CString tag)
 {
     const CString open = openTagOf(tag);
-    const std::string_view bytes = viewOf(text);
-    return textOf(taggedValue(bytes, findTags(bytes, viewOf(open), viewOf(closeTagOf(tag))), open.length()));
+    const std::string_view bytes = bytesOf(text);
+    return textOf(taggedValue(bytes, findTags(bytes, bytesOf(open), bytesOf(closeTagOf(tag))), open.length()));
 }
 
 }  // namespace cdpfi

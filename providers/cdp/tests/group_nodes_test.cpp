@@ -1,0 +1,64 @@
+#include "providers/cdp/cdp_group_nodes.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <vector>
+
+namespace cdpfi {
+
+TEST(GroupNodes, ANewerNodeTakesTheOlderOnesPlace)
+{
+    CGroupNodes nodes;
+    obz_domain older{};
+    obz_domain newer{};
+    nodes.enter("cg1", &older);
+    nodes.enter("cg1", &newer);
+    EXPECT_EQ(&newer, nodes.find("cg1"));
+    EXPECT_EQ(1u, nodes.size());
+}
+
+TEST(GroupNodes, LookingForAnAbsentGroupEntersItWithANullNode)
+{
+    CGroupNodes nodes;
+    EXPECT_EQ(nullptr, nodes.find("cg1"));
+    EXPECT_EQ(1u, nodes.size());
+    nodes.erase("cg1");
+    nodes.erase("cg1");
+    EXPECT_EQ(0u, nodes.size());
+}
+
+TEST(GroupNodes, ANodeIsTakenOutOfTheGroupsThatItIsEnteredFor)
+{
+    CGroupNodes nodes;
+    obz_domain own{};
+    obz_domain other{};
+    nodes.enter("cg1", &own);
+    nodes.enter("cg2", &other);
+    nodes.enter("cg3", &own);
+    nodes.eraseNode(&own);
+    EXPECT_EQ(1u, nodes.size());
+    EXPECT_EQ(&other, nodes.find("cg2"));
+}
+
+TEST(GroupNodes, ManyThreadsMayUseThem)
+{
+    CGroupNodes nodes;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&nodes, i] {
+            const CString name(std::to_string(i).c_str());
+            obz_domain node{};
+            for (int round = 0; round < 500; ++round) {
+                nodes.enter(name, &node);
+                nodes.find("shared");
+                nodes.eraseNode(&node);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(1u, nodes.size());
+}
+
+}  // namespace cdpfi

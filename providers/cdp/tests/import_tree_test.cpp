@@ -1,0 +1,143 @@
+#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/tests/plugin_fixture.h"
+
+namespace cdpfi {
+
+namespace {
+
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class ImportTree : public CPluginTest
+{
+  protected:
+    ImportTree()
+    {
+        m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
+        m_scenario.addDisk("/dev/sda", "S1");
+        m_scenario.writeState("server1/ann.cg1.KSV_Check_Point_77", "");
+        start();
+    }
+    void setPrimaryUp()
+    {
+        ASSERT_EQ(OBZ_OK, initNode(m_primary));
+        m_trace.clear();
+    }
+    CCDPPrivateData& primaryData() { return *plugin().GetPrivateData(m_primary.get()); }
+    int32_t importTree(const std::string& name)
+    {
+        CNode input(name.c_str());
+        return plugin().importTreeNode(m_primary.get(), &input->identity, &m_output, 0, nullptr);
+    }
+    void makeImage()
+    {
+        ASSERT_EQ(OBZ_OK, importTree(m_target));
+        primaryData().m_timeImage = "KSV_Time_Image_77";
+        m_scenario.takeCommands();
+        m_trace.clear();
+    }
+
+    CNode m_primary{"<cdpfi>S1"};
+    const std::string m_target = targetName("S1", "KSV_Check_Point_77");
+    obzx_objid* m_output = reinterpret_cast<obzx_objid*>(this);
+};
+
+}  // namespace
+
+TEST_F(ImportTree, WithoutAnImageOneIsMadeAndTheOutputStaysNull)
+{
+    setPrimaryUp();
+    EXPECT_EQ(OBZ_OK, importTree(m_target));
+    expectTrace("import_tree_new_image");
+    EXPECT_EQ(nullptr, m_output);
+    EXPECT_TRUE(m_scenario.hasState("server1/ti.cg1.KSV_Time_Image_77"));
+}
+
+TEST_F(ImportTree, WithAnImageTheOutputIsTheDevicePathThatShowsIt)
+{
+    setPrimaryUp();
+    makeImage();
+    EXPECT_EQ(OBZ_OK, importTree(m_target));
+    expectTrace("import_tree_image_of_target");
+    ASSERT_NE(nullptr, m_output);
+    EXPECT_STREQ("/dev/imageS1", m_output->name);
+    obzx_free_objid(m_output);
+    EXPECT_EQ(CString("S1"), primaryData().m_serialNo) << "there is no target to store the LUN in";
+}
+
+TEST_F(ImportTree, ADevicePathIsServedByTheImageThatThePrimaryNames)
+{
+    setPrimaryUp();
+    makeImage();
+    EXPECT_EQ(OBZ_OK, importTree("/dev/imageS1"));
+    expectTrace("import_tree_image_of_state");
+    ASSERT_NE(nullptr, m_output);
+    EXPECT_STREQ("/dev/imageS1", m_output->name);
+    obzx_free_objid(m_output);
+}
+
+TEST_F(ImportTree, APrimaryWithoutPrivateDataIsImportedByNameAndHandedOut)
+{
+    EXPECT_EQ(OBZ_OK, importTree("/dev/sda"));
+    expectTrace("import_tree_primary_without_data");
+    EXPECT_EQ(m_primary->identity, m_output);
+    EXPECT_THAT(m_scenario.takeCommands(), SizeIs(1));
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
+    EXPECT_EQ(nullptr, m_output);
+}
+
+TEST_F(ImportTree, InvalidInputIsRefused)
+{
+    CNode input("/dev/sda");
+    obzx_objid nameless{};
+    obzx_objid* none = nullptr;
+    obzx_objid* withoutName = &nameless;
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(nullptr, &input->identity, &m_output, 0, nullptr));
+    expectTrace("import_tree_invalid");
+    EXPECT_EQ(nullptr, m_output);
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), nullptr, &m_output, 0, nullptr));
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), &none, &m_output, 0, nullptr));
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), &withoutName, &m_output, 0, nullptr));
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), &input->identity, nullptr, 0, nullptr));
+}
+
+TEST_F(ImportTree, ACheckPointWithoutAnImageFails)
+{
+    setPrimaryUp();
+    primaryData().m_timeImage = "KSV_Time_Image_78";
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree(targetName("S1", "KSV_Check_Point_78")));
+    expectTrace("import_tree_no_image_of_checkpoint");
+    EXPECT_EQ(nullptr, m_output);
+}
+
+TEST_F(ImportTree, ATransportableOrIntendedPrimaryIsNotImported)
+{
+    setPrimaryUp();
+    primaryData().setTransportable(true);
+    EXPECT_EQ(OBZ_OK, importTree(m_target));
+    primaryData().setTransportable(false);
+    primaryData().setIntent(OBZ_INTENT_DEPORT);
+    EXPECT_EQ(OBZ_OK, importTree(m_target));
+    EXPECT_EQ(nullptr, m_output);
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(ImportTree, ANameThatCannotBeImportedFails)
+{
+    setPrimaryUp();
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
+    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::importTreeNode - Could not import device[/dev/unknown]"));
+}
+
+TEST_F(ImportTree, WithoutMemoryForTheIdentityTheOutputStaysNull)
+{
+    setPrimaryUp();
+    makeImage();
+    CNode input(m_target.c_str());
+    const CMemoryFault fault(CMemoryFault::EKind::C_FUNCTION, 0);
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().importTreeNode(m_primary.get(), &input->identity, &m_output, 0, nullptr));
+    EXPECT_TRUE(fault.happened());
+    EXPECT_EQ(nullptr, m_output);
+}
+
+}  // namespace cdpfi

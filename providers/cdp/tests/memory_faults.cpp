@@ -1,0 +1,101 @@
+#include "providers/cdp/tests/memory_faults.h"
+
+#include <cstdlib>
+#include <new>
+
+#include "framework/include/obzx_runtime.h"
+
+namespace cdpfi {
+
+namespace {
+
+struct SFault
+{
+    bool armed = false;
+    CMemoryFault::EKind kind = CMemoryFault::EKind::OPERATOR_NEW;
+    int left = 0;
+    bool happened = false;
+};
+
+thread_local SFault t_fault;
+
+}  // namespace
+
+bool failsNow(CMemoryFault::EKind kind)
+{
+    if (!t_fault.armed || t_fault.kind != kind || t_fault.left-- > 0) return false;
+    t_fault.armed = false;
+    t_fault.happened = true;
+    return true;
+}
+
+CMemoryFault::CMemoryFault(EKind kind, int skipped)
+{
+    t_fault = {true, kind, skipped, false};
+}
+CMemoryFault::~CMemoryFault()
+{
+    t_fault.armed = false;
+}
+bool CMemoryFault::happened() const
+{
+    return t_fault.happened;
+}
+
+}  // namespace cdpfi
+
+using cdpfi::CMemoryFault;
+using cdpfi::failsNow;
+
+void* operator new(size_t size)
+{
+    void* memory = failsNow(CMemoryFault::EKind::OPERATOR_NEW) ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    return failsNow(CMemoryFault::EKind::OPERATOR_NEW) ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
+
+extern "C" {
+
+void* __real_obzx_alloc_buf(size_t size);
+void* __wrap_obzx_alloc_buf(size_t size);
+void* __wrap_obzx_alloc_buf(size_t size)
+{
+    return failsNow(CMemoryFault::EKind::C_FUNCTION) ? nullptr : __real_obzx_alloc_buf(size);
+}
+
+obzx_objid* __real_obzx_get_objid(const char* name, int32_t size, int32_t type);
+obzx_objid* __wrap_obzx_get_objid(const char* name, int32_t size, int32_t type);
+obzx_objid* __wrap_obzx_get_objid(const char* name, int32_t size, int32_t type)
+{
+    return failsNow(CMemoryFault::EKind::C_FUNCTION) ? nullptr : __real_obzx_get_objid(name, size, type);
+}
+
+void* __real_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size);
+void* __wrap_calloc(size_t count, size_t size)
+{
+    return failsNow(CMemoryFault::EKind::C_FUNCTION) ? nullptr : __real_calloc(count, size);
+}
+
+char* __real_strdup(const char* text);
+char* __wrap_strdup(const char* text);
+char* __wrap_strdup(const char* text)
+{
+    return failsNow(CMemoryFault::EKind::C_FUNCTION) ? nullptr : __real_strdup(text);
+}
+
+}  // extern "C"

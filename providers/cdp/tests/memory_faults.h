@@ -1,0 +1,24 @@
+#pragma once
+
+namespace cdpfi {
+
+/// Lets an allocation of this thread fail, counted from the construction on: of operator new anywhere, or of the C
+/// functions (calloc, strdup, obzx_alloc_buf, obzx_get_objid) that the provider calls.
+class CMemoryFault
+{
+  public:
+    enum class EKind
+    {
+        OPERATOR_NEW,
+        C_FUNCTION
+    };
+    /// @param skipped allocations that still succeed before the one that fails
+    CMemoryFault(EKind kind, int skipped);
+    ~CMemoryFault();
+    CMemoryFault(const CMemoryFault&) = delete;
+    CMemoryFault& operator=(const CMemoryFault&) = delete;
+    /// Whether the allocation was reached.
+    bool happened() const;
+};
+
+}  // namespace cdpfi

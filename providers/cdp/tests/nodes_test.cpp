@@ -1,0 +1,215 @@
+#include "framework/include/cfiprivatedata.h"
+#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/tests/plugin_fixture.h"
+
+namespace cdpfi {
+
+namespace {
+
+using obzx_pdk_4_4::CFiContextSingleton;
+using obzx_pdk_4_4::CFiPrivateDataManager;
+using testing::IsEmpty;
+
+class Nodes : public CPluginTest
+{
+  protected:
+    Nodes()
+    {
+        m_scenario.addAppliance("server1", {{"cg1", {"S1", "S2"}}});
+        start();
+    }
+    static size_t privateDataCount()
+    {
+        return CFiContextSingleton<CFiPrivateDataManager, FI_PLUGIN_NAME>::instance(false)
+            ->getFactory()
+            ->getPrivateDataList(false)
+            .size();
+    }
+};
+
+}  // namespace
+
+TEST_F(Nodes, ADeviceNodeRecordsItsApplianceGroupAndSerial)
+{
+    CNode node("<cdpfi>S1");
+    EXPECT_EQ(OBZ_OK, initNode(node));
+    expectTrace("init_node_device");
+    const CCDPPrivateData* data = plugin().GetPrivateData(node.get());
+    ASSERT_NE(nullptr, data);
+    EXPECT_EQ(CString("Lumora"), data->m_applianceType);
+    EXPECT_EQ(CString("server1"), data->m_applianceName);
+    EXPECT_EQ(CString("S1"), data->m_serialNo);
+    EXPECT_EQ(CString("cg1"), data->m_consistencyGroup);
+    EXPECT_FALSE(data->getIsAltNode());
+    EXPECT_EQ(node->identity->name, node->name);
+    EXPECT_EQ(4098, node->value);
+}
+
+TEST_F(Nodes, AGroupNodeIsTakenByItsGroupsName)
+{
+    CNode group("cg1");
+    EXPECT_EQ(OBZ_OK, initNode(group));
+    expectTrace("init_node_group");
+    const CCDPPrivateData* data = plugin().GetPrivateData(group.get());
+    ASSERT_NE(nullptr, data);
+    EXPECT_EQ(CString("cg1"), data->m_serialNo);
+    EXPECT_EQ(CString("cg1"), data->m_consistencyGroup);
+}
+
+TEST_F(Nodes, CombinationsNameTheMethodTheNodeAndItsGroupNode)
+{
+    CNode group("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    CNode node("<cdpfi>S1");
+    node->combo_tail_reserved = &node;
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    const obz_combo* combo = node->combos;
+    ASSERT_NE(nullptr, combo);
+    EXPECT_STREQ("Lumora", combo->quiesce->name);
+    EXPECT_STREQ("Lumora", combo->split->name);
+    EXPECT_EQ(node.get(), combo->quiesce->node);
+    EXPECT_EQ(group.get(), combo->quiesce->group);
+    EXPECT_EQ(group.get(), combo->split->group);
+    EXPECT_EQ(nullptr, combo->next);
+    EXPECT_EQ(nullptr, node->combo_tail_reserved);
+    EXPECT_EQ(group.get(), group->combos->split->group) << "a group node is its own group's";
+}
+
+TEST_F(Nodes, WithoutAGroupNodeTheCombinationHasNone)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(nullptr, node->combos->quiesce->group);
+}
+
+TEST_F(Nodes, ANodeNamedLikeThePrefixAloneIsRefused)
+{
+    CNode node("<cdpfi>");
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(node));
+    expectTrace("init_node_prefix_only");
+    EXPECT_EQ(nullptr, node->combos);
+    EXPECT_EQ(0, node->value);
+}
+
+TEST_F(Nodes, ANodeThatNoApplianceClaimsIsRefusedAndLeavesNothingBehind)
+{
+    CNode device("<cdpfi>S9");
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(device));
+    expectTrace("init_node_unclaimed_device");
+    m_trace.clear();
+    CNode group("cg9");
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(group));
+    expectTrace("init_node_unclaimed_group");
+    EXPECT_EQ(nullptr, group->private_data);
+    EXPECT_EQ(0u, privateDataCount());
+}
+
+TEST_F(Nodes, ANullNodeIsInvalidAndANamelessOneFails)
+{
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().initNode(nullptr, nullptr, 0, nullptr));
+    obz_domain nameless{};
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
+    obzx_objid identity{};
+    nameless.identity = &identity;
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
+    EXPECT_EQ(nullptr, nameless.private_data);
+}
+
+TEST_F(Nodes, ANodeThatComesAgainKeepsOneSetOfCombinations)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(nullptr, node->combos->next);
+    EXPECT_EQ(1u, privateDataCount());
+}
+
+TEST_F(Nodes, WhatStandsInAFreshNodesListIsNotLookedAt)
+{
+    CNode node("<cdpfi>S1");
+    node->combos = reinterpret_cast<obz_combo*>(&node);
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_STREQ("Lumora", node->combos->split->name);
+}
+
+TEST_F(Nodes, WithoutMemoryForTheCombinationsTheNodeIsRefusedWhole)
+{
+    for (int skipped = 0; skipped < 5; ++skipped) {
+        CNode group("cg1");
+        const CMemoryFault fault(CMemoryFault::EKind::C_FUNCTION, skipped);
+        EXPECT_EQ(OBZ_ERR_FAILED, initNode(group)) << skipped;
+        EXPECT_TRUE(fault.happened());
+        EXPECT_EQ(nullptr, group->combos);
+        EXPECT_EQ(nullptr, group->private_data);
+    }
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(nullptr, node->combos->quiesce->group) << "the refused group node is not kept";
+}
+
+TEST_F(Nodes, DeinitGivesTheCombinationsAndThePrivateDataBack)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    m_trace.clear();
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
+    expectTrace("deinit_node_no_group_node");
+    EXPECT_EQ(nullptr, node->combos);
+    EXPECT_EQ(nullptr, node->private_data);
+    EXPECT_EQ(0u, privateDataCount());
+}
+
+TEST_F(Nodes, DeinitOfTheGroupNodeEndsItsEntry)
+{
+    CNode group("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(group.get()));
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found matching group node for ConsistencyGroup [cg1]"));
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(nullptr, node->combos->quiesce->group);
+}
+
+TEST_F(Nodes, DeinitOfADeviceNodeKeepsItsGroupsEntry)
+{
+    CNode group("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    CNode first("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(first));
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(first.get()));
+    EXPECT_FALSE(m_trace.has("L3 CCDPPlugin::deInitNode found NULL groupnode"));
+    CNode second("<cdpfi>S2");
+    ASSERT_EQ(OBZ_OK, initNode(second));
+    EXPECT_EQ(group.get(), second->combos->quiesce->group);
+}
+
+TEST_F(Nodes, ANewerGroupNodeReplacesTheOlderOne)
+{
+    CNode older("cg1");
+    CNode newer("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(older));
+    ASSERT_EQ(OBZ_OK, initNode(newer));
+    EXPECT_EQ(plugin().GetPrivateData(older.get()), plugin().GetPrivateData(newer.get()));
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(newer.get(), node->combos->quiesce->group);
+}
+
+TEST_F(Nodes, DeinitOfANodeThatWasNeverSetUpDoesNothing)
+{
+    CNode node("<cdpfi>S1");
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
+    expectTrace("deinit_node_unknown");
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().deInitNode(nullptr));
+}
+
+TEST_F(Nodes, SettingNodesUpSendsNoCommand)
+{
+    CNode group("cg1");
+    CNode node("<cdpfi>S1");
+    initNode(group);
+    initNode(node);
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,178 @@
+#include <thread>
+
+#include "providers/cdp/tests/plugin_fixture.h"
+
+namespace cdpfi {
+
+namespace {
+
+using obzx_pdk_4_4::CFiSessionPtr;
+using obzx_pdk_4_4::CFiSplitNode;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class Snapshot : public CPluginTest
+{
+  protected:
+    Snapshot()
+    {
+        m_scenario.addAppliance("server2", {{"A", {"S21"}}});
+        m_scenario.addAppliance("server1", {{"A", {"S1", "S3"}}, {"B", {"S2"}}, {"C", {"S4"}}});
+        start();
+    }
+    static std::string command(const std::string& server, const std::string& group)
+    {
+        return server + ": create annotation \"" + checkPoint() + "\" \"" + group +
+               "\" set message CreatedByKestrav commit";
+    }
+    static std::vector<std::string> madeNodes(const CFiSessionPtr& session)
+    {
+        std::vector<std::string> made;
+        for (const CFiSplitNode& node : session->getNodes()) {
+            if (node.m_makeDone != 0) made.push_back(str(node.m_name));
+        }
+        return made;
+    }
+};
+
+}  // namespace
+
+TEST_F(Snapshot, SelectAcceptsEverything)
+{
+    EXPECT_EQ(OBZ_OK, plugin().select("s", nullptr, 0));
+    EXPECT_THAT(m_trace.lines(), ElementsAre("L3 SELECT_SUCCESSFUL"));
+}
+
+TEST_F(Snapshot, EveryGroupGetsOneCheckPointAndEveryNodeATarget)
+{
+    CNode first("<cdpfi>S1");
+    CNode second("<cdpfi>S2");
+    CNode third("<cdpfi>S3");
+    for (CNode* node : {&first, &second, &third})
+        ASSERT_EQ(OBZ_OK, initNode(*node));
+    CFiSessionPtr session = this->session("s", {&third, &second, &first});
+    m_trace.clear();
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots");
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(command("server1", "A"), command("server1", "B")));
+    std::vector<std::string> targets;
+    for (const CFiSplitNode& node : session->getNodes()) {
+        targets.push_back(str(node.m_target));
+        EXPECT_EQ(1, node.m_makeDone);
+    }
+    EXPECT_THAT(targets, ElementsAre(targetName("S1", checkPoint()), targetName("S2", checkPoint()),
+                                     targetName("S3", checkPoint())));
+    EXPECT_EQ(checkPoint(), str(plugin().GetPrivateData(first.get())->m_checkPointName));
+    EXPECT_EQ(checkPoint(), str(plugin().GetPrivateData(second.get())->m_checkPointName));
+}
+
+TEST_F(Snapshot, AppliancesAreTakenInTheOrderOfTheirNames)
+{
+    CNode onSecond("<cdpfi>S21");
+    CNode onFirst("<cdpfi>S4");
+    CFiSessionPtr session = this->session("s", {&onSecond, &onFirst});
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots_two_appliances");
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(command("server1", "C"), command("server2", "A")));
+}
+
+TEST_F(Snapshot, AFailingGroupLeavesTheEarlierOnesMadeAndTheLaterOnesUntouched)
+{
+    const char* groups[] = {"A", "B", "C"};
+    const std::vector<std::string> made[] = {{}, {"<cdpfi>S1", "<cdpfi>S3"}, {"<cdpfi>S1", "<cdpfi>S2", "<cdpfi>S3"}};
+    for (size_t failing = 0; failing < 3; ++failing) {
+        CNode nodes[] = {{"<cdpfi>S1"}, {"<cdpfi>S2"}, {"<cdpfi>S3"}, {"<cdpfi>S4"}};
+        CFiSessionPtr session = this->session(groups[failing], {&nodes[0], &nodes[1], &nodes[2], &nodes[3]});
+        m_scenario.refuse(std::string("*create annotation*\"") + groups[failing] + "\" set*");
+        m_trace.clear();
+        EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
+        if (failing == 1) expectTrace("make_snapshots_failing_group");
+        EXPECT_EQ(made[failing], madeNodes(session));
+        EXPECT_EQ(failing + 1, m_scenario.takeCommands().size());
+        m_scenario.refuseNothing();
+        std::filesystem::remove(m_scenario.root() / ("opt/QXPKlm/bin/state/server1/ann.A." + checkPoint()));
+        std::filesystem::remove(m_scenario.root() / ("opt/QXPKlm/bin/state/server1/ann.B." + checkPoint()));
+    }
+}
+
+TEST_F(Snapshot, AnEmptySessionMakesNoCheckPoint)
+{
+    CFiSessionPtr session = this->session("s", {});
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots_empty");
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(Snapshot, WithoutASessionTheCallIsInvalid)
+{
+    CFiSessionPtr none;
+    EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().makeSnapshots(none));
+}
+
+TEST_F(Snapshot, ANameNoLongerThanThePrefixEndsTheCallBeforeAnythingIsMade)
+{
+    CNode good("<cdpfi>S1");
+    CNode bad("<cdpfi>");
+    CFiSessionPtr session = this->session("s", {&bad, &good});
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots_invalid_name");
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(Snapshot, ANodeThatNoApplianceClaimsEndsTheCallBeforeAnythingIsMade)
+{
+    CNode good("<cdpfi>S1");
+    CNode unknown("<cdpfi>S9");
+    CFiSessionPtr session = this->session("s", {&good, &unknown});
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
+    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::makeSnapshots - Could not get claiming appliance for [S9]"));
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+    EXPECT_THAT(madeNodes(session), IsEmpty());
+}
+
+TEST_F(Snapshot, ANodeWithoutPrivateDataGetsItsTargetAllTheSame)
+{
+    CNode node("<cdpfi>S1");
+    CFiSessionPtr session = this->session("s", {&node});
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    EXPECT_THAT(madeNodes(session), ElementsAre("<cdpfi>S1"));
+    EXPECT_EQ(nullptr, node->private_data);
+}
+
+TEST_F(Snapshot, ASecondMakeOfTheSameSessionHasNothingToDo)
+{
+    CNode node("<cdpfi>S1");
+    CFiSessionPtr session = this->session("s", {&node});
+    ASSERT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    m_scenario.takeCommands();
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(Snapshot, ASecondSnapshotOfAGroupByOneProcessIsRefusedByTheAppliance)
+{
+    CNode node("<cdpfi>S1");
+    CFiSessionPtr first = this->session("first", {&node});
+    CFiSessionPtr second = this->session("second", {&node});
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(first));
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(second));
+    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::makeSnapshots - failed to create annotation for consistency group [A]."));
+    EXPECT_THAT(madeNodes(second), IsEmpty());
+}
+
+TEST_F(Snapshot, TwoSessionsMayBeMadeAtOnce)
+{
+    CNode one("<cdpfi>S1");
+    CNode other("<cdpfi>S2");
+    CFiSessionPtr first = this->session("first", {&one});
+    CFiSessionPtr second = this->session("second", {&other});
+    int32_t status = OBZ_ERR_FAILED;
+    std::thread thread([&] { status = plugin().makeSnapshots(first); });
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(second));
+    thread.join();
+    EXPECT_EQ(OBZ_OK, status);
+    EXPECT_THAT(madeNodes(first), ElementsAre("<cdpfi>S1"));
+    EXPECT_THAT(madeNodes(second), ElementsAre("<cdpfi>S2"));
+}
+
+}  // namespace cdpfi

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace cdpfi {
+
+/// Collects the trace lines of the process, up to level 6, as "L<level> <text>".
+class CTraceRecorder
+{
+  public:
+    CTraceRecorder();
+    ~CTraceRecorder();
+    CTraceRecorder(const CTraceRecorder&) = delete;
+    CTraceRecorder& operator=(const CTraceRecorder&) = delete;
+
+    void clear();
+    std::vector<std::string> lines() const;
+    bool has(const std::string& line) const;
+
+    /**
+     * Compares the lines so far with the file expected/<name>.trace beside the tests. What changes from run to run is
+     * written <pid>, <root> (a scenario's root directory), <temp> (a temporary file) and <line>. With UPDATE_EXPECTED=1
+     * in the environment the file is written anew instead, and the difference is shown.
+     */
+    void expect(const std::string& name, const std::string& root) const;
+
+  private:
+    static void observe(void* user, int32_t level, const char* component, const char* text);
+
+    mutable std::mutex m_mutex;
+    std::vector<std::string> m_lines;
+};
+
+}  // namespace cdpfi
