@@ -51,7 +51,7 @@ void CCDPApplianceFactory::addFromLine(const std::string& line)
     const CString name = textOf(address[0]);
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
     const CAppliancePtr appliance(new CLMRAppliance(name));
-    m_appliances[name] = appliance;
+    m_appliances[address[0]] = appliance;
     appliance->registerTraceLog(m_traceLog);
 }
 
@@ -77,7 +77,7 @@ CAppliancePtr CCDPApplianceFactory::getClaimAppliance(const CString& device) con
 
 CAppliancePtr CCDPApplianceFactory::getApplianceInstance(const CString& name) const
 {
-    const auto entry = m_appliances.find(name);
+    const auto entry = m_appliances.find(bytesOf(name));
     return entry == m_appliances.end() ? CAppliancePtr() : entry->second;
 }
 

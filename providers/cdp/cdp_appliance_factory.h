@@ -40,7 +40,7 @@ class CCDPApplianceFactory : public virtual obzx_pdk_4_4::CFiRefCount, public vi
   private:
     void addFromLine(const std::string& line);
 
-    std::map<CString, CAppliancePtr> m_appliances;
+    std::map<std::string, CAppliancePtr, std::less<>> m_appliances;
 };
 
 }  // namespace cdpfi

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <string>
 
 #include "framework/include/obz_records.h"
 #include "providers/cdp/model/base_types.h"
@@ -23,7 +24,7 @@ class CGroupNodes
 
   private:
     mutable std::mutex m_mutex;
-    std::map<CString, obz_domain*> m_nodes;
+    std::map<std::string, obz_domain*, std::less<>> m_nodes;
 };
 
 }  // namespace cdpfi

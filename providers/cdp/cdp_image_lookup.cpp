@@ -71,8 +71,12 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
 
 CString targetLunOf(const std::map<CString, CString>& devices, const CString& source)
 {
-    const auto entry = devices.find(source);
-    return entry == devices.end() ? CString() : entry->second;
+    // The map is a copy already, so a walk costs nothing more; its keys are compared as bytes because a copy that found
+    // no memory has none.
+    for (const auto& [sourceLun, targetLun] : devices) {
+        if (bytesOf(sourceLun) == bytesOf(source)) return textOf(bytesOf(targetLun));
+    }
+    return {};
 }
 
 }  // namespace cdpfi

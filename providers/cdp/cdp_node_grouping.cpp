@@ -2,7 +2,8 @@
 
 namespace cdpfi {
 
-CNodeGrouping::EAdded CNodeGrouping::add(const CString& appliance, const CString& group, const CString& node)
+CNodeGrouping::EAdded CNodeGrouping::add(const std::string& appliance, const std::string& group,
+                                         const std::string& node)
 {
     const auto [groups, newAppliance] = m_appliances.try_emplace(appliance);
     const auto [nodes, newGroup] = groups->second.try_emplace(group);

@@ -1,9 +1,8 @@
 #pragma once
 
 #include <map>
+#include <string>
 #include <vector>
-
-#include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
 
@@ -17,14 +16,14 @@ class CNodeGrouping
         NEW_GROUP,
         NEW_APPLIANCE
     };
-    using CNodes = std::vector<CString>;
-    using CGroups = std::map<CString, CNodes>;
+    using CNodes = std::vector<std::string>;
+    using CGroups = std::map<std::string, CNodes>;
 
-    EAdded add(const CString& appliance, const CString& group, const CString& node);
-    const std::map<CString, CGroups>& appliances() const { return m_appliances; }
+    EAdded add(const std::string& appliance, const std::string& group, const std::string& node);
+    const std::map<std::string, CGroups>& appliances() const { return m_appliances; }
 
   private:
-    std::map<CString, CGroups> m_appliances;
+    std::map<std::string, CGroups> m_appliances;
 };
 
 }  // namespace cdpfi

@@ -65,7 +65,7 @@ int32_t CCDPPlugin::initAltNode(obz_domain* primary, obz_domain*, obz_domain* ta
         copyState(*primaryData, *targetData);
         const CString resource = nameOf(target);
         const auto deliver = [&](const CString& path) {
-            if (path == resource) return true;
+            if (bytesOf(path) == bytesOf(resource)) return true;
             CIdentityPtr identity = newIdentity(path);
             if (identity == nullptr) return false;
             target->identity = identity.release();  // the one before it stays the host's
@@ -133,10 +133,10 @@ int32_t CCDPPlugin::importExistingImage(const SImportRequest& request)
                                   ? findImageOfTarget(*appliances, request, nodePrefix(), *this)
                                   : findImageOfState(*appliances, request, *this);
     if (!found.m_image) return OBZ_ERR_FAILED;
-    const CString source = request.m_primary->m_serialNo;
+    const CString& source = request.m_primary->m_serialNo;
     const CString targetLun = targetLunOf(found.m_image->getTargetDeviceMap(), source);
     trace(TRACE_FAILURE, "CCDPPlugin::%s- device [%s] has target [%s]", operation, source, targetLun);
-    if (request.m_target != nullptr) request.m_target->m_serialNo = targetLun;
+    if (request.m_target != nullptr) assign(request.m_target->m_serialNo, targetLun);
     CString path;
     if (!found.m_appliance->importDevicePath(targetLun, path)) {
         trace(TRACE_DETAIL, "CCDPPlugin::%s - Could not get Physical device for [%s]", operation, targetLun);

@@ -52,7 +52,9 @@ bool CCDPPlugin::groupNode(const CString& name, CNodeGrouping& grouping)
     if (!isClaimed(*this, static_cast<bool>(group), "makeSnapshots", "consistency group", device)) return false;
     const CString groupName = group->getName();
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - got claiming consistency group with name %s", groupName);
-    traceGrouping(grouping.add(applianceName, groupName, name), name, groupName, applianceName);
+    const auto added = grouping.add(CFiStringTool::tstr2str(applianceName), CFiStringTool::tstr2str(groupName),
+                                    CFiStringTool::tstr2str(name));
+    traceGrouping(added, name, groupName, applianceName);
     return true;
 }
 
@@ -72,9 +74,9 @@ int32_t CCDPPlugin::makeCheckPoints(const CNodeGrouping& grouping, CFiSession& s
     for (const auto& [applianceName, groups] : grouping.appliances()) {
         trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - Looking for consistency groups in appliances %s",
               applianceName);
-        const CAppliancePtr appliance = registry()->getApplianceInstance(applianceName);
+        const CAppliancePtr appliance = registry()->getApplianceInstance(textOf(applianceName));
         for (const auto& [groupName, nodes] : groups) {
-            const int32_t status = makeCheckPoint(appliance, groupName, nodes, checkPoint, session);
+            const int32_t status = makeCheckPoint(appliance, textOf(groupName), nodes, checkPoint, session);
             if (status != OBZ_OK) return status;
         }
     }
@@ -95,8 +97,8 @@ int32_t CCDPPlugin::makeCheckPoint(const CAppliancePtr& appliance, const CString
               group->getName());
         return OBZ_ERR_FAILED;
     }
-    for (const CString& node : nodes)
-        recordCopy(node, checkPoint, session);
+    for (const std::string& node : nodes)
+        recordCopy(textOf(node), checkPoint, session);
     return OBZ_OK;
 }
 

@@ -15,7 +15,7 @@ CString textOf(std::string_view bytes)
 void assign(CString& field, const CString& value)
 {
     field = value;
-    if (field != value) throw std::bad_alloc();
+    if (bytesOf(field) != bytesOf(value)) throw std::bad_alloc();
 }
 
 CString join(std::initializer_list<std::string_view> pieces)

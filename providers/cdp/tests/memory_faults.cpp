@@ -47,19 +47,44 @@ bool CMemoryFault::happened() const
 using cdpfi::CMemoryFault;
 using cdpfi::failsNow;
 
-void* operator new(size_t size)
-{
-    void* memory = failsNow(CMemoryFault::EKind::OPERATOR_NEW) ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (memory == nullptr) throw std::bad_alloc();
-    return memory;
-}
+namespace {
 
-void* operator new(size_t size, const std::nothrow_t&) noexcept
+void* allocate(size_t size) noexcept
 {
     return failsNow(CMemoryFault::EKind::OPERATOR_NEW) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
+void* allocateOrThrow(size_t size)
+{
+    void* memory = allocate(size);
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+}  // namespace
+
+// The array forms too: a sanitizer's runtime has its own, which do not come through the plain ones.
+void* operator new(size_t size)
+{
+    return allocateOrThrow(size);
+}
+void* operator new[](size_t size)
+{
+    return allocateOrThrow(size);
+}
+void* operator new(size_t size, const std::nothrow_t&) noexcept
+{
+    return allocate(size);
+}
+void* operator new[](size_t size, const std::nothrow_t&) noexcept
+{
+    return allocate(size);
+}
 void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete[](void* memory) noexcept
 {
     std::free(memory);
 }
@@ -67,7 +92,13 @@ void operator delete(void* memory, size_t) noexcept
 {
     std::free(memory);
 }
+void operator delete[](void* memory, size_t) noexcept
+{
+    std::free(memory);
+}
 
+// Visible, because a sanitizer's runtime refers to them too.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void* __real_obzx_alloc_buf(size_t size);
@@ -99,3 +130,4 @@ char* __wrap_strdup(const char* text)
 }
 
 }  // extern "C"
+#pragma GCC visibility pop

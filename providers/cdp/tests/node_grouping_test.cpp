@@ -17,9 +17,9 @@ std::vector<std::string> flat(const CNodeGrouping& grouping)
     std::vector<std::string> lines;
     for (const auto& [appliance, groups] : grouping.appliances()) {
         for (const auto& [group, nodes] : groups) {
-            std::string line = std::string(appliance.c_str()) + "/" + group.c_str() + ":";
-            for (const CString& node : nodes)
-                line += std::string(" ") + node.c_str();
+            std::string line = appliance + "/" + group + ":";
+            for (const std::string& node : nodes)
+                line += " " + node;
             lines.push_back(line);
         }
     }
@@ -53,7 +53,7 @@ TEST(NodeGrouping, TenThousandNodesInAHundredGroupsAreGrouped)
 {
     CNodeGrouping grouping;
     for (int i = 0; i < 10000; ++i) {
-        grouping.add("s1", ("g" + std::to_string(i % 100)).c_str(), std::to_string(i).c_str());
+        grouping.add("s1", "g" + std::to_string(i % 100), std::to_string(i));
     }
     const CNodeGrouping::CGroups& groups = grouping.appliances().begin()->second;
     ASSERT_EQ(100u, groups.size());
