@@ -45,7 +45,7 @@ void writeExpected(const std::string& path, const std::string& former, const std
     if (former == actual) return;
     const std::string scratch = path + ".new";
     std::ofstream(scratch) << actual;
-    static_cast<void>(std::system(("diff -u '" + path + "' '" + scratch + "'").c_str()));
+    if (std::system(("diff -u '" + path + "' '" + scratch + "'").c_str()) == -1) std::cerr << "cannot run diff\n";
     std::rename(scratch.c_str(), path.c_str());
 }
 
