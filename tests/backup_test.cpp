@@ -24,7 +24,8 @@ class Backup : public testing::Test
         const SRun imported = site.fictl("backup", {"--output", "json", "snapshot", "import", name});
         EXPECT_EQ(imported.status, 0) << imported.err << imported.out;
         std::map<std::string, std::string> paths;
-        for (const json& device : imported.json().at("snapshot").at("devices"))
+        const json document = imported.json();
+        for (const json& device : document.at("snapshot").at("devices"))
             paths[device.at("source")] = device.at("import_path");
         return paths;
     }
@@ -148,9 +149,11 @@ TEST_F(Backup, SixtyFourDevicesInEightGroupsOfTwoAppliances)
         site.addGroup(appliance, "group" + std::to_string(group), luns);
     }
     site.setUpHosts();
-    for (const char* appliance : {"east", "west"})
-        for (const json& lun : site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json())
+    for (const char* appliance : {"east", "west"}) {
+        const json luns = site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
+        for (const json& lun : luns)
             devices.push_back(lun.at("device"));
+    }
     ASSERT_EQ(devices.size(), 64u);
 
     ASSERT_EQ(create("all", devices).status, 0);
@@ -186,7 +189,7 @@ TEST_F(Backup, GroupThatCannotBeCheckpointedLeavesEarlierGroupsRecordedAndLaterO
     EXPECT_NE(made.at("group_b"), "yes");
     EXPECT_EQ(made.at("group_c"), "no");
     EXPECT_EQ(document.at("snapshot").at("state"), "partial");
-    EXPECT_NE(document.at("error").dump().find("create  annotation"), std::string::npos) << created.out;
+    EXPECT_NE(document.at("error").dump().find("create annotation"), std::string::npos) << created.out;
     EXPECT_EQ(site.copiesOf("vault", "group_a").size(), 1u);
     EXPECT_TRUE(site.copiesOf("vault", "group_c").empty());
 

@@ -25,10 +25,12 @@ SRun run(const std::filesystem::path& scratch, const std::filesystem::path& host
     static int counter = 0;
     const std::filesystem::path out = scratch / ("out." + std::to_string(++counter));
     const std::filesystem::path err = scratch / ("err." + std::to_string(counter));
-    std::vector<std::string> environment{"OBZX_ROOT=" + hostRoot.string(), "PATH=" + BIN + ":/usr/bin:/bin"};
+    std::vector<std::string> environment{"OBZX_ROOT=" + hostRoot.string(), "PATH=" + BIN + ":/usr/bin:/bin",
+                                         "RES_OPTIONS=timeout:1 attempts:1"};
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text(*entry);
-        if (text.rfind("OBZX_", 0) != 0 && text.rfind("PATH=", 0) != 0) environment.push_back(text);
+        if (text.rfind("OBZX_", 0) != 0 && text.rfind("PATH=", 0) != 0 && text.rfind("RES_OPTIONS=", 0) != 0)
+            environment.push_back(text);
     }
     std::vector<char*> argv;
     for (const std::string& word : words)
@@ -135,7 +137,8 @@ void CSite::setUpHosts()
 
 nlohmann::json CSite::lun(const std::string& appliance, const std::string& name) const
 {
-    for (const nlohmann::json& entry : lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json())
+    const nlohmann::json luns = lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
+    for (const nlohmann::json& entry : luns)
         if (entry.at("name") == name) return entry;
     throw std::runtime_error("no LUN " + name);
 }

@@ -24,7 +24,7 @@ class OBZX_API CCmnNetwork
 
     /// The name that this host goes by: LOCAL_NAME, else the resolver's canonical name of the host name.
     std::string getFQDN() const;
-    /// Never fails: a name that cannot be resolved has no addresses.
+    /// Never fails: a name that cannot be resolved has no addresses. Answers are kept for a minute.
     SHostInfo resolve(const std::string& name) const;
     /// True when any of the names are equal without regard to case, or an address other than a loopback address is
     /// shared.

@@ -5,7 +5,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <map>
 #include <memory>
+#include <mutex>
 
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfistringtool.h"
@@ -88,17 +91,7 @@ std::string systemName()
     return ::gethostname(name, sizeof name - 1) == 0 ? name : std::string();
 }
 
-}  // namespace
-
-CCmnNetwork::CCmnNetwork(std::string component) : m_component(std::move(component)) {}
-
-std::string CCmnNetwork::getFQDN() const
-{
-    const std::string configured = configuredName(m_component);
-    return configured.empty() ? resolve(systemName()).name : configured;
-}
-
-SHostInfo CCmnNetwork::resolve(const std::string& name) const
+SHostInfo askResolver(const std::string& name)
 {
     SHostInfo host;
     host.name = name;
@@ -113,6 +106,56 @@ SHostInfo CCmnNetwork::resolve(const std::string& name) const
         if (!host.addressText.empty()) host.addressText += ' ';
         host.addressText += address;
     }
+    return host;
+}
+
+// Answers are kept for a minute, also the ones that know nothing: an import asks for the same few names once for every
+// device, and a resolver that does not answer costs seconds each time.
+using CClock = std::chrono::steady_clock;
+constexpr auto ANSWER_LIFE = std::chrono::seconds(60);
+constexpr size_t MAX_ANSWERS = 1024;
+
+struct SAnswer
+{
+    SHostInfo host;
+    CClock::time_point time;
+};
+
+std::mutex answersMutex;
+std::map<std::string, SAnswer> answers;
+
+bool recall(const std::string& name, SHostInfo& host)
+{
+    const std::lock_guard<std::mutex> guard(answersMutex);
+    const auto found = answers.find(name);
+    if (found == answers.end() || CClock::now() - found->second.time > ANSWER_LIFE) return false;
+    host = found->second.host;
+    return true;
+}
+
+void remember(const std::string& name, const SHostInfo& host)
+{
+    const std::lock_guard<std::mutex> guard(answersMutex);
+    if (answers.size() >= MAX_ANSWERS) answers.clear();
+    answers[name] = {host, CClock::now()};
+}
+
+}  // namespace
+
+CCmnNetwork::CCmnNetwork(std::string component) : m_component(std::move(component)) {}
+
+std::string CCmnNetwork::getFQDN() const
+{
+    const std::string configured = configuredName(m_component);
+    return configured.empty() ? resolve(systemName()).name : configured;
+}
+
+SHostInfo CCmnNetwork::resolve(const std::string& name) const
+{
+    SHostInfo host;
+    if (recall(name, host)) return host;
+    host = askResolver(name);
+    remember(name, host);
     return host;
 }
 
