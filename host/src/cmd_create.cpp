@@ -15,6 +15,11 @@ namespace fictl {
 
 namespace {
 
+std::string counted(size_t number, const char* noun)
+{
+    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
 /// One run of "snapshot create": the record is built while the nodes are set up, entered as an intent right before the
 /// appliance is asked for anything, and settled with what make left behind.
 class CSnapshotCreation
@@ -246,8 +251,8 @@ SResult CSnapshotCreation::result(const SMakeResult& made) const
     json document = snapshotJson(m_record);
     document["frozen_seconds"] = made.frozenSeconds;
     const std::string text = quotedName() + " is complete: checkpoint " + m_record.checkpoint + " of " +
-                             std::to_string(m_record.devices.size()) + " devices in " +
-                             std::to_string(m_record.groups().size()) + " groups\n";
+                             counted(m_record.devices.size(), "device") + " in " +
+                             counted(m_record.groups().size(), "group") + "\n";
     return {{{"snapshot", std::move(document)}}, text};
 }
 

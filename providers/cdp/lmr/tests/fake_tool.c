@@ -26,7 +26,11 @@
 #include <time.h>
 #include <unistd.h>
 
-enum { REQUEST_SIZE = 1 << 20, LINE_SIZE = 4096 };
+enum
+{
+    REQUEST_SIZE = 1 << 20,
+    LINE_SIZE = 4096
+};
 
 static char request[REQUEST_SIZE];
 static size_t request_size;
