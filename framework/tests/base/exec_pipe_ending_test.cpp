@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 
@@ -72,6 +73,8 @@ TEST_F(ExecPipeEnding, ProgramThatCannotBeStartedGivesTheReason)
                          "\x7f"
                          "ELF nothing of the kind");
     ASSERT_EQ(::chmod(damaged.c_str(), 0755), 0);
+    // A folder of the search path that may not be entered would turn "not there" into "not allowed".
+    ::setenv("PATH", "/usr/bin:/bin", 1);
     const std::pair<std::string, int> table[] = {
         {root() + "/missing", ENOENT},
         {"no-such-program-anywhere", ENOENT},
