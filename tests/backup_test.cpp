@@ -247,3 +247,26 @@ TEST_F(Backup, HostWithoutConfiguredApplianceSaysWhichFileToMend)
     EXPECT_EQ(shown.status, 6);
     EXPECT_NE(shown.err.find((site.root("production") / "etc/qz/hls.conf").string()), std::string::npos) << shown.err;
 }
+
+TEST_F(Backup, ProviderShowListsEveryConfigurationValueWithItsDefault)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+
+    const json document = site.fictl("production", {"--output", "json", "provider", "show"}).json();
+
+    std::map<std::string, std::string> defaults;
+    for (const json& value : document.at("provider").at("parameters"))
+        defaults[value.at("name")] = value.at("default");
+    const std::map<std::string, std::string> expected = {{"LMR_CLI_CONFIG/LMR_LMSH_PATH", "/opt/QXPKlm/bin/"},
+                                                         {"LMR_CLI_CONFIG/LMR_LMSH_NAME", "lmsh"},
+                                                         {"LMR_CLI_CONFIG/LMR_KFORUTIL_PATH", "/usr/sbin/"},
+                                                         {"LMR_CLI_CONFIG/LMR_KFORUTIL_NAME", "kforutil"},
+                                                         {"FI_TRACE/LEVEL", "2"},
+                                                         {"FI_TRACE/FILE", "/var/log/qz/cdpfi.log"},
+                                                         {"FI_TRACE/MAX_SIZE", "10485760"},
+                                                         {"FI_TRACE/MAX_FILES", "5"},
+                                                         {"FI_EXEC/MAX_TIMEOUT", "600"},
+                                                         {"FI_NETWORK/LOCAL_NAME", ""}};
+    EXPECT_EQ(defaults, expected);
+}

@@ -10,6 +10,7 @@
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
+#include "providers/cdp/lmr/lmr_host.h"
 #include "tests/site.h"
 
 const ACE_String_Base<char> cfi_pgn_name_tstr("cdpfi");

@@ -49,6 +49,35 @@ json methods(CProvider& provider)
         .withReport(provider.takeReport());
 }
 
+/// The configuration values that the provider reads; none for a provider that does not tell.
+json parameters(CProvider& provider)
+{
+    obz_domain anyNode{};  // the values are the same for every node
+    obz_confspec* list = nullptr;
+    const int32_t status = provider.call().config(&anyNode, nullptr, nullptr, &list);
+    json document = json::array();
+    for (const obz_confspec* value = list; value != nullptr; value = value->next) {
+        document.push_back({{"name", text(value->name)},
+                            {"type", text(value->type)},
+                            {"default", text(value->value)},
+                            {"help", text(value->help)}});
+    }
+    obzx_free_confspec(list);
+    if (status == OBZ_OK || status == OBZ_ERR_UNSUPPORTED) return document;
+    throw EFictl(EExit::FAILED, "provider \"" + provider.name() + "\" does not tell its configuration values (status " +
+                                    std::to_string(status) + ")")
+        .withReport(provider.takeReport());
+}
+
+std::string parameterTable(const json& values)
+{
+    if (values.empty()) return "";
+    std::vector<std::vector<std::string>> rows = {{"VALUE", "TYPE", "DEFAULT", "MEANING"}};
+    for (const json& value : values)
+        rows.push_back({value["name"], value["type"], value["default"], value["help"]});
+    return "\n" + formatTable(rows);
+}
+
 }  // namespace
 
 SResult showProvider(const SContext& context)
@@ -58,6 +87,7 @@ SResult showProvider(const SContext& context)
     SResult result;
     json document = describe(provider);
     document["methods"] = methods(provider);
+    document["parameters"] = parameters(provider);
     std::vector<std::vector<std::string>> rows = {
         {"PROVIDER", document["name"].get<std::string>()},
         {"PATH", document["path"].get<std::string>()},
@@ -67,7 +97,7 @@ SResult showProvider(const SContext& context)
     for (const json& method : document["methods"]) {
         rows.push_back({"METHOD", method["name"].get<std::string>() + " " + method["version"].get<std::string>()});
     }
-    result.text = formatTable(rows);
+    result.text = formatTable(rows) + parameterTable(document["parameters"]);
     result.document = {{"provider", std::move(document)}};
     return result;
 }

@@ -14,8 +14,15 @@ TEST_F(CFictlTest, ProviderShowDescribesTheProvider)
     EXPECT_EQ(provider["interface"], 7);
     EXPECT_EQ(provider["version"], "7.0.0.0");
     EXPECT_EQ(provider["methods"][0]["name"], "Fake");
+    ASSERT_EQ(provider["parameters"].size(), 1u);
+    EXPECT_EQ(provider["parameters"][0]["name"], "FAKE/LEVEL");
+    EXPECT_EQ(provider["parameters"][0]["type"], "number");
+    EXPECT_EQ(provider["parameters"][0]["default"], "3");
+    EXPECT_EQ(provider["parameters"][0]["help"], "How much is faked.");
     EXPECT_EQ(run.err, "");
-    EXPECT_NE(fictl({"provider", "show"}).out.find("METHOD     Fake 1.0\n"), std::string::npos);
+    const std::string table = fictl({"provider", "show"}).out;
+    EXPECT_NE(table.find("METHOD     Fake 1.0\n"), std::string::npos);
+    EXPECT_NE(table.find("FAKE/LEVEL  number  3        How much is faked.\n"), std::string::npos) << table;
 }
 
 TEST_F(CFictlTest, DeviceListTellsClaimedDevicesFromOthers)

@@ -169,6 +169,24 @@ int32_t fakefi_fi_pgn_enumerate_fims(obz_fim_list** out)
     return OBZ_OK;
 }
 
+static char* copyOf(const char* text)
+{
+    auto* const copy = static_cast<char*>(obzx_alloc_buf(std::strlen(text) + 1));
+    std::memcpy(copy, text, std::strlen(text) + 1);
+    return copy;
+}
+
+FAKE_EXPORT(config);
+int32_t fakefi_fi_pgn_config(obz_domain*, const char*, const char*, obz_confspec** out)
+{
+    *out = static_cast<obz_confspec*>(obzx_alloc_buf(sizeof(obz_confspec)));
+    (*out)->name = copyOf("FAKE/LEVEL");
+    (*out)->type = copyOf("number");
+    (*out)->value = copyOf("3");
+    (*out)->help = copyOf("How much is faked.");
+    return OBZ_OK;
+}
+
 FAKE_EXPORT(interpose);
 int32_t fakefi_fi_pgn_interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* count)
 {
@@ -405,7 +423,6 @@ int32_t fakefi_fi_pgn_dispose(obz_domain* /*node*/, obz_domain* target, obz_spli
     {                                                 \
         return OBZ_ERR_UNSUPPORTED;                   \
     }
-FAKE_UNUSED(config)
 FAKE_UNUSED(errmsg)
 FAKE_UNUSED(get_last_error)
 FAKE_UNUSED(del_last_error)
