@@ -4,12 +4,26 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 #include "framework/include/obz_entry_points.h"
 #include "framework/include/obzx_runtime.h"
 #include "tests/site.h"
 
 namespace {
+
+// The site's tools in a folder of the production host, where a test can take one away.
+std::filesystem::path moveTools(const CSite& site)
+{
+    const std::filesystem::path tools = site.root("production") / "tools";
+    std::filesystem::create_directory(tools);
+    for (const char* name : {"lmsh", "kforutil"})
+        std::filesystem::create_symlink(std::filesystem::path(CDPFI_BIN_DIR) / name, tools / name);
+    const SRun done = site.lmadm({"host", "setup", "--root", site.root("production").string(), "--host", "production",
+                                  "--tools", tools.string()});
+    EXPECT_EQ(done.status, 0) << done.err;
+    return tools;
+}
 
 // The plug-in in this process, on the site's production host.
 class CHost
@@ -18,12 +32,16 @@ class CHost
     explicit CHost(const CSite& site)
     {
         setenv("OBZX_ROOT", site.root("production").c_str(), 1);
+        obzx_set_trace_observer(&CHost::onTrace, this, 1);
+        m_context.callback = &CHost::onMessage;
+        m_context.user = this;
         m_library = dlopen(CDPFI_PROVIDER, RTLD_NOW | RTLD_LOCAL);
         obz_version version{};
-        initStatus = m_library == nullptr ? -1 : entry<obzx_fi_init_fn>("init")(nullptr, &version, nullptr);
+        initStatus = m_library == nullptr ? -1 : entry<obzx_fi_init_fn>("init")(&m_context, &version, nullptr);
     }
     ~CHost()
     {
+        obzx_set_trace_observer(nullptr, nullptr, 0);
         if (m_library == nullptr) return;
         entry<obzx_fi_fini_fn>("fini")();
         dlclose(m_library);
@@ -39,8 +57,20 @@ class CHost
     }
 
     int32_t initStatus = -1;
+    std::vector<std::string> failures;  // lines of level 1
+    std::vector<std::string> messages;
 
   private:
+    static void onTrace(void* user, int32_t, const char*, const char* text)
+    {
+        static_cast<CHost*>(user)->failures.emplace_back(text);
+    }
+    static void onMessage(obz_context* context, const char*, const char* text, obz_eseverity)
+    {
+        static_cast<CHost*>(context->user)->messages.emplace_back(text);
+    }
+
+    obz_context m_context{};
     void* m_library = nullptr;
 };
 
@@ -144,4 +174,55 @@ TEST(HostProgram, InitAfterFiniReadsTheConfigurationAgain)
 
     CNode node(host, "<cdpfi>" + site.serial("annex", "extra"));
     EXPECT_EQ(node.initStatus, OBZ_OK);
+}
+
+TEST(HostProgram, DiskListingThatFailsEndsTheStartAndNamesTheTool)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    const std::filesystem::path tools = moveTools(site);
+    std::filesystem::remove(tools / "kforutil");
+
+    const CHost host(site);
+
+    EXPECT_EQ(host.initStatus, OBZ_ERR_INIT);
+    ASSERT_EQ(host.messages.size(), 2u);
+    EXPECT_NE(host.messages.front().find((tools / "kforutil").string()), std::string::npos) << host.messages.front();
+}
+
+TEST(HostProgram, DiskListingThatFailsInAnImportGivesFailedAndLeavesTheTarget)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    const std::filesystem::path tools = moveTools(site);
+    const CHost host(site);
+    ASSERT_EQ(host.initStatus, OBZ_OK);
+    const std::string serial = site.serial("vault", "data");
+    CNode node(host, "<cdpfi>" + serial);
+    int32_t made = 0;
+    ASSERT_EQ(makeSnapshot(host, node, "session", made), OBZ_OK);
+    const std::string suffix = std::to_string(getpid());
+    const std::string target =
+        "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>KSV_Check_Point_" + suffix + "<Annotation/>";
+    obz_domain copy{};
+    copy.identity = obzx_get_objid(target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+    auto* const import = host.entry<obzx_fi_init_altnode_fn>("init_altnode");
+    ASSERT_EQ(import(node.split()->node, nullptr, &copy), OBZ_OK);
+    auto* const processState = host.entry<obzx_fi_process_providerstate_fn>("process_providerstate");
+    obz_blob blob{};
+    ASSERT_EQ(processState(node.split()->node, &blob, OBZ_STATE_GET), OBZ_OK);
+    std::string state(static_cast<const char*>(blob.data));
+    obzx_free_buf(blob.data, blob.size);
+    state.replace(state.find("</TimeImage>"), 0, "KSV_Time_Image_" + suffix);
+    blob = {state.size() + 1, state.data(), OBZ_ENCODING_STRING};
+    ASSERT_EQ(processState(node.split()->node, &blob, OBZ_STATE_SET), OBZ_OK);
+    std::filesystem::remove(tools / "kforutil");
+
+    EXPECT_EQ(import(node.split()->node, nullptr, &copy), OBZ_ERR_FAILED);
+
+    EXPECT_STREQ(copy.identity->name, target.c_str());
+    ASSERT_FALSE(host.failures.empty());
+    EXPECT_EQ(host.failures.back(), "initAltNode(): Unhandled execption encountered, exiting the function");
+    host.entry<obzx_fi_deinit_node_fn>("deinit_node")(&copy);
+    obzx_free_objid(copy.identity);
 }
