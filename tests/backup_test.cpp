@@ -270,3 +270,14 @@ TEST_F(Backup, ProviderShowListsEveryConfigurationValueWithItsDefault)
                                                          {"FI_NETWORK/LOCAL_NAME", ""}};
     EXPECT_EQ(defaults, expected);
 }
+
+TEST_F(Backup, ProviderThatOverridesNothingIsShownWithoutAVersion)
+{
+    const SRun shown = site.fictl("production", {"--output", "json", "--provider", PLAIN_PROVIDER, "provider", "show"});
+
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    const json provider = shown.json().at("provider");
+    EXPECT_EQ(provider.at("name"), "plainfi");
+    EXPECT_TRUE(provider.at("version").is_null());
+    EXPECT_TRUE(provider.at("methods").empty());
+}

@@ -16,8 +16,11 @@ json describe(CProvider& provider)
 {
     obz_provider_list* list = nullptr;
     const int32_t status = provider.call().get_provider_info(&list);
-    json document = {
-        {"name", provider.name()}, {"path", provider.library().path()}, {"interface", OBZ_INTERFACE_VERSION}};
+    // A provider may leave its description out; its version is then not known.
+    json document = {{"name", provider.name()},
+                     {"path", provider.library().path()},
+                     {"interface", OBZ_INTERFACE_VERSION},
+                     {"version", nullptr}};
     if (status == OBZ_OK && list != nullptr) {
         const uint16_t* const version = list->version;
         document["announced_name"] = text(list->name);
@@ -27,7 +30,7 @@ json describe(CProvider& provider)
         document["level"] = list->level;
     }
     obzx_free_provider_list(list);
-    if (status == OBZ_OK && document.contains("version")) return document;
+    if (status == OBZ_OK) return document;
     throw EFictl(EExit::FAILED, "provider \"" + provider.name() + "\" does not describe itself (status " +
                                     std::to_string(status) + ")")
         .withReport(provider.takeReport());
@@ -92,7 +95,7 @@ SResult showProvider(const SContext& context)
         {"PROVIDER", document["name"].get<std::string>()},
         {"PATH", document["path"].get<std::string>()},
         {"INTERFACE", std::to_string(OBZ_INTERFACE_VERSION)},
-        {"VERSION", document["version"].get<std::string>()},
+        {"VERSION", document["version"].is_null() ? "not told" : document["version"].get<std::string>()},
     };
     for (const json& method : document["methods"]) {
         rows.push_back({"METHOD", method["name"].get<std::string>() + " " + method["version"].get<std::string>()});
