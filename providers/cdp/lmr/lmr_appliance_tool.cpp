@@ -70,12 +70,15 @@ bool CLMRApplianceTool::isSendable(const CString& server, const CString& command
 
 void CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
 {
-    std::ofstream script(file, std::ios::out | std::ios::trunc);
     // The run goes on without a script: the shell then fails on its empty input, and its answer tells the rest.
-    if (!script) trace(TRACE_FAILURE, "Failed to open file [%s].", file);
-    script << "server " << viewOf(server) << std::endl;
-    script << viewOf(command) << std::endl;
-    script << "exit" << std::endl;
+    if (!std::ofstream(file, std::ios::out | std::ios::trunc)) {
+        trace(TRACE_FAILURE, "Failed to open file [%s].", file);
+        return;
+    }
+    // Written through a second opening: what is written between cutting a file and closing it goes to the disk at once
+    // on some file systems, and the removal of the file then waits for the disk, longer than the shell takes.
+    std::ofstream script(file, std::ios::in | std::ios::out);
+    script << "server " << viewOf(server) << '\n' << viewOf(command) << '\n' << "exit\n";
 }
 
 }  // namespace cdpfi
