@@ -138,7 +138,7 @@ struct SReadArguments
 
 std::shared_ptr<SReadArguments> addRange(CLI::App& command)
 {
-    const auto given = std::make_shared<SReadArguments>();
+    auto given = std::make_shared<SReadArguments>();
     command.add_option("lun", given->lun, "Name of the LUN")->required();
     command.add_option("--offset", given->offset, "First byte (default: 0)");
     command.add_option("--length", given->length, "Number of bytes (default: up to the end)");

@@ -74,19 +74,21 @@ std::string applianceList(const fs::path& file, const std::vector<SAppliance>& a
 void setValue(Lines& lines, const std::string& section, const std::string& key, const std::string& value)
 {
     const std::string head = "[" + section + "]";
+    const std::string start = key + "=";
+    const std::string line = start + value;
     auto at = std::find(lines.begin(), lines.end(), head);
     if (at == lines.end()) {
         lines.push_back(head);
-        lines.push_back(key + "=" + value);
+        lines.push_back(line);
         return;
     }
     for (++at; at != lines.end() && (at->empty() || at->front() != '['); ++at) {
-        if (at->compare(0, key.size() + 1, key + "=") == 0) {
-            *at = key + "=" + value;
+        if (at->starts_with(start)) {
+            *at = line;
             return;
         }
     }
-    lines.insert(at, key + "=" + value);
+    lines.insert(at, line);
 }
 
 std::string providerSettings(const fs::path& file, const fs::path& tools, const std::string& host)

@@ -15,7 +15,7 @@ namespace obzx_pdk_4_4 {
 
 namespace {
 
-constexpr off_t MAX_STORE_SIZE = 1024 * 1024;
+constexpr off_t MAX_STORE_SIZE = off_t{1024} * 1024;
 
 // Whatever the path names is opened without waiting, so that a FIFO or a device in the store's place cannot stop the
 // host; the importer then reads the very file that was looked at.

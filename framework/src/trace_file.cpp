@@ -18,7 +18,7 @@ namespace obzx_pdk_4_4 {
 namespace {
 
 constexpr int64_t RETRY_SECONDS = 10;
-constexpr size_t STREAM_BUFFER = 64 * 1024;
+constexpr size_t STREAM_BUFFER = size_t{64} * 1024;
 
 int64_t monotonicSeconds()
 {

@@ -13,8 +13,8 @@ namespace obzx_pdk_4_4 {
 struct STraceFileSettings
 {
     std::string path;
-    size_t maxSize = 10 * 1024 * 1024;  ///< bytes of one file
-    size_t maxFiles = 5;                ///< older files that are kept
+    size_t maxSize = size_t{10} * 1024 * 1024;  ///< bytes of one file
+    size_t maxFiles = 5;                        ///< older files that are kept
 };
 
 /**

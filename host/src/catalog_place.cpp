@@ -54,7 +54,7 @@ void makeFolder(const std::filesystem::path& folder)
 
 std::string prepareCatalogFile()
 {
-    const std::string path = placed(CATALOG);
+    std::string path = placed(CATALOG);
     makeFolder(std::filesystem::path(path).parent_path());
     // SQLite would create the file with the process's default rights; its log files take the rights of this one. A link
     // or a pipe in the file's place is not followed or waited for.

@@ -36,7 +36,7 @@ std::string CImporter::import(const SDevice& device, bool& imageMade)
     state.timeImage = naming::imageOfCheckpoint(state.checkPointName);
     primary.setState(state);
     status = m_provider.call().init_altnode(primary.record(), nullptr, target.record());
-    const std::string path = target.identityName();
+    std::string path = target.identityName();
     if (status != OBZ_OK || path.empty() || path == device.target) {
         fail(m_provider, device, "time image " + state.timeImage + " of group " + group + " does not show on this host",
              status);

@@ -79,7 +79,7 @@ class CFrozen
 }  // namespace
 
 CSnapshotMaker::CSnapshotMaker(CProvider& provider, const CProgress& progress, std::string session,
-                               std::vector<CNode*> nodes)
+                               const std::vector<CNode*>& nodes)
     : m_provider(provider), m_progress(progress), m_session(std::move(session))
 {
     m_splits.reserve(nodes.size());

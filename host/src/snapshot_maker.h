@@ -38,7 +38,8 @@ struct SMakeResult
 class CSnapshotMaker
 {
   public:
-    CSnapshotMaker(CProvider& provider, const CProgress& progress, std::string session, std::vector<CNode*> nodes);
+    CSnapshotMaker(CProvider& provider, const CProgress& progress, std::string session,
+                   const std::vector<CNode*>& nodes);
 
     /**
      * Runs all steps. recordIntent is called once, last before the first step that may change the appliance. Throws

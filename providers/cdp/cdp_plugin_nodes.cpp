@@ -121,7 +121,7 @@ bool CCDPPlugin::keyOfNode(const CString& name, bool isGroup, CString& key)
 
 CAppliancePtr CCDPPlugin::findNodeAppliance(const CString& key, bool isGroup)
 {
-    const CAppliancePtr appliance = registry()->getClaimAppliance(key);
+    CAppliancePtr appliance = registry()->getClaimAppliance(key);
     if (!appliance) {
         trace(TRACE_DETAIL,
               isGroup ? "CCDPPlugin::initNode - Could not get claiming appliance for CG [%s]"

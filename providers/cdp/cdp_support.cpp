@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t MAX_LINE = 4095;
 constexpr size_t MAX_FILE = size_t{16} * 1024 * 1024;
-constexpr size_t CHUNK = 64 * 1024;
+constexpr size_t CHUNK = size_t{64} * 1024;
 
 class CDescriptor
 {

@@ -4,7 +4,7 @@
 
 namespace cdpfi {
 
-CLMRHost::CLMRHost(CString name) : m_name(std::move(name)) {}
+CLMRHost::CLMRHost(CString name) : m_name(name) {}
 
 void CLMRHost::showHostDetail() {}
 

@@ -2,7 +2,7 @@
 
 namespace cdpfi {
 
-CLMRVolume::CLMRVolume(CString name) : m_name(std::move(name)) {}
+CLMRVolume::CLMRVolume(CString name) : m_name(name) {}
 
 void CLMRVolume::setName(CString name)
 {
