@@ -1,0 +1,24 @@
+#pragma once
+
+#include "framework/src/output_lines.h"
+#include "fuzz/fuzz.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace fuzz {
+
+/// The lines of a tool's output, as the runtime hands them to a parser.
+inline std::vector<std::string> linesOf(const uint8_t* data, size_t size)
+{
+    std::vector<std::string> lines;
+    obzx_pdk_4_4::appendLines(textOf(data, size), lines);
+    return lines;
+}
+
+/// What is read from a listing lies in it and has no blanks around it.
+inline void requireRead(std::string_view value, const std::vector<std::string>& lines)
+{
+    require(isWithin(value, lines), "what was read lies within a line");
+    require(cdpfi::trimBlanks(value) == value, "what was read has no blanks around it");
+}
+
+}  // namespace fuzz

@@ -1,0 +1,75 @@
+// The text of an object-control request.
+#include "pdk/include/cfiobjctlargs.h"
+
+#include "fuzz/fuzz.h"
+
+using fuzz::require;
+using obzx_pdk_4_4::CFiKeyValuePair;
+using obzx_pdk_4_4::CFiObjctlArgs;
+
+namespace {
+
+std::string bytes(const ACE_String_Base<char>& text)
+{
+    return {text.fast_rep(), text.length()};
+}
+
+CFiObjctlArgs::CPairs read(std::string text)
+{
+    CFiObjctlArgs args;
+    require(args.importArgs(text.data()) == 0, "a request is always taken");
+    return args.getInputs();
+}
+
+std::string write(const CFiObjctlArgs::CPairs& pairs)
+{
+    CFiObjctlArgs args;
+    for (const CFiKeyValuePair& pair : pairs)
+        args.addOutput(pair);
+    std::string reply = bytes(args.exportArgs());
+    constexpr std::string_view output = "OBJCTL_OUTPUT arg=";
+    for (size_t at = reply.find(output); at != std::string::npos; at = reply.find(output, at))
+        reply.replace(at, output.size(), "OBJCTL_INPUT arg=");
+    return reply;
+}
+
+// The attributes stand in the text in the order of the elements.
+void requireFound(const std::string& text, const CFiObjctlArgs::CPairs& pairs)
+{
+    size_t at = 0;
+    const auto advance = [&](const char* name, const ACE_String_Base<char>& value) {
+        const std::string attribute = std::string(name) + "=" + bytes(value);
+        require(!value.is_empty() && bytes(value).find(' ') == std::string::npos, "a value is text without a blank");
+        at = text.find(attribute, at);
+        require(at != std::string::npos, "an attribute stands in the request");
+        at += attribute.size();
+    };
+    for (const CFiKeyValuePair& pair : pairs) {
+        advance("arg", pair.m_arg);
+        advance("value", pair.m_value);
+        advance("type", pair.m_type);
+    }
+}
+
+bool same(const CFiObjctlArgs::CPairs& a, const CFiObjctlArgs::CPairs& b)
+{
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (a[i].m_arg != b[i].m_arg || a[i].m_value != b[i].m_value || a[i].m_type != b[i].m_type) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const std::string text(fuzz::textOf(data, size));
+    const CFiObjctlArgs::CPairs pairs = read(text);
+    requireFound(text, pairs);
+    const std::string written = write(pairs);
+    // A value may itself be called like an element; then the text that is put in its place differs.
+    if (text.find("OBJCTL_OUTPUT") == std::string::npos)
+        require(same(read(written), pairs), "arguments that are written are read back the same");
+    return 0;
+}
