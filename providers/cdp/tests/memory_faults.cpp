@@ -1,5 +1,6 @@
 #include "providers/cdp/tests/memory_faults.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <new>
 
@@ -14,6 +15,7 @@ struct SFault
     bool armed = false;
     CMemoryFault::EKind kind = CMemoryFault::EKind::OPERATOR_NEW;
     int left = 0;
+    size_t smallest = 0;
     bool happened = false;
 };
 
@@ -21,17 +23,17 @@ thread_local SFault t_fault;
 
 }  // namespace
 
-bool failsNow(CMemoryFault::EKind kind)
+bool failsNow(CMemoryFault::EKind kind, size_t size = SIZE_MAX)
 {
-    if (!t_fault.armed || t_fault.kind != kind || t_fault.left-- > 0) return false;
+    if (!t_fault.armed || t_fault.kind != kind || size < t_fault.smallest || t_fault.left-- > 0) return false;
     t_fault.armed = false;
     t_fault.happened = true;
     return true;
 }
 
-CMemoryFault::CMemoryFault(EKind kind, int skipped)
+CMemoryFault::CMemoryFault(EKind kind, int skipped, size_t smallest)
 {
-    t_fault = {true, kind, skipped, false};
+    t_fault = {true, kind, skipped, smallest, false};
 }
 CMemoryFault::~CMemoryFault()
 {
@@ -51,7 +53,7 @@ namespace {
 
 void* allocate(size_t size) noexcept
 {
-    return failsNow(CMemoryFault::EKind::OPERATOR_NEW) ? nullptr : std::malloc(size == 0 ? 1 : size);
+    return failsNow(CMemoryFault::EKind::OPERATOR_NEW, size) ? nullptr : std::malloc(size == 0 ? 1 : size);
 }
 
 void* allocateOrThrow(size_t size)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace cdpfi {
 
 /// Lets an allocation of this thread fail, counted from the construction on: of operator new anywhere, or of the C
@@ -13,7 +15,8 @@ class CMemoryFault
         C_FUNCTION
     };
     /// @param skipped allocations that still succeed before the one that fails
-    CMemoryFault(EKind kind, int skipped);
+    /// @param smallest size in bytes below which an allocation neither fails nor counts
+    CMemoryFault(EKind kind, int skipped, size_t smallest = 0);
     ~CMemoryFault();
     CMemoryFault(const CMemoryFault&) = delete;
     CMemoryFault& operator=(const CMemoryFault&) = delete;

@@ -5,7 +5,7 @@
  *
  *   when TEXT        the request holds TEXT ("" when left out: any); a request is the arguments and standard input
  *   times N          only the first N requests that hold it
- *   delay MS         wait before answering
+ *   delay MS         wait; what was written before it is there to be read
  *   output           the lines up to one that is "." are written
  *   file PATH        the bytes of the file are written
  *   signal N         end by that signal
@@ -106,6 +106,7 @@ static void copy_lines(FILE* file, int wanted)
 
 static void wait_ms(long ms)
 {
+    fflush(stdout);
     const struct timespec pause = {ms / 1000, ms % 1000 * 1000000};
     nanosleep(&pause, NULL);
 }

@@ -12,6 +12,7 @@
 
 #include "framework/include/cfiplatformerror.h"
 #include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/tests/memory_faults.h"
 
 namespace cdpfi {
 namespace {
@@ -37,13 +38,22 @@ TEST_F(CLmrApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
               takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, ScriptHoldsServerCommandAndExit)
+TEST_F(CLmrApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
     CLines lines;
-    EXPECT_EQ(0, tool->execLMSH("alpha", "one\ntwo", lines));
-    EXPECT_EQ("=== lmsh\nserver alpha\none\ntwo\nexit\n", takeSent());
+    EXPECT_EQ(0, tool->execLMSH("alpha", " list  hosts ", lines));
+    EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
+}
+
+TEST_F(CLmrApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    setScenario("exit 0\n");
+    CLines lines;
+    EXPECT_EQ(0, tool->execLMSH("al pha", "one\n two \n\nthree", lines));
+    EXPECT_EQ("=== lmsh\nserver al pha\none\n two \n\nthree\nexit\n", takeSent());
 }
 
 TEST_F(CLmrApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
@@ -160,12 +170,19 @@ TEST_F(CLmrApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMess
 {
     writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
     const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("delay 60000\nexit 0\n");
+    setScenario("output\nfirst\nsecond\n.\ndelay 60000\nexit 0\n");
     CLines lines;
     EXPECT_EQ(12, tool->execLMSH("alpha", "x", lines));
+    EXPECT_EQ((CLines{"first", "second"}), lines);
     EXPECT_EQ(0U, countScripts());
-    for (const std::string& line : takeTrace())
-        EXPECT_EQ(std::string::npos, line.find("CLI Command [")) << line;
+    EXPECT_EQ(
+        (CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                "L6 CLMRApplianceTool::execLMSH - Running command [x].",
+                "L1 CFiExecPipePosix::Exec - Command [\"<root>/tools/lmsh\"] did not end within 1 seconds and was "
+                "stopped",
+                "L6 Line [0] = [first]", "L6 Line [1] = [second]",
+                "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+        takeTrace());
 }
 
 TEST_F(CLmrApplianceTool, WithoutATraceLogNothingIsTraced)
@@ -188,6 +205,28 @@ TEST_F(CLmrApplianceTool, MissingTemporaryDirectoryReachesTheCaller)
     EXPECT_THROW(tool->execLMSH("alpha", "x", lines), CFiPlatformError);
     EXPECT_TRUE(lines.empty());
     EXPECT_EQ("L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]", takeTrace().back());
+}
+
+TEST_F(CLmrApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScript)
+{
+    const CLMRApplianceToolPtr tool = setUpTool();
+    constexpr size_t LARGE = size_t{1} << 20;  // nothing but the output of the shell is as large
+    setScenario(answerWithBytes("server alpha", std::string(2 * LARGE, 'x')));
+    CLines lines = {"old"};
+    {
+        const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, 0, LARGE);
+        EXPECT_THROW(tool->execLMSH("alpha", " list  hosts ", lines), std::bad_alloc);
+        EXPECT_TRUE(fault.happened());
+    }
+    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
+    ASSERT_EQ(1U, countScripts());
+    const auto script = std::filesystem::directory_iterator(root() + "/tmp")->path();
+    EXPECT_EQ("server alpha\n list  hosts \nexit\n", readFile(script));
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+                      "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].",
+                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+              takeTrace());
 }
 
 /// From here on no file can be opened to be truncated.
