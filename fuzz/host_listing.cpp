@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     size_t line = 0;
     std::vector<std::string> written;
     for (const CString& name : names) {
-        const std::string_view text = cdpfi::viewOf(name);
+        const std::string_view text = cdpfi::bytesOf(name);
         while (line < lines.size() && lines[line].find(text) == std::string::npos)
             ++line;
         require(line < lines.size(), "the hosts stand in the listing in their order");

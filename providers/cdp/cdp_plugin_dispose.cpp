@@ -63,10 +63,10 @@ int32_t CCDPPlugin::disposeDevice(const CString& name, const CCDPPrivateData* pr
     // An empty image name is sent like any other: the appliance decides what it knows. Callers see 0 either way.
     const CString& timeImage = target->m_timeImage;
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deleting time image [%s]", timeImage);
-    group->deleteTimeImage(timeImage);
+    group->deleteTimeImage(copyOf(timeImage));
     const CString checkPoint = checkPointOfTimeImage(timeImage);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deleting annotation [%s]", checkPoint);
-    group->deleteCheckPoint(checkPoint);
+    group->deleteCheckPoint(copyOf(checkPoint));
     return OBZ_OK;
 }
 
@@ -91,9 +91,9 @@ int32_t CCDPPlugin::disposeTarget(const CString& name)
     // The image goes first: the appliance does not give up a checkpoint that an image is made of.
     const CString timeImage = timeImageOfCheckPoint(target.m_checkPoint);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - Just before deleteTimeImage [TI-Name: %s]", timeImage);
-    group->deleteTimeImage(timeImage);
+    group->deleteTimeImage(copyOf(timeImage));
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deleting annotation [%s]", target.m_checkPoint);
-    group->deleteCheckPoint(target.m_checkPoint);
+    group->deleteCheckPoint(copyOf(target.m_checkPoint));
     return OBZ_OK;
 }
 

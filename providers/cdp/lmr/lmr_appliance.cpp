@@ -22,7 +22,7 @@ CLMRDeviceManagerPtr CLMRAppliance::m_CLMRDeviceManagerSingletonPtr;
 
 CLMRAppliance::CLMRAppliance() = default;
 
-CLMRAppliance::CLMRAppliance(const CString& name) : m_name(name) {}
+CLMRAppliance::CLMRAppliance(const CString& name) : m_name(copyOf(name)) {}
 
 CLMRAppliance::~CLMRAppliance() = default;
 
@@ -45,7 +45,7 @@ void CLMRAppliance::initialize()
 
 CString CLMRAppliance::getName()
 {
-    return m_name;
+    return copyOf(m_name);
 }
 
 std::vector<CVolumePtr> CLMRAppliance::getVolumeList()
@@ -75,33 +75,33 @@ std::vector<CHostPtr> CLMRAppliance::getHostList()
 
 CString CLMRAppliance::findLun(const CString& device)
 {
-    if (viewOf(device).find("/dev/") == std::string_view::npos) return device;
+    if (bytesOf(device).find("/dev/") == std::string_view::npos) return copyOf(device);
     return m_CLMRDeviceManagerSingletonPtr ? m_CLMRDeviceManagerSingletonPtr->serialOf(device) : CString();
 }
 
 CString CLMRAppliance::getInterposeNodePrefix()
 {
-    return PRODUCT;
+    return textOf(PRODUCT);
 }
 
 CString CLMRAppliance::getSplitName()
 {
-    return PRODUCT;
+    return textOf(PRODUCT);
 }
 
 CString CLMRAppliance::getApplianceType()
 {
-    return PRODUCT;
+    return textOf(PRODUCT);
 }
 
 CString CLMRAppliance::getVersion()
 {
-    return PRODUCT_VERSION;
+    return textOf(PRODUCT_VERSION);
 }
 
 CString CLMRAppliance::getApplianceName(const CString& /*device*/)
 {
-    return m_name;
+    return copyOf(m_name);
 }
 
 std::vector<SFiFimInfo> CLMRAppliance::getFims()
@@ -149,7 +149,7 @@ CConsistencyGroupPtr CLMRAppliance::getAssociatedConsistencyGroup(const CString&
 
 CConsistencyGroupPtr CLMRAppliance::getConsistencyGroup(const CString& name)
 {
-    const auto entry = m_groupMap.find(name);
+    const auto entry = m_groupMap.find(bytesOf(name));
     return entry == m_groupMap.end() ? CConsistencyGroupPtr() : entry->second;
 }
 

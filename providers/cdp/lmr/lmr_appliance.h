@@ -1,6 +1,8 @@
 #pragma once
 
+#include <functional>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "providers/cdp/lmr/lmr_appliance_tool.h"
@@ -73,11 +75,11 @@ class CLMRAppliance : public CBaseAppliance
 
     CString m_name;
     std::vector<CVolumePtr> m_volumeList;
-    std::map<CString, CConsistencyGroupPtr> m_groupMap;
+    std::map<std::string, CConsistencyGroupPtr, std::less<>> m_groupMap;
     std::vector<CGroupPtr> m_groupList;  // in the order of the names
     std::vector<CString> m_groupNameList;
     std::vector<CHostPtr> m_hostList;
-    std::map<CString, CHostPtr> m_hostMap;
+    std::map<std::string, CHostPtr, std::less<>> m_hostMap;
     std::vector<CString> m_hostNameList;
     std::vector<CTimeImagePtr> m_timeImageList;
     long m_storage = 0;

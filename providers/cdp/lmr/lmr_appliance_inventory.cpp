@@ -39,10 +39,10 @@ void CLMRAppliance::generateHostList()
             return;
         }
         trace(TRACE_DETAIL, "Creating new object for host");
-        CHostPtr host(new CLMRHost(name));
+        CHostPtr host(new CLMRHost(copyOf(name)));
         host->registerTraceLog(m_traceLog);
         m_hostList.push_back(host);
-        m_hostMap[name] = host;
+        m_hostMap[std::string(bytesOf(name))] = host;
     }
 }
 
@@ -54,10 +54,11 @@ void CLMRAppliance::generateConsistencyGroupNameList()
         trace(TRACE_FAILURE, "Failed to execute command");
         return;
     }
+    m_groupNameList.reserve(lines.size());
     for (const std::string& line : lines) {
         std::string_view name;
         if (parseGroupName(line, name)) {
-            m_groupNameList.push_back(toCString(name));
+            appendTo(m_groupNameList, name);
             trace(TRACE_INFO, "CLMRAppliance::generateConsistencyGroupNameList - Found consistency group [%s]", name);
         } else {
             trace(TRACE_INFO,
@@ -91,11 +92,11 @@ bool CLMRAppliance::loadGroup(const CString& name)
     }
     trace(TRACE_DETAIL, "Creating new object for consistency group");
     const CGroupPtr group(new CLMRConsistencyGroup());
-    group->setName(name);
+    group->setName(copyOf(name));
     group->setAppliance(m_name);
     group->registerTraceLog(m_traceLog);
     m_groupList.push_back(group);
-    m_groupMap[name] = group;
+    m_groupMap[std::string(bytesOf(name))] = group;
     m_groupIndex.append(*group);
 
     trace(TRACE_DETAIL, "Printing the command output");
@@ -126,7 +127,7 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
     group.reserveDevices(listing.luns.size());
     for (const SLMRGroupLun& lun : listing.luns) {
         traceLun(lun);
-        group.addDevice(toCString(lun.device), toCString(lun.serial));
+        group.addDevice(textOf(lun.device), textOf(lun.serial));
     }
     return traceStop(listing);
 }

@@ -70,15 +70,14 @@ bool CLMRApplianceTool::isSendable(const CString& server, const CString& command
 
 void CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
 {
+    // Cut by one opening and written through another: what is written between cutting a file and closing it goes to the
+    // disk at once on some file systems, and the removal of the file then waits for the disk, longer than the shell
+    // takes.
+    std::ofstream script;
+    if (std::ofstream(file, std::ios::out | std::ios::trunc)) script.open(file, std::ios::in | std::ios::out);
     // The run goes on without a script: the shell then fails on its empty input, and its answer tells the rest.
-    if (!std::ofstream(file, std::ios::out | std::ios::trunc)) {
-        trace(TRACE_FAILURE, "Failed to open file [%s].", file);
-        return;
-    }
-    // Written through a second opening: what is written between cutting a file and closing it goes to the disk at once
-    // on some file systems, and the removal of the file then waits for the disk, longer than the shell takes.
-    std::ofstream script(file, std::ios::in | std::ios::out);
-    script << "server " << viewOf(server) << '\n' << viewOf(command) << '\n' << "exit\n";
+    if (!script.is_open()) trace(TRACE_FAILURE, "Failed to open file [%s].", file);
+    script << "server " << bytesOf(server) << '\n' << bytesOf(command) << '\n' << "exit\n";
 }
 
 }  // namespace cdpfi

@@ -17,7 +17,7 @@ namespace cdpfi {
 class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virtual obzx_pdk_4_4::CFiRefCount
 {
   public:
-    void setShell(const SLMRCliPath& shell) { m_shell = shell; }
+    void setShell(const SLMRCliPath& shell) { m_shell.assignFrom(shell); }
     const SLMRCliPath& getShell() const { return m_shell; }
 
     /**

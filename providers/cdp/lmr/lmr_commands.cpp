@@ -55,10 +55,10 @@ class CBuilder
     {
         if (!m_command.m_refused && !isSendableName(text)) {
             m_command.m_refused = true;
-            m_command.m_refusedName = text;
+            m_command.m_refusedName = bytesOf(text);
         }
         m_command.m_text += '"';
-        m_command.m_text += text;
+        m_command.m_text += bytesOf(text);
         m_command.m_text += '"';
         return *this;
     }
@@ -72,7 +72,7 @@ class CBuilder
 
 bool isSendableName(const CString& name)
 {
-    return std::ranges::none_of(viewOf(name), [](char character) {
+    return std::ranges::none_of(bytesOf(name), [](char character) {
         const auto byte = static_cast<unsigned char>(character);
         return byte < 0x20 || byte == 0x7f || byte == '"';
     });
@@ -257,7 +257,7 @@ int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server,
         caller.trace(obzx_pdk_4_4::TRACE_FAILURE, "No appliance is initialized, command is not sent");
         return NOT_SENT;
     }
-    return tool->execLMSH(server, command.m_text, lines);
+    return tool->execLMSH(server, textOf(command.m_text), lines);
 }
 
 }  // namespace cdpfi

@@ -17,9 +17,9 @@ namespace cdpfi {
  */
 struct SLMRCommand
 {
-    CString m_text;
-    bool m_refused = false;  ///< a name may not be sent
-    CString m_refusedName;   ///< the first such name
+    std::string m_text;
+    bool m_refused = false;     ///< a name may not be sent
+    std::string m_refusedName;  ///< the first such name
 };
 
 /// Whether a name may stand in a script: no double quote, no control character. An empty name may.

@@ -1,5 +1,7 @@
 #include "providers/cdp/lmr/lmr_configuration.h"
 
+#include <string>
+
 #include "pdk/include/cfipluginname.h"
 
 namespace cdpfi {
@@ -21,16 +23,16 @@ CLMRConfiguration::CLMRConfiguration(const obzx_pdk_4_4::CFiTraceLogPtr& traceLo
 SLMRCliPath CLMRConfiguration::importlmshPathInfo()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "importlmshPathInfo", __LINE__, __FILE__);
-    return readTool("LMR_LMSH_PATH", "LMR_LMSH_NAME", {"lmsh", "/opt/QXPKlm/bin/"});
+    return readTool("LMR_LMSH_PATH", "LMR_LMSH_NAME", {"/opt/QXPKlm/bin/", "lmsh"});
 }
 
 SLMRCliPath CLMRConfiguration::importkforUtilPathInfo()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "importkforUtilPathInfo", __LINE__, __FILE__);
-    return readTool("LMR_KFORUTIL_PATH", "LMR_KFORUTIL_NAME", {"kforutil", "/usr/sbin/"});
+    return readTool("LMR_KFORUTIL_PATH", "LMR_KFORUTIL_NAME", {"/usr/sbin/", "kforutil"});
 }
 
-SLMRCliPath CLMRConfiguration::readTool(const char* pathKey, const char* nameKey, const SLMRCliPath& defaults)
+SLMRCliPath CLMRConfiguration::readTool(const char* pathKey, const char* nameKey, const SDefaults& defaults)
 {
     SLMRCliPath tool;
     bool pathMissing = true;
@@ -40,12 +42,12 @@ SLMRCliPath CLMRConfiguration::readTool(const char* pathKey, const char* nameKey
         if (openSection(SECTION, section, READ_ONLY) == 0) {
             pathMissing = getStringValue(pathKey, tool.path) != 0;
             nameMissing = getStringValue(nameKey, tool.name) != 0;
-            if (tool.path.is_empty() || tool.path[tool.path.length() - 1] != '/') tool.path += '/';
+            if (!bytesOf(tool.path).ends_with('/')) assign(tool.path, std::string(bytesOf(tool.path)) + '/');
         }
     } catch (...) {  // a store that cannot be read is as good as one without the values
     }
-    if (pathMissing) tool.path = defaults.path;
-    if (nameMissing) tool.name = defaults.name;
+    if (pathMissing) assign(tool.path, defaults.path);
+    if (nameMissing) assign(tool.name, defaults.name);
     return tool;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfitrace.h"
 #include "providers/cdp/model/base_types.h"
@@ -11,6 +13,13 @@ struct SLMRCliPath
 {
     CString name;  ///< file name
     CString path;  ///< directory, ends in "/"
+
+    /// @throw std::bad_alloc
+    void assignFrom(const SLMRCliPath& other)
+    {
+        assign(name, other.name);
+        assign(path, other.path);
+    }
 };
 
 /// Reads where the tools are from the provider's configuration store. Made for one lookup and dropped.
@@ -25,7 +34,12 @@ class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
     SLMRCliPath importkforUtilPathInfo();
 
   private:
-    SLMRCliPath readTool(const char* pathKey, const char* nameKey, const SLMRCliPath& defaults);
+    struct SDefaults
+    {
+        std::string_view path;
+        std::string_view name;
+    };
+    SLMRCliPath readTool(const char* pathKey, const char* nameKey, const SDefaults& defaults);
 
     obzx_pdk_4_4::CFiTraceLogPtr m_traceLog;
 };

@@ -20,7 +20,7 @@ std::vector<SCDPDeviceInfo> CLMRConsistencyGroup::getDeviceList()
 
 void CLMRConsistencyGroup::addDevice(const CString& device, const CString& serial)
 {
-    m_devices.push_back({device, serial});
+    m_devices.emplace_back(device, serial);
     if (m_index != nullptr) m_index->deviceAdded(m_position, static_cast<uint32_t>(m_devices.size() - 1));
 }
 
@@ -61,17 +61,17 @@ CTimeImagePtr CLMRConsistencyGroup::createTimeImage(const CString& name, const C
         return {};
     }
     trace(TRACE_INFO, "Map count before adding [%d]", m_timeImages.size());
-    printMap(m_timeImages);
-    m_checkPoints[checkpoint] = name;
+    printTimeImages();
+    m_checkPoints[std::string(bytesOf(checkpoint))] = bytesOf(name);
     CTimeImagePtr image = createTimeImageObject(name);
     if (!image) {
         trace(TRACE_FAILURE, "Could not create time image object");
         return image;
     }
     trace(TRACE_INFO, "Adding TI [%s] object for [%s]", name, checkpoint);
-    m_timeImages[name] = image;
+    m_timeImages[std::string(bytesOf(name))] = image;
     trace(TRACE_INFO, "Map count after adding [%d]", m_timeImages.size());
-    printMap(m_timeImages);
+    printTimeImages();
     return image;
 }
 
@@ -83,9 +83,9 @@ int CLMRConsistencyGroup::deleteTimeImage(CString name)
     if (sendCommand(*this, m_applianceName, lmr_commands::deleteTimeImage(name, m_name), lines) != 0) {
         trace(TRACE_FAILURE, "Failed to execute command");
     }
-    m_timeImages.erase(name);
+    m_timeImages.erase(std::string(bytesOf(name)));
     for (auto entry = m_checkPoints.begin(); entry != m_checkPoints.end(); ++entry) {
-        if (entry->second != name) continue;
+        if (entry->second != bytesOf(name)) continue;
         trace(TRACE_INFO,
               "Erasing the following entry from the checkpoint to TimeImage Map. checkpoing name = [%s], time image "
               "name = [%s]",
@@ -102,24 +102,24 @@ int CLMRConsistencyGroup::deleteCheckPoint(CString name)
     if (sendCommand(*this, m_applianceName, lmr_commands::deleteCheckPoint(name, m_name), lines) != 0) {
         trace(TRACE_FAILURE, "Failed to execute command");
     }
-    m_checkPoints.erase(name);
+    m_checkPoints.erase(std::string(bytesOf(name)));
     return 0;
 }
 
 void CLMRConsistencyGroup::setName(CString name)
 {
-    m_name = name;
+    assign(m_name, name);
     if (m_index != nullptr) m_index->groupRenamed();
 }
 
 void CLMRConsistencyGroup::setAppliance(const CString& applianceName)
 {
-    m_applianceName = applianceName;
+    assign(m_applianceName, applianceName);
 }
 
 CString CLMRConsistencyGroup::getName()
 {
-    return m_name;
+    return copyOf(m_name);
 }
 
 void CLMRConsistencyGroup::populateTimeImageInformation()
@@ -136,10 +136,10 @@ void CLMRConsistencyGroup::populateTimeImageInformation()
     for (const std::string& line : lines) {
         std::string_view piece;
         if (!parseTimeImageName(line, piece)) continue;
-        const CString name = toCString(piece);
+        const CString name = textOf(piece);
         const CTimeImagePtr image = createTimeImageObject(name);
-        printMap(m_timeImages);
-        m_timeImages[name] = image;
+        printTimeImages();
+        m_timeImages[std::string(piece)] = image;
     }
 }
 
@@ -170,14 +170,14 @@ CTimeImagePtr CLMRConsistencyGroup::getAssociatedTimeImage(const CString& device
 
 CTimeImagePtr CLMRConsistencyGroup::getTimeImage(const CString& name)
 {
-    const auto entry = m_timeImages.find(name);
+    const auto entry = m_timeImages.find(bytesOf(name));
     return entry == m_timeImages.end() ? CTimeImagePtr() : entry->second;
 }
 
 CTimeImagePtr CLMRConsistencyGroup::getTimeImageFromCheckPoint(const CString& checkpoint)
 {
-    const auto entry = m_checkPoints.find(checkpoint);
-    return entry == m_checkPoints.end() ? CTimeImagePtr() : getTimeImage(entry->second);
+    const auto entry = m_checkPoints.find(bytesOf(checkpoint));
+    return entry == m_checkPoints.end() ? CTimeImagePtr() : getTimeImage(textOf(entry->second));
 }
 
 void CLMRConsistencyGroup::mapHost(CHostPtr host)
@@ -206,7 +206,10 @@ void CLMRConsistencyGroup::unmapHost(CHostPtr host)
 
 CLMRConsistencyGroup::CTimeImageMap CLMRConsistencyGroup::getTimeImageList()
 {
-    return m_timeImages;
+    CTimeImageMap images;
+    for (const auto& [name, image] : m_timeImages)
+        appendTo(images, name) = image;
+    return images;
 }
 
 CTimeImagePtr CLMRConsistencyGroup::createTimeImageObject(const CString& name)
@@ -237,6 +240,11 @@ void CLMRConsistencyGroup::printMap(const CTimeImageMap& images) const
     }
 }
 
+void CLMRConsistencyGroup::printTimeImages()
+{
+    if (isTraceEnabled(TRACE_INFO)) printMap(getTimeImageList());
+}
+
 void CLMRConsistencyGroup::attachIndex(CLMRGroupIndex* index, uint32_t position)
 {
     m_index = index;
@@ -245,7 +253,7 @@ void CLMRConsistencyGroup::attachIndex(CLMRGroupIndex* index, uint32_t position)
 
 CString CLMRConsistencyGroup::serialOfDevice(const CString& device) const
 {
-    if (!viewOf(device).starts_with("/dev/")) return device;
+    if (!bytesOf(device).starts_with("/dev/")) return copyOf(device);
     const CLMRDeviceManagerPtr& devices = CLMRAppliance::getCLMRDeviceManagerSingletonPtr();
     return devices ? devices->serialOf(device) : CString();
 }
@@ -260,7 +268,7 @@ bool CLMRConsistencyGroup::fillTimeImage(CBaseTimeImage& image, const std::vecto
     for (const SLMRImageLun& lun : listing.luns) {
         trace(TRACE_DETAIL, "Found device [%s] with ID [%s] and target device [%s] with ID [%s]", lun.sourceDevice,
               lun.sourceSerial, lun.targetDevice, lun.targetSerial);
-        image.addDeviceEntry(toCString(lun.sourceSerial), toCString(lun.targetSerial));
+        image.addDeviceEntry(textOf(lun.sourceSerial), textOf(lun.targetSerial));
     }
     if (listing.result == EImageListing::BAD_LUN) {
         trace(TRACE_FAILURE, "Invalid output cound not get device data. Found data as  [%s]",

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
+#include <string>
 #include <vector>
 
 #include "providers/cdp/lmr/lmr_group_index.h"
@@ -54,14 +56,15 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
 
   private:
     CString serialOfDevice(const CString& device) const;
+    void printTimeImages();
     bool fillTimeImage(CBaseTimeImage& image, const std::vector<std::string>& lines) const;
 
     CString m_name;
     CString m_applianceName;
     std::vector<SCDPDeviceInfo> m_devices;
     std::vector<CVolumePtr> m_volumes;
-    CTimeImageMap m_timeImages;
-    std::map<CString, CString> m_checkPoints;  // checkpoint to time image
+    std::map<std::string, CTimeImagePtr, std::less<>> m_timeImages;
+    std::map<std::string, std::string, std::less<>> m_checkPoints;  // checkpoint to time image
     CLMRGroupIndex* m_index = nullptr;
     uint32_t m_position = 0;
 };

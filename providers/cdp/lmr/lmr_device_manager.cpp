@@ -59,7 +59,7 @@ void CLMRDeviceManager::refresh(bool discover)
 CString CLMRDeviceManager::serialOf(const CString& path)
 {
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
-    return m_lunMap.serialOf(path);
+    return copyOf(m_lunMap.serialOf(path));
 }
 
 bool CLMRDeviceManager::firstPathOf(const CString& serial, CString& path)
@@ -67,7 +67,7 @@ bool CLMRDeviceManager::firstPathOf(const CString& serial, CString& path)
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
     const CString* found = m_lunMap.firstPathOf(serial);
     if (found == nullptr) return false;
-    path = *found;
+    assign(path, *found);
     return true;
 }
 

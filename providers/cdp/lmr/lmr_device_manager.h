@@ -20,7 +20,7 @@ namespace cdpfi {
 class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virtual obzx_pdk_4_4::CFiRefCount
 {
   public:
-    void setUtility(const SLMRCliPath& utility) { m_utility = utility; }
+    void setUtility(const SLMRCliPath& utility) { m_utility.assignFrom(utility); }
     const SLMRCliPath& getUtility() const { return m_utility; }
 
     /**

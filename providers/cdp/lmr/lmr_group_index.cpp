@@ -31,7 +31,7 @@ void CLMRGroupIndex::clear()
 uint32_t CLMRGroupIndex::find(const CString& serialOrName) const
 {
     if (serialOrName.is_empty()) return NO_GROUP;
-    const SPlace* place = m_places.find(viewOf(serialOrName));
+    const SPlace* place = m_places.find(bytesOf(serialOrName));
     return place == nullptr ? NO_GROUP : place->group;
 }
 
@@ -58,7 +58,7 @@ void CLMRGroupIndex::noteGroup(uint32_t group)
 std::string_view CLMRGroupIndex::SKeys::keyOf(const SPlace& place) const
 {
     const CLMRConsistencyGroup& group = *(*groups)[place.group];
-    return viewOf(place.device == NAME ? group.name() : group.devices()[place.device].m_serial);
+    return bytesOf(place.device == NAME ? group.name() : group.devices()[place.device].m_serial);
 }
 
 void CLMRGroupIndex::note(const SPlace& place)

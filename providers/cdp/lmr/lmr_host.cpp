@@ -4,7 +4,7 @@
 
 namespace cdpfi {
 
-CLMRHost::CLMRHost(CString name) : m_name(name) {}
+CLMRHost::CLMRHost(CString name) : m_name(copyOf(name)) {}
 
 void CLMRHost::showHostDetail() {}
 
@@ -15,17 +15,17 @@ std::vector<CString> CLMRHost::getConsGroupList()
 
 CString CLMRHost::getName()
 {
-    return m_name;
+    return copyOf(m_name);
 }
 
 CString CLMRHost::getPortNumber()
 {
-    return m_port;
+    return copyOf(m_port);
 }
 
 int CLMRHost::addPortNumber(CString port)
 {
-    m_port = port;
+    assign(m_port, port);
     return 1;
 }
 
@@ -36,7 +36,7 @@ int CLMRHost::removePort(CString /*port*/)
 
 void setProp(const std::vector<CString>& pieces, const CString& /*unused*/, std::vector<CString>& groups)
 {
-    if (pieces.size() >= 2 && viewOf(pieces[0]).starts_with("Consistency Group:")) groups.push_back(pieces[1]);
+    if (pieces.size() >= 2 && bytesOf(pieces[0]).starts_with("Consistency Group:")) groups.push_back(pieces[1]);
 }
 
 void parseConsgp(const CString& /*text*/, CString& /*group*/, std::vector<CString>& /*pieces*/,

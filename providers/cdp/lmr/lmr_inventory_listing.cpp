@@ -56,9 +56,10 @@ EGroupListing parseLun(std::string_view line, SLMRGroupLun& lun)
 std::vector<CString> parseHostNames(const std::vector<std::string>& lines)
 {
     std::vector<CString> names;
+    names.reserve(lines.size());
     for (const std::string& line : lines) {
         std::string_view name;
-        if (CLMRPieceCursor(line, FIELD_ENDS).next(name)) names.push_back(toCString(trimBlanks(name)));
+        if (CLMRPieceCursor(line, FIELD_ENDS).next(name)) appendTo(names, trimBlanks(name));
     }
     return names;
 }

@@ -12,7 +12,7 @@ namespace cdpfi {
 /// Order of texts by their bytes, a shorter one before a longer one that it begins.
 struct SLMRByteOrder
 {
-    bool operator()(const CString& a, const CString& b) const { return viewOf(a) < viewOf(b); }
+    bool operator()(const CString& a, const CString& b) const { return bytesOf(a) < bytesOf(b); }
 };
 
 /// Device path to LUN serial, in path order.
@@ -46,11 +46,11 @@ class CLMRLunTable
     using CEntry = CLMRLunMap::value_type;
     struct SByPath
     {
-        static std::string_view keyOf(const CEntry* entry) { return viewOf(entry->first); }
+        static std::string_view keyOf(const CEntry* entry) { return bytesOf(entry->first); }
     };
     struct SBySerial
     {
-        static std::string_view keyOf(const CEntry* entry) { return viewOf(entry->second); }
+        static std::string_view keyOf(const CEntry* entry) { return bytesOf(entry->second); }
     };
 
     CEntry& insert(std::string_view path);

@@ -35,4 +35,12 @@ std::string joinTexts(const std::vector<std::string>& texts, std::string_view se
     return joined;
 }
 
+void appendTo(std::vector<CString>& texts, std::string_view text)
+{
+    texts.emplace_back(text.data(), text.size());
+    if (bytesOf(texts.back()) == text) return;
+    texts.pop_back();
+    throw std::bad_alloc();
+}
+
 }  // namespace cdpfi

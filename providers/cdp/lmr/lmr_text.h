@@ -2,8 +2,11 @@
 
 #include <array>
 #include <cstddef>
+#include <map>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "providers/cdp/model/base_types.h"
@@ -75,13 +78,17 @@ std::string_view trimBlanks(std::string_view text);
 /// The texts in order with the separator between them.
 std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator);
 
-inline CString toCString(std::string_view text)
+/// Adds a whole text at the end, in room that was reserved: a list that grows copies its texts unseen.
+/// @throw std::bad_alloc, and the texts are as they were
+void appendTo(std::vector<CString>& texts, std::string_view text);
+/// Adds an entry behind all others of a map, with a whole key. @throw std::bad_alloc
+template <class Value>
+Value& appendTo(std::map<CString, Value>& map, std::string_view key)
 {
-    return CString(text.data(), text.size());
-}
-inline std::string_view viewOf(const CString& text)
-{
-    return {text.fast_rep(), text.length()};
+    const auto entry = map.emplace_hint(map.end(), std::piecewise_construct,
+                                        std::forward_as_tuple(key.data(), key.size()), std::forward_as_tuple());
+    if (bytesOf(entry->first) != key) throw std::bad_alloc();
+    return entry->second;
 }
 
 }  // namespace cdpfi

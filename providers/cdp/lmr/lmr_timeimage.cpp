@@ -4,16 +4,17 @@
 #include <string>
 
 #include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 
 using namespace obzx_pdk_4_4;
 
-CLMRTimeImage::CLMRTimeImage(const CString& name) : m_tiName(name) {}
+CLMRTimeImage::CLMRTimeImage(const CString& name) : m_tiName(copyOf(name)) {}
 
 void CLMRTimeImage::addDeviceEntry(const CString& sourceSerial, const CString& targetSerial)
 {
-    m_targetDevices[sourceSerial] = targetSerial;
+    m_targetDevices[std::string(bytesOf(sourceSerial))] = bytesOf(targetSerial);
 }
 
 void CLMRTimeImage::mapHost(CHostPtr host)
@@ -47,17 +48,20 @@ void CLMRTimeImage::unmapHost(CHostPtr /*host*/) {}
 
 void CLMRTimeImage::setApplianceName(const CString& name)
 {
-    m_appName = name;
+    assign(m_appName, name);
 }
 
 CString CLMRTimeImage::getName()
 {
-    return m_tiName;
+    return copyOf(m_tiName);
 }
 
 std::map<CString, CString> CLMRTimeImage::getTargetDeviceMap()
 {
-    return m_targetDevices;
+    std::map<CString, CString> devices;
+    for (const auto& [source, target] : m_targetDevices)
+        assign(appendTo(devices, source), target);
+    return devices;
 }
 
 void CLMRTimeImage::setConsistencyGroup(CConsistencyGroupPtr group)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <string>
 #include <vector>
 
 #include "providers/cdp/model/base_consistencygroup.h"
@@ -34,7 +35,7 @@ class CLMRTimeImage : public CBaseTimeImage
     CString m_appName;
     CConsistencyGroupPtr m_group;
     std::vector<CHostPtr> m_mappedHosts;
-    std::map<CString, CString> m_targetDevices;
+    std::map<std::string, std::string> m_targetDevices;
 };
 
 }  // namespace cdpfi

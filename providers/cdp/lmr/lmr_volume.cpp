@@ -2,21 +2,21 @@
 
 namespace cdpfi {
 
-CLMRVolume::CLMRVolume(CString name) : m_name(name) {}
+CLMRVolume::CLMRVolume(CString name) : m_name(copyOf(name)) {}
 
 void CLMRVolume::setName(CString name)
 {
-    m_name = name;
+    assign(m_name, name);
 }
 
 CString CLMRVolume::getName()
 {
-    return m_name;
+    return copyOf(m_name);
 }
 
 CString CLMRVolume::getSerNo()
 {
-    return m_serNo;
+    return copyOf(m_serNo);
 }
 
 std::vector<CString> CLMRVolume::getConsGroupList()
@@ -26,7 +26,7 @@ std::vector<CString> CLMRVolume::getConsGroupList()
 
 CString CLMRVolume::getSize()
 {
-    return m_size;
+    return copyOf(m_size);
 }
 
 }  // namespace cdpfi

@@ -2,14 +2,57 @@
 
 #include <ace/SString.h>
 
+#include <new>
+#include <string_view>
+
 namespace cdpfi {
 
-/// Names, device paths, serials and command lines of the model.
+/**
+ * Names, device paths, serials and command lines of the model.
+ *
+ * A text that finds no memory for its new value stays empty, or as it was, without a word. A name that was lost so must
+ * neither reach an appliance nor become a key, so texts are copied by the functions below.
+ */
 using CString = ACE_String_Base<char>;
 
-/// One LUN that a consistency group protects.
+/// The bytes of a text; valid as long as the text is.
+inline std::string_view bytesOf(const CString& text)
+{
+    return {text.fast_rep(), text.length()};
+}
+
+/// A text of all the bytes. @throw std::bad_alloc
+inline CString textOf(std::string_view bytes)
+{
+    CString text(bytes.data(), bytes.size());
+    if (text.length() != bytes.size()) throw std::bad_alloc();
+    return text;
+}
+
+/// A whole copy. @throw std::bad_alloc
+inline CString copyOf(const CString& text)
+{
+    return textOf(bytesOf(text));
+}
+
+/// Gives a field its value. @throw std::bad_alloc, and the field is as it was
+inline void assign(CString& field, std::string_view value)
+{
+    field.set(value.data(), value.size(), true);
+    if (bytesOf(field) != value) throw std::bad_alloc();
+}
+inline void assign(CString& field, const CString& value)
+{
+    assign(field, bytesOf(value));
+}
+
+/// One LUN that a consistency group protects. Copies are whole. @throw std::bad_alloc
 struct SCDPDeviceInfo
 {
+    SCDPDeviceInfo(const CString& device, const CString& serial) : m_device(copyOf(device)), m_serial(copyOf(serial)) {}
+    SCDPDeviceInfo(const SCDPDeviceInfo& other) : SCDPDeviceInfo(other.m_device, other.m_serial) {}
+    SCDPDeviceInfo& operator=(const SCDPDeviceInfo&) = delete;
+
     CString m_device;  ///< as the appliance names it
     CString m_serial;
 };

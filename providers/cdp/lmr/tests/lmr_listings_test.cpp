@@ -63,7 +63,7 @@ SRead readHosts(const CLines& lines)
 {
     SRead read;
     for (const CString& name : parseHostNames(lines))
-        read.records.push_back({std::string(viewOf(name))});
+        read.records.push_back({std::string(bytesOf(name))});
     return read;
 }
 
