@@ -56,6 +56,7 @@ CFiPrivateDataPtr CFiPrivateDataFactory::allocate(obz_domain* domain, bool isAlt
 
     // Creation happens under the lock, so that two nodes that name one object never get two private-data objects.
     const std::lock_guard lock(m_mutex);
+    auto holder = std::make_unique<CHolder>();  // first: an entry that no node holds would stay for ever
     CMap& map = mapFor(isAltNode);
     auto entry = map.find(name);
     if (entry == map.end()) {
@@ -64,7 +65,8 @@ CFiPrivateDataPtr CFiPrivateDataFactory::allocate(obz_domain* domain, bool isAlt
         data->registerTraceLog(m_traceLog);
         entry = map.emplace(name, std::move(data)).first;
     }
-    domain->private_data = new CHolder(entry->second);
+    *holder = entry->second;
+    domain->private_data = holder.release();
     return entry->second;
 }
 
@@ -80,15 +82,13 @@ uint32_t CFiPrivateDataFactory::deallocate(obz_domain* domain)
     if (!holder) return NOTHING_TO_FREE;
     domain->private_data = nullptr;
     if (!*holder) return NOTHING_TO_FREE;  // a reference that could not be counted was never taken
-    const bool isAltNode = (*holder)->getIsAltNode();
-    // The node's identity may have been replaced meanwhile; the object knows the name that it was entered under.
-    const std::string name = (*holder)->getObjName();
-    holder->release();
 
     CFiPrivateDataPtr last;  // destroyed after the lock is given back
     const std::lock_guard lock(m_mutex);
-    CMap& map = mapFor(isAltNode);
-    const auto entry = map.find(name);
+    CMap& map = mapFor((*holder)->getIsAltNode());
+    // The node's identity may have been replaced meanwhile; the object knows the name that it was entered under.
+    const auto entry = map.find((*holder)->getObjName());
+    holder->release();
     if (entry != map.end() && isLastReference(entry->second)) {
         last = std::move(entry->second);
         map.erase(entry);
