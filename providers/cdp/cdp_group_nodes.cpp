@@ -26,7 +26,7 @@ void CGroupNodes::erase(const CString& group)
 void CGroupNodes::eraseNode(const obz_domain* node)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    std::erase_if(m_nodes, [node](const auto& entry) { return entry.second == node; });
+    std::erase_if(m_nodes, [node](const auto& entry) { return entry.second == node || entry.second == nullptr; });
 }
 
 size_t CGroupNodes::size() const

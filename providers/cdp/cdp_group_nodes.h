@@ -18,7 +18,7 @@ class CGroupNodes
     /// The node of a group; a name that is not there is entered with a null node.
     obz_domain* find(const CString& group);
     void erase(const CString& group);
-    /// Takes out every group that the node is entered for.
+    /// Takes out every group that the node is entered for, and those without a node, which tell nothing.
     void eraseNode(const obz_domain* node);
     size_t size() const;
 

@@ -1,7 +1,5 @@
 #include "providers/cdp/cdp_image_lookup.h"
 
-#include <new>
-
 #include "providers/cdp/cdp_names.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_text.h"
@@ -62,8 +60,6 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
         return {};
     }
     const CString imageName = image->getName();
-    // Images have names: an empty one is a copy that found no memory, and must not wipe out what the state knows.
-    if (imageName.is_empty()) throw std::bad_alloc();
     assign(request.m_primary->m_timeImage, imageName);
     if (request.m_target != nullptr) assign(request.m_target->m_timeImage, imageName);
     return {appliance, image};

@@ -15,7 +15,7 @@ namespace cdpfi {
 struct SImportRequest
 {
     const char* m_operation;     ///< as the messages name it
-    CString m_resource;          ///< name of what the copy is to appear under
+    const CString& m_resource;   ///< name of what the copy is to appear under
     CCDPPrivateData* m_primary;  ///< never null
     CCDPPrivateData* m_target;   ///< receives the copied state; null: there is no target node
     bool m_isRemote;             ///< the target is on another host

@@ -37,13 +37,13 @@ CString checkPointOfTimeImage(const CString& timeImage)
 
 CString targetDeviceName(const CString& prefix, const CString& serial, const CString& checkPoint)
 {
-    return join({bytesOf(prefix), bytesOf(createXmlTag(DEVICE_TAG, serial)),
-                 bytesOf(createXmlTag(CHECK_POINT_TAG, checkPoint))});
+    return join({bytesOf(prefix), bytesOf(writeTag(DEVICE_TAG, bytesOf(serial))),
+                 bytesOf(writeTag(CHECK_POINT_TAG, bytesOf(checkPoint)))});
 }
 
 STargetDevice parseTargetDevice(const CString& text)
 {
-    return {getXmlTagValue(text, DEVICE_TAG), getXmlTagValue(text, CHECK_POINT_TAG)};
+    return {readTag(bytesOf(text), DEVICE_TAG), readTag(bytesOf(text), CHECK_POINT_TAG)};
 }
 
 }  // namespace cdpfi

@@ -107,12 +107,12 @@ void CCDPPlugin::recordCopy(const CString& node, const CString& checkPoint, CFiS
     const CFiPrivateDataPtr data =
         m_privateDataManager ? m_privateDataManager->getFactory()->accessByName(node, false) : CFiPrivateDataPtr();
     // A node that was taken down since it was selected has its copy all the same.
-    if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) state->m_checkPointName = checkPoint;
+    if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) assign(state->m_checkPointName, checkPoint);
     const CString prefix = nodePrefix();
     const CString target = targetDeviceName(prefix, restFrom(node, prefix.length()), checkPoint);
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - Adding target device [%s] for [%s]", target, node);
     session.update(CFiStringTool::tstr2str(node), [&](CFiSplitNode& entry) {
-        entry.m_target = target;
+        assign(entry.m_target, target);
         entry.m_makeDone = 1;
     });
 }

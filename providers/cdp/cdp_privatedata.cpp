@@ -1,6 +1,7 @@
 #include "providers/cdp/cdp_privatedata.h"
 
 #include <cstring>
+#include <iterator>
 #include <new>
 #include <string>
 #include <string_view>
@@ -80,13 +81,19 @@ int32_t CCDPPrivateData::setNodeState(const obz_blob* blob)
         return OBZ_OK;
     }
     const std::string_view text = textOfBlob(*blob);
+    CString values[std::size(READ_ORDER)];
+    CString* value = values;
     for (const SField& field : READ_ORDER) {
         const std::string open = openTagOf(field.m_tag);
         const STagPosition position = findTags(text, open, closeTagOf(field.m_tag));
         trace(obzx_pdk_4_4::TRACE_INFO, "CCDPPrivateData::setNodeState pos1 = %d pos2= %d",
               static_cast<int32_t>(position.m_open), static_cast<int32_t>(position.m_close));
-        this->*field.m_value = textOf(taggedValue(text, position, open.size()));
+        textOf(taggedValue(text, position, open.size())).swap(*value++);
     }
+    // Nothing can fail from here on: a record holds one state, never half of another.
+    value = values;
+    for (const SField& field : READ_ORDER)
+        (this->*field.m_value).swap(*value++);
     return OBZ_OK;
 }
 

@@ -29,6 +29,7 @@ class CCDPPrivateData : public obzx_pdk_4_4::CFiPrivateData
     int32_t getNodeState(obz_blob* blob) const;
     /// Reads all six fields from a text in string encoding, which need not end in a NUL; anything else leaves them as
     /// they were. A field that the text does not name is assigned too, see taggedValue. Always 0.
+    /// @throw std::bad_alloc all fields are then as they were
     int32_t setNodeState(const obz_blob* blob);
 
     CString m_applianceType;

@@ -1,18 +1,20 @@
 #include "providers/cdp/cdp_state_text.h"
 
+#include <string>
+
 #include "providers/cdp/cdp_text.h"
 
 namespace cdpfi {
 
 namespace {
 
-CString openTagOf(const CString& tag)
+std::string openTagOf(std::string_view tag)
 {
-    return join({"<", bytesOf(tag), ">"});
+    return "<" + std::string(tag) + ">";
 }
-CString closeTagOf(const CString& tag)
+std::string closeTagOf(std::string_view tag)
 {
-    return join({"<", bytesOf(tag), "/>"});
+    return "<" + std::string(tag) + "/>";
 }
 
 }  // namespace
@@ -30,16 +32,25 @@ std::string_view taggedValue(std::string_view text, const STagPosition& position
     return text.substr(start, length < 0 ? std::string_view::npos : static_cast<size_t>(length));
 }
 
+CString writeTag(std::string_view tag, std::string_view value)
+{
+    return join({openTagOf(tag), value, closeTagOf(tag)});
+}
+
+CString readTag(std::string_view text, std::string_view tag)
+{
+    const std::string open = openTagOf(tag);
+    return textOf(taggedValue(text, findTags(text, open, closeTagOf(tag)), open.size()));
+}
+
 CString createXmlTag(CString tag, CString value)
 {
-    return join({bytesOf(openTagOf(tag)), bytesOf(value), bytesOf(closeTagOf(tag))});
+    return writeTag(bytesOf(tag), bytesOf(value));
 }
 
 CString getXmlTagValue(CString text, CString tag)
 {
-    const CString open = openTagOf(tag);
-    const std::string_view bytes = bytesOf(text);
-    return textOf(taggedValue(bytes, findTags(bytes, bytesOf(open), bytesOf(closeTagOf(tag))), open.length()));
+    return readTag(bytesOf(text), bytesOf(tag));
 }
 
 }  // namespace cdpfi

@@ -28,9 +28,13 @@ STagPosition findTags(std::string_view text, std::string_view openTag, std::stri
  */
 std::string_view taggedValue(std::string_view text, const STagPosition& position, size_t openTagLength);
 
-/// "<tag>value<tag/>". The name before the slash in the closing part is what getXmlTagValue looks for.
+/// "<tag>value<tag/>". The name before the slash in the closing part is what readTag looks for.
+CString writeTag(std::string_view tag, std::string_view value);
+/// The first value of a tag that writeTag wrote.
+CString readTag(std::string_view text, std::string_view tag);
+
+/// The same for texts by value, for callers that have memory to copy them: without it a copy is empty.
 CString createXmlTag(CString tag, CString value);
-/// The first value of a tag that createXmlTag wrote.
 CString getXmlTagValue(CString text, CString tag);
 
 }  // namespace cdpfi

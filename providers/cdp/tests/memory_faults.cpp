@@ -20,6 +20,7 @@ struct SFault
 };
 
 thread_local SFault t_fault;
+thread_local long t_liveBlocks = 0;
 
 }  // namespace
 
@@ -44,16 +45,35 @@ bool CMemoryFault::happened() const
     return t_fault.happened;
 }
 
+long liveBlocks()
+{
+    return t_liveBlocks;
+}
+
+void countBlock(int change)
+{
+    t_liveBlocks += change;
+}
+
 }  // namespace cdpfi
 
 using cdpfi::CMemoryFault;
+using cdpfi::countBlock;
 using cdpfi::failsNow;
 
 namespace {
 
 void* allocate(size_t size) noexcept
 {
-    return failsNow(CMemoryFault::EKind::OPERATOR_NEW, size) ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* memory = failsNow(CMemoryFault::EKind::OPERATOR_NEW, size) ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory != nullptr) countBlock(1);
+    return memory;
+}
+
+void release(void* memory) noexcept
+{
+    if (memory != nullptr) countBlock(-1);
+    std::free(memory);
 }
 
 void* allocateOrThrow(size_t size)
@@ -84,19 +104,19 @@ void* operator new[](size_t size, const std::nothrow_t&) noexcept
 }
 void operator delete(void* memory) noexcept
 {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory) noexcept
 {
-    std::free(memory);
+    release(memory);
 }
 void operator delete(void* memory, size_t) noexcept
 {
-    std::free(memory);
+    release(memory);
 }
 void operator delete[](void* memory, size_t) noexcept
 {
-    std::free(memory);
+    release(memory);
 }
 
 // Visible, because a sanitizer's runtime refers to them too.

@@ -24,4 +24,7 @@ class CMemoryFault
     bool happened() const;
 };
 
+/// Blocks of operator new that this thread has taken and not given back.
+long liveBlocks();
+
 }  // namespace cdpfi

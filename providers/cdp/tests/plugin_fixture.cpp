@@ -32,7 +32,11 @@ CPluginTest::CPluginTest()
 CPluginTest::~CPluginTest()
 {
     if (m_started) fini();
-    // What outlives an end of the provider must not outlive a test.
+    forget();
+}
+
+void CPluginTest::forget()
+{
     CFiContextSingleton<CCDPApplianceFactory, FI_PLUGIN_NAME>::instance(true);
     CLMRAppliance::setCLMRDeviceManagerSingletonPtr({});
     CLMRAppliance::setCLMRApplianceToolSingletonPtr({});

@@ -60,6 +60,8 @@ class CPluginTest : public testing::Test
     void start();
     int32_t init(const char* locale = nullptr);
     void fini();
+    /// Ends what outlives an end of the provider.
+    static void forget();
     CCDPPlugin& plugin();
     /// The operations that this host's nodes need; ids as the scenario has them.
     int32_t initNode(CNode& node);

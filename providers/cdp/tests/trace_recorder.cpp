@@ -64,8 +64,21 @@ CTraceRecorder::~CTraceRecorder()
 void CTraceRecorder::observe(void* user, int32_t level, const char*, const char* text)
 {
     auto* recorder = static_cast<CTraceRecorder*>(user);
-    const std::lock_guard lock(recorder->m_mutex);
-    recorder->m_lines.push_back("L" + std::to_string(level) + " " + text);
+    const std::string line = "L" + std::to_string(level) + " " + text;
+    std::function<void()> action;
+    {
+        const std::lock_guard lock(recorder->m_mutex);
+        if (recorder->m_action && line.starts_with(recorder->m_awaited)) action.swap(recorder->m_action);
+        recorder->m_lines.push_back(line);
+    }
+    if (action) action();
+}
+
+void CTraceRecorder::onLine(const std::string& beginning, const std::function<void()>& action)
+{
+    const std::lock_guard lock(m_mutex);
+    m_awaited = beginning;
+    m_action = action;
 }
 
 void CTraceRecorder::clear()

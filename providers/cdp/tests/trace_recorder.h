@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -18,6 +19,8 @@ class CTraceRecorder
     void clear();
     std::vector<std::string> lines() const;
     bool has(const std::string& line) const;
+    /// Has the action run once, right after the next line that begins so, by whoever traces it. An empty action: none.
+    void onLine(const std::string& beginning, const std::function<void()>& action);
 
     /**
      * Compares the lines so far with the file expected/<name>.trace beside the tests. What changes from run to run is
@@ -31,6 +34,8 @@ class CTraceRecorder
 
     mutable std::mutex m_mutex;
     std::vector<std::string> m_lines;
+    std::string m_awaited;
+    std::function<void()> m_action;
 };
 
 }  // namespace cdpfi
