@@ -41,6 +41,7 @@ class OBZX_API CFiErrorManager : public virtual CFiRefCount, public virtual CFiT
     size_t size() const;
 
   private:
+    void keep(CFiMessagePtr message);
     std::vector<CFiErrorHandlerPtr> handlers() const;
 
     mutable std::mutex m_mutex;

@@ -116,7 +116,8 @@ class CFiPrivateDataConcreteFactory : public CFiPrivateDataFactory
     }
 };
 
-/// Owns the factories of a provider; the one registered last serves. Any thread may call it.
+/// Owns the factories of a provider; the one registered last serves. Any thread may call it. A factory that cannot be
+/// had, because its lock failed, makes and finds nothing.
 class OBZX_API CFiPrivateDataManager : public virtual CFiRefCount, public virtual CFiTraceable
 {
   public:
@@ -124,12 +125,14 @@ class OBZX_API CFiPrivateDataManager : public virtual CFiRefCount, public virtua
     ~CFiPrivateDataManager() override;
 
     void registerFactory(const CFiPrivateDataFactoryPtr& factory);
-    /// The factory that serves; the manager's own, for CFiPrivateData, until one is registered. Never empty.
+    /// The factory that serves; the manager's own, for CFiPrivateData, until one is registered. Empty only when its
+    /// lock failed.
     CFiPrivateDataFactoryPtr getFactory() const;
-    /// Gets or creates a node's private data through the factory that serves.
-    CFiPrivateDataPtr allocate(obz_domain* domain, bool isAltNode) { return getFactory()->allocate(domain, isAltNode); }
-    CFiPrivateDataPtr access(obz_domain* domain) { return getFactory()->access(domain); }
-    uint32_t deallocate(obz_domain* domain) { return getFactory()->deallocate(domain); }
+    /// The operations of the factory that serves.
+    CFiPrivateDataPtr allocate(obz_domain* domain, bool isAltNode);
+    CFiPrivateDataPtr access(obz_domain* domain);
+    uint32_t deallocate(obz_domain* domain);
+    CFiPrivateDataPtr accessByName(const ACE_String_Base<char>& name, bool isAltNode);
     /// The log goes to the factories too.
     void registerTraceLog(const CFiTraceLogPtr& traceLog) override;
 

@@ -1,6 +1,7 @@
 #include "framework/include/cfierrormanager.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace obzx_pdk_4_4 {
 namespace {
@@ -12,6 +13,7 @@ template <class F>
 void deliver(const CFiTraceable& owner, const std::vector<CFiErrorHandlerPtr>& handlers, F handle)
 {
     for (const CFiErrorHandlerPtr& handler : handlers) {
+        if (!handler) continue;  // its lock failed while it was copied
         try {
             handle(*handler.get());
         } catch (...) {
@@ -43,12 +45,16 @@ std::vector<CFiErrorHandlerPtr> CFiErrorManager::handlers() const
 void CFiErrorManager::push(const CFiMessagePtr& message)
 {
     if (!message) return;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_stack.size() >= MAX_MESSAGES) m_stack.erase(m_stack.begin());
-        m_stack.push_back(message);
-    }
+    keep(message);
     deliver(*this, handlers(), [&](CFiErrorHandlerBase& handler) { handler.handleMessage(message); });
+}
+
+void CFiErrorManager::keep(CFiMessagePtr message)
+{
+    if (!message) return;  // its lock failed: it is handed to the handlers all the same
+    const std::lock_guard lock(m_mutex);
+    if (m_stack.size() >= MAX_MESSAGES) m_stack.erase(m_stack.begin());
+    m_stack.push_back(std::move(message));
 }
 
 void CFiErrorManager::report(const char* text, obz_eseverity severity)

@@ -52,7 +52,7 @@ CFiMessageCatalogPtr CFiIcuMessageCatalogFactory::allocateCatalog(const char* na
     const std::string folder = catalogFolder(textOf(name));
     if (folder.empty()) return nullptr;
     CFiSmartPtr<CIcuMessageCatalog> catalog(new CIcuMessageCatalog(folder, m_rootName));
-    if (!catalog->hasRoot()) return nullptr;
+    if (!catalog || !catalog->hasRoot()) return nullptr;
     return catalog;
 }
 
@@ -76,12 +76,13 @@ CFiMessageCatalogManager::SEntry* CFiMessageCatalogManager::findEntry(const std:
 
 void CFiMessageCatalogManager::registerFactory(const CFiMessageCatalogFactoryPtr& factory)
 {
-    if (!factory) return;
+    SEntry registered{factory, nullptr};
+    if (!registered.factory) return;
     const std::lock_guard lock(m_mutex);
     if (SEntry* entry = findEntry(factory->getComponent())) {
-        *entry = SEntry{factory, nullptr};
+        *entry = std::move(registered);
     } else {
-        m_entries.push_back(SEntry{factory, nullptr});
+        m_entries.push_back(std::move(registered));
     }
 }
 
@@ -130,7 +131,7 @@ CFiMessagePtr CFiMessageCatalogManager::allocateMessage(const obz_msg_info* info
         if (entry == nullptr) return nullptr;
         factory = entry->factory;
     }
-    return factory->allocateMessage(info);
+    return factory ? factory->allocateMessage(info) : CFiMessagePtr();
 }
 
 }  // namespace obzx_pdk_4_4

@@ -123,8 +123,8 @@ CFiPrivateDataManager::~CFiPrivateDataManager() = default;
 
 void CFiPrivateDataManager::registerFactory(const CFiPrivateDataFactoryPtr& factory)
 {
-    if (!factory) return;
     CFiPrivateDataFactoryPtr replaced = factory;  // ends up with the old one, which goes after the lock is given back
+    if (!replaced) return;
     const std::lock_guard lock(m_mutex);
     if (m_traceLog) factory->registerTraceLog(m_traceLog);
     m_factory.swap(replaced);
@@ -136,11 +136,35 @@ CFiPrivateDataFactoryPtr CFiPrivateDataManager::getFactory() const
     return m_factory;
 }
 
+CFiPrivateDataPtr CFiPrivateDataManager::allocate(obz_domain* domain, bool isAltNode)
+{
+    const CFiPrivateDataFactoryPtr factory = getFactory();
+    return factory ? factory->allocate(domain, isAltNode) : CFiPrivateDataPtr();
+}
+
+CFiPrivateDataPtr CFiPrivateDataManager::access(obz_domain* domain)
+{
+    const CFiPrivateDataFactoryPtr factory = getFactory();
+    return factory ? factory->access(domain) : CFiPrivateDataPtr();
+}
+
+uint32_t CFiPrivateDataManager::deallocate(obz_domain* domain)
+{
+    const CFiPrivateDataFactoryPtr factory = getFactory();
+    return factory ? factory->deallocate(domain) : CFiPrivateDataFactory::NOTHING_TO_FREE;
+}
+
+CFiPrivateDataPtr CFiPrivateDataManager::accessByName(const ACE_String_Base<char>& name, bool isAltNode)
+{
+    const CFiPrivateDataFactoryPtr factory = getFactory();
+    return factory ? factory->accessByName(name, isAltNode) : CFiPrivateDataPtr();
+}
+
 void CFiPrivateDataManager::registerTraceLog(const CFiTraceLogPtr& traceLog)
 {
     const std::lock_guard lock(m_mutex);
     CFiTraceable::registerTraceLog(traceLog);
-    m_factory->registerTraceLog(traceLog);
+    if (m_factory) m_factory->registerTraceLog(traceLog);
 }
 
 }  // namespace obzx_pdk_4_4

@@ -105,7 +105,7 @@ int32_t CCDPPlugin::makeCheckPoint(const CAppliancePtr& appliance, const CString
 void CCDPPlugin::recordCopy(const CString& node, const CString& checkPoint, CFiSession& session)
 {
     const CFiPrivateDataPtr data =
-        m_privateDataManager ? m_privateDataManager->getFactory()->accessByName(node, false) : CFiPrivateDataPtr();
+        m_privateDataManager ? m_privateDataManager->accessByName(node, false) : CFiPrivateDataPtr();
     // A node that was taken down since it was selected has its copy all the same.
     if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) assign(state->m_checkPointName, checkPoint);
     const CString prefix = nodePrefix();
