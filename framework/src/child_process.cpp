@@ -19,7 +19,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr seconds GRACE{5};
-// How often is looked for what no descriptor reports: the end of a group, or of a process on an old kernel.
+// How often is looked for what no descriptor reports: the end of a group, or of a process without one.
 constexpr milliseconds LOOK_INTERVAL{10};
 
 }  // namespace
@@ -30,9 +30,7 @@ CChildProcess::CChildProcess(pid_t pid) : m_pid(pid), m_descriptor(static_cast<i
 
 CChildProcess::~CChildProcess()
 {
-    if (ended()) return;
-    ::kill(-m_pid, SIGKILL);
-    waitForEnd(-1, Clock::now() + GRACE, false);
+    if (!ended() && !m_killed) kill(-1);
 }
 
 bool CChildProcess::ended()
@@ -83,7 +81,12 @@ bool CChildProcess::waitForEnd(int output, Clock::time_point until, bool wholeGr
 void CChildProcess::stop(int output)
 {
     ::kill(-m_pid, SIGTERM);
-    if (waitForEnd(output, Clock::now() + GRACE, true)) return;
+    if (!waitForEnd(output, Clock::now() + GRACE, true)) kill(output);
+}
+
+void CChildProcess::kill(int output)
+{
+    m_killed = true;
     ::kill(-m_pid, SIGKILL);
     // A process that the kernel itself holds does not even end by this; the caller is not held up with it.
     waitForEnd(output, Clock::now() + GRACE, false);

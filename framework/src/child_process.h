@@ -18,7 +18,8 @@ struct SExitStatus
     int status = 0;       ///< exit status; SIGNAL_STATUS + signal for a process that was killed
 };
 
-/// A process that this object started and leads its own group. One that still runs is killed with the object.
+/// A process that was started by this one and leads its own group. One that still runs is killed with the object, which
+/// waits at most 5 s for it: a process that the kernel holds longer is left to whoever waits for it next.
 class CChildProcess
 {
   public:
@@ -43,12 +44,14 @@ class CChildProcess
     void stop(int output);
 
   private:
+    void kill(int output);
     bool groupIsGone() const;
     bool waitForEnd(int output, Clock::time_point until, bool wholeGroup);
 
     const pid_t m_pid;
-    CFileDescriptor m_descriptor;  // readable once the process has ended; none where the kernel has no such thing
+    CFileDescriptor m_descriptor;  // readable once the process has ended; none when the host had none left
     bool m_ended = false;
+    bool m_killed = false;
     SExitStatus m_status;
 };
 

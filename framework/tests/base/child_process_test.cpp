@@ -1,12 +1,31 @@
 #include "framework/src/child_process.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
+#include <optional>
 
 #include "framework/src/process_spawn.h"
+
+namespace {
+
+// As the kernel answers about a process that it does not let go.
+bool g_noneEnds = false;
+
+}  // namespace
+
+// Comes before the C library's.
+int waitid(idtype_t type, id_t id, siginfo_t* info, int options)
+{
+    if (g_noneEnds) return 0;
+    return static_cast<int>(::syscall(SYS_waitid, type, id, info, options, nullptr));
+}
 
 namespace {
 
@@ -27,22 +46,72 @@ bool isCollected(pid_t pid)
     return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
 
-TEST(ChildProcess, ThatStillRunsEndsWithItsObject)
+// Lets the host have no descriptor left.
+class CNoDescriptorLeft
+{
+  public:
+    CNoDescriptorLeft()
+    {
+        const CFileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        ::getrlimit(RLIMIT_NOFILE, &m_former);
+        const rlimit none{static_cast<rlim_t>(next.get()), m_former.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+        EXPECT_EQ(::dup(next.get()), -1);
+        EXPECT_EQ(errno, EMFILE);
+    }
+    ~CNoDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &m_former); }
+    CNoDescriptorLeft(const CNoDescriptorLeft&) = delete;
+    CNoDescriptorLeft& operator=(const CNoDescriptorLeft&) = delete;
+
+  private:
+    rlimit m_former = {};
+};
+
+// With a descriptor that tells the end of the process, and without one.
+class ChildProcess : public ::testing::TestWithParam<bool>
+{
+  protected:
+    static CChildProcess watch(pid_t pid)
+    {
+        std::optional<CNoDescriptorLeft> limit;
+        if (!GetParam()) limit.emplace();
+        return CChildProcess(pid);
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(, ChildProcess, ::testing::Bool(),
+                         [](const auto& each) { return each.param ? "WithADescriptor" : "WithoutADescriptor"; });
+
+TEST_P(ChildProcess, ThatStillRunsEndsWithItsObject)
 {
     const SSpawned spawned = start("stubborn");
     const pid_t pid = spawned.pid;
     {
-        CChildProcess process(pid);
+        CChildProcess process = watch(pid);
         EXPECT_FALSE(process.ended());
     }
     EXPECT_TRUE(isCollected(pid));
 }
 
-TEST(ChildProcess, StatusIsTakenOnce)
+TEST(HeldChildProcess, DoesNotHoldItsObjectUp)
+{
+    const SSpawned spawned = start("stubborn");
+    {
+        const CNoDescriptorLeft limit;  // would tell that the process ended after all
+        CChildProcess process(spawned.pid);
+        g_noneEnds = true;
+    }
+    g_noneEnds = false;
+    int status = 0;
+    EXPECT_EQ(::waitpid(spawned.pid, &status, 0), spawned.pid) << "it was killed and given up";
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+}
+
+TEST_P(ChildProcess, StatusIsTakenOnce)
 {
     const SSpawned spawned = start("exit", "7");
     const pid_t pid = spawned.pid;
-    CChildProcess process(pid);
+    CChildProcess process = watch(pid);
     while (!process.ended())
         process.waitFor(-1, Clock::now() + std::chrono::seconds(60));
     EXPECT_TRUE(isCollected(pid));
@@ -52,20 +121,20 @@ TEST(ChildProcess, StatusIsTakenOnce)
     EXPECT_FALSE(process.exitStatus().lost);
 }
 
-TEST(ChildProcess, StatusThatSomebodyElseTookIsLost)
+TEST_P(ChildProcess, StatusThatSomebodyElseTookIsLost)
 {
     const SSpawned spawned = start("exit", "7");
     const pid_t pid = spawned.pid;
-    CChildProcess process(pid);
+    CChildProcess process = watch(pid);
     ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
     EXPECT_TRUE(process.ended());
     EXPECT_TRUE(process.exitStatus().lost);
 }
 
-TEST(ChildProcess, WaitEndsAtItsTime)
+TEST_P(ChildProcess, WaitEndsAtItsTime)
 {
     const SSpawned spawned = start("hang");
-    CChildProcess process(spawned.pid);
+    CChildProcess process = watch(spawned.pid);
     EXPECT_FALSE(process.waitFor(-1, Clock::now() - std::chrono::hours(1)));
     EXPECT_FALSE(process.waitFor(-1, Clock::now() + std::chrono::milliseconds(1)));
     EXPECT_FALSE(process.ended());

@@ -188,9 +188,17 @@ TEST_F(ExecPipeEnding, ChangedStoreIsReadAgain)
 TEST_F(ExecPipeEnding, LongestTimeOutIsNoProblem)
 {
     EXPECT_EQ(run(child("exit 0"), "", ~0UL), EXEC_OK);
+}
+
+TEST_F(ExecPipeEnding, StoreThatCapsAtZeroOrWithoutANumberCapsNothing)
+{
     m_pipe.registerTraceLog(makeLog());
-    configure("[FI_EXEC]\nMAX_TIMEOUT=0\n");  // no cap
-    EXPECT_EQ(run(child("close 0"), "", 30), EXEC_OK);
+    for (const char* const value : {"0", "", "soon", "-1"}) {
+        configure(std::string("[FI_EXEC]\nMAX_TIMEOUT=") + value + "\n");
+        EXPECT_EQ(run(child("close 0"), "", 30), EXEC_OK) << value;  // takes a moment
+        EXPECT_EQ(run(child("hang"), "", 0), EXEC_TIMED_OUT) << value;
+        EXPECT_EQ(message(), "Command [" + child("hang") + "] did not end within 0 seconds and was stopped");
+    }
 }
 
 TEST_F(ExecPipeEnding, FailedRunCanBeThrown)
