@@ -3,17 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <link.h>
-#include <malloc.h>
 
 #include <array>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <set>
 
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/entry_calls.h"
+#include "pdk/tests/footprint.h"
 #include "pdk/tests/test_root.h"
 
 namespace pdktest {
@@ -50,28 +49,6 @@ bool isLoaded(const std::string& name)
     };
     return dl_iterate_phdr(isIt, &path) != 0;
 }
-
-/// What this process holds.
-struct SFootprint
-{
-    size_t descriptors;
-    size_t threads;
-    size_t mappings;
-    size_t heap;  // bytes; 0 under a sanitizer, which looks for leaks itself
-
-    static size_t entries(const char* directory)
-    {
-        const std::filesystem::directory_iterator first(directory);
-        return static_cast<size_t>(std::distance(begin(first), end(first)));
-    }
-    static SFootprint take()
-    {
-        std::ifstream maps("/proc/self/maps");
-        const std::istreambuf_iterator<char> start(maps);
-        return {entries("/proc/self/fd"), entries("/proc/self/task"),
-                static_cast<size_t>(std::count(start, std::istreambuf_iterator<char>(), '\n')), mallinfo2().uordblks};
-    }
-};
 
 TEST(ProviderLibrary, ExportsItsEntryPointsAndNothingElse)
 {
@@ -161,12 +138,7 @@ TEST(ProviderLibrary, LeavesNothingBehindInAThousandLives)
     const SFootprint before = SFootprint::take();
     for (int i = 0; i < 1000; ++i)
         useOnce();
-    const SFootprint after = SFootprint::take();
-    EXPECT_EQ(after.descriptors, before.descriptors);
-    EXPECT_EQ(after.threads, before.threads);
-    // A leak of one mapping, or of the smallest block of the heap, in each life would show a thousand times.
-    EXPECT_LT(after.mappings, before.mappings + 100);
-    EXPECT_LT(after.heap, before.heap + 1000 * 16);
+    expectNoGrowth(before, SFootprint::take(), 1000);
 }
 
 }  // namespace

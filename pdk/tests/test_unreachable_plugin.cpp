@@ -3,9 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "framework/include/obzx_runtime.h"
-#include "pdk/tests/entry_calls.h"
 #include "pdk/tests/faults.h"
+#include "pdk/tests/null_matrix.h"
 #include "pdk/tests/test_root.h"
 
 namespace pdktest {
@@ -28,9 +27,7 @@ bool givesStatus(const SEntryType& type, int32_t status)
         const CLoadedProvider provider(providerPath("plainfi"), "plainfi");
         provider.get<obzx_fi_init_fn>("init")(nullptr, nullptr, nullptr);  // makes the trace log and nothing else
         CHostObjects objects;
-        CWords words = validArguments(type, objects);
-        const bool consumes = type.name == "del_last_error" || type.name == "del_locale_message";
-        if (consumes) words[0] = testfi::toWord(obzx_alloc_buf(256));
+        const CWords words = argumentsToConsume(type, objects);
         CFaults faults;
         faults.failLock(step);
         if (type.invoke(provider.find(type.name), words) == status) return true;
