@@ -17,7 +17,14 @@ struct SRow
 {
     std::string operation;
     std::string gated;
+    std::string needs;
     int32_t status;
+};
+
+struct SType
+{
+    bool isGated;
+    std::string parameters;
 };
 
 std::string unquoted(const std::string& cell)
@@ -34,23 +41,28 @@ std::map<std::string, SRow> readTable()
         const std::vector<std::string> cells = CFiStringTool::tokenize(line, "|");
         if (cells.size() != 6 || cells[0].rfind(" `", 0) != 0) continue;
         EXPECT_EQ(rows.count(unquoted(cells[0])), 0u) << line;
-        rows[unquoted(cells[0])] = SRow{unquoted(cells[1]), unquoted(cells[2]), std::stoi(cells[5])};
+        rows[unquoted(cells[0])] =
+            SRow{unquoted(cells[1]), unquoted(cells[2]), unquoted(cells[3]), std::stoi(cells[5])};
     }
     return rows;
 }
 
-// Names of the function types of the header; true where the comment before them says "Gated.".
-std::map<std::string, bool> readHeader()
+// Function types of the header by name; gated is one whose comment starts with "Gated.".
+std::map<std::string, SType> readHeader()
 {
-    std::map<std::string, bool> types;
+    std::map<std::string, SType> types;
     std::ifstream header(CDPFI_SOURCE_DIR "/framework/include/obz_entry_points.h");
-    const std::regex type("typedef (int32_t|void) obzx_fi_([A-Za-z_]+)_fn\\(.*");
+    const std::regex type("typedef (int32_t|void) obzx_fi_([A-Za-z_]+)_fn\\((.*)");
     bool isGated = false;
     for (std::string line; std::getline(header, line);) {
         std::smatch match;
         if (line.rfind("/*", 0) == 0) isGated = line.rfind("/* Gated.", 0) == 0;
         if (!std::regex_match(line, match, type)) continue;
-        types[match[2]] = isGated;
+        const std::string name = match[2];
+        std::string parameters = match[3];
+        while (parameters.back() != ';' && std::getline(header, line))
+            parameters += line;
+        types[name] = SType{isGated, parameters};
         isGated = false;  // a comment is about the type that follows it
     }
     return types;
@@ -71,11 +83,26 @@ TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
 
 TEST(HostInterfaceDocument, AgreesWithTheHeaderOnWhatIsGated)
 {
-    const std::map<std::string, bool> header = readHeader();
+    const std::map<std::string, SType> header = readHeader();
     EXPECT_EQ(header.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
     for (const auto& [name, row] : readTable()) {
         ASSERT_EQ(header.count(name), 1u) << name;
-        EXPECT_EQ(row.gated == "yes", header.at(name)) << name;
+        EXPECT_EQ(row.gated == "yes", header.at(name).isGated) << name;
+    }
+}
+
+TEST(HostInterfaceDocument, CallsArgumentsByTheirNamesInTheHeader)
+{
+    // Words of the column that are no names.
+    const std::set<std::string> words = {"all", "when", "the", "is", "above", "a", "of", "any", "other", "value"};
+    const std::map<std::string, SType> header = readHeader();
+    const std::regex word("[a-z_]+");
+    for (const auto& [name, row] : readTable()) {
+        for (std::sregex_iterator found(row.needs.begin(), row.needs.end(), word), end; found != end; ++found) {
+            if (words.count(found->str()) != 0) continue;
+            const std::regex parameter("[ *]" + found->str() + "[,)]");
+            EXPECT_TRUE(std::regex_search(header.at(name).parameters, parameter)) << name << ": " << found->str();
+        }
     }
 }
 
