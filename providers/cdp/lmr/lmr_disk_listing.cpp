@@ -25,7 +25,6 @@ EDiskLine CLMRDiskListing::read(std::string_view line, SLMRDisk& disk)
 {
     static constexpr CLMRSeparators FIELD_ENDS("\t \n");
     static constexpr CLMRSeparators GROUP_BEGINS("(\n");
-    static constexpr CLMRSeparators GROUP_ENDS(")\n");
 
     std::array<std::string_view, 1> fields;
     const size_t count = splitPieces(line, FIELD_ENDS, fields);
@@ -38,7 +37,8 @@ EDiskLine CLMRDiskListing::read(std::string_view line, SLMRDisk& disk)
     disk.path = trimBlanks(fields[0]);
     std::array<std::string_view, GROUPS + 1> groups;  // what stands before the first one counts as a piece
     if (splitPieces(line, GROUP_BEGINS, groups) != groups.size()) return EDiskLine::BAD_GROUPS;
-    disk.serial = firstPiece(trimBlanks(groups[GROUPS]), GROUP_ENDS);
+    // Blank parentheses hold no serial; what stands behind them is none either.
+    disk.serial = trimBlanks(groups[GROUPS].substr(0, groups[GROUPS].find(')')));
     return EDiskLine::DISK;
 }
 

@@ -2,13 +2,6 @@
 
 namespace cdpfi {
 
-std::string_view firstPiece(std::string_view text, const CLMRSeparators& separators)
-{
-    std::string_view piece;
-    CLMRPieceCursor(text, separators).next(piece);
-    return trimBlanks(piece);
-}
-
 std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& separators)
 {
     std::vector<std::string> pieces;

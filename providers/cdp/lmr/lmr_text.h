@@ -69,8 +69,6 @@ size_t splitPieces(std::string_view text, const CLMRSeparators& separators, std:
     return count;
 }
 
-/// The first piece without blanks around it; empty when there is none.
-std::string_view firstPiece(std::string_view text, const CLMRSeparators& separators);
 /// All pieces, as copies.
 std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& separators);
 /// The text without LMR_BLANKS at both ends.

@@ -358,6 +358,7 @@ TEST(CLmrListings, MalformedTimeImages)
                                        {"t [T] <- [S]\n", "<t=T==S>"},
                                        {"t-1 [T] <- s [S]\n", "bad 6"},
                                        {"t [T] <- s [S] <- u [U]\n", "bad 8"},
+                                       {"t [T <- s [S] x\n", "<t=T=S=x>"},  // five pieces are a LUN, wherever they end
                                        {"\n", "bad 0"},
                                        {"\t\n", "bad 1"},
                                        {"\r\n", "bad 1"},
@@ -399,7 +400,7 @@ TEST(CLmrListings, MalformedDiskLists)
                                        {"p (a b (c d (e (S\n", "<p=S>"},
                                        {"p (a) b (c) d (e) ( S )\n", "<p=S>"},
                                        {"p (a) b (c) d (e) ()\n", "<p=>"},
-                                       {"p (a) b (c) d (e) ( ) x\n", "<p=x>"},
+                                       {"p (a) b (c) d (e) ( ) x\n", "<p=>"},
                                        {"p (a) b (c) d (e) x (\n", "groups"},
                                        {"p\t(a)\tb\t(c)\td\t(e)\t(S)\n", "<p=S>"},
                                        {"p (a) b (c) d (e) (S)\r\n", "<p=S>"},
