@@ -1,5 +1,6 @@
 #include <sys/stat.h>
 
+#include "framework/include/cfiexecpipe.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 
 namespace cdpfi {
@@ -47,18 +48,28 @@ TEST_F(Registry, RsurlIsFoundAnywhereInALine)
 TEST_F(Registry, BlanksBelongToTheName)
 {
     initialize("RSURL = alpha:1\nRSURL=beta :2");
+    expectTrace("registry_blanks");
     EXPECT_THAT(names(), ElementsAre(" alpha", "beta "));
+}
+
+TEST_F(Registry, LineOfThreePiecesIsSkipped)
+{
+    initialize("RSURL=a=b");
+    expectTrace("registry_three_pieces");
+    EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(Registry, LinesThatAreNoPairAreSkipped)
 {
-    initialize("RSURL=a=b\nRSURL\nRSURL=\nRSURL:alpha\nOTHER=x\n\nRSURL=::\n");
+    initialize("RSURL\nRSURL=\nRSURL:alpha\nOTHER=x\nrsurl=x\n\nRSURL=::\n");
+    expectTrace("registry_no_pairs");
     EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(Registry, EmptyPiecesDoNotCount)
 {
     initialize("RSURL==alpha\nRSURL=:beta:1");
+    expectTrace("registry_empty_pieces");
     EXPECT_THAT(names(), ElementsAre("alpha", "beta"));
 }
 
@@ -66,7 +77,9 @@ TEST_F(Registry, ALaterLineForTheSameNameReplacesTheAppliance)
 {
     initialize("RSURL=alpha:1\n");
     const CAppliancePtr first = m_registry.getApplianceInstance("alpha");
+    m_trace.clear();
     initialize("RSURL=alpha:1\nRSURL=alpha:2\n");
+    expectTrace("registry_same_name");
     EXPECT_THAT(names(), ElementsAre("alpha"));
     EXPECT_NE(first, m_registry.getApplianceInstance("alpha"));
 }
@@ -77,9 +90,17 @@ TEST_F(Registry, NamesAreOrderedByByte)
     EXPECT_THAT(names(), ElementsAre("10", "2", "B", "a", "ab", "b"));
 }
 
+TEST_F(Registry, AnEmptyFileNamesNoAppliance)
+{
+    initialize("");
+    expectTrace("registry_empty_file");
+    EXPECT_THAT(names(), IsEmpty());
+}
+
 TEST_F(Registry, AMissingOrUnusableFileNamesNoAppliance)
 {
     traced().initialize();
+    expectTrace("registry_missing_file");
     EXPECT_THAT(names(), IsEmpty());
     std::filesystem::create_directories(m_scenario.root() / "etc/qz/hls.conf");
     m_registry.initialize();
@@ -93,7 +114,10 @@ TEST_F(Registry, AMissingOrUnusableFileNamesNoAppliance)
 TEST_F(Registry, AnUnknownNameHasNoAppliance)
 {
     initialize("RSURL=alpha");
+    m_trace.clear();
     EXPECT_FALSE(m_registry.getApplianceInstance("beta"));
+    EXPECT_TRUE(m_registry.getApplianceInstance("alpha"));
+    EXPECT_THAT(m_trace.lines(), IsEmpty());
     EXPECT_THAT(names(), ElementsAre("alpha"));
 }
 
@@ -107,8 +131,7 @@ TEST_F(Registry, OfTwoAppliancesThatClaimADeviceTheFirstByNameIsTakenAndTheOther
     const CAppliancePtr appliance = m_registry.getClaimAppliance("S1");
     ASSERT_TRUE(appliance);
     EXPECT_EQ(CString("a"), appliance->getName());
-    EXPECT_TRUE(m_trace.has("L3 Got claim [1] from appliance [a]"));
-    EXPECT_FALSE(m_trace.has("L3 Got claim [1] from appliance [b]"));
+    expectTrace("registry_claim");
 }
 
 TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
@@ -116,8 +139,9 @@ TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
     m_scenario.addAppliance("a", {{"cg", {"S1"}}});
     traced().initialize();
     m_registry.initializeAppliances();
+    m_trace.clear();
     EXPECT_FALSE(m_registry.getClaimAppliance("S2"));
-    EXPECT_TRUE(m_trace.has("L3 Got claim [0] from appliance [a]"));
+    expectTrace("registry_no_claim");
     EXPECT_FALSE(CCDPApplianceFactory().getClaimAppliance("S1")) << "no appliance at all";
 }
 
@@ -126,11 +150,29 @@ TEST_F(Registry, AppliancesAreInitializedInNameOrder)
     m_scenario.addAppliance("b", {});
     m_scenario.addAppliance("a", {});
     traced().initialize();
+    m_trace.clear();
     m_registry.initializeAppliances();
+    expectTrace("registry_initialize_appliances");
     EXPECT_THAT(m_scenario.takeCommands(),
                 ElementsAre("kforutil listdisk", "a: list hosts", "a: show host \"192.0.2.1\"",
                             "a: show host \"192.0.2.77\"", "a: list cgroups", "kforutil listdisk", "b: list hosts",
                             "b: show host \"192.0.2.1\"", "b: show host \"192.0.2.77\"", "b: list cgroups"));
+}
+
+TEST_F(Registry, AFailureOfAnApplianceReachesTheCallerAndEndsTheWalk)
+{
+    m_scenario.addAppliance("a", {});
+    m_scenario.addAppliance("b", {});
+    m_scenario.refuse("kforutil listdisk");
+    traced().initialize();
+    EXPECT_THROW(m_registry.initializeAppliances(), obzx_pdk_4_4::EFiExecPipe);
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre("kforutil listdisk"));
+}
+
+TEST_F(Registry, AppliancesTraceIntoTheLogOfTheRegistry)
+{
+    initialize("RSURL=alpha");
+    EXPECT_EQ(m_log, m_registry.getApplianceInstance("alpha")->traceLog());
 }
 
 }  // namespace cdpfi

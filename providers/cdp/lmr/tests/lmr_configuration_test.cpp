@@ -84,20 +84,38 @@ TEST_F(CLmrConfiguration, EmptyNameStaysEmpty)
     EXPECT_EQ("/opt/QXPKlm/bin/|", shell());
 }
 
-TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesIsIndependent)
+/// What a value of the store may be, and what it then gives.
+struct SValue
 {
-    for (unsigned set = 0; set < 16; ++set) {
-        std::string store = "[LMR_CLI_CONFIG]\n";
-        if ((set & 1U) != 0) store += "LMR_LMSH_PATH=/s\n";
-        if ((set & 2U) != 0) store += "LMR_LMSH_NAME=sh2\n";
-        if ((set & 4U) != 0) store += "LMR_KFORUTIL_PATH=/u\n";
-        if ((set & 8U) != 0) store += "LMR_KFORUTIL_NAME=util2\n";
-        writeConfiguration(store);
-        EXPECT_EQ(std::string((set & 1U) != 0 ? "/s/" : "/opt/QXPKlm/bin/") + "|" + ((set & 2U) != 0 ? "sh2" : "lmsh"),
-                  shell());
-        EXPECT_EQ(std::string((set & 4U) != 0 ? "/u/" : "/usr/sbin/") + "|" + ((set & 8U) != 0 ? "util2" : "kforutil"),
-                  utility());
-    }
+    const char* line;
+    const char* result;
+};
+
+TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndependent)
+{
+    const SValue shellPaths[] = {{"", "/opt/QXPKlm/bin/"},
+                                 {"LMR_LMSH_PATH=\"\"\n", "/"},
+                                 {"LMR_LMSH_PATH=/s\n", "/s/"},
+                                 {"LMR_LMSH_PATH=/s/\n", "/s/"}};
+    const SValue shellNames[] = {{"", "lmsh"}, {"LMR_LMSH_NAME=\"\"\n", ""}, {"LMR_LMSH_NAME=sh2\n", "sh2"}};
+    const SValue utilityPaths[] = {{"", "/usr/sbin/"},
+                                   {"LMR_KFORUTIL_PATH=\"\"\n", "/"},
+                                   {"LMR_KFORUTIL_PATH=/u\n", "/u/"},
+                                   {"LMR_KFORUTIL_PATH=/u/\n", "/u/"}};
+    const SValue utilityNames[] = {
+        {"", "kforutil"}, {"LMR_KFORUTIL_NAME=\"\"\n", ""}, {"LMR_KFORUTIL_NAME=util2\n", "util2"}};
+    const auto check = [this](const SValue& shellPath, const SValue& shellName, const SValue& utilityPath,
+                              const SValue& utilityName) {
+        const std::string values = std::string(shellPath.line) + shellName.line + utilityPath.line + utilityName.line;
+        writeConfiguration("[LMR_CLI_CONFIG]\n" + values);
+        EXPECT_EQ(std::string(shellPath.result) + "|" + shellName.result, shell()) << values;
+        EXPECT_EQ(std::string(utilityPath.result) + "|" + utilityName.result, utility()) << values;
+    };
+    for (const SValue& shellPath : shellPaths)
+        for (const SValue& shellName : shellNames)
+            for (const SValue& utilityPath : utilityPaths)
+                for (const SValue& utilityName : utilityNames)
+                    check(shellPath, shellName, utilityPath, utilityName);
 }
 
 TEST_F(CLmrConfiguration, LookUpsAreTracedAsFunctions)

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <regex>
 
 #include "framework/include/obzx_runtime.h"
 #include "pdk/include/cfipluginname.h"
@@ -24,6 +23,14 @@ void replaceAll(std::string& text, const std::string& what, const std::string& w
     for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += with.size()) {
         text.replace(at, what.size(), with);
     }
+}
+
+/// "... [LINE, file.cpp]" for the trace of a function that stands at some line of its file.
+void hideLineNumber(std::string& text)
+{
+    const size_t begin = text.rfind('[') + 1;
+    const size_t end = text.find_first_not_of("0123456789", begin);
+    if (end != begin) text.replace(begin, end - begin, "LINE");
 }
 
 std::string readWhole(const std::string& path)
@@ -98,7 +105,6 @@ std::string CLmrTest::takeSent() const
 
 std::vector<std::string> CLmrTest::takeTrace()
 {
-    static const std::regex place(R"(\[\d+, ([a-z_]+\.(cpp|h))\]$)");
     std::vector<std::string> lines;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -106,19 +112,8 @@ std::vector<std::string> CLmrTest::takeTrace()
     }
     for (std::string& line : lines) {
         replaceAll(line, m_root, "<root>");
-        // The expression is for the lines of functions only: others may be too long for it.
-        if (line.find("ing Function ") != std::string::npos) line = std::regex_replace(line, place, "[LINE, $1]");
+        if (line.find("ing Function ") != std::string::npos) hideLineNumber(line);
     }
-    return lines;
-}
-
-std::vector<std::string> CLmrTest::takeOwnTrace()
-{
-    std::vector<std::string> lines = takeTrace();
-    std::erase_if(lines, [](const std::string& line) {
-        return line.starts_with("L6 Entering Function ") || line.starts_with("L6 Exiting Function ") ||
-               line.starts_with("L6 Line [") || line.starts_with("L6 CLMRApplianceTool::execLMSH - Running");
-    });
     return lines;
 }
 
@@ -183,9 +178,22 @@ size_t CLmrTest::countScripts() const
     return static_cast<size_t>(std::distance(begin(files), end(files)));
 }
 
+void CLmrTest::expectCall(const std::string& part)
+{
+    const ::testing::TestInfo& test = *::testing::UnitTest::GetInstance()->current_test_info();
+    const std::string name = std::string(test.test_suite_name()) + "/" + test.name() + (part.empty() ? "" : "." + part);
+    expectFile(name + ".call", "sent:\n" + takeSent() + "traced:\n" + joined(takeTrace()));
+}
+
 void CLmrTest::expectFile(const std::string& name, const std::string& actual)
 {
-    const std::string expected = readWhole(std::string(EXPECTED_FOLDER) + "/" + name);
+    const std::string path = std::string(EXPECTED_FOLDER) + "/" + name;
+    if (::getenv("UPDATE_EXPECTED") != nullptr) {
+        fs::create_directories(fs::path(path).parent_path());
+        std::ofstream(path, std::ios::binary) << actual;
+        return;
+    }
+    const std::string expected = readWhole(path);
     EXPECT_EQ(expected, actual) << name;
     if (expected == actual) return;
     const std::string copy = std::string(ACTUAL_FOLDER) + "/" + name;

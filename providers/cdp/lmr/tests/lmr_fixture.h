@@ -32,8 +32,6 @@ class CLmrTest : public ::testing::Test
     std::string takeSent() const;
     /// "L<level> <text>" of each trace line so far; told once. Line numbers and the root directory are left out.
     std::vector<std::string> takeTrace();
-    /// The same without the lines of the runner and of entered functions.
-    std::vector<std::string> takeOwnTrace();
     /// The runner, set up as an appliance does it.
     CLMRApplianceToolPtr setUpTool() const;
     /// The device manager, set up as an appliance does it, with nothing read.
@@ -50,6 +48,11 @@ class CLmrTest : public ::testing::Test
     /// Files that scripts left behind.
     size_t countScripts() const;
 
+    /**
+     * Compares what was sent and what was traced since the last look, all of it, with
+     * tests/expected/<suite>/<test>[.<part>].call. UPDATE_EXPECTED=1 in the environment rewrites the files.
+     */
+    void expectCall(const std::string& part = "");
     /// Compares with tests/expected/<name>; what differs is left in the folder of the test program.
     static void expectFile(const std::string& name, const std::string& actual);
     static std::string joined(const std::vector<std::string>& lines);
