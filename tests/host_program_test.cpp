@@ -102,6 +102,20 @@ class CNode
     obz_splitnode m_split{};
 };
 
+// Takes the newest message off the error stack: its key and its text in a language; empty when there is none.
+std::string takeNewest(const CHost& host, const char* locale)
+{
+    obz_msg_info* message = nullptr;
+    EXPECT_EQ(host.entry<obzx_fi_get_last_error_fn>("get_last_error")(&message), OBZ_OK);
+    if (message == nullptr) return {};
+    char* text = nullptr;
+    EXPECT_EQ(host.entry<obzx_fi_get_locale_message_fn>("get_locale_message")(message, locale, &text), OBZ_OK);
+    const std::string taken = std::string(message->id) + ": " + text;
+    EXPECT_EQ(host.entry<obzx_fi_del_locale_message_fn>("del_locale_message")(text), OBZ_OK);
+    EXPECT_EQ(host.entry<obzx_fi_del_last_error_fn>("del_last_error")(message), OBZ_OK);
+    return taken;
+}
+
 int32_t makeSnapshot(const CHost& host, CNode& node, const char* session, int32_t& made)
 {
     EXPECT_EQ(host.entry<obzx_fi_select_fn>("select")(node.split(), session, nullptr, 0), OBZ_OK);
@@ -188,6 +202,28 @@ TEST(HostProgram, DiskListingThatFailsEndsTheStartAndNamesTheTool)
     EXPECT_EQ(host.initStatus, OBZ_ERR_INIT);
     ASSERT_EQ(host.messages.size(), 2u);
     EXPECT_NE(host.messages.front().find((tools / "kforutil").string()), std::string::npos) << host.messages.front();
+}
+
+TEST(HostProgram, ReadsTheErrorStackNewestFirstInAnyLanguage)
+{
+    CSite site;
+    site.addGroup("vault", "payroll", {"data"});
+    std::filesystem::remove(moveTools(site) / "kforutil");
+    const CHost host(site);
+    ASSERT_EQ(host.initStatus, OBZ_ERR_INIT);
+
+    EXPECT_EQ(
+        takeNewest(host, "de"),
+        "MSG_ERROR_INITIALIZATION_FAILED: Der CDP-Provider konnte nicht initialisiert werden. Den Grund nennt die "
+        "Protokolldatei des Providers.");
+    const std::string cause = takeNewest(host, "xx_YY");
+    EXPECT_EQ(cause, "MSG_ERROR_DISK_LISTING_FAILED: " + host.messages.front()) << "an unknown language reads English";
+    EXPECT_EQ(takeNewest(host, nullptr), "") << "nothing is left";
+
+    char text[] = "not touched";
+    char* none = text;
+    EXPECT_EQ(host.entry<obzx_fi_errmsg_fn>("errmsg")(OBZ_ERR_INIT, &none), OBZ_OK);
+    EXPECT_EQ(none, nullptr) << "a code without a text";
 }
 
 TEST(HostProgram, DiskListingThatFailsInAnImportGivesFailedAndLeavesTheTarget)

@@ -3,6 +3,7 @@
 #include "framework/include/obzx_runtime.h"
 
 _Static_assert(sizeof(((obz_domain*)0)->identity) == 8, "obz_domain.identity is a pointer");
+_Static_assert(sizeof(*((obz_domain*)0)->access) == 4, "obz_domain.access points at 32 bits");
 _Static_assert(sizeof(((obz_blob*)0)->size) == 8, "obz_blob.size is 64 bits wide");
 _Static_assert(sizeof(((obz_blob*)0)->encoding) == 4, "obz_blob.encoding is 32 bits wide");
 _Static_assert(sizeof(((obz_version*)0)->version) == 2, "obz_version.version is 16 bits wide");
