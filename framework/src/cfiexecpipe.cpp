@@ -8,7 +8,6 @@
 #include "framework/src/child_process.h"
 #include "framework/src/command_line.h"
 #include "framework/src/exec_limit.h"
-#include "framework/src/output_lines.h"
 #include "framework/src/process_output.h"
 #include "framework/src/process_spawn.h"
 
@@ -119,9 +118,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::stri
         m_error = stopped(result, commandLine, allowed);
         trace(TRACE_FAILURE, "CFiExecPipePosix::Exec - %s", m_error.message);
     }
-    std::string_view text = output.text();
-    if (result == EXEC_TOO_LONG) text = text.substr(0, SHOWN_OF_TOO_LONG);
-    appendLines(text, lines);
+    output.takeLines(result == EXEC_TOO_LONG ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT, lines);
     return m_error.result;
 }
 

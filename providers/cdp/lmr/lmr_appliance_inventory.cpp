@@ -127,7 +127,7 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
     group.reserveDevices(listing.luns.size());
     for (const SLMRGroupLun& lun : listing.luns) {
         traceLun(lun);
-        group.addDevice(textOf(lun.device), textOf(lun.serial));
+        group.addListedDevice(lun.device, lun.serial);
     }
     return traceStop(listing);
 }

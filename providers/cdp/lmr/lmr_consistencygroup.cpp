@@ -20,8 +20,13 @@ std::vector<SCDPDeviceInfo> CLMRConsistencyGroup::getDeviceList()
 
 void CLMRConsistencyGroup::addDevice(const CString& device, const CString& serial)
 {
+    addListedDevice(bytesOf(device), bytesOf(serial));
+}
+
+void CLMRConsistencyGroup::addListedDevice(std::string_view device, std::string_view serial)
+{
     m_devices.emplace_back(device, serial);
-    if (m_index != nullptr) m_index->deviceAdded(m_position, static_cast<uint32_t>(m_devices.size() - 1));
+    if (m_index != nullptr) m_index->deviceAdded(m_position, serial);
 }
 
 std::vector<CVolumePtr> CLMRConsistencyGroup::getVolList()

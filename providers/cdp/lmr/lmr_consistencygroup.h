@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "providers/cdp/lmr/lmr_group_index.h"
@@ -51,6 +52,8 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
     const CString& name() const { return m_name; }
     const std::vector<SCDPDeviceInfo>& devices() const { return m_devices; }
     void reserveDevices(size_t count) { m_devices.reserve(count); }
+    /// As addDevice, without texts in between.
+    void addListedDevice(std::string_view device, std::string_view serial);
     /// The index to tell of changes, and the group's position in it; null for none.
     void attachIndex(CLMRGroupIndex* index, uint32_t position);
 

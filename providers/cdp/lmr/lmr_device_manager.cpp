@@ -59,7 +59,7 @@ void CLMRDeviceManager::refresh(bool discover)
 CString CLMRDeviceManager::serialOf(const CString& path)
 {
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
-    return copyOf(m_lunMap.serialOf(path));
+    return m_lunMap.serialOf(path);
 }
 
 bool CLMRDeviceManager::firstPathOf(const CString& serial, CString& path)
@@ -97,6 +97,7 @@ void CLMRDeviceManager::traceOutput(const std::vector<std::string>& lines) const
 void CLMRDeviceManager::readListing(std::vector<std::string>& lines)
 {
     CLMRDiskListing listing;
+    m_lunMap.reserve(lines.size());
     for (std::string& line : lines) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh parsing line = %s", line);
         SLMRDisk disk;

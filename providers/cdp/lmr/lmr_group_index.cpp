@@ -1,11 +1,15 @@
 #include "providers/cdp/lmr/lmr_group_index.h"
 
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
 #include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 
-CLMRGroupIndex::CLMRGroupIndex() : m_places(SKeys{&m_groups}) {}
+CLMRGroupIndex::CLMRGroupIndex() : m_places(SKeys{&m_records}) {}
 
 CLMRGroupIndex::~CLMRGroupIndex()
 {
@@ -25,52 +29,63 @@ void CLMRGroupIndex::clear()
     for (CLMRConsistencyGroup* group : m_groups)
         group->attachIndex(nullptr, 0);
     m_places.clear();
+    m_records.clear();
     m_groups.clear();
 }
 
 uint32_t CLMRGroupIndex::find(const CString& serialOrName) const
 {
     if (serialOrName.is_empty()) return NO_GROUP;
-    const SPlace* place = m_places.find(bytesOf(serialOrName));
-    return place == nullptr ? NO_GROUP : place->group;
+    const CLMRArena::CPlace* const place = m_places.find(bytesOf(serialOrName));
+    return place == nullptr ? NO_GROUP : headAt(m_records, *place).group;
 }
 
-void CLMRGroupIndex::deviceAdded(uint32_t group, uint32_t device)
+void CLMRGroupIndex::deviceAdded(uint32_t group, std::string_view serial)
 {
-    note({group, device});
+    note(group, serial);
 }
 
 void CLMRGroupIndex::groupRenamed()
 {
     m_places.clear();
+    m_records.clear();
     for (uint32_t group = 0; group < m_groups.size(); ++group)
         noteGroup(group);
 }
 
 void CLMRGroupIndex::noteGroup(uint32_t group)
 {
-    note({group, NAME});
-    const size_t count = m_groups[group]->devices().size();
-    for (uint32_t device = 0; device < count; ++device)
-        note({group, device});
+    note(group, bytesOf(m_groups[group]->name()));
+    for (const SCDPDeviceInfo& device : m_groups[group]->devices())
+        note(group, bytesOf(device.m_serial));
 }
 
-std::string_view CLMRGroupIndex::SKeys::keyOf(const SPlace& place) const
+std::string_view CLMRGroupIndex::SKeys::keyOf(CLMRArena::CPlace place) const
 {
-    const CLMRConsistencyGroup& group = *(*groups)[place.group];
-    return bytesOf(place.device == NAME ? group.name() : group.devices()[place.device].m_serial);
+    return {records->at(place) + sizeof(SHead), headAt(*records, place).length};
 }
 
-void CLMRGroupIndex::note(const SPlace& place)
+CLMRGroupIndex::SHead& CLMRGroupIndex::headAt(const CLMRArena& records, CLMRArena::CPlace place)
 {
-    const std::string_view key = SKeys{&m_groups}.keyOf(place);
+    return *reinterpret_cast<SHead*>(records.at(place));
+}
+
+void CLMRGroupIndex::note(uint32_t group, std::string_view key)
+{
     if (key.empty()) return;
-    SPlace* first = m_places.find(key);
-    if (first == nullptr) {
-        m_places.add(place);
-    } else if (place.group < first->group) {
-        *first = place;
-    }
+    const CLMRArena::CPlace place = m_places.findOrAdd(key, [&] { return newRecord(group, key); });
+    SHead& head = headAt(m_records, place);
+    if (group < head.group) head.group = group;
+}
+
+CLMRArena::CPlace CLMRGroupIndex::newRecord(uint32_t group, std::string_view key)
+{
+    if (key.size() > std::numeric_limits<uint32_t>::max()) throw std::length_error("name or serial is too long");
+    const SHead head{group, static_cast<uint32_t>(key.size())};
+    const CLMRArena::CPlace place = m_records.allocate(sizeof head + key.size());
+    std::memcpy(m_records.at(place), &head, sizeof head);
+    std::memcpy(m_records.at(place) + sizeof head, key.data(), key.size());
+    return place;
 }
 
 }  // namespace cdpfi

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "providers/cdp/lmr/lmr_arena.h"
 #include "providers/cdp/lmr/lmr_hash_table.h"
 #include "providers/cdp/model/base_types.h"
 
@@ -36,27 +37,31 @@ class CLMRGroupIndex
     uint32_t find(const CString& serialOrName) const;
 
     // Called by the groups.
-    void deviceAdded(uint32_t group, uint32_t device);
+    void deviceAdded(uint32_t group, std::string_view serial);
     void groupRenamed();
 
   private:
-    struct SPlace
+    // A record: this and the name or serial. The texts are kept here, too, so that a look-up reads nothing but the slot
+    // and the record; groups and their devices lie scattered in memory.
+    struct SHead
     {
-        uint32_t group = 0;
-        uint32_t device = 0;  // or NAME
+        uint32_t group;
+        uint32_t length;
     };
-    static constexpr uint32_t NAME = UINT32_MAX;
     struct SKeys
     {
-        const std::vector<CLMRConsistencyGroup*>* groups;
-        std::string_view keyOf(const SPlace& place) const;
+        const CLMRArena* records;
+        std::string_view keyOf(CLMRArena::CPlace place) const;
     };
 
+    static SHead& headAt(const CLMRArena& records, CLMRArena::CPlace place);
     void noteGroup(uint32_t group);
-    void note(const SPlace& place);
+    void note(uint32_t group, std::string_view key);
+    CLMRArena::CPlace newRecord(uint32_t group, std::string_view key);
 
     std::vector<CLMRConsistencyGroup*> m_groups;
-    CLMRHashTable<SPlace, SKeys> m_places;  // of each name and serial, the first group's
+    CLMRArena m_records;
+    CLMRHashTable<CLMRArena::CPlace, SKeys> m_places;  // of each name and serial, the first group's
 };
 
 }  // namespace cdpfi

@@ -50,6 +50,31 @@ class CLMRHashTable
         ++m_count;
     }
 
+    /// The entry with that key. Where there is none, make() gives one of that key, which is added first. Valid until
+    /// the table changes. What throws leaves the table as it was.
+    template <class Make>
+    Entry& findOrAdd(std::string_view key, const Make& make)
+    {
+        reserve(m_count + 1);
+        const uint32_t tag = tagOf(key);
+        SSlot& slot = slotFor(tag, key);
+        if (slot.tag == EMPTY) {
+            slot.entry = make();
+            slot.tag = tag;
+            ++m_count;
+        }
+        return slot.entry;
+    }
+
+    /// Calls action(entry) for every entry, in no order. The action may put one of the same key in its place.
+    template <class Action>
+    void forEach(const Action& action)
+    {
+        for (SSlot& slot : m_slots) {
+            if (slot.tag != EMPTY) action(slot.entry);
+        }
+    }
+
     void clear()
     {
         m_slots = {};

@@ -1,35 +1,55 @@
 #include "providers/cdp/lmr/lmr_lun_table.h"
 
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
 namespace cdpfi {
 
-CLMRLunTable::CLMRLunTable() : m_last(m_map.end()), m_byPath(SByPath()), m_bySerial(SBySerial()) {}
+namespace {
+
+uint32_t lengthOf(size_t size)
+{
+    if (size > std::numeric_limits<uint32_t>::max()) throw std::length_error("text of a device is too long");
+    return static_cast<uint32_t>(size);
+}
+
+void copyTo(char* to, std::string_view text)
+{
+    if (!text.empty()) std::memcpy(to, text.data(), text.size());
+}
+
+}  // namespace
+
+CLMRLunTable::CLMRLunTable() : m_byPath(SPathKeys{&m_records}), m_bySerial(SSerialKeys{&m_records}) {}
 
 void CLMRLunTable::set(std::string_view path, std::string_view serial)
 {
-    CEntry* const* known = m_byPath.find(path);
-    CEntry& entry = known == nullptr ? insert(path) : **known;
-    if (bytesOf(entry.second) == serial) return;
-    // The index finds entries by the serial that they hold, so it is not to be read once one of them has another.
-    const bool stale = m_bySerialStale || !entry.second.is_empty();
+    bool isNew = false;
+    CPlace& place = m_byPath.findOrAdd(path, [&] {
+        isNew = true;
+        return newRecord(path, serial, serial.size());
+    });
+    if (!isNew && serialAt(m_records, place) == serial) return;
     m_bySerialStale = true;
-    assign(entry.second, serial);
-    if (stale) return;
-    index(entry);
-    m_bySerialStale = false;
+    if (!isNew) changeSerial(place, serial);
 }
 
-const CString& CLMRLunTable::serialOf(const CString& path)
+CString CLMRLunTable::serialOf(const CString& path)
 {
-    CEntry* const* known = m_byPath.find(bytesOf(path));
-    return (known == nullptr ? insert(bytesOf(path)) : **known).second;
+    const CPlace place = m_byPath.findOrAdd(bytesOf(path), [&] { return newRecord(bytesOf(path), {}, 0); });
+    return textOf(serialAt(m_records, place));
 }
 
 const CString* CLMRLunTable::firstPathOf(const CString& serial)
 {
     if (serial.is_empty()) return nullptr;
-    if (m_bySerialStale) reindex();
-    const CEntry* const* entry = m_bySerial.find(bytesOf(serial));
-    return entry == nullptr ? nullptr : &(*entry)->first;
+    if (m_bySerialStale) indexSerials();
+    const CPlace* const place = m_bySerial.find(bytesOf(serial));
+    if (place == nullptr) return nullptr;
+    assign(m_firstPath, pathAt(m_records, *place));
+    return &m_firstPath;
 }
 
 void CLMRLunTable::clear()
@@ -37,42 +57,70 @@ void CLMRLunTable::clear()
     m_byPath.clear();
     m_bySerial.clear();
     m_bySerialStale = false;
-    m_map.clear();
-    m_last = m_map.end();
+    m_records.clear();
 }
 
-CLMRLunTable::CEntry& CLMRLunTable::insert(std::string_view path)
+CLMRLunMap CLMRLunTable::map()
 {
-    m_byPath.reserve(m_map.size() + 1);  // what can fail comes first: a path is in both or in neither
-    const auto hint = m_last == m_map.end() ? m_last : std::next(m_last);
-    const size_t before = m_map.size();
-    const auto entry = m_map.emplace_hint(hint, std::piecewise_construct,
-                                          std::forward_as_tuple(path.data(), path.size()), std::forward_as_tuple());
-    if (bytesOf(entry->first) != path) {  // the key found no memory
-        if (m_map.size() != before) m_map.erase(entry);
-        throw std::bad_alloc();
-    }
-    m_last = entry;
-    m_byPath.add(&*m_last);
-    return *m_last;
+    CLMRLunMap copy;
+    m_byPath.forEach([&](CPlace place) {
+        const std::string_view path = pathAt(m_records, place);
+        const std::string_view serial = serialAt(m_records, place);
+        const auto entry = copy.emplace(std::piecewise_construct, std::forward_as_tuple(path.data(), path.size()),
+                                        std::forward_as_tuple(serial.data(), serial.size()));
+        if (bytesOf(entry.first->first) != path || bytesOf(entry.first->second) != serial) throw std::bad_alloc();
+    });
+    return copy;
 }
 
-void CLMRLunTable::index(CEntry& entry)
+CLMRLunTable::SHead& CLMRLunTable::headAt(const CLMRArena& records, CPlace place)
 {
-    if (entry.second.is_empty()) return;
-    CEntry** first = m_bySerial.find(bytesOf(entry.second));
-    if (first == nullptr) {
-        m_bySerial.add(&entry);
-    } else if (bytesOf(entry.first) < bytesOf((*first)->first)) {
-        *first = &entry;
-    }
+    return *reinterpret_cast<SHead*>(records.at(place));
 }
 
-void CLMRLunTable::reindex()
+std::string_view CLMRLunTable::pathAt(const CLMRArena& records, CPlace place)
+{
+    return {records.at(place) + sizeof(SHead), headAt(records, place).pathLength};
+}
+
+std::string_view CLMRLunTable::serialAt(const CLMRArena& records, CPlace place)
+{
+    const SHead& head = headAt(records, place);
+    return {records.at(place) + sizeof(SHead) + head.pathLength, head.serialLength};
+}
+
+CLMRLunTable::CPlace CLMRLunTable::newRecord(std::string_view path, std::string_view serial, size_t serialRoom)
+{
+    const SHead head{lengthOf(path.size()), lengthOf(serial.size()), lengthOf(serialRoom)};
+    const CPlace place = m_records.allocate(sizeof head + path.size() + serialRoom);
+    char* const bytes = m_records.at(place);
+    std::memcpy(bytes, &head, sizeof head);
+    copyTo(bytes + sizeof head, path);
+    copyTo(bytes + sizeof head + path.size(), serial);
+    return place;
+}
+
+void CLMRLunTable::changeSerial(CPlace& place, std::string_view serial)
+{
+    SHead& head = headAt(m_records, place);
+    if (serial.size() > head.serialRoom) {
+        // The record that is left stays where it is. Room grows by doubling, so that all of them are few.
+        const size_t room = std::max(serial.size(), size_t{head.serialRoom} * 2);
+        place = newRecord(pathAt(m_records, place), serial, room);
+        return;
+    }
+    copyTo(m_records.at(place) + sizeof head + head.pathLength, serial);
+    head.serialLength = lengthOf(serial.size());
+}
+
+void CLMRLunTable::indexSerials()
 {
     m_bySerial.clear();
-    for (CEntry& entry : m_map)
-        index(entry);
+    m_byPath.forEach([this](CPlace place) {
+        if (serialAt(m_records, place).empty()) return;
+        CPlace& first = m_bySerial.findOrAdd(serialAt(m_records, place), [place] { return place; });
+        if (pathAt(m_records, place) < pathAt(m_records, first)) first = place;
+    });
     m_bySerialStale = false;
 }
 

@@ -3,6 +3,7 @@
 #include <map>
 #include <string_view>
 
+#include "providers/cdp/lmr/lmr_arena.h"
 #include "providers/cdp/lmr/lmr_hash_table.h"
 #include "providers/cdp/lmr/lmr_text.h"
 #include "providers/cdp/model/base_types.h"
@@ -20,7 +21,8 @@ using CLMRLunMap = std::map<CString, CString, SLMRByteOrder>;
 
 /**
  * The table of this host's devices and the LUNs that they show, with an index each way, so that a look-up costs the
- * same however many devices there are.
+ * same however many devices there are. A device's path and serial lie in one record, so that a look-up reads little of
+ * a memory that no cache holds.
  */
 class CLMRLunTable
 {
@@ -29,40 +31,59 @@ class CLMRLunTable
     CLMRLunTable(const CLMRLunTable&) = delete;
     CLMRLunTable& operator=(const CLMRLunTable&) = delete;
 
+    /// Makes room for a total of count devices.
+    void reserve(size_t count) { m_byPath.reserve(count); }
     /// Adds a path or gives it another serial.
     void set(std::string_view path, std::string_view serial);
     /**
      * The serial of a path. A path that is not in the table is added with an empty serial: who looks a device up makes
      * it known, and the entry is there for a later listing to fill.
      */
-    const CString& serialOf(const CString& path);
+    CString serialOf(const CString& path);
     /// The first path in path order that shows a LUN; null when none does. An empty serial is no LUN's, so it has none.
+    /// Valid until the next call.
     const CString* firstPathOf(const CString& serial);
     void clear();
 
-    const CLMRLunMap& map() const { return m_map; }
+    /// A copy of the table.
+    CLMRLunMap map();
 
   private:
-    using CEntry = CLMRLunMap::value_type;
-    struct SByPath
+    using CPlace = CLMRArena::CPlace;
+
+    // A record: this, the path, room for the serial.
+    struct SHead
     {
-        static std::string_view keyOf(const CEntry* entry) { return bytesOf(entry->first); }
+        uint32_t pathLength;
+        uint32_t serialLength;
+        uint32_t serialRoom;
     };
-    struct SBySerial
+    struct SPathKeys
     {
-        static std::string_view keyOf(const CEntry* entry) { return bytesOf(entry->second); }
+        const CLMRArena* records;
+        std::string_view keyOf(CPlace place) const { return pathAt(*records, place); }
+    };
+    struct SSerialKeys
+    {
+        const CLMRArena* records;
+        std::string_view keyOf(CPlace place) const { return serialAt(*records, place); }
     };
 
-    CEntry& insert(std::string_view path);
-    void index(CEntry& entry);
-    void reindex();
+    static SHead& headAt(const CLMRArena& records, CPlace place);
+    static std::string_view pathAt(const CLMRArena& records, CPlace place);
+    static std::string_view serialAt(const CLMRArena& records, CPlace place);
 
-    CLMRLunMap m_map;
-    CLMRLunMap::iterator m_last;  // listings come in runs of ascending paths: the next one goes behind the last one
-    CLMRHashTable<CEntry*, SByPath> m_byPath;
-    // Of the paths that show the same LUN, the first. A device that changed its LUN makes it stale as a whole.
-    CLMRHashTable<CEntry*, SBySerial> m_bySerial;
+    CPlace newRecord(std::string_view path, std::string_view serial, size_t serialRoom);
+    void changeSerial(CPlace& place, std::string_view serial);
+    void indexSerials();
+
+    CLMRArena m_records;
+    CLMRHashTable<CPlace, SPathKeys> m_byPath;
+    // Of the paths that show the same LUN, the first. Made anew when it is asked after a device or its LUN is new: only
+    // imports ask, and a listing is read as a whole before that.
+    CLMRHashTable<CPlace, SSerialKeys> m_bySerial;
     bool m_bySerialStale = false;
+    CString m_firstPath;  // what firstPathOf found last
 };
 
 }  // namespace cdpfi

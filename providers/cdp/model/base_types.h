@@ -49,8 +49,11 @@ inline void assign(CString& field, const CString& value)
 /// One LUN that a consistency group protects. Copies are whole. @throw std::bad_alloc
 struct SCDPDeviceInfo
 {
-    SCDPDeviceInfo(const CString& device, const CString& serial) : m_device(copyOf(device)), m_serial(copyOf(serial)) {}
-    SCDPDeviceInfo(const SCDPDeviceInfo& other) : SCDPDeviceInfo(other.m_device, other.m_serial) {}
+    SCDPDeviceInfo(std::string_view device, std::string_view serial)
+        : m_device(textOf(device)), m_serial(textOf(serial))
+    {
+    }
+    SCDPDeviceInfo(const SCDPDeviceInfo& other) : SCDPDeviceInfo(bytesOf(other.m_device), bytesOf(other.m_serial)) {}
     SCDPDeviceInfo& operator=(const SCDPDeviceInfo&) = delete;
 
     CString m_device;  ///< as the appliance names it
