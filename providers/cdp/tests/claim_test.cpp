@@ -68,10 +68,11 @@ TEST_F(Claiming, ANameThatIsNoDevicePathIsNotInterposed)
     expectTrace("interpose_no_device_path");
     EXPECT_EQ(nullptr, m_interposed);
     EXPECT_EQ(nullptr, m_groups);
+    m_trace.clear();
     obz_domain nameless{};
     EXPECT_EQ(0, plugin().interpose(&nameless, &m_interposed, &m_groups, &m_groupCount));
     EXPECT_EQ(0, plugin().interpose(nullptr, &m_interposed, &m_groups, &m_groupCount));
-    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::interpose - Not a device path. Not claiming node []."));
+    expectTrace("interpose_nameless");
 }
 
 TEST_F(Claiming, ADeviceThatNoApplianceProtectsIsNotInterposed)
@@ -163,13 +164,17 @@ TEST_F(Claiming, AMatchingFimOrsTheRecordsAccessIntoTheNodes)
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
     EXPECT_EQ(7, node.access());
     EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::supportsFiType - returning valus [7]"));
+    m_trace.clear();
+    node.setAccess(0);
+    EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
+    EXPECT_EQ(3, node.access()) << "a field that was 0 becomes 3";
 }
 
 TEST_F(Claiming, AnyMatchesTheFirstFimOfTheFirstAppliance)
 {
     CNode node("<cdpfi>S1");
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "any"));
-    EXPECT_TRUE(m_trace.has("L3 supportsFiType:: checking with  FIM any"));
+    expectTrace("supports_fitype_any");
     EXPECT_EQ(3, node.access());
 }
 
@@ -187,7 +192,9 @@ TEST_F(Claiming, PrivateDataWithoutHostsCountsAsNone)
 {
     CNode node("<cdpfi>S1");
     ASSERT_EQ(OBZ_OK, initNode(node));
+    m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
+    expectTrace("supports_fitype_no_hosts");
     EXPECT_EQ(3, node.access());
 }
 
@@ -196,14 +203,16 @@ TEST_F(Claiming, ANodeWithHostsIsSupportedLocallyUnlessItIsTransportable)
     CNode local("<cdpfi>S1");
     setHosts(local, false);
     local.setAccess(4);
+    m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(local.get(), "Lumora"));
     EXPECT_EQ(OBZ_ACCESS_LOCAL, local.access());
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::supportsFiType - returning OBZ_ACCESS_LOCAL"));
+    expectTrace("supports_fitype_local");
     CNode remote("<cdpfi>S2");
     setHosts(remote, true);
+    m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(remote.get(), "Lumora"));
     EXPECT_EQ(OBZ_ACCESS_REMOTE, remote.access());
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::supportsFiType - returning OBZ_ACCESS_REMOTE"));
+    expectTrace("supports_fitype_remote");
 }
 
 TEST_F(Claiming, WithoutAPlaceForTheAccessValueNothingIsWritten)

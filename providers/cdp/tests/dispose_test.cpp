@@ -64,6 +64,7 @@ TEST_F(Dispose, AnEmptyImageNameIsSentLikeAnyOther)
     CNode target("/dev/sdz");
     setTargetUp(target, "");
     EXPECT_EQ(OBZ_OK, dispose(target));
+    expectTrace("dispose_empty_image_name");
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre("server1: delete timeimage \"\" \"cg1\"",
                                                        "server1: delete annotation \"KSV_Check_Point_\" \"cg1\""));
 }
@@ -73,6 +74,7 @@ TEST_F(Dispose, RefusedDeletionsAndRepeatedDisposalsGiveZero)
     m_scenario.refuse("*delete*");
     CNode target(targetName("S1", "KSV_Check_Point_77").c_str());
     EXPECT_EQ(OBZ_OK, dispose(target));
+    expectTrace("dispose_refused");
     EXPECT_EQ(OBZ_OK, dispose(target));
     EXPECT_EQ(4u, m_scenario.takeCommands().size()) << "the checkpoint is tried though the image stayed";
 }
@@ -110,8 +112,9 @@ TEST_F(Dispose, WithoutPrivateDataADevicePathCannotBeDisposedOf)
     CNode target("/dev/sdz");
     EXPECT_EQ(OBZ_ERR_FAILED, dispose(target));
     expectTrace("dispose_target_without_data");
+    m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().dispose(nullptr, target.get(), nullptr, OBZ_DISP_REMOVE));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::dispose - Private data for Primary Node is NULL"));
+    expectTrace("dispose_primary_without_data");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -121,7 +124,7 @@ TEST_F(Dispose, AnApplianceOrGroupThatTheStateNamesInVainDeletesNothing)
     setTargetUp(target, "KSV_Time_Image_1");
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, dispose(target));
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::dispose - Could not get claiming consistency group for [/dev/sdz]"));
+    expectTrace("dispose_unknown_group");
     m_trace.clear();
     primaryData().m_applianceName = "server9";
     EXPECT_EQ(OBZ_ERR_FAILED, dispose(target));
@@ -133,7 +136,7 @@ TEST_F(Dispose, ATargetDeviceThatNoApplianceClaimsDeletesNothing)
 {
     CNode target(targetName("S9", "KSV_Check_Point_77").c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, dispose(target));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::dispose - Could not get claiming appliance for [S9]"));
+    expectTrace("dispose_unclaimed");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 

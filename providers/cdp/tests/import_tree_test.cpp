@@ -82,7 +82,9 @@ TEST_F(ImportTree, APrimaryWithoutPrivateDataIsImportedByNameAndHandedOut)
     expectTrace("import_tree_primary_without_data");
     EXPECT_EQ(m_primary->identity, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), SizeIs(1));
+    m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
+    expectTrace("import_tree_primary_without_data_fails");
     EXPECT_EQ(nullptr, m_output);
 }
 
@@ -115,9 +117,12 @@ TEST_F(ImportTree, ATransportableOrIntendedPrimaryIsNotImported)
     setPrimaryUp();
     primaryData().setTransportable(true);
     EXPECT_EQ(OBZ_OK, importTree(m_target));
+    expectTrace("import_tree_transportable");
     primaryData().setTransportable(false);
     primaryData().setIntent(OBZ_INTENT_DEPORT);
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, importTree(m_target));
+    expectTrace("import_tree_intended");
     EXPECT_EQ(nullptr, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
@@ -126,7 +131,58 @@ TEST_F(ImportTree, ANameThatCannotBeImportedFails)
 {
     setPrimaryUp();
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::importTreeNode - Could not import device[/dev/unknown]"));
+    expectTrace("import_tree_import_fails");
+}
+
+TEST_F(ImportTree, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
+{
+    setPrimaryUp();
+    primaryData().m_timeImage = "KSV_Time_Image_1";
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
+    expectTrace("import_tree_unknown_image");
+    m_trace.clear();
+    primaryData().m_consistencyGroup = "cg9";
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
+    expectTrace("import_tree_unknown_group");
+    m_trace.clear();
+    primaryData().m_applianceName = "server9";
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
+    expectTrace("import_tree_unknown_appliance");
+    EXPECT_EQ(nullptr, m_output);
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(ImportTree, ATargetDeviceNameThatLeadsNowhereFails)
+{
+    setPrimaryUp();
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree("<cdpfi>"));
+    expectTrace("import_tree_prefix_only");
+    m_trace.clear();
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree(targetName("S9", "KSV_Check_Point_77")));
+    expectTrace("import_tree_unclaimed");
+    EXPECT_EQ(nullptr, m_output);
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(ImportTree, ALunThatNeverShowsUpFailsAndTheOutputStaysNull)
+{
+    setPrimaryUp();
+    makeImage();
+    m_scenario.writeState("delay", "100");
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
+    expectTrace("import_tree_lun_never");
+    EXPECT_EQ(nullptr, m_output);
+}
+
+TEST_F(ImportTree, AFailedListingDuringTheImportFailsWithTheTraceOfAnException)
+{
+    setPrimaryUp();
+    makeImage();
+    m_scenario.refuse("kforutil listdisk");
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
+    expectTrace("import_tree_listing_fails");
+    EXPECT_EQ(nullptr, m_output);
 }
 
 TEST_F(ImportTree, WithoutMemoryForTheIdentityTheOutputStaysNull)

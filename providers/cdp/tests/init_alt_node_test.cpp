@@ -96,6 +96,7 @@ TEST_P(ALunShowsUpLate, AndIsFoundAtTheNextPass)
     const int rescans = GetParam();
     m_scenario.writeState("delay", std::to_string(rescans));
     EXPECT_EQ(OBZ_OK, initAltNode(target));
+    expectTrace("init_alt_node_lun_after_" + std::to_string(rescans));
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(2u * static_cast<size_t>(rescans), m_scenario.takeCommands().size()) << "each a discover and a listing";
 }
@@ -108,7 +109,7 @@ TEST_F(InitAltNode, ALunThatNeverShowsUpFailsAfterFourRescans)
     makeImage(target);
     m_scenario.writeState("delay", "100");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::initAltNode - Could not get Physical device for [TS1]"));
+    expectTrace("init_alt_node_lun_never");
     EXPECT_EQ(8u, m_scenario.takeCommands().size());
     EXPECT_STREQ(m_target.c_str(), target->identity->name);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo) << "nothing is undone";
@@ -133,7 +134,7 @@ TEST_F(InitAltNode, ATargetWithoutANameFails)
 {
     obz_domain nameless{};
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(m_primary.get(), nullptr, &nameless, false));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode - Private data for Target Node is NULL"));
+    expectTrace("init_alt_node_nameless_target");
 }
 
 TEST_F(InitAltNode, ARemoteTransportableOrIntendedNodeOnlyGetsTheState)
@@ -144,12 +145,15 @@ TEST_F(InitAltNode, ARemoteTransportableOrIntendedNodeOnlyGetsTheState)
     EXPECT_EQ(CString("server1"), targetData(remote).m_applianceName);
     primaryData().setTransportable(true);
     CNode transportable("transportable");
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(transportable));
+    expectTrace("init_alt_node_transportable");
     primaryData().setTransportable(false);
     primaryData().setIntent(OBZ_INTENT_DEPORT);
     CNode intended("intended");
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(intended));
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::initAltNode - getIntent = [1]"));
+    expectTrace("init_alt_node_intended");
     primaryData().setIntent(OBZ_INTENT_NONE);
     targetData(transportable).setTransportable(true);
     EXPECT_EQ(OBZ_OK, initAltNode(transportable));
@@ -162,7 +166,7 @@ TEST_F(InitAltNode, ATargetThatCannotBeImportedFails)
 {
     CNode target("<cdpfi>");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode - Could not import device[<cdpfi>]"));
+    expectTrace("init_alt_node_import_fails");
 }
 
 TEST_F(InitAltNode, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
@@ -170,13 +174,15 @@ TEST_F(InitAltNode, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
     CNode target("/dev/sda");
     primaryData().m_timeImage = "KSV_Time_Image_1";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode- Could not get time image for consistency group [cg1]"));
+    expectTrace("init_alt_node_unknown_image");
+    m_trace.clear();
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode - No consistency group found with name [cg9]"));
+    expectTrace("init_alt_node_unknown_group");
+    m_trace.clear();
     primaryData().m_applianceName = "server9";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode - No Appliance found with name [server9]."));
+    expectTrace("init_alt_node_unknown_appliance");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -185,10 +191,11 @@ TEST_F(InitAltNode, ATargetDeviceNameThatLeadsNowhereFails)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode tagOnly("<cdpfi>");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(tagOnly));
-    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::initAltNode - Invalid device format for [<cdpfi>]"));
+    expectTrace("init_alt_node_prefix_only");
+    m_trace.clear();
     CNode unclaimed(targetName("S9", "KSV_Check_Point_77").c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(unclaimed));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::initAltNode - Could not get claiming appliance for [S9]"));
+    expectTrace("init_alt_node_unclaimed");
     m_trace.clear();
     CNode noImage(targetName("S1", "KSV_Check_Point_78").c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(noImage));
@@ -213,7 +220,7 @@ TEST_F(InitAltNode, AFailedListingDuringTheImportFailsWithTheTraceOfAnException)
     makeImage(target);
     m_scenario.refuse("kforutil listdisk");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    EXPECT_TRUE(m_trace.has("L1 initAltNode(): Unhandled execption encountered, exiting the function"));
+    expectTrace("init_alt_node_listing_fails");
 }
 
 TEST_F(InitAltNode, AnImportMayBeRepeated)
@@ -222,7 +229,9 @@ TEST_F(InitAltNode, AnImportMayBeRepeated)
     makeImage(target);
     ASSERT_EQ(OBZ_OK, initAltNode(target));
     obzx_objid* const imported = target->identity;
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(target));
+    expectTrace("init_alt_node_again");
     EXPECT_EQ(imported, target->identity) << "the path is the name already";
 }
 

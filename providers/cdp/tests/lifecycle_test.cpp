@@ -1,4 +1,5 @@
 #include "framework/include/cfierrormanager.h"
+#include "providers/cdp/cdp_messages.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 
 namespace cdpfi {
@@ -16,6 +17,10 @@ class Lifecycle : public CPluginTest
 {
   protected:
     static auto errors() { return CFiContextSingleton<CFiErrorManager, FI_PLUGIN_NAME>::instance(false); }
+    static auto catalogs()
+    {
+        return CFiContextSingleton<obzx_pdk_4_4::CFiMessageCatalogManager, FI_PLUGIN_NAME>::instance(false);
+    }
     void removeShell() { std::filesystem::remove(m_scenario.root() / "opt/QXPKlm/bin/lmsh"); }
     /// Whether the private data of nodes is the provider's.
     bool makesProviderData()
@@ -50,6 +55,8 @@ TEST_F(Lifecycle, WithoutAnApplianceInitFailsAndRegistersNothing)
     EXPECT_THAT(plugin().getAnnouncedFims(), IsEmpty());
     EXPECT_FALSE(makesProviderData());
     EXPECT_EQ(0u, errors()->size());
+    std::string pattern;
+    EXPECT_FALSE(catalogs()->findPattern("cdpfi", message::INITIALIZATION_FAILED, "", pattern));
 }
 
 TEST_F(Lifecycle, WithoutAnApplianceTheHostIsToldWhichFileNamesNone)
@@ -72,6 +79,8 @@ TEST_F(Lifecycle, WhenNoApplianceIsValidInitFailsAfterTheCatalogAndThePrivateDat
     expectTrace("init_no_valid_appliance");
     EXPECT_THAT(plugin().getAnnouncedFims(), IsEmpty());
     EXPECT_TRUE(makesProviderData());
+    std::string pattern;
+    EXPECT_TRUE(catalogs()->findPattern("cdpfi", message::INITIALIZATION_FAILED, "", pattern));
     ASSERT_EQ(1u, m_messages.size());
     EXPECT_THAT(m_messages[0].m_text,
                 HasSubstr("The appliance shell " + m_scenario.root().string() +
@@ -86,6 +95,18 @@ TEST_F(Lifecycle, TheFimsOfAllAppliancesAreAnnouncedWithoutLookingForDuplicates)
     m_scenario.addAppliance("server1", {});
     m_scenario.addAppliance("server2", {});
     EXPECT_EQ(OBZ_OK, init());
+    expectTrace("init_two_appliances");
+    EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
+}
+
+// The appliances share one shell; it goes away between the two looks at it.
+TEST_F(Lifecycle, WithOneValidAndOneInvalidApplianceTheFimsOfBothAreAnnounced)
+{
+    m_scenario.addAppliance("server1", {});
+    m_scenario.addAppliance("server2", {});
+    m_trace.onLine("L3 CCDPPlugin::init - Found a valid Appliance.", [this] { removeShell(); });
+    EXPECT_EQ(OBZ_OK, init());
+    expectTrace("init_one_valid_appliance");
     EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
 }
 
@@ -94,7 +115,7 @@ TEST_F(Lifecycle, AnApplianceThatAnswersNothingDoesNotKeepTheProviderFromStartin
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     m_scenario.refuse("server1: *");
     EXPECT_EQ(OBZ_OK, init());
-    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::init done successfully"));
+    expectTrace("init_mute_appliance");
 }
 
 TEST_F(Lifecycle, AnExceptionOnTheWayUpIsReportedOnTheErrorStack)
@@ -102,7 +123,7 @@ TEST_F(Lifecycle, AnExceptionOnTheWayUpIsReportedOnTheErrorStack)
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     m_scenario.refuse("kforutil listdisk");
     EXPECT_EQ(OBZ_ERR_INIT, init());
-    EXPECT_FALSE(m_trace.has("L3 CCDPPlugin::init done successfully"));
+    expectTrace("init_listing_fails");
     const auto message = errors()->top();
     ASSERT_TRUE(message);
     EXPECT_EQ("MSG_ERROR_INITIALIZATION_FAILED", message->getMessageId());
@@ -131,7 +152,9 @@ TEST_F(Lifecycle, ALaterInitReadsTheConfigurationAgain)
     ASSERT_EQ(OBZ_OK, init());
     fini();
     m_scenario.addAppliance("server2", {{"cg2", {"S2"}}});
+    m_trace.clear();
     ASSERT_EQ(OBZ_OK, init());
+    expectTrace("init_again");
     EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
     CNode group("cg2");
     EXPECT_EQ(OBZ_OK, initNode(group));
@@ -166,7 +189,14 @@ TEST_F(Lifecycle, ProviderInfoIsOneNodeAlsoBeforeInit)
     EXPECT_EQ(0, provider->attribute_count);
     EXPECT_EQ(nullptr, provider->next);
     obzx_free_provider_list(provider);
-    fini();
+    m_scenario.addAppliance("server1", {});
+    start();
+    EXPECT_EQ(OBZ_OK, plugin().getProviderInfo(&provider));
+    expectTrace("get_provider_info");
+    ASSERT_NE(nullptr, provider);
+    EXPECT_STREQ("cdpfi", provider->name);
+    EXPECT_EQ(nullptr, provider->next);
+    obzx_free_provider_list(provider);
 }
 
 TEST_F(Lifecycle, FimsOfEveryApplianceAreEnumerated)

@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "framework/include/cfiprivatedata.h"
 #include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
@@ -108,11 +110,23 @@ TEST_F(Nodes, ANullNodeIsInvalidAndANamelessOneFails)
 {
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().initNode(nullptr, nullptr, 0, nullptr));
     obz_domain nameless{};
+    m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
+    expectTrace("init_node_nameless");
     obzx_objid identity{};
     nameless.identity = &identity;
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
     EXPECT_EQ(nullptr, nameless.private_data);
+}
+
+TEST_F(Nodes, ADeviceNodeOfAKnownGroupNodeIsTracedLikeAnyOther)
+{
+    CNode group("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    m_trace.clear();
+    CNode node("<cdpfi>S2");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    expectTrace("init_node_device_of_group_node");
 }
 
 TEST_F(Nodes, ANodeThatComesAgainKeepsOneSetOfCombinations)
@@ -163,8 +177,13 @@ TEST_F(Nodes, DeinitOfTheGroupNodeEndsItsEntry)
 {
     CNode group("cg1");
     ASSERT_EQ(OBZ_OK, initNode(group));
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(group.get()));
-    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found matching group node for ConsistencyGroup [cg1]"));
+    expectTrace("deinit_node_group");
+    std::ostringstream address;
+    address << std::hex << reinterpret_cast<uintptr_t>(group.get());
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found map entry for ConsistencyGroup [cg1] with addres " +
+                            address.str()));
     CNode node("<cdpfi>S1");
     ASSERT_EQ(OBZ_OK, initNode(node));
     EXPECT_EQ(nullptr, node->combos->quiesce->group);
@@ -176,8 +195,9 @@ TEST_F(Nodes, DeinitOfADeviceNodeKeepsItsGroupsEntry)
     ASSERT_EQ(OBZ_OK, initNode(group));
     CNode first("<cdpfi>S1");
     ASSERT_EQ(OBZ_OK, initNode(first));
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(first.get()));
-    EXPECT_FALSE(m_trace.has("L3 CCDPPlugin::deInitNode found NULL groupnode"));
+    expectTrace("deinit_node_device");
     CNode second("<cdpfi>S2");
     ASSERT_EQ(OBZ_OK, initNode(second));
     EXPECT_EQ(group.get(), second->combos->quiesce->group);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <new>
 #include <string>
+#include <utility>
 
 #include "framework/include/obzx_runtime.h"
 #include "providers/cdp/tests/memory_faults.h"
@@ -39,6 +40,25 @@ void expectFilled(const CCDPPrivateData& data)
     EXPECT_EQ(CString("KSV_Time_Image_1"), data.m_timeImage);
     EXPECT_EQ(CString("KSV_Check_Point_1"), data.m_checkPointName);
 }
+
+/// A field, and what it reads from a text in which a tag of it is missing.
+struct SField
+{
+    const char* m_tag;
+    CString CCDPPrivateData::*m_value;
+    const char* m_withoutTags;  ///< from 26 characters, 0 to 9, a to j and K to P
+    const char* m_closeLater;   ///< from 20 characters, 0 to 9 and a to j, and the close tag
+    const char* m_closeBefore;  ///< from one character, the close tag, and the same 20
+};
+
+constexpr SField FIELDS[] = {
+    {"ApplianceType", &CCDPPrivateData::m_applianceType, "efghijKLMNOP", "efghij", "pe>0123456789abcdefghij"},
+    {"ApplianceName", &CCDPPrivateData::m_applianceName, "efghijKLMNOP", "efghij", "me>0123456789abcdefghij"},
+    {"ConsistencyGroup", &CCDPPrivateData::m_consistencyGroup, "hijKLMNOP", "hij", "up>0123456789abcdefghij"},
+    {"TimeImage", &CCDPPrivateData::m_timeImage, "abcdefghijKLMNOP", "abcdefghij", "ge>0123456789abcdefghij"},
+    {"CheckPointName", &CCDPPrivateData::m_checkPointName, "fghijKLMNOP", "fghij", "me>0123456789abcdefghij"},
+    {"SerialNo", &CCDPPrivateData::m_serialNo, "9abcdefghijKLMNOP", "9abcdefghij", "No>0123456789abcdefghij"},
+};
 
 }  // namespace
 
@@ -164,10 +184,43 @@ TEST(PrivateData, ABlobWithoutANulIsNotReadPastItsSize)
     CCDPPrivateData record(nullptr, false);
     record.setNodeState(&blob);
     EXPECT_EQ(CString("42"), record.m_serialNo);
-    const obz_blob one = {1, pages + page - 1, OBZ_ENCODING_STRING};
-    record.setNodeState(&one);
-    EXPECT_EQ(CString(""), record.m_serialNo);
     munmap(pages, 2 * page);
+}
+
+TEST(PrivateData, ABlobOfOneByteEmptiesEveryField)
+{
+    for (char byte : {'x', '\0'}) {
+        CCDPPrivateData record(nullptr, false);
+        fill(record);
+        const obz_blob blob = {1, &byte, OBZ_ENCODING_STRING};
+        EXPECT_EQ(0, record.setNodeState(&blob));
+        for (const SField& field : FIELDS)
+            EXPECT_EQ(CString(""), record.*field.m_value) << field.m_tag;
+    }
+}
+
+// Worked out by hand: a missing tag stands at 0xFFFFFFFF, so a value without its open tag begins at the length of that
+// tag - 1, and one whose close tag stands before that reaches to the end.
+TEST(PrivateData, EveryFieldIsReadWithTheWrappedArithmeticOfMissingTags)
+{
+    for (const SField& field : FIELDS) {
+        const std::string open = std::string("<") + field.m_tag + ">";
+        const std::string close = std::string("</") + field.m_tag + ">";
+        const std::pair<std::string, std::string> cases[] = {
+            {open + "value" + close + "rest", "value"},
+            {open + "value", "value"},
+            {"0123456789abcdefghijKLMNOP", field.m_withoutTags},
+            {"0123456789abcdefghij" + close + "rest", field.m_closeLater},
+            {"x" + close + "0123456789abcdefghij", field.m_closeBefore},
+            {close + open + "value", "value"},
+        };
+        for (const auto& [text, value] : cases) {
+            CCDPPrivateData record(nullptr, false);
+            const obz_blob blob = blobOf(text);
+            record.setNodeState(&blob);
+            EXPECT_EQ(value, std::string(bytesOf(record.*field.m_value))) << text;
+        }
+    }
 }
 
 TEST(PrivateData, AStateOfSixteenMebibytesIsRead)

@@ -70,13 +70,30 @@ TEST_F(ProviderState, AnotherEncodingIsTracedAndGivesZero)
     EXPECT_EQ(CString(""), plugin().GetPrivateData(node.get())->m_serialNo);
 }
 
+TEST_F(ProviderState, ABlobWithoutDataOrSizeTracesNothingButTheFunction)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    char text[] = "<SerialNo>S2</SerialNo>";
+    obz_blob withoutData = {sizeof text, nullptr, OBZ_ENCODING_STRING};
+    obz_blob withoutSize = {0, text, 7};
+    for (obz_blob* blob : {&withoutData, &withoutSize}) {
+        m_trace.clear();
+        EXPECT_EQ(OBZ_OK, process(node, blob, OBZ_STATE_SET));
+        expectTrace("provider_state_empty_blob");
+        EXPECT_EQ(CString("S1"), plugin().GetPrivateData(node.get())->m_serialNo);
+    }
+}
+
 TEST_F(ProviderState, WhatCannotBeServedGivesThree)
 {
     CNode node("<cdpfi>S1");
     obz_blob blob{};
     EXPECT_EQ(3, process(node, &blob, OBZ_STATE_GET)) << "no private data";
     expectTrace("provider_state_without_data");
+    m_trace.clear();
     EXPECT_EQ(3, process(node, &blob, 2));
+    expectTrace("provider_state_other_operation");
     EXPECT_EQ(3, process(node, nullptr, OBZ_STATE_SET));
     EXPECT_EQ(3, plugin().processProviderState(nullptr, &blob, OBZ_STATE_GET));
     obz_domain nameless{};

@@ -76,24 +76,39 @@ TEST_F(Snapshot, AppliancesAreTakenInTheOrderOfTheirNames)
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(command("server1", "C"), command("server2", "A")));
 }
 
-TEST_F(Snapshot, AFailingGroupLeavesTheEarlierOnesMadeAndTheLaterOnesUntouched)
+/// Three groups of one appliance and one of another, in key order; the one that fails.
+struct SFailingGroup
 {
-    const char* groups[] = {"A", "B", "C"};
-    const std::vector<std::string> made[] = {{}, {"<cdpfi>S1", "<cdpfi>S3"}, {"<cdpfi>S1", "<cdpfi>S2", "<cdpfi>S3"}};
-    for (size_t failing = 0; failing < 3; ++failing) {
-        CNode nodes[] = {{"<cdpfi>S1"}, {"<cdpfi>S2"}, {"<cdpfi>S3"}, {"<cdpfi>S4"}};
-        CFiSessionPtr session = this->session(groups[failing], {&nodes[0], &nodes[1], &nodes[2], &nodes[3]});
-        m_scenario.refuse(std::string("*create annotation*\"") + groups[failing] + "\" set*");
-        m_trace.clear();
-        EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
-        if (failing == 1) expectTrace("make_snapshots_failing_group");
-        EXPECT_EQ(made[failing], madeNodes(session));
-        EXPECT_EQ(failing + 1, m_scenario.takeCommands().size());
-        m_scenario.refuseNothing();
-        std::filesystem::remove(m_scenario.root() / ("opt/QXPKlm/bin/state/server1/ann.A." + checkPoint()));
-        std::filesystem::remove(m_scenario.root() / ("opt/QXPKlm/bin/state/server1/ann.B." + checkPoint()));
-    }
+    const char* m_place;
+    const char* m_server;
+    const char* m_group;
+    std::vector<std::string> m_made;
+    size_t m_commands;
+};
+
+class AFailingGroup : public Snapshot, public testing::WithParamInterface<SFailingGroup>
+{
+};
+
+TEST_P(AFailingGroup, LeavesTheEarlierOnesMadeAndTheLaterOnesUntouched)
+{
+    const SFailingGroup& failing = GetParam();
+    CNode nodes[] = {{"<cdpfi>S21"}, {"<cdpfi>S1"}, {"<cdpfi>S2"}, {"<cdpfi>S3"}, {"<cdpfi>S4"}};
+    CFiSessionPtr session = this->session("s", {&nodes[0], &nodes[1], &nodes[2], &nodes[3], &nodes[4]});
+    m_scenario.refuse(command(failing.m_server, failing.m_group));
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
+    expectTrace(std::string("make_snapshots_failing_") + failing.m_place);
+    EXPECT_EQ(failing.m_made, madeNodes(session));
+    EXPECT_EQ(failing.m_commands, m_scenario.takeCommands().size());
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, AFailingGroup,
+    testing::Values(SFailingGroup{"first", "server1", "A", {}, 1},
+                    SFailingGroup{"middle", "server1", "B", {"<cdpfi>S1", "<cdpfi>S3"}, 2},
+                    SFailingGroup{"last_of_appliance", "server1", "C", {"<cdpfi>S1", "<cdpfi>S2", "<cdpfi>S3"}, 3},
+                    SFailingGroup{"last", "server2", "A", {"<cdpfi>S1", "<cdpfi>S2", "<cdpfi>S3", "<cdpfi>S4"}, 4}),
+    [](const auto& place) { return std::string(place.param.m_place); });
 
 TEST_F(Snapshot, AnEmptySessionMakesNoCheckPoint)
 {
@@ -125,7 +140,7 @@ TEST_F(Snapshot, ANodeThatNoApplianceClaimsEndsTheCallBeforeAnythingIsMade)
     CNode unknown("<cdpfi>S9");
     CFiSessionPtr session = this->session("s", {&good, &unknown});
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::makeSnapshots - Could not get claiming appliance for [S9]"));
+    expectTrace("make_snapshots_unclaimed");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
     EXPECT_THAT(madeNodes(session), IsEmpty());
 }
@@ -135,6 +150,7 @@ TEST_F(Snapshot, ANodeWithoutPrivateDataGetsItsTargetAllTheSame)
     CNode node("<cdpfi>S1");
     CFiSessionPtr session = this->session("s", {&node});
     EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots_without_data");
     EXPECT_THAT(madeNodes(session), ElementsAre("<cdpfi>S1"));
     EXPECT_EQ(nullptr, node->private_data);
 }
@@ -145,7 +161,9 @@ TEST_F(Snapshot, ASecondMakeOfTheSameSessionHasNothingToDo)
     CFiSessionPtr session = this->session("s", {&node});
     ASSERT_EQ(OBZ_OK, plugin().makeSnapshots(session));
     m_scenario.takeCommands();
+    m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    expectTrace("make_snapshots_again");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -155,8 +173,9 @@ TEST_F(Snapshot, ASecondSnapshotOfAGroupByOneProcessIsRefusedByTheAppliance)
     CFiSessionPtr first = this->session("first", {&node});
     CFiSessionPtr second = this->session("second", {&node});
     EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(first));
+    m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(second));
-    EXPECT_TRUE(m_trace.has("L1 CCDPPlugin::makeSnapshots - failed to create annotation for consistency group [A]."));
+    expectTrace("make_snapshots_same_checkpoint");
     EXPECT_THAT(madeNodes(second), IsEmpty());
 }
 

@@ -28,6 +28,8 @@ std::string withoutRunValues(std::string text, const std::string& root)
 {
     static const std::regex s_line(R"((Entering|Exiting) Function (\w+) \[\d+, )");
     static const std::regex s_temp(R"(/[\w/.]*ksv_fi\w+)");
+    static const std::regex s_address(R"(addres [1-9a-f][0-9a-f]*)");
+    text = std::regex_replace(text, s_address, "addres <address>");
     text = replaceAll(std::move(text), root, "<root>");
     text = replaceAll(std::move(text), "_" + std::to_string(getpid()), "_<pid>");
     text = std::regex_replace(text, s_temp, "<temp>");
