@@ -71,6 +71,23 @@ TEST_F(Backup, ImportedCopyHoldsWhatWasThereAtTheSnapshotAndSourcesKeepWhatCameA
     EXPECT_EQ(contentOf(data), dataAfter);
 }
 
+TEST_F(Backup, SnapshotDeletedOnProductionIsGoneForTheBackupHostTooAndDeletingAgainIsNoError)
+{
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    ASSERT_EQ(create("nightly", {site.device("vault", "data")}).status, 0);
+    const auto paths = importOnBackup("nightly");
+    ASSERT_EQ(paths.size(), 1u);
+
+    const SRun deleted = site.fictl("production", {"snapshot", "delete", "nightly"});
+    EXPECT_EQ(deleted.status, 0) << deleted.err;
+    EXPECT_TRUE(site.copiesOf("vault", "payroll").empty());
+    EXPECT_FALSE(std::filesystem::exists(paths.begin()->second));
+
+    const SRun again = site.fictl("backup", {"snapshot", "delete", "nightly"});
+    EXPECT_EQ(again.status, 0) << again.err;
+}
+
 TEST_F(Backup, WritingToAnImportedCopyLeavesTheSourceAlone)
 {
     site.addGroup("vault", "payroll", {"data"});
@@ -155,10 +172,19 @@ TEST_F(Backup, SixtyFourDevicesInEightGroupsOfTwoAppliances)
             devices.push_back(lun.at("device"));
     }
     ASSERT_EQ(devices.size(), 64u);
+    std::map<std::string, std::string> before;
+    for (int group = 0; group < 8; ++group)
+        site.write(group % 2 == 0 ? "east" : "west", "g" + std::to_string(group) + "l7",
+                   "of group " + std::to_string(group));
+    for (const std::string& device : devices)
+        before[device] = contentOf(device);
 
     ASSERT_EQ(create("all", devices).status, 0);
 
-    EXPECT_EQ(importOnBackup("all").size(), 64u);
+    const auto paths = importOnBackup("all");
+    EXPECT_EQ(paths.size(), 64u);
+    for (const auto& [source, path] : paths)
+        EXPECT_TRUE(contentOf(path) == before.at(source)) << source;
     EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "all"}).status, 0);
     for (int group = 0; group < 8; ++group)
         EXPECT_TRUE(site.copiesOf(group % 2 == 0 ? "east" : "west", "group" + std::to_string(group)).empty());

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 
 #include "framework/include/obz_entry_points.h"
 #include "framework/include/obzx_runtime.h"
@@ -93,6 +94,7 @@ class CNode
     CNode& operator=(const CNode&) = delete;
 
     obz_splitnode* split() { return &m_split; }
+    obz_domain* domain() const { return m_split.node; }
 
     int32_t initStatus = -1;
 
@@ -116,100 +118,143 @@ std::string takeNewest(const CHost& host, const char* locale)
     return taken;
 }
 
-int32_t makeSnapshot(const CHost& host, CNode& node, const char* session, int32_t& made)
+/// A host program on a site with one LUN, "data" of the group "payroll" on the appliance "vault".
+class HostProgram : public testing::Test
 {
-    EXPECT_EQ(host.entry<obzx_fi_select_fn>("select")(node.split(), session, nullptr, 0), OBZ_OK);
-    EXPECT_EQ(host.entry<obzx_fi_prepare_fn>("prepare")(node.split(), session, nullptr, 0, 0), OBZ_OK);
-    obzx_objid** identities = nullptr;
-    const int32_t status = host.entry<obzx_fi_make_fn>("make")(node.split(), session, nullptr, 0, &identities, &made);
-    obzx_free_objid_array(identities, made);
-    return status;
-}
+  protected:
+    HostProgram()
+    {
+        m_site.addGroup("vault", "payroll", {"data"});
+        m_site.setUpHosts();
+    }
+    ~HostProgram() override
+    {
+        if (m_copy.identity == nullptr) return;
+        m_host->entry<obzx_fi_deinit_node_fn>("deinit_node")(&m_copy);
+        obzx_free_objid(m_copy.identity);
+    }
+
+    /// The plug-in loaded and the LUN's node set up.
+    void start()
+    {
+        m_host.emplace(m_site);
+        ASSERT_EQ(m_host->initStatus, OBZ_OK);
+        m_serial = m_site.serial("vault", "data");
+        m_node.emplace(*m_host, "<cdpfi>" + m_serial);
+        ASSERT_EQ(m_node->initStatus, OBZ_OK);
+    }
+
+    int32_t makeSnapshot(const char* session, int32_t& made)
+    {
+        obz_splitnode* const split = m_node->split();
+        EXPECT_EQ(m_host->entry<obzx_fi_select_fn>("select")(split, session, nullptr, 0), OBZ_OK);
+        EXPECT_EQ(m_host->entry<obzx_fi_prepare_fn>("prepare")(split, session, nullptr, 0, 0), OBZ_OK);
+        obzx_objid** identities = nullptr;
+        const int32_t status = m_host->entry<obzx_fi_make_fn>("make")(split, session, nullptr, 0, &identities, &made);
+        obzx_free_objid_array(identities, made);
+        return status;
+    }
+
+    /// A snapshot, and the node of its copy, m_copy.
+    void takeCopy()
+    {
+        int32_t made = 0;
+        ASSERT_EQ(makeSnapshot("session", made), OBZ_OK);
+        m_target = "<cdpfi><DeviceID>" + m_serial + "<DeviceID/><Annotation>KSV_Check_Point_" +
+                   std::to_string(getpid()) + "<Annotation/>";
+        m_copy.identity = obzx_get_objid(m_target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+    }
+
+    int32_t dispose()
+    {
+        return m_host->entry<obzx_fi_dispose_fn>("dispose")(node(), &m_copy, nullptr, OBZ_DISP_REMOVE);
+    }
+    int32_t import() { return m_host->entry<obzx_fi_init_altnode_fn>("init_altnode")(node(), nullptr, &m_copy); }
+
+    /// Names the copy's time image in the node's state, as a host does between the two calls of an import.
+    void nameTimeImage() const
+    {
+        auto* const processState = m_host->entry<obzx_fi_process_providerstate_fn>("process_providerstate");
+        obz_blob blob{};
+        ASSERT_EQ(processState(node(), &blob, OBZ_STATE_GET), OBZ_OK);
+        std::string state(static_cast<const char*>(blob.data));
+        obzx_free_buf(blob.data, blob.size);
+        state.replace(state.find("</TimeImage>"), 0, "KSV_Time_Image_" + std::to_string(getpid()));
+        blob = {state.size() + 1, state.data(), OBZ_ENCODING_STRING};
+        ASSERT_EQ(processState(node(), &blob, OBZ_STATE_SET), OBZ_OK);
+    }
+
+    obz_domain* node() const { return m_node->domain(); }
+
+    CSite m_site;
+    std::optional<CHost> m_host;
+    std::optional<CNode> m_node;
+    std::string m_serial;
+    std::string m_target;
+    obz_domain m_copy{};
+};
 
 }  // namespace
 
-TEST(HostProgram, SecondSnapshotOfTheSameGroupByOneProcessIsRefusedByTheAppliance)
+TEST_F(HostProgram, SecondSnapshotOfTheSameGroupByOneProcessIsRefusedByTheApplianceAndReportedAsSuch)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    site.setUpHosts();
-    const CHost host(site);
-    ASSERT_EQ(host.initStatus, OBZ_OK);
-    CNode node(host, "<cdpfi>" + site.serial("vault", "data"));
-    ASSERT_EQ(node.initStatus, OBZ_OK);
+    ASSERT_NO_FATAL_FAILURE(start());
 
     int32_t made = 0;
-    EXPECT_EQ(makeSnapshot(host, node, "first", made), OBZ_OK);
+    EXPECT_EQ(makeSnapshot("first", made), OBZ_OK);
     EXPECT_EQ(made, 1);
-    EXPECT_EQ(makeSnapshot(host, node, "second", made), OBZ_ERR_FAILED);
+    EXPECT_EQ(makeSnapshot("second", made), OBZ_ERR_FAILED);
     EXPECT_EQ(made, 0);
 
-    const std::vector<std::string> copies = site.copiesOf("vault", "payroll");
+    ASSERT_FALSE(m_host->failures.empty());
+    EXPECT_EQ(m_host->failures.back(),
+              "CCDPPlugin::makeSnapshots - failed to create annotation for consistency group [payroll].");
+    const std::vector<std::string> copies = m_site.copiesOf("vault", "payroll");
     ASSERT_EQ(copies.size(), 1u);
     EXPECT_NE(copies.front().find("KSV_Check_Point_" + std::to_string(getpid())), std::string::npos);
 }
 
-TEST(HostProgram, DisposingTwiceIsNoError)
+TEST_F(HostProgram, DisposingTwiceIsNoError)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    site.setUpHosts();
-    const CHost host(site);
-    ASSERT_EQ(host.initStatus, OBZ_OK);
-    const std::string serial = site.serial("vault", "data");
-    CNode node(host, "<cdpfi>" + serial);
-    int32_t made = 0;
-    ASSERT_EQ(makeSnapshot(host, node, "session", made), OBZ_OK);
-    const std::string target = "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>KSV_Check_Point_" +
-                               std::to_string(getpid()) + "<Annotation/>";
-    obz_domain copy{};
-    copy.identity = obzx_get_objid(target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(takeCopy());
 
-    auto* const dispose = host.entry<obzx_fi_dispose_fn>("dispose");
-    EXPECT_EQ(dispose(node.split()->node, &copy, nullptr, OBZ_DISP_REMOVE), OBZ_OK);
-    EXPECT_TRUE(site.copiesOf("vault", "payroll").empty());
-    EXPECT_EQ(dispose(node.split()->node, &copy, nullptr, OBZ_DISP_REMOVE), OBZ_OK);
-    obzx_free_objid(copy.identity);
+    EXPECT_EQ(dispose(), OBZ_OK);
+    EXPECT_TRUE(m_site.copiesOf("vault", "payroll").empty());
+    EXPECT_EQ(dispose(), OBZ_OK);
 }
 
-TEST(HostProgram, InitAfterFiniReadsTheConfigurationAgain)
+TEST_F(HostProgram, InitAfterFiniReadsTheConfigurationAgain)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    site.setUpHosts();
-    const CHost host(site);
+    const CHost host(m_site);
     ASSERT_EQ(host.initStatus, OBZ_OK);
     host.entry<obzx_fi_fini_fn>("fini")();
-    site.addGroup("annex", "late", {"extra"});
-    site.setUpHosts();
+    m_site.addGroup("annex", "late", {"extra"});
+    m_site.setUpHosts();
 
     obz_version version{};
     ASSERT_EQ(host.entry<obzx_fi_init_fn>("init")(nullptr, &version, nullptr), OBZ_OK);
 
-    CNode node(host, "<cdpfi>" + site.serial("annex", "extra"));
+    CNode node(host, "<cdpfi>" + m_site.serial("annex", "extra"));
     EXPECT_EQ(node.initStatus, OBZ_OK);
 }
 
-TEST(HostProgram, DiskListingThatFailsEndsTheStartAndNamesTheTool)
+TEST_F(HostProgram, DiskListingThatFailsEndsTheStartAndNamesTheTool)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    const std::filesystem::path tools = moveTools(site);
+    const std::filesystem::path tools = moveTools(m_site);
     std::filesystem::remove(tools / "kforutil");
 
-    const CHost host(site);
+    const CHost host(m_site);
 
     EXPECT_EQ(host.initStatus, OBZ_ERR_INIT);
     ASSERT_EQ(host.messages.size(), 2u);
     EXPECT_NE(host.messages.front().find((tools / "kforutil").string()), std::string::npos) << host.messages.front();
 }
 
-TEST(HostProgram, ReadsTheErrorStackNewestFirstInAnyLanguage)
+TEST_F(HostProgram, ReadsTheErrorStackNewestFirstInAnyLanguage)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    std::filesystem::remove(moveTools(site) / "kforutil");
-    const CHost host(site);
+    std::filesystem::remove(moveTools(m_site) / "kforutil");
+    const CHost host(m_site);
     ASSERT_EQ(host.initStatus, OBZ_ERR_INIT);
 
     EXPECT_EQ(
@@ -226,39 +271,18 @@ TEST(HostProgram, ReadsTheErrorStackNewestFirstInAnyLanguage)
     EXPECT_EQ(none, nullptr) << "a code without a text";
 }
 
-TEST(HostProgram, DiskListingThatFailsInAnImportGivesFailedAndLeavesTheTarget)
+TEST_F(HostProgram, DiskListingThatFailsInAnImportGivesFailedAndLeavesTheTarget)
 {
-    CSite site;
-    site.addGroup("vault", "payroll", {"data"});
-    const std::filesystem::path tools = moveTools(site);
-    const CHost host(site);
-    ASSERT_EQ(host.initStatus, OBZ_OK);
-    const std::string serial = site.serial("vault", "data");
-    CNode node(host, "<cdpfi>" + serial);
-    int32_t made = 0;
-    ASSERT_EQ(makeSnapshot(host, node, "session", made), OBZ_OK);
-    const std::string suffix = std::to_string(getpid());
-    const std::string target =
-        "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>KSV_Check_Point_" + suffix + "<Annotation/>";
-    obz_domain copy{};
-    copy.identity = obzx_get_objid(target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
-    auto* const import = host.entry<obzx_fi_init_altnode_fn>("init_altnode");
-    ASSERT_EQ(import(node.split()->node, nullptr, &copy), OBZ_OK);
-    auto* const processState = host.entry<obzx_fi_process_providerstate_fn>("process_providerstate");
-    obz_blob blob{};
-    ASSERT_EQ(processState(node.split()->node, &blob, OBZ_STATE_GET), OBZ_OK);
-    std::string state(static_cast<const char*>(blob.data));
-    obzx_free_buf(blob.data, blob.size);
-    state.replace(state.find("</TimeImage>"), 0, "KSV_Time_Image_" + suffix);
-    blob = {state.size() + 1, state.data(), OBZ_ENCODING_STRING};
-    ASSERT_EQ(processState(node.split()->node, &blob, OBZ_STATE_SET), OBZ_OK);
+    const std::filesystem::path tools = moveTools(m_site);
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(takeCopy());
+    ASSERT_EQ(import(), OBZ_OK);
+    ASSERT_NO_FATAL_FAILURE(nameTimeImage());
     std::filesystem::remove(tools / "kforutil");
 
-    EXPECT_EQ(import(node.split()->node, nullptr, &copy), OBZ_ERR_FAILED);
+    EXPECT_EQ(import(), OBZ_ERR_FAILED);
 
-    EXPECT_STREQ(copy.identity->name, target.c_str());
-    ASSERT_FALSE(host.failures.empty());
-    EXPECT_EQ(host.failures.back(), "initAltNode(): Unhandled execption encountered, exiting the function");
-    host.entry<obzx_fi_deinit_node_fn>("deinit_node")(&copy);
-    obzx_free_objid(copy.identity);
+    EXPECT_STREQ(m_copy.identity->name, m_target.c_str());
+    ASSERT_FALSE(m_host->failures.empty());
+    EXPECT_EQ(m_host->failures.back(), "initAltNode(): Unhandled execption encountered, exiting the function");
 }

@@ -75,6 +75,16 @@ TEST(Catalogs, EveryArgumentIsNamedInEveryLanguage)
     }
 }
 
+TEST(Catalogs, EveryMessageSaysWhatHappenedAndInASecondSentenceWhatToDo)
+{
+    for (const char* key : KEYS) {
+        for (const char* locale : {"", "de", "fr"})
+            EXPECT_NE(std::string::npos, textOf(key, locale).find(". ")) << key << locale;
+        const std::string japanese = textOf(key, "ja");
+        EXPECT_NE(japanese.find("。"), japanese.rfind("。")) << key;
+    }
+}
+
 TEST(Catalogs, AnUnknownLanguageGetsTheEnglishText)
 {
     EXPECT_EQ(textOf(message::INITIALIZATION_FAILED, ""), textOf(message::INITIALIZATION_FAILED, "sv"));

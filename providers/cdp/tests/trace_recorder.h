@@ -25,7 +25,7 @@ class CTraceRecorder
     /**
      * Compares the lines so far with the file expected/<name>.trace beside the tests. What changes from run to run is
      * written <pid>, <root> (a scenario's root directory), <temp> (a temporary file), <address> and <line>. With
-     * UPDATE_EXPECTED=1 in the environment the file is written anew instead, and the difference is shown.
+     * UPDATE_EXPECTED=1 in the environment, which script/expected sets, the file is written anew instead.
      */
     void expect(const std::string& name, const std::string& root) const;
 
