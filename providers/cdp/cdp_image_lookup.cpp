@@ -65,14 +65,4 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
     return {appliance, image};
 }
 
-CString targetLunOf(const std::map<CString, CString>& devices, const CString& source)
-{
-    // The map is a copy already, so a walk costs nothing more; its keys are compared as bytes because a copy that found
-    // no memory has none.
-    for (const auto& [sourceLun, targetLun] : devices) {
-        if (bytesOf(sourceLun) == bytesOf(source)) return textOf(bytesOf(targetLun));
-    }
-    return {};
-}
-
 }  // namespace cdpfi

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 
 #include "providers/cdp/cdp_appliance_factory.h"
 #include "providers/cdp/cdp_privatedata.h"
@@ -39,8 +38,5 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
 /// @param nodeTag what the name has to be longer than, and stands before the tagged values
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
                               const CString& nodeTag, const obzx_pdk_4_4::CFiTraceable& log);
-
-/// The target LUN of a source LUN in an image's device map; empty when the image does not show it.
-CString targetLunOf(const std::map<CString, CString>& devices, const CString& source);
 
 }  // namespace cdpfi

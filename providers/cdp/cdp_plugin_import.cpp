@@ -134,7 +134,7 @@ int32_t CCDPPlugin::importExistingImage(const SImportRequest& request)
                                   : findImageOfState(*appliances, request, *this);
     if (!found.m_image) return OBZ_ERR_FAILED;
     const CString& source = request.m_primary->m_serialNo;
-    const CString targetLun = targetLunOf(found.m_image->getTargetDeviceMap(), source);
+    const CString targetLun = found.m_image->getTargetDevice(source);
     trace(TRACE_FAILURE, "CCDPPlugin::%s- device [%s] has target [%s]", operation, source, targetLun);
     if (request.m_target != nullptr) assign(request.m_target->m_serialNo, targetLun);
     CString path;

@@ -86,7 +86,7 @@ int32_t CCDPPlugin::mapImage(const STargetDevice& target, const CConsistencyGrou
         return OBZ_ERR_FAILED;
     }
     trace(TRACE_INFO, "CCDPPlugin::importNode- device [%s] has target [%s]", target.m_source,
-          targetLunOf(image->getTargetDeviceMap(), target.m_source));
+          image->getTargetDevice(target.m_source));
     return OBZ_OK;
 }
 

@@ -69,6 +69,12 @@ void CLMRTimeImage::setConsistencyGroup(CConsistencyGroupPtr group)
     m_group = group;
 }
 
+CString CLMRTimeImage::getTargetDevice(const CString& sourceSerial)
+{
+    const auto entry = m_targetDevices.find(bytesOf(sourceSerial));
+    return entry == m_targetDevices.end() ? CString() : textOf(entry->second);
+}
+
 bool CLMRTimeImage::isMapped(const CString& hostName) const
 {
     return std::ranges::any_of(m_mappedHosts, [&](const CHostPtr& host) { return host->getName() == hostName; });

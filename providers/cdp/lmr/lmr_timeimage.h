@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ class CLMRTimeImage : public CBaseTimeImage
     CString getName() override;
     std::map<CString, CString> getTargetDeviceMap() override;
     void setConsistencyGroup(CConsistencyGroupPtr group) override;
+    CString getTargetDevice(const CString& sourceSerial) override;
 
   private:
     bool isMapped(const CString& hostName) const;
@@ -35,7 +37,7 @@ class CLMRTimeImage : public CBaseTimeImage
     CString m_appName;
     CConsistencyGroupPtr m_group;
     std::vector<CHostPtr> m_mappedHosts;
-    std::map<std::string, std::string> m_targetDevices;
+    std::map<std::string, std::string, std::less<>> m_targetDevices;
 };
 
 }  // namespace cdpfi

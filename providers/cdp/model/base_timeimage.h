@@ -24,6 +24,9 @@ class CBaseTimeImage : public obzx_pdk_4_4::CFiRefCount, public virtual obzx_pdk
     /// Source LUN serial to target LUN serial, a copy.
     virtual std::map<CString, CString> getTargetDeviceMap() = 0;
     virtual void setConsistencyGroup(CConsistencyGroupPtr group) = 0;
+    /// Target LUN serial of one source LUN, empty when the image does not show it. Costs no copy of the whole map, so
+    /// that importing all LUNs of a group costs the same for each of them.
+    virtual CString getTargetDevice(const CString& sourceSerial) = 0;
 };
 
 using CTimeImagePtr = obzx_pdk_4_4::CFiSmartPtr<CBaseTimeImage, obzx_pdk_4_4::CFiNullAllocator<CBaseTimeImage>>;

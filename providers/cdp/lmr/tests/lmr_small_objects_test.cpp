@@ -95,6 +95,17 @@ TEST_F(CLmrTimeImage, DeviceEntryReplacesTheTargetOfItsSource)
     EXPECT_STREQ("ti1", image->getName().c_str());
 }
 
+TEST_F(CLmrTimeImage, TargetOfASourceIsWhatTheMapHolds)
+{
+    const CTimeImagePtr image = makeImage();
+    image->addDeviceEntry("S1", "T1");
+    image->addDeviceEntry("S2", "T2");
+    EXPECT_STREQ("T1", image->getTargetDevice("S1").c_str());
+    EXPECT_STREQ("T2", image->getTargetDevice("S2").c_str());
+    EXPECT_STREQ("", image->getTargetDevice("S").c_str());
+    EXPECT_STREQ("", image->getTargetDevice("").c_str());
+}
+
 TEST_F(CLmrTimeImage, GroupIsHeldUntilAnotherOneIsSet)
 {
     const CTimeImagePtr image = makeImage();
