@@ -21,6 +21,7 @@ OBZX_API std::string placePath(const std::string& path);
 class OBZX_API CFiConfiguration
 {
   public:
+    /// @throw std::bad_alloc
     explicit CFiConfiguration(const ACE_String_Base<char>& component);
     virtual ~CFiConfiguration();
     CFiConfiguration(const CFiConfiguration&) = delete;
@@ -30,6 +31,7 @@ class OBZX_API CFiConfiguration
     /// @param readOnly 1; the store is never written
     int openSection(const char* section, ACE_Configuration_Section_Key& key, int readOnly);
     /// Reads a value of the open section. Non-zero: it is not there, and the value is left as it was.
+    /// @throw std::bad_alloc
     int getStringValue(const char* name, ACE_String_Base<char>& value);
     /// The same for a whole number from 0 to 2^31 - 1.
     int getIntegerValue(const char* name, long& value);
