@@ -28,6 +28,7 @@ class OBZX_API CFiPlatformError : public std::exception
     /**
      * Name of a fresh temporary file that exists, empty, with mode 0600 and was made by this call (O_EXCL), so that
      * nobody else can have prepared it. Null arguments: the system's temporary directory and the prefix "ksv_fi".
+     * The first call in a process removes from the folder what processes of this user that were killed left there.
      * @throw CFiPlatformError when none can be made
      */
     static std::string getTempFileName(const char* directory, const char* prefix);

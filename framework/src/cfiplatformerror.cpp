@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "framework/src/file_descriptor.h"
+#include "framework/src/temporary_files.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -54,8 +56,11 @@ std::string CFiPlatformError::trimLineEnds(std::string text)
 
 std::string CFiPlatformError::getTempFileName(const char* directory, const char* prefix)
 {
-    std::string path = directory == nullptr || *directory == '\0' ? temporaryDirectory() : directory;
-    path += std::string("/") + (prefix == nullptr ? DEFAULT_PREFIX : prefix) + "XXXXXX";
+    const std::string folder = directory == nullptr || *directory == '\0' ? temporaryDirectory() : directory;
+    const std::string start = prefix == nullptr ? DEFAULT_PREFIX : prefix;
+    // Once is enough: what is left was left by others.
+    if (static std::atomic_flag looked; !looked.test_and_set()) removeLeftTemporaryFiles(folder, start);
+    std::string path = folder + "/" + start + temporaryFileMark() + "XXXXXX";
     // Makes the file exclusively, with mode 0600, under a name that nobody can foretell.
     const CFileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
     if (!file) throw CFiPlatformError(path, errno);

@@ -1,69 +1,19 @@
 #include "framework/src/process_spawn.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
+#include <cstdlib>
+#include <string_view>
+
+#include "framework/src/child_start.h"
 
 namespace obzx_pdk_4_4 {
 
 namespace {
 
 constexpr int FIRST_PRIVATE_DESCRIPTOR = 3;
-
-class CSpawnActions
-{
-  public:
-    CSpawnActions() { m_status = ::posix_spawn_file_actions_init(&m_actions); }
-    ~CSpawnActions() { ::posix_spawn_file_actions_destroy(&m_actions); }
-    CSpawnActions(const CSpawnActions&) = delete;
-    CSpawnActions& operator=(const CSpawnActions&) = delete;
-
-    void duplicate(int from, int to) { keep(::posix_spawn_file_actions_adddup2(&m_actions, from, to)); }
-    void closeFrom(int first) { keep(::posix_spawn_file_actions_addclosefrom_np(&m_actions, first)); }
-    void changeDirectory(const std::string& path)
-    {
-        if (!path.empty()) keep(::posix_spawn_file_actions_addchdir_np(&m_actions, path.c_str()));
-    }
-    int status() const { return m_status; }
-    const posix_spawn_file_actions_t* get() const { return &m_actions; }
-
-  private:
-    void keep(int status)
-    {
-        if (m_status == 0) m_status = status;
-    }
-
-    posix_spawn_file_actions_t m_actions;
-    int m_status;
-};
-
-// A process group of its own, no signal blocked, every signal at its default.
-class CSpawnAttributes
-{
-  public:
-    CSpawnAttributes()
-    {
-        ::posix_spawnattr_init(&m_attributes);
-        sigset_t signals;
-        sigfillset(&signals);
-        ::posix_spawnattr_setsigdefault(&m_attributes, &signals);
-        sigemptyset(&signals);
-        ::posix_spawnattr_setsigmask(&m_attributes, &signals);
-        ::posix_spawnattr_setpgroup(&m_attributes, 0);
-        ::posix_spawnattr_setflags(&m_attributes,
-                                   POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    }
-    ~CSpawnAttributes() { ::posix_spawnattr_destroy(&m_attributes); }
-    CSpawnAttributes(const CSpawnAttributes&) = delete;
-    CSpawnAttributes& operator=(const CSpawnAttributes&) = delete;
-    const posix_spawnattr_t* get() const { return &m_attributes; }
-
-  private:
-    posix_spawnattr_t m_attributes;
-};
 
 // A host that runs without its standard descriptors gets them handed out here; they would then be in the way of the
 // child's own.
@@ -126,6 +76,21 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
     return result;
 }
 
+// Where a program may lie: where it says, or in the folders of the host's search path.
+std::vector<std::string> programPaths(const std::string& program)
+{
+    if (program.empty() || program.find('/') != std::string::npos) return {program};
+    const char* const found = ::getenv("PATH");
+    std::string_view folders = found == nullptr ? "/bin:/usr/bin" : found;
+    std::vector<std::string> paths;
+    for (;;) {
+        const std::string_view folder = folders.substr(0, folders.find(':'));
+        paths.push_back((folder.empty() ? "." : std::string(folder)) + "/" + program);
+        if (folder.size() == folders.size()) return paths;
+        folders.remove_prefix(folder.size() + 1);
+    }
+}
+
 }  // namespace
 
 int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
@@ -137,21 +102,15 @@ int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
     CFileDescriptor readEnd, writeEnd;
     const CFileDescriptor input = openInput(request.inputFile);
     if (!input || !openPipe(readEnd, writeEnd)) return errno;
-    CSpawnActions actions;
-    actions.duplicate(input.get(), STDIN_FILENO);
-    actions.duplicate(writeEnd.get(), STDOUT_FILENO);
-    actions.duplicate(writeEnd.get(), STDERR_FILENO);
-    actions.closeFrom(FIRST_PRIVATE_DESCRIPTOR);
-    actions.changeDirectory(request.directory);
-    if (actions.status() != 0) return actions.status();
-    const CSpawnAttributes attributes;
     std::vector<std::string> words = request.words;
     std::vector<std::string> variables = childEnvironment(request.environment);
     const std::vector<char*> arguments = pointers(words);
     const std::vector<char*> environment = pointers(variables);
-    const auto spawn = words.front().find('/') == std::string::npos ? ::posix_spawnp : ::posix_spawn;
-    const int status = spawn(&spawned.pid, words.front().c_str(), actions.get(), attributes.get(), arguments.data(),
-                             environment.data());
+    SChildStart start{programPaths(words.front()), arguments.data(), environment.data()};
+    if (!request.directory.empty()) start.directory = request.directory.c_str();
+    start.input = input.get();
+    start.output = writeEnd.get();
+    const int status = startChild(start, spawned.pid);
     if (status == 0) spawned.output = std::move(readEnd);
     return status;
 }

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <unistd.h>
+
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -30,6 +33,22 @@ class CExecTest : public CScratch
         for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
             names.push_back(entry.path());
         return names;
+    }
+
+    // Gone, or dead and only not yet collected by whoever adopted it.
+    static bool isGone(const std::string& pid)
+    {
+        std::ifstream status("/proc/" + pid + "/stat");
+        std::string number, name, state;
+        return !(status >> number >> name >> state) || state == "Z" || state == "X";
+    }
+
+    // A killed process takes a moment to go; the test's own time limit ends the wait for one that stays.
+    static bool goesAway(const std::string& pid)
+    {
+        while (!isGone(pid))
+            ::usleep(1000);
+        return true;
     }
 
     obzx_pdk_4_4::CFiExecPipePosix m_pipe{1};

@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 
 #include "framework/tests/base/exec_fixture.h"
 
@@ -20,22 +19,6 @@ using testing::SizeIs;
 
 class ExecPipeEnding : public obzx_test::CExecTest
 {
-  protected:
-    // Gone, or dead and only not yet collected by whoever adopted it.
-    static bool isGone(const std::string& pid)
-    {
-        std::ifstream status("/proc/" + pid + "/stat");
-        std::string number, name, state;
-        return !(status >> number >> name >> state) || state == "Z" || state == "X";
-    }
-
-    // A killed process takes a moment to go; the test's own time limit ends the wait for one that stays.
-    static bool goesAway(const std::string& pid)
-    {
-        while (!isGone(pid))
-            ::usleep(1000);
-        return true;
-    }
 };
 
 TEST_F(ExecPipeEnding, ExitStatusIsTheCode)

@@ -52,6 +52,20 @@ TEST_F(ExecPipeHost, NothingIsLeftBehind)
     EXPECT_EQ(errno, ECHILD);
 }
 
+TEST_F(ExecPipeHost, ThatIsKilledTakesTheProgramWithIt)
+{
+    const std::string file = root() + "/pid";
+    const pid_t host = ::fork();
+    if (host == 0)
+        ::_exit(run("/bin/sh -c \"echo $$ >" + file + ".new; mv " + file + ".new " + file + "; exec sleep 60\""));
+    while (::access(file.c_str(), F_OK) != 0)
+        ::usleep(1000);
+    const pid_t program = std::stoi(obzx_test::readLines(file).at(0));
+    ::kill(host, SIGKILL);
+    EXPECT_EQ(::waitpid(host, nullptr, 0), host);
+    EXPECT_TRUE(goesAway(std::to_string(program)));
+}
+
 TEST_F(ExecPipeHost, SignalHandlingIsNotTouched)
 {
     struct sigaction before[65] = {}, after[65] = {};

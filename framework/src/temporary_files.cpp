@@ -1,0 +1,103 @@
+#include "framework/src/temporary_files.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string_view>
+
+namespace obzx_pdk_4_4 {
+
+namespace {
+
+// mark = place "_" process-id "_" start-time "_"; mkostemp puts six characters behind it.
+constexpr size_t RANDOM_LENGTH = 6;
+
+// Process ids mean the same only within one run of a machine and one namespace.
+std::string place()
+{
+    std::ifstream file("/proc/sys/kernel/random/boot_id");
+    std::string text;
+    std::getline(file, text);
+    std::error_code ignored;
+    text += std::filesystem::read_symlink("/proc/self/ns/pid", ignored).string();
+    uint64_t hash = 0xcbf29ce484222325U;  // FNV-1a
+    for (const char c : text)
+        hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+    char digits[17];
+    std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
+    return digits;
+}
+
+// Clock ticks between the start of the machine and that of a process; 0 for one that is not there or has ended.
+uint64_t startTime(pid_t pid)
+{
+    constexpr int BETWEEN_STATE_AND_START = 18;
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string line;
+    std::getline(file, line);
+    // The program's name stands in parentheses and may hold blanks and parentheses itself.
+    const size_t close = line.rfind(')');
+    if (close == std::string::npos) return 0;
+    std::istringstream fields(line.substr(close + 1));
+    std::string state, skipped;
+    fields >> state;
+    if (state == "Z" || state == "X") return 0;
+    for (int i = 0; i < BETWEEN_STATE_AND_START; ++i)
+        fields >> skipped;
+    uint64_t start = 0;
+    return fields >> start ? start : 0;
+}
+
+template <class Number>
+bool takeNumber(std::string_view& text, Number& number)
+{
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    if (error != std::errc() || end == text.data() + text.size() || *end != '_') return false;
+    text.remove_prefix(static_cast<size_t>(end - text.data()) + 1);
+    return true;
+}
+
+// Whether a file's name says that it was made by a process that is gone.
+bool isLeft(std::string_view name, std::string_view prefix, const std::string& here)
+{
+    if (!name.starts_with(prefix)) return false;
+    name.remove_prefix(prefix.size());
+    if (!name.starts_with(here + "_")) return false;
+    name.remove_prefix(here.size() + 1);
+    pid_t pid = 0;
+    uint64_t start = 0;
+    return takeNumber(name, pid) && takeNumber(name, start) && name.size() == RANDOM_LENGTH && start != 0 &&
+           startTime(pid) != start;
+}
+
+}  // namespace
+
+std::string temporaryFileMark()
+{
+    return place() + "_" + std::to_string(::getpid()) + "_" + std::to_string(startTime(::getpid())) + "_";
+}
+
+void removeLeftTemporaryFiles(const std::string& folder, const std::string& prefix)
+{
+    const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(folder.c_str()), ::closedir);
+    if (entries == nullptr) return;
+    const std::string here = place();
+    while (const dirent* const entry = ::readdir(entries.get())) {
+        struct stat status = {};
+        if (!isLeft(entry->d_name, prefix, here)) continue;
+        if (::fstatat(::dirfd(entries.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
+        if (S_ISREG(status.st_mode) && status.st_uid == ::geteuid())
+            ::unlinkat(::dirfd(entries.get()), entry->d_name, 0);
+    }
+}
+
+}  // namespace obzx_pdk_4_4
