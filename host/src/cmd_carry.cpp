@@ -1,4 +1,6 @@
 #include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -23,15 +25,16 @@ namespace {
     throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
 }
 
-/// A file of our own making that is gone again unless it was kept: nobody ever sees half a document.
+/// A file of our own making that is gone again unless it was kept: nobody ever sees half a document. It grows under the
+/// name FILE.part, which belongs to whoever holds the lock on it, so that one left by a killed fictl is in nobody's
+/// way.
 class CNewFile
 {
   public:
     explicit CNewFile(const std::string& file) : m_file(file), m_part(file + ".part")
     {
-        constexpr mode_t OWNER_ONLY = 0600;
-        m_descriptor = open(m_part.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, OWNER_ONLY);
-        if (m_descriptor < 0) fail("create", m_part);
+        while (!take()) {
+        }
     }
     ~CNewFile()
     {
@@ -60,6 +63,41 @@ class CNewFile
     }
 
   private:
+    // False when the file that was opened is not the one of that name any more: its owner has just finished.
+    bool take()
+    {
+        constexpr mode_t OWNER_ONLY = 0600;
+        m_descriptor = open(m_part.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
+        if (m_descriptor < 0) fail("create", m_part);
+        try {
+            if (flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) fail("create", m_part);
+            struct stat opened = {};
+            struct stat named = {};
+            if (fstat(m_descriptor, &opened) != 0) fail("create", m_part);
+            if (lstat(m_part.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) {
+                requireOwn(opened);
+                if (ftruncate(m_descriptor, 0) != 0) fail("write", m_part);
+                return true;
+            }
+        } catch (const EFictl&) {
+            close(m_descriptor);
+            throw;
+        }
+        close(m_descriptor);
+        return false;
+    }
+
+    // Something that somebody prepared must not become the document.
+    void requireOwn(const struct stat& status) const
+    {
+        constexpr mode_t OF_OTHERS = 077;
+        if (S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1 &&
+            (status.st_mode & OF_OTHERS) == 0)
+            return;
+        errno = EEXIST;
+        fail("create", m_part);
+    }
+
     std::string m_file;
     std::string m_part;
     int m_descriptor = -1;

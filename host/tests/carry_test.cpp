@@ -1,4 +1,7 @@
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 
@@ -54,6 +57,52 @@ TEST_F(CCarryTest, ExportReportsAFileThatCannotBeWritten)
     const SRun run = fictl({"snapshot", "export", "s", "--file", m_root + "/nosuch/s.json"});
     EXPECT_EQ(run.exit, 14);
     EXPECT_NE(run.err.find("No such file or directory"), std::string::npos) << run.err;
+}
+
+TEST_F(CCarryTest, AnExportTakesOverWhatAKilledOneLeft)
+{
+    const std::string file = m_root + "/s.json";
+    writeFile(file + ".part", std::string(100000, 'x'));
+    std::filesystem::permissions(file + ".part", std::filesystem::perms(0600));
+    const SRun run = fictl({"snapshot", "export", "s", "--file", file});
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_EQ(readFile(file), fictl({"snapshot", "export", "s"}).out);
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+}
+
+TEST_F(CCarryTest, AnExportKeepsAwayFromWhatOthersPrepared)
+{
+    const std::string file = m_root + "/s.json";
+    const std::string part = file + ".part";
+    writeFile(m_root + "/mine", "precious");
+    std::filesystem::permissions(m_root + "/mine", std::filesystem::perms(0600));
+    const auto refused = [&](const char* what) {
+        EXPECT_EQ(fictl({"snapshot", "export", "s", "--file", file}).exit, 14) << what;
+        EXPECT_FALSE(std::filesystem::exists(file)) << what;
+        EXPECT_EQ(readFile(m_root + "/mine"), "precious") << what;
+        std::filesystem::remove(part);
+    };
+    std::filesystem::create_symlink(m_root + "/mine", part);
+    refused("a symbolic link");
+    std::filesystem::create_hard_link(m_root + "/mine", part);
+    refused("a second name");
+    ASSERT_EQ(mkfifo(part.c_str(), 0600), 0);
+    refused("a FIFO");
+    writeFile(part, "x");
+    std::filesystem::permissions(part, std::filesystem::perms(0666));
+    refused("a file that others can write to");
+}
+
+TEST_F(CCarryTest, TwoExportsToOneFileDoNotMeet)
+{
+    const std::string file = m_root + "/s.json";
+    const int other = open((file + ".part").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    ASSERT_EQ(flock(other, LOCK_EX), 0);
+    const SRun run = fictl({"snapshot", "export", "s", "--file", file});
+    EXPECT_EQ(run.exit, 14);
+    EXPECT_NE(run.err.find("cannot create " + file + ".part: "), std::string::npos) << run.err;
+    close(other);
+    EXPECT_EQ(fictl({"snapshot", "export", "s", "--file", file}).exit, 0);
 }
 
 TEST_F(CCarryTest, ReceiveRefusesANameThatIsTaken)
