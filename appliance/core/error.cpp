@@ -22,6 +22,8 @@ std::string_view objectWord(EObject object) noexcept
             return "time image";
         case EObject::permission:
             return "permission of host";
+        case EObject::fault:
+            return "fault";
         case EObject::none:
             break;
     }

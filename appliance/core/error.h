@@ -29,7 +29,8 @@ enum class EObject : std::uint8_t
     lun,
     annotation,
     timeImage,
-    permission
+    permission,
+    fault
 };
 
 // A refusal: one line of text that names the object, and the exit status that goes with it.

@@ -1,9 +1,11 @@
 // kforutil: the disks that the appliances show to this host.
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 #include "appliance/core/disk_table.h"
 #include "appliance/core/error.h"
+#include "appliance/core/faulty_tool.h"
 #include "appliance/core/files_engine.h"
 #include "appliance/core/host_config.h"
 #include "appliance/core/listing.h"
@@ -20,22 +22,30 @@ constexpr const char* usage =
     "Exit status: 0 done, 2 wrong usage, 3 no appliance knows this host, 6 storage failure, 7 store or configuration\n"
     "unusable, 1 anything else.\n";
 
-int run(std::string_view word)
+lumora::Lines answer(lumora::CDiskTable& table, const std::string& host, std::string_view word)
+{
+    using namespace lumora;
+    if (word == "listdisk") {
+        return listDisks(host, table.disks(host));
+    }
+    if (!table.isHostKnown(host)) {
+        throwMissing(EObject::host, host, "on any appliance; create it with lmadm host create");
+    }
+    const SDiscovery found = table.discover(host);
+    return {std::to_string(found.total) + " disks for host " + host};
+}
+
+int run(const std::string& word)
 {
     using namespace lumora;
     const SHostConfiguration configuration = readHostConfiguration(hostRoot());
     CStore store(configuration.store, CStore::EMode::existing);
-    const CFilesEngine engine;
-    CDiskTable table(store, engine);
-    if (word == "listdisk") {
-        printLines(listDisks(configuration.host, table.disks(configuration.host)));
-        return 0;
-    }
-    if (!table.isHostKnown(configuration.host)) {
-        throwMissing(EObject::host, configuration.host, "on any appliance; create it with lmadm host create");
-    }
-    const SDiscovery found = table.discover(configuration.host);
-    printLines({std::to_string(found.total) + " disks for host " + configuration.host});
+    CFilesEngine engine;
+    runCommand(CFaultTable(store.layout().faults()), configuration.host + ": kforutil " + word, engine,
+               [&](const CBaseStorageEngine& chosen) {
+                   CDiskTable table(store, chosen);
+                   return answer(table, configuration.host, word);
+               });
     return 0;
 }
 
@@ -43,7 +53,7 @@ int run(std::string_view word)
 
 int main(int argc, char** argv)
 {
-    const std::string_view word = argc == 2 ? argv[1] : "";
+    const std::string word = argc == 2 ? argv[1] : "";
     return lumora::runTool("kforutil", [word] {
         if (word == "--help") {
             lumora::printBytes(usage);

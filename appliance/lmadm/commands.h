@@ -13,5 +13,7 @@ void addHostCommands(CLI::App& app, const SOptions& options);
 void addGroupCommands(CLI::App& app, const SOptions& options);
 void addLunCommands(CLI::App& app, const SOptions& options);
 void addDataCommands(CLI::App& app, const SOptions& options);
+void addFaultCommands(CLI::App& app, const SOptions& options);
+void addWorkloadCommands(CLI::App& app, const SOptions& options);
 
 }  // namespace lumora

@@ -26,6 +26,8 @@ std::string listCommand(EObject object)
             return "lmadm group list";
         case EObject::lun:
             return "lmadm lun list";
+        case EObject::fault:
+            return "lmadm fault list";
         default:
             return "lmadm group show";
     }
@@ -81,6 +83,8 @@ int run(int argc, char** argv)
     addGroupCommands(app, options);
     addLunCommands(app, options);
     addDataCommands(app, options);
+    addFaultCommands(app, options);
+    addWorkloadCommands(app, options);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {

@@ -6,7 +6,9 @@
 #include <string_view>
 
 #include "appliance/core/command_runner.h"
+#include "appliance/core/command_text.h"
 #include "appliance/core/error.h"
+#include "appliance/core/faulty_tool.h"
 #include "appliance/core/files_engine.h"
 #include "appliance/core/host_config.h"
 #include "appliance/core/tool.h"
@@ -57,9 +59,11 @@ int run()
     const SScript script = parseScript(readScript());
     CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::existing);
     CFilesEngine engine;
-    CCommandRunner runner(store, engine, CInventory(store).appliance(script.server));
+    const CFaultTable faults(store.layout().faults());
+    const SAppliance appliance = CInventory(store).appliance(script.server);
     for (const Command& command : script.commands) {
-        printLines(runner.run(command));
+        runCommand(faults, appliance.name + ": " + commandText(command), engine,
+                   [&](CBaseStorageEngine& chosen) { return CCommandRunner(store, chosen, appliance).run(command); });
     }
     return 0;
 }
