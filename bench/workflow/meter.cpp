@@ -1,7 +1,6 @@
 #include "bench/workflow/meter.h"
 
 #include <dlfcn.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -74,9 +73,9 @@ void CMeter::enter(STime STimes::*part)
     m_part = part;
 }
 
-void CMeter::toolStarts(const char* program)
+void CMeter::toolStarts(const char* program, const STime& since)
 {
-    account();
+    account(since);
     const char* const slash = std::strrchr(program, '/');
     m_current = &m_times[slash == nullptr ? program : slash + 1];
     ++m_current->runs;
@@ -88,9 +87,8 @@ void CMeter::toolEnded()
     enter(&STimes::own);
 }
 
-void CMeter::account()
+void CMeter::account(const STime& now)
 {
-    const STime now = STime::now();
     m_current->*m_part += now - m_since;
     m_since = now;
 }
@@ -127,12 +125,23 @@ auto countedAs(STime CMeter::STimes::*part, const Call& call)
 
 using bench::CMeter;
 
-BENCH_EXPORT int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                             const posix_spawnattr_t* attributes, char* const argv[], char* const envp[])
+// Set by the child, which has the memory of the program until its own begins.
+static const char* g_program = "";
+
+BENCH_EXPORT int execve(const char* path, char* const argv[], char* const envp[]) noexcept
 {
-    static auto* const original = bench::next<decltype(posix_spawn)>("posix_spawn");
-    if (CMeter* const meter = CMeter::running()) meter->toolStarts(path);
-    return original(pid, path, actions, attributes, argv, envp);
+    static auto* const original = bench::next<int(const char*, char* const[], char* const[])>("execve");
+    g_program = path;
+    return original(path, argv, envp);
+}
+
+BENCH_EXPORT int clone(int (*body)(void*), void* stack, int flags, void* argument, ...) noexcept
+{
+    static auto* const original = bench::next<int(int (*)(void*), void*, int, void*, ...)>("clone");
+    const bench::STime since = bench::STime::now();
+    const int result = original(body, stack, flags, argument);
+    if (CMeter* const meter = CMeter::running()) meter->toolStarts(g_program, since);
+    return result;
 }
 
 BENCH_EXPORT int waitid(idtype_t type, id_t id, siginfo_t* info, int options)

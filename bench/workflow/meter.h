@@ -19,7 +19,7 @@ struct STime
 
 /**
  * Tells the provider's own time from the time of the tools that it runs: the program that this is linked into stands
- * before the C library, so the provider's calls of posix_spawn, waitid and a few others pass through here.
+ * before the C library, so the provider's calls of clone, waitid and a few others pass through here.
  *
  * One thread. Times are kept for each tool by its file name: what follows a tool's end is that tool's until the next
  * one.
@@ -46,13 +46,13 @@ class CMeter
 
     // Called by the functions that stand before the C library's.
     void enter(STime STimes::*part);
-    void toolStarts(const char* program);
+    void toolStarts(const char* program, const STime& since);
     void toolEnded();
     STime STimes::*part() const { return m_part; }
     static CMeter* running() { return s_running; }
 
   private:
-    void account();
+    void account(const STime& now = STime::now());
 
     static CMeter* s_running;
     std::map<std::string, STimes> m_times;
