@@ -30,6 +30,16 @@ void freeOutputs(const SEntryType& type, const CWords& words)
     if (type.name == "errmsg") obzx_free_buf(outputOf<char>(words, 1), 0);
 }
 
+/// Takes nodes that the call may have set up down again.
+void deinitNodes(const CLoadedProvider& provider, const SEntryType& type, const CWords& words)
+{
+    std::vector<size_t> places;
+    if (type.name == "init_node" || type.name == "process_providerstate") places = {0};
+    if (type.name == "init_altnode" || type.name == "init_remnode") places = {0, 2};
+    for (const size_t place : places)
+        provider.get<obzx_fi_deinit_node_fn>("deinit_node")(fromWord<obz_domain*>(words[place]));
+}
+
 }  // namespace
 
 CWords argumentsToConsume(const SEntryType& type, CHostObjects& objects)
@@ -53,6 +63,7 @@ void CNullMatrix::expectStatus(const SEntryType& type, const CWords& words, int3
 {
     EXPECT_EQ(type.invoke(m_provider.find(type.name), words), expected);
     freeOutputs(type, words);
+    deinitNodes(m_provider, type, words);
 }
 
 void CNullMatrix::callWithEachPointerNull()
