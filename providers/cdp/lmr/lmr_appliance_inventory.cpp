@@ -125,6 +125,7 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
           "Found all the sections for consistency group strPosProtectedLUNS = [%d], strPosProtectedLUNS_END = [%d]",
           listing.begin, listing.end);
     group.reserveDevices(listing.luns.size());
+    m_groupIndex.expect(listing.luns);
     for (const SLMRGroupLun& lun : listing.luns) {
         traceLun(lun);
         group.addListedDevice(lun.device, lun.serial);

@@ -40,6 +40,13 @@ uint32_t CLMRGroupIndex::find(const CString& serialOrName) const
     return place == nullptr ? NO_GROUP : headAt(m_records, *place).group;
 }
 
+void CLMRGroupIndex::expect(const std::vector<SLMRGroupLun>& luns)
+{
+    m_places.reserve(m_places.size() + luns.size());
+    for (const SLMRGroupLun& lun : luns)
+        m_places.prefetch(lun.serial);
+}
+
 void CLMRGroupIndex::deviceAdded(uint32_t group, std::string_view serial)
 {
     note(group, serial);

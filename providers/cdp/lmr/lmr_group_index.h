@@ -6,6 +6,7 @@
 
 #include "providers/cdp/lmr/lmr_arena.h"
 #include "providers/cdp/lmr/lmr_hash_table.h"
+#include "providers/cdp/lmr/lmr_inventory_listing.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
@@ -35,6 +36,9 @@ class CLMRGroupIndex
     void clear();
     /// Position of the first group for a serial or name, or NO_GROUP. An empty text finds none.
     uint32_t find(const CString& serialOrName) const;
+
+    /// Tells of serials that are to be added next.
+    void expect(const std::vector<SLMRGroupLun>& luns);
 
     // Called by the groups.
     void deviceAdded(uint32_t group, std::string_view serial);

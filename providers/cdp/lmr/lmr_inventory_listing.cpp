@@ -10,8 +10,6 @@ using obzx_pdk_4_4::CFiStringTool;
 namespace {
 
 constexpr CLMRSeparators FIELD_ENDS(" \t\n");
-constexpr CLMRSeparators OPENING("[");
-constexpr CLMRSeparators CLOSING("]");
 
 int findLine(const std::vector<std::string>& lines, std::string_view marker)
 {
@@ -40,9 +38,9 @@ EGroupListing findSections(const std::vector<std::string>& lines, SLMRGroupListi
 EGroupListing parseLun(std::string_view line, SLMRGroupLun& lun)
 {
     std::array<std::string_view, 2> pieces;
-    if (splitPieces(line, OPENING, pieces) != 2) return EGroupListing::BAD_DEVICE;
+    if (splitPieces(line, '[', pieces) != 2) return EGroupListing::BAD_DEVICE;
     lun.device = trimBlanks(pieces[0]);
-    if (splitPieces(pieces[1], CLOSING, pieces) != 2) return EGroupListing::BAD_SERIAL;
+    if (splitPieces(pieces[1], ']', pieces) != 2) return EGroupListing::BAD_SERIAL;
     lun.serial = trimBlanks(pieces[0]);
     return EGroupListing::COMPLETE;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <map>
@@ -65,6 +66,19 @@ size_t splitPieces(std::string_view text, const CLMRSeparators& separators, std:
     size_t count = 0;
     for (std::string_view piece; cursor.next(piece); ++count) {
         if (count < N) pieces[count] = piece;
+    }
+    return count;
+}
+
+/// The same for a single separator.
+template <size_t N>
+size_t splitPieces(std::string_view text, char separator, std::array<std::string_view, N>& pieces)
+{
+    size_t count = 0;
+    while (!text.empty()) {
+        const size_t end = std::min(text.find(separator), text.size());
+        if (end > 0 && count++ < N) pieces[count - 1] = text.substr(0, end);
+        text.remove_prefix(std::min(end + 1, text.size()));
     }
     return count;
 }
