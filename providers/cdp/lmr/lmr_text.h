@@ -97,10 +97,11 @@ void appendTo(std::vector<CString>& texts, std::string_view text);
 template <class Value>
 Value& appendTo(std::map<CString, Value>& map, std::string_view key)
 {
-    const auto entry = map.emplace_hint(map.end(), std::piecewise_construct,
-                                        std::forward_as_tuple(key.data(), key.size()), std::forward_as_tuple());
-    if (bytesOf(entry->first) != key) throw std::bad_alloc();
-    return entry->second;
+    std::map<CString, Value> entry;  // where a key that found no memory is compared with no other
+    const auto added =
+        entry.emplace(std::piecewise_construct, std::forward_as_tuple(key.data(), key.size()), std::forward_as_tuple());
+    if (bytesOf(added.first->first) != key) throw std::bad_alloc();
+    return map.insert(map.end(), entry.extract(added.first))->second;
 }
 
 }  // namespace cdpfi
