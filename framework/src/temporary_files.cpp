@@ -83,7 +83,13 @@ bool isLeft(std::string_view name, std::string_view prefix, const std::string& h
 
 std::string temporaryFileMark()
 {
-    return place() + "_" + std::to_string(::getpid()) + "_" + std::to_string(startTime(::getpid())) + "_";
+    // Found out once a thread and process: it takes longer than making the file. A forked child is another process.
+    thread_local pid_t known = 0;
+    thread_local std::string mark;
+    if (known == ::getpid()) return mark;
+    mark = place() + "_" + std::to_string(::getpid()) + "_" + std::to_string(startTime(::getpid())) + "_";
+    known = ::getpid();
+    return mark;
 }
 
 void removeLeftTemporaryFiles(const std::string& folder, const std::string& prefix)
