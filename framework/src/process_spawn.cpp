@@ -80,7 +80,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 std::vector<std::string> programPaths(const std::string& program)
 {
     if (program.empty() || program.find('/') != std::string::npos) return {program};
-    const char* const found = ::getenv("PATH");
+    const char* const found = ::secure_getenv("PATH");
     std::string_view folders = found == nullptr ? "/bin:/usr/bin" : found;
     std::vector<std::string> paths;
     for (;;) {

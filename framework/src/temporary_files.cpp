@@ -1,7 +1,5 @@
 #include "framework/src/temporary_files.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,9 +8,9 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <sstream>
 #include <string_view>
+#include <system_error>
 
 namespace obzx_pdk_4_4 {
 
@@ -94,15 +92,14 @@ std::string temporaryFileMark()
 
 void removeLeftTemporaryFiles(const std::string& folder, const std::string& prefix)
 {
-    const std::unique_ptr<DIR, int (*)(DIR*)> entries(::opendir(folder.c_str()), ::closedir);
-    if (entries == nullptr) return;
     const std::string here = place();
-    while (const dirent* const entry = ::readdir(entries.get())) {
+    std::error_code error;
+    for (std::filesystem::directory_iterator entry(folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (!isLeft(entry->path().filename().native(), prefix, here)) continue;
         struct stat status = {};
-        if (!isLeft(entry->d_name, prefix, here)) continue;
-        if (::fstatat(::dirfd(entries.get()), entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) continue;
-        if (S_ISREG(status.st_mode) && status.st_uid == ::geteuid())
-            ::unlinkat(::dirfd(entries.get()), entry->d_name, 0);
+        const char* const path = entry->path().c_str();
+        if (::lstat(path, &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid()) ::unlink(path);
     }
 }
 
