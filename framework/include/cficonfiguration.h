@@ -17,6 +17,7 @@ OBZX_API std::string placePath(const std::string& path);
 /**
  * Configuration store of a component: /etc/qz/<component>.conf below the root directory, in INI form, read anew by each
  * object. A store that is missing, unreadable, not a regular file, larger than 1 MiB or malformed has no sections.
+ * Construction and reading throw std::bad_alloc; a value is never cut short or passed over for lack of memory.
  */
 class OBZX_API CFiConfiguration
 {
@@ -28,6 +29,7 @@ class OBZX_API CFiConfiguration
     CFiConfiguration& operator=(const CFiConfiguration&) = delete;
 
     /// Opens a section and makes it the one that values are read from. Non-zero: the section is not there.
+    /// @param key      left as it is; values are those of the section that was opened last
     /// @param readOnly 1; the store is never written
     int openSection(const char* section, ACE_Configuration_Section_Key& key, int readOnly);
     /// Reads a value of the open section. Non-zero: it is not there, and the value is left as it was.
@@ -37,9 +39,8 @@ class OBZX_API CFiConfiguration
     int getIntegerValue(const char* name, long& value);
 
   private:
-    std::unique_ptr<ACE_Configuration_Heap> m_store;  // null: no sections
-    ACE_Configuration_Section_Key m_section;
-    bool m_sectionOpen = false;
+    struct SStore;
+    std::unique_ptr<SStore> m_store;
 };
 
 /// Tells whether a program of the system is where it should be.

@@ -134,7 +134,7 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     int32_t invokeDelayedInit();
     ACE_Recursive_Thread_Mutex& getMutex() { return m_mutex; }
 
-    void setProviderName(const ACE_String_Base<char>& name) { m_providerName = name; }
+    void setProviderName(const ACE_String_Base<char>& name);  ///< @throw std::bad_alloc
     const ACE_String_Base<char>& getProviderName() const { return m_providerName; }
     void setFimName(const char* name) { m_fimName = name == nullptr ? "" : name; }
     const std::string& getFimName() const { return m_fimName; }

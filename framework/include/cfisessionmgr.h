@@ -22,9 +22,17 @@ enum ESnapshotPhase : int
     PHASE_UPDATE = 4
 };
 
-/// One node of a session and how far it has come; a flag of 0 means that the phase was not done yet.
-struct CFiSplitNode
+/// One node of a session and how far it has come; a flag of 0 means that the phase was not done yet. Copies are whole.
+/// @throw std::bad_alloc
+struct OBZX_API CFiSplitNode
 {
+    CFiSplitNode() = default;
+    CFiSplitNode(const CFiSplitNode& other);
+    CFiSplitNode& operator=(const CFiSplitNode& other);
+
+    /// Gives one of the texts its value.
+    static void assign(ACE_String_Base<char>& field, const ACE_String_Base<char>& value);
+
     ACE_String_Base<char> m_name;    ///< name of the node's object
     ACE_String_Base<char> m_target;  ///< target-device name, once made
     std::string m_text;              ///< the split node's own text

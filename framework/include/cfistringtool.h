@@ -23,7 +23,8 @@ class OBZX_API CFiStringTool
     /// Index of the first line at or after start that contains the marker, or -1; also stored in index.
     static int find(const std::vector<std::string>& lines, std::string_view marker, int& index, int start);
 
-    /// Between the standard string and the framework's text; byte for byte.
+    /// Between the standard string and the framework's text; byte for byte. @throw std::bad_alloc; the text class
+    /// itself leaves a text empty for which it finds no memory
     static ACE_String_Base<char> str2tstr(const std::string& text);
     static std::string tstr2str(const ACE_String_Base<char>& text);
     /// ASCII letters in upper case, everything else as it stands.

@@ -2,8 +2,9 @@
 
 #include <dlfcn.h>
 
+#include <climits>
+#include <cstdlib>
 #include <filesystem>
-#include <system_error>
 
 namespace obzx_pdk_4_4 {
 namespace {
@@ -14,11 +15,11 @@ std::string catalogsOfThisLibrary()
 {
     Dl_info info{};
     if (dladdr(&s_marker, &info) == 0 || info.dli_fname == nullptr) return {};
-    std::error_code error;
-    // The loader may have been given a relative path or a link to the library.
-    const std::filesystem::path library = std::filesystem::canonical(info.dli_fname, error);
-    if (error) return {};
-    return (library.parent_path() / OBZX_CATALOGS_FROM_LIBRARY).lexically_normal().string();
+    // The loader may have been given a relative path or a link to the library. No memory is asked for: what is found
+    // here is kept for the life of the process.
+    char library[PATH_MAX];
+    if (::realpath(info.dli_fname, library) == nullptr) return {};
+    return (std::filesystem::path(library).parent_path() / OBZX_CATALOGS_FROM_LIBRARY).lexically_normal().string();
 }
 
 }  // namespace

@@ -1,44 +1,20 @@
 #include "framework/include/cficonfiguration.h"
 
-#include <ace/Configuration_Import_Export.h>
-#include <fcntl.h>
-#include <sys/stat.h>
-
 #include <charconv>
 #include <climits>
 #include <new>
+#include <optional>
 
 #include "framework/include/cfistringtool.h"
 #include "framework/src/configuration_path.h"
-#include "framework/src/file_descriptor.h"
+#include "framework/src/ini_store.h"
+#include "framework/src/regular_file.h"
 
 namespace obzx_pdk_4_4 {
 
 namespace {
 
-constexpr off_t MAX_STORE_SIZE = off_t{1024} * 1024;
-// More than a store was seen to take while it is read: 50 KiB for a few lines.
-constexpr size_t STORE_MEMORY = size_t{128} * 1024;
-constexpr size_t STORE_MEMORY_PER_BYTE = 32;
-
-// Whatever the path names is opened without waiting, so that a FIFO or a device in the store's place cannot stop the
-// host; the importer then reads the very file that was looked at.
-CFileDescriptor openStore(const std::string& path, off_t& size)
-{
-    CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
-    struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size > MAX_STORE_SIZE)
-        return {};
-    size = status.st_size;
-    return file;
-}
-
-// The store's classes do not look whether they got the memory that they ask for, and end the host when they did not.
-// What they take is asked for in one piece first, and given back: without memory there is an exception instead.
-void requireMemoryFor(off_t storeSize)
-{
-    ::operator delete(::operator new(STORE_MEMORY + STORE_MEMORY_PER_BYTE * static_cast<size_t>(storeSize)));
-}
+constexpr size_t MAX_STORE_SIZE = size_t{1024} * 1024;
 
 }  // namespace
 
@@ -49,42 +25,36 @@ std::string configurationPath(const ACE_String_Base<char>& component)
     return placePath("/etc/qz/" + name + ".conf");
 }
 
-CFiConfiguration::CFiConfiguration(const ACE_String_Base<char>& component)
+struct CFiConfiguration::SStore
+{
+    std::optional<CIniStore> sections;
+    const CIniStore::CSection* open = nullptr;
+};
+
+CFiConfiguration::CFiConfiguration(const ACE_String_Base<char>& component) : m_store(std::make_unique<SStore>())
 {
     const std::string path = configurationPath(component);
     if (path.empty()) return;
-    off_t size = 0;
-    const CFileDescriptor file = openStore(path, size);
-    if (!file) return;
-    requireMemoryFor(size);
-    auto store = std::make_unique<ACE_Configuration_Heap>();
-    if (store->open() != 0) return;
-    const std::string opened = "/proc/self/fd/" + std::to_string(file.get());
-    if (ACE_Ini_ImpExp(*store).import_config(opened.c_str()) == 0) m_store = std::move(store);
+    if (const auto text = readRegularFile(path, MAX_STORE_SIZE)) m_store->sections = CIniStore::parse(*text);
 }
 
 CFiConfiguration::~CFiConfiguration() = default;
 
-int CFiConfiguration::openSection(const char* section, ACE_Configuration_Section_Key& key, int /*readOnly*/)
+int CFiConfiguration::openSection(const char* section, ACE_Configuration_Section_Key& /*key*/, int /*readOnly*/)
 {
-    m_sectionOpen = false;
-    if (m_store == nullptr || section == nullptr || *section == '\0') return -1;
-    if (m_store->open_section(m_store->root_section(), section, 0, key) != 0) return -1;
-    m_section = key;
-    m_sectionOpen = true;
-    return 0;
+    m_store->open = section == nullptr || !m_store->sections ? nullptr : m_store->sections->findSection(section);
+    return m_store->open == nullptr ? -1 : 0;
 }
 
 int CFiConfiguration::getStringValue(const char* name, ACE_String_Base<char>& value)
 {
-    if (!m_sectionOpen || name == nullptr || *name == '\0') return -1;
-    // A text that finds no memory for its new value says nothing and keeps the one it had.
-    const ACE_TString none("\1");
-    ACE_TString found(none);
-    if (m_store->get_string_value(m_section, name, found) != 0) return -1;
-    if (none.empty() || found == none) throw std::bad_alloc();
-    value = found;
-    if (value != found) throw std::bad_alloc();
+    if (m_store->open == nullptr || name == nullptr) return -1;
+    const auto found = m_store->open->find(std::string_view(name));
+    if (found == m_store->open->end()) return -1;
+    // The text class leaves a text empty for which it finds no memory.
+    const ACE_String_Base<char> copy(found->second.data(), found->second.size());
+    value = copy;
+    if (copy.length() != found->second.size() || value != copy) throw std::bad_alloc();
     return 0;
 }
 

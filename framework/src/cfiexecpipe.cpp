@@ -96,6 +96,9 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::stri
                            const std::string& inputFile, unsigned long timeout, const std::string& directory,
                            const std::string& user, const std::string& environment)
 {
+    // What may fail for another reason than the command comes before there is a command.
+    const unsigned long allowed =
+        std::min(m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout, MAX_SECONDS);
     SSpawnRequest request{{}, inputFile, directory, environment};
     SSpawned spawned;
     int error = EINVAL;
@@ -108,8 +111,6 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::stri
     }
     CChildProcess process(spawned.pid);
     CProcessOutput output(spawned.output.get());
-    const unsigned long allowed =
-        std::min(m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout, MAX_SECONDS);
     const EExecResult result = collect(process, output, Clock::now() + std::chrono::seconds(allowed));
     if (result == EXEC_OK) {
         m_error = ended(commandLine, process.exitStatus());

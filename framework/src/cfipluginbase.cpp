@@ -2,6 +2,8 @@
 
 #include <ace/Guard_T.h>
 
+#include <new>
+
 namespace obzx_pdk_4_4 {
 
 CFiPluginBase::CFiPluginBase() = default;
@@ -35,6 +37,12 @@ bool CFiPluginBase::isShuttingDown(bool set)
 {
     if (set) m_shuttingDown = true;
     return m_shuttingDown;
+}
+
+void CFiPluginBase::setProviderName(const ACE_String_Base<char>& name)
+{
+    m_providerName = name;
+    if (m_providerName != name) throw std::bad_alloc();  // the text class leaves the name as it was without a word
 }
 
 }  // namespace obzx_pdk_4_4

@@ -38,10 +38,13 @@ const CFiConfigParamInfoList& CFiPluginBase::globalConfigInfoList()
     const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(m_mutex);
     // Without a name yet there is nothing to look for; the next call may know more.
     if (m_globalConfigRead || m_providerName.is_empty()) return m_globalConfigInfo;
-    m_globalConfigInfo = readParameterDescription(CFiStringTool::tstr2str(m_providerName), *this);
-    for (const CFiConfigParamInfo& parameter : m_globalConfigInfo) {
-        if (!parameter.defaultValue.empty()) m_globalConfigDefaults.push_back(parameter);
+    CFiConfigParamInfoList parameters = readParameterDescription(CFiStringTool::tstr2str(m_providerName), *this);
+    CFiConfigParamInfoList defaults;
+    for (const CFiConfigParamInfo& parameter : parameters) {
+        if (!parameter.defaultValue.empty()) defaults.push_back(parameter);
     }
+    m_globalConfigInfo.swap(parameters);
+    m_globalConfigDefaults.swap(defaults);
     m_globalConfigRead = true;
     return m_globalConfigInfo;
 }

@@ -46,7 +46,7 @@ int32_t CFiPluginInterposer::importNode(obzx_objid** identities, int32_t count, 
     return runOperation(*this, "importNode", [&]() -> int32_t {
         for (int32_t i = 0; i < count; ++i) {
             if (identities[i] == nullptr || identities[i]->name == nullptr) return OBZ_ERR_INVALID_ARG;
-            const ACE_String_Base<char> name(identities[i]->name);
+            const ACE_String_Base<char> name = CFiStringTool::str2tstr(identities[i]->name);
             const int32_t status = importNode(name, transportable, false, unmap, flags);
             if (status != OBZ_OK) return status;
         }
@@ -92,7 +92,7 @@ std::vector<SFiAnnouncedFim> CFiPluginInterposer::getFims(const ACE_String_Base<
 
 ACE_String_Base<char> CFiPluginInterposer::getInterposeNodePrefix() const
 {
-    return ACE_String_Base<char>("<") + m_providerName + ACE_String_Base<char>(">");
+    return CFiStringTool::str2tstr("<" + CFiStringTool::tstr2str(m_providerName) + ">");
 }
 
 }  // namespace obzx_pdk_4_4

@@ -1,5 +1,7 @@
 #include "framework/include/cfisessionmgr.h"
 
+#include <new>
+
 #include "framework/include/cfistringtool.h"
 
 namespace obzx_pdk_4_4 {
@@ -25,6 +27,31 @@ const SPhase* findPhase(int phase)
 
 }  // namespace
 
+// The text class leaves a text as it was, without a word, when it finds no memory for another value.
+void CFiSplitNode::assign(ACE_String_Base<char>& field, const ACE_String_Base<char>& value)
+{
+    field = value;
+    if (field != value) throw std::bad_alloc();
+}
+
+CFiSplitNode::CFiSplitNode(const CFiSplitNode& other)
+{
+    *this = other;
+}
+
+CFiSplitNode& CFiSplitNode::operator=(const CFiSplitNode& other)
+{
+    if (this == &other) return *this;
+    assign(m_name, other.m_name);
+    assign(m_target, other.m_target);
+    m_text = other.m_text;
+    m_makeDone = other.m_makeDone;
+    m_selectDone = other.m_selectDone;
+    m_prepareDone = other.m_prepareDone;
+    m_updateDone = other.m_updateDone;
+    return *this;
+}
+
 CFiSession::CFiSession() = default;
 CFiSession::~CFiSession() = default;
 
@@ -36,9 +63,9 @@ void CFiSession::addNodes(obz_splitnode** nodes, int count)
         const obz_splitnode* node = nodes[i];
         if (node == nullptr || node->node == nullptr || node->node->name == nullptr) continue;
         CFiSplitNode entry;
-        entry.m_name = node->node->name;
+        CFiSplitNode::assign(entry.m_name, CFiStringTool::str2tstr(node->node->name));
         if (node->text != nullptr) entry.m_text = node->text;
-        m_nodes.emplace(CFiStringTool::tstr2str(entry.m_name), entry);
+        m_nodes.emplace(node->node->name, entry);
     }
 }
 

@@ -1,5 +1,7 @@
 #include "framework/include/cfistringtool.h"
 
+#include <new>
+
 namespace obzx_pdk_4_4 {
 
 void CFiStringTool::tokenize(std::vector<std::string>& pieces, std::string_view text, std::string_view separators)
@@ -41,7 +43,9 @@ int CFiStringTool::find(const std::vector<std::string>& lines, std::string_view 
 
 ACE_String_Base<char> CFiStringTool::str2tstr(const std::string& text)
 {
-    return {text.data(), text.size()};
+    ACE_String_Base<char> copy(text.data(), text.size());
+    if (copy.length() != text.size()) throw std::bad_alloc();
+    return copy;
 }
 
 std::string CFiStringTool::tstr2str(const ACE_String_Base<char>& text)

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <optional>
 
 #include "framework/include/cficonfiguration.h"
@@ -96,6 +97,7 @@ void CFiTraceLog::initialize(const ACE_String_Base<char>& component, const ACE_S
     if (isInitialized()) return;
     STraceSettings settings = readSettings(component, file, directory, level);
     m_component = component;
+    if (m_component != component) throw std::bad_alloc();  // the text class leaves a text as it was without a word
     m_state->component = CFiStringTool::tstr2str(component);
     m_state->file = std::make_unique<CTraceFile>(std::move(settings.file));
     m_level.store(settings.level, std::memory_order_relaxed);

@@ -1,24 +1,38 @@
 #include "framework/src/icu_message_catalog.h"
 
+#include <dirent.h>
 #include <unicode/unistr.h>
 #include <unicode/ures.h>
 
-#include <filesystem>
-#include <system_error>
+#include <memory>
+#include <new>
+#include <string_view>
+#include <utility>
 
 #include "framework/src/locale_name.h"
 
 namespace obzx_pdk_4_4 {
 
+namespace {
+
+constexpr std::string_view BUNDLE = ".res";
+
+struct SCloseFolder
+{
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
+
+}  // namespace
+
 CIcuMessageCatalog::CIcuMessageCatalog(std::string folder, std::string rootName)
     : m_folder(std::move(folder)), m_rootName(std::move(rootName))
 {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(m_folder, error);
-    while (!error && entry != std::filesystem::directory_iterator()) {
-        const std::filesystem::path& path = entry->path();
-        if (path.extension() == ".res") m_locales.insert(path.stem().string());
-        entry.increment(error);
+    // The standard library's own iterator ends the process when it finds no memory.
+    const std::unique_ptr<DIR, SCloseFolder> listing(::opendir(m_folder.c_str()));
+    while (const dirent* entry = listing ? ::readdir(listing.get()) : nullptr) {
+        const std::string_view name = entry->d_name;
+        if (name.size() > BUNDLE.size() && name.ends_with(BUNDLE))
+            m_locales.emplace(name.substr(0, name.size() - BUNDLE.size()));
     }
 }
 
@@ -42,8 +56,9 @@ bool CIcuMessageCatalog::getPattern(const std::string& id, const std::string& lo
 
 const CIcuMessageCatalog::CPatterns& CIcuMessageCatalog::load(const std::string& bundle)
 {
-    const auto [entry, isNew] = m_bundles.try_emplace(bundle);
-    if (!isNew) return entry->second;
+    const auto known = m_bundles.find(bundle);
+    if (known != m_bundles.end()) return known->second;
+    CPatterns patterns;
     UErrorCode status = U_ZERO_ERROR;
     const icu::LocalUResourceBundlePointer table(ures_openDirect(m_folder.c_str(), bundle.c_str(), &status));
     while (U_SUCCESS(status) && ures_hasNext(table.getAlias())) {
@@ -52,10 +67,12 @@ const CIcuMessageCatalog::CPatterns& CIcuMessageCatalog::load(const std::string&
         UErrorCode entryStatus = U_ZERO_ERROR;
         const UChar* text = ures_getNextString(table.getAlias(), &length, &key, &entryStatus);
         if (U_FAILURE(entryStatus) || key == nullptr || text == nullptr) continue;  // not a text
-        std::string& pattern = entry->second[key];
+        std::string& pattern = patterns[key];
         icu::UnicodeString(false, text, length).toUTF8String(pattern);
     }
-    return entry->second;
+    // A bundle that found no memory is not kept: the next message reads it again.
+    if (status == U_MEMORY_ALLOCATION_ERROR) throw std::bad_alloc();
+    return m_bundles.emplace(bundle, std::move(patterns)).first->second;
 }
 
 }  // namespace obzx_pdk_4_4

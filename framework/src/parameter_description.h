@@ -17,7 +17,8 @@ namespace obzx_pdk_4_4 {
  *   </parameters>
  *
  * A parameter without a name, or with one that was there before, is passed over. A file that is missing, larger than
- * 1 MiB, malformed or with document type declarations gives an empty list and a trace line of level 2.
+ * 1 MiB, malformed or with document type declarations gives an empty list and a trace line of level 2. So does every
+ * file once the XML parser found no memory to start in this process.
  */
 CFiConfigParamInfoList readParameterDescription(const std::string& component, const CFiTraceable& tracer);
 

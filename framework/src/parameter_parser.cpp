@@ -1,4 +1,5 @@
 #include <xercesc/framework/MemBufInputSource.hpp>
+#include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/sax/SAXException.hpp>
 #include <xercesc/sax2/Attributes.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
@@ -9,6 +10,8 @@
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -105,17 +108,80 @@ class CDescriptionHandler : public DefaultHandler
     bool m_inHelp = false;
 };
 
+struct SNotInitialized
+{
+};
+
+// The library's own handler ends the process.
+class CPanicHandler : public PanicHandler
+{
+  public:
+    void panic(const PanicReasons) override { throw SNotInitialized(); }
+};
+
 void initializeParser()
 {
     // Never terminated: the count that the library keeps is not safe against the host's own use of it, and what it
-    // holds is held once for the life of the process.
+    // holds is held once for the life of the process. A start that found no memory cannot be undone or repeated.
+    static CPanicHandler s_handler;
     static std::once_flag s_once;
-    std::call_once(s_once, [] { XMLPlatformUtils::Initialize(); });
+    static bool s_initialized = false;
+    std::call_once(s_once, [] {
+        try {
+            XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale, nullptr, &s_handler);
+            s_initialized = true;
+        } catch (...) {
+            s_initialized = false;
+        }
+    });
+    if (!s_initialized) throw SNotInitialized();
 }
+
+// The memory of one parse. What the parser loses on its way when it finds no more is given back here.
+class CParserMemory : public MemoryManager
+{
+  public:
+    CParserMemory() = default;
+    ~CParserMemory() override
+    {
+        while (m_first.next != &m_first)
+            deallocate(m_first.next + 1);
+    }
+    CParserMemory(const CParserMemory&) = delete;
+    CParserMemory& operator=(const CParserMemory&) = delete;
+
+    void* allocate(XMLSize_t size) override
+    {
+        auto* const block = static_cast<SBlock*>(std::malloc(sizeof(SBlock) + size));
+        if (block == nullptr) throw OutOfMemoryException();
+        *block = {m_first.next, &m_first};
+        block->next->previous = m_first.next = block;
+        return block + 1;
+    }
+    void deallocate(void* memory) override
+    {
+        if (memory == nullptr) return;
+        SBlock* const block = static_cast<SBlock*>(memory) - 1;
+        block->previous->next = block->next;
+        block->next->previous = block->previous;
+        std::free(block);
+    }
+    // An exception may outlive the parse.
+    MemoryManager* getExceptionMemoryManager() override { return XMLPlatformUtils::fgMemoryManager; }
+
+  private:
+    struct alignas(std::max_align_t) SBlock
+    {
+        SBlock* next;
+        SBlock* previous;
+    };
+    SBlock m_first{&m_first, &m_first};
+};
 
 void parse(const std::string& xml, CDescriptionHandler& handler)
 {
-    const std::unique_ptr<SAX2XMLReader> reader(XMLReaderFactory::createXMLReader());
+    CParserMemory memory;
+    const std::unique_ptr<SAX2XMLReader> reader(XMLReaderFactory::createXMLReader(&memory));
     reader->setFeature(XMLUni::fgSAX2CoreValidation, false);
     reader->setFeature(XMLUni::fgXercesSchema, false);
     reader->setFeature(XMLUni::fgXercesLoadExternalDTD, false);
@@ -123,7 +189,8 @@ void parse(const std::string& xml, CDescriptionHandler& handler)
     reader->setContentHandler(&handler);
     reader->setLexicalHandler(&handler);
     reader->setErrorHandler(&handler);
-    const MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(), "parameters.xml");
+    const MemBufInputSource source(reinterpret_cast<const XMLByte*>(xml.data()), xml.size(), "parameters.xml", false,
+                                   &memory);
     reader->parse(source);
 }
 
@@ -142,6 +209,8 @@ bool parseParameterDescription(const std::string& xml, CFiConfigParamInfoList& p
         return false;
     } catch (const OutOfMemoryException&) {
         return false;  // no relation of the exceptions above
+    } catch (const SNotInitialized&) {
+        return false;
     }
 }
 

@@ -33,7 +33,10 @@ struct FI_PRIVATE CFiEntryCalls
         args.importArgs(request);
         const auto plugin = CFiContext::fetch<Plugin>();
         if (!plugin) return OBZ_ERR_FAILED;
-        const int64_t outcome = plugin->objctl(ACE_String_Base<char>(name), args);
+        const ACE_String_Base<char> object(name);
+        // Left empty for lack of memory: another object than the one asked for.
+        if (name != nullptr && object.length() != std::strlen(name)) return OBZ_ERR_FAILED;
+        const int64_t outcome = plugin->objctl(object, args);
         if (status != nullptr) *status = outcome;
         return reply == nullptr ? OBZ_OK : CFiContext::ownStep([&] { return storeReply(args, reply); });
     }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <exception>
+#include <new>
 #include <type_traits>
 
 #include "framework/include/cfipluginbase.h"
@@ -25,10 +26,15 @@ struct SFiEntryPlace
 /// The objects of this provider, fetched anew for each step of a call and given back right after it.
 struct FI_PRIVATE CFiContext
 {
+    /// Empty when the object cannot be had, also for lack of memory.
     template <class T>
     static CFiSmartPtr<T, CFiContextSingletonAllocator<T>> fetch()
     {
-        return CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(false);
+        try {
+            return CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(false);
+        } catch (const std::bad_alloc&) {
+            return {};
+        }
     }
 
     template <class T>

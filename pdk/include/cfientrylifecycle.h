@@ -1,5 +1,6 @@
 #pragma once
 
+#include <new>
 #include <string>
 
 #include "pdk/include/cfientryguard.h"
@@ -16,13 +17,11 @@ class FI_PRIVATE CFiEntryLifecycle
     static int32_t start(obz_context* context, obz_version* version, const char* fimName)
     {
         *version = obz_version{OBZ_INTERFACE_VERSION, {}};
-        if (!nameProvider(fimName)) return OBZ_ERR_INIT;
-
-        const SManagers managers;
-        if (!managers.complete()) return OBZ_ERR_INIT;
-        prepareTraceLog(managers);
-        prepareMessages(managers, context);
-        if (!introduce(managers)) return OBZ_ERR_INIT;
+        try {
+            if (!wire(context, fimName)) return OBZ_ERR_INIT;
+        } catch (const std::bad_alloc&) {
+            return OBZ_ERR_INIT;
+        }
         return CFiContext::call<Plugin>(OBZ_ERR_INIT, &CFiPluginBase::init);
     }
 
@@ -50,6 +49,16 @@ class FI_PRIVATE CFiEntryLifecycle
 
         bool complete() const { return catalogs && traceLog && errors && privateData && sessions; }
     };
+
+    static bool wire(obz_context* context, const char* fimName)
+    {
+        if (!nameProvider(fimName)) return false;
+        const SManagers managers;
+        if (!managers.complete()) return false;
+        prepareTraceLog(managers);
+        prepareMessages(managers, context);
+        return introduce(managers);
+    }
 
     static bool nameProvider(const char* fimName)
     {

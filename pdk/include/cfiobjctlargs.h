@@ -3,11 +3,10 @@
 #include <ace/SString.h>
 
 #include <cstdint>
+#include <deque>
 #include <new>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "pdk/include/cfipluginname.h"
 
@@ -20,6 +19,12 @@ struct FI_PRIVATE CFiKeyValuePair
     ACE_String_Base<char> m_value;
     ACE_String_Base<char> m_type;
 };
+
+/// The text class leaves a text empty for which it finds no memory. @throw std::bad_alloc
+inline void requireWhole(const ACE_String_Base<char>& text, size_t length)
+{
+    if (text.length() != length) throw std::bad_alloc();
+}
 
 /// Walks over a request from left to right; never past its end.
 class FI_PRIVATE CFiObjctlCursor
@@ -41,6 +46,7 @@ class FI_PRIVATE CFiObjctlCursor
         if (!take(name) || !take("=")) return false;
         const std::string_view text = upToBlank();
         value.set(text.data(), text.size(), true);
+        requireWhole(value, text.size());
         return !text.empty();
     }
 
@@ -86,7 +92,7 @@ class FI_PRIVATE CFiObjctlCursor
 class FI_PRIVATE CFiObjctlArgs
 {
   public:
-    using CPairs = std::vector<CFiKeyValuePair>;
+    using CPairs = std::deque<CFiKeyValuePair>;  // grows without copying the texts that it holds
 
     /// Appends the elements of a request, which may be null and is left as it is, to the inputs. Always 0; an input for
     /// which there is no memory ends the reading too.
@@ -114,12 +120,14 @@ class FI_PRIVATE CFiObjctlArgs
             text += " />";
         }
         text += " </OBJCTL_ARG_LIST> ";
-        return ACE_String_Base<char>(text.data(), text.size());
+        ACE_String_Base<char> reply(text.data(), text.size());
+        requireWhole(reply, text.size());
+        return reply;
     }
 
     const CPairs& getInputs() const { return m_inputs; }
     const CPairs& getOutputs() const { return m_outputs; }
-    void addOutput(const CFiKeyValuePair& pair) { m_outputs.push_back(pair); }
+    void addOutput(const CFiKeyValuePair& pair) { append(m_outputs, pair); }
 
   private:
     void parse(CFiObjctlCursor cursor)
@@ -130,8 +138,16 @@ class FI_PRIVATE CFiObjctlArgs
             if (!cursor.attribute("arg", pair.m_arg) || !cursor.attribute("value", pair.m_value) ||
                 !cursor.attribute("type", pair.m_type) || cursor.token() != "/>")
                 return;
-            m_inputs.push_back(std::move(pair));
+            append(m_inputs, pair);
         }
+    }
+
+    static void append(CPairs& pairs, const CFiKeyValuePair& pair)
+    {
+        const CFiKeyValuePair& added = pairs.emplace_back(pair);
+        requireWhole(added.m_arg, pair.m_arg.length());
+        requireWhole(added.m_value, pair.m_value.length());
+        requireWhole(added.m_type, pair.m_type.length());
     }
 
     static void append(std::string& text, const char* before, const ACE_String_Base<char>& value)

@@ -29,10 +29,13 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, s
     if (!isSendable(server, command)) return NOT_STARTED;
     trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
 
-    const std::string script = CFiPlatformError::getTempFileName(nullptr, nullptr);
-    writeScript(script, server, command);
     const std::string commandLine =
         '"' + CFiStringTool::tstr2str(m_shell.path) + CFiStringTool::tstr2str(m_shell.name) + '"';
+    const std::string script = CFiPlatformError::getTempFileName(nullptr, nullptr);
+    if (!writeScript(script, server, command)) {
+        std::remove(script.c_str());
+        return NOT_STARTED;
+    }
     const int result = pipe.Exec(commandLine, lines, script, TIME_OUT_SECONDS, "", "", "");
     if (result == EXEC_FAILED) {
         if (isTraceEnabled(TRACE_INVALID)) {
@@ -68,7 +71,7 @@ bool CLMRApplianceTool::isSendable(const CString& server, const CString& command
     return true;
 }
 
-void CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
+bool CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
 {
     // Cut by one opening and written through another: what is written between cutting a file and closing it goes to the
     // disk at once on some file systems, and the removal of the file then waits for the disk, longer than the shell
@@ -76,8 +79,15 @@ void CLMRApplianceTool::writeScript(const std::string& file, const CString& serv
     std::ofstream script;
     if (std::ofstream(file, std::ios::out | std::ios::trunc)) script.open(file, std::ios::in | std::ios::out);
     // The run goes on without a script: the shell then fails on its empty input, and its answer tells the rest.
-    if (!script.is_open()) trace(TRACE_FAILURE, "Failed to open file [%s].", file);
+    if (!script.is_open()) {
+        trace(TRACE_FAILURE, "Failed to open file [%s].", file);
+        return true;
+    }
     script << "server " << bytesOf(server) << '\n' << bytesOf(command) << '\n' << "exit\n";
+    script.close();
+    // Half a script is never run: an appliance might take a command that was cut off for another one.
+    if (!script) trace(TRACE_FAILURE, "Failed to write file [%s].", file);
+    return !script.fail();
 }
 
 }  // namespace cdpfi

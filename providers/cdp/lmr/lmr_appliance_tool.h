@@ -24,15 +24,15 @@ class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virt
      * Has the shell run one command on an appliance and waits for it, at most 600 seconds.
      * @param command as the shell reads it, without a newline at its end; may be several lines
      * @param lines   replaced by the shell's output, also when it failed
-     * @return 0; -1 when nothing was started (no server, no command, a server name that no script may hold); else an
-     *         EExecResult
+     * @return 0; -1 when nothing was started (no server, no command, a server name that no script may hold, a script
+     * that could not be written whole); else an EExecResult
      * @throw CFiPlatformError when there is no temporary file
      */
     int execLMSH(const CString& server, const CString& command, std::vector<std::string>& lines);
 
   private:
     bool isSendable(const CString& server, const CString& command) const;
-    void writeScript(const std::string& file, const CString& server, const CString& command) const;
+    bool writeScript(const std::string& file, const CString& server, const CString& command) const;
 
     SLMRCliPath m_shell;
     std::map<CString, CString> m_settings;  // reserved for settings of the shell

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace obzx_pdk_4_4 {
+
+/**
+ * Sections of named values, from a text in INI form:
+ *
+ *     store = { line NEWLINE }
+ *     line  = "" | (";" | "#") text | "[" name "]" text | name "=" value
+ *     value = text | '"' text '"'
+ *     name  = 1 to 255 characters other than "[", "]", '"', "\" and "/"
+ *
+ * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. A section
+ * may come again; the last of several values of one name counts. A text of any other form, with a value before the
+ * first section, or with a NUL has no sections at all.
+ *
+ * ACE's own store of this form answers with wrong values, or ends the process, when memory runs out; this one throws
+ * std::bad_alloc.
+ */
+class CIniStore
+{
+  public:
+    using CSection = std::map<std::string, std::string, std::less<>>;
+
+    /// Empty when the text is malformed.
+    static std::optional<CIniStore> parse(std::string_view text);
+
+    /// Null when there is no such section; valid as long as the store is.
+    const CSection* findSection(std::string_view name) const;
+
+  private:
+    bool readLine(std::string_view line, CSection*& section);
+
+    std::map<std::string, CSection, std::less<>> m_sections;
+};
+
+}  // namespace obzx_pdk_4_4
