@@ -67,14 +67,14 @@ CTimeImagePtr CLMRConsistencyGroup::createTimeImage(const CString& name, const C
     }
     trace(TRACE_INFO, "Map count before adding [%d]", m_timeImages.size());
     printTimeImages();
-    m_checkPoints[std::string(bytesOf(checkpoint))] = bytesOf(name);
+    m_timeImages.setCheckPoint(bytesOf(checkpoint), bytesOf(name));
     CTimeImagePtr image = createTimeImageObject(name);
     if (!image) {
         trace(TRACE_FAILURE, "Could not create time image object");
         return image;
     }
     trace(TRACE_INFO, "Adding TI [%s] object for [%s]", name, checkpoint);
-    m_timeImages[std::string(bytesOf(name))] = image;
+    m_timeImages.set(bytesOf(name), image);
     trace(TRACE_INFO, "Map count after adding [%d]", m_timeImages.size());
     printTimeImages();
     return image;
@@ -88,15 +88,11 @@ int CLMRConsistencyGroup::deleteTimeImage(CString name)
     if (sendCommand(*this, m_applianceName, lmr_commands::deleteTimeImage(name, m_name), lines) != 0) {
         trace(TRACE_FAILURE, "Failed to execute command");
     }
-    m_timeImages.erase(std::string(bytesOf(name)));
-    for (auto entry = m_checkPoints.begin(); entry != m_checkPoints.end(); ++entry) {
-        if (entry->second != bytesOf(name)) continue;
+    if (const auto checkPoint = m_timeImages.erase(bytesOf(name))) {
         trace(TRACE_INFO,
               "Erasing the following entry from the checkpoint to TimeImage Map. checkpoing name = [%s], time image "
               "name = [%s]",
-              entry->first, entry->second);
-        m_checkPoints.erase(entry);
-        break;
+              *checkPoint, name);
     }
     return 0;
 }
@@ -107,7 +103,7 @@ int CLMRConsistencyGroup::deleteCheckPoint(CString name)
     if (sendCommand(*this, m_applianceName, lmr_commands::deleteCheckPoint(name, m_name), lines) != 0) {
         trace(TRACE_FAILURE, "Failed to execute command");
     }
-    m_checkPoints.erase(std::string(bytesOf(name)));
+    m_timeImages.eraseCheckPoint(bytesOf(name));
     return 0;
 }
 
@@ -144,7 +140,7 @@ void CLMRConsistencyGroup::populateTimeImageInformation()
         const CString name = textOf(piece);
         const CTimeImagePtr image = createTimeImageObject(name);
         printTimeImages();
-        m_timeImages[std::string(piece)] = image;
+        m_timeImages.set(piece, image);
     }
 }
 
@@ -152,7 +148,7 @@ CTimeImagePtr CLMRConsistencyGroup::getAssociatedTimeImage(const CString& device
 {
     const CString serial = serialOfDevice(device);
     trace(TRACE_INFO, "Map count while browsing [%d]", m_timeImages.size());
-    for (const auto& entry : m_timeImages) {
+    for (const auto& entry : m_timeImages.all()) {
         const CTimeImagePtr& image = entry.second;
         if (!image) continue;  // an image whose listing could not be read has nothing to look at
         trace(TRACE_INFO, "CLMRConsistencyGroup::getAssociatedTimeImage - Checking with time image [%s]",
@@ -175,14 +171,12 @@ CTimeImagePtr CLMRConsistencyGroup::getAssociatedTimeImage(const CString& device
 
 CTimeImagePtr CLMRConsistencyGroup::getTimeImage(const CString& name)
 {
-    const auto entry = m_timeImages.find(bytesOf(name));
-    return entry == m_timeImages.end() ? CTimeImagePtr() : entry->second;
+    return m_timeImages.find(bytesOf(name));
 }
 
 CTimeImagePtr CLMRConsistencyGroup::getTimeImageFromCheckPoint(const CString& checkpoint)
 {
-    const auto entry = m_checkPoints.find(bytesOf(checkpoint));
-    return entry == m_checkPoints.end() ? CTimeImagePtr() : getTimeImage(textOf(entry->second));
+    return m_timeImages.findOfCheckPoint(bytesOf(checkpoint));
 }
 
 void CLMRConsistencyGroup::mapHost(CHostPtr host)
@@ -212,7 +206,7 @@ void CLMRConsistencyGroup::unmapHost(CHostPtr host)
 CLMRConsistencyGroup::CTimeImageMap CLMRConsistencyGroup::getTimeImageList()
 {
     CTimeImageMap images;
-    for (const auto& [name, image] : m_timeImages)
+    for (const auto& [name, image] : m_timeImages.all())
         appendTo(images, name) = image;
     return images;
 }

@@ -8,13 +8,15 @@
 #include <vector>
 
 #include "providers/cdp/lmr/lmr_group_index.h"
+#include "providers/cdp/lmr/lmr_time_images.h"
 #include "providers/cdp/model/base_consistencygroup.h"
 
 namespace cdpfi {
 
 /**
  * A consistency group of an appliance: turns what the provider asks for into commands of the appliance's shell, and
- * keeps which checkpoint became which time image. Takes no lock: one thread at a time changes a group.
+ * keeps which checkpoint became which time image. Name, appliance and devices are set while the appliance reads its
+ * inventory; after that any thread may call it. No lock is held while a command runs.
  */
 class CLMRConsistencyGroup : public CBaseConsistencyGroup
 {
@@ -66,8 +68,7 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
     CString m_applianceName;
     std::vector<SCDPDeviceInfo> m_devices;
     std::vector<CVolumePtr> m_volumes;
-    std::map<std::string, CTimeImagePtr, std::less<>> m_timeImages;
-    std::map<std::string, std::string, std::less<>> m_checkPoints;  // checkpoint to time image
+    CLMRTimeImages m_timeImages;
     CLMRGroupIndex* m_index = nullptr;
     uint32_t m_position = 0;
 };
