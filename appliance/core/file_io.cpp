@@ -13,6 +13,11 @@
 
 namespace lumora {
 namespace fs = std::filesystem;
+namespace {
+
+constexpr mode_t publicFolder = 0755;
+
+}  // namespace
 
 CFileDescriptor& CFileDescriptor::operator=(CFileDescriptor&& other) noexcept
 {
@@ -86,12 +91,17 @@ void syncFolder(const fs::path& path)
     syncFile(folder.get(), path);
 }
 
-void makeFolder(const fs::path& path)
+void makeFolder(const fs::path& path, mode_t mode)
 {
     std::error_code error;
-    fs::create_directories(path, error);
-    if (error) {
-        throwStorage("create folder", path.string(), error.value());
+    if (fs::is_directory(path, error)) {
+        return;
+    }
+    if (path.has_relative_path() && path.has_parent_path() && path.parent_path() != path) {
+        makeFolder(path.parent_path(), publicFolder);
+    }
+    if (::mkdir(path.c_str(), mode) != 0 && (errno != EEXIST || !fs::is_directory(path, error))) {
+        throwStorage("create folder", path.string(), errno);
     }
 }
 
@@ -138,7 +148,7 @@ void moveIntoPlace(const fs::path& temporary, const fs::path& path)
 
 void replaceFile(const fs::path& path, std::string_view text, mode_t mode)
 {
-    makeFolder(path.parent_path());
+    makeFolder(path.parent_path(), publicFolder);
     const fs::path temporary = temporaryBeside(path);
     try {
         const CFileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
@@ -157,7 +167,7 @@ void replaceFile(const fs::path& path, std::string_view text, mode_t mode)
 
 void replaceLink(const fs::path& path, const fs::path& target)
 {
-    makeFolder(path.parent_path());
+    makeFolder(path.parent_path(), publicFolder);
     const fs::path temporary = temporaryBeside(path);
     if (::symlink(target.c_str(), temporary.c_str()) != 0) {
         throwStorage("create link", path.string(), errno);

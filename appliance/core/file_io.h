@@ -36,7 +36,8 @@ void writeAt(int fd, std::string_view bytes, std::uint64_t offset, const std::fi
 std::size_t readAt(int fd, char* bytes, std::size_t size, std::uint64_t offset, const std::filesystem::path& path);
 void syncFile(int fd, const std::filesystem::path& path);
 void syncFolder(const std::filesystem::path& path);
-void makeFolder(const std::filesystem::path& path);  // with its parents; there already is fine
+// With its parents, which are for all to pass through; there already is fine. The modes hold whatever the umask is.
+void makeFolder(const std::filesystem::path& path, mode_t mode = 0700);
 
 // The content of a regular file of at most `limit` bytes. A folder, FIFO, device or larger file is refused without
 // waiting for anything (status unusable); so is a file that cannot be opened.

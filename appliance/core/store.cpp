@@ -89,6 +89,8 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
     // One process makes the tables; those that come meanwhile wait and find them.
     const CFileDescriptor lock = openFile(layout.createLock(), O_RDWR | O_CREAT);
     lockRange(lock.get(), ERangeLock::exclusive, 0, 1, layout.createLock());
+    // The database library would make the file readable by others; its log files take the rights of this one.
+    openFile(layout.database(), O_RDWR | O_CREAT);
     CDatabase database(layout.database(), CDatabase::EMode::create);
     CTransaction transaction(database, CTransaction::EKind::write);
     if (version(database) == 0) {

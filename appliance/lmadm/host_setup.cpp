@@ -123,7 +123,8 @@ Json setUpHost(CSession& session, const SHostSetup& setup)
     const std::vector<SAppliance> appliances = session.inventory().appliances();
     checkHostIsKnown(session, appliances, setup.host);
     const fs::path tools = findTools(setup.tools);
-    makeFolder(setup.root);
+    constexpr mode_t passableByAll = 0755;
+    makeFolder(setup.root, passableByAll);
     const fs::path root = fs::canonical(setup.root);
     const fs::path folder = root / "etc/qz";
     constexpr mode_t readableByAll = 0644;

@@ -41,12 +41,19 @@ std::string errorText(int error)
 
 void makeFolder(const std::filesystem::path& folder)
 {
-    std::error_code error;
-    std::filesystem::create_directories(folder.parent_path(), error);
-    if (error) refuse(folder, "cannot create its folder: " + error.message());
+    // Nobody else may put folders of his own in the place of these, whatever the umask is.
+    constexpr mode_t PASSABLE = 0755;
     constexpr mode_t OWNER_ONLY = 0700;
-    if (mkdir(folder.c_str(), OWNER_ONLY) != 0 && errno != EEXIST) {
-        refuse(folder, "cannot create its folder: " + errorText(errno));
+    std::filesystem::path part;
+    for (const std::filesystem::path& name : folder) {
+        part /= name;
+        const mode_t mode = part == folder ? OWNER_ONLY : PASSABLE;
+        if (mkdir(part.c_str(), mode) == 0) continue;
+        const int error = errno;
+        std::error_code ignored;
+        if (!std::filesystem::is_directory(part, ignored)) {
+            refuse(folder, "cannot create its folder: " + errorText(error));
+        }
     }
 }
 
