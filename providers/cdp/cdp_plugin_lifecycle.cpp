@@ -3,6 +3,7 @@
 
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfiexecpipe.h"
+#include "framework/include/cfiplatformerror.h"
 #include "framework/include/cfistringtool.h"
 #include "pdk/include/cfilist.h"
 #include "providers/cdp/cdp_messages.h"
@@ -16,6 +17,7 @@ namespace cdpfi {
 using obzx_pdk_4_4::CFiErrorManagerPtr;
 using obzx_pdk_4_4::CFiFim;
 using obzx_pdk_4_4::CFiFimListFactory;
+using obzx_pdk_4_4::CFiPlatformError;
 using obzx_pdk_4_4::CFiPrivateDataConcreteFactory;
 using obzx_pdk_4_4::CFiPrivateDataFactoryPtr;
 using obzx_pdk_4_4::CFiProviderInfo;
@@ -64,6 +66,9 @@ void pushCause(const CFiErrorManagerPtr& errors)
         throw;
     } catch (const EFiExecPipe& error) {
         pushError(errors, message::DISK_LISTING_FAILED, {diskUtility(), error.what()}, {__FILE__, __LINE__});
+    } catch (const CFiPlatformError& error) {
+        const std::string cause = error.getPath() + ": " + error.what();
+        pushError(errors, message::INITIALIZATION_CAUSE, {cause}, {__FILE__, __LINE__});
     } catch (const std::exception& error) {
         pushError(errors, message::INITIALIZATION_CAUSE, {error.what()}, {__FILE__, __LINE__});
     }

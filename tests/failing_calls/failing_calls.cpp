@@ -1,7 +1,7 @@
 #include "tests/failing_calls/failing_calls.h"
 
 #include <dlfcn.h>
-#include <spawn.h>
+#include <sched.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -130,18 +130,12 @@ void free(void* block) noexcept
     __libc_free(block);
 }
 
-int posix_spawn(pid_t* pid, const char* path, const posix_spawn_file_actions_t* actions,
-                const posix_spawnattr_t* attributes, char* const argv[], char* const envp[])
+int clone(int (*function)(void*), void* stack, int flags, void* argument, ...) noexcept
 {
-    static auto* const real = nextOne<decltype(posix_spawn)>("posix_spawn");
-    return failsNow(EKind::SPAWN) ? EAGAIN : real(pid, path, actions, attributes, argv, envp);
-}
-
-int posix_spawnp(pid_t* pid, const char* file, const posix_spawn_file_actions_t* actions,
-                 const posix_spawnattr_t* attributes, char* const argv[], char* const envp[])
-{
-    static auto* const real = nextOne<decltype(posix_spawnp)>("posix_spawnp");
-    return failsNow(EKind::SPAWN) ? EAGAIN : real(pid, file, actions, attributes, argv, envp);
+    static auto* const real = nextOne<int(int (*)(void*), void*, int, void*, ...)>("clone");
+    if (!failsNow(EKind::SPAWN)) return real(function, stack, flags, argument);
+    errno = EAGAIN;
+    return -1;
 }
 
 pid_t fork(void) noexcept

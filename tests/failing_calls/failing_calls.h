@@ -3,7 +3,7 @@
 #include <cstdint>
 
 /**
- * Calls of this process that fail on demand. The program defines malloc and its relatives, posix_spawn and fork itself;
+ * Calls of this process that fail on demand. The program defines malloc and its relatives, clone and fork itself;
  * being the program, its definitions come before those of the libraries, so that every library's calls come here.
  * Only calls within a CWatched count, from 1, since failAt; other threads are not looked at.
  */
@@ -12,7 +12,7 @@ namespace failing_calls {
 enum class EKind
 {
     ALLOCATION,  ///< malloc, calloc, realloc, aligned allocations; so operator new too
-    SPAWN,       ///< posix_spawn, posix_spawnp, fork
+    SPAWN,       ///< clone, fork
 };
 
 /// Lets the call of that number fail; 0 lets all pass and only counts.

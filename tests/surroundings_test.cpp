@@ -1,0 +1,188 @@
+// Files, limits and environments that an attacker, a full disk or a bad day leaves around the tools: a documented exit
+// code, nothing made that is not known, and no hanging.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <functional>
+
+#include "tests/site.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr int PROVIDER = 6;
+constexpr int CATALOG = 11;
+
+class BadSurroundings : public testing::Test
+{
+  protected:
+    BadSurroundings()
+    {
+        m_site.addGroup("vault", "payroll", {"data"});
+        m_site.setUpHosts();
+        m_device = m_site.device("vault", "data");
+    }
+
+    fs::path root() const { return m_site.root("production"); }
+    /// fictl snapshot create on the production host, in a shell that ran some words first.
+    SRun create(const std::string& first) const
+    {
+        return m_site.shell("production", first + "; exec fictl snapshot create nightly " + m_device);
+    }
+    std::vector<std::string> copies() const { return m_site.copiesOf("vault", "payroll"); }
+
+    /// Puts something else in the place of a file, does something, and puts the file back.
+    template <class Action>
+    void instead(const fs::path& file, const std::function<void(const fs::path&)>& put, const Action& action) const
+    {
+        const fs::path aside = file.string() + ".aside";
+        fs::rename(file, aside);
+        put(file);
+        action();
+        fs::remove_all(file);
+        fs::rename(aside, file);
+    }
+
+    CSite m_site;
+    std::string m_device;
+};
+
+struct SOddFile
+{
+    const char* name;
+    std::function<void(const fs::path&)> put;
+};
+
+const std::vector<SOddFile>& oddFiles()
+{
+    static const std::vector<SOddFile> all = {
+        {"a folder", [](const fs::path& file) { fs::create_directory(file); }},
+        {"a FIFO", [](const fs::path& file) { mkfifo(file.c_str(), 0600); }},
+        {"1 GiB",
+         [](const fs::path& file) {
+             std::ofstream(file) << "RSURL=vault:9000\n";
+             fs::resize_file(file, uintmax_t{1} << 30);
+         }},
+        {"a link to itself", [](const fs::path& file) { fs::create_symlink(file, file); }},
+        {"an endless device", [](const fs::path& file) { fs::create_symlink("/dev/zero", file); }},
+        {"unreadable",
+         [](const fs::path& file) {
+             std::ofstream(file) << "RSURL=vault:9000\n";
+             fs::permissions(file, fs::perms::none);
+         }},
+    };
+    return all;
+}
+
+}  // namespace
+
+TEST_F(BadSurroundings, TemporaryFolderThatIsMissingOrReadOnlyStopsTheStart)
+{
+    EXPECT_EQ(create("export TMPDIR=/nonexistent").status, PROVIDER);
+    const SRun device = create("export TMPDIR=/proc");  // nobody can make files there, root included
+    EXPECT_EQ(device.status, PROVIDER);
+    EXPECT_NE(device.err.find("/proc/"), std::string::npos) << device.err;
+    EXPECT_TRUE(copies().empty());
+}
+
+TEST_F(BadSurroundings, PreparedLinksInTheTemporaryFolderAreNotFollowed)
+{
+    const fs::path folder = root() / "tmp";
+    const fs::path victim = root() / "victim";
+    fs::create_directories(folder);
+    // What a script's name begins with is known; some of its endings are taken.
+    for (char first = 'a'; first <= 'z'; ++first) {
+        for (const char* rest : {"XXXXX", "aaaaa", "00000"})
+            fs::create_symlink(victim, folder / (std::string("ksv_fi") + first + rest));
+    }
+    const auto links = std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+
+    const SRun run = create("export TMPDIR=" + folder.string());
+
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_FALSE(fs::exists(victim));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), links);
+}
+
+TEST_F(BadSurroundings, DiskWithoutRoomForTheCatalogStopsBeforeAnythingIsMade)
+{
+    const SRun run = create("trap '' XFSZ; ulimit -f 0");
+    EXPECT_TRUE(run.status == CATALOG || run.status == PROVIDER) << run.status << run.err;
+    EXPECT_TRUE(copies().empty());
+    EXPECT_EQ(create("true").status, 0);
+}
+
+TEST_F(BadSurroundings, DiskThatFillsUpLeavesNoCheckpointThatTheCatalogDoesNotKnow)
+{
+    // From a limit that fits nothing to one that fits all: the first file that does not fit differs.
+    int succeeded = 0;
+    for (const int blocks : {1, 8, 32, 64, 128, 256, 4096}) {
+        const SRun run = create("trap '' XFSZ; ulimit -f " + std::to_string(blocks));
+        EXPECT_TRUE(run.status == 0 || (run.status >= 1 && run.status <= 15))
+            << blocks << ": " << run.status << run.err;
+        const SRun shown = m_site.fictl("production", {"snapshot", "show", "nightly"});
+        if (shown.status != 0) {
+            EXPECT_TRUE(copies().empty()) << blocks;
+        }
+        succeeded += run.status == 0 ? 1 : 0;
+        m_site.fictl("production", {"snapshot", "delete", "nightly"});
+        EXPECT_TRUE(copies().empty()) << blocks;
+    }
+    EXPECT_GE(succeeded, 1);
+}
+
+TEST_F(BadSurroundings, TraceFileOnAFullDiskDoesNotStopABackup)
+{
+    const fs::path log = root() / "var/log/qz/cdpfi.log";
+    fs::create_directories(log.parent_path());
+    fs::create_symlink("/dev/full", log);
+    const SRun run = create("export OBZX_TRACE_LEVEL=6");
+    EXPECT_EQ(run.status, 0) << run.err;
+}
+
+TEST_F(BadSurroundings, ApplianceListThatIsNoUsableFileIsNamed)
+{
+    const fs::path file = root() / "etc/qz/hls.conf";
+    for (const SOddFile& odd : oddFiles()) {
+        if (odd.name == std::string("unreadable") && geteuid() == 0) continue;  // root reads it all the same
+        instead(file, odd.put, [&] {
+            const SRun run = create("true");
+            EXPECT_EQ(run.status, PROVIDER) << odd.name << run.err;
+            EXPECT_NE(run.err.find(file.string()), std::string::npos) << odd.name << run.err;
+        });
+    }
+    EXPECT_TRUE(copies().empty());
+}
+
+TEST_F(BadSurroundings, ConfigurationStoreThatIsNoUsableFileMeansTheDefaults)
+{
+    for (const SOddFile& odd : oddFiles()) {
+        if (odd.name == std::string("unreadable") && geteuid() == 0) continue;  // root reads it all the same
+        instead(root() / "etc/qz/cdpfi.conf", odd.put, [&] {
+            // The tools are not where they are by default.
+            const SRun run = create("true");
+            EXPECT_EQ(run.status, PROVIDER) << odd.name << run.err;
+            EXPECT_NE(run.err.find("/usr/sbin/kforutil"), std::string::npos) << odd.name << run.err;
+        });
+    }
+    EXPECT_TRUE(copies().empty());
+}
+
+TEST_F(BadSurroundings, SmallStackIsEnough)
+{
+    const SRun run = create("ulimit -s 256");
+    EXPECT_EQ(run.status, 0) << run.err;
+}
+
+TEST_F(BadSurroundings, StandardDescriptorsThatAreClosedAreNotMixedUpWithFiles)
+{
+    const SRun run = create("exec <&- >&- 2>&-");
+    EXPECT_TRUE(run.status == 0 || run.status == 14) << run.status;
+    EXPECT_EQ(m_site.fictl("production", {"snapshot", "show", "nightly"}).status, 0);
+    EXPECT_EQ(m_site.fictl("production", {"snapshot", "delete", "nightly"}).status, 0);
+    EXPECT_TRUE(copies().empty());
+}
