@@ -1,8 +1,11 @@
 // The configuration store of a component.
+#include <ace/Configuration_Import_Export.h>
+
 #include <climits>
 #include <utility>
 
 #include "framework/include/cficonfiguration.h"
+#include "framework/include/cfistringtool.h"
 #include "fuzz/root_folder.h"
 
 using fuzz::require;
@@ -45,6 +48,50 @@ void requireValues(const std::string& text)
     }
 }
 
+// Whether the library's own store of this form would read the text as it is meant: it takes long lines apart, gives
+// paths of names a meaning, reads past a value that is one quote, and knows nothing of other bytes.
+bool isTame(const std::string& text)
+{
+    constexpr std::string_view nameCharacters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    constexpr size_t longest = 200;
+    size_t begin = 0;
+    for (size_t i = 0; i <= text.size(); ++i) {
+        if (i < text.size() && text[i] != '\n') {
+            if (text[i] != '\t' && (text[i] < ' ' || text[i] > '~')) return false;
+            continue;
+        }
+        const std::string line = obzx_pdk_4_4::CFiStringTool::trim(text.substr(begin, i - begin), " \t");
+        begin = i + 1;
+        if (line.size() > longest || line.ends_with("=\"") || line.ends_with(" \"") || line.ends_with("\t\""))
+            return false;
+        if (line.empty() || line[0] == ';' || line[0] == '#') continue;
+        const bool isSection = line[0] == '[';
+        const std::string name = obzx_pdk_4_4::CFiStringTool::trim(
+            isSection ? line.substr(1, line.rfind(']') - 1) : line.substr(0, line.find('=')), isSection ? "" : " \t");
+        if (name.empty() || name.find_first_not_of(nameCharacters) != std::string::npos) return false;
+    }
+    return true;
+}
+
+std::string readWithLibrary(const std::string& path, const char* section, const char* name)
+{
+    ACE_Configuration_Heap store;
+    ACE_Configuration_Section_Key key;
+    ACE_TString value;
+    if (store.open() != 0 || ACE_Ini_ImpExp(store).import_config(path.c_str()) != 0) return {};
+    if (store.open_section(store.root_section(), section, 0, key) != 0) return {};
+    return store.get_string_value(key, name, value) == 0 ? std::string(value.fast_rep(), value.length())
+                                                         : std::string();
+}
+
+void requireSameAsLibrary(const std::string& path)
+{
+    CFiConfiguration store("fuzz");
+    for (const auto& [section, name] : VALUES)
+        require(read(store, section, name) == readWithLibrary(path, section, name),
+                "a store is read as the library's is");
+}
+
 // Letters, digits and the marks of a path, as the values of the store are.
 std::string plainText(std::string_view text)
 {
@@ -62,8 +109,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     static const fuzz::CRootFolder root;
     const std::string text(fuzz::textOf(data, size));
-    root.write("fuzz.conf", text);
+    const std::string path = root.write("fuzz.conf", text);
     requireValues(text);
+    if (isTame(text)) requireSameAsLibrary(path);
 
     const std::string value = plainText(text);
     root.write("fuzz.conf", "[FI_TRACE]\nLEVEL=3\n[FI_NETWORK]\nLOCAL_NAME=" + value + "\nOTHER=1\n");
