@@ -63,7 +63,7 @@ def image_listing(group, disks):
 
 
 class Site:
-    def __init__(self, folder, tool, appliances, unprotected=0, trace_level=None):
+    def __init__(self, folder, tool, appliances, unprotected=0, trace=()):
         self.folder = Path(folder)
         self.appliances = appliances
         self.answers = self.folder / "tools/answers"
@@ -73,12 +73,12 @@ class Site:
             shutil.copy2(tool, self.folder / "tools" / name)
         self.protected = [disk for appliance in appliances for disks in appliance.groups.values() for disk in disks]
         others = [Disk(f"/dev/local/disk{i:06d}", f"LOC{i:012d}") for i in range(unprotected)]
-        self._write_root(trace_level)
+        self._write_root(trace)
         self._write_disks(others)
         for appliance in appliances:
             self._write_appliance(appliance)
 
-    def _write_root(self, trace_level):
+    def _write_root(self, trace):
         conf = self.folder / "root/etc/qz"
         shell = self.folder / "root/opt/QXPKlm/bin/lmsh"
         for path in (conf, shell.parent):
@@ -87,8 +87,7 @@ class Site:
         tools = f"{self.folder}/tools/"
         lines = ["[LMR_CLI_CONFIG]", f"LMR_LMSH_PATH={tools}", f"LMR_KFORUTIL_PATH={tools}"]
         lines += ["[FI_NETWORK]", f"LOCAL_NAME={LOCAL_HOST}"]
-        if trace_level is not None:
-            lines += ["[FI_TRACE]", f"LEVEL={trace_level}"]
+        lines += ["[FI_TRACE]", *trace]
         (conf / "cdpfi.conf").write_text("\n".join(lines) + "\n")
         (conf / "hls.conf").write_text("".join(f"RSURL={appliance.name}:12345\n" for appliance in self.appliances))
 

@@ -24,7 +24,6 @@ constexpr size_t GROUPS = 4;
 EDiskLine CLMRDiskListing::read(std::string_view line, SLMRDisk& disk)
 {
     static constexpr CLMRSeparators FIELD_ENDS("\t \n");
-    static constexpr CLMRSeparators GROUP_BEGINS("(\n");
 
     std::array<std::string_view, 1> fields;
     const size_t count = splitPieces(line, FIELD_ENDS, fields);
@@ -36,7 +35,7 @@ EDiskLine CLMRDiskListing::read(std::string_view line, SLMRDisk& disk)
     if (count < FIELDS) return EDiskLine::TOO_FEW_FIELDS;
     disk.path = trimBlanks(fields[0]);
     std::array<std::string_view, GROUPS + 1> groups;  // what stands before the first one counts as a piece
-    if (splitPieces(line, GROUP_BEGINS, groups) != groups.size()) return EDiskLine::BAD_GROUPS;
+    if (splitPieces(line, '(', groups) != groups.size()) return EDiskLine::BAD_GROUPS;
     // Blank parentheses hold no serial; what stands behind them is none either.
     disk.serial = trimBlanks(groups[GROUPS].substr(0, groups[GROUPS].find(')')));
     return EDiskLine::DISK;

@@ -26,7 +26,7 @@ struct SLMRDisk
 class CLMRDiskListing
 {
   public:
-    /// Lines are passed in order; after TOO_FEW_FIELDS or BAD_GROUPS none may follow.
+    /// Lines are passed in order, without their line feeds; after TOO_FEW_FIELDS or BAD_GROUPS none may follow.
     EDiskLine read(std::string_view line, SLMRDisk& disk);
 
   private:

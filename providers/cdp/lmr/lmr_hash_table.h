@@ -36,7 +36,7 @@ class CLMRHashTable
     void reserve(size_t count)
     {
         size_t capacity = m_slots.empty() ? MINIMUM : m_slots.size();
-        while (count > capacity / 5 * 4)
+        while (count > capacity / 2)  // the search for what is not there stays within a line of the cache
             capacity *= 2;
         if (capacity != m_slots.size()) grow(capacity);
     }
