@@ -2,10 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 
 #include "framework/include/obzx_runtime.h"
+#include "pdk/tests/faults.h"
 #include "pdk/tests/footprint.h"
 #include "pdk/tests/null_matrix.h"
+#include "pdk/tests/test_root.h"
 #include "tests/site.h"
 
 namespace {
@@ -117,6 +121,49 @@ TEST(PluginLibrary, LeavesNothingBehindInAThousandLives)
     for (int i = 0; i < LIVES; ++i)
         liveOnce(serial);
     pdktest::expectNoGrowth(before, SFootprint::take(), LIVES);
+}
+
+/// A host with the shell and without the disk utility. It has no configuration store: ACE's own heap behind one does
+/// not survive a lock of its own that fails.
+class CHostWithoutDiskUtility
+{
+  public:
+    explicit CHostWithoutDiskUtility(const std::string& appliances)
+    {
+        const std::filesystem::path shell = m_root.path() / "opt/QXPKlm/bin/lmsh";
+        std::filesystem::create_directories(m_root.path() / "etc/qz");
+        std::filesystem::create_directories(shell.parent_path());
+        std::ofstream(shell).close();
+        std::ofstream(m_root.path() / "etc/qz/hls.conf") << appliances;
+    }
+
+  private:
+    pdktest::CTestRoot m_root;
+};
+
+void liveWithoutAStart()
+{
+    CHostObjects objects;
+    obz_domain* const node = objects.domain("/dev/sda");
+    obz_msg_info* message = nullptr;
+    const CLoadedProvider provider(CDPFI_PROVIDER, "cdpfi");
+    if (provider.init() != OBZ_ERR_INIT) _exit(2);
+    provider.get<obzx_fi_init_node_fn>("init_node")(node, nullptr, 0, nullptr);
+    provider.get<obzx_fi_get_last_error_fn>("get_last_error")(&message);
+    provider.get<obzx_fi_deinit_node_fn>("deinit_node")(node);
+    provider.fini();
+}
+
+TEST(PluginLibrary, SurvivesEachLockThatFailsWithoutDiskUtility)
+{
+    const CHostWithoutDiskUtility host("RSURL=vault:12345\n");
+    EXPECT_EXIT(pdktest::failEveryLock(liveWithoutAStart), ::testing::ExitedWithCode(0), "");
+}
+
+TEST(PluginLibrary, SurvivesEachLockThatFailsWithoutAppliances)
+{
+    const CHostWithoutDiskUtility host("");
+    EXPECT_EXIT(pdktest::failEveryLock(liveWithoutAStart), ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace

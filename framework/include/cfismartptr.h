@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <stdexcept>
 #include <type_traits>
 #include <utility>
 
@@ -108,14 +109,18 @@ class CFiSmartPtr
     void swap(CFiSmartPtr& other) noexcept { std::swap(m_object, other.m_object); }
 
     T* get() const noexcept { return m_object; }
-    T* operator->() const noexcept { return m_object; }
-    T& operator*() const noexcept { return *m_object; }
+    /// @throw std::logic_error when empty: a lock that failed then costs the operation, not the process
+    T* operator->() const { return m_object != nullptr ? m_object : refuse(); }
+    /// @throw std::logic_error when empty
+    T& operator*() const { return *operator->(); }
     explicit operator bool() const noexcept { return m_object != nullptr; }
 
     friend bool operator==(const CFiSmartPtr& a, const CFiSmartPtr& b) noexcept { return a.m_object == b.m_object; }
     friend bool operator==(const CFiSmartPtr& a, std::nullptr_t) noexcept { return a.m_object == nullptr; }
 
   private:
+    [[noreturn]] static T* refuse() { throw std::logic_error("an empty counted pointer was used"); }
+
     void take(T* object)
     {
         if (object == nullptr) return;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstddef>
+#include <unistd.h>
 
 namespace pdktest {
 
@@ -24,5 +24,19 @@ class CFaults
     void failBuffer(int after);    ///< one obzx_alloc_buf has no memory
     static bool lockHasFailed();   ///< since failLock
 };
+
+/// Runs the steps again and again, each time with another one of their locks failing; ends the process with 0. A
+/// reference that could not be given back is kept on purpose, so this runs in a process of its own.
+template <class Steps>
+void failEveryLock(const Steps& steps)
+{
+    CFaults faults;
+    int failed = -1;
+    do {
+        faults.failLock(++failed);
+        steps();
+    } while (CFaults::lockHasFailed());
+    _exit(failed > 0 ? 0 : 1);
+}
 
 }  // namespace pdktest

@@ -1,7 +1,6 @@
 // A lock that cannot be taken costs a result, never the process.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "framework/include/cfierrormanager.h"
 #include "framework/include/cfimessagecatalog.h"
@@ -16,20 +15,6 @@ namespace pdktest {
 namespace {
 
 using namespace obzx_pdk_4_4;
-
-/// Runs the steps again and again, each time with another one of their locks failing; ends the process with 0. A
-/// reference that could not be given back is kept on purpose, so this runs in a process of its own.
-template <class Steps>
-void failEveryLock(const Steps& steps)
-{
-    CFaults faults;
-    int failed = -1;
-    do {
-        faults.failLock(++failed);
-        steps();
-    } while (CFaults::lockHasFailed());
-    _exit(failed > 0 ? 0 : 1);
-}
 
 TEST(FailingLock, OfPrivateDataIsNoCrash)
 {

@@ -235,4 +235,11 @@ TEST(CountedPointer, CountIsNotBoundToAPointer)
     EXPECT_EQ(object.getCount(), 1);
 }
 
+TEST(CountedPointer, UseOfAnEmptyOneIsAnException)
+{
+    const BasePtr empty;
+    EXPECT_THROW(static_cast<void>(empty->getCount()), std::logic_error);
+    EXPECT_THROW(static_cast<void>(*empty), std::logic_error);
+}
+
 }  // namespace
