@@ -101,7 +101,8 @@ bool isElsewhere(int error)
     return error == EACCES || error == ENOENT || error == ENOTDIR;
 }
 
-int runProgram(void* argument)
+// Does not return when all goes well, so a sanitizer must not keep marks on its stack.
+__attribute__((no_sanitize("address", "thread"))) int runProgram(void* argument)
 {
     SChild& child = *static_cast<SChild*>(argument);
     bool denied = false;
