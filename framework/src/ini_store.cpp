@@ -27,7 +27,17 @@ bool isName(std::string_view text)
     return !text.empty() && text.size() <= MAX_NAME && text.find_first_of("[]\"\\/") == std::string_view::npos;
 }
 
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
 }  // namespace
+
+bool CIniStore::SNameOrder::operator()(std::string_view a, std::string_view b) const
+{
+    return std::ranges::lexicographical_compare(a, b, {}, lower, lower);
+}
 
 std::optional<CIniStore> CIniStore::parse(std::string_view text)
 {

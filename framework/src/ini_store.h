@@ -15,7 +15,8 @@ namespace obzx_pdk_4_4 {
  *     value = text | '"' text '"'
  *     name  = 1 to 255 characters other than "[", "]", '"', "\" and "/"
  *
- * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. A section
+ * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. Upper and
+ * lower case do not differ in names. A section
  * may come again; the last of several values of one name counts. A text of any other form, with a value before the
  * first section, or with a NUL has no sections at all.
  *
@@ -25,7 +26,13 @@ namespace obzx_pdk_4_4 {
 class CIniStore
 {
   public:
-    using CSection = std::map<std::string, std::string, std::less<>>;
+    /// Names differ by more than the case of ASCII letters.
+    struct SNameOrder
+    {
+        using is_transparent = void;
+        bool operator()(std::string_view a, std::string_view b) const;
+    };
+    using CSection = std::map<std::string, std::string, SNameOrder>;
 
     /// Empty when the text is malformed.
     static std::optional<CIniStore> parse(std::string_view text);
@@ -36,7 +43,7 @@ class CIniStore
   private:
     bool readLine(std::string_view line, CSection*& section);
 
-    std::map<std::string, CSection, std::less<>> m_sections;
+    std::map<std::string, CSection, SNameOrder> m_sections;
 };
 
 }  // namespace obzx_pdk_4_4

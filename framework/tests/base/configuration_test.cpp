@@ -72,6 +72,13 @@ TEST_F(Configuration, QuotesAndBlanksAroundAValueDoNotBelongToIt)
     EXPECT_EQ(value("S", "EQ"), "a=b");
 }
 
+TEST_F(Configuration, NamesDifferByMoreThanCase)
+{
+    configure("[First]\nName=a\nNAME=b\n[FIRST]\nOther=c\n");
+    EXPECT_EQ(value("FIRST", "name"), "b");
+    EXPECT_EQ(value("first", "OTHER"), "c");
+}
+
 TEST_F(Configuration, IsReadAnewByEachObject)
 {
     configure("[S]\nA=1\n");
