@@ -52,7 +52,8 @@ void requireValues(const std::string& text)
 // paths of names a meaning, reads past a value that is one quote, and knows nothing of other bytes.
 bool isTame(const std::string& text)
 {
-    constexpr std::string_view nameCharacters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    // Whether it takes names that differ in case for one depends on where they fall in its tables.
+    constexpr std::string_view nameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     constexpr size_t longest = 200;
     size_t begin = 0;
     for (size_t i = 0; i <= text.size(); ++i) {
