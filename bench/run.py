@@ -103,11 +103,11 @@ class Bench:
         ], [(name, median(values)) for name, values in samples.items()])
 
     def spawns(self):
-        takers = {size: (lambda size=size: self.programs.google("spawn_bench", self.scale.min_time, 1, {
+        takers = {size: (lambda size=size: self.programs.google("spawn_bench", self.scale.min_time, 3, {
             "BENCH_RESIDENT_MIB": str(size)})) for size in self.scale.resident}
         rounds = alternate(self.scale.repetitions // 2 + 1, takers)  # a fork of 4 GiB takes its time
         kinds = {"runtime": "runByRuntime", "posix_spawn": "spawnBare", "fork": "forkAndExec"}
-        samples = {kind: {size: [taken[f"startTool<{name}>/real_time"][0] for taken in rounds[size]]
+        samples = {kind: {size: [value for taken in rounds[size] for value in taken[f"startTool<{name}>/real_time"]]
                           for size in self.scale.resident} for kind, name in kinds.items()}
         self.keep("spawn", samples)
         small, large = self.scale.resident[0], self.scale.resident[-1]
