@@ -4,24 +4,24 @@
  *
  * Conventions
  *  1. Every entry point has its function type here: obzx_fi_<name>_fn. OBZX_FI_ENTRY_POINTS lists all names in the
- * order of this header; OBZX_FI_DECLARE(provider) declares all 77 functions of one provider.
+ *     order of this header; OBZX_FI_DECLARE(provider) declares all 77 functions of one provider.
  *  2. The result is a status (enum obz_status) unless the line says otherwise.
- *  3. Delayed initialisation: entry points marked "gated" first run the provider's delayed initialisation, once in the
- *     life of the provider; the call that meets its failure returns OBZ_ERR_DELAYED_INIT before it looks at an
- * argument.
- *  4. Nulls: a null where an object is needed gives OBZ_ERR_INVALID_ARG and never a crash; where a line says otherwise,
- *     the line holds. Marked "may be null" where nothing is needed.
+ *  3. Delayed initialisation: entry points marked "gated" first run the provider's delayed initialisation, once in
+ *     the life of the provider; the call that meets its failure returns OBZ_ERR_DELAYED_INIT before it looks at an
+ *     argument.
+ *  4. Nulls: a null where an object is needed gives OBZ_ERR_INVALID_ARG and never a crash; where a line says
+ *     otherwise, the line holds. Marked "may be null" where nothing is needed.
  *  5. An operation sets its outputs to null or 0 before anything else, and they stay so on failure. A call that does
- * not reach it, because delayed initialisation failed or because of a null, may leave them as they are.
+ *     not reach it, because delayed initialisation failed or because of a null, may leave them as they are.
  *  6. Ownership: what comes out belongs to the host. Buffers and arrays are freed with obzx_free_buf, identities with
  *     obzx_free_objid, lists with their own function (obzx_runtime.h); the reply of objctl with free. What goes in
- * stays the host's and need not outlive the call, except the context of init and the nodes between init_node and
- * deinit_node.
+ *     stays the host's and need not outlive the call, except the context of init and the nodes between init_node
+ *     and deinit_node.
  *  7. Threads: any entry point may be called from any thread. init comes first and alone, fini last and alone;
- * init_node and deinit_node are called one at a time; calls on one node are called one at a time.
+ *     init_node and deinit_node are called one at a time; calls on one node are called one at a time.
  *  8. No exception leaves an entry point of a provider whose operations keep to their contract.
  *  9. Calls on split nodes take a single node and a list. When the list is null, its count 0 and the single node is
- * there, the call is about that node; otherwise the list and its count count.
+ *     there, the call is about that node; otherwise the list and its count count.
  */
 #ifndef OBZ_ENTRY_POINTS_H
 #define OBZ_ENTRY_POINTS_H
@@ -189,9 +189,9 @@ typedef int32_t obzx_fi_translate_resource_names_fn(char** names, int32_t count,
 
 /* ---- Disposal, restore, status ----------------------------------------------------------------------------------- */
 
-/* Gated. With OBZ_DISP_REMOVE deletes the copy that the target's identity names; a target without a name is nothing to
- * do. OBZ_OK also when the appliance refused a deletion: the trace tells. The split node is not used and may be null.
- */
+/* Gated. With OBZ_DISP_REMOVE deletes the copy that the target's identity names; a null target, or one without a name,
+ * gives OBZ_OK: nothing is to do. OBZ_OK also when the appliance refused a deletion: the trace tells. The split node is
+ * not used and may be null. */
 typedef int32_t obzx_fi_dispose_fn(obz_domain* node, obz_domain* target, obz_splitnode* split,
                                    obz_disposition disposition);
 /* Gated. Accepted, does nothing; all may be null. */

@@ -16,9 +16,8 @@ namespace obzx_pdk_4_4 {
  *     name  = 1 to 255 characters other than "[", "]", '"', "\" and "/"
  *
  * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. Upper and
- * lower case do not differ in names. A section
- * may come again; the last of several values of one name counts. A text of any other form, with a value before the
- * first section, or with a NUL has no sections at all.
+ * lower case do not differ in names. A section may come again; the last of several values of one name counts. A text of
+ * any other form, with a value before the first section, or with a NUL has no sections at all.
  *
  * ACE's own store of this form answers with wrong values, or ends the process, when memory runs out; this one throws
  * std::bad_alloc.
