@@ -22,9 +22,7 @@ struct SSweep
     std::function<int32_t()> m_call;
     std::function<void(int32_t status)> m_settle = [](int32_t) {};  ///< checks the result and takes it back
     std::function<void()> m_prepare = [] {};
-    std::string m_from = "";     ///< allocations count from the trace line that begins so; empty: from the start
-    std::string m_until = "\n";  ///< no allocation fails once a line that begins so is traced
-    bool m_traces = true;        ///< an exception gets as far as the operation, which traces it
+    bool m_traces = true;  ///< an exception gets as far as the operation, which traces it
 };
 
 class OutOfMemory : public CPluginTest
@@ -83,25 +81,10 @@ class OutOfMemory : public CPluginTest
     bool callWithout(const SSweep& sweep, int skipped)
     {
         std::optional<CMemoryFault> fault;
-        const std::function<void()> arm = [&] {
-            if (skipped != NONE) fault.emplace(CMemoryFault::EKind::OPERATOR_NEW, skipped);
-        };
-        const std::function<void()> disarm = [&] {
-            if (fault && !fault->happened()) fault.reset();
-        };
-        if (sweep.m_from.empty()) {
-            m_trace.onLine(sweep.m_until, disarm);
-            arm();
-        } else {
-            m_trace.onLine(sweep.m_from, [&] {
-                m_trace.onLine(sweep.m_until, disarm);
-                arm();
-            });
-        }
+        if (skipped != NONE) fault.emplace(CMemoryFault::EKind::OPERATOR_NEW, skipped);
         m_status = sweep.m_call();
         const bool happened = fault && fault->happened();
         fault.reset();
-        m_trace.onLine("", {});
         m_sawException =
             m_trace.has("L1 " + sweep.m_operation + "(): Unhandled execption encountered, exiting the function");
         EXPECT_TRUE(!m_sawException || m_status == sweep.m_failure)
@@ -280,8 +263,6 @@ TEST_F(OutOfMemory, ASnapshotIsRecordedWholeOrNotAtAll)
            }});
 }
 
-// The configuration heap that the runtime reads its store with does not survive a lack of memory; that one stretch of
-// an import, and of a start, is left out.
 TEST_F(OutOfMemory, GrantsFailOrAreDone)
 {
     start();
@@ -290,15 +271,14 @@ TEST_F(OutOfMemory, GrantsFailOrAreDone)
     const CString device("/dev/sda");
     const CString name(targetName("S1", "KSV_Check_Point_77").c_str());
     CNode target(name.c_str());
-    const char* const behindTheStore = "L3 importNode - Setting host to localhost";
     const auto import = [&](const CString& node, bool unmap) {
         return [this, &node, unmap] { return plugin().importNode(node, false, false, unmap, 1); };
     };
     const auto takeBack = [&](int32_t) { plugin().dispose(nullptr, target.get(), nullptr, OBZ_DISP_REMOVE); };
     sweep({"importNode", OBZ_ERR_FAILED, import(unclaimed, false)});
-    sweep({"importNode", OBZ_ERR_FAILED, import(device, false), [](int32_t) {}, [] {}, behindTheStore});
-    sweep({"importNode", OBZ_ERR_FAILED, import(device, true), [](int32_t) {}, [] {}, behindTheStore});
-    sweep({"importNode", OBZ_ERR_FAILED, import(name, false), takeBack, [] {}, behindTheStore});
+    sweep({"importNode", OBZ_ERR_FAILED, import(device, false)});
+    sweep({"importNode", OBZ_ERR_FAILED, import(device, true)});
+    sweep({"importNode", OBZ_ERR_FAILED, import(name, false), takeBack});
 }
 
 TEST_F(OutOfMemory, ImportsOfAnImageFailOrAreDone)
@@ -352,16 +332,7 @@ TEST_F(OutOfMemory, AStartThatFailsLeavesNothingAndMayBeRepeated)
                  },
                  [] {}};
     start.m_traces = false;  // it is told on the error stack
-    const char* const stretches[][2] = {
-        {"L6 Entering Function init [", "L6 Entering Function initializeAppliances"},
-        {"L6 Exiting Function importkforUtilPathInfo", "L6 Exiting Function refresh"},
-        {"L6 Exiting Function importlmshPathInfo", "\n"},
-    };
-    for (const auto& [from, until] : stretches) {
-        start.m_from = from;
-        start.m_until = until;
-        sweep(start);
-    }
+    sweep(start);
     EXPECT_TRUE(failed);
     EXPECT_EQ(OBZ_OK, init());
 }
