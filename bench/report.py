@@ -52,7 +52,7 @@ class Row:
 
     def text(self, number):
         if self.unit == "x":
-            return f"{number:.2f}"
+            return f"{number:.2f}" if number >= 0.1 else f"{number:.4f}"
         return seconds_text(number) if self.unit == "s" else f"{number:.0f}"
 
 
