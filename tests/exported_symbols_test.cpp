@@ -1,4 +1,4 @@
-// The plug-in exports the entry points of the host interface and nothing else.
+// The plug-in exports the entry points of the host interface and nothing else; what its libraries may not import.
 #include <dlfcn.h>
 #include <elf.h>
 #include <gtest/gtest.h>
@@ -12,8 +12,14 @@
 
 namespace {
 
-// Names that the library defines for others, read from its dynamic symbol table.
-std::set<std::string> definedSymbols(const std::string& library)
+enum class EPlace
+{
+    DEFINED,  // by the library, for others
+    IMPORTED
+};
+
+// Names in the library's dynamic symbol table.
+std::set<std::string> symbols(const std::string& library, EPlace place)
 {
     const std::string file = contentOf(library);
     Elf64_Ehdr header;
@@ -28,7 +34,8 @@ std::set<std::string> definedSymbols(const std::string& library)
         for (size_t offset = 0; offset < section.sh_size; offset += sizeof(Elf64_Sym)) {
             Elf64_Sym symbol;
             std::memcpy(&symbol, file.data() + section.sh_offset + offset, sizeof symbol);
-            if (symbol.st_shndx != SHN_UNDEF && ELF64_ST_BIND(symbol.st_info) != STB_LOCAL) {
+            const bool isImported = symbol.st_shndx == SHN_UNDEF;
+            if (isImported == (place == EPlace::IMPORTED) && ELF64_ST_BIND(symbol.st_info) != STB_LOCAL) {
                 names.insert(file.data() + strings.sh_offset + symbol.st_name);
             }
         }
@@ -50,7 +57,18 @@ std::set<std::string> entryPoints()
 TEST(ExportedSymbols, AreThe77EntryPointsAndNothingElse)
 {
     ASSERT_EQ(entryPoints().size(), 77u);
-    EXPECT_EQ(definedSymbols(CDPFI_PROVIDER), entryPoints());
+    EXPECT_EQ(symbols(CDPFI_PROVIDER, EPlace::DEFINED), entryPoints());
+}
+
+// The C library ends the process when it finds no memory to note what a thread has to destroy at its end.
+TEST(ImportedSymbols, NothingHasToBeDestroyedAtTheEndOfAThread)
+{
+    for (const char* library : {CDPFI_PROVIDER, CDPFI_RUNTIME}) {
+        const std::set<std::string> imported = symbols(library, EPlace::IMPORTED);
+        EXPECT_TRUE(imported.contains("malloc") || imported.contains("_Znwm")) << library;
+        EXPECT_FALSE(imported.contains("__cxa_thread_atexit")) << library;
+        EXPECT_FALSE(imported.contains("__cxa_thread_atexit_impl")) << library;
+    }
 }
 
 TEST(ExportedSymbols, LibraryIsGoneAfterTheLastClose)

@@ -82,11 +82,14 @@ bool isLeft(std::string_view name, std::string_view prefix, const std::string& h
 std::string temporaryFileMark()
 {
     // Found out once a thread and process: it takes longer than making the file. A forked child is another process.
+    // Nothing that has to be destroyed: where memory is short, the C library ends a process that cannot note that.
     thread_local pid_t known = 0;
-    thread_local std::string mark;
-    if (known == ::getpid()) return mark;
-    mark = place() + "_" + std::to_string(::getpid()) + "_" + std::to_string(startTime(::getpid())) + "_";
-    known = ::getpid();
+    thread_local char mark[64];  // 16 digits, two numbers of at most 10 and 20 digits, three times "_"
+    if (known != ::getpid()) {
+        std::snprintf(mark, sizeof mark, "%s_%d_%llu_", place().c_str(), ::getpid(),
+                      static_cast<unsigned long long>(startTime(::getpid())));
+        known = ::getpid();
+    }
     return mark;
 }
 
