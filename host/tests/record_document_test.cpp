@@ -75,6 +75,13 @@ const std::vector<SRefused>& refusedDocuments()
         {"control character", [](json& d) { d["created"] = "a\nb"; }, "\"created\" holds control characters"},
         {"no devices", [](json& d) { d["devices"] = json::array(); }, "not a list of 1 to 4096 devices"},
         {"devices an object", [](json& d) { d["devices"] = json::object(); }, "not a list of 1 to 4096 devices"},
+    };
+    return all;
+}
+
+const std::vector<SRefused>& refusedDevices()
+{
+    static const std::vector<SRefused> all = {
         {"device a text", [](json& d) { d["devices"][0] = "x"; }, "device 1 is not an object"},
         {"device without source", [](json& d) { d["devices"][1].erase("source"); }, "device 2 has no \"source\""},
         {"device with more", [](json& d) { d["devices"][1]["path"] = ""; }, "device 2 has the unknown key \"path\""},
@@ -121,6 +128,14 @@ const std::vector<SRefused>& refusedDocuments()
     return all;
 }
 
+void expectRefused(const SRefused& refused)
+{
+    json document = json::parse(writeDocument(sample()));
+    refused.change(document);
+    EXPECT_NE(refusal(document.dump()).find(refused.reason), std::string::npos)
+        << refused.what << ": " << refusal(document.dump());
+}
+
 }  // namespace
 
 TEST(RecordDocument, CarriesARecord)
@@ -145,12 +160,14 @@ TEST(RecordDocument, CarriesARecord)
 
 TEST(RecordDocument, RefusesWhatIsNotARecord)
 {
-    for (const SRefused& refused : refusedDocuments()) {
-        json document = json::parse(writeDocument(sample()));
-        refused.change(document);
-        EXPECT_NE(refusal(document.dump()).find(refused.reason), std::string::npos)
-            << refused.what << ": " << refusal(document.dump());
-    }
+    for (const SRefused& refused : refusedDocuments())
+        expectRefused(refused);
+}
+
+TEST(RecordDocument, RefusesDevicesThatAreNotOfOneRecord)
+{
+    for (const SRefused& refused : refusedDevices())
+        expectRefused(refused);
 }
 
 TEST(RecordDocument, RefusesWhatIsNotJson)
