@@ -1,14 +1,13 @@
 #include "framework/src/icu_message_catalog.h"
 
-#include <dirent.h>
 #include <unicode/unistr.h>
 #include <unicode/ures.h>
 
-#include <memory>
 #include <new>
 #include <string_view>
 #include <utility>
 
+#include "framework/src/folder_names.h"
 #include "framework/src/locale_name.h"
 
 namespace obzx_pdk_4_4 {
@@ -17,20 +16,12 @@ namespace {
 
 constexpr std::string_view BUNDLE = ".res";
 
-struct SCloseFolder
-{
-    void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
 }  // namespace
 
 CIcuMessageCatalog::CIcuMessageCatalog(std::string folder, std::string rootName)
     : m_folder(std::move(folder)), m_rootName(std::move(rootName))
 {
-    // The standard library's own iterator ends the process when it finds no memory.
-    const std::unique_ptr<DIR, SCloseFolder> listing(::opendir(m_folder.c_str()));
-    while (const dirent* entry = listing ? ::readdir(listing.get()) : nullptr) {
-        const std::string_view name = entry->d_name;
+    for (const std::string& name : folderNames(m_folder)) {
         if (name.size() > BUNDLE.size() && name.ends_with(BUNDLE))
             m_locales.emplace(name.substr(0, name.size() - BUNDLE.size()));
     }

@@ -144,8 +144,11 @@ class CParserMemory : public MemoryManager
     CParserMemory() = default;
     ~CParserMemory() override
     {
-        while (m_first.next != &m_first)
-            deallocate(m_first.next + 1);
+        for (SBlock* block = m_first.next; block != &m_first;) {
+            SBlock* const next = block->next;
+            std::free(block);
+            block = next;
+        }
     }
     CParserMemory(const CParserMemory&) = delete;
     CParserMemory& operator=(const CParserMemory&) = delete;

@@ -13,8 +13,8 @@ cdpfi_add_tests(framework_base_tests
     tests/base/trace_file_test.cpp tests/base/trace_format_test.cpp tests/base/trace_function_test.cpp
     tests/base/trace_observer_test.cpp
     # Inside the library; not exported.
-    src/child_process.cpp src/child_start.cpp src/command_line.cpp src/output_lines.cpp src/process_output.cpp
-    src/process_spawn.cpp src/temporary_files.cpp
+    src/child_process.cpp src/child_start.cpp src/command_line.cpp src/folder_names.cpp src/output_lines.cpp
+    src/process_output.cpp src/process_spawn.cpp src/regular_file.cpp src/temporary_files.cpp
   LIBRARIES obzx_pdk Threads::Threads
   DEPENDS exec_child
   DEFINITIONS EXEC_CHILD="$<TARGET_FILE:exec_child>")

@@ -1,15 +1,9 @@
 #include "framework/include/cficonfiguration.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 
 #include "framework/include/cfistringtool.h"
@@ -204,63 +198,18 @@ TEST_F(Configuration, ComponentThatCannotNameAFileHasNoSections)
         EXPECT_EQ(value("S", "A", name), "<none>") << name;
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they take address space as they like
-constexpr size_t MOST_BLOCKS = 64;
-
-/// Leaves a process nothing but a number of blocks of 4 KiB, one behind the other.
-void leaveBlocks(size_t blocks)
-{
-    constexpr size_t BLOCK = 4096;
-    std::array<void*, MOST_BLOCKS> taken{};
-    for (void*& block : taken)
-        block = std::malloc(BLOCK);
-    size_t pages = 0;
-    if (std::FILE* file = std::fopen("/proc/self/statm", "r"); file != nullptr) {
-        if (std::fscanf(file, "%zu", &pages) != 1) ::_exit(2);
-        std::fclose(file);
-    }
-    const rlimit limit = {pages * BLOCK, pages * BLOCK};
-    if (::setrlimit(RLIMIT_AS, &limit) != 0) ::_exit(2);
-    for (size_t size = BLOCK; size >= 16; size /= 2) {
-        while (std::malloc(size) != nullptr)
-            continue;
-    }
-    for (size_t i = 0; i < blocks; ++i)
-        std::free(taken.at(i));
-}
-
 TEST_F(Configuration, LackOfMemoryIsAnExceptionNotTheEndOfTheHost)
 {
     configure("[FIRST]\nNAME=" + std::string(100, 'a') + "\n[SECOND]\nNAME=b\n");
-    int failed = 0;
-    int read = 0;
     const ACE_String_Base<char> component("unit");
-    for (size_t blocks = 0; blocks <= MOST_BLOCKS; ++blocks) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            leaveBlocks(blocks);
-            try {
-                CFiConfiguration store(component);
-                ACE_Configuration_Section_Key key;
-                ACE_String_Base<char> found;
-                const bool whole = store.openSection("FIRST", key, 1) == 0 &&
-                                   store.getStringValue("NAME", found) == 0 && found.length() == 100;
-                ::_exit(whole ? 0 : 3);
-            } catch (const std::bad_alloc&) {
-                ::_exit(1);
-            }
-        }
-        int status = 0;
-        ASSERT_EQ(child, ::waitpid(child, &status, 0));
-        ASSERT_TRUE(WIFEXITED(status)) << "with " << blocks << " blocks: signal " << WTERMSIG(status);
-        EXPECT_LE(WEXITSTATUS(status), 1) << "with " << blocks << " blocks";
-        failed += WEXITSTATUS(status) == 1 ? 1 : 0;
-        read += WEXITSTATUS(status) == 0 ? 1 : 0;
-    }
-    EXPECT_GT(failed, 0);
-    EXPECT_GT(read, 0);
+    runWithLittleMemory([&component] {
+        CFiConfiguration store(component);
+        ACE_Configuration_Section_Key key;
+        ACE_String_Base<char> found;
+        return store.openSection("FIRST", key, 1) == 0 && store.getStringValue("NAME", found) == 0 &&
+               found.length() == 100;
+    });
 }
-#endif
 
 TEST_F(Configuration, PathToolWantsAnExecutableRegularFile)
 {

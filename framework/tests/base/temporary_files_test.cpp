@@ -1,5 +1,7 @@
 #include "framework/src/temporary_files.h"
 
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -83,6 +85,35 @@ TEST_F(TemporaryFiles, OfOtherKindsStay)
     look();
     EXPECT_TRUE(fs::exists(folder));
     EXPECT_TRUE(fs::is_symlink(fs::symlink_status(link)));
+}
+
+TEST_F(TemporaryFiles, OfALivingProcessStayWhenItCannotBeLookedAt)
+{
+    const std::string own = place("job" + temporaryFileMark() + "aB3dE9");
+    // What lies in the folder can be read, and nothing beside it.
+    const int lowest = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+    ASSERT_GE(lowest, 0);
+    ::close(lowest);
+    rlimit limit = {};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit one = {static_cast<rlim_t>(lowest) + 1, limit.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &one), 0);
+    look();
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_TRUE(fs::exists(own));
+}
+
+TEST_F(TemporaryFiles, LackOfMemoryIsAnExceptionNotTheEndOfTheHost)
+{
+    std::string folder = root();  // deep, so that each path in it takes much memory
+    for (int i = 0; i < 15; ++i)
+        folder += "/" + std::string(200, 'x');
+    for (const char* name : {"/a", "/b", "/c"})
+        obzx_test::writeFile(folder + name, "");
+    runWithLittleMemory([&folder] {
+        removeLeftTemporaryFiles(folder, "job");
+        return true;
+    });
 }
 
 TEST_F(TemporaryFiles, AFolderThatCannotBeReadIsLeftAlone)
