@@ -1,5 +1,7 @@
 #include "appliance/core/fault_table.h"
 
+#include <fcntl.h>
+
 #include <algorithm>
 #include <array>
 #include <system_error>
@@ -7,15 +9,17 @@
 
 #include "appliance/core/database.h"
 #include "appliance/core/error.h"
+#include "appliance/core/file_io.h"
+#include "appliance/core/range_lock.h"
 
 namespace lumora {
 namespace {
 
 constexpr const char* schema = R"sql(
-CREATE TABLE IF NOT EXISTS fault (id INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL, match TEXT NOT NULL,
+CREATE TABLE fault (id INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL, match TEXT NOT NULL,
   nth INTEGER NOT NULL, times INTEGER NOT NULL, milliseconds INTEGER NOT NULL, bytes INTEGER NOT NULL,
   seen INTEGER NOT NULL);
-CREATE TABLE IF NOT EXISTS struck (number INTEGER PRIMARY KEY AUTOINCREMENT,
+CREATE TABLE struck (number INTEGER PRIMARY KEY AUTOINCREMENT,
   fault_id INTEGER NOT NULL REFERENCES fault(id) ON DELETE CASCADE, command TEXT NOT NULL,
   finished INTEGER NOT NULL DEFAULT 0);
 )sql";
@@ -37,7 +41,7 @@ constexpr std::array<std::pair<EFault, std::string_view>, 11> words = {{{EFault:
 class CFaultDatabase : public CDatabase
 {
   public:
-    CFaultDatabase(const std::filesystem::path& file, EMode mode) : CDatabase(file, mode)
+    explicit CFaultDatabase(const std::filesystem::path& file) : CDatabase(file, EMode::existing)
     {
         execute("PRAGMA synchronous = OFF");
     }
@@ -64,13 +68,15 @@ std::vector<SFault> readFaults(CDatabase& database)
     while (row.next()) {
         faults.push_back(readFault(row));
     }
-    for (SFault& fault : faults) {
-        CQuery command(database, "SELECT command, finished FROM struck WHERE fault_id = ? ORDER BY number", fault.id);
-        while (command.next()) {
-            fault.struck.push_back({command.text(0), command.integer(1) != 0});
-        }
-    }
     return faults;
+}
+
+void readStruck(CDatabase& database, SFault& fault)
+{
+    CQuery command(database, "SELECT command, finished FROM struck WHERE fault_id = ? ORDER BY number", fault.id);
+    while (command.next()) {
+        fault.struck.push_back({command.text(0), command.integer(1) != 0});
+    }
 }
 
 bool strikes(const SFault& fault)
@@ -110,11 +116,39 @@ bool CFaultTable::exists() const
     return std::filesystem::exists(m_file, error);
 }
 
+// Commands that run meanwhile see no database or a whole one: it is made under another name.
+void CFaultTable::make() const
+{
+    const CFileDescriptor lock = openFile(m_createLock, O_RDWR | O_CREAT);
+    lockRange(lock.get(), ERangeLock::exclusive, 0, 1, m_createLock);
+    if (exists()) {
+        return;
+    }
+    const std::filesystem::path made = m_file.string() + ".new";
+    const auto removeWithLog = [&made] {
+        for (const char* const ending : {"", "-wal", "-shm"}) {
+            std::filesystem::remove(made.string() + ending);
+        }
+    };
+    removeWithLog();  // whoever was killed here left them
+    // The database library would make the file readable by others.
+    openFile(made, O_RDWR | O_CREAT | O_EXCL);
+    {
+        CFaultDatabase database(made);
+        database.execute(schema);
+        database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
+    }
+    std::filesystem::rename(made, m_file);
+    removeWithLog();
+}
+
 SFault CFaultTable::arm(SFault fault) const
 {
-    CFaultDatabase database(m_file, CDatabase::EMode::create);
+    if (!exists()) {
+        make();
+    }
+    CFaultDatabase database(m_file);
     CTransaction transaction(database, CTransaction::EKind::write);
-    database.execute(schema);
     CQuery(database, "INSERT INTO fault (kind, match, nth, times, milliseconds, bytes, seen) VALUES (?,?,?,?,?,?,0)",
            faultWord(fault.kind), fault.match, fault.nth, fault.times, fault.milliseconds, fault.bytes)
         .run();
@@ -128,9 +162,13 @@ std::vector<SFault> CFaultTable::list() const
     if (!exists()) {
         return {};
     }
-    CFaultDatabase database(m_file, CDatabase::EMode::existing);
+    CFaultDatabase database(m_file);
     const CTransaction transaction(database, CTransaction::EKind::read);
-    return readFaults(database);
+    std::vector<SFault> faults = readFaults(database);
+    for (SFault& fault : faults) {
+        readStruck(database, fault);
+    }
+    return faults;
 }
 
 SFault CFaultTable::get(std::int64_t id) const
@@ -143,16 +181,20 @@ SFault CFaultTable::get(std::int64_t id) const
     throwNoFault(id);
 }
 
-void CFaultTable::clear(std::int64_t id) const
+void CFaultTable::clear(const std::vector<std::int64_t>& ids) const
 {
     if (!exists()) {
-        throwNoFault(id);
+        throwNoFault(ids.front());
     }
-    CFaultDatabase database(m_file, CDatabase::EMode::existing);
-    CQuery(database, "DELETE FROM fault WHERE id = ?", id).run();
-    if (database.changes() == 0) {
-        throwNoFault(id);
+    CFaultDatabase database(m_file);
+    CTransaction transaction(database, CTransaction::EKind::write);
+    for (const std::int64_t id : ids) {
+        CQuery(database, "DELETE FROM fault WHERE id = ?", id).run();
+        if (database.changes() == 0) {
+            throwNoFault(id);
+        }
     }
+    transaction.commit();
 }
 
 std::size_t CFaultTable::clearAll() const
@@ -160,7 +202,7 @@ std::size_t CFaultTable::clearAll() const
     if (!exists()) {
         return 0;
     }
-    CFaultDatabase database(m_file, CDatabase::EMode::existing);
+    CFaultDatabase database(m_file);
     CQuery(database, "DELETE FROM fault").run();
     return static_cast<std::size_t>(database.changes());
 }
@@ -170,7 +212,7 @@ std::optional<SStrike> CFaultTable::strike(const std::string& command) const
     if (!exists()) {
         return std::nullopt;
     }
-    CFaultDatabase database(m_file, CDatabase::EMode::existing);
+    CFaultDatabase database(m_file);
     if (!CQuery(database, "SELECT 1 FROM fault").next()) {
         return std::nullopt;
     }
@@ -199,7 +241,7 @@ std::optional<SStrike> CFaultTable::strike(const std::string& command) const
 
 void CFaultTable::noteEnd(const SStrike& strike) const
 {
-    CFaultDatabase database(m_file, CDatabase::EMode::existing);
+    CFaultDatabase database(m_file);
     CTransaction transaction(database, CTransaction::EKind::write);
     for (const std::int64_t id : strike.ids) {
         CQuery(database, "UPDATE struck SET finished = 1 WHERE number = ?", id).run();

@@ -7,6 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "appliance/core/layout.h"
+
 namespace lumora {
 
 // What an armed fault does to the command that it strikes.
@@ -56,21 +58,21 @@ struct SStrike
 };
 
 // The faults that are armed in a store, in a database of their own beside the appliances'. The first one that is armed
-// makes it; a store that never had any pays one look for the file a command. Any number of tools may count at once. A
-// command is counted before it is carried out, so that also one that is killed counts; nothing here waits for stable
-// storage, because faults need not outlive the machine.
+// makes it, so that it appears whole; a store that never had any pays one look for the file a command. Any number of
+// tools may count at once. A command is counted before it is carried out, so that also one that is killed counts;
+// nothing here waits for stable storage, because faults need not outlive the machine.
 class CFaultTable
 {
   public:
-    // `file` is SLayout::faults().
-    explicit CFaultTable(std::filesystem::path file) : m_file(std::move(file)) {}
+    explicit CFaultTable(const SLayout& layout) : m_file(layout.faults()), m_createLock(layout.createLock()) {}
 
     // Returns it with its id.
     SFault arm(SFault fault) const;
     std::vector<SFault> list() const;
     // Status missing when there is none of that id.
     SFault get(std::int64_t id) const;
-    void clear(std::int64_t id) const;
+    // One id at least. All of them or, when one is missing, none.
+    void clear(const std::vector<std::int64_t>& ids) const;
     // Returns how many there were.
     std::size_t clearAll() const;
 
@@ -80,8 +82,10 @@ class CFaultTable
 
   private:
     bool exists() const;
+    void make() const;
 
     std::filesystem::path m_file;
+    std::filesystem::path m_createLock;
 };
 
 }  // namespace lumora

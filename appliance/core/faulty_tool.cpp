@@ -89,11 +89,11 @@ void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorage
         return;
     }
     const SFault& fault = strike->fault;
-    before(fault);
     CTornEngine torn(engine, std::chrono::milliseconds(fault.milliseconds));
     std::string answer;
     std::exception_ptr refusal;
     try {
+        before(fault);
         for (const std::string& line :
              command(fault.kind == EFault::tear ? static_cast<CBaseStorageEngine&>(torn) : engine)) {
             answer += line + '\n';

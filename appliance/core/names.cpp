@@ -102,7 +102,7 @@ void checkName(EObject object, std::string_view name)
     switch (object) {
         case EObject::appliance:
             checkPlain(object, name, "._-");
-            if (name.substr(0, 12) == "appliance.db" || name == "create.lock") {
+            if (name.starts_with("appliance.db") || name.starts_with("faults.db") || name == "create.lock") {
                 refuse(object, name, "is taken by the store's own files");
             }
             break;

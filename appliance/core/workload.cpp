@@ -36,8 +36,8 @@ std::uint64_t numberIn(std::string_view sector)
 
 [[noreturn]] void throwNoLog(const fs::path& file, std::size_t line)
 {
-    throw EApplianceError(EStatus::unusable, "file " + inQuotes(file.string()) + " is no log of a workload: line " +
-                                                 std::to_string(line) + " is not understood");
+    throw EApplianceError(EStatus::malformed, "file " + inQuotes(file.string()) + " is no log of a workload: line " +
+                                                  std::to_string(line) + " is not understood");
 }
 
 std::string readImage(const SWorkloadLun& lun, const fs::path& file)
@@ -140,6 +140,7 @@ void CWorkloadLog::append(const std::string& text)
 SWorkload readWorkload(const fs::path& file)
 {
     SWorkload workload;
+    openFile(file, O_RDONLY);  // tells why, where the stream would not
     std::ifstream stream(file);
     std::size_t count = 0;
     for (std::string line; std::getline(stream, line);) {
@@ -165,6 +166,9 @@ SWorkload readWorkload(const fs::path& file)
             throwNoLog(file, count);
         }
         workload.writes.push_back(write);
+    }
+    if (stream.bad()) {
+        throwStorage("read", file.string(), EIO);
     }
     if (workload.luns.empty()) {
         throwNoLog(file, count);

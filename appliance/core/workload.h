@@ -62,7 +62,7 @@ struct SWorkload
     std::vector<SWorkloadLun> luns;
     std::vector<SWorkloadWrite> writes;
 };
-// Status unusable for a file that is no log.
+// Status malformed for a file that is no log.
 SWorkload readWorkload(const std::filesystem::path& file);
 
 // Compares images of all the LUNs, by name, with the log: returns the number of writes of which they are the exact

@@ -41,7 +41,7 @@ int run(const std::string& word)
     const SHostConfiguration configuration = readHostConfiguration(hostRoot());
     CStore store(configuration.store, CStore::EMode::existing);
     CFilesEngine engine;
-    runCommand(CFaultTable(store.layout().faults()), configuration.host + ": kforutil " + word, engine,
+    runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, engine,
                [&](const CBaseStorageEngine& chosen) {
                    CDiskTable table(store, chosen);
                    return answer(table, configuration.host, word);

@@ -10,7 +10,7 @@ namespace {
 
 CFaultTable table(CSession& session)
 {
-    return CFaultTable(session.store().layout().faults());
+    return CFaultTable(session.store().layout());
 }
 
 Json describe(const SFault& fault)
@@ -47,6 +47,9 @@ SFault checked(const SArmArguments& given)
     const bool takesSeconds = fault.kind == EFault::slow || fault.kind == EFault::tear;
     if (given.hasSeconds && !takesSeconds) {
         throw EApplianceError(EStatus::malformed, "--seconds goes with slow and tear only");
+    }
+    if (std::isnan(given.seconds)) {  // no range refuses it
+        throw EApplianceError(EStatus::malformed, "--seconds is no number");
     }
     if (given.hasBytes != (fault.kind == EFault::cut)) {
         throw EApplianceError(EStatus::malformed, "--at BYTE goes with cut, and cut needs it");
@@ -92,11 +95,10 @@ void addClear(CLI::App& parent, const SOptions& options)
     command->callback([ids, &options] {
         CSession session(options);
         std::size_t cleared = ids->size();
-        for (const std::int64_t id : *ids) {
-            table(session).clear(id);
-        }
         if (ids->empty()) {
             cleared = table(session).clearAll();
+        } else {
+            table(session).clear(*ids);
         }
         session.print({{"cleared", cleared}});
     });

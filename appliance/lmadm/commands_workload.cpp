@@ -82,17 +82,24 @@ void run(const SOptions& options, const SRunArguments& given)
     CWorkloadLog log(given.log, logged);
     std::mutex failing;
     std::exception_ptr failure;
+    const auto fail = [&] {
+        const std::lock_guard<std::mutex> lock(failing);
+        failure = std::current_exception();
+        stopAsked = true;
+    };
     std::vector<std::thread> writers;
-    for (std::size_t writer = 0; writer < given.writers; ++writer) {
-        writers.emplace_back([&, writer] {
-            try {
-                writeForEver(options, luns, log, writer, given.writes);
-            } catch (...) {
-                const std::lock_guard<std::mutex> lock(failing);
-                failure = std::current_exception();
-                stopAsked = true;
-            }
-        });
+    try {
+        for (std::size_t writer = 0; writer < given.writers; ++writer) {
+            writers.emplace_back([&, writer] {
+                try {
+                    writeForEver(options, luns, log, writer, given.writes);
+                } catch (...) {
+                    fail();
+                }
+            });
+        }
+    } catch (...) {
+        fail();  // no more threads to be had; those that were started are to end
     }
     for (std::thread& writer : writers) {
         writer.join();

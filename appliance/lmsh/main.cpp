@@ -59,7 +59,7 @@ int run()
     const SScript script = parseScript(readScript());
     CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::existing);
     CFilesEngine engine;
-    const CFaultTable faults(store.layout().faults());
+    const CFaultTable faults(store.layout());
     const SAppliance appliance = CInventory(store).appliance(script.server);
     for (const Command& command : script.commands) {
         runCommand(faults, appliance.name + ": " + commandText(command), engine,

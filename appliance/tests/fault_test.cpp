@@ -2,7 +2,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <csignal>
+#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "appliance/core/fault_table.h"
@@ -43,7 +46,7 @@ class Fault : public testing::Test
         }
         return nlohmann::json::parse(text);
     }
-    CFaultTable table() const { return CFaultTable(SLayout{m_demo.store()}.faults()); }
+    CFaultTable table() const { return CFaultTable(SLayout{m_demo.store()}); }
     void expectRefusal(const std::vector<std::string>& command, int status, const std::string& text) const
     {
         const SResult result = m_demo.lmadm(command);
@@ -61,6 +64,7 @@ TEST_F(Fault, ErrorRefusesWithoutEffect)
     EXPECT_THAT(result.out, IsEmpty());
     EXPECT_THAT(result.err, ElementsAre("lmsh: refused by fault 1"));
     EXPECT_FALSE(isMade());
+    EXPECT_TRUE(table().get(1).struck.front().finished);
 }
 
 TEST_F(Fault, SlowOnlyTakesItsTime)
@@ -254,6 +258,45 @@ TEST_F(Fault, ListsShowsAndClears)
     EXPECT_THAT(m_demo.lmadm({"fault", "list"}).out, ElementsAre("(none)"));
 }
 
+TEST_F(Fault, ClearsAllThatAreNamedOrNone)
+{
+    arm({"error"});
+    expectRefusal({"fault", "clear", "1", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
+    EXPECT_THAT(table().list(), SizeIs(1));
+}
+
+TEST_F(Fault, TheFirstIsArmedUnderRunningCommandsThatDoNotNotice)
+{
+    for (int round = 0; round < 20; ++round) {
+        for (const char* ending : {"", "-wal", "-shm"}) {
+            std::filesystem::remove(SLayout{m_demo.store()}.faults().string() + ending);
+        }
+        std::vector<std::string> arming = lmadmCommand();
+        arming.insert(arming.end(), {"--store", m_demo.store().string(), "fault", "arm", "watch", "--times", "0"});
+        std::vector<std::unique_ptr<CProcess>> processes;
+        for (int i = 0; i < 3; ++i) {
+            processes.push_back(std::make_unique<CProcess>(lmshCommand(), script("list hosts\nlist hosts\nlist hosts"),
+                                                           m_demo.root("prod").string()));
+            processes.push_back(std::make_unique<CProcess>(arming, ""));
+        }
+        for (const auto& process : processes) {
+            const SResult result = process->wait();
+            EXPECT_EQ(result.status, 0) << testing::PrintToString(result.err);
+        }
+        EXPECT_THAT(table().list(), SizeIs(3));
+    }
+}
+
+TEST_F(Fault, OnlyTheOwnerReadsWhatWasStruck)
+{
+    const mode_t former = umask(0);
+    arm({"watch"});
+    umask(former);
+    struct stat status = {};
+    ASSERT_EQ(stat(SLayout{m_demo.store()}.faults().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0600U);
+}
+
 TEST_F(Fault, RefusesWhatMakesNoSense)
 {
     expectRefusal({"fault", "arm", "explode"}, 2,
@@ -262,6 +305,11 @@ TEST_F(Fault, RefusesWhatMakesNoSense)
     expectRefusal({"fault", "arm", "cut"}, 2, "--at BYTE goes with cut, and cut needs it; see lmadm --help");
     expectRefusal({"fault", "arm", "hang", "--seconds", "2"}, 2,
                   "--seconds goes with slow and tear only; see lmadm --help");
+    for (const char* seconds : {"-1", "nan", "inf"}) {
+        const SResult result = m_demo.lmadm({"fault", "arm", "slow", "--seconds", seconds});
+        EXPECT_EQ(result.status, 2) << seconds;
+        EXPECT_THAT(result.err, ElementsAre(HasSubstr("--seconds"))) << seconds;
+    }
     expectRefusal({"fault", "show", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
     expectRefusal({"fault", "clear", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
 }

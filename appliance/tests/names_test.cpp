@@ -32,6 +32,8 @@ TEST(Names, UnusableOnes)
     EXPECT_EQ(refusal(EObject::appliance, ""), "appliance name \"\" is empty");
     EXPECT_EQ(refusal(EObject::appliance, "appliance.db-wal"),
               "appliance name \"appliance.db-wal\" is taken by the store's own files");
+    EXPECT_EQ(refusal(EObject::appliance, "faults.db"),
+              "appliance name \"faults.db\" is taken by the store's own files");
     EXPECT_EQ(
         refusal(EObject::appliance, ".."),
         "appliance name \"..\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or digit");

@@ -12,8 +12,10 @@
 namespace lumora::test {
 namespace {
 
+using testing::AnyOf;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::StartsWith;
 
 constexpr std::uint64_t sectors = 8;
 
@@ -165,6 +167,7 @@ TEST_F(Workload, WhatIsNoLogIsRefused)
         writeAll(m_folder.path() / "log", text);
         EXPECT_THROW(readWorkload(m_folder.path() / "log"), EApplianceError) << text;
     }
+    EXPECT_THROW(readWorkload(m_folder.path()), EApplianceError);
     EXPECT_THROW(CWorkloadLog(m_folder.path() / "log", {}), EApplianceError);
 }
 
@@ -196,6 +199,36 @@ TEST(LmadmWorkload, RefusesLunsThatHoldSomething)
                                         "first; remove what uses it first"));
     EXPECT_FALSE(std::filesystem::exists(demo.folder() / "log"));
 }
+
+TEST(LmadmWorkload, SaysWhatIsWrongWithTheLog)
+{
+    const CDemoStore demo;
+    const std::string log = (demo.folder() / "log").string();
+    SResult result = demo.lmadm({"workload", "check", "--log", log, "lun1=x"});
+    EXPECT_EQ(result.status, 6);
+    EXPECT_THAT(result.err, ElementsAre("lmadm: cannot open " + log +
+                                        ": No such file or directory; check free space and access, then repeat the "
+                                        "command"));
+    writeAll(log, "lun lun1\n");
+    result = demo.lmadm({"workload", "check", "--log", log, "lun1=x"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, ElementsAre("lmadm: file \"" + log +
+                                        "\" is no log of a workload: line 1 is not understood; see lmadm --help"));
+}
+
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // they take address space as they like
+TEST(LmadmWorkload, EndsInOrderWhenNotAllWritersCanBeStarted)
+{
+    const CDemoStore demo;
+    const std::string command = "ulimit -v 200000; exec '" + lmadmCommand().front() + "' --store " +
+                                demo.store().string() + " workload run cg1 --writers 64 --log " +
+                                (demo.folder() / "log").string();
+    CProcess process({"/bin/sh", "-c", command}, "");
+    const SResult result = process.wait();
+    EXPECT_THAT(result.status, AnyOf(1, 6));  // a thread found no memory, or what runs on it
+    EXPECT_THAT(result.err, ElementsAre(StartsWith("lmadm: ")));
+}
+#endif
 
 }  // namespace
 }  // namespace lumora::test
