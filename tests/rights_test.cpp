@@ -3,7 +3,9 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 #include <set>
+#include <sstream>
 
 #include "tests/site.h"
 
@@ -29,6 +31,33 @@ class Rights : public testing::Test
         return file.parent_path().filename() == "qz" && file.extension() == ".conf";
     }
 
+    static std::set<fs::path> below(const fs::path& folder)
+    {
+        std::set<fs::path> all;
+        for (const auto& entry : fs::recursive_directory_iterator(folder))
+            all.insert(entry.path());
+        return all;
+    }
+
+    /// Looks at all that stands below a folder, but for what was there before, which has the rights of the test that
+    /// made it, and the files that the test had made. Gives the number of files that are not public.
+    static int expectOwnersAlone(const fs::path& folder, const std::set<fs::path>& before)
+    {
+        int files = 0;
+        for (const fs::path& path : below(folder)) {
+            const std::string name = path.filename();
+            const bool isTestsOwn =
+                before.contains(path) || name.starts_with("out.") || name.starts_with("err.") || name == "rights";
+            if (isTestsOwn || fs::is_symlink(path)) continue;
+            const mode_t mode = modeOf(path);
+            EXPECT_EQ(mode & 022U, 0U) << path << " can be written by others: " << std::oct << mode;
+            if (fs::is_directory(path) || isPublic(path)) continue;
+            EXPECT_EQ(mode & 077U, 0U) << path << " can be read by others: " << std::oct << mode;
+            ++files;
+        }
+        return files;
+    }
+
   private:
     mode_t m_former;
 };
@@ -38,10 +67,7 @@ class Rights : public testing::Test
 TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatAWholeBackupLeavesUnderUmaskZero)
 {
     CSite site;
-    // What the test itself made has the test's rights.
-    std::set<fs::path> before;
-    for (const auto& entry : fs::recursive_directory_iterator(site.folder()))
-        before.insert(entry.path());
+    const std::set<fs::path> before = below(site.folder());
     site.addGroup("vault", "payroll", {"data"});
     site.setUpHosts();
     const std::string document = (site.folder() / "run" / "document.json").string();
@@ -51,19 +77,37 @@ TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatAWholeBackupLeavesUnderUmaskZero)
     const SRun imported = site.fictl("backup", {"snapshot", "import", "nightly"});
     ASSERT_EQ(imported.status, 0) << imported.err;
 
-    int files = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(site.folder())) {
-        const fs::path& path = entry.path();
-        const bool isTestsOwn = before.contains(path) || path.filename().string().starts_with("out.") ||
-                                path.filename().string().starts_with("err.");
-        if (isTestsOwn || entry.is_symlink()) continue;
-        const mode_t mode = modeOf(path);
-        EXPECT_EQ(mode & 022U, 0U) << path << " can be written by others: " << std::oct << mode;
-        if (entry.is_directory() || isPublic(path)) continue;
-        EXPECT_EQ(mode & 077U, 0U) << path << " can be read by others: " << std::oct << mode;
-        ++files;
-    }
-    EXPECT_GT(files, 10);
+    EXPECT_GT(expectOwnersAlone(site.folder(), before), 10);
+}
+
+TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatFaultsWorkloadsAndTracesLeaveUnderUmaskZero)
+{
+    CSite site;
+    const std::set<fs::path> before = below(site.folder());
+    site.addGroup("vault", "payroll", {"data"});
+    site.setUpHosts();
+    std::ofstream(site.root("production") / "etc/qz/cdpfi.conf", std::ios::app)
+        << "\n[FI_TRACE]\nLEVEL=6\nMAX_SIZE=1024\nMAX_FILES=3\n";
+    ASSERT_EQ(site.lmadm({"fault", "arm", "watch", "--times", "0"}).status, 0);
+    const std::string log = (site.folder() / "run" / "workload").string();
+    const SRun written =
+        site.lmadm({"--appliance", "vault", "workload", "run", "payroll", "--log", log, "--writes", "4"});
+    ASSERT_EQ(written.status, 0) << written.err;
+    // What stands beside the catalog while it is in use is looked at by the thaw command.
+    const std::string rights = "stat -c '%a %n' $OBZX_ROOT/var/lib/qz/* >$OBZX_ROOT/rights";
+    const SRun made = site.fictl("production", {"snapshot", "create", "nightly", site.device("vault", "data"),
+                                                "--freeze", "true", "--thaw", rights});
+    ASSERT_EQ(made.status, 0) << made.err;
+
+    EXPECT_GT(expectOwnersAlone(site.folder(), before), 10);
+    EXPECT_TRUE(fs::exists(log));
+    EXPECT_TRUE(fs::exists(site.folder() / "store/var/lib/lumora/faults.db"));
+    EXPECT_TRUE(fs::exists(site.root("production") / "var/log/qz/cdpfi.1.log"));
+    std::istringstream lines(contentOf(site.root("production") / "rights"));
+    int beside = 0;
+    for (std::string line; std::getline(lines, line); ++beside)
+        EXPECT_EQ(line.substr(0, 4), "600 ") << line;
+    EXPECT_EQ(beside, 3);  // the catalog, its log and the log's index
 }
 
 TEST_F(Rights, FoldersOfStoreCatalogAndTraceAreTheOwnersAlone)
