@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 
+#include "framework/include/cfiplatformerror.h"
 #include "tests/site.h"
 
 namespace fs = std::filesystem;
@@ -16,6 +17,12 @@ namespace {
 
 constexpr int PROVIDER = 6;
 constexpr int CATALOG = 11;
+
+// Where the real file is while another one stands in its place.
+fs::path asideOf(const fs::path& file)
+{
+    return file.string() + ".aside";
+}
 
 class BadSurroundings : public testing::Test
 {
@@ -28,10 +35,10 @@ class BadSurroundings : public testing::Test
     }
 
     fs::path root() const { return m_site.root("production"); }
-    /// fictl snapshot create on the production host, in a shell that ran some words first.
-    SRun create(const std::string& first) const
+    /// fictl snapshot create on the production host, in a shell that ran some words first; a wrapper may start fictl.
+    SRun create(const std::string& first, const std::string& wrapper = {}) const
     {
-        return m_site.shell("production", first + "; exec fictl snapshot create nightly " + m_device);
+        return m_site.shell("production", first + "; exec " + wrapper + " fictl snapshot create nightly " + m_device);
     }
     std::vector<std::string> copies() const { return m_site.copiesOf("vault", "payroll"); }
 
@@ -39,7 +46,7 @@ class BadSurroundings : public testing::Test
     template <class Action>
     void instead(const fs::path& file, const std::function<void(const fs::path&)>& put, const Action& action) const
     {
-        const fs::path aside = file.string() + ".aside";
+        const fs::path aside = asideOf(file);
         fs::rename(file, aside);
         put(file);
         action();
@@ -55,7 +62,23 @@ struct SOddFile
 {
     const char* name;
     std::function<void(const fs::path&)> put;
+    const char* wrapper = "";  // starts fictl in a way that the file is odd for it
 };
+
+// Root reads every file, unless it does without the right to do so.
+const char* withoutTheRightsOfRoot()
+{
+    return geteuid() == 0 ? "setpriv --bounding-set -dac_override,-dac_read_search" : "";
+}
+
+// The beginning of a script's name as everybody knows it who knows the machine; a process's id and its start follow.
+std::string knownBeginning(const fs::path& folder)
+{
+    const fs::path file = obzx_pdk_4_4::CFiPlatformError::getTempFileName(folder.c_str(), nullptr);
+    fs::remove(file);
+    const std::string name = file.filename();
+    return name.substr(0, name.find('_', name.find("_fi") + 1) + 1);
+}
 
 const std::vector<SOddFile>& oddFiles()
 {
@@ -71,9 +94,10 @@ const std::vector<SOddFile>& oddFiles()
         {"an endless device", [](const fs::path& file) { fs::create_symlink("/dev/zero", file); }},
         {"unreadable",
          [](const fs::path& file) {
-             std::ofstream(file) << "RSURL=vault:9000\n";
+             fs::copy_file(asideOf(file), file);
              fs::permissions(file, fs::perms::none);
-         }},
+         },
+         withoutTheRightsOfRoot()},
     };
     return all;
 }
@@ -94,18 +118,29 @@ TEST_F(BadSurroundings, PreparedLinksInTheTemporaryFolderAreNotFollowed)
     const fs::path folder = root() / "tmp";
     const fs::path victim = root() / "victim";
     fs::create_directories(folder);
-    // What a script's name begins with is known; some of its endings are taken.
-    for (char first = 'a'; first <= 'z'; ++first) {
-        for (const char* rest : {"XXXXX", "aaaaa", "00000"})
-            fs::create_symlink(victim, folder / (std::string("ksv_fi") + first + rest));
-    }
-    const auto links = std::distance(fs::directory_iterator(folder), fs::directory_iterator());
+    // All of a name can be foretold, but for its last six characters.
+    const std::string start = "$(cut -d')' -f2 /proc/$$/stat | cut -d' ' -f21)";
+    const std::string known = (folder / knownBeginning(folder)).string() + "$$_" + start + "_";
+    std::string prepare = "export TMPDIR=" + folder.string();
+    for (const char* guess : {"XXXXXX", "aaaaaa", "000000", ""})
+        prepare += "; ln -s " + victim.string() + " " + known + guess;
 
-    const SRun run = create("export TMPDIR=" + folder.string());
+    const SRun run = create(prepare);
 
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_FALSE(fs::exists(victim));
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), links);
+    // Only the links are left, and a link that was prepared well does begin like a script.
+    for (const auto& entry : fs::directory_iterator(folder))
+        EXPECT_TRUE(entry.is_symlink()) << entry.path();
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 4);
+}
+
+TEST_F(BadSurroundings, TemporaryFolderThatIsFullStopsTheStart)
+{
+    // Nothing but the script is written; its file can be made, but takes no bytes.
+    const SRun run = m_site.shell("production", "trap '' XFSZ; ulimit -f 0; exec fictl device list " + m_device);
+    EXPECT_EQ(run.status, PROVIDER) << run.err;
+    EXPECT_EQ(m_site.fictl("production", {"device", "list", m_device}).status, 0);
 }
 
 TEST_F(BadSurroundings, DiskWithoutRoomForTheCatalogStopsBeforeAnythingIsMade)
@@ -148,9 +183,8 @@ TEST_F(BadSurroundings, ApplianceListThatIsNoUsableFileIsNamed)
 {
     const fs::path file = root() / "etc/qz/hls.conf";
     for (const SOddFile& odd : oddFiles()) {
-        if (odd.name == std::string("unreadable") && geteuid() == 0) continue;  // root reads it all the same
         instead(file, odd.put, [&] {
-            const SRun run = create("true");
+            const SRun run = create("true", odd.wrapper);
             EXPECT_EQ(run.status, PROVIDER) << odd.name << run.err;
             EXPECT_NE(run.err.find(file.string()), std::string::npos) << odd.name << run.err;
         });
@@ -161,10 +195,9 @@ TEST_F(BadSurroundings, ApplianceListThatIsNoUsableFileIsNamed)
 TEST_F(BadSurroundings, ConfigurationStoreThatIsNoUsableFileMeansTheDefaults)
 {
     for (const SOddFile& odd : oddFiles()) {
-        if (odd.name == std::string("unreadable") && geteuid() == 0) continue;  // root reads it all the same
         instead(root() / "etc/qz/cdpfi.conf", odd.put, [&] {
             // The tools are not where they are by default.
-            const SRun run = create("true");
+            const SRun run = create("true", odd.wrapper);
             EXPECT_EQ(run.status, PROVIDER) << odd.name << run.err;
             EXPECT_NE(run.err.find("/usr/sbin/kforutil"), std::string::npos) << odd.name << run.err;
         });
