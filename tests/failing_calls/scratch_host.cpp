@@ -27,9 +27,9 @@ std::string disk(const std::string& path, const std::string& serial)
     return path + " (0:0:1:0) LUMORA (disk) 10GB (online) (" + serial + ")\n";
 }
 
-std::string scenario()
+std::string scenario(const std::string& host)
 {
-    return answer("list  hosts", "192.0.2.7\n") + answer("show  host", "Host\n") +
+    return answer("list  hosts", host + "\n") + answer("show  host", "Host\n") +
            answer("list  cgroups", "cg1 luns=1\n") +
            answer("show  cgroup",
                   "Protected LUNS:\n/dev/lun [S1] 10GB\nMonitor LUNS:\nPermissions:\nStillmark LUNs:\n") +
@@ -47,7 +47,7 @@ void replaceAll(std::string& text, const std::string& from, const std::string& t
 
 }  // namespace
 
-CScratchHost::CScratchHost(const std::string& tool)
+CScratchHost::CScratchHost(const std::string& tool, const SHostNames& names)
 {
     std::string name = (fs::temp_directory_path() / "cdpfi-host.XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no scratch folder");
@@ -59,8 +59,9 @@ CScratchHost::CScratchHost(const std::string& tool)
     write(m_root / "etc/qz/hls.conf", "RSURL=server1:9000\n");
     write(m_root / "etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + (m_root / "opt/QXPKlm/bin/").string() +
                                             "\nLMR_KFORUTIL_PATH=" + (m_root / "usr/sbin/").string() +
-                                            "\n[FI_NETWORK]\nLOCAL_NAME=192.0.2.7\n[FI_EXEC]\nMAX_TIMEOUT=60\n");
-    write(m_root / "scenario", scenario());
+                                            "\n[FI_NETWORK]\nLOCAL_NAME=" + names.configured +
+                                            "\n[FI_EXEC]\nMAX_TIMEOUT=60\n");
+    write(m_root / "scenario", scenario(names.listed));
     fs::create_directory(m_root / "tmp");
     setenv("OBZX_ROOT", m_root.c_str(), 1);
     setenv("TMPDIR", (m_root / "tmp").c_str(), 1);

@@ -6,6 +6,13 @@
 #include <string>
 #include <vector>
 
+/// What this host is called.
+struct SHostNames
+{
+    std::string configured = "192.0.2.7";  ///< by its configuration; empty: the configuration names none
+    std::string listed = "192.0.2.7";      ///< by the appliance
+};
+
 /**
  * A host's root directory with one appliance of steady answers: group cg1 with LUN S1, which shows as /dev/sdb. One
  * small program stands for the appliance's shell and for the disk utility. The folder goes with the object.
@@ -13,7 +20,7 @@
 class CScratchHost
 {
   public:
-    explicit CScratchHost(const std::string& tool);
+    explicit CScratchHost(const std::string& tool, const SHostNames& names = {});
     ~CScratchHost();
     CScratchHost(const CScratchHost&) = delete;
     CScratchHost& operator=(const CScratchHost&) = delete;

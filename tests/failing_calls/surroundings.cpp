@@ -1,6 +1,6 @@
 // A whole workflow in a host process whose surroundings are not what a provider would wish for.
 //
-//   surroundings_host TOOL PROVIDER descriptors|no-descriptors|ignored-children|small-stack|clock-set-back
+//   surroundings_host TOOL PROVIDER SURROUNDINGS    such as "small-stack"; all of them are in surroundings() below
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -14,10 +14,12 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "tests/failing_calls/dead_resolver.h"
 #include "tests/failing_calls/scratch_host.h"
 #include "tests/failing_calls/workflow.h"
 
@@ -29,6 +31,7 @@ constexpr time_t AN_HOUR = 3600;
 
 std::atomic<bool> g_setBack{false};
 std::atomic<time_t> g_hours{0};
+std::atomic<time_t> g_elapsed{0};  // seconds that the clock of the machine's run is ahead
 
 // How much the wall clock is behind: an hour more at each look.
 time_t delay()
@@ -147,17 +150,63 @@ int clockSetBack(const CProviderLibrary& library)
     return g_hours == 0 ? fail("nobody looked at the clock") : failed;
 }
 
+// Two workflows: the first one asks about each name, the second one knows already that there is no answer.
+int askInVain(const CProviderLibrary& library, bool succeeds)
+{
+    int failed = runWorkflow(library, succeeds);
+    const int asked = dead_resolver::questions();
+    failed |= runWorkflow(library, succeeds);
+    if (dead_resolver::takeMostOfOneName() != 1) failed = fail("a name is not asked for once");
+    if (dead_resolver::questions() != asked) failed = fail("a second workflow asks again");
+    std::printf("%d questions to the resolver\n", asked);
+    return failed;
+}
+
+int deadResolver(const CProviderLibrary& library, bool succeeds)
+{
+    constexpr time_t moreThanAMinute = 61;
+    int failed = askInVain(library, succeeds);
+    g_elapsed = moreThanAMinute;
+    failed |= askInVain(library, succeeds);
+    return failed;
+}
+
+std::string systemName()
+{
+    char name[256] = {};
+    return gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
+struct SSurroundings
+{
+    std::function<int(const CProviderLibrary&)> run;
+    SHostNames names = {};
+};
+
+const std::map<std::string, SSurroundings>& surroundings()
+{
+    const auto known = [](const CProviderLibrary& library) { return deadResolver(library, true); };
+    const auto unknown = [](const CProviderLibrary& library) { return deadResolver(library, false); };
+    static const std::map<std::string, SSurroundings> all = {
+        {"descriptors", {manyDescriptors}},
+        {"no-descriptors", {noDescriptors}},
+        {"ignored-children", {ignoredChildren}},
+        {"small-stack", {smallStack}},
+        {"clock-set-back", {clockSetBack}},
+        {"dead-resolver", {known, {"192.0.2.7", "192.0.2.7"}}},
+        {"dead-resolver-system-name", {known, {"", systemName()}}},
+        {"dead-resolver-other-name", {unknown, {"", systemName() + ".example.com"}}},
+    };
+    return all;
+}
+
 int run(char** argv)
 {
-    const CScratchHost host(argv[1]);
+    const auto found = surroundings().find(argv[3]);
+    if (found == surroundings().end()) return fail(std::string("unknown surroundings: ") + argv[3]);
+    const CScratchHost host(argv[1], found->second.names);
     const CProviderLibrary library(argv[2], "cdpfi");
-    const std::string mode = argv[3];
-    if (mode == "descriptors") return manyDescriptors(library);
-    if (mode == "no-descriptors") return noDescriptors(library);
-    if (mode == "ignored-children") return ignoredChildren(library);
-    if (mode == "small-stack") return smallStack(library);
-    if (mode == "clock-set-back") return clockSetBack(library);
-    return fail("unknown surroundings: " + mode);
+    return found->second.run(library);
 }
 
 }  // namespace
@@ -171,6 +220,7 @@ int clock_gettime(clockid_t clock, timespec* now) noexcept
     static auto* const real = nextOne<int(clockid_t, timespec*)>("clock_gettime");
     const int result = real(clock, now);
     if (clock == CLOCK_REALTIME || clock == CLOCK_REALTIME_COARSE) now->tv_sec -= delay();
+    if (clock == CLOCK_MONOTONIC) now->tv_sec += g_elapsed;
     return result;
 }
 
