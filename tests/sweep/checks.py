@@ -1,0 +1,102 @@
+"""What has to hold after a backup was disturbed, and after it was brought into order again."""
+import pathlib
+
+from sweep.site import need
+
+# The exit codes of docs/fictl.md that a command may end with when the appliance fails, with the names in its errors.
+EXIT_NAMES = {6: "provider", 7: "not-claimed", 8: "failed", 9: "partial", 10: "not-deleted"}
+ALLOWED = {"create": {0, 6, 7, 8, 9}, "list": {0}, "export": {0}, "receive": {0}, "import": {0, 6, 8},
+           "unmount": {0, 6, 10}, "delete": {0, 6, 10}}
+# States in which the record of a killed or failed command may be found; None: no record.
+AFTER_FAILURE = {"create": {None, "partial", "failed", "interrupted"},
+                 "import": {"complete", "import-failed", "import-interrupted"},
+                 "unmount": {"imported", "delete-failed", "delete-interrupted"},
+                 "delete": {"complete", "delete-failed", "delete-interrupted"}}
+
+
+def check_truth(site):
+    """Everything on the appliances belongs to a record, and every record's claims hold."""
+    checkpoints, images = site.copies()
+    records = {host: [site.record(host, name) for name in site.names(host)] for host in ("production", "backup")}
+    known = set()
+    for record in records["production"] + records["backup"]:
+        known |= {(device["appliance"], device["group"], record["checkpoint"]) for device in record["devices"]
+                  if device["made"] != "no"}
+    need(checkpoints <= known, f"no catalog knows the checkpoints {checkpoints - known}")
+    need({image[:2] + image[3:] for image in images} <= known, f"no catalog knows the time images {images}")
+    # A copy that the other host deleted is gone for both: only as long as nothing was deleted must all claims hold.
+    deleting = any(record["state"].startswith("delet") for record in records["backup"])
+    for record in records["production"]:
+        for device in record["devices"]:
+            there = (device["appliance"], device["group"], record["checkpoint"]) in checkpoints
+            in_doubt = record["state"].startswith("delet") or deleting or not records["backup"] and site.unmounted
+            need(there or in_doubt or device["made"] != "yes", f"{record['name']} claims a checkpoint that is not there")
+            need(not there or device["made"] != "no", f"{record['name']} denies a checkpoint that is there")
+    for record in records["backup"]:
+        if record["state"] == "imported":
+            for device in record["devices"]:
+                need(pathlib.Path(device["import_path"]).exists(), "an imported copy does not show")
+
+
+def recover(site):
+    """What docs/fictl.md says under Recovery: delete, on both hosts, and again when it was not confirmed."""
+    for host in ("backup", "production"):
+        for name in site.names(host):
+            status, document = site.fictl(host, "snapshot", "delete", name)
+            need(status == 0, f"{name} cannot be deleted on {host}: {status} {document}")
+
+
+def check_nothing_left(site):
+    checkpoints, images = site.copies()
+    need(not checkpoints and not images, f"left on the appliances: {checkpoints} {images}")
+    for host in ("production", "backup"):
+        need(not site.names(host), f"left in the catalog of {host}")
+    for name, path in site.devices.items():
+        need(pathlib.Path(path).read_bytes() == site.content[name], f"source {name} has changed")
+    home = site.folder / "store/var/lib/lumora"
+    left = [entry for appliance in ("alpha", "beta") for area in ("annotations", "images", "work")
+            for entry in (home / appliance / area).glob("*")]
+    left += list((site.folder / "tmp").iterdir())
+    left += [entry for entry in (site.folder / "exchange").iterdir() if entry.suffix == ".part"]
+    need(not left, f"files are left: {[str(entry) for entry in left]}")
+    processes = processes_of(site)
+    need(not processes, f"processes are left: {processes}")
+
+
+def processes_of(site):
+    """Programs that were started for the site and still run."""
+    mark = str(site.folder).encode()
+    found = []
+    for process in pathlib.Path("/proc").glob("[0-9]*"):
+        try:
+            if mark in (process / "environ").read_bytes():
+                found.append((process / "cmdline").read_bytes().decode().replace("\0", " "))
+        except OSError:
+            continue  # somebody else's, or gone meanwhile
+    return found
+
+
+def check_outcome(site, step, status, document, words):
+    """Exit code, error document and record fit each other and the documentation."""
+    need(status in ALLOWED[step], f"{step} ends with {status}: {document}")
+    if status == 0:
+        return
+    error = document["error"]
+    need(error["exit"] == status and error["code"] == EXIT_NAMES[status], f"the error document is {error}")
+    need(error["message"] and (error["next"] or status == 6), f"the error says nothing of use: {error}")
+    host = "backup" if step in ("import", "unmount") else "production"
+    record = site.record(host, words[2])
+    state = record["state"] if record else None
+    need(state in AFTER_FAILURE[step] and state != "interrupted", f"{step} failed with {status} and is {state}")
+    if step == "create":
+        need((status == 9) == (state == "partial"), f"create failed with {status} and is {state}")
+
+
+def check_killed(site, step, words):
+    host = "backup" if step in ("receive", "import", "unmount") else "production"
+    record = site.record(host, words[2] if step != "receive" else "nightly")
+    state = record["state"] if record else None
+    # A kill after the last change that a command makes leaves what the command leaves.
+    done = {"create": "complete", "import": "imported", "unmount": None, "delete": None}
+    if step in done:
+        need(state in AFTER_FAILURE[step] | {done[step]}, f"killed in {step}, the record is {state}")

@@ -1,0 +1,223 @@
+"""Two hosts and two appliances below a scratch folder, and the backup that runs on them."""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+
+DEADLINE = 60  # seconds; nothing here takes longer on a machine that works at all
+
+
+class Failure(Exception):
+    """What a case found wrong."""
+
+
+def need(condition, text):
+    if not condition:
+        raise Failure(text)
+
+
+def scratch_parent():
+    """In memory where there is such a place: a killed process, unlike a power cut, loses nothing that was not synced."""
+    memory = pathlib.Path("/dev/shm")
+    return memory if "TMPDIR" not in os.environ and os.access(memory, os.W_OK | os.X_OK) else None
+
+
+class Site:
+    """Two appliances with a group each, and two hosts, below a scratch folder of their own."""
+
+    LUNS = {"data": ("alpha", "payroll"), "journal": ("alpha", "payroll"), "ledger": ("beta", "books")}
+
+    def __init__(self, bin_folder):
+        self.bin = bin_folder
+        self.libraries = bin_folder.parent / "tests"
+        self.talk = False  # whether each fictl is told of
+        self.unmounted = False  # whether the other host was told to delete its copies
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep.", dir=scratch_parent()))
+        self.environment = {"PATH": "/usr/bin:/bin", "RES_OPTIONS": "timeout:1 attempts:1",
+                            "TMPDIR": str(self.folder / "tmp"), "LMADM_STORE": str(self.folder / "store"),
+                            "OPEN_AT_EXIT_PROGRAM": "fictl", "OPEN_AT_EXIT": str(self.folder / "reports/open")}
+        for name in ("store", "tmp", "exchange", "reports", "production", "backup"):
+            (self.folder / name).mkdir()
+        try:
+            self.build()
+        except BaseException:
+            self.remove()
+            raise
+        self.devices = {entry["name"]: entry["device"] for appliance in ("alpha", "beta")
+                        for entry in self.lmadm_json("--appliance", appliance, "lun", "list")}
+        self.content = {name: pathlib.Path(path).read_bytes() for name, path in self.devices.items()}
+
+    def build(self):
+        groups = {"alpha": "payroll", "beta": "books"}
+        for appliance, group in groups.items():
+            self.lmadm("appliance", "create", appliance)
+            for host in ("production", "backup"):
+                self.lmadm("--appliance", appliance, "host", "create", host)
+            self.lmadm("--appliance", appliance, "group", "create", group)
+        for lun, (appliance, group) in self.LUNS.items():
+            on = ("--appliance", appliance)
+            self.lmadm(*on, "lun", "create", lun, "--group", group, "--size", "16KiB")
+            self.lmadm(*on, "lun", "present", lun, "production")
+            self.lmadm(*on, "write", lun, "--offset", "0", "--pattern", f"content of {lun}; ")
+        for host in ("production", "backup"):
+            self.lmadm("host", "setup", "--root", str(self.folder / host), "--host", host)
+
+    def limit_commands(self, seconds):
+        """Lets the provider give up a command that hangs; long enough for one that does not."""
+        for host in ("production", "backup"):
+            with open(self.folder / host / "etc/qz/cdpfi.conf", "a", encoding="ascii") as configuration:
+                configuration.write(f"\n[FI_EXEC]\nMAX_TIMEOUT={seconds}\n")
+
+    def remove(self):
+        shutil.rmtree(self.folder)
+
+    def lmadm(self, *words):
+        run = subprocess.run([self.bin / "lmadm", *words], env=self.environment, stdin=subprocess.DEVNULL,
+                             capture_output=True, text=True, timeout=DEADLINE, check=False)
+        need(run.returncode == 0, f"lmadm {' '.join(words)}: {run.stderr}")
+        return run.stdout
+
+    def lmadm_json(self, *words):
+        return json.loads(self.lmadm("--output", "json", *words))
+
+    def start(self, host, words, **extra):
+        """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too."""
+        preload = [str(self.libraries / "libopen_at_exit.so"), extra.pop("LD_PRELOAD", "")]
+        environment = self.environment | {"OBZX_ROOT": str(self.folder / host), "LD_PRELOAD": ":".join(preload)} | extra
+        return subprocess.Popen([self.bin / "fictl", "--output", "json", *words], env=environment, text=True,
+                                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+
+    def finish(self, process, words):
+        try:
+            out, err = process.communicate(timeout=DEADLINE)
+        except subprocess.TimeoutExpired as error:
+            process.kill()
+            raise Failure(f"fictl {' '.join(words)} does not end") from error
+        if self.talk:
+            print(f"  fictl {' '.join(words)}: {process.returncode}\n{err}{out}", flush=True)
+        if process.returncode >= 0:
+            self.check_closed(process, words)
+        try:
+            return process.returncode, json.loads(out) if out else {}
+        except json.JSONDecodeError as error:
+            raise Failure(f"fictl {' '.join(words)} wrote no document: {out}") from error
+
+    def check_closed(self, process, words):
+        """A fictl that ended by itself, however its work went, had closed everything but its standard descriptors."""
+        report = self.folder / f"reports/open.{process.pid}"
+        need(report.exists(), f"fictl {' '.join(words)} did not end in the way of a program: {process.returncode}")
+        held = report.read_text()
+        report.unlink()
+        need(not held, f"fictl {' '.join(words)} ended and still held the descriptors {held}")
+
+    def fictl(self, host, *words):
+        return self.finish(self.start(host, words), words)
+
+    def names(self, host):
+        status, document = self.fictl(host, "snapshot", "list")
+        need(status == 0, f"the catalog of {host} cannot be listed")
+        return [entry["name"] for entry in document["snapshots"]]
+
+    def record(self, host, name):
+        """A record as the catalog shows it, or None."""
+        status, document = self.fictl(host, "snapshot", "show", name)
+        need(status in (0, 3), f"{name} cannot be shown on {host}")
+        return document["snapshot"] if status == 0 else None
+
+    def copies(self):
+        """Checkpoints and time images that the appliances list, as (appliance, group, name)."""
+        checkpoints, images = set(), set()
+        for appliance, group in set(self.LUNS.values()):
+            shown = self.lmadm_json("--appliance", appliance, "group", "show", group)
+            checkpoints |= {(appliance, group, entry["name"]) for entry in shown["annotations"]}
+            images |= {(appliance, group, entry["name"], entry["annotation"]) for entry in shown["time_images"]}
+        return checkpoints, images
+
+
+class Workflow:
+    """The steps of a backup, in order; each is (step, host, words)."""
+
+    def __init__(self, site, name):
+        self.site = site
+        self.name = name
+        self.document = site.folder / "exchange" / f"{name}.json"
+        # What fictl still holds open once the checkpoints are made, or were refused.
+        self.open = site.folder / "exchange/open"
+        hooks = ["true", f"ls -l /proc/$PPID/fd >{self.open}"]
+        devices = [site.devices[lun] for lun in ("data", "journal", "ledger")]
+        self.steps = [
+            ("create", "production", ["snapshot", "create", name, *devices, "--freeze", hooks[0], "--thaw", hooks[1]]),
+            ("list", "production", ["snapshot", "list"]),
+            ("export", "production", ["snapshot", "export", name, "--file", str(self.document)]),
+            ("receive", "backup", ["snapshot", "receive", str(self.document)]),
+            ("import", "backup", ["snapshot", "import", name]),
+            ("unmount", "backup", ["snapshot", "delete", name]),
+            ("delete", "production", ["snapshot", "delete", name]),
+        ]
+
+    def run_clean(self, before=lambda step: None):
+        """Runs all steps; every one has to succeed. `before` is told of each one."""
+        for step, host, words in self.steps:
+            before(step)
+            status, document = self.site.fictl(host, *words)
+            need(status == 0, f"the undisturbed step {step} of {self.name} ends with {status}: {document}")
+            self.check_step(step, document)
+
+    def check_step(self, step, document):
+        if step == "create":
+            need(self.open.exists(), "the thaw command has not run")
+            self.check_descriptors()
+            need(document["snapshot"]["state"] == "complete", "the new snapshot is not complete")
+        if step == "import":
+            self.check_import(document["snapshot"])
+
+    def check_descriptors(self):
+        """Of a command that has ended nothing is open: no pipe, no script, no handle of its process. Nothing can be
+        said of a creation that ended before it came to its thaw command."""
+        lines = self.open.read_text().splitlines() if self.open.exists() else []
+        self.open.unlink(missing_ok=True)
+        targets = dict(line.rsplit(maxsplit=3)[1::2] for line in lines if " -> " in line)
+        held = [target for number, target in targets.items() if int(number) > 2]
+        left = [target for target in held if target.startswith(("pipe:", str(self.site.folder / "tmp")))]
+        # The one handle is that of the thaw command itself.
+        need(not left and sum("pidfd" in target for target in held) <= 1, f"descriptors are left: {held}")
+
+    def check_import(self, snapshot):
+        for device in snapshot["devices"]:
+            lun = pathlib.Path(device["source"]).name
+            image = pathlib.Path(device["import_path"])
+            need(image.read_bytes() == self.site.content[lun], f"the copy of {lun} does not hold what the source held")
+
+
+class Stage:
+    """A site that can be taken back to the moment before each step of a workflow: cases are independent of each other,
+    and none has to build what another one has built already."""
+
+    def __init__(self, bin_folder):
+        self.site = Site(bin_folder)
+        self.kept = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep-kept.", dir=scratch_parent()))
+        try:
+            Workflow(self.site, "nightly").run_clean(self.keep)
+        except BaseException:
+            self.remove()
+            raise
+
+    def keep(self, step):
+        shutil.copytree(self.site.folder, self.kept / step, symlinks=True)
+
+    def before(self, step):
+        for entry in self.site.folder.iterdir():
+            shutil.rmtree(entry)
+        shutil.copytree(self.kept / step, self.site.folder, symlinks=True, dirs_exist_ok=True)
+        self.site.unmounted = step in ("unmount", "delete")
+        return self.site
+
+    def forget(self):
+        """Removes what cases start from; the site stays."""
+        shutil.rmtree(self.kept)
+
+    def remove(self):
+        self.forget()
+        self.site.remove()
