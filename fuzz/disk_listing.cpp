@@ -51,7 +51,7 @@ std::vector<std::string> write(const CDisks& disks)
 bool isPlain(const CDisks& disks)
 {
     for (const auto& [path, serial] : disks) {
-        if (path.empty() || path.find_first_of("(") != std::string::npos) return false;
+        if (path.empty() || path.find('(') != std::string::npos) return false;
     }
     return true;
 }

@@ -113,7 +113,8 @@ void compareOther(fuzz::CInput& input)
     const std::string format = "%" + modifiers(input, isText ? "-" : "-+ 0", type != 'c') + type;
     if (type == 'c') return compare(format, format, static_cast<int>(input.byte() % 127 + 1));
     if (type == 's') {
-        const std::string text(std::string(input.text(200)).c_str());  // up to its NUL, as the C library has it
+        const std::string_view given = input.text(200);
+        const std::string text(given.substr(0, given.find('\0')));  // as the C library has it
         return compare(format, format, text.c_str());
     }
     const double value = realOf(input.number());

@@ -274,7 +274,7 @@ TEST_P(Threads, SnapshotsOfOneGroupByOneProcessGiveOneCheckpoint)
     runTogether(THREADS, [&](int number) {
         const std::string& serial = serials[static_cast<size_t>(number)];
         obz_domain node{};
-        ASSERT_EQ(initNode(node, "<cdpfi>" + serial), OBZ_OK);
+        EXPECT_EQ(initNode(node, "<cdpfi>" + serial), OBZ_OK);  // one that left now would keep the others waiting
         int32_t made = 0;
         const int32_t status = makeSnapshot(node, numbered("session", number), made);
         EXPECT_TRUE(status == OBZ_OK || status == OBZ_ERR_FAILED) << status;

@@ -4,8 +4,9 @@
  *
  * Answers lie in the folder "answers" beside the tool:
  *
- *   kforutil WORD               kforutil.WORD; once "kforutil discover" was run, kforutil.WORD.discovered where there
- * is one lmsh, script on its input   SERVER.WORD_WORD.NAME: the words of the first command, and the last name in quotes
+ *   kforutil WORD: kforutil.WORD; once "kforutil discover" was run, kforutil.WORD.discovered where there is one.
+ *
+ *   lmsh, script on its input: SERVER.WORD_WORD.NAME, the words of the first command, and the last name in quotes.
  *
  * A request without a file is answered with nothing. The tool always succeeds.
  *

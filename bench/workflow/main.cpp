@@ -1,4 +1,4 @@
-// Whole workflows of a host program, on a site of prepared answers (bench/site.py). Each command runs once and writes
+// Whole workflows of a host program, on a site of prepared answers (bench/sites.py). Each command runs once and writes
 // what it measured as one line of JSON; bench/run.py repeats and compares.
 #include <fcntl.h>
 #include <unistd.h>
