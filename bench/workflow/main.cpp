@@ -98,22 +98,35 @@ json commandBackup(const CHostProgram& host, const std::string& site, const std:
     return toJson(STime::now() - start);
 }
 
+/// What a process holds after some of its backups.
+struct SHolding
+{
+    int cycle;
+    size_t resident;
+    size_t descriptors;
+};
+
 // COUNT backups one after the other in one process: memory and descriptors after the hundredth and the last.
 json commandCycles(const CHostProgram& host, const std::string& site, const std::vector<std::string>& arguments)
 {
+    constexpr int SAMPLES = 20;
     const int count = std::stoi(arguments.at(0));
     const int first = std::min(count, 100);
+    const int step = std::max(count, SAMPLES) / SAMPLES;
     const std::vector<SDisk> disks = readDisks(site);
-    json samples = json::array();
-    static_cast<void>(residentBytes() + openDescriptors());  // their own code is in memory from here on
+    // What is noted meanwhile must not grow: its room, and the code that reads the values, is in memory from here on.
+    std::vector<SHolding> samples(SAMPLES + 2, SHolding{0, residentBytes(), openDescriptors()});
+    samples.clear();
     for (int cycle = 1; cycle <= count; ++cycle) {
         forgetDiscovery(site);
         runBackup(host, disks, "session");
-        if (cycle != first && cycle != count && cycle % (std::max(count, 20) / 20) != 0) continue;
-        if (cycle < first) continue;
-        samples.push_back({{"cycle", cycle}, {"resident", residentBytes()}, {"descriptors", openDescriptors()}});
+        if (cycle == first || cycle == count || (cycle > first && cycle % step == 0))
+            samples.push_back({cycle, residentBytes(), openDescriptors()});
     }
-    return {{"samples", samples}};
+    json result = json::array();
+    for (const SHolding& sample : samples)
+        result.push_back({{"cycle", sample.cycle}, {"resident", sample.resident}, {"descriptors", sample.descriptors}});
+    return {{"samples", result}};
 }
 
 // Loads an inventory.
