@@ -24,10 +24,6 @@ constexpr milliseconds LOOK_INTERVAL{10};
 
 }  // namespace
 
-CChildProcess::CChildProcess(pid_t pid) : m_pid(pid), m_descriptor(static_cast<int>(::syscall(SYS_pidfd_open, pid, 0)))
-{
-}
-
 CChildProcess::~CChildProcess()
 {
     if (!ended() && !m_killed) kill(-1);
@@ -49,13 +45,17 @@ bool CChildProcess::ended()
     return true;
 }
 
-bool CChildProcess::waitFor(int output, Clock::time_point until) const
+bool CChildProcess::waitFor(int output, Clock::time_point until)
 {
+    // Most programs end within a few milliseconds, and their output with them: to watch that is enough for them.
+    if (!m_end && (m_lasts || output < 0))
+        m_end = CFileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
     const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
-    const milliseconds most = m_descriptor ? milliseconds(INT_MAX) : LOOK_INTERVAL;
-    pollfd watched[] = {{output, POLLIN, 0}, {m_descriptor.get(), POLLIN, 0}};  // poll skips negative ones
-    const int timeout = static_cast<int>(std::clamp(left, milliseconds(0), most).count());
-    return ::poll(watched, 2, timeout) > 0 && watched[0].revents != 0;
+    const milliseconds most = m_end ? milliseconds(INT_MAX) : LOOK_INTERVAL;
+    pollfd watched[] = {{output, POLLIN, 0}, {m_end.get(), POLLIN, 0}};  // poll skips negative ones
+    const int ready = ::poll(watched, 2, static_cast<int>(std::clamp(left, milliseconds(0), most).count()));
+    m_lasts = m_lasts || ready == 0;
+    return ready > 0 && watched[0].revents != 0;
 }
 
 bool CChildProcess::groupIsGone() const

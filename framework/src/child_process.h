@@ -25,7 +25,7 @@ class CChildProcess
   public:
     using Clock = std::chrono::steady_clock;
 
-    explicit CChildProcess(pid_t pid);
+    explicit CChildProcess(pid_t pid) : m_pid(pid) {}
     ~CChildProcess();
     CChildProcess(const CChildProcess&) = delete;
     CChildProcess& operator=(const CChildProcess&) = delete;
@@ -34,10 +34,11 @@ class CChildProcess
     bool ended();
     const SExitStatus& exitStatus() const { return m_status; }
 
-    /// Waits until the process has ended, the output has something to read (or its end), or the time has come.
+    /// Waits until the process has ended, the output has something to read (or its end), or the time has come; now and
+    /// then returns before any of these.
     /// @param output -1: is not watched
     /// @return true: the output is ready
-    bool waitFor(int output, Clock::time_point until) const;
+    bool waitFor(int output, Clock::time_point until);
 
     /// Ends the process group: SIGTERM, after a grace of 5 s SIGKILL; takes the status. What is still written to the
     /// output in that time is read and dropped.
@@ -49,7 +50,8 @@ class CChildProcess
     bool waitForEnd(int output, Clock::time_point until, bool wholeGroup);
 
     const pid_t m_pid;
-    CFileDescriptor m_descriptor;  // readable once the process has ended; none when the host had none left
+    CFileDescriptor m_end;  // readable once the process has ended; none at first, and when the host has none left
+    bool m_lasts = false;   // longer than it takes to open that
     bool m_ended = false;
     bool m_killed = false;
     SExitStatus m_status;

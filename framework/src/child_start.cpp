@@ -1,7 +1,6 @@
 #include "framework/src/child_start.h"
 
 #include <sched.h>
-#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -20,7 +19,7 @@ namespace obzx_pdk_4_4 {
 
 namespace {
 
-constexpr size_t STACK_SIZE = size_t{64} * 1024;
+constexpr size_t STACK_SIZE = size_t{32} * 1024;
 constexpr int LAST_SIGNAL = 64;
 constexpr int NOT_STARTED = 127;
 
@@ -29,26 +28,6 @@ struct SChild
     const SChildStart& start;
     pid_t host;
     int error = 0;  // why there is no program; the host reads it once the child has gone
-};
-
-class CStack
-{
-  public:
-    CStack()
-        : m_base(::mmap(nullptr, STACK_SIZE, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK, -1, 0))
-    {
-    }
-    ~CStack()
-    {
-        if (m_base != MAP_FAILED) ::munmap(m_base, STACK_SIZE);
-    }
-    CStack(const CStack&) = delete;
-    CStack& operator=(const CStack&) = delete;
-    explicit operator bool() const { return m_base != MAP_FAILED; }
-    void* top() const { return static_cast<char*>(m_base) + STACK_SIZE; }
-
-  private:
-    void* m_base;
 };
 
 // No handler of the host may run in the child, which has the host's memory and other business.
@@ -115,7 +94,9 @@ __attribute__((no_sanitize("address", "thread"))) int runProgram(void* argument)
     bool denied = false;
     if (prepare(child)) {
         for (const std::string& program : child.start.programs) {
-            ::execve(program.c_str(), child.start.arguments, child.start.environment);
+            // The kernel copies the texts; that they are not const there is older than const.
+            ::execve(program.c_str(), const_cast<char* const*>(child.start.arguments),
+                     const_cast<char* const*>(child.start.environment));
             denied = denied || errno == EACCES;
             if (!isElsewhere(errno)) break;
         }
@@ -129,11 +110,11 @@ __attribute__((no_sanitize("address", "thread"))) int runProgram(void* argument)
 
 int startChild(const SChildStart& start, pid_t& pid)
 {
-    const CStack stack;
-    if (!stack) return errno;
+    // The caller waits until the child runs its program, so the child's stack may be a part of its own.
+    alignas(16) char stack[STACK_SIZE];
     SChild child{start, ::getpid()};
     const CSignalsBlocked blocked;
-    pid = ::clone(runProgram, stack.top(), CLONE_VM | CLONE_VFORK | SIGCHLD, &child);
+    pid = ::clone(runProgram, stack + STACK_SIZE, CLONE_VM | CLONE_VFORK | SIGCHLD, &child);
     if (pid < 0) return errno;
     if (child.error != 0) reap(pid);
     return child.error;

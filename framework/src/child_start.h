@@ -12,8 +12,8 @@ namespace obzx_pdk_4_4 {
 struct SChildStart
 {
     std::vector<std::string> programs;  ///< paths to try in turn, as a search path gives them
-    char* const* arguments = nullptr;
-    char* const* environment = nullptr;
+    const char* const* arguments = nullptr;
+    const char* const* environment = nullptr;
     const char* directory = nullptr;  ///< null: the host's
     int input = -1;
     int output = -1;  ///< for standard output and standard error

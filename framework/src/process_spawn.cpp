@@ -47,31 +47,32 @@ bool openPipe(CFileDescriptor& readEnd, CFileDescriptor& writeEnd)
            ::fcntl(readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
 }
 
-bool isFor(const std::string& variable, const std::string& name)
+bool isFor(std::string_view variable, std::string_view name)
 {
-    return variable.compare(0, name.size() + 1, name + "=") == 0;
+    return variable.starts_with(name) && variable.substr(name.size()).starts_with('=');
 }
 
-// The host's environment with the request's variable, and messages in the language that listings are parsed in.
-std::vector<std::string> childEnvironment(const std::string& added)
+// The host's environment with the request's variable, and messages in the language that listings are parsed in. Refers
+// to the texts of both.
+std::vector<const char*> childEnvironment(const std::string& added)
 {
-    const std::string addedName = added.substr(0, added.find('='));
-    std::vector<std::string> variables;
+    const std::string_view addedName = std::string_view(added).substr(0, added.find('='));
+    std::vector<const char*> variables;
     for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-        const std::string text = *variable;
-        if (!isFor(text, "LC_ALL") && (added.empty() || !isFor(text, addedName))) variables.push_back(text);
+        if (!isFor(*variable, "LC_ALL") && (added.empty() || !isFor(*variable, addedName)))
+            variables.push_back(*variable);
     }
-    if (!added.empty() && addedName != "LC_ALL") variables.push_back(added);
-    variables.emplace_back("LC_ALL=C");
+    if (!added.empty() && addedName != "LC_ALL") variables.push_back(added.c_str());
+    variables.insert(variables.end(), {"LC_ALL=C", nullptr});
     return variables;
 }
 
-std::vector<char*> pointers(std::vector<std::string>& texts)
+std::vector<const char*> pointers(const std::vector<std::string>& texts)
 {
-    std::vector<char*> result;
+    std::vector<const char*> result;
     result.reserve(texts.size() + 1);
-    for (std::string& text : texts)
-        result.push_back(text.data());
+    for (const std::string& text : texts)
+        result.push_back(text.c_str());
     result.push_back(nullptr);
     return result;
 }
@@ -102,11 +103,9 @@ int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
     CFileDescriptor readEnd, writeEnd;
     const CFileDescriptor input = openInput(request.inputFile);
     if (!input || !openPipe(readEnd, writeEnd)) return errno;
-    std::vector<std::string> words = request.words;
-    std::vector<std::string> variables = childEnvironment(request.environment);
-    const std::vector<char*> arguments = pointers(words);
-    const std::vector<char*> environment = pointers(variables);
-    SChildStart start{programPaths(words.front()), arguments.data(), environment.data()};
+    const std::vector<const char*> arguments = pointers(request.words);
+    const std::vector<const char*> environment = childEnvironment(request.environment);
+    SChildStart start{programPaths(request.words.front()), arguments.data(), environment.data()};
     if (!request.directory.empty()) start.directory = request.directory.c_str();
     start.input = input.get();
     start.output = writeEnd.get();

@@ -71,11 +71,11 @@ class CNoDescriptorLeft
 class ChildProcess : public ::testing::TestWithParam<bool>
 {
   protected:
-    static CChildProcess watch(pid_t pid)
+    static std::optional<CNoDescriptorLeft> descriptors()
     {
         std::optional<CNoDescriptorLeft> limit;
         if (!GetParam()) limit.emplace();
-        return CChildProcess(pid);
+        return limit;
     }
 };
 
@@ -87,7 +87,8 @@ TEST_P(ChildProcess, ThatStillRunsEndsWithItsObject)
     const SSpawned spawned = start("stubborn");
     const pid_t pid = spawned.pid;
     {
-        CChildProcess process = watch(pid);
+        const auto limit = descriptors();
+        CChildProcess process(pid);
         EXPECT_FALSE(process.ended());
     }
     EXPECT_TRUE(isCollected(pid));
@@ -111,7 +112,8 @@ TEST_P(ChildProcess, StatusIsTakenOnce)
 {
     const SSpawned spawned = start("exit", "7");
     const pid_t pid = spawned.pid;
-    CChildProcess process = watch(pid);
+    const auto limit = descriptors();
+    CChildProcess process(pid);
     while (!process.ended())
         process.waitFor(-1, Clock::now() + std::chrono::seconds(60));
     EXPECT_TRUE(isCollected(pid));
@@ -125,7 +127,8 @@ TEST_P(ChildProcess, StatusThatSomebodyElseTookIsLost)
 {
     const SSpawned spawned = start("exit", "7");
     const pid_t pid = spawned.pid;
-    CChildProcess process = watch(pid);
+    const auto limit = descriptors();
+    CChildProcess process(pid);
     ASSERT_EQ(::waitpid(pid, nullptr, 0), pid);
     EXPECT_TRUE(process.ended());
     EXPECT_TRUE(process.exitStatus().lost);
@@ -134,7 +137,8 @@ TEST_P(ChildProcess, StatusThatSomebodyElseTookIsLost)
 TEST_P(ChildProcess, WaitEndsAtItsTime)
 {
     const SSpawned spawned = start("hang");
-    CChildProcess process = watch(spawned.pid);
+    const auto limit = descriptors();
+    CChildProcess process(spawned.pid);
     EXPECT_FALSE(process.waitFor(-1, Clock::now() - std::chrono::hours(1)));
     EXPECT_FALSE(process.waitFor(-1, Clock::now() + std::chrono::milliseconds(1)));
     EXPECT_FALSE(process.ended());
