@@ -9,7 +9,7 @@
 
 #include <cerrno>
 #include <csignal>
-#include <optional>
+#include <memory>
 
 #include "framework/src/process_spawn.h"
 
@@ -71,11 +71,9 @@ class CNoDescriptorLeft
 class ChildProcess : public ::testing::TestWithParam<bool>
 {
   protected:
-    static std::optional<CNoDescriptorLeft> descriptors()
+    static std::unique_ptr<CNoDescriptorLeft> descriptors()
     {
-        std::optional<CNoDescriptorLeft> limit;
-        if (!GetParam()) limit.emplace();
-        return limit;
+        return GetParam() ? nullptr : std::make_unique<CNoDescriptorLeft>();
     }
 };
 
