@@ -89,6 +89,11 @@ int run(int argc, char** argv)
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {
         return app.exit(help);
+    } catch (const CLI::RequiredError& error) {
+        // Of a word that is no command the library says that a command is missing.
+        const std::vector<std::string> words = app.remaining(true);
+        throw EApplianceError(EStatus::malformed,
+                              words.empty() ? error.what() : inQuotes(words.front()) + " is not understood");
     } catch (const CLI::ParseError& error) {
         std::string text = error.what();
         std::replace(text.begin(), text.end(), '\n', ' ');

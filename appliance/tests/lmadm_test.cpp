@@ -251,7 +251,8 @@ TEST_F(Lmadm, WrongUsage)
     expectRefusal({"lun", "list", "--output", "xml"}, 2, "--output is table or json, not \"xml\"; see lmadm --help");
     expectRefusal({"lun", "create", "x"}, 2, "--group is required; see lmadm --help");
     EXPECT_EQ(m_demo.lmadm({}).status, 2);
-    EXPECT_EQ(m_demo.lmadm({"nonsense"}).status, 2);
+    expectRefusal({"nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
+    expectRefusal({"fault", "nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
 }
 
 TEST(LmadmStore, MustBeThereAndFitIntoListings)

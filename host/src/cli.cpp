@@ -8,6 +8,7 @@
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
+#include "host/src/names.h"
 #include "host/src/record_json.h"
 
 namespace fictl {
@@ -137,10 +138,19 @@ void build(CLI::App& app, SCommandLine& line)
     addRecords(*snapshot, line);
 }
 
-int parseFailed(const CLI::App& app, const CLI::ParseError& error)
+// What is wrong with the command line. Of a word that is no command the library says that a command is missing.
+EFictl usageError(const CLI::App& app, const CLI::ParseError& error)
 {
-    const int code = app.exit(error);
-    return code == 0 ? 0 : static_cast<int>(EExit::USAGE);
+    const std::vector<std::string> words = app.remaining(true);
+    return {EExit::USAGE, words.empty() ? error.what() : "\"" + printable(words.front()) + "\" is not understood",
+            "fictl --help"};
+}
+
+// The form that was asked for, as far as the command line was understood.
+std::string outputOf(const CLI::App& app)
+{
+    const std::vector<std::string> given = app.get_option("--output")->results();
+    return given.empty() ? std::string() : given.back();
 }
 
 json recordOf(const std::string& name)
@@ -179,8 +189,11 @@ int runCommandLine(int argc, char** argv)
         build(app, line);
         try {
             app.parse(argc, argv);
+        } catch (const CLI::CallForHelp& help) {
+            return app.exit(help);
         } catch (const CLI::ParseError& error) {
-            return parseFailed(app, error);
+            line.output = outputOf(app);
+            throw usageError(app, error);
         }
         SContext context;
         context.provider = line.provider;

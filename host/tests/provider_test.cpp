@@ -152,6 +152,29 @@ TEST_F(CFictlTest, WrongCommandLinesAreUsageErrors)
     }
 }
 
+TEST_F(CFictlTest, AWrongCommandLineNamesTheWrongWord)
+{
+    EXPECT_EQ(fictl({"snapshot", "nosuch"}).err, "fictl: \"nosuch\" is not understood\n  next: fictl --help\n");
+    EXPECT_EQ(fictl({"snapshot", "show"}).err, "fictl: NAME is required\n  next: fictl --help\n");
+}
+
+TEST_F(CFictlTest, AWrongCommandLineGivesADocumentToo)
+{
+    const std::vector<std::vector<std::string>> wrong = {{"nosuch"},
+                                                         {"snapshot"},
+                                                         {"snapshot", "show"},
+                                                         {"snapshot", "list", "x"},
+                                                         {"snapshot", "create", "x", "--nosuch"}};
+    for (const std::vector<std::string>& arguments : wrong) {
+        const SRun run = fictlJson(arguments);
+        EXPECT_EQ(run.exit, 2) << testing::PrintToString(arguments);
+        const nlohmann::json error = run.document().at("error");
+        EXPECT_EQ(error.at("exit"), 2);
+        EXPECT_EQ(error.at("code"), "usage");
+        EXPECT_NE(run.err, "");
+    }
+}
+
 TEST_F(CFictlTest, VerboseWritesALineForEachStep)
 {
     const SRun run = fictl({"--verbose", "snapshot", "create", "s", "/dev/fake1"});
