@@ -5,10 +5,11 @@
 // Every case is a process of its own, in which the provider runs for the first time (cold) or again (warm). After the
 // workflow with the failure comes one without, which has to succeed; a warm case must then hold as many blocks of
 // memory as before. Nothing that is sent to the appliance may differ from what an undisturbed workflow sends. STEP and
-// FIRST choose every STEP-th call from the FIRST on.
+// FIRST choose every STEP-th call from the FIRST on; a negative FIRST counts from the end.
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -136,11 +137,12 @@ int run(int argc, char** argv)
     const CProviderLibrary library(argv[2], "cdpfi");
     SSweep sweep{host, library, std::strcmp(argv[3], "spawn") == 0 ? EKind::SPAWN : EKind::ALLOCATION, {}, 0};
     const uint64_t step = argc > 4 ? std::strtoul(argv[4], nullptr, 10) : 1;
-    const uint64_t first = argc > 5 ? std::strtoul(argv[5], nullptr, 10) : 1;
+    const int64_t first = argc > 5 ? std::strtol(argv[5], nullptr, 10) : 1;
     int cases = 0;
     int failed = 0;
     const auto sweepOver = [&](uint64_t calls, bool isWarm) {
-        for (uint64_t number = first; number <= calls; number += step, ++cases)
+        const int64_t from = first < 0 ? std::max<int64_t>(static_cast<int64_t>(calls) + first, 0) + 1 : first;
+        for (auto number = static_cast<uint64_t>(from); number <= calls; number += step, ++cases)
             failed += passes(sweep, number, isWarm) ? 0 : 1;
     };
     const uint64_t cold = countCold(sweep);
