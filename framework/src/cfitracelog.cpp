@@ -107,15 +107,15 @@ void CFiTraceLog::initialize(const ACE_String_Base<char>& component, const ACE_S
 void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* args, size_t count)
 {
     if (!isInitialized() || format == nullptr) return;
+    const int savedErrno = errno;  // a trace line between a call and its check must not change what is checked
     try {
-        const int savedErrno = errno;  // a trace line between a call and its check must not change what is checked
         const std::string text = formatTrace(format, args, count);
         if (level <= m_level.load(std::memory_order_relaxed)) m_state->file->write(level, m_state->component, text);
         if (level <= s_observerLevel.load(std::memory_order_relaxed)) observeTrace(level, m_state->component, text);
-        errno = savedErrno;
     } catch (...) {
         // No memory for the line: it is lost, the caller goes on.
     }
+    errno = savedErrno;
 }
 
 void CFiTraceLog::setErrorManager(const CFiErrorManagerPtr& manager)

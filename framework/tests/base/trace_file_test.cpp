@@ -257,6 +257,18 @@ TEST_F(TraceFile, WriteThatFailsHalfWayDoesNotStopTheHost)
     EXPECT_EQ(fs::file_size(tracePath()), 2000u);
 }
 
+TEST_F(TraceFile, ErrorOfTheCallerStaysAlsoWhenThereIsNoMemoryForALine)
+{
+    const CFiTraceLogPtr log = makeLog();
+    const std::string text(20000, 'x');
+    runWithLittleMemory([&] {
+        errno = ENOENT;
+        log->trace(1, "%s", text);
+        const bool stays = errno == ENOENT;
+        return stays && std::string(text).size() == text.size();
+    });
+}
+
 TEST_F(TraceFile, ComponentThatCannotNameAFileHasNone)
 {
     for (const std::string& name : {"../x"s, "a/b"s, ""s, "a\0b"s}) {
