@@ -67,7 +67,10 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
     const fs::path home = m_store.layout().appliance(appliance.name);
     collectLeftovers(
         home, EArea::work, [](const std::string&) { return false; },
-        [](const fs::path& folder) { fs::remove_all(folder); });
+        [](const fs::path& folder) {
+            std::error_code ignored;  // the next one tries again
+            fs::remove_all(folder, ignored);
+        });
 
     SLun lun;
     lun.name = name;

@@ -8,6 +8,7 @@
  */
 #define _GNU_SOURCE
 
+#include <errno.h>
 #include <fcntl.h>
 #include <spawn.h>
 #include <stdio.h>
@@ -49,7 +50,8 @@ static void run_one(const struct run* run)
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
     posix_spawn_file_actions_adddup2(&actions, ends[1], STDERR_FILENO);
     pid_t pid;
-    if (posix_spawn(&pid, run->words[1], &actions, NULL, (char* const*)&run->words[1], environ) != 0) fail("spawn");
+    errno = posix_spawn(&pid, run->words[1], &actions, NULL, (char* const*)&run->words[1], environ);
+    if (errno != 0) fail(run->words[1]);
     posix_spawn_file_actions_destroy(&actions);
     close(input);
     close(ends[1]);
