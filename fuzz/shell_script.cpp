@@ -1,4 +1,6 @@
 // Scripts of the appliance's shell.
+#include <optional>
+
 #include "appliance/core/error.h"
 #include "appliance/core/script.h"
 #include "fuzz/fuzz.h"
@@ -72,21 +74,29 @@ std::string write(const SScript& script)
     return text + "exit\n";
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+std::optional<SScript> read(std::string_view text)
 {
     try {
-        const std::string_view text = fuzz::textOf(data, size);
-        const SScript script = parseScript(text);
-        require(text.find(script.server) != std::string_view::npos, "the server stands in the script");
-        require(text.find("exit") != std::string_view::npos, "a script that was cut off is refused");
-        const std::string written = write(script);
-        require(write(parseScript(written)) == written, "a script that is written is read back the same");
+        return parseScript(text);
     } catch (const EApplianceError& error) {
         require(error.status() == EStatus::malformed, "what cannot be understood is malformed");
         const std::string reason = error.what();
         require(reason.starts_with("line ") && reason.find('\n') == std::string::npos, "the reason is one line");
+        return std::nullopt;
     }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const std::string_view text = fuzz::textOf(data, size);
+    const std::optional<SScript> script = read(text);
+    if (!script) return 0;
+    require(text.find(script->server) != std::string_view::npos, "the server stands in the script");
+    require(text.find("exit") != std::string_view::npos, "a script that was cut off is refused");
+    const std::string written = write(*script);
+    const std::optional<SScript> again = read(written);
+    require(again && write(*again) == written, "a script that is written is read back the same");
     return 0;
 }

@@ -1,4 +1,6 @@
 // The document that `fictl snapshot receive` reads.
+#include <optional>
+
 #include "fuzz/fuzz.h"
 #include "host/src/error.h"
 #include "host/src/names.h"
@@ -21,18 +23,26 @@ void requireUsable(const fictl::SSnapshot& snapshot)
     }
 }
 
+std::optional<fictl::SSnapshot> read(std::string_view text)
+{
+    try {
+        return fictl::readDocument(text);
+    } catch (const fictl::EFictl& error) {
+        require(error.exit() == fictl::EExit::BAD_RECORD, "what cannot be read is a bad record");
+        require(fictl::isPlainText(error.what()), "the reason can be shown on a terminal");
+        return std::nullopt;
+    }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    try {
-        const fictl::SSnapshot snapshot = fictl::readDocument(fuzz::textOf(data, size));
-        requireUsable(snapshot);
-        const std::string written = fictl::writeDocument(snapshot);
-        require(fictl::writeDocument(fictl::readDocument(written)) == written, "what is written is read back the same");
-    } catch (const fictl::EFictl& error) {
-        require(error.exit() == fictl::EExit::BAD_RECORD, "what cannot be read is a bad record");
-        require(fictl::isPlainText(error.what()), "the reason can be shown on a terminal");
-    }
+    const std::optional<fictl::SSnapshot> snapshot = read(fuzz::textOf(data, size));
+    if (!snapshot) return 0;
+    requireUsable(*snapshot);
+    const std::string written = fictl::writeDocument(*snapshot);
+    const std::optional<fictl::SSnapshot> again = read(written);
+    require(again && fictl::writeDocument(*again) == written, "what is written is read back the same");
     return 0;
 }
