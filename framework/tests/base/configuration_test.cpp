@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "framework/include/cfistringtool.h"
+#include "framework/tests/base/little_memory.h"
 #include "framework/tests/base/scratch.h"
 
 namespace {
@@ -198,11 +199,12 @@ TEST_F(Configuration, ComponentThatCannotNameAFileHasNoSections)
         EXPECT_EQ(value("S", "A", name), "<none>") << name;
 }
 
+#if OBZX_TEST_LIMITS_MEMORY
 TEST_F(Configuration, LackOfMemoryIsAnExceptionNotTheEndOfTheHost)
 {
     configure("[FIRST]\nNAME=" + std::string(100, 'a') + "\n[SECOND]\nNAME=b\n");
     const ACE_String_Base<char> component("unit");
-    runWithLittleMemory([&component] {
+    obzx_test::runWithLittleMemory([&component] {
         CFiConfiguration store(component);
         ACE_Configuration_Section_Key key;
         ACE_String_Base<char> found;
@@ -210,6 +212,7 @@ TEST_F(Configuration, LackOfMemoryIsAnExceptionNotTheEndOfTheHost)
                found.length() == 100;
     });
 }
+#endif
 
 TEST_F(Configuration, PathToolWantsAnExecutableRegularFile)
 {

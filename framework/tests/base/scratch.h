@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,10 +28,6 @@ class CScratch : public testing::Test
     /// Lines of the component's default trace file, each without its time and ids: "L1 unit text".
     std::vector<std::string> traceLines() const;
     std::string tracePath() const { return m_root + "/var/log/qz/unit.log"; }
-    /// Runs an action in processes that have less and less memory left. Each has to end with the action's true or with
-    /// std::bad_alloc, and each of the two has to happen. Does nothing in the builds of the sanitizers, which take
-    /// address space as they like.
-    static void runWithLittleMemory(const std::function<bool()>& action);
 
   private:
     std::string m_root;

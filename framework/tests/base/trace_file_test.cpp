@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "framework/include/cfierrormanager.h"
+#include "framework/tests/base/little_memory.h"
 #include "framework/tests/base/scratch.h"
 
 namespace {
@@ -257,17 +258,19 @@ TEST_F(TraceFile, WriteThatFailsHalfWayDoesNotStopTheHost)
     EXPECT_EQ(fs::file_size(tracePath()), 2000u);
 }
 
+#if OBZX_TEST_LIMITS_MEMORY
 TEST_F(TraceFile, ErrorOfTheCallerStaysAlsoWhenThereIsNoMemoryForALine)
 {
     const CFiTraceLogPtr log = makeLog();
     const std::string text(20000, 'x');
-    runWithLittleMemory([&] {
+    obzx_test::runWithLittleMemory([&] {
         errno = ENOENT;
         log->trace(1, "%s", text);
         const bool stays = errno == ENOENT;
         return stays && std::string(text).size() == text.size();
     });
 }
+#endif
 
 TEST_F(TraceFile, ComponentThatCannotNameAFileHasNone)
 {
