@@ -1,8 +1,9 @@
 #include "providers/cdp/lmr/lmr_device_manager.h"
 
+#include <algorithm>
+
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/lmr_commands.h"
-#include "providers/cdp/lmr/lmr_disk_listing.h"
 #include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
@@ -96,19 +97,46 @@ void CLMRDeviceManager::traceOutput(const std::vector<std::string>& lines) const
 
 void CLMRDeviceManager::readListing(std::vector<std::string>& lines)
 {
+    constexpr size_t AT_ONCE = 16;  // few enough for what is fetched for the first to be there when the last is read
     CLMRDiskListing listing;
     m_lunMap.reserve(lines.size());
-    for (std::string& line : lines) {
+    std::vector<SLMRDisk> disks;
+    disks.reserve(AT_ONCE);
+    for (size_t begin = 0, end = 0; end < lines.size(); begin = end) {
+        end = std::min(begin + AT_ONCE, lines.size());
+        const bool complete = readDisks(listing, std::span(lines).subspan(begin, end - begin), disks);
+        for (const SLMRDisk& disk : disks)
+            m_lunMap.set(disk.path, disk.serial);
+        if (!complete) return;
+        // A listing of many disks is not to stand in memory beside the table made of it.
+        for (size_t i = begin; i < end; ++i)
+            lines[i] = std::string();
+    }
+}
+
+/// False when the reading ends at one of the lines; the disks are those before it.
+bool CLMRDeviceManager::readDisks(CLMRDiskListing& listing, std::span<const std::string> lines,
+                                  std::vector<SLMRDisk>& disks) const
+{
+    disks.clear();
+    for (const std::string& line : lines) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh parsing line = %s", line);
         SLMRDisk disk;
         const EDiskLine kind = listing.read(line, disk);
-        if (kind == EDiskLine::TOO_FEW_FIELDS) return traceFields(line);
+        if (kind == EDiskLine::TOO_FEW_FIELDS) {
+            traceFields(line);
+            return false;
+        }
         if (kind == EDiskLine::HEADING) continue;
         trace(TRACE_INFO, "CLMRDeviceManager::refresh found device path = [%s]", disk.path);
-        if (kind == EDiskLine::BAD_GROUPS) return traceGroups(line);
-        m_lunMap.set(disk.path, disk.serial);
-        line = std::string();  // a listing of many disks is not to stand in memory beside the table made of it
+        if (kind == EDiskLine::BAD_GROUPS) {
+            traceGroups(line);
+            return false;
+        }
+        m_lunMap.expect(disk.path);
+        disks.push_back(disk);
     }
+    return true;
 }
 
 void CLMRDeviceManager::traceFields(std::string_view line) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <mutex>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -8,6 +9,7 @@
 #include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
 #include "providers/cdp/lmr/lmr_configuration.h"
+#include "providers/cdp/lmr/lmr_disk_listing.h"
 #include "providers/cdp/lmr/lmr_lun_table.h"
 
 namespace cdpfi {
@@ -45,6 +47,7 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
                    std::vector<std::string>& lines);
     void traceOutput(const std::vector<std::string>& lines) const;
     void readListing(std::vector<std::string>& lines);
+    bool readDisks(CLMRDiskListing& listing, std::span<const std::string> lines, std::vector<SLMRDisk>& disks) const;
     void traceFields(std::string_view line) const;
     void traceGroups(std::string_view line) const;
     std::string program() const;

@@ -33,6 +33,8 @@ class CLMRLunTable
 
     /// Makes room for a total of count devices.
     void reserve(size_t count) { m_byPath.reserve(count); }
+    /// Tells of a path that is to be set soon.
+    void expect(std::string_view path) const { m_byPath.prefetch(path); }
     /// Adds a path or gives it another serial.
     void set(std::string_view path, std::string_view serial);
     /**

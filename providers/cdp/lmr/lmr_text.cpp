@@ -13,9 +13,12 @@ std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& 
 
 std::string_view trimBlanks(std::string_view text)
 {
-    const size_t begin = text.find_first_not_of(LMR_BLANKS);
-    if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(LMR_BLANKS) - begin + 1);
+    static constexpr CLMRSeparators BLANKS(LMR_BLANKS);
+    while (!text.empty() && BLANKS.contains(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && BLANKS.contains(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator)
