@@ -124,7 +124,7 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
     trace(TRACE_DETAIL,
           "Found all the sections for consistency group strPosProtectedLUNS = [%d], strPosProtectedLUNS_END = [%d]",
           listing.begin, listing.end);
-    group.reserveDevices(listing.luns.size());
+    group.reserveDevices(listing.luns);
     m_groupIndex.expect(listing.luns);
     for (const SLMRGroupLun& lun : listing.luns) {
         traceLun(lun);

@@ -23,9 +23,18 @@ void CLMRConsistencyGroup::addDevice(const CString& device, const CString& seria
     addListedDevice(bytesOf(device), bytesOf(serial));
 }
 
+void CLMRConsistencyGroup::reserveDevices(const std::vector<SLMRGroupLun>& luns)
+{
+    size_t bytes = 0;
+    for (const SLMRGroupLun& lun : luns)
+        bytes += CLMRTextBlocks::roomFor(lun.device) + CLMRTextBlocks::roomFor(lun.serial);
+    m_texts.reserve(bytes);
+    m_devices.reserve(m_devices.size() + luns.size());
+}
+
 void CLMRConsistencyGroup::addListedDevice(std::string_view device, std::string_view serial)
 {
-    m_devices.emplace_back(device, serial);
+    m_devices.emplace_back(SCDPDeviceInfo::SInPlace{m_texts.keep(device), m_texts.keep(serial)});
     if (m_index != nullptr) m_index->deviceAdded(m_position, serial);
 }
 

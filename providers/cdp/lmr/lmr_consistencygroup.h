@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "providers/cdp/lmr/lmr_group_index.h"
+#include "providers/cdp/lmr/lmr_text_blocks.h"
 #include "providers/cdp/lmr/lmr_time_images.h"
 #include "providers/cdp/model/base_consistencygroup.h"
 
@@ -53,7 +54,8 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
     // For the appliance that owns the group, without copies.
     const CString& name() const { return m_name; }
     const std::vector<SCDPDeviceInfo>& devices() const { return m_devices; }
-    void reserveDevices(size_t count) { m_devices.reserve(count); }
+    /// Makes room for LUNs that are to be added.
+    void reserveDevices(const std::vector<SLMRGroupLun>& luns);
     /// As addDevice, without texts in between.
     void addListedDevice(std::string_view device, std::string_view serial);
     /// The index to tell of changes, and the group's position in it; null for none.
@@ -66,6 +68,7 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
 
     CString m_name;
     CString m_applianceName;
+    CLMRTextBlocks m_texts;  // of the devices
     std::vector<SCDPDeviceInfo> m_devices;
     std::vector<CVolumePtr> m_volumes;
     CLMRTimeImages m_timeImages;

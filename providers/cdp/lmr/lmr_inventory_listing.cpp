@@ -1,33 +1,51 @@
 #include "providers/cdp/lmr/lmr_inventory_listing.h"
 
-#include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
-
-using obzx_pdk_4_4::CFiStringTool;
 
 namespace {
 
 constexpr CLMRSeparators FIELD_ENDS(" \t\n");
 
-int findLine(const std::vector<std::string>& lines, std::string_view marker)
+/// Index of the first line that holds each marker; -1 for none.
+struct SSections
 {
-    int index = -1;
-    CFiStringTool::find(lines, marker, index, 0);
-    return index;
+    int protectedLuns = -1;
+    int monitor = -1;
+    int permissions = -1;
+    int stillmark = -1;
+};
+
+void note(std::string_view line, std::string_view marker, int index, int& found)
+{
+    if (found < 0 && line.find(marker) != std::string_view::npos) found = index;
+}
+
+SSections markedLines(const std::vector<std::string>& lines)
+{
+    SSections sections;
+    for (size_t i = 0; i < lines.size(); ++i) {
+        // Every marker ends with a colon. Most lines are LUNs, which have none, and are looked at once.
+        if (lines[i].find(':') == std::string::npos) continue;
+        const int index = static_cast<int>(i);
+        note(lines[i], "Protected LUNS:", index, sections.protectedLuns);
+        note(lines[i], "Monitor LUNS:", index, sections.monitor);
+        note(lines[i], "Permissions:", index, sections.permissions);
+        note(lines[i], "Stillmark LUNs:", index, sections.stillmark);
+    }
+    return sections;
 }
 
 /// Finds the sections and what ends the one with the protected LUNs.
 EGroupListing findSections(const std::vector<std::string>& lines, SLMRGroupListing& listing)
 {
-    listing.begin = findLine(lines, "Protected LUNS:");
-    if (listing.begin < 0) return EGroupListing::NO_PROTECTED;
-    const int monitor = findLine(lines, "Monitor LUNS:");
+    const auto [protectedLuns, monitor, permissions, stillmark] = markedLines(lines);
+    listing.begin = protectedLuns;
+    if (protectedLuns < 0) return EGroupListing::NO_PROTECTED;
     listing.hasMonitor = monitor >= 0;
-    const int permissions = findLine(lines, "Permissions:");
     if (permissions < 0) return EGroupListing::NO_PERMISSION;
-    if (findLine(lines, "Stillmark LUNs:") < 0) return EGroupListing::NO_STILLMARK;
+    if (stillmark < 0) return EGroupListing::NO_STILLMARK;
     listing.end = monitor > 0 && monitor < permissions ? monitor : permissions;
     return EGroupListing::COMPLETE;
 }

@@ -53,6 +53,17 @@ struct SCDPDeviceInfo
         : m_device(textOf(device)), m_serial(textOf(serial))
     {
     }
+    /// Refers to texts that stay where they are, each with a NUL behind it. Copies have texts of their own.
+    struct SInPlace
+    {
+        std::string_view device;
+        std::string_view serial;
+    };
+    explicit SCDPDeviceInfo(const SInPlace& texts)
+        : m_device(texts.device.data(), texts.device.size(), nullptr, false),
+          m_serial(texts.serial.data(), texts.serial.size(), nullptr, false)
+    {
+    }
     SCDPDeviceInfo(const SCDPDeviceInfo& other) : SCDPDeviceInfo(bytesOf(other.m_device), bytesOf(other.m_serial)) {}
     SCDPDeviceInfo& operator=(const SCDPDeviceInfo&) = delete;
 
