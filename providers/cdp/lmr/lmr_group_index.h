@@ -65,7 +65,8 @@ class CLMRGroupIndex
 
     std::vector<CLMRConsistencyGroup*> m_groups;
     CLMRArena m_records;
-    CLMRHashTable<CLMRArena::CPlace, SKeys> m_places;  // of each name and serial, the first group's
+    // Of each name and serial, the first group's. A host asks for all its disks, and most are no group's.
+    CLMRHashTable<CLMRArena::CPlace, SKeys, true> m_places;
 };
 
 }  // namespace cdpfi

@@ -16,8 +16,11 @@ namespace cdpfi {
  *
  * Open addressing with linear probing. A slot keeps a part of its key's hash: neither growing nor passing over other
  * entries reads their texts, which lie scattered in memory.
+ *
+ * FILTERED is for tables that are mostly asked for what they do not hold: four bits for each slot, an eighth of their
+ * memory, so that most of such look-ups end in a memory small enough for the caches.
  */
-template <class Entry, class Keys>
+template <class Entry, class Keys, bool FILTERED = false>
 class CLMRHashTable
 {
   public:
@@ -27,7 +30,9 @@ class CLMRHashTable
     Entry* find(std::string_view key)
     {
         if (m_slots.empty()) return nullptr;
-        SSlot& slot = slotFor(tagOf(key), key);
+        const uint32_t tag = tagOf(key);
+        if (!mayHold(tag)) return nullptr;
+        SSlot& slot = slotFor(tag, key);
         return slot.tag == EMPTY ? nullptr : &slot.entry;
     }
     const Entry* find(std::string_view key) const { return const_cast<CLMRHashTable*>(this)->find(key); }
@@ -47,6 +52,7 @@ class CLMRHashTable
         reserve(m_count + 1);
         const uint32_t tag = tagOf(m_keys.keyOf(entry));
         freeSlotFor(tag) = {tag, entry};
+        mark(m_filter, tag);
         ++m_count;
     }
 
@@ -61,6 +67,7 @@ class CLMRHashTable
         if (slot.tag == EMPTY) {
             slot.entry = make();
             slot.tag = tag;
+            mark(m_filter, tag);
             ++m_count;
         }
         return slot.entry;
@@ -70,7 +77,10 @@ class CLMRHashTable
     /// call of this for each of them wait for the memory once, not once each.
     void prefetch(std::string_view key) const
     {
-        if (!m_slots.empty()) __builtin_prefetch(&m_slots[tagOf(key) & (m_slots.size() - 1)], 1);
+        if (m_slots.empty()) return;
+        const uint32_t tag = tagOf(key);
+        __builtin_prefetch(&m_slots[tag & (m_slots.size() - 1)], 1);
+        if constexpr (FILTERED) __builtin_prefetch(&m_filter[wordOf(m_filter, tag)], 1);
     }
 
     /// Calls action(entry) for every entry, in no order. The action may put one of the same key in its place.
@@ -87,6 +97,7 @@ class CLMRHashTable
     void clear()
     {
         m_slots = {};
+        m_filter = {};
         m_count = 0;
     }
 
@@ -104,6 +115,23 @@ class CLMRHashTable
         constexpr uint32_t USED = 0x80000000U;
         return static_cast<uint32_t>(std::hash<std::string_view>()(key)) | USED;
     }
+
+    using CFilter = std::vector<uint64_t>;
+    static constexpr size_t WORD_BITS = 64;
+    static constexpr size_t FILTER_BITS = 4;  // for each slot
+
+    static void mark(CFilter& filter, uint32_t tag)
+    {
+        if constexpr (FILTERED) filter[wordOf(filter, tag)] |= uint64_t{1} << tag % WORD_BITS;
+    }
+
+    bool mayHold(uint32_t tag) const
+    {
+        if constexpr (FILTERED) return (m_filter[wordOf(m_filter, tag)] >> tag % WORD_BITS & 1) != 0;
+        return true;
+    }
+
+    static size_t wordOf(const CFilter& filter, uint32_t tag) { return tag / WORD_BITS & (filter.size() - 1); }
 
     SSlot& slotFor(uint32_t tag, std::string_view key)
     {
@@ -127,13 +155,18 @@ class CLMRHashTable
     void grow(size_t capacity)
     {
         std::vector<SSlot> old(capacity);
+        CFilter filter(FILTERED ? capacity * FILTER_BITS / WORD_BITS : 0);
         old.swap(m_slots);
+        m_filter.swap(filter);
         for (const SSlot& slot : old) {
-            if (slot.tag != EMPTY) freeSlotFor(slot.tag) = slot;
+            if (slot.tag == EMPTY) continue;
+            freeSlotFor(slot.tag) = slot;
+            mark(m_filter, slot.tag);
         }
     }
 
     std::vector<SSlot> m_slots;
+    CFilter m_filter;  // a bit is set when an entry has a tag that ends in the bit's number
     size_t m_count = 0;
     Keys m_keys;
 };

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "providers/cdp/lmr/lmr_lun_table.h"
+#include "providers/cdp/lmr/lmr_text_blocks.h"
 
 namespace cdpfi {
 namespace {
@@ -21,12 +22,13 @@ struct SNumberKeys
     static std::string_view keyOf(const SNumber& number) { return *number.text; }
 };
 
-TEST(CLmrHashTable, FindsWhatWasAddedAndNothingElse)
+template <bool FILTERED>
+void expectWhatWasAddedAndNothingElse()
 {
     std::vector<std::string> texts;
     for (int i = 0; i < 5000; ++i)
         texts.push_back("text" + std::to_string(i));
-    CLMRHashTable<SNumber, SNumberKeys> table{SNumberKeys()};
+    CLMRHashTable<SNumber, SNumberKeys, FILTERED> table{SNumberKeys()};
     EXPECT_EQ(nullptr, table.find("text0"));
     for (size_t i = 0; i < texts.size(); ++i) {
         EXPECT_EQ(nullptr, table.find(texts[i]));
@@ -40,6 +42,29 @@ TEST(CLmrHashTable, FindsWhatWasAddedAndNothingElse)
     EXPECT_EQ(nullptr, table.find(""));
     table.clear();
     EXPECT_EQ(nullptr, table.find("text0"));
+}
+
+TEST(CLmrHashTable, FindsWhatWasAddedAndNothingElse)
+{
+    expectWhatWasAddedAndNothingElse<false>();
+}
+
+TEST(CLmrHashTable, FindsTheSameWithAFilter)
+{
+    expectWhatWasAddedAndNothingElse<true>();
+}
+
+TEST(CLmrTextBlocks, KeepsTextsWhereTheyAreWithAndWithoutRoomMadeForThem)
+{
+    CLMRTextBlocks blocks;
+    blocks.reserve(CLMRTextBlocks::roomFor("first") + CLMRTextBlocks::roomFor(""));
+    const std::string_view kept[] = {blocks.keep("first"), blocks.keep(""), blocks.keep("a third without room"),
+                                     blocks.keep("fourth")};
+    const std::string_view texts[] = {"first", "", "a third without room", "fourth"};
+    for (size_t i = 0; i < std::size(texts); ++i) {
+        EXPECT_EQ(texts[i], kept[i]);
+        EXPECT_EQ('\0', kept[i].data()[kept[i].size()]);
+    }
 }
 
 TEST(CLmrLunTable, KeepsPathsInByteOrder)
