@@ -48,7 +48,8 @@ class OBZX_API EFiExecPipe : public std::exception
  * LC_ALL=C, default signal handling and no other descriptor of the host; the host's signal handling is not touched.
  * Section FI_EXEC, MAX_TIMEOUT (seconds) of the configuration store of the trace log's component caps every time-out;
  * 0, the default, caps none, and so does a value that is not a whole number from 0 to 2^31 - 1. The store is read again
- * when it has changed. Without a trace log nothing is capped. One run at a time per object.
+ * when it has changed. Without a trace log nothing is capped. One run at a time per object; the host's environment must
+ * not be changed while a run starts.
  */
 class OBZX_API CFiExecPipeBase : public CFiTraceable
 {

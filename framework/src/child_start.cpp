@@ -116,7 +116,10 @@ int startChild(const SChildStart& start, pid_t& pid)
     const CSignalsBlocked blocked;
     pid = ::clone(runProgram, stack + STACK_SIZE, CLONE_VM | CLONE_VFORK | SIGCHLD, &child);
     if (pid < 0) return errno;
-    if (child.error != 0) reap(pid);
+    if (child.error != 0) {
+        reap(pid);
+        pid = -1;
+    }
     return child.error;
 }
 
