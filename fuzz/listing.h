@@ -1,6 +1,6 @@
 #pragma once
 
-#include "framework/src/output_lines.h"
+#include "framework/include/cfioutputtext.h"
 #include "fuzz/fuzz.h"
 #include "providers/cdp/lmr/lmr_text.h"
 
@@ -10,7 +10,9 @@ namespace fuzz {
 inline std::vector<std::string> linesOf(const uint8_t* data, size_t size)
 {
     std::vector<std::string> lines;
-    obzx_pdk_4_4::appendLines(textOf(data, size), lines);
+    obzx_pdk_4_4::CFiOutputText text;
+    text.append(textOf(data, size));
+    text.appendLinesTo(lines);
     return lines;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "framework/include/cfioutputtext.h"
 #include "framework/include/cfitrace.h"
 
 namespace obzx_pdk_4_4 {
@@ -83,6 +84,10 @@ class OBZX_API CFiExecPipePosix : public CFiExecPipeBase
     int Exec(const std::string& commandLine, std::vector<std::string>& lines, const std::string& inputFile,
              unsigned long timeout, const std::string& directory, const std::string& user,
              const std::string& environment) override;
+    /// The same for an output of many lines, each of which would cost memory of its own in a list: it is handed over as
+    /// it came.
+    int Exec(const std::string& commandLine, CFiOutputText& text, const std::string& inputFile, unsigned long timeout,
+             const std::string& directory, const std::string& user, const std::string& environment);
 };
 
 }  // namespace obzx_pdk_4_4

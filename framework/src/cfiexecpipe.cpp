@@ -96,6 +96,17 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::stri
                            const std::string& inputFile, unsigned long timeout, const std::string& directory,
                            const std::string& user, const std::string& environment)
 {
+    CFiOutputText text;
+    Exec(commandLine, text, inputFile, timeout, directory, user, environment);
+    text.appendLinesTo(lines);
+    return m_error.result;
+}
+
+int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, const std::string& inputFile,
+                           unsigned long timeout, const std::string& directory, const std::string& user,
+                           const std::string& environment)
+{
+    text = {};
     // What may fail for another reason than the command comes before there is a command.
     const unsigned long allowed =
         std::min(m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout, MAX_SECONDS);
@@ -119,7 +130,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, std::vector<std::stri
         m_error = stopped(result, commandLine, allowed);
         trace(TRACE_FAILURE, "CFiExecPipePosix::Exec - %s", m_error.message);
     }
-    output.takeLines(result == EXEC_TOO_LONG ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT, lines);
+    text = output.takeText(result == EXEC_TOO_LONG ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT);
     return m_error.result;
 }
 

@@ -2,12 +2,9 @@
 
 #include <gmock/gmock.h>
 
-#include "framework/src/output_lines.h"
-
 namespace {
 
 using namespace std::string_literals;
-using obzx_pdk_4_4::appendLines;
 using obzx_pdk_4_4::splitCommandLine;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -51,32 +48,6 @@ TEST(CommandLine, RefusesWhatIsNoCommand)
         EXPECT_FALSE(splitCommandLine(line, words)) << line;
         EXPECT_THAT(words, IsEmpty()) << line;
     }
-}
-
-TEST(OutputLines, KeepsEverythingButTheLineFeeds)
-{
-    const SAccepted table[] = {
-        {"", {}},
-        {"a", {"a"}},
-        {"a\n", {"a"}},
-        {"a\nb", {"a", "b"}},
-        {"\n", {""}},
-        {"\n\na", {"", "", "a"}},
-        {"a\r\nb\r", {"a\r", "b\r"}},
-        {"a\0b\n\0"s, {"a\0b"s, "\0"s}},
-    };
-    for (const SAccepted& row : table) {
-        Words lines;
-        appendLines(row.line, lines);
-        EXPECT_EQ(lines, row.words) << row.line;
-    }
-}
-
-TEST(OutputLines, AreAddedToTheLinesThatAreThere)
-{
-    Words lines{"first"};
-    appendLines("second\n", lines);
-    EXPECT_THAT(lines, ElementsAre("first", "second"));
 }
 
 }  // namespace

@@ -5,12 +5,10 @@
 #include <unistd.h>
 
 #include <cstdio>
-
-#include "framework/src/output_lines.h"
+#include <sstream>
 
 namespace {
 
-using obzx_pdk_4_4::appendLines;
 using obzx_pdk_4_4::CProcessOutput;
 
 constexpr size_t BLOCK = size_t{64} * 1024;
@@ -25,7 +23,7 @@ std::vector<std::string> linesOf(const std::string& text, size_t most = CProcess
     while (output.descriptor() >= 0)
         output.read();
     std::vector<std::string> lines{"before"};
-    output.takeLines(most, lines);
+    output.takeText(most).appendLinesTo(lines);
     std::fclose(file);
     return lines;
 }
@@ -33,7 +31,9 @@ std::vector<std::string> linesOf(const std::string& text, size_t most = CProcess
 std::vector<std::string> expected(const std::string& text)
 {
     std::vector<std::string> lines{"before"};
-    appendLines(text, lines);
+    std::istringstream stream(text);
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
     return lines;
 }
 

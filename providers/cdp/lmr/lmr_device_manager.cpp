@@ -1,6 +1,6 @@
 #include "providers/cdp/lmr/lmr_device_manager.h"
 
-#include <algorithm>
+#include <array>
 
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/lmr_commands.h"
@@ -22,14 +22,14 @@ void CLMRDeviceManager::rescan()
     const CFiTraceLogFunction tracer(m_traceLog, "rescan", __LINE__, __FILE__);
     const std::string commandLine = lmr_utility::discover(program());
     CFiExecPipePosix pipe(1);
-    std::vector<std::string> lines;
-    const int result = runUtility(pipe, commandLine, lines);
+    CFiOutputText output;
+    const int result = runUtility(pipe, commandLine, output);
     if (result == EXEC_OK) return;
     if (result == EXEC_FAILED) {
         // "%l" takes no argument: the line shows it as it stands.
         trace(TRACE_FAILURE, "CLMRDeviceManager::rescan - CLI Command [%s] failed with error [%l].", commandLine);
     }
-    traceOutput(lines);
+    traceOutput(output);
 }
 
 void CLMRDeviceManager::refresh(bool discover)
@@ -38,23 +38,25 @@ void CLMRDeviceManager::refresh(bool discover)
     if (discover) rescan();
     const std::string commandLine = lmr_utility::listDisks(program());
     CFiExecPipePosix pipe(1);
-    std::vector<std::string> lines;
-    const int result = runUtility(pipe, commandLine, lines);
+    CFiOutputText output;
+    const int result = runUtility(pipe, commandLine, output);
     if (result != EXEC_OK) {
         if (result == EXEC_FAILED) {
             // "%l" takes no argument: the line shows it as it stands.
             trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - CLI Command [%s] failed with error [%l].", commandLine);
         }
-        traceOutput(lines);
+        traceOutput(output);
         throw EFiExecPipe(pipe.getError());
     }
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
-    if (lines.size() <= LINES_WITHOUT_DISKS) {
+    const size_t count = output.countLines();
+    if (count <= LINES_WITHOUT_DISKS) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh - No device ID information found");
         m_lunMap.clear();
         return;
     }
-    readListing(lines);
+    m_lunMap.reserve(count);
+    readListing(output);
 }
 
 CString CLMRDeviceManager::serialOf(const CString& path)
@@ -78,48 +80,46 @@ CLMRLunMap CLMRDeviceManager::getLunMap()
     return m_lunMap.map();
 }
 
-int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& commandLine,
-                                  std::vector<std::string>& lines)
+int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& commandLine, CFiOutputText& output)
 {
     // A rescan uses the words of the refresh that it belongs to.
     trace(TRACE_INFO, "CLMRDeviceManager::refresh - Command going to execute is :[%s]", commandLine);
     pipe.registerTraceLog(m_traceLog);
-    const int result = pipe.Exec(commandLine, lines, "", TIME_OUT_SECONDS, "", "", "");
-    trace(TRACE_INFO, "CLMRDeviceManager::refresh - kforutil : command returned [%d] lines .", lines.size());
+    const int result = pipe.Exec(commandLine, output, "", TIME_OUT_SECONDS, "", "", "");
+    if (isTraceEnabled(TRACE_INFO)) {
+        trace(TRACE_INFO, "CLMRDeviceManager::refresh - kforutil : command returned [%d] lines .", output.countLines());
+    }
     return result;
 }
 
-void CLMRDeviceManager::traceOutput(const std::vector<std::string>& lines) const
+void CLMRDeviceManager::traceOutput(CFiOutputText& output) const
 {
-    for (const std::string& line : lines)
-        trace(TRACE_FAILURE, "CLIDATA: [%s]", line);
+    std::array<std::string_view, 1> line;
+    while (output.takeLines(line) > 0)
+        trace(TRACE_FAILURE, "CLIDATA: [%s]", line[0]);
 }
 
-void CLMRDeviceManager::readListing(std::vector<std::string>& lines)
+void CLMRDeviceManager::readListing(CFiOutputText& output)
 {
     constexpr size_t AT_ONCE = 16;  // few enough for what is fetched for the first to be there when the last is read
     CLMRDiskListing listing;
-    m_lunMap.reserve(lines.size());
+    std::array<std::string_view, AT_ONCE> lines;
     std::vector<SLMRDisk> disks;
     disks.reserve(AT_ONCE);
-    for (size_t begin = 0, end = 0; end < lines.size(); begin = end) {
-        end = std::min(begin + AT_ONCE, lines.size());
-        const bool complete = readDisks(listing, std::span(lines).subspan(begin, end - begin), disks);
+    while (const size_t count = output.takeLines(lines)) {
+        const bool complete = readDisks(listing, std::span(lines).first(count), disks);
         for (const SLMRDisk& disk : disks)
             m_lunMap.set(disk.path, disk.serial);
         if (!complete) return;
-        // A listing of many disks is not to stand in memory beside the table made of it.
-        for (size_t i = begin; i < end; ++i)
-            lines[i] = std::string();
     }
 }
 
 /// False when the reading ends at one of the lines; the disks are those before it.
-bool CLMRDeviceManager::readDisks(CLMRDiskListing& listing, std::span<const std::string> lines,
+bool CLMRDeviceManager::readDisks(CLMRDiskListing& listing, std::span<const std::string_view> lines,
                                   std::vector<SLMRDisk>& disks) const
 {
     disks.clear();
-    for (const std::string& line : lines) {
+    for (const std::string_view line : lines) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh parsing line = %s", line);
         SLMRDisk disk;
         const EDiskLine kind = listing.read(line, disk);

@@ -44,10 +44,11 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
 
   private:
     int runUtility(obzx_pdk_4_4::CFiExecPipePosix& pipe, const std::string& commandLine,
-                   std::vector<std::string>& lines);
-    void traceOutput(const std::vector<std::string>& lines) const;
-    void readListing(std::vector<std::string>& lines);
-    bool readDisks(CLMRDiskListing& listing, std::span<const std::string> lines, std::vector<SLMRDisk>& disks) const;
+                   obzx_pdk_4_4::CFiOutputText& output);
+    void traceOutput(obzx_pdk_4_4::CFiOutputText& output) const;
+    void readListing(obzx_pdk_4_4::CFiOutputText& output);
+    bool readDisks(CLMRDiskListing& listing, std::span<const std::string_view> lines,
+                   std::vector<SLMRDisk>& disks) const;
     void traceFields(std::string_view line) const;
     void traceGroups(std::string_view line) const;
     std::string program() const;
