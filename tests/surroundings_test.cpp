@@ -174,9 +174,14 @@ TEST_F(BadSurroundings, TraceFileOnAFullDiskDoesNotStopABackup)
 {
     const fs::path log = root() / "var/log/qz/cdpfi.log";
     fs::create_directories(log.parent_path());
-    fs::create_symlink("/dev/full", log);
-    const SRun run = create("export OBZX_TRACE_LEVEL=6");
+    constexpr uintmax_t SIZE = 2048 * 512;  // more than any other file takes
+    std::ofstream(log).close();
+    fs::resize_file(log, SIZE);
+    const SRun run = create("export OBZX_TRACE_LEVEL=6; trap '' XFSZ; ulimit -f 2048");
     EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(fs::file_size(log), SIZE);
+    EXPECT_EQ(m_site.shell("production", "OBZX_TRACE_LEVEL=6 fictl device list " + m_device).status, 0);
+    EXPECT_GT(fs::file_size(log), SIZE) << "with room the lines are written";
 }
 
 TEST_F(BadSurroundings, ApplianceListThatIsNoUsableFileIsNamed)

@@ -110,9 +110,11 @@ uint64_t countCold(SSweep& sweep)
         const uint64_t calls = report(workflow) == 0 && workflow.succeeded() ? failing_calls::calls() : 0;
         _exit(write(ends[1], &calls, sizeof calls) == sizeof calls ? 0 : 1);
     }
+    close(ends[1]);  // so that a child that ends early ends the reading
     uint64_t calls = 0;
     if (read(ends[0], &calls, sizeof calls) != sizeof calls || calls == 0)
         throw std::runtime_error("an undisturbed workflow does not succeed");
+    close(ends[0]);
     waitpid(child, nullptr, 0);
     for (const std::string& request : sweep.host.takeSent(child))
         sweep.requests.insert(request);
@@ -161,6 +163,7 @@ int main(int argc, char** argv)
 {
     try {
         if (argc < 4) throw std::runtime_error("arguments are missing");
+        if (argc > 4 && std::strtoul(argv[4], nullptr, 10) == 0) throw std::runtime_error("STEP is no number above 0");
         return run(argc, argv);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());

@@ -32,6 +32,8 @@ class Site:
     def __init__(self, bin_folder):
         self.bin = bin_folder
         self.libraries = bin_folder.parent / "tests"
+        for name in ("libopen_at_exit.so", "libkill_at_sync.so"):
+            need((self.libraries / name).exists(), f"{self.libraries / name} is missing: build the target sweep")
         self.talk = False  # whether each fictl is told of
         self.unmounted = False  # whether the other host was told to delete its copies
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep.", dir=scratch_parent()))
@@ -208,6 +210,7 @@ class Stage:
         shutil.copytree(self.site.folder, self.kept / step, symlinks=True)
 
     def before(self, step):
+        need((self.kept / step).is_dir(), f"there is no step {step}; script/sweep --list names the cases")
         for entry in self.site.folder.iterdir():
             shutil.rmtree(entry)
         shutil.copytree(self.kept / step, self.site.folder, symlinks=True, dirs_exist_ok=True)
