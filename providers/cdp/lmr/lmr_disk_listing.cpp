@@ -24,7 +24,7 @@ size_t countStarts(const char* characters)
 {
     uint8_t starts = 0;
     for (size_t i = 0; i < N; ++i)
-        starts = static_cast<uint8_t>(starts + (endsField(characters[i - 1]) & !endsField(characters[i])));
+        starts = static_cast<uint8_t>(starts + (endsField(characters[i - 1]) > endsField(characters[i]) ? 1 : 0));
     return starts;
 }
 
