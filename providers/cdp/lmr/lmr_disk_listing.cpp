@@ -18,13 +18,13 @@ constexpr bool endsField(char character)
     return character == ' ' || character == '\t' || character == '\n';
 }
 
-// How many of the characters from a place on begin a field.
+// How many of N characters, behind the first of those that are given, begin a field.
 template <size_t N>
 size_t countStarts(const char* characters)
 {
     uint8_t starts = 0;
     for (size_t i = 0; i < N; ++i)
-        starts = static_cast<uint8_t>(starts + (endsField(characters[i - 1]) > endsField(characters[i]) ? 1 : 0));
+        starts = static_cast<uint8_t>(starts + (endsField(characters[i]) > endsField(characters[i + 1]) ? 1 : 0));
     return starts;
 }
 
@@ -35,9 +35,9 @@ size_t countFields(std::string_view line)
     size_t count = !line.empty() && !endsField(line[0]) ? 1 : 0;
     size_t i = 1;
     for (; i + PART <= line.size(); i += PART)
-        count += countStarts<PART>(&line[i]);
+        count += countStarts<PART>(&line[i - 1]);
     for (; i < line.size(); ++i)
-        count += countStarts<1>(&line[i]);
+        count += countStarts<1>(&line[i - 1]);
     return count;
 }
 
