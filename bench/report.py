@@ -90,16 +90,17 @@ def plot(folder, name, title, commands, columns):
     data.write_text("".join("\t".join(str(field) for field in line) + "\n" for line in columns))
     script = [
         "set terminal svg size 640,400 font 'sans-serif,12' background '#ffffff'",
-        f"set output '{folder / (name + '.svg')}'",
+        f"set output '{name}.svg'",
         f"set title '{title}'",
         "set datafile separator '\\t'",
         "set grid ytics lc rgb '#dddddd'",
         "set border 3",
         "set tics nomirror",
         "set key top left",
-        *[command.replace("DATA", f"'{data}'") for command in commands],
+        *[command.replace("DATA", f"'{data.name}'") for command in commands],
     ]
-    subprocess.run(["gnuplot"], input="\n".join(script) + "\n", text=True, check=True)
+    # Run in the folder: a plot names the data that it was made from.
+    subprocess.run(["gnuplot"], input="\n".join(script) + "\n", text=True, check=True, cwd=folder)
 
 
 def put_between(path, begin, end, text):
