@@ -85,7 +85,7 @@ class OBZX_API CFiExecPipePosix : public CFiExecPipeBase
              unsigned long timeout, const std::string& directory, const std::string& user,
              const std::string& environment) override;
     /// The same for an output of many lines, each of which would cost memory of its own in a list: it is handed over as
-    /// it came.
+    /// it came, in place of what the text held; empty when nothing was started.
     int Exec(const std::string& commandLine, CFiOutputText& text, const std::string& inputFile, unsigned long timeout,
              const std::string& directory, const std::string& user, const std::string& environment);
 };

@@ -30,7 +30,7 @@ constexpr unsigned CASE_SECONDS = 60;
 struct SSweep
 {
     const CScratchHost& host;
-    const CProviderLibrary& library;
+    const CProviderLibrary& provider;
     EKind kind;
     std::set<std::string> requests;  // what an undisturbed workflow sends
     int64_t blocks = 0;              // what the process holds after one
@@ -53,7 +53,7 @@ int report(const CWorkflow& workflow)
 int runUndisturbed(const SSweep& sweep)
 {
     failing_calls::failAt(sweep.kind, 0);
-    CWorkflow workflow(sweep.library);
+    CWorkflow workflow(sweep.provider);
     workflow.run();
     if (!workflow.succeeded()) return complain("a workflow after the failure does not succeed");
     return report(workflow);
@@ -67,7 +67,7 @@ int runCase(const SSweep& sweep, uint64_t number, bool isWarm)
     sweep.host.takeSent(getpid());
     {
         failing_calls::failAt(sweep.kind, number);
-        CWorkflow workflow(sweep.library);
+        CWorkflow workflow(sweep.provider);
         workflow.run();
         failed |= report(workflow);
     }
@@ -105,7 +105,7 @@ uint64_t countCold(SSweep& sweep)
     const pid_t child = fork();
     if (child == 0) {
         failing_calls::failAt(sweep.kind, 0);
-        CWorkflow workflow(sweep.library);
+        CWorkflow workflow(sweep.provider);
         workflow.run();
         const uint64_t calls = report(workflow) == 0 && workflow.succeeded() ? failing_calls::calls() : 0;
         _exit(write(ends[1], &calls, sizeof calls) == sizeof calls ? 0 : 1);
@@ -127,7 +127,7 @@ void warmUp(SSweep& sweep)
     // error.
     for (int round = 0; round < 3; ++round) {
         failing_calls::failAt(EKind::SPAWN, 1);
-        CWorkflow(sweep.library).run();
+        CWorkflow(sweep.provider).run();
         if (runUndisturbed(sweep) != 0) throw std::runtime_error("an undisturbed workflow does not succeed");
     }
     sweep.blocks = failing_calls::liveBlocks();
@@ -136,8 +136,8 @@ void warmUp(SSweep& sweep)
 int run(int argc, char** argv)
 {
     const CScratchHost host(argv[1]);
-    const CProviderLibrary library(argv[2], "cdpfi");
-    SSweep sweep{host, library, std::strcmp(argv[3], "spawn") == 0 ? EKind::SPAWN : EKind::ALLOCATION, {}, 0};
+    const CProviderLibrary provider(argv[2], "cdpfi");
+    SSweep sweep{host, provider, std::strcmp(argv[3], "spawn") == 0 ? EKind::SPAWN : EKind::ALLOCATION, {}, 0};
     const uint64_t step = argc > 4 ? std::strtoul(argv[4], nullptr, 10) : 1;
     const int64_t first = argc > 5 ? std::strtol(argv[5], nullptr, 10) : 1;
     int cases = 0;
