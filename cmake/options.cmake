@@ -53,6 +53,7 @@ set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR})
 set(CDPFI_PROVIDER_DIR ${CMAKE_INSTALL_LIBDIR}/obzx/providers)
 set(CDPFI_CATALOG_DIR ${CMAKE_INSTALL_DATADIR}/obzx/catalogs)
+set(CDPFI_INSPECTOR_DIR ${CMAKE_INSTALL_LIBEXECDIR}/obzx)
 set(CMAKE_INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
 
 # Includes are rooted at the top of the tree, so that each include line names the layer that it reaches.
