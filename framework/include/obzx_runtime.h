@@ -42,6 +42,10 @@ OBZX_API void obzx_free_confspec(obz_confspec* list);
  * is unset. A buffer for obzx_free_buf. */
 OBZX_API char* obzx_place_path(const char* path);
 
+/* A value of a component's configuration store (/etc/qz/<component>.conf below the root directory), read anew by each
+ * call; null when it is not there or there is no memory. A buffer for obzx_free_buf. */
+OBZX_API char* obzx_get_setting(const char* component, const char* section, const char* name);
+
 /* Receives each trace line of every provider in the process whose level is at most the one asked for, in addition to
  * the trace file and whatever the file's own level: lines of one thread arrive in order, on that thread. Must not call
  * into a provider. */

@@ -12,20 +12,38 @@ namespace {
 
 // Says that the file is a catalog of fictl ("fict") in this layout; another layout gets another version.
 constexpr int64_t APPLICATION_ID = 0x66696374;
-constexpr int64_t VERSION = 1;
+constexpr int64_t VERSION = 2;
 
 constexpr const char* SCHEMA = R"(
 CREATE TABLE snapshot (
     name TEXT PRIMARY KEY, state TEXT NOT NULL, provider TEXT NOT NULL, checkpoint TEXT NOT NULL, created TEXT NOT NULL,
     origin TEXT NOT NULL, thaw TEXT NOT NULL, message TEXT NOT NULL,
-    pid INTEGER NOT NULL, boot_id TEXT NOT NULL, start_time INTEGER NOT NULL) STRICT;
+    pid INTEGER NOT NULL, boot_id TEXT NOT NULL, start_time INTEGER NOT NULL,
+    exported INTEGER NOT NULL DEFAULT 0, pid_namespace TEXT NOT NULL DEFAULT '',
+    owner_lock INTEGER NOT NULL DEFAULT 0) STRICT;
 CREATE TABLE device (
     snapshot TEXT NOT NULL REFERENCES snapshot(name) ON DELETE CASCADE, position INTEGER NOT NULL,
     source TEXT NOT NULL, node TEXT NOT NULL, target TEXT NOT NULL, made INTEGER NOT NULL, import_path TEXT NOT NULL,
     appliance_type TEXT NOT NULL, appliance TEXT NOT NULL, cgroup TEXT NOT NULL, time_image TEXT NOT NULL,
-    checkpoint TEXT NOT NULL, serial TEXT NOT NULL, PRIMARY KEY (snapshot, position)) STRICT;
+    checkpoint TEXT NOT NULL, serial TEXT NOT NULL,
+    import_serial TEXT NOT NULL DEFAULT '', image_asked INTEGER NOT NULL DEFAULT 0,
+    PRIMARY KEY (snapshot, position)) STRICT;
 PRAGMA application_id = 1718182772;
-PRAGMA user_version = 1;
+PRAGMA user_version = 2;
+)";
+
+// What layout 2 has beside layout 1. Of an image that was asked for nothing was kept: where an import was begun, it may
+// have been. Whether a record was exported is not known either; then it may have been.
+constexpr const char* FROM_VERSION_1 = R"(
+ALTER TABLE snapshot ADD COLUMN exported INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE snapshot ADD COLUMN pid_namespace TEXT NOT NULL DEFAULT '';
+ALTER TABLE snapshot ADD COLUMN owner_lock INTEGER NOT NULL DEFAULT 0;
+ALTER TABLE device ADD COLUMN import_serial TEXT NOT NULL DEFAULT '';
+ALTER TABLE device ADD COLUMN image_asked INTEGER NOT NULL DEFAULT 0;
+UPDATE snapshot SET exported = 1 WHERE origin = 'created' AND state NOT IN ('creating', 'partial', 'failed');
+UPDATE device SET image_asked = 1 WHERE import_path <> '' OR snapshot IN
+    (SELECT name FROM snapshot WHERE state NOT IN ('creating', 'partial', 'failed', 'complete'));
+PRAGMA user_version = 2;
 )";
 static_assert(APPLICATION_ID == 1718182772, "written out in the schema");
 
@@ -36,7 +54,8 @@ int64_t pragma(const CSqliteDb& db, const char* sql)
 }
 
 constexpr const char* SNAPSHOT_COLUMNS =
-    "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time FROM snapshot ";
+    "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time, exported, "
+    "pid_namespace, owner_lock FROM snapshot ";
 
 SSnapshot readSnapshot(const CStatement& row)
 {
@@ -49,7 +68,8 @@ SSnapshot readSnapshot(const CStatement& row)
     snapshot.origin = row.text(5);
     snapshot.thaw = row.text(6);
     snapshot.message = row.text(7);
-    snapshot.owner = {row.number(8), row.text(9), row.number(10)};
+    snapshot.owner = {row.number(8), row.text(9), row.number(10), row.text(12), row.number(13)};
+    snapshot.exported = row.number(11) != 0;
     return snapshot;
 }
 
@@ -57,7 +77,7 @@ void readDevices(const CSqliteDb& db, SSnapshot& snapshot)
 {
     CStatement row(db,
                    "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, "
-                   "checkpoint, serial FROM device WHERE snapshot = ? ORDER BY position");
+                   "checkpoint, serial, import_serial, image_asked FROM device WHERE snapshot = ? ORDER BY position");
     row.bind(snapshot.name);
     while (row.step()) {
         SDevice device;
@@ -67,6 +87,8 @@ void readDevices(const CSqliteDb& db, SSnapshot& snapshot)
         device.made = static_cast<EMade>(row.number(3));
         device.importPath = row.text(4);
         device.state = {row.text(5), row.text(6), row.text(7), row.text(8), row.text(9), row.text(10)};
+        device.importSerial = row.text(11);
+        device.imageAsked = row.number(12) != 0;
         snapshot.devices.push_back(std::move(device));
     }
 }
@@ -102,6 +124,7 @@ CCatalog::CCatalog() : m_path(prepareCatalogFile())
 {
     guarded("open it", [this] {
         m_db.emplace(m_path, SQLITE_OPEN_READWRITE);
+        takeOwnerLock(m_path + "-owners");
         // FULL: an intent must be on disk before the appliance is asked for anything.
         m_db->exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
         prepareSchema();
@@ -113,18 +136,21 @@ void CCatalog::prepareSchema()
     if (pragma(*m_db, "PRAGMA user_version") == VERSION && pragma(*m_db, "PRAGMA application_id") == APPLICATION_ID)
         return;
     CTransaction transaction(*m_db);
-    // Another process may have created the tables meanwhile.
+    // Another process may have created or changed the tables meanwhile.
     const int64_t version = pragma(*m_db, "PRAGMA user_version");
     const int64_t id = pragma(*m_db, "PRAGMA application_id");
     if (version == VERSION && id == APPLICATION_ID) return;
     const bool isEmpty = pragma(*m_db, "SELECT count(*) FROM sqlite_schema") == 0;
-    if (version != 0 || id != 0 || !isEmpty) {
+    if (version == 1 && id == APPLICATION_ID) {
+        m_db->exec(FROM_VERSION_1);
+    } else if (version == 0 && id == 0 && isEmpty) {
+        m_db->exec(SCHEMA);
+    } else {
         throw EFictl(EExit::CATALOG,
                      "catalog " + m_path + ": not a catalog of this fictl (layout " + std::to_string(version) +
                          ", this fictl reads " + std::to_string(VERSION) + ")",
                      "use the fictl that wrote it, or move the file away");
     }
-    m_db->exec(SCHEMA);
     transaction.commit();
 }
 
@@ -174,26 +200,43 @@ SSnapshot CCatalog::get(const std::string& name)
 
 void CCatalog::write(const SSnapshot& snapshot)
 {
-    CStatement(*m_db, "DELETE FROM snapshot WHERE name = ?").bind(snapshot.name).run();
+    CStatement(*m_db, "DELETE FROM device WHERE snapshot = ?").bind(snapshot.name).run();
+    writeHead(snapshot);
+    int64_t position = 0;
+    for (const SDevice& device : snapshot.devices) {
+        writeDevice(snapshot.name, position++, device);
+    }
+}
+
+void CCatalog::writeHead(const SSnapshot& snapshot)
+{
+    // The devices refer to the row, so it is changed where it is there already.
     CStatement row(*m_db,
                    "INSERT INTO snapshot (name, state, provider, checkpoint, created, origin, thaw, message, pid, "
-                   "boot_id, start_time) VALUES (?,?,?,?,?,?,?,?,?,?,?)");
+                   "boot_id, start_time, exported, pid_namespace, owner_lock) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?) "
+                   "ON CONFLICT (name) DO UPDATE SET state = excluded.state, thaw = excluded.thaw, "
+                   "message = excluded.message, pid = excluded.pid, boot_id = excluded.boot_id, "
+                   "start_time = excluded.start_time, exported = max(exported, excluded.exported), "
+                   "pid_namespace = excluded.pid_namespace, owner_lock = excluded.owner_lock");
     // The texts are bound by reference and must outlive the step.
     const std::string state = stateText(snapshot.state);
     row.bind(snapshot.name).bind(state).bind(snapshot.provider).bind(snapshot.checkpoint).bind(snapshot.created);
     row.bind(snapshot.origin).bind(snapshot.thaw).bind(snapshot.message);
-    row.bind(snapshot.owner.pid).bind(snapshot.owner.bootId).bind(snapshot.owner.startTime).run();
-    int64_t position = 0;
-    for (const SDevice& device : snapshot.devices) {
-        CStatement entry(*m_db,
-                         "INSERT INTO device (snapshot, position, source, node, target, made, import_path, "
-                         "appliance_type, appliance, cgroup, time_image, checkpoint, serial) "
-                         "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?)");
-        entry.bind(snapshot.name).bind(position++).bind(device.source).bind(device.node).bind(device.target);
-        entry.bind(static_cast<int64_t>(device.made)).bind(device.importPath).bind(device.state.applianceType);
-        entry.bind(device.state.applianceName).bind(device.state.consistencyGroup).bind(device.state.timeImage);
-        entry.bind(device.state.checkPointName).bind(device.state.serialNo).run();
-    }
+    row.bind(snapshot.owner.pid).bind(snapshot.owner.bootId).bind(snapshot.owner.startTime);
+    row.bind(int64_t{snapshot.exported}).bind(snapshot.owner.pidNamespace).bind(snapshot.owner.lock).run();
+}
+
+void CCatalog::writeDevice(const std::string& snapshot, int64_t position, const SDevice& device)
+{
+    CStatement entry(*m_db,
+                     "INSERT OR REPLACE INTO device (snapshot, position, source, node, target, made, import_path, "
+                     "appliance_type, appliance, cgroup, time_image, checkpoint, serial, import_serial, image_asked) "
+                     "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+    entry.bind(snapshot).bind(position).bind(device.source).bind(device.node).bind(device.target);
+    entry.bind(static_cast<int64_t>(device.made)).bind(device.importPath).bind(device.state.applianceType);
+    entry.bind(device.state.applianceName).bind(device.state.consistencyGroup).bind(device.state.timeImage);
+    entry.bind(device.state.checkPointName).bind(device.state.serialNo).bind(device.importSerial);
+    entry.bind(int64_t{device.imageAsked}).run();
 }
 
 void CCatalog::insert(const SSnapshot& snapshot)
@@ -219,6 +262,23 @@ void CCatalog::update(const SSnapshot& snapshot)
     });
 }
 
+void CCatalog::updateDevices(const SSnapshot& snapshot, const std::vector<size_t>& positions)
+{
+    guarded("write", [&] {
+        CTransaction transaction(*m_db);
+        writeHead(snapshot);
+        for (const size_t position : positions) {
+            writeDevice(snapshot.name, static_cast<int64_t>(position), snapshot.devices.at(position));
+        }
+        transaction.commit();
+    });
+}
+
+void CCatalog::markExported(const std::string& name)
+{
+    guarded("write", [&] { CStatement(*m_db, "UPDATE snapshot SET exported = 1 WHERE name = ?").bind(name).run(); });
+}
+
 void CCatalog::remove(const std::string& name)
 {
     guarded("write", [&] {
@@ -234,9 +294,7 @@ SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_
         CTransaction transaction(*m_db);
         const std::optional<SSnapshot> before = find(name);
         if (!before) throw EFictl(EExit::NOT_FOUND, quoted(name) + " is not in the catalog", "fictl snapshot list");
-        const bool isHeld = before->state == EState::CREATING || before->state == EState::IMPORTING ||
-                            before->state == EState::DELETING;
-        if (isHeld && !before->isInterrupted()) {
+        if (before->isHeld()) {
             throw EFictl(EExit::STATE,
                          quoted(name) + ": fictl process " + std::to_string(before->owner.pid) + " is at work on it (" +
                              before->shownState() + ")",

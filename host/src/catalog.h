@@ -32,6 +32,10 @@ class CCatalog
     void insert(const SSnapshot& snapshot);
     /// Replaces a record as a whole.
     void update(const SSnapshot& snapshot);
+    /// Replaces a record's head and some of its devices, at a cost that does not grow with the others.
+    void updateDevices(const SSnapshot& snapshot, const std::vector<size_t>& positions);
+    /// Remembers that another host may have the record; does not touch the rest of it.
+    void markExported(const std::string& name);
     void remove(const std::string& name);
 
     /**
@@ -53,6 +57,8 @@ class CCatalog
     void prepareSchema();
     std::optional<SSnapshot> find(const std::string& name);
     void write(const SSnapshot& snapshot);
+    void writeHead(const SSnapshot& snapshot);
+    void writeDevice(const std::string& snapshot, int64_t position, const SDevice& device);
 
     std::string m_path;
     std::optional<CSqliteDb> m_db;

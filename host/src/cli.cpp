@@ -9,6 +9,7 @@
 #include "host/src/commands.h"
 #include "host/src/error.h"
 #include "host/src/names.h"
+#include "host/src/other_process.h"
 #include "host/src/record_json.h"
 
 namespace fictl {
@@ -29,6 +30,7 @@ struct SCommandLine
     std::string file;
     std::string input = "-";
     bool forget = false;
+    bool evenIfInUse = false;
 
     std::function<SResult(const SContext&)> command;
 };
@@ -94,11 +96,21 @@ void addMaking(CLI::App& snapshot, SCommandLine& line)
 }  // namespace
 );
 
+CLI::App* const release = add(snapshot, "release", "Give the copies on this host back; the checkpoints stay");
+addName(release, line);
+release->add_flag("--even-if-in-use", line.evenIfInUse, "Give back also a copy that a program works with");
+release->callback([&line] {
+    line.command = [&line](const SContext& context) { return releaseSnapshot(context, line.name, line.evenIfInUse); };
+});
+
 CLI::App* const remove = add(snapshot, "delete", "Delete a snapshot, or what an interrupted one left behind");
 addName(remove, line);
 remove->add_flag("--forget", line.forget, "Drop the record only; ask the appliance for nothing");
+remove->add_flag("--even-if-in-use", line.evenIfInUse, "Delete also what another host or a program works with");
 remove->callback([&line] {
-    line.command = [&line](const SContext& context) { return deleteSnapshot(context, line.name, line.forget); };
+    line.command = [&line](const SContext& context) {
+        return deleteSnapshot(context, {line.name, line.forget, line.evenIfInUse});
+    };
 });
 }  // namespace fictl
 
@@ -119,7 +131,8 @@ void addRecords(CLI::App& snapshot, SCommandLine& line)
 
     CLI::App* const receive = add(snapshot, "receive", "Enter a record that another host has written");
     receive->add_option("FILE", line.input, "File to read (-, standard input)");
-    receive->callback([&line] { line.command = [&line](const SContext&) { return receiveSnapshot(line.input); }; });
+    receive->callback(
+        [&line] { line.command = [&line](const SContext& context) { return receiveSnapshot(context, line.input); }; });
 }
 
 void build(CLI::App& app, SCommandLine& line)
@@ -201,6 +214,8 @@ int runCommandLine(int argc, char** argv)
         const SResult result = line.command(context);
         writeOutput(line.output == "json" ? documentText(result.document) : result.text);
         return static_cast<int>(EExit::OK);
+    } catch (const SEndedElsewhere& ended) {
+        return ended.exit;
     } catch (const EFictl& error) {
         return report(error, line);
     } catch (const std::exception& error) {

@@ -104,44 +104,13 @@ class CNewFile
     bool m_kept = false;
 };
 
-// One byte more than allowed tells a text that is too long from one that just fits.
-std::string readAll(int descriptor, const std::string& what)
-{
-    std::string text;
-    char buffer[16384];
-    while (text.size() <= DOCUMENT_LIMIT) {
-        const size_t room = std::min(sizeof buffer, DOCUMENT_LIMIT + 1 - text.size());
-        const ssize_t count = read(descriptor, buffer, room);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("read", what);
-        if (count == 0) break;
-        text.append(buffer, static_cast<size_t>(count));
-    }
-    return text;
-}
-
-std::string readInput(const std::string& file)
-{
-    if (file == "-") return readAll(STDIN_FILENO, "standard input");
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) fail("open", file);
-    try {
-        std::string text = readAll(descriptor, file);
-        close(descriptor);
-        return text;
-    } catch (const EFictl&) {
-        close(descriptor);
-        throw;
-    }
-}
-
 }  // namespace
 
 SResult exportSnapshot(const std::string& name, const std::string& file)
 {
     requireSnapshotName(name);
     CCatalog catalog;
-    const SSnapshot snapshot = catalog.get(name);
+    SSnapshot snapshot = catalog.get(name);
     const bool isWhole = snapshot.state == EState::COMPLETE || snapshot.state == EState::IMPORTED ||
                          snapshot.state == EState::IMPORT_FAILED;
     if (!isWhole) {
@@ -149,21 +118,14 @@ SResult exportSnapshot(const std::string& name, const std::string& file)
                      "fictl snapshot show " + name);
     }
     const std::string text = writeDocument(snapshot);
+    // Before anybody can have the document: from then on another host may work with the copies.
+    catalog.markExported(name);
     if (file.empty()) return {json::parse(text), text};
     CNewFile out(file);
     out.write(text);
     out.keep();
     return {{{"exported", {{"name", name}, {"file", file}}}},
             "snapshot \"" + name + "\" is written to " + printable(file) + "\n"};
-}
-
-SResult receiveSnapshot(const std::string& file)
-{
-    SSnapshot snapshot = readDocument(readInput(file));
-    snapshot.owner = thisProcess();
-    CCatalog catalog;
-    catalog.insert(snapshot);
-    return {{{"snapshot", snapshotJson(snapshot)}}, "snapshot \"" + snapshot.name + "\" is received\n"};
 }
 
 }  // namespace fictl

@@ -1,12 +1,16 @@
 #include <algorithm>
+#include <charconv>
 #include <optional>
 
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
 #include "host/src/disposal.h"
 #include "host/src/error.h"
+#include "host/src/knowledge.h"
+#include "host/src/names.h"
 #include "host/src/naming.h"
 #include "host/src/node_tree.h"
+#include "host/src/other_process.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
 #include "host/src/snapshot_maker.h"
@@ -20,8 +24,22 @@ std::string counted(size_t number, const char* noun)
     return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
 
+/// The checkpoint that this process would make is in use; ids are those of all processes whose checkpoint is, in order.
+struct SNameInUse
+{
+    std::vector<int64_t> ids;
+};
+
+void addProcessOf(const std::string& checkpoint, std::vector<int64_t>& ids)
+{
+    if (!naming::isCheckpointName(checkpoint)) return;
+    const std::string digits = checkpoint.substr(naming::checkpointPrefix().size());
+    int64_t id = 0;
+    if (std::from_chars(digits.data(), digits.data() + digits.size(), id).ec == std::errc()) ids.push_back(id);
+}
+
 /// One run of "snapshot create": the record is built while the nodes are set up, entered as an intent right before the
-/// appliance is asked for anything, and settled with what make left behind.
+/// appliance is asked for anything, and settled with what make left behind and what is on the appliances then.
 class CSnapshotCreation
 {
   public:
@@ -36,6 +54,7 @@ class CSnapshotCreation
         m_provider.emplace(m_context.chosenProvider());
         m_tree.emplace(*m_provider);
         setUp();
+        lookBefore();
         SMakeResult made = make();
         settle(made);
         return result(made);
@@ -44,11 +63,16 @@ class CSnapshotCreation
   private:
     void refuseEarly();
     void setUp();
+    void lookBefore();
+    void requireUnambiguous(const SInspection& seen) const;
+    void requireFreeName(const SInspection& seen);
+    [[noreturn]] void goOnElsewhere(const SInspection* seen);
+    void lookAfter(const SMakeResult& made);
     [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason);
     SMakeResult make();
     void settle(const SMakeResult& made);
     void markDevices(const SMakeResult& made);
-    void markMissing(const SMakeResult& made);
+    void markUnanswered(const SMakeResult& made);
     [[noreturn]] void nothingMade(const SMakeResult& made);
     [[noreturn]] void partlyMade(const SMakeResult& made);
     SResult result(const SMakeResult& made) const;
@@ -60,7 +84,9 @@ class CSnapshotCreation
     std::optional<CProvider> m_provider;
     std::optional<CNodeTree> m_tree;
     std::vector<CNode*> m_nodes;  // one for each device of the record, in the tree
+    std::optional<CKnowledge> m_knowledge;
     SSnapshot m_record;
+    std::string m_contradiction;  // groups without the checkpoint that the provider says it made
 };
 
 void CSnapshotCreation::refuseEarly()
@@ -73,12 +99,24 @@ void CSnapshotCreation::refuseEarly()
     m_record.checkpoint = naming::checkpointOfProcess(m_record.owner.pid);
     if (m_catalog.has(m_request.name)) m_catalog.insert(m_record);  // refuses, saying what is there
     // The checkpoint's name is made from the process id, which the system uses again after a while.
-    if (const std::optional<std::string> carrier = m_catalog.carrierOf(m_record.checkpoint)) {
-        throw EFictl(EExit::EXISTS,
-                     quotedName() + ": checkpoint " + m_record.checkpoint +
-                         " of this process is in use by snapshot \"" + *carrier + "\"; nothing was made",
-                     "run the command again: another process id gives another checkpoint");
+    if (m_catalog.carrierOf(m_record.checkpoint)) goOnElsewhere(nullptr);
+}
+
+void CSnapshotCreation::goOnElsewhere(const SInspection* seen)
+{
+    SNameInUse inUse;
+    for (const SSnapshot& other : m_catalog.list()) {
+        addProcessOf(other.checkpoint, inUse.ids);
     }
+    for (const GroupKey& key : m_record.groups()) {
+        const SInspectedGroup* const group = seen == nullptr ? nullptr : seen->group(key);
+        if (group == nullptr || !group->annotations) continue;
+        for (const std::string& name : *group->annotations) {
+            addProcessOf(name, inUse.ids);
+        }
+    }
+    std::sort(inUse.ids.begin(), inUse.ids.end());
+    throw inUse;
 }
 
 void CSnapshotCreation::refuseDevice(const std::string& path, const std::string& reason)
@@ -119,6 +157,54 @@ void CSnapshotCreation::setUp()
     }
 }
 
+// Before anything is made: which names are there, and whether each LUN is where the provider finds it.
+void CSnapshotCreation::lookBefore()
+{
+    m_context.progress.step("look at the groups");
+    m_knowledge.emplace(m_context.chosenProvider(), m_context.timeout, m_record.groups());
+    const SInspection* const seen = m_knowledge->look();
+    stopPoint();
+    if (seen == nullptr) {
+        m_knowledge->warnUnguarded(
+            "whether the devices are ambiguous and checkpoint " + m_record.checkpoint + " is in use already",
+            m_knowledge->why());
+        return;
+    }
+    requireUnambiguous(*seen);
+    requireFreeName(*seen);
+}
+
+void CSnapshotCreation::requireUnambiguous(const SInspection& seen) const
+{
+    for (const SDevice& device : m_record.devices) {
+        const std::string& serial = device.state.serialNo;
+        std::string reason;
+        for (const SAmbiguousLun& lun : seen.ambiguous) {
+            if (lun.serial == serial) reason = printable(lun.reason);
+        }
+        if (reason.empty() && seen.hasLun(device.group(), serial) == EThere::NO) {
+            reason = "group " + groupText(device.group()) + ", in which the provider finds it, does not hold it";
+        }
+        if (reason.empty()) continue;
+        throw EFictl(EExit::NOT_CLAIMED,
+                     "device " + printable(device.source) + ": LUN " + printable(serial) + " is ambiguous: " + reason +
+                         "; nothing was made",
+                     "give the group another name, or keep the LUN in one group");
+    }
+}
+
+void CSnapshotCreation::requireFreeName(const SInspection& seen)
+{
+    for (const GroupKey& key : m_record.groups()) {
+        const EThere there = seen.hasCheckpoint(key, m_record.checkpoint);
+        if (there == EThere::YES) goOnElsewhere(&seen);
+        if (there == EThere::NO) continue;
+        m_knowledge->warnUnguarded(
+            "whether checkpoint " + m_record.checkpoint + " is in use already in group " + groupText(key),
+            seen.doubt(key).empty() ? "the appliance does not tell" : seen.doubt(key));
+    }
+}
+
 SMakeResult CSnapshotCreation::make()
 {
     bool recorded = false;
@@ -156,7 +242,7 @@ void CSnapshotCreation::markDevices(const SMakeResult& made)
 // A provider makes the groups' checkpoints in order and stops at the first that fails: whether the appliance made that
 // one after all is not known, later ones were never asked for. A name that is taken is another snapshot's checkpoint,
 // which must never be disposed of here.
-void CSnapshotCreation::markMissing(const SMakeResult& made)
+void CSnapshotCreation::markUnanswered(const SMakeResult& made)
 {
     std::set<GroupKey> missing;
     for (const SDevice& device : m_record.devices) {
@@ -170,10 +256,37 @@ void CSnapshotCreation::markMissing(const SMakeResult& made)
     }
 }
 
+// What is on the appliances counts for more than what the provider says of it.
+void CSnapshotCreation::lookAfter(const SMakeResult& made)
+{
+    const bool hadLook = m_knowledge->seen() != nullptr;
+    markUnanswered(made);
+    if (!hadLook) return;
+    m_context.progress.step("look whether the checkpoints are there");
+    constexpr bool TO_THE_END = false;
+    const SInspection* const seen = m_knowledge->look(TO_THE_END);
+    for (const GroupKey& key : m_record.groups()) {
+        const EThere there = seen == nullptr ? EThere::UNKNOWN : seen->hasCheckpoint(key, m_record.checkpoint);
+        const std::vector<SDevice*> devices = m_record.devicesOf(key);
+        if (there == EThere::UNKNOWN) {
+            m_knowledge->warnUnguarded("whether group " + groupText(key) + " has checkpoint " + m_record.checkpoint,
+                                       seen == nullptr ? m_knowledge->why() : seen->doubt(key));
+        }
+        if (there != EThere::NO) continue;
+        if (devices.front()->made == EMade::YES) {
+            m_contradiction += (m_contradiction.empty() ? "" : ", ") + groupText(key);
+        }
+        for (SDevice* device : devices) {
+            device->made = EMade::NO;
+        }
+    }
+}
+
 void CSnapshotCreation::settle(const SMakeResult& made)
 {
     m_context.progress.step("record");
     markDevices(made);
+    lookAfter(made);
     m_record.thaw = made.thawFailure.empty() ? "" : m_request.hooks.thaw;
     const auto isMade = [](const SDevice& device) { return device.made == EMade::YES; };
     if (made.status == OBZ_OK && std::all_of(m_record.devices.begin(), m_record.devices.end(), isMade)) {
@@ -182,9 +295,7 @@ void CSnapshotCreation::settle(const SMakeResult& made)
         m_catalog.update(m_record);
         return;
     }
-    const bool isNothing = std::none_of(m_record.devices.begin(), m_record.devices.end(), isMade);
-    markMissing(made);
-    if (isNothing) nothingMade(made);
+    if (std::none_of(m_record.devices.begin(), m_record.devices.end(), isMade)) nothingMade(made);
     partlyMade(made);
 }
 
@@ -192,7 +303,11 @@ void CSnapshotCreation::nothingMade(const SMakeResult& made)
 {
     const std::string thaw = made.thawFailure.empty() ? "" : "; the thaw command failed: " + made.thawFailure;
     m_record.state = EState::FAILED;
-    m_record.message = "the provider made no checkpoint (status " + std::to_string(made.status) + ")" + thaw;
+    m_record.message =
+        (m_contradiction.empty() ? "the provider made no checkpoint (status " + std::to_string(made.status) + ")"
+                                 : "the provider reported checkpoint " + m_record.checkpoint +
+                                       " as made, but it is not in group " + m_contradiction) +
+        thaw;
     m_catalog.update(m_record);
     // The nodes go first: disposal sets up nodes of the same names.
     m_nodes.clear();
@@ -202,7 +317,7 @@ void CSnapshotCreation::nothingMade(const SMakeResult& made)
         for (const SDevice& device : m_record.devices) {
             if (device.group() != key) continue;
             m_context.progress.step("make sure that group " + groupText(key) + " keeps no checkpoint");
-            isClean = disposeGroup(*m_provider, device).confirmed && isClean;
+            isClean = disposeGroup(*m_provider, *m_knowledge, device).confirmed && isClean;
             break;
         }
     }
@@ -230,6 +345,7 @@ void CSnapshotCreation::partlyMade(const SMakeResult& made)
     }
     m_record.state = EState::PARTIAL;
     m_record.message = "made: group " + yes + "; not made: group " + no;
+    if (!m_contradiction.empty()) m_record.message += "; the provider says otherwise of group " + m_contradiction;
     if (!made.thawFailure.empty()) m_record.message += "; thaw command failed: " + made.thawFailure;
     m_catalog.update(m_record);
     throw EFictl(EExit::PARTIAL,
@@ -265,7 +381,14 @@ SResult createSnapshot(const SContext& context, const SCreateRequest& request)
     if (request.hooks.freeze.empty() != request.hooks.thaw.empty()) {
         throw EFictl(EExit::USAGE, "--freeze and --thaw belong together", "give both, or neither");
     }
-    return CSnapshotCreation(context, request).run();
+    SNameInUse inUse;
+    try {
+        return CSnapshotCreation(context, request).run();
+    } catch (const SNameInUse& found) {
+        inUse = found;
+    }
+    context.progress.step("go on in another process: the name of this one's checkpoint is in use");
+    throw SEndedElsewhere{runInAnotherProcess(inUse.ids)};
 }
 
 }  // namespace fictl

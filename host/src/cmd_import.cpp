@@ -1,11 +1,15 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
+#include "host/src/image_owner.h"
 #include "host/src/importer.h"
+#include "host/src/knowledge.h"
+#include "host/src/lun_place.h"
 #include "host/src/names.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
@@ -23,52 +27,210 @@ SResult importedResult(const SSnapshot& snapshot)
     return {{{"snapshot", snapshotJson(snapshot)}}, formatTable(rows)};
 }
 
-SResult importedBefore(const SSnapshot& snapshot)
+/**
+ * Brings the copies of a record to this host, from wherever an earlier import left off: what shows already is verified,
+ * an image that is granted to this host is taken up, and only what is missing is made.
+ */
+class CSnapshotImport
 {
-    for (const SDevice& device : snapshot.devices) {
-        if (access(device.importPath.c_str(), F_OK) == 0) continue;
-        throw EFictl(EExit::FAILED,
-                     "snapshot \"" + snapshot.name + "\" was imported, but " + printable(device.importPath) +
-                         " (copy of " + printable(device.source) + ") is not there any more",
-                     "fictl snapshot delete " + snapshot.name);
+  public:
+    CSnapshotImport(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+        : m_context(context),
+          m_catalog(catalog),
+          m_snapshot(snapshot),
+          m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
+    {
     }
-    return importedResult(snapshot);
+
+    void run();
+    bool touched() const { return m_touched; }  ///< whether the provider was asked for anything that changes something
+
+  private:
+    std::string quotedName() const { return "snapshot \"" + m_snapshot.name + "\""; }
+    void verifyCopies();
+    bool isWhole() const;
+    void requirePlaces();
+    void requirePlace(const SDevice& device, const GroupKey& found) const;
+    void importGroup(CImporter& importer, const GroupKey& group);
+    bool isImageThere(const GroupKey& group, const SImageOwner& image) const;
+    void makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere);
+    void findCopies(CImporter& importer, const GroupKey& group);
+    void enter(const GroupKey& group);
+    [[noreturn]] void fail(const EFictl& error) const;
+
+    const SContext& m_context;
+    CCatalog& m_catalog;
+    SSnapshot& m_snapshot;
+    CKnowledge m_knowledge;
+    std::optional<CProvider> m_provider;
+    bool m_touched = false;
+};
+
+void CSnapshotImport::run()
+{
+    m_context.progress.step("look at the copies");
+    m_knowledge.look();
+    stopPoint();
+    verifyCopies();
+    if (isWhole()) return;
+    m_context.progress.step("start provider");
+    m_provider.emplace(m_context.providerFor(m_snapshot));
+    requirePlaces();
+    CImporter importer(*m_provider);
+    for (const GroupKey& group : m_snapshot.groups()) {
+        importGroup(importer, group);
+    }
 }
 
-// An image can be taken up only by the process that made it, so another try helps only where none was made.
-std::string nextStep(const SSnapshot& snapshot, const SDevice& failed, bool imageMade, const SApplianceReport& report)
+bool CSnapshotImport::isWhole() const
 {
-    const bool isGroupTouched = std::any_of(
-        snapshot.devices.begin(), snapshot.devices.end(),
-        [&failed](const SDevice& device) { return device.group() == failed.group() && !device.importPath.empty(); });
-    if (imageMade || isGroupTouched || saysAlreadyThere(report)) {
-        return "fictl snapshot delete " + snapshot.name +
-               " (removes the copies made so far; a time image that was made cannot be imported a second time)";
-    }
-    return "mend what the appliance reports, then fictl snapshot import " + snapshot.name;
+    return std::none_of(m_snapshot.devices.begin(), m_snapshot.devices.end(),
+                        [](const SDevice& device) { return device.importPath.empty(); });
 }
 
-/// Imports what has no path yet; touched tells whether the provider was asked for anything.
-void importDevices(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool& touched)
+// A path that does not show its LUN any more is looked for again; the image is what counts.
+void CSnapshotImport::verifyCopies()
 {
-    CProvider provider(context.providerFor(snapshot));
-    CImporter importer(provider);
-    for (SDevice& device : snapshot.devices) {
-        if (!device.importPath.empty()) continue;
-        stopPoint();
-        context.progress.step("import " + device.source);
-        touched = true;
-        bool imageMade = false;
-        try {
-            device.importPath = importer.import(device, imageMade);
-        } catch (const EFictl& error) {
-            throw EFictl(error.exit(), "snapshot \"" + snapshot.name + "\": " + error.what(),
-                         nextStep(snapshot, device, imageMade, error.report()))
-                .withReport(error.report())
-                .about(snapshot.name);
+    const SInspection* const seen = m_knowledge.seen();
+    for (SDevice& device : m_snapshot.devices) {
+        if (device.importPath.empty()) continue;
+        const bool isLost = access(device.importPath.c_str(), F_OK) != 0;
+        const EThere shown = seen == nullptr || device.importSerial.empty()
+                                 ? EThere::UNKNOWN
+                                 : seen->shows(device.importPath, device.importSerial);
+        if (!isLost && shown == EThere::UNKNOWN) {
+            m_knowledge.warnUnguarded(
+                "that " + printable(device.importPath) + " still shows the copy of " + printable(device.source),
+                seen == nullptr ? m_knowledge.why() : "the host's disks are not known");
         }
-        catalog.update(snapshot);
+        if (isLost || shown == EThere::NO) device.importPath.clear();
     }
+}
+
+void CSnapshotImport::requirePlace(const SDevice& device, const GroupKey& found) const
+{
+    if (found == device.group()) return;
+    throw EFictl(EExit::BAD_RECORD,
+                 quotedName() + ": LUN " + printable(device.state.serialNo) + " of " + printable(device.source) +
+                     " is in group " + groupText(found) + ", and not in group " + groupText(device.group()) +
+                     " as the record says; nothing was imported",
+                 "fictl snapshot show " + m_snapshot.name + ", and fictl device list where it was made")
+        .about(m_snapshot.name);
+}
+
+// The provider goes by the LUN's serial: where it finds it must be where the checkpoint was made.
+void CSnapshotImport::requirePlaces()
+{
+    for (const SDevice& device : m_snapshot.devices) {
+        const std::optional<GroupKey> place = findLunPlace(*m_provider, device.state.serialNo);
+        if (place) requirePlace(device, *place);
+        const SInspection* const seen = m_knowledge.seen();
+        if (seen == nullptr || seen->hasLun(device.group(), device.state.serialNo) != EThere::NO) continue;
+        throw EFictl(EExit::BAD_RECORD,
+                     quotedName() + ": group " + groupText(device.group()) + " has no LUN " +
+                         printable(device.state.serialNo) + " (" + printable(device.source) + "); nothing was imported",
+                     "fictl snapshot show " + m_snapshot.name + ", and fictl device list where it was made")
+            .about(m_snapshot.name);
+    }
+    m_provider->forgetReport();
+}
+
+void CSnapshotImport::fail(const EFictl& error) const
+{
+    throw EFictl(error.exit(), quotedName() + ": " + error.what(),
+                 "mend what the appliance reports, then fictl snapshot import " + m_snapshot.name)
+        .withReport(error.report())
+        .about(m_snapshot.name);
+}
+
+bool CSnapshotImport::isImageThere(const GroupKey& group, const SImageOwner& image) const
+{
+    if (image.owner == EImageOwner::OURS) return true;
+    if (image.owner != EImageOwner::OTHERS) return false;
+    const SInspection& seen = *m_knowledge.seen();
+    // Granted to this host is good enough to look at it, whoever made it.
+    if (seen.isGrantedHere(group, image.image) != EThere::NO) return true;
+    throw EFictl(
+        EExit::STATE,
+        quotedName() + ": time image " + image.image + " of group " + groupText(group) + " is granted to " +
+            image.holder + "; a checkpoint has one time image",
+        "fictl snapshot release " + m_snapshot.name + " there, then fictl snapshot import " + m_snapshot.name + " here")
+        .about(m_snapshot.name);
+}
+
+void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
+{
+    const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
+    if (std::none_of(devices.begin(), devices.end(), [](const SDevice* device) { return device->importPath.empty(); }))
+        return;
+    stopPoint();
+    const bool wasImported = std::any_of(devices.begin(), devices.end(),
+                                         [](const SDevice* device) { return !device->importSerial.empty(); });
+    const SImageOwner image = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
+    if (image.owner == EImageOwner::NONE && wasImported) {
+        throw EFictl(EExit::FAILED,
+                     quotedName() + ": time image " + image.image + " of group " + groupText(group) +
+                         " is gone, and with it the copy that was imported",
+                     "fictl snapshot release " + m_snapshot.name + ", then fictl snapshot import " + m_snapshot.name +
+                         " makes a new one of the checkpoint")
+            .about(m_snapshot.name);
+    }
+    if (!isImageThere(group, image) && !wasImported) {
+        makeImage(importer, group, image.owner == EImageOwner::UNKNOWN);
+    }
+    findCopies(importer, group);
+}
+
+// Where nothing could be looked at, an image that cannot be made may be there; then it shows whether it is for this
+// host.
+void CSnapshotImport::makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere)
+{
+    m_context.progress.step("make the time image of group " + groupText(group));
+    m_touched = true;
+    const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
+    for (SDevice* device : devices) {
+        device->imageAsked = true;
+    }
+    enter(group);
+    try {
+        importer.makeImage(*devices.front());
+    } catch (const EFictl& error) {
+        if (!mayBeThere || stopRequested()) fail(error);
+        try {
+            importer.findCopy(*devices.front());
+        } catch (const EFictl&) {
+            fail(error);
+        }
+    }
+}
+
+void CSnapshotImport::findCopies(CImporter& importer, const GroupKey& group)
+{
+    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
+        SDevice& device = m_snapshot.devices[i];
+        if (device.group() != group || !device.importPath.empty()) continue;
+        stopPoint();
+        m_context.progress.step("import " + device.source);
+        m_touched = true;
+        try {
+            const CImporter::SCopy copy = importer.findCopy(device);
+            device.importPath = copy.path;
+            device.importSerial = copy.serial;
+            device.imageAsked = true;
+        } catch (const EFictl& error) {
+            fail(error);
+        }
+        m_catalog.updateDevices(m_snapshot, {i});
+    }
+}
+
+void CSnapshotImport::enter(const GroupKey& group)
+{
+    std::vector<size_t> positions;
+    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
+        if (m_snapshot.devices[i].group() == group) positions.push_back(i);
+    }
+    m_catalog.updateDevices(m_snapshot, positions);
 }
 
 }  // namespace
@@ -77,21 +239,21 @@ SResult importSnapshot(const SContext& context, const std::string& name)
 {
     requireSnapshotName(name);
     CCatalog catalog;
-    if (const SSnapshot present = catalog.get(name); present.state == EState::IMPORTED) return importedBefore(present);
-    const SSnapshot before =
-        catalog.take(name, EState::IMPORTING, {EState::COMPLETE, EState::IMPORT_FAILED, EState::IMPORTING}, "imported");
+    const SSnapshot before = catalog.take(
+        name, EState::IMPORTING,
+        {EState::COMPLETE, EState::IMPORT_FAILED, EState::IMPORTING, EState::IMPORTED, EState::RELEASING}, "imported");
     SSnapshot snapshot = before;
     snapshot.state = EState::IMPORTING;
     snapshot.owner = thisProcess();
-    bool touched = false;
+    CSnapshotImport import(context, catalog, snapshot);
     try {
-        importDevices(context, catalog, snapshot, touched);
+        import.run();
     } catch (const EFictl& error) {
         // An error of the catalog would only come again.
         if (error.exit() == EExit::CATALOG) throw;
         snapshot.state = EState::IMPORT_FAILED;
         snapshot.message = error.what();
-        catalog.update(touched ? snapshot : before);
+        catalog.update(import.touched() ? snapshot : before);
         throw;
     }
     snapshot.state = EState::IMPORTED;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,7 @@ struct SContext
 {
     std::string provider;  ///< name or path; empty when the user gave none
     CProgress progress{false};
+    std::chrono::seconds timeout{0};  ///< of a single appliance command; 0: the provider's own
 
     /// The provider for a command that is about no record.
     std::string chosenProvider() const { return provider.empty() ? "cdpfi" : provider; }
@@ -29,6 +31,13 @@ struct SCreateRequest
     SHooks hooks;
 };
 
+struct SDeleteRequest
+{
+    std::string name;
+    bool forget = false;       ///< drop the record, ask the appliance for nothing
+    bool evenIfInUse = false;  ///< delete also what somebody works with
+};
+
 // Every command returns what goes to standard output and throws EFictl when it cannot do its work.
 
 SResult showProvider(const SContext& context);
@@ -38,12 +47,12 @@ SResult createSnapshot(const SContext& context, const SCreateRequest& request);
 SResult listSnapshots();
 SResult showSnapshot(const std::string& name);
 SResult importSnapshot(const SContext& context, const std::string& name);
-/// forget drops the record without asking the appliance for anything.
-SResult deleteSnapshot(const SContext& context, const std::string& name, bool forget);
+SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse);
+SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request);
 /// An empty file means standard output: the document is the command's result.
 SResult exportSnapshot(const std::string& name, const std::string& file);
 /// "-" means standard input.
-SResult receiveSnapshot(const std::string& file);
+SResult receiveSnapshot(const SContext& context, const std::string& file);
 
 /// Throws EFictl (USAGE) when the text cannot be a snapshot's name.
 void requireSnapshotName(const std::string& name);

@@ -1,19 +1,42 @@
 #include "host/src/disposal.h"
 
+#include "host/src/naming.h"
 #include "host/src/node.h"
 
 namespace fictl {
 
-SDisposal disposeGroup(CProvider& provider, const SDevice& device)
+namespace {
+
+// Whether one of the two is left.
+EThere leftOf(const SInspection& seen, const GroupKey& group, const std::string& image, const std::string& checkpoint)
 {
+    const EThere ofImage = seen.hasImage(group, image);
+    const EThere ofCheckpoint = seen.hasCheckpoint(group, checkpoint);
+    if (ofImage == EThere::YES || ofCheckpoint == EThere::YES) return EThere::YES;
+    return ofImage == EThere::NO && ofCheckpoint == EThere::NO ? EThere::NO : EThere::UNKNOWN;
+}
+
+}  // namespace
+
+SDisposal disposeGroup(CProvider& provider, CKnowledge& knowledge, const SDevice& device)
+{
+    SNodeState state = device.state;
+    state.timeImage = naming::imageOfCheckpoint(state.checkPointName);
     CNode primary(provider, device.node);
-    primary.setState(device.state);
-    CNode target(provider, device.target);
+    primary.setState(state);
+    // A name without the provider's prefix: the objects are then those that the states name.
+    CNode target(provider, state.timeImage);
+    target.setState(state);
     provider.forgetReport();
     SDisposal disposal;
     disposal.status = provider.call().dispose(primary.record(), target.record(), nullptr, OBZ_DISP_REMOVE);
     disposal.report = provider.takeReport();
     disposal.confirmed = disposal.status == OBZ_OK && confirmsDeletion(disposal.report);
+    if (disposal.confirmed) return disposal;
+    constexpr bool TO_THE_END = false;  // what was deleted has to be known, also when fictl is asked to stop
+    if (const SInspection* const seen = knowledge.look(TO_THE_END)) {
+        disposal.confirmed = leftOf(*seen, device.group(), state.timeImage, state.checkPointName) == EThere::NO;
+    }
     return disposal;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <string>
-
+#include "host/src/knowledge.h"
 #include "host/src/provider.h"
 #include "host/src/snapshot_record.h"
 
@@ -16,10 +15,11 @@ struct SDisposal
 };
 
 /**
- * Has the provider delete the time image and the checkpoint of the device's group. The provider's status says nothing
- * of what the appliance answered, so the deletion counts only when no failure was reported, or when the appliance
- * answered that it has no such object.
+ * Has the provider delete the time image and then the checkpoint of a device's group, by the appliance, the group and
+ * the names that the record holds: where the LUN lives now plays no part. The provider's status says nothing of what
+ * the appliance answered. So the deletion counts when every command ended well or was refused with the appliance's own
+ * line that this object does not exist, or when a fresh look finds neither object.
  */
-SDisposal disposeGroup(CProvider& provider, const SDevice& device);
+SDisposal disposeGroup(CProvider& provider, CKnowledge& knowledge, const SDevice& device);
 
 }  // namespace fictl

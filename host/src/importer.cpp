@@ -16,9 +16,18 @@ namespace {
         .withReport(provider.takeReport());
 }
 
+std::string serialOf(CNode& target)
+{
+    try {
+        return target.state().serialNo;
+    } catch (const EFictl&) {
+        return {};
+    }
+}
+
 }  // namespace
 
-std::string CImporter::import(const SDevice& device, bool& imageMade)
+void CImporter::makeImage(const SDevice& device)
 {
     m_provider.forgetReport();
     CNode primary(m_provider, device.node);
@@ -27,21 +36,29 @@ std::string CImporter::import(const SDevice& device, bool& imageMade)
     state.timeImage.clear();
     primary.setState(state);
     target.attach();
-    int32_t status = m_provider.call().init_altnode(primary.record(), nullptr, target.record());
-    imageMade = status == OBZ_OK;
-    const std::string group = groupText(device.group());
-    if (!imageMade)
-        fail(m_provider, device, "no time image of group " + group + " could be made for this host", status);
+    const int32_t status = m_provider.call().init_altnode(primary.record(), nullptr, target.record());
+    if (status == OBZ_OK) return;
+    fail(m_provider, device, "no time image of group " + groupText(device.group()) + " could be made for this host",
+         status);
+}
 
+CImporter::SCopy CImporter::findCopy(const SDevice& device)
+{
+    m_provider.forgetReport();
+    CNode primary(m_provider, device.node);
+    CNode target(m_provider, device.target);
+    SNodeState state = device.state;
     state.timeImage = naming::imageOfCheckpoint(state.checkPointName);
     primary.setState(state);
-    status = m_provider.call().init_altnode(primary.record(), nullptr, target.record());
-    std::string path = target.identityName();
+    target.attach();
+    const int32_t status = m_provider.call().init_altnode(primary.record(), nullptr, target.record());
+    const std::string path = target.identityName();
     if (status != OBZ_OK || path.empty() || path == device.target) {
-        fail(m_provider, device, "time image " + state.timeImage + " of group " + group + " does not show on this host",
+        fail(m_provider, device,
+             "time image " + state.timeImage + " of group " + groupText(device.group()) + " does not show on this host",
              status);
     }
-    return path;
+    return {path, serialOf(target)};
 }
 
 }  // namespace fictl

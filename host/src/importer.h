@@ -8,19 +8,24 @@
 namespace fictl {
 
 /**
- * Brings the copy of a device to this host and returns its device path, in two calls of the provider: the first makes
- * the time image of the group's checkpoint, where this process has not made it yet, and grants it to this host; the
- * second, with the image's name in the primary's state, finds the device. The provider remembers the image in memory
- * only, so both calls must come from one process, and an image that another process made cannot be taken up again.
- * Throws EFictl (FAILED).
+ * Brings the copies of a group's devices to this host. An import is two calls of the provider: one makes the time image
+ * of the group's checkpoint and grants it to this host, once for a group; the other, with the image's name in the
+ * primary's state, finds the device that shows the copy. The second alone takes up an image that another process has
+ * made. Both throw EFictl (FAILED) with the appliance's answers.
  */
 class CImporter
 {
   public:
+    struct SCopy
+    {
+        std::string path;
+        std::string serial;  ///< of the LUN that it shows; empty when the provider does not tell
+    };
+
     explicit CImporter(CProvider& provider) : m_provider(provider) {}
 
-    /// imageMade tells whether the first call had succeeded, also when the import failed.
-    std::string import(const SDevice& device, bool& imageMade);
+    void makeImage(const SDevice& device);
+    SCopy findCopy(const SDevice& device);
 
   private:
     CProvider& m_provider;

@@ -30,6 +30,11 @@ std::string serialOfNode(std::string_view provider, std::string_view node)
     return node.starts_with(prefix) ? std::string(node.substr(prefix.size())) : std::string();
 }
 
+std::string_view checkpointPrefix()
+{
+    return CHECKPOINT;
+}
+
 std::string checkpointOfProcess(int64_t pid)
 {
     return std::string(CHECKPOINT) + std::to_string(pid);

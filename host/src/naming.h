@@ -22,6 +22,8 @@ namespace fictl::naming {
 std::string nodePrefix(std::string_view provider);
 /// Serial of a node name; empty when the name is not one of the provider's.
 std::string serialOfNode(std::string_view provider, std::string_view node);
+/// What every checkpoint's name begins with.
+std::string_view checkpointPrefix();
 /// Name of the checkpoint that the process makes.
 std::string checkpointOfProcess(int64_t pid);
 /// True for "KSV_Check_Point_" and 1 to 20 digits.

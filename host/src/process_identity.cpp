@@ -1,9 +1,13 @@
 #include "host/src/process_identity.h"
 
+#include <fcntl.h>
+#include <sys/random.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <system_error>
 
 namespace fictl {
 
@@ -44,16 +48,79 @@ SProcStat readStat(int64_t pid)
     return stat;
 }
 
+std::string pidNamespace()
+{
+    std::error_code ignored;
+    return std::filesystem::read_symlink("/proc/self/ns/pid", ignored).string();
+}
+
+// Locks of this kind belong to the process, so no child inherits one, and they are gone when it is. Closing any
+// descriptor of the file would give them back too: there is only this one, and it stays open.
+int g_owners = -1;
+int64_t g_lock = 0;
+
+struct flock byteLock(int64_t byte)
+{
+    struct flock lock = {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    lock.l_start = byte;
+    lock.l_len = 1;
+    return lock;
+}
+
+int64_t randomByte()
+{
+    constexpr int64_t MOST = (int64_t{1} << 62U) - 1;
+    int64_t number = 0;
+    if (getrandom(&number, sizeof number, 0) != static_cast<ssize_t>(sizeof number)) return 0;
+    return number & MOST;
+}
+
+enum class EHeld
+{
+    NO,
+    YES,
+    UNKNOWN,
+};
+
+EHeld isHeld(int64_t byte)
+{
+    if (g_owners < 0 || byte == 0) return EHeld::UNKNOWN;
+    if (byte == g_lock) return EHeld::YES;
+    struct flock lock = byteLock(byte);
+    if (fcntl(g_owners, F_GETLK, &lock) != 0) return EHeld::UNKNOWN;
+    return lock.l_type == F_UNLCK ? EHeld::NO : EHeld::YES;
+}
+
 }  // namespace
+
+void takeOwnerLock(const std::string& file)
+{
+    if (g_owners >= 0) return;
+    constexpr mode_t OWNER_ONLY = 0600;
+    g_owners = open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
+    if (g_owners < 0) return;
+    constexpr int TRIES = 8;  // another process may hold the byte of the first
+    for (int i = 0; i < TRIES && g_lock == 0; ++i) {
+        const int64_t byte = randomByte();
+        struct flock lock = byteLock(byte);
+        if (byte != 0 && fcntl(g_owners, F_SETLK, &lock) == 0) g_lock = byte;
+    }
+}
 
 SProcessIdentity thisProcess()
 {
-    return {getpid(), bootId(), readStat(getpid()).startTime};
+    return {getpid(), bootId(), readStat(getpid()).startTime, pidNamespace(), g_lock};
 }
 
 bool isAlive(const SProcessIdentity& process)
 {
-    if (process.pid <= 0 || process.bootId != bootId()) return false;
+    if (process.pid <= 0) return false;
+    const EHeld held = isHeld(process.lock);
+    if (held == EHeld::YES) return true;
+    if (process.bootId != bootId()) return false;
+    if (!process.pidNamespace.empty() && process.pidNamespace != pidNamespace()) return held == EHeld::UNKNOWN;
     const SProcStat stat = readStat(process.pid);
     return stat.startTime == process.startTime && stat.startTime >= 0 && stat.state != 'Z' && stat.state != 'X';
 }

@@ -5,19 +5,31 @@
 
 namespace fictl {
 
-/// Names one process of this host for good: a process id alone is used again, also after a restart of the host.
+/**
+ * Names one process for good. A process id alone is used again, also after a restart of the host, and containers that
+ * share a catalog each count from 1; what tells a living owner everywhere is the lock that it holds.
+ */
 struct SProcessIdentity
 {
     int64_t pid = 0;
-    std::string bootId;     ///< changes with every start of the host
-    int64_t startTime = 0;  ///< clock ticks since that start
+    std::string bootId;        ///< changes with every start of the host
+    int64_t startTime = 0;     ///< clock ticks since that start
+    std::string pidNamespace;  ///< in which the process id counts; empty in a record of an older fictl
+    int64_t lock = 0;          ///< byte of the owners' file that the process holds; 0: none
 
     bool operator==(const SProcessIdentity&) const = default;
 };
 
+/**
+ * Opens the file in which every living fictl that works on a catalog holds a lock on a byte of its own, and takes one
+ * for this process. The system gives the lock back however the process ends. Where it cannot be had, the identity has
+ * no lock and the other members have to do. Called once for a catalog.
+ */
+void takeOwnerLock(const std::string& file);
+
 SProcessIdentity thisProcess();
 /// False once the process is gone, also when another one has its id now. A process that is dead but not yet reaped is
-/// gone.
+/// gone. One of another process-id namespace of this host that holds no lock cannot be seen and counts as alive.
 bool isAlive(const SProcessIdentity& process);
 
 }  // namespace fictl

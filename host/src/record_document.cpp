@@ -99,6 +99,8 @@ SDevice readDevice(const json& entry, const SSnapshot& snapshot, const std::stri
     const bool isWhole = !state->applianceName.empty() && !state->consistencyGroup.empty() && !state->serialNo.empty();
     const std::string text = state->applianceType + state->applianceName + state->consistencyGroup + state->serialNo;
     if (!isWhole || !isPlainText(text)) reject(what + ": \"state\" lacks appliance, group or serial");
+    // A serial that reads as a path or as a group would lead the provider elsewhere.
+    if (state->serialNo.find('/') != std::string::npos) reject(what + ": the serial in \"state\" is a path");
     if (state->checkPointName != snapshot.checkpoint) reject(what + ": \"state\" names another checkpoint");
     if (!state->timeImage.empty()) reject(what + ": \"state\" names a time image");
     if (naming::serialOfNode(snapshot.provider, device.node) != state->serialNo) {
@@ -171,6 +173,12 @@ SSnapshot readDocument(std::string_view text)
         const SDevice& device = snapshot.devices.back();
         if (!sources.insert(device.source).second) reject(what + ": its \"source\" stands twice");
         if (!nodes.insert(device.node).second) reject(what + ": its \"node\" stands twice");
+    }
+    for (const SDevice& device : snapshot.devices) {
+        for (const GroupKey& group : snapshot.groups()) {
+            if (device.state.serialNo != group.second) continue;
+            reject("serial \"" + printable(device.state.serialNo) + "\" is the name of a group");
+        }
     }
     return snapshot;
 }

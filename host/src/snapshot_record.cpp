@@ -1,5 +1,6 @@
 #include "host/src/snapshot_record.h"
 
+#include <algorithm>
 #include <ctime>
 #include <stdexcept>
 
@@ -24,6 +25,7 @@ constexpr SStateText STATES[] = {
     {EState::IMPORTING, "importing", "import-interrupted"},
     {EState::IMPORT_FAILED, "import-failed", nullptr},
     {EState::IMPORTED, "imported", nullptr},
+    {EState::RELEASING, "releasing", "release-interrupted"},
     {EState::DELETING, "deleting", "delete-interrupted"},
     {EState::DELETE_FAILED, "delete-failed", nullptr},
 };
@@ -74,9 +76,44 @@ std::set<GroupKey> SSnapshot::groupsToDispose() const
     return groups;
 }
 
+std::vector<SDevice*> SSnapshot::devicesOf(const GroupKey& group)
+{
+    std::vector<SDevice*> found;
+    for (SDevice& device : devices) {
+        if (device.group() == group) found.push_back(&device);
+    }
+    return found;
+}
+
+std::vector<const SDevice*> SSnapshot::devicesOf(const GroupKey& group) const
+{
+    std::vector<const SDevice*> found;
+    for (const SDevice& device : devices) {
+        if (device.group() == group) found.push_back(&device);
+    }
+    return found;
+}
+
+bool SSnapshot::isImported(const GroupKey& group) const
+{
+    const std::vector<const SDevice*> in = devicesOf(group);
+    return std::any_of(in.begin(), in.end(), [](const SDevice* device) { return !device->importPath.empty(); });
+}
+
+bool SSnapshot::isImageAsked(const GroupKey& group) const
+{
+    const std::vector<const SDevice*> in = devicesOf(group);
+    return std::any_of(in.begin(), in.end(), [](const SDevice* device) { return device->imageAsked; });
+}
+
 bool SSnapshot::isInterrupted() const
 {
     return entryOf(state).interrupted != nullptr && !isAlive(owner);
+}
+
+bool SSnapshot::isHeld() const
+{
+    return entryOf(state).interrupted != nullptr && isAlive(owner);
 }
 
 std::string SSnapshot::shownState() const

@@ -1,0 +1,18 @@
+#include "host/src/knowledge.h"
+
+#include "host/src/progress.h"
+
+namespace fictl {
+
+const SInspection* CKnowledge::look(bool stopOnSignal)
+{
+    m_seen = m_inspector.look(m_groups, stopOnSignal);
+    return seen();
+}
+
+void CKnowledge::warnUnguarded(const std::string& guard, const std::string& why)
+{
+    if (m_warned.insert(guard).second) CProgress::warn("not checked " + guard + ": " + why);
+}
+
+}  // namespace fictl
