@@ -22,6 +22,8 @@ class OBZX_API CFiOutputText
   public:
     /// Bytes of the whole text.
     size_t size() const { return m_size; }
+    /// The first bytes, at most so many; of a text of which no line was taken. @throw std::bad_alloc
+    std::string start(size_t most) const;
     /// Lines that were not taken yet.
     size_t countLines() const;
     /// Takes the next lines, as many as there is place for, without their ends. They stay valid until the next call.

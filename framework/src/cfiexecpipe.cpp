@@ -10,6 +10,8 @@
 #include "framework/src/exec_limit.h"
 #include "framework/src/process_output.h"
 #include "framework/src/process_spawn.h"
+#include "framework/src/run_cancel.h"
+#include "framework/src/run_record.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -55,30 +57,37 @@ SFiExecError ended(const std::string& command, const SExitStatus& exit)
     return failure(EXEC_FAILED, exit.status, text + "exited with status " + std::to_string(exit.status));
 }
 
-SFiExecError stopped(EExecResult result, const std::string& command, unsigned long seconds)
+SFiExecError stopped(obzx_run_stop stop, const std::string& command, unsigned long seconds)
 {
-    const std::string text =
-        "Command [" + command + "] " +
-        (result == EXEC_TIMED_OUT
-             ? "did not end within " + std::to_string(seconds) + " seconds and was stopped"
-             : "wrote more than " + std::to_string(CProcessOutput::LIMIT) + " bytes and was stopped");
-    return failure(result, result == EXEC_TIMED_OUT ? ETIMEDOUT : EFBIG, text);
+    const std::string text = "Command [" + command + "] ";
+    switch (stop) {
+        case OBZX_RUN_STOPPED_BY_CANCEL:
+            return failure(EXEC_TIMED_OUT, ECANCELED, text + "was cancelled and was stopped");
+        case OBZX_RUN_STOPPED_BY_OUTPUT:
+            return failure(
+                EXEC_TOO_LONG, EFBIG,
+                text + "wrote more than " + std::to_string(CProcessOutput::LIMIT) + " bytes and was stopped");
+        default:
+            return failure(EXEC_TIMED_OUT, ETIMEDOUT,
+                           text + "did not end within " + std::to_string(seconds) + " seconds and was stopped");
+    }
 }
 
-// Collects the output until the process has ended (EXEC_OK) or must be stopped.
-EExecResult collect(CChildProcess& process, CProcessOutput& output, Clock::time_point deadline)
+// Collects the output until the process has ended or must be stopped.
+obzx_run_stop collect(CChildProcess& process, CProcessOutput& output, Clock::time_point deadline, CRunCancel& cancel)
 {
     while (!output.tooLong()) {
-        const bool ready = process.waitFor(output.descriptor(), deadline);
+        const bool ready = process.waitFor(output.descriptor(), deadline, &cancel);
         if (ready) output.read();
         if (process.ended()) {
             // Somebody it left behind may hold the output open for ever; what the process itself wrote is there by now.
             output.readRest();
-            return output.tooLong() ? EXEC_TOO_LONG : EXEC_OK;
+            break;
         }
-        if (Clock::now() >= deadline) return EXEC_TIMED_OUT;
+        if (cancel.isRequested()) return OBZX_RUN_STOPPED_BY_CANCEL;
+        if (Clock::now() >= deadline) return OBZX_RUN_STOPPED_BY_LIMIT;
     }
-    return EXEC_TOO_LONG;
+    return output.tooLong() ? OBZX_RUN_STOPPED_BY_OUTPUT : OBZX_RUN_NOT_STOPPED;
 }
 
 }  // namespace
@@ -108,29 +117,37 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
 {
     text = {};
     // What may fail for another reason than the command comes before there is a command.
-    const unsigned long allowed =
-        std::min(m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout, MAX_SECONDS);
-    SSpawnRequest request{{}, inputFile, directory, environment};
+    const unsigned long capped = m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout;
+    const unsigned long allowed = std::min(capTimeout(capped), MAX_SECONDS);
+    SSpawnRequest request{{}, inputFile, directory, environment, nullptr};
+    const bool isCommand = splitCommandLine(commandLine, request.words);
+    CRunRecord record(commandLine, request.words, allowed);
+    request.inputText = record.inputText();
+    CRunCancel cancel;
     SSpawned spawned;
     int error = EINVAL;
-    if (splitCommandLine(commandLine, request.words) && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) &&
-        !holdsNul(environment))
+    if (isCommand && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) && !holdsNul(environment))
         error = spawnProcess(request, spawned);
     if (error != 0) {
+        record.notStarted(error);
         m_error = notStarted(commandLine, error);
         return m_error.result;
     }
+    // The observer's time is the run's: a slow one does not make the limit longer.
+    const Clock::time_point deadline = Clock::now() + std::chrono::seconds(allowed);
     CChildProcess process(spawned.pid);
+    record.started(spawned.pid);
     CProcessOutput output(spawned.output.get());
-    const EExecResult result = collect(process, output, Clock::now() + std::chrono::seconds(allowed));
-    if (result == EXEC_OK) {
+    const obzx_run_stop stop = collect(process, output, deadline, cancel);
+    if (stop == OBZX_RUN_NOT_STOPPED) {
         m_error = ended(commandLine, process.exitStatus());
     } else {
         process.stop(output.descriptor());
-        m_error = stopped(result, commandLine, allowed);
+        m_error = stopped(stop, commandLine, allowed);
         trace(TRACE_FAILURE, "CFiExecPipePosix::Exec - %s", m_error.message);
     }
-    text = output.takeText(result == EXEC_TOO_LONG ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT);
+    record.ended(m_error.result, stop, process.exitStatus(), output.text());
+    text = output.takeText(stop == OBZX_RUN_STOPPED_BY_OUTPUT ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT);
     return m_error.result;
 }
 

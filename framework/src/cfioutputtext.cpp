@@ -4,6 +4,16 @@
 
 namespace obzx_pdk_4_4 {
 
+std::string CFiOutputText::start(size_t most) const
+{
+    const size_t size = std::min(most, m_size);
+    std::string text;
+    text.reserve(size);
+    while (text.size() < size)
+        text += restOfBlock(text.size()).substr(0, size - text.size());
+    return text;
+}
+
 size_t CFiOutputText::countLines() const
 {
     size_t count = 0;

@@ -10,6 +10,7 @@
 #include <csignal>
 
 #include "framework/src/process_output.h"
+#include "framework/src/run_cancel.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -19,7 +20,7 @@ using std::chrono::milliseconds;
 using std::chrono::seconds;
 
 constexpr seconds GRACE{5};
-// How often is looked for what no descriptor reports: the end of a group, or of a process without one.
+// How often is looked for what no descriptor reports: the end of a group, or of a process without one; a cancellation.
 constexpr milliseconds LOOK_INTERVAL{10};
 
 }  // namespace
@@ -45,16 +46,19 @@ bool CChildProcess::ended()
     return true;
 }
 
-bool CChildProcess::waitFor(int output, Clock::time_point until)
+bool CChildProcess::waitFor(int output, Clock::time_point until, CRunCancel* cancel)
 {
     // Most programs end within a few milliseconds, and their output with them: to watch that is enough for them.
     if (!m_end && (m_lasts || output < 0))
         m_end = CFileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    const int cancelled = cancel != nullptr && m_end ? cancel->descriptor() : -1;
+    const bool isAllWatched = m_end && (cancel == nullptr || cancelled >= 0);
     const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());
-    const milliseconds most = m_end ? milliseconds(INT_MAX) : LOOK_INTERVAL;
-    pollfd watched[] = {{output, POLLIN, 0}, {m_end.get(), POLLIN, 0}};  // poll skips negative ones
-    const int ready = ::poll(watched, 2, static_cast<int>(std::clamp(left, milliseconds(0), most).count()));
+    const milliseconds most = isAllWatched ? milliseconds(INT_MAX) : LOOK_INTERVAL;
+    pollfd watched[] = {{output, POLLIN, 0}, {m_end.get(), POLLIN, 0}, {cancelled, POLLIN, 0}};  // poll skips negatives
+    const int ready = ::poll(watched, 3, static_cast<int>(std::clamp(left, milliseconds(0), most).count()));
     m_lasts = m_lasts || ready == 0;
+    if (ready > 0 && watched[2].revents != 0 && !cancel->isRequested()) cancel->dropDescriptor();
     return ready > 0 && watched[0].revents != 0;
 }
 

@@ -8,6 +8,8 @@
 
 namespace obzx_pdk_4_4 {
 
+class CRunCancel;
+
 constexpr int SIGNAL_STATUS = 128;
 
 /// How a process ended.
@@ -34,11 +36,12 @@ class CChildProcess
     bool ended();
     const SExitStatus& exitStatus() const { return m_status; }
 
-    /// Waits until the process has ended, the output has something to read (or its end), or the time has come; now and
-    /// then returns before any of these.
+    /// Waits until the process has ended, the output has something to read (or its end), the run was cancelled or the
+    /// time has come; now and then returns before any of these.
     /// @param output -1: is not watched
+    /// @param cancel null: is not watched
     /// @return true: the output is ready
-    bool waitFor(int output, Clock::time_point until);
+    bool waitFor(int output, Clock::time_point until, CRunCancel* cancel = nullptr);
 
     /// Ends the process group: SIGTERM, after a grace of 5 s SIGKILL; takes the status. What is still written to the
     /// output in that time is read and dropped.

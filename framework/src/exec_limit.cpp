@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <atomic>
 #include <map>
 #include <mutex>
 #include <string>
@@ -24,6 +25,8 @@ struct SKnownLimit
 };
 
 constexpr size_t MAX_KNOWN = 64;
+
+std::atomic<uint64_t> g_runLimit{0};
 
 std::mutex g_mutex;
 std::map<std::string, SKnownLimit> g_known;  // by path of the store
@@ -51,12 +54,26 @@ unsigned long knownLimit(const ACE_String_Base<char>& component)
     return (g_known[path] = {identity, readLimit(component)}).limit;
 }
 
+unsigned long capped(uint64_t limit, unsigned long wanted)
+{
+    return limit == 0 ? wanted : static_cast<unsigned long>(std::min<uint64_t>(limit, wanted));
+}
+
 }  // namespace
 
 unsigned long capTimeout(const ACE_String_Base<char>& component, unsigned long wanted)
 {
-    const unsigned long limit = knownLimit(component);
-    return limit == 0 ? wanted : std::min(limit, wanted);
+    return capped(knownLimit(component), wanted);
+}
+
+unsigned long capTimeout(unsigned long wanted)
+{
+    return capped(g_runLimit.load(std::memory_order_relaxed), wanted);
+}
+
+void setRunLimit(uint64_t seconds)
+{
+    g_runLimit.store(seconds, std::memory_order_relaxed);
 }
 
 }  // namespace obzx_pdk_4_4

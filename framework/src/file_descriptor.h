@@ -28,6 +28,8 @@ class CFileDescriptor
         m_descriptor = -1;
     }
     int get() const noexcept { return m_descriptor; }
+    /// Hands it over to the caller.
+    int release() noexcept { return std::exchange(m_descriptor, -1); }
     explicit operator bool() const noexcept { return m_descriptor >= 0; }
 
   private:

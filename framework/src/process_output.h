@@ -24,6 +24,7 @@ class CProcessOutput
     int descriptor() const { return m_descriptor; }
     bool tooLong() const { return m_text.size() > LIMIT; }
 
+    const CFiOutputText& text() const { return m_text; }
     /// The first bytes of the text, at most so many.
     CFiOutputText takeText(size_t most);
 

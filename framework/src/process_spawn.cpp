@@ -103,6 +103,7 @@ int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
     CFileDescriptor readEnd, writeEnd;
     const CFileDescriptor input = openInput(request.inputFile);
     if (!input || !openPipe(readEnd, writeEnd)) return errno;
+    if (request.inputText != nullptr) readInputText(input.get(), *request.inputText);
     const std::vector<const char*> arguments = pointers(request.words);
     const std::vector<const char*> environment = childEnvironment(request.environment);
     SChildStart start{programPaths(request.words.front()), arguments.data(), environment.data()};

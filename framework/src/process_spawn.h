@@ -6,16 +6,18 @@
 #include <vector>
 
 #include "framework/src/file_descriptor.h"
+#include "framework/src/input_text.h"
 
 namespace obzx_pdk_4_4 {
 
 /// What is to be run. No text holds a NUL.
 struct SSpawnRequest
 {
-    std::vector<std::string> words;  ///< program and arguments; a program without "/" is looked up in PATH
-    std::string inputFile;           ///< empty: nothing to read
-    std::string directory;           ///< empty: the host's
-    std::string environment;         ///< "NAME=value" on top of the host's environment; empty: nothing
+    std::vector<std::string> words;   ///< program and arguments; a program without "/" is looked up in PATH
+    std::string inputFile;            ///< empty: nothing to read
+    std::string directory;            ///< empty: the host's
+    std::string environment;          ///< "NAME=value" on top of the host's environment; empty: nothing
+    SInputText* inputText = nullptr;  ///< receives what the program can read; null: nobody asks
 };
 
 /// A program that was started as the leader of its own process group.

@@ -5,6 +5,7 @@
 #include <new>
 #include <type_traits>
 
+#include "framework/include/cfientrypoint.h"
 #include "framework/include/cfipluginbase.h"
 #include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
@@ -12,7 +13,7 @@
 
 namespace obzx_pdk_4_4 {
 
-/// Where an entry point stands, for its trace lines.
+/// Where an entry point stands, for its trace lines; the function also names it in run records.
 struct SFiEntryPlace
 {
     const char* function;
@@ -65,8 +66,9 @@ struct FI_PRIVATE CFiContext
 };
 
 /**
- * What every entry point runs in: it traces entry and exit, and holds the checks that come before the operation, in the
- * order in which they are written. The first check that fails fixes the status; nothing after it is done.
+ * What every entry point runs in: it names itself to run records, traces entry and exit, and holds the checks that come
+ * before the operation, in the order in which they are written. The first check that fails fixes the status; nothing
+ * after it is done.
  *
  *   return CFiEntry(FI_HERE).gated().needing(node, parameters).call(&CFiPluginBase::config, node, ...);
  *
@@ -79,7 +81,7 @@ class FI_PRIVATE CFiEntryGuard
 
   public:
     explicit CFiEntryGuard(const SFiEntryPlace& place)
-        : m_trace(CFiContext::fetch<CFiTraceLog>(), place.function, place.line, place.file)
+        : m_place(place.function), m_trace(CFiContext::fetch<CFiTraceLog>(), place.function, place.line, place.file)
     {
     }
 
@@ -143,6 +145,7 @@ class FI_PRIVATE CFiEntryGuard
         m_status = status;
     }
 
+    CFiEntryPoint m_place;  // around all else that the call does
     CFiTraceLogFunction m_trace;
     bool m_isRefused = false;
     int32_t m_status = OBZ_OK;  // of a call that was refused

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "framework/include/obzx_runtime.h"
+
+namespace obzx_pdk_4_4 {
+
+/// The process's run observer. Nothing here allocates.
+class CRunObserver
+{
+  public:
+    static constexpr uint64_t NONE = 0;
+
+    /// Which observer is to be told about a run that begins now on this thread; NONE when none is set, and inside the
+    /// call of one.
+    static uint64_t current() noexcept { return s_current.load(std::memory_order_acquire) == NONE ? NONE : ofThread(); }
+    /// Calls it, unless it is no longer the one that is set.
+    static void call(uint64_t observer, const obzx_run& run) noexcept;
+
+    static void set(obzx_run_observer function, void* context) noexcept;
+
+  private:
+    static uint64_t ofThread() noexcept;
+
+    static std::atomic<uint64_t> s_current;
+};
+
+}  // namespace obzx_pdk_4_4
