@@ -10,6 +10,28 @@ using obzx_pdk_4_4::CFiTraceable;
 using obzx_pdk_4_4::TRACE_DETAIL;
 using obzx_pdk_4_4::TRACE_FAILURE;
 
+namespace {
+
+// A state that another process made names an image that the group may not have met yet, so its images are listed once.
+CTimeImagePtr imageNamed(CBaseConsistencyGroup& group, const CString& name)
+{
+    const CTimeImagePtr known = group.getTimeImage(name);
+    if (known) return known;
+    group.populateTimeImageInformation();
+    return group.getTimeImage(name);
+}
+
+// Which checkpoint became which image is known only to the process that made the image; to any other one it is the
+// state that tells, as long as it speaks of the same checkpoint.
+CTimeImagePtr imageOfCheckPoint(CBaseConsistencyGroup& group, const CString& checkPoint, const CString& ofState)
+{
+    const CTimeImagePtr known = group.getTimeImageFromCheckPoint(checkPoint);
+    if (known || ofState != timeImageOfCheckPoint(checkPoint)) return known;
+    return imageNamed(group, ofState);
+}
+
+}  // namespace
+
 SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImportRequest& request,
                              const CFiTraceable& log)
 {
@@ -27,7 +49,7 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
                   state.m_consistencyGroup);
         return {};
     }
-    const CTimeImagePtr image = group->getTimeImage(state.m_timeImage);
+    const CTimeImagePtr image = imageNamed(*group, state.m_timeImage);
     if (!image) {
         log.trace(TRACE_FAILURE, "CCDPPlugin::%s- Could not get time image for consistency group [%s]", operation,
                   group->getName());
@@ -49,7 +71,7 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
     if (!isClaimed(log, static_cast<bool>(appliance), operation, "appliance", target.m_source)) return {};
     const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
     if (!isClaimed(log, static_cast<bool>(group), operation, "consistency group", target.m_source)) return {};
-    const CTimeImagePtr image = group->getTimeImageFromCheckPoint(target.m_checkPoint);
+    const CTimeImagePtr image = imageOfCheckPoint(*group, target.m_checkPoint, request.m_primary->m_timeImage);
     if (!image) {
         log.trace(TRACE_FAILURE, "CCDPPlugin::%s- Could not create time image for consistency group [%s]", operation,
                   group->getName());

@@ -30,11 +30,13 @@ struct SFoundImage
     CTimeImagePtr m_image;  ///< empty: not found, and traced
 };
 
-/// The image that the primary's state names.
+/// The image that the primary's state names. Like findImageOfTarget it has the group list its images, once, when the
+/// group does not know the image of the state; nothing else asks for that list.
 SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImportRequest& request,
                              const obzx_pdk_4_4::CFiTraceable& log);
 
-/// The image that a target-device name stands for; its name goes into the state of the primary and the target.
+/// The image that a target-device name stands for; its name goes into the state of the primary and the target. An image
+/// that another process made is found when the state names the image of the name's own checkpoint.
 /// @param nodeTag what the name has to be longer than, and stands before the tagged values
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
                               const CString& nodeTag, const obzx_pdk_4_4::CFiTraceable& log);

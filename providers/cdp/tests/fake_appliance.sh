@@ -85,6 +85,13 @@ createImage() {
     done
 }
 
+# The images of a group by name.
+listImages() {
+    images=$(cd "$own" && set +f && ls -d "ti.$1."* 2>/dev/null | sed "s/^ti\\.$1\\.//")
+    [ -n "$images" ] || images="There are none!"
+    echo "$images"
+}
+
 case "$kind" in
 "list hosts") cat "$own/hosts" ;;
 "show host") echo "Host $name" ;;
@@ -99,6 +106,7 @@ case "$kind" in
     rm "$own/ann.$group.$name"
     ;;
 "create timeimage") createImage "$@" ;;
+"list timeimages") listImages "$name" ;;
 "show timeimage") cat "$own/ti.$group.$name" ;;
 "delete timeimage")
     [ -f "$own/ti.$group.$name" ] || refuse "Error: no time image $name"

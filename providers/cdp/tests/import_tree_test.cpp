@@ -5,8 +5,11 @@ namespace cdpfi {
 
 namespace {
 
+using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
+
+constexpr const char* LIST_OF_IMAGES = "server1: list timeimages \"cg1\"";
 
 class ImportTree : public CPluginTest
 {
@@ -110,6 +113,33 @@ TEST_F(ImportTree, ACheckPointWithoutAnImageFails)
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(targetName("S1", "KSV_Check_Point_78")));
     expectTrace("import_tree_no_image_of_checkpoint");
     EXPECT_EQ(nullptr, m_output);
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
+    EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty()) << "the state speaks of another checkpoint";
+}
+
+TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
+{
+    setPrimaryUp();
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    EXPECT_EQ(OBZ_OK, importTree("/dev/sda"));
+    expectTrace("import_tree_listed_image_of_state");
+    ASSERT_NE(nullptr, m_output);
+    EXPECT_STREQ("/dev/imageS1", m_output->name);
+    obzx_free_objid(m_output);
+}
+
+TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
+{
+    setPrimaryUp();
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    EXPECT_EQ(OBZ_OK, importTree(m_target));
+    expectTrace("import_tree_listed_image_of_target");
+    ASSERT_NE(nullptr, m_output);
+    EXPECT_STREQ("/dev/imageS1", m_output->name);
+    obzx_free_objid(m_output);
 }
 
 TEST_F(ImportTree, ATransportableOrIntendedPrimaryIsNotImported)
@@ -140,6 +170,7 @@ TEST_F(ImportTree, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
     primaryData().m_timeImage = "KSV_Time_Image_1";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
     expectTrace("import_tree_unknown_image");
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     m_trace.clear();
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));

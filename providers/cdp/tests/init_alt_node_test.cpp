@@ -8,6 +8,8 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+constexpr const char* LIST_OF_IMAGES = "server1: list timeimages \"cg1\"";
+
 class InitAltNode : public CPluginTest
 {
   protected:
@@ -175,6 +177,7 @@ TEST_F(InitAltNode, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
     primaryData().m_timeImage = "KSV_Time_Image_1";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
     expectTrace("init_alt_node_unknown_image");
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     m_trace.clear();
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
@@ -201,6 +204,119 @@ TEST_F(InitAltNode, ATargetDeviceNameThatLeadsNowhereFails)
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(noImage));
     expectTrace("init_alt_node_no_image_of_checkpoint");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode target("/dev/sda");
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    expectTrace("init_alt_node_listed_image_of_state");
+    EXPECT_STREQ("/dev/imageS1", target->identity->name);
+    EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
+    EXPECT_THAT(m_scenario.takeCommands(),
+                ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\"",
+                            "kforutil discover", "kforutil listdisk"));
+}
+
+TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode target(m_target.c_str());
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    expectTrace("init_alt_node_listed_image_of_target");
+    EXPECT_STREQ("/dev/imageS1", target->identity->name);
+    EXPECT_EQ(CString("KSV_Time_Image_77"), targetData(target).m_timeImage);
+    EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
+    EXPECT_THAT(m_scenario.takeCommands(),
+                ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\"",
+                            "kforutil discover", "kforutil listdisk"));
+}
+
+TEST_F(InitAltNode, AnImageThatIsKnownByNowIsNotListedAgain)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode first(m_target.c_str());
+    ASSERT_EQ(OBZ_OK, initAltNode(first));
+    m_scenario.takeCommands();
+    CNode target(targetName("S2", "KSV_Check_Point_77").c_str());
+    CNode device("/dev/sda");
+    EXPECT_EQ(OBZ_OK, initAltNode(target)) << "no checkpoint is known to have become the image; its name is enough";
+    EXPECT_EQ(OBZ_OK, initAltNode(device));
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
+TEST_F(InitAltNode, AnImageThatThisProcessMadeIsNotLookedForInTheList)
+{
+    CNode target(m_target.c_str());
+    makeImage(target);
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre("kforutil discover", "kforutil listdisk"));
+}
+
+TEST_F(InitAltNode, ATargetDeviceWhoseImageTheListDoesNotHoldEitherFails)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_78", {"S1"});
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode target(m_target.c_str());
+    EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
+    expectTrace("init_alt_node_image_not_listed");
+    EXPECT_STREQ(m_target.c_str(), target->identity->name);
+    EXPECT_THAT(m_scenario.takeCommands(),
+                ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_78\" \"cg1\""));
+}
+
+TEST_F(InitAltNode, AListThatIsRefusedIsAskedForOnceAndTheImportFails)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
+    m_scenario.refuse("*list timeimages*");
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode target(m_target.c_str());
+    EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
+    expectTrace("init_alt_node_list_refused");
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
+    m_scenario.refuseNothing();
+    EXPECT_EQ(OBZ_OK, initAltNode(target)) << "the next call asks again";
+    EXPECT_STREQ("/dev/imageS1", target->identity->name);
+}
+
+TEST_F(InitAltNode, AListedImageThatCannotBeShownFailsAndIsAskedForAgainByTheNextCall)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
+    m_scenario.refuse("*show timeimage*");
+    primaryData().m_timeImage = "KSV_Time_Image_77";
+    CNode target("/dev/sda");
+    EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
+    expectTrace("init_alt_node_listed_image_not_shown");
+    m_scenario.refuseNothing();
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    EXPECT_STREQ("/dev/imageS1", target->identity->name);
+}
+
+TEST_F(InitAltNode, OnlyTheImageOfTheNamesOwnCheckpointIsLookedForInTheList)
+{
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
+    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_78", {"S1"});
+    CNode target(m_target.c_str());
+    for (const char* image : {"KSV_Time_Image_78", "KSV_Time_Image_7", "KSV_Time_Image_777", "ksv_time_image_77"}) {
+        primaryData().m_timeImage = image;
+        EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target)) << image;
+    }
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+    EXPECT_STREQ(m_target.c_str(), target->identity->name);
+}
+
+TEST_F(InitAltNode, WithoutAnImageInTheStateNoListIsAskedFor)
+{
+    CNode target(m_target.c_str());
+    ASSERT_EQ(OBZ_OK, initAltNode(target));
+    EXPECT_EQ(OBZ_OK, initAltNode(target)) << "the image of this process is there";
+    const std::vector<std::string> commands = m_scenario.takeCommands();
+    EXPECT_THAT(commands, testing::Not(testing::Contains(LIST_OF_IMAGES)));
+    EXPECT_EQ(2u, commands.size()) << "create and show";
 }
 
 TEST_F(InitAltNode, WithoutMemoryForTheIdentityTheTargetKeepsItsOwn)

@@ -87,6 +87,19 @@ void CScenario::addDisk(const std::string& path, const std::string& serial) cons
     writeState("disks", readState("disks") + path + " " + serial + "\n");
 }
 
+void CScenario::addTimeImage(const std::string& server, const std::string& group, const std::string& image,
+                             const std::vector<std::string>& serials) const
+{
+    std::string listing = "TimeImage LUNs:\n";
+    std::string disks = readState("pending");
+    for (const std::string& serial : serials) {
+        listing += "image" + serial + " [T" + serial + "] <- lun" + serial + " [" + serial + "]\n";
+        disks += "/dev/image" + serial + " T" + serial + "\n";
+    }
+    writeState(server + "/ti." + group + "." + image, listing);
+    writeState("pending", disks);
+}
+
 void CScenario::refuse(const std::string& pattern) const
 {
     writeState("fail", readState("fail") + pattern + "\n");

@@ -30,6 +30,9 @@ class CScenario
     void addAppliance(const std::string& name, const CGroups& groups, const std::vector<std::string>& hosts = {});
     /// A disk of this host that shows a LUN.
     void addDisk(const std::string& path, const std::string& serial) const;
+    /// A time image of LUNs that nobody of this process made; a disk of this host once the disks are rescanned.
+    void addTimeImage(const std::string& server, const std::string& group, const std::string& image,
+                      const std::vector<std::string>& serials) const;
     /// From here on, commands that match the shell pattern are refused.
     void refuse(const std::string& pattern) const;
     void refuseNothing() const;
