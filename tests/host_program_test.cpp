@@ -1,8 +1,10 @@
 // A host program that keeps the plug-in loaded: what one process does more than once.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -160,9 +162,57 @@ class HostProgram : public testing::Test
     {
         int32_t made = 0;
         ASSERT_EQ(makeSnapshot("session", made), OBZ_OK);
-        m_target = "<cdpfi><DeviceID>" + m_serial + "<DeviceID/><Annotation>KSV_Check_Point_" +
-                   std::to_string(getpid()) + "<Annotation/>";
+        m_target = targetOf(getpid());
         m_copy.identity = obzx_get_objid(m_target.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+    }
+
+    /// Name of the copy that a process took.
+    std::string targetOf(pid_t process) const
+    {
+        return "<cdpfi><DeviceID>" + m_serial + "<DeviceID/><Annotation>KSV_Check_Point_" + std::to_string(process) +
+               "<Annotation/>";
+    }
+
+    /// A process of its own that takes a copy and makes its time image; its id.
+    pid_t runProcessThatMakesAnImage()
+    {
+        const pid_t other = fork();
+        if (other == 0) {
+            start();
+            if (!HasFailure()) takeCopy();
+            if (!HasFailure()) {
+                EXPECT_EQ(import(), OBZ_OK);
+            }
+            std::fflush(nullptr);
+            _exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+        }
+        int status = -1;
+        EXPECT_EQ(waitpid(other, &status, 0), other);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == EXIT_SUCCESS) << status;
+        return other;
+    }
+
+    /// The copy of the data that another process's time image shows, imported under a name.
+    void importImageOf(pid_t process, const std::string& name)
+    {
+        ASSERT_NO_FATAL_FAILURE(start());
+        ASSERT_NO_FATAL_FAILURE(nameTimeImage(process));
+        m_copy.identity = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+        ASSERT_EQ(import(), OBZ_OK);
+        EXPECT_NE(m_copy.identity->name, name) << "the path that shows the image";
+        EXPECT_EQ(contentOf(m_copy.identity->name), m_before);
+        EXPECT_NE(contentOf(m_site.device("vault", "data")), m_before);
+    }
+
+    /// Data, a copy of it that another process makes, and other data after that.
+    pid_t writeCopyAndOverwrite()
+    {
+        m_site.write("vault", "data", "before");
+        m_before = contentOf(m_site.device("vault", "data"));
+        m_serial = m_site.serial("vault", "data");
+        const pid_t other = runProcessThatMakesAnImage();
+        m_site.write("vault", "data", "after");
+        return other;
     }
 
     int32_t dispose()
@@ -172,14 +222,14 @@ class HostProgram : public testing::Test
     int32_t import() { return m_host->entry<obzx_fi_init_altnode_fn>("init_altnode")(node(), nullptr, &m_copy); }
 
     /// Names the copy's time image in the node's state, as a host does between the two calls of an import.
-    void nameTimeImage() const
+    void nameTimeImage(pid_t maker = getpid()) const
     {
         auto* const processState = m_host->entry<obzx_fi_process_providerstate_fn>("process_providerstate");
         obz_blob blob{};
         ASSERT_EQ(processState(node(), &blob, OBZ_STATE_GET), OBZ_OK);
         std::string state(static_cast<const char*>(blob.data));
         obzx_free_buf(blob.data, blob.size);
-        state.replace(state.find("</TimeImage>"), 0, "KSV_Time_Image_" + std::to_string(getpid()));
+        state.replace(state.find("</TimeImage>"), 0, "KSV_Time_Image_" + std::to_string(maker));
         blob = {state.size() + 1, state.data(), OBZ_ENCODING_STRING};
         ASSERT_EQ(processState(node(), &blob, OBZ_STATE_SET), OBZ_OK);
     }
@@ -191,6 +241,7 @@ class HostProgram : public testing::Test
     std::optional<CNode> m_node;
     std::string m_serial;
     std::string m_target;
+    std::string m_before;
     obz_domain m_copy{};
 };
 
@@ -212,6 +263,35 @@ TEST_F(HostProgram, SecondSnapshotOfTheSameGroupByOneProcessIsRefusedByTheApplia
     const std::vector<std::string> copies = m_site.copiesOf("vault", "payroll");
     ASSERT_EQ(copies.size(), 1u);
     EXPECT_NE(copies.front().find("KSV_Check_Point_" + std::to_string(getpid())), std::string::npos);
+}
+
+TEST_F(HostProgram, ProcessImportsTheTimeImageThatAnotherOneMadeByTheNameOfTheCopy)
+{
+    const pid_t other = writeCopyAndOverwrite();
+    importImageOf(other, targetOf(other));
+}
+
+TEST_F(HostProgram, ProcessImportsTheTimeImageThatAnotherOneMadeByADevicePath)
+{
+    const pid_t other = writeCopyAndOverwrite();
+    importImageOf(other, m_site.device("vault", "data"));
+}
+
+TEST_F(HostProgram, TimeImageOfTheStateThatIsGoneFailsTheImport)
+{
+    const pid_t other = writeCopyAndOverwrite();
+    const std::string image = "KSV_Time_Image_" + std::to_string(other);
+    ASSERT_EQ(m_site.lmsh("production", "vault", "delete timeimage \"" + image + "\" \"payroll\"").status, 0);
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(nameTimeImage(other));
+    m_copy.identity = obzx_get_objid(targetOf(other).c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+
+    EXPECT_EQ(import(), OBZ_ERR_FAILED);
+
+    ASSERT_FALSE(m_host->failures.empty());
+    EXPECT_EQ(m_host->failures.back(),
+              "CCDPPlugin::initAltNode- Could not create time image for consistency group [payroll]");
+    EXPECT_EQ(m_copy.identity->name, targetOf(other));
 }
 
 TEST_F(HostProgram, DisposingTwiceIsNoError)
