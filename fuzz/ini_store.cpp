@@ -3,6 +3,7 @@
 
 #include <climits>
 #include <utility>
+#include <vector>
 
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfistringtool.h"
@@ -34,18 +35,68 @@ std::string read(CFiConfiguration& store, const char* section, const char* name)
     return {value.fast_rep(), value.length()};
 }
 
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::vector<std::string> lines(1);
+    for (const char c : text) {
+        if (c == '\n')
+            lines.emplace_back();
+        else
+            lines.back() += c;
+    }
+    return lines;
+}
+
 void requireValues(const std::string& text)
 {
     CFiConfiguration store("fuzz");
+    const std::vector<std::string> lines = linesOf(text);
     for (const auto& [section, name] : VALUES) {
         const std::string value = read(store, section, name);
-        require(text.find(value) != std::string::npos, "a value stands in the file");
+        const auto line = static_cast<size_t>(store.lineOf(section, name));
+        require(line <= lines.size(), "a value stands on a line of the file");
+        require(line != 0 || value.empty(), "a value that stands nowhere is none");
+        if (line != 0) {
+            const std::string& whole = lines[line - 1];
+            require(whole.find(name) < whole.find('=') && whole.find(value) != std::string::npos,
+                    "name and value stand on the line that is told");
+        }
         long number = -1;
         if (store.getIntegerValue(name, number) == 0)
             require(number >= 0 && number <= INT_MAX, "a number is one of those that are documented");
         else
             require(number == -1, "a number that is not there leaves the value alone");
     }
+}
+
+// The text without the lines that cannot be read; they are told in order and as they stand.
+std::string readablePart(const std::string& text)
+{
+    const CFiConfiguration store("fuzz");
+    std::vector<std::string> lines = linesOf(text);
+    long former = 0;
+    for (const obzx_pdk_4_4::SFiUnreadableLine& line : store.unreadableLines()) {
+        require(line.m_line > former && static_cast<size_t>(line.m_line) <= lines.size(), "a line is told once");
+        former = line.m_line;
+        std::string& whole = lines[static_cast<size_t>(line.m_line) - 1];
+        require(!line.m_text.empty() && whole.find(line.m_text) != std::string::npos, "a line is told as it stands");
+        whole.clear();
+    }
+    std::string rest;
+    for (const std::string& line : lines)
+        rest += line + '\n';
+    return rest;
+}
+
+std::vector<std::string> allValues()
+{
+    CFiConfiguration store("fuzz");
+    std::vector<std::string> values;
+    for (const auto& [section, name] : VALUES) {
+        values.push_back(read(store, section, name));
+        values.push_back(std::to_string(store.lineOf(section, name)));
+    }
+    return values;
 }
 
 // Whether the library's own store of this form would read the text as it is meant: it takes long lines apart, gives
@@ -112,7 +163,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::string text(fuzz::textOf(data, size));
     const std::string path = root.write("fuzz.conf", text);
     requireValues(text);
-    if (isTame(text)) requireSameAsLibrary(path);
+
+    const std::vector<std::string> values = allValues();
+    const std::string readable = readablePart(text);
+    root.write("fuzz.conf", readable);
+    require(CFiConfiguration("fuzz").unreadableLines().empty(), "what is left can be read");
+    require(allValues() == values, "a line that cannot be read costs nothing else");
+    if (isTame(readable)) requireSameAsLibrary(path);
 
     const std::string value = plainText(text);
     root.write("fuzz.conf", "[FI_TRACE]\nLEVEL=3\n[FI_NETWORK]\nLOCAL_NAME=" + value + "\nOTHER=1\n");

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "framework/include/obzx_export.h"
 
@@ -14,9 +15,18 @@ namespace obzx_pdk_4_4 {
 /// or as it stands when that is unset or empty.
 OBZX_API std::string placePath(const std::string& path);
 
+/// A line of a configuration store that says nothing because it has no form that the store knows.
+struct SFiUnreadableLine
+{
+    long m_line;         ///< from 1
+    std::string m_text;  ///< without the blanks around it; any bytes
+};
+
 /**
  * Configuration store of a component: /etc/qz/<component>.conf below the root directory, in INI form, read anew by each
- * object. A store that is missing, unreadable, not a regular file, larger than 1 MiB or malformed has no sections.
+ * object. A store that is missing, unreadable, not a regular file or larger than 1 MiB has no sections. A line that
+ * cannot be read costs that line and nothing else: what is below it still belongs to the section above it. The trace
+ * log of the component names such lines when it is initialised. Names of sections and values are exact.
  * Construction and reading throw std::bad_alloc; a value is never cut short or passed over for lack of memory.
  */
 class OBZX_API CFiConfiguration
@@ -37,6 +47,14 @@ class OBZX_API CFiConfiguration
     int getStringValue(const char* name, ACE_String_Base<char>& value);
     /// The same for a whole number from 0 to 2^31 - 1.
     int getIntegerValue(const char* name, long& value);
+
+    /// Where the store lies on this host, whether or not it is there; empty for a component that cannot name a file.
+    /// @throw std::bad_alloc
+    std::string path() const;
+    /// The line, from 1, of the value that counts; 0 when it is not there. Opens no section.
+    long lineOf(const char* section, const char* value) const;
+    /// The lines that cannot be read, in order; valid as long as the object is.
+    const std::vector<SFiUnreadableLine>& unreadableLines() const;
 
   private:
     struct SStore;

@@ -106,7 +106,8 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
 
     /// Reads the configuration and opens the file. An empty second or third text, 1 and false are the usual arguments;
     /// file overrides FILE, directory the folder of the default file, level the default level when above 1. A log that
-    /// is initialised stays as it is.
+    /// is initialised stays as it is. Each line of the configuration store that cannot be read becomes a line of
+    /// level 2.
     void initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
                     const ACE_String_Base<char>& directory, int32_t level, bool append);
     bool isInitialized() const { return m_initialized.load(std::memory_order_acquire); }

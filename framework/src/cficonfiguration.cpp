@@ -3,7 +3,6 @@
 #include <charconv>
 #include <climits>
 #include <new>
-#include <optional>
 
 #include "framework/include/cfistringtool.h"
 #include "framework/src/configuration_path.h"
@@ -27,22 +26,23 @@ std::string configurationPath(const ACE_String_Base<char>& component)
 
 struct CFiConfiguration::SStore
 {
-    std::optional<CIniStore> sections;
+    std::string path;
+    CIniStore sections;
     const CIniStore::CSection* open = nullptr;
 };
 
 CFiConfiguration::CFiConfiguration(const ACE_String_Base<char>& component) : m_store(std::make_unique<SStore>())
 {
-    const std::string path = configurationPath(component);
-    if (path.empty()) return;
-    if (const auto text = readRegularFile(path, MAX_STORE_SIZE)) m_store->sections = CIniStore::parse(*text);
+    m_store->path = configurationPath(component);
+    if (m_store->path.empty()) return;
+    if (const auto text = readRegularFile(m_store->path, MAX_STORE_SIZE)) m_store->sections = CIniStore(*text);
 }
 
 CFiConfiguration::~CFiConfiguration() = default;
 
 int CFiConfiguration::openSection(const char* section, ACE_Configuration_Section_Key& /*key*/, int /*readOnly*/)
 {
-    m_store->open = section == nullptr || !m_store->sections ? nullptr : m_store->sections->findSection(section);
+    m_store->open = section == nullptr ? nullptr : m_store->sections.findSection(section);
     return m_store->open == nullptr ? -1 : 0;
 }
 
@@ -52,9 +52,10 @@ int CFiConfiguration::getStringValue(const char* name, ACE_String_Base<char>& va
     const auto found = m_store->open->find(std::string_view(name));
     if (found == m_store->open->end()) return -1;
     // The text class leaves a text empty for which it finds no memory.
-    const ACE_String_Base<char> copy(found->second.data(), found->second.size());
+    const std::string& text = found->second.m_text;
+    const ACE_String_Base<char> copy(text.data(), text.size());
     value = copy;
-    if (copy.length() != found->second.size() || value != copy) throw std::bad_alloc();
+    if (copy.length() != text.size() || value != copy) throw std::bad_alloc();
     return 0;
 }
 
@@ -69,6 +70,23 @@ int CFiConfiguration::getIntegerValue(const char* name, long& value)
     if (error != std::errc() || stop != end || number < 0 || number > INT_MAX) return -1;
     value = number;
     return 0;
+}
+
+std::string CFiConfiguration::path() const
+{
+    return m_store->path;
+}
+
+long CFiConfiguration::lineOf(const char* section, const char* value) const
+{
+    if (section == nullptr || value == nullptr) return 0;
+    const CIniStore::SValue* const found = m_store->sections.findValue(section, value);
+    return found == nullptr ? 0 : found->m_line;
+}
+
+const std::vector<SFiUnreadableLine>& CFiConfiguration::unreadableLines() const
+{
+    return m_store->sections.unreadableLines();
 }
 
 }  // namespace obzx_pdk_4_4

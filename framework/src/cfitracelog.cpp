@@ -28,9 +28,8 @@ struct STraceSettings
     STraceFileSettings file;
 };
 
-void readStore(STraceSettings& settings, const ACE_String_Base<char>& component)
+void readStore(STraceSettings& settings, CFiConfiguration& store)
 {
-    CFiConfiguration store(component);
     ACE_Configuration_Section_Key key;
     if (store.openSection("FI_TRACE", key, 1) != 0) return;
     long number = 0;
@@ -62,18 +61,27 @@ std::string defaultPath(const std::string& component, const std::string& directo
     return (directory.empty() ? "/var/log/qz" : directory) + "/" + component + ".log";
 }
 
-STraceSettings readSettings(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
-                            const ACE_String_Base<char>& directory, int32_t level)
+STraceSettings readSettings(CFiConfiguration& store, const ACE_String_Base<char>& component,
+                            const ACE_String_Base<char>& file, const ACE_String_Base<char>& directory, int32_t level)
 {
     STraceSettings settings;
     if (level > 1) settings.level = level;
     settings.file.path = defaultPath(CFiStringTool::tstr2str(component), CFiStringTool::tstr2str(directory));
-    readStore(settings, component);
+    readStore(settings, store);
     if (!file.empty()) settings.file.path = CFiStringTool::tstr2str(file);
     if (settings.file.path.find('\0') != std::string::npos) settings.file.path.clear();
     if (!settings.file.path.empty()) settings.file.path = placePath(settings.file.path);
     if (const auto wanted = levelFromEnvironment()) settings.level = *wanted;
     return settings;
+}
+
+// Others read the store again and again; the log, which reads it once each start, tells what is wrong with it.
+void traceUnreadableLines(CFiTraceLog& log, const CFiConfiguration& store)
+{
+    for (const SFiUnreadableLine& line : store.unreadableLines()) {
+        log.trace(TRACE_INVALID, "CFiConfiguration - line [%d] of [%s] cannot be read and is skipped.", line.m_line,
+                  store.path());
+    }
 }
 
 }  // namespace
@@ -93,15 +101,18 @@ CFiTraceLog::~CFiTraceLog() = default;
 void CFiTraceLog::initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
                              const ACE_String_Base<char>& directory, int32_t level, bool /*append*/)
 {
-    const std::lock_guard<std::mutex> guard(m_state->mutex);
+    std::unique_lock<std::mutex> guard(m_state->mutex);
     if (isInitialized()) return;
-    STraceSettings settings = readSettings(component, file, directory, level);
+    CFiConfiguration store(component);
+    STraceSettings settings = readSettings(store, component, file, directory, level);
     m_component = component;
     if (m_component != component) throw std::bad_alloc();  // the text class leaves a text as it was without a word
     m_state->component = CFiStringTool::tstr2str(component);
     m_state->file = std::make_unique<CTraceFile>(std::move(settings.file));
     m_level.store(settings.level, std::memory_order_relaxed);
     m_initialized.store(true, std::memory_order_release);
+    guard.unlock();
+    traceUnreadableLines(*this, store);
 }
 
 void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* args, size_t count)

@@ -27,29 +27,17 @@ bool isName(std::string_view text)
     return !text.empty() && text.size() <= MAX_NAME && text.find_first_of("[]\"\\/") == std::string_view::npos;
 }
 
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
 }  // namespace
 
-bool CIniStore::SNameOrder::operator()(std::string_view a, std::string_view b) const
+CIniStore::CIniStore(std::string_view text)
 {
-    return std::ranges::lexicographical_compare(a, b, {}, lower, lower);
-}
-
-std::optional<CIniStore> CIniStore::parse(std::string_view text)
-{
-    if (text.find('\0') != std::string_view::npos) return std::nullopt;
-    CIniStore store;
     CSection* section = nullptr;
-    while (!text.empty()) {
+    for (long number = 1; !text.empty(); ++number) {
         const size_t end = std::min(text.find('\n'), text.size());
-        if (!store.readLine(trimmed(text.substr(0, end)), section)) return std::nullopt;
+        const std::string_view line = trimmed(text.substr(0, end));
+        if (!readLine(line, number, section)) m_unreadable.push_back({number, std::string(line)});
         text.remove_prefix(std::min(end + 1, text.size()));
     }
-    return store;
 }
 
 const CIniStore::CSection* CIniStore::findSection(std::string_view name) const
@@ -58,9 +46,18 @@ const CIniStore::CSection* CIniStore::findSection(std::string_view name) const
     return found == m_sections.end() ? nullptr : &found->second;
 }
 
-/// False when the line is malformed.
-bool CIniStore::readLine(std::string_view line, CSection*& section)
+const CIniStore::SValue* CIniStore::findValue(std::string_view section, std::string_view name) const
 {
+    const CSection* const values = findSection(section);
+    if (values == nullptr) return nullptr;
+    const auto found = values->find(name);
+    return found == values->end() ? nullptr : &found->second;
+}
+
+/// False when the line cannot be read.
+bool CIniStore::readLine(std::string_view line, long number, CSection*& section)
+{
+    if (line.find('\0') != std::string_view::npos) return false;
     if (line.empty() || line.front() == ';' || line.front() == '#') return true;
     if (line.front() == '[') {
         const size_t end = line.rfind(']');
@@ -74,7 +71,7 @@ bool CIniStore::readLine(std::string_view line, CSection*& section)
     if (section == nullptr || equals == std::string_view::npos) return false;
     const std::string_view name = trimmed(line.substr(0, equals));
     if (!isName(name)) return false;
-    (*section)[std::string(name)] = unquoted(trimmed(line.substr(equals + 1)));
+    (*section)[std::string(name)] = {std::string(unquoted(trimmed(line.substr(equals + 1)))), number};
     return true;
 }
 

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "framework/include/cficonfiguration.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -15,9 +17,9 @@ namespace obzx_pdk_4_4 {
  *     value = text | '"' text '"'
  *     name  = 1 to 255 characters other than "[", "]", '"', "\" and "/"
  *
- * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. Upper and
- * lower case do not differ in names. A section may come again; the last of several values of one name counts. A text of
- * any other form, with a value before the first section, or with a NUL has no sections at all.
+ * Blanks around lines, names and values do not belong to them; of quotes around a value one pair does not. Names are
+ * exact. A section may come again; the last of several values of one name counts. A line of any other form, a value
+ * before the first section and a line with a NUL are passed over and noted; all other lines count.
  *
  * ACE's own store of this form answers with wrong values, or ends the process, when memory runs out; this one throws
  * std::bad_alloc.
@@ -25,24 +27,27 @@ namespace obzx_pdk_4_4 {
 class CIniStore
 {
   public:
-    /// Names differ by more than the case of ASCII letters.
-    struct SNameOrder
+    struct SValue
     {
-        using is_transparent = void;
-        bool operator()(std::string_view a, std::string_view b) const;
+        std::string m_text;
+        long m_line;  ///< from 1
     };
-    using CSection = std::map<std::string, std::string, SNameOrder>;
+    using CSection = std::map<std::string, SValue, std::less<>>;
 
-    /// Empty when the text is malformed.
-    static std::optional<CIniStore> parse(std::string_view text);
+    CIniStore() = default;
+    explicit CIniStore(std::string_view text);
 
-    /// Null when there is no such section; valid as long as the store is.
+    /// Null when there is no such section, or no such value in it; valid as long as the store is.
     const CSection* findSection(std::string_view name) const;
+    const SValue* findValue(std::string_view section, std::string_view name) const;
+    /// In the order of the lines.
+    const std::vector<SFiUnreadableLine>& unreadableLines() const { return m_unreadable; }
 
   private:
-    bool readLine(std::string_view line, CSection*& section);
+    bool readLine(std::string_view line, long number, CSection*& section);
 
-    std::map<std::string, CSection, SNameOrder> m_sections;
+    std::map<std::string, CSection, std::less<>> m_sections;
+    std::vector<SFiUnreadableLine> m_unreadable;
 };
 
 }  // namespace obzx_pdk_4_4

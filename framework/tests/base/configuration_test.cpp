@@ -67,11 +67,59 @@ TEST_F(Configuration, QuotesAndBlanksAroundAValueDoNotBelongToIt)
     EXPECT_EQ(value("S", "EQ"), "a=b");
 }
 
-TEST_F(Configuration, NamesDifferByMoreThanCase)
+TEST_F(Configuration, NamesAreExact)
 {
     configure("[First]\nName=a\nNAME=b\n[FIRST]\nOther=c\n");
-    EXPECT_EQ(value("FIRST", "name"), "b");
-    EXPECT_EQ(value("first", "OTHER"), "c");
+    EXPECT_EQ(value("First", "Name"), "a");
+    EXPECT_EQ(value("First", "NAME"), "b");
+    EXPECT_EQ(value("First", "name"), "<none>");
+    EXPECT_EQ(value("First", "Other"), "<none>");
+    EXPECT_EQ(value("FIRST", "Other"), "c");
+    EXPECT_EQ(value("FIRST", "OTHER"), "<none>");
+    EXPECT_EQ(value("first", "Other"), "<none>");
+}
+
+TEST_F(Configuration, SectionMayComeAgainAndTheLastOfSeveralValuesCounts)
+{
+    configure("[S]\nA=1\nB=1\n[T]\nA=2\n[S]\nA=3\n");
+    EXPECT_EQ(value("S", "A"), "3");
+    EXPECT_EQ(value("S", "B"), "1");
+    EXPECT_EQ(value("T", "A"), "2");
+}
+
+TEST_F(Configuration, TellsWhereItLiesAndOnWhichLineAValueStands)
+{
+    configure("# first\n\n[S]\r\nA=1\nbroken\nB=2\n[T]\nA=\n[S]\nA=3");
+    const CFiConfiguration store("unit");
+    EXPECT_EQ(store.path(), storePath());
+    EXPECT_EQ(store.lineOf("S", "A"), 10);
+    EXPECT_EQ(store.lineOf("S", "B"), 6);
+    EXPECT_EQ(store.lineOf("T", "A"), 8) << "an empty value is one";
+    for (const auto& [section, name] : {std::pair("S", "C"), {"U", "A"}, {"s", "A"}, {"", ""}})
+        EXPECT_EQ(store.lineOf(section, name), 0) << section << name;
+    EXPECT_EQ(store.lineOf(nullptr, "A"), 0);
+    EXPECT_EQ(store.lineOf("S", nullptr), 0);
+}
+
+TEST_F(Configuration, LookingForALineOpensNoSection)
+{
+    configure("[S]\nA=1\n[T]\nA=2\n");
+    CFiConfiguration store("unit");
+    ACE_Configuration_Section_Key key;
+    ACE_String_Base<char> found;
+    ASSERT_EQ(store.openSection("S", key, 1), 0);
+    EXPECT_EQ(store.lineOf("T", "A"), 4);
+    ASSERT_EQ(store.getStringValue("A", found), 0);
+    EXPECT_STREQ(found.c_str(), "1");
+}
+
+TEST_F(Configuration, StoreThatIsNotThereTellsWhereItWouldBe)
+{
+    const CFiConfiguration store("unit");
+    EXPECT_EQ(store.path(), storePath());
+    EXPECT_EQ(store.lineOf("S", "A"), 0);
+    EXPECT_TRUE(store.unreadableLines().empty());
+    EXPECT_EQ(CFiConfiguration("../unit").path(), "");
 }
 
 TEST_F(Configuration, IsReadAnewByEachObject)
@@ -155,32 +203,65 @@ TEST_F(Configuration, StoreIsReadUpToOneMiB)
     EXPECT_EQ(value("S", "A"), "1");
     configure(content + "\n");
     EXPECT_EQ(value("S", "A"), "<none>");
+    EXPECT_TRUE(CFiConfiguration("unit").unreadableLines().empty());
 }
 
-TEST_F(Configuration, MalformedStoreHasNoSections)
+TEST_F(Configuration, LineThatCannotBeReadCostsThatLineAndNothingElse)
 {
-    const std::string table[] = {
-        "no section\n",
-        "A=1\n",
-        "[S\nA=1\n",
-        "[S]\nA\n",
-        "[S]\nA=1\nB\n",
-        "=\n",
+    const std::string unreadable[] = {
+        "word",
+        "=",
+        "=1",
+        "A]=1",
+        "A/B=1",
+        "A\\B=1",
+        "\"A\"=1",
+        "[S",
+        "[",
+        "[]",
+        "[S/T]",
+        "]",
         "\0\0\0"s,
-        "[S]\nA=1\n\0x\n"s,
-        "]\n[\n",
+        "A=1\0"s,
+        "# \0"s,
+        "\xff\xfe",
+        "[\"S\"]",
+        std::string(256, 'n') + "=1",
+        "[" + std::string(256, 's') + "]",
         std::string(5000, '['),
-        "[S]\n" + std::string(70000, 'x') + "\n",
-        "[" + std::string(300, 's') + "]\nA=1\n",
-        "\xff\xfe[\0S\0]\0\n"s,
+        std::string(70000, 'x'),
     };
-    for (const std::string& content : table) {
-        configure(content);
-        const std::string found = value("S", "A");
-        EXPECT_TRUE(found == "<none>" || content.find("[S]\nA=1\n") == 0) << content.substr(0, 40) << ": " << found;
+    for (const std::string& line : unreadable) {
+        configure("[S]\nA=first\n \t" + line + "\r\nB=second\n[T]\nC=third\n");
+        EXPECT_EQ(value("S", "A"), "first") << line.substr(0, 40);
+        EXPECT_EQ(value("S", "B"), "second") << line.substr(0, 40);
+        EXPECT_EQ(value("T", "C"), "third") << line.substr(0, 40);
+        const CFiConfiguration store("unit");
+        ASSERT_EQ(store.unreadableLines().size(), 1u) << line.substr(0, 40);
+        EXPECT_EQ(store.unreadableLines().front().m_line, 3);
+        EXPECT_EQ(store.unreadableLines().front().m_text, line);
     }
-    configure("[S]\nA=1\nB\n");
-    EXPECT_EQ(value("S", "A"), "<none>");
+}
+
+TEST_F(Configuration, ValueBeforeTheFirstSectionCannotBeRead)
+{
+    configure("A=1\n# comment\n\nB=2\n[S]\nA=3");
+    EXPECT_EQ(value("S", "A"), "3");
+    EXPECT_EQ(value("S", "B"), "<none>");
+    EXPECT_EQ(value("", "A"), "<none>");
+    const CFiConfiguration store("unit");
+    ASSERT_EQ(store.unreadableLines().size(), 2u);
+    EXPECT_EQ(store.unreadableLines().front().m_line, 1);
+    EXPECT_EQ(store.unreadableLines().back().m_line, 4);
+}
+
+TEST_F(Configuration, LastLineNeedsNoNewlineToBeReadOrToBeNoted)
+{
+    configure("[S]\nA=1\nlast");
+    const CFiConfiguration store("unit");
+    ASSERT_EQ(store.unreadableLines().size(), 1u);
+    EXPECT_EQ(store.unreadableLines().front().m_line, 3);
+    EXPECT_EQ(store.unreadableLines().front().m_text, "last");
 }
 
 TEST_F(Configuration, OverlongValueDoesNoHarm)

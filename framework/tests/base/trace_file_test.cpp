@@ -75,6 +75,27 @@ TEST_F(TraceFile, ArgumentAboveOneSetsTheDefaultLevel)
     EXPECT_FALSE(log->isEnabled(5));
 }
 
+TEST_F(TraceFile, LinesOfTheStoreThatCannotBeReadAreNamedOnceByEachLog)
+{
+    configure("[FI_TRACE]\nLEVEL 1\n[FI_EXEC\nMAX_SIZE = 4096\n");
+    const std::string store = root() + "/etc/qz/unit.conf";
+    const std::string second = "L2 unit CFiConfiguration - line [2] of [" + store + "] cannot be read and is skipped.";
+    const std::string third = "L2 unit CFiConfiguration - line [3] of [" + store + "] cannot be read and is skipped.";
+    const CFiTraceLogPtr log = makeLog();
+    EXPECT_THAT(traceLines(), ElementsAre(second, third));
+    log->initialize("unit", "", "", 1, false);
+    EXPECT_THAT(traceLines(), ElementsAre(second, third)) << "a log that is initialised stays as it is";
+    makeLog();
+    EXPECT_THAT(traceLines(), ElementsAre(second, third, second, third));
+}
+
+TEST_F(TraceFile, LinesThatCannotBeReadDoNotRaiseTheLevelNorGetPastIt)
+{
+    configure("nothing\n[FI_TRACE]\nLEVEL=1\n");
+    makeLog()->trace(1, "kept");
+    EXPECT_THAT(traceLines(), ElementsAre("L1 unit kept"));
+}
+
 TEST_F(TraceFile, StoreSetsTheLevel)
 {
     configure("[FI_TRACE]\nLEVEL = 3\n");

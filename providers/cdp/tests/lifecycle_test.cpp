@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "framework/include/cfierrormanager.h"
 #include "providers/cdp/cdp_messages.h"
 #include "providers/cdp/tests/plugin_fixture.h"
@@ -46,6 +48,23 @@ TEST_F(Lifecycle, InitReadsTheConfigurationAnnouncesTheFimAndLoadsTheInventory)
     EXPECT_EQ(3, fim.m_access);
     EXPECT_EQ("", fim.m_options);
     EXPECT_THAT(m_messages, IsEmpty());
+}
+
+TEST_F(Lifecycle, ALineOfTheConfigurationThatCannotBeReadIsTracedOnceByEachStart)
+{
+    m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
+    m_scenario.append("etc/qz/cdpfi.conf", "LOCAL_NAME 192.0.2.77\n");
+    const std::string line = "L2 CFiConfiguration - line [6] of [" + m_scenario.root().string() +
+                             "/etc/qz/cdpfi.conf] cannot be read and is skipped.";
+    for (const int start : {1, 2}) {
+        m_trace.clear();
+        ASSERT_EQ(OBZ_OK, init()) << "the tools are found all the same, start " << start;
+        CNode node("<cdpfi>S1");
+        EXPECT_EQ(OBZ_OK, initNode(node));
+        EXPECT_EQ(1, std::ranges::count(m_trace.lines(), line)) << "start " << start;
+        EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
+        fini();
+    }
 }
 
 TEST_F(Lifecycle, WithoutAnApplianceInitFailsAndRegistersNothing)

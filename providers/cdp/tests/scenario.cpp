@@ -48,6 +48,11 @@ void CScenario::write(const std::string& path, const std::string& content) const
     std::ofstream(file) << content;
 }
 
+void CScenario::append(const std::string& path, const std::string& content) const
+{
+    write(path, readText(m_root / path) + content);
+}
+
 void CScenario::writeState(const std::string& name, const std::string& content) const
 {
     write(std::string(TOOLS) + "/state/" + name, content);

@@ -20,6 +20,7 @@ class CScenario
     const std::filesystem::path& root() const { return m_root; }
     /// A file below the root, with its folders.
     void write(const std::string& path, const std::string& content) const;
+    void append(const std::string& path, const std::string& content) const;
     /// A file of the tools.
     void writeState(const std::string& name, const std::string& content) const;
     std::string readState(const std::string& name) const;
