@@ -3,132 +3,169 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <system_error>
+
+#include "host/src/appliance_answer.h"
 
 namespace fictl {
 
 namespace {
 
-constexpr std::string_view HEAD = "CLI Command [";
-constexpr std::string_view MIDDLE = "] failed with error [";
-constexpr std::string_view OUTPUT = "] and output \n[";
-constexpr std::string_view TAIL = "]\n.";
-constexpr std::string_view ECHO = "Failed to execute command";
+// Enough to see what an appliance says; a listing that goes on and on is in the document as a whole.
+constexpr size_t LONGEST_ANSWER = 2000;
 
-bool containsNoCase(std::string_view text, std::string_view part)
+bool isBlank(char c)
 {
-    const auto same = [](char a, char b) {
-        return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-    };
-    return std::search(text.begin(), text.end(), part.begin(), part.end(), same) != text.end();
+    return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// Names stand in brackets in most lines and must not be taken for words of failure.
-std::string withoutBrackets(std::string_view text)
+// A line of a script as it was meant: blanks between words count once, those in a name all.
+std::string scriptLine(std::string_view line)
 {
-    std::string outside;
-    int depth = 0;
-    for (const char c : text) {
-        if (c == '[') ++depth;
-        if (depth == 0) outside += c;
-        if (c == ']' && depth > 0) --depth;
+    std::string text;
+    bool inName = false;
+    for (const char c : line) {
+        if (c == '"') inName = !inName;
+        if (inName || !isBlank(c)) {
+            text += c;
+        } else if (!text.empty() && text.back() != ' ') {
+            text += ' ';
+        }
     }
-    return outside;
+    if (!inName && text.ends_with(' ')) text.pop_back();
+    return text;
 }
 
-bool tellsOfFailure(std::string_view text)
+std::string scriptText(const SRunRecord& run)
 {
-    // While it makes a snapshot a provider writes its steps at level 1, names without brackets included.
-    constexpr std::string_view MAKE_STEP = "CCDPPlugin::makeSnapshots - ";
-    if (text.starts_with(MAKE_STEP)) return text.substr(MAKE_STEP.size()).starts_with("failed to");
-    constexpr std::array<std::string_view, 9> WORDS = {"fail",      "could not", "timed out", "time-out", "timeout",
-                                                       "unhandled", "invalid",   "error",     "refus"};
-    const std::string outside = withoutBrackets(text);
-    return std::any_of(WORDS.begin(), WORDS.end(),
-                       [&outside](std::string_view word) { return containsNoCase(outside, word); });
+    std::string text;
+    std::string_view rest = run.input;
+    while (!rest.empty()) {
+        const std::string_view raw = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(raw.size() + 1, rest.size()));
+        const std::string line = scriptLine(raw);
+        const bool isClosing = line == "exit" && rest.empty() && run.isInputWhole();
+        if (!line.empty() && !isClosing) text += (text.empty() ? "" : "; ") + line;
+    }
+    return run.isInputWhole() ? text : text + "...";
 }
 
-// The object that a command is about is the first name in double quotes.
-std::string_view objectOf(std::string_view command)
+std::string secondsText(double seconds)
 {
-    const size_t open = command.find('"');
-    if (open == std::string_view::npos) return {};
-    const size_t close = command.find('"', open + 1);
-    return close == std::string_view::npos ? std::string_view() : command.substr(open + 1, close - open - 1);
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "%.2f s", seconds);
+    return text.data();
 }
 
-// The answer must name the very object: a missing group or server says nothing about what is in it.
-bool saysNotThere(const SFailedCommand& failed)
+std::string errorText(int32_t error)
 {
-    const std::string_view object = objectOf(failed.command);
-    return !object.empty() && containsNoCase(failed.output, "does not exist") &&
-           failed.output.find(object) != std::string::npos;
+    return std::error_code(error, std::generic_category()).message();
+}
+
+std::string shortened(const SRunRecord& run)
+{
+    std::string text = oneLine(run.output.substr(0, LONGEST_ANSWER));
+    if (run.outputSize > LONGEST_ANSWER) text += "... (" + std::to_string(run.outputSize) + " bytes in all)";
+    return text;
+}
+
+std::string stoppedLine(const SRunRecord& run)
+{
+    std::string text;
+    switch (run.stopped) {
+        case EStop::LIMIT:
+            text = "no answer within " + std::to_string(run.limitSeconds) + " s: stopped";
+            break;
+        case EStop::OUTPUT:
+            text = "answer too long (" + std::to_string(run.outputSize) + " bytes): stopped after " +
+                   secondsText(run.seconds());
+            break;
+        default:
+            text = "no answer: cancelled after " + secondsText(run.seconds());
+            break;
+    }
+    const std::string said = shortened(run);
+    return said.empty() ? text : text + "; it had said: " + said;
+}
+
+std::string endText(const SRunRecord& run)
+{
+    if (run.signal != 0) {
+        const char* const name = sigdescr_np(run.signal);
+        return "signal " + std::to_string(run.signal) + (name == nullptr ? "" : std::string(", ") + name);
+    }
+    if (run.error != 0) return "exit status not known, " + errorText(run.error);
+    return "exit status " + std::to_string(run.exitStatus);
 }
 
 }  // namespace
 
 void SApplianceReport::add(const SApplianceReport& other)
 {
-    commands.insert(commands.end(), other.commands.begin(), other.commands.end());
-    lines.insert(lines.end(), other.lines.begin(), other.lines.end());
+    failed.insert(failed.end(), other.failed.begin(), other.failed.end());
+    succeeded.insert(succeeded.end(), other.succeeded.begin(), other.succeeded.end());
+    lost += other.lost;
+    messages.insert(messages.end(), other.messages.begin(), other.messages.end());
 }
 
-bool parseFailedCommand(std::string_view text, SFailedCommand& failed)
+std::vector<SRunRecord> SApplianceReport::blamed() const
 {
-    // The command may hold brackets of its own, so the middle part is looked for as a whole and from the left; the
-    // output is everything up to the last two characters.
-    if (!text.starts_with(HEAD) || !text.ends_with(TAIL)) return false;
-    const size_t middle = text.find(MIDDLE, HEAD.size());
-    if (middle == std::string_view::npos) return false;
-    const size_t codeAt = middle + MIDDLE.size();
-    const size_t output = text.find(OUTPUT, codeAt);
-    if (output == std::string_view::npos || output + OUTPUT.size() > text.size() - TAIL.size()) return false;
-    const char* const codeEnd = text.data() + output;
-    long code = 0;
-    const auto [end, error] = std::from_chars(text.data() + codeAt, codeEnd, code);
-    if (error != std::errc() || end != codeEnd) return false;
-    failed.command = text.substr(HEAD.size(), middle - HEAD.size());
-    failed.code = code;
-    const size_t from = output + OUTPUT.size();
-    failed.output = text.substr(from, text.size() - TAIL.size() - from);
-    return true;
+    std::vector<SRunRecord> runs;
+    std::copy_if(failed.begin(), failed.end(), std::back_inserter(runs),
+                 [](const SRunRecord& run) { return !isHarmless(run); });
+    return runs;
 }
 
-SApplianceReport readReport(const std::vector<STraceLine>& trace)
+SApplianceReport reportOf(SRuns runs, std::vector<std::string> messages)
 {
     SApplianceReport report;
-    bool lastWasCommand = false;
-    for (const STraceLine& line : trace) {
-        if (SFailedCommand failed; parseFailedCommand(line.text, failed)) {
-            report.commands.push_back(std::move(failed));
-            lastWasCommand = true;
-            continue;
-        }
-        const bool isEcho = line.text.starts_with(ECHO) && lastWasCommand;
-        lastWasCommand = false;
-        if (!isEcho && tellsOfFailure(line.text)) report.lines.push_back(line.text);
-    }
+    for (SRunRecord& run : runs.runs)
+        (run.result == 0 ? report.succeeded : report.failed).push_back(std::move(run));
+    report.lost = runs.lost;
+    report.messages = std::move(messages);
     return report;
 }
 
-bool confirmsDeletion(const SApplianceReport& report)
+bool confirmsDeletion(const SApplianceReport& report, const std::string& appliance, const std::string& group,
+                      const std::string& checkpoint)
 {
-    return report.lines.empty() && std::all_of(report.commands.begin(), report.commands.end(), saysNotThere);
+    if (report.lost > 0) return false;
+    std::vector<SRunRecord> runs = report.succeeded;
+    runs.insert(runs.end(), report.failed.begin(), report.failed.end());
+    return confirmsDeletion(runs, appliance, group, checkpoint);
 }
 
 bool saysAlreadyThere(const SApplianceReport& report)
 {
-    return std::any_of(report.commands.begin(), report.commands.end(), [](const SFailedCommand& failed) {
-        return containsNoCase(failed.output, "already exists") || containsNoCase(failed.output, "exists already");
-    });
+    return std::any_of(report.failed.begin(), report.failed.end(),
+                       [](const SRunRecord& run) { return judge(run) == EAnswer::EXISTS_ALREADY; });
+}
+
+std::string commandLine(const SRunRecord& run)
+{
+    std::string line = run.arguments.empty() ? "a program" : run.program();
+    for (size_t i = 1; i < run.arguments.size(); ++i)
+        line += " " + run.arguments[i];
+    const std::string script = scriptText(run);
+    return script.empty() ? line : line + ": " + script;
+}
+
+std::string answerLine(const SRunRecord& run)
+{
+    if (run.process == 0) return "could not be started: " + errorText(run.error);
+    if (run.stopped != EStop::NOT_STOPPED) return stoppedLine(run);
+    const std::string said = shortened(run);
+    return "answer (" + endText(run) + ", after " + secondsText(run.seconds()) + "): " + (said.empty() ? "none" : said);
 }
 
 std::string oneLine(std::string_view text)
 {
     std::string line;
     for (const char c : text) {
-        const bool blank = std::isspace(static_cast<unsigned char>(c)) != 0;
-        if (!blank) {
+        if (!isBlank(c)) {
             line += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? '?' : c;
         } else if (!line.empty() && line.back() != ' ') {
             line += ' ';

@@ -31,7 +31,10 @@ SDisposal disposeGroup(CProvider& provider, CKnowledge& knowledge, const SDevice
     SDisposal disposal;
     disposal.status = provider.call().dispose(primary.record(), target.record(), nullptr, OBZ_DISP_REMOVE);
     disposal.report = provider.takeReport();
-    disposal.confirmed = disposal.status == OBZ_OK && confirmsDeletion(disposal.report);
+    // A provider that runs no programs tells the outcome by its status.
+    disposal.confirmed = disposal.status == OBZ_OK &&
+                         (provider.countRuns() == 0 || confirmsDeletion(disposal.report, state.applianceName,
+                                                                        state.consistencyGroup, state.checkPointName));
     if (disposal.confirmed) return disposal;
     constexpr bool TO_THE_END = false;  // what was deleted has to be known, also when fictl is asked to stop
     if (const SInspection* const seen = knowledge.look(TO_THE_END)) {

@@ -1,22 +1,20 @@
 #include "host/src/provider.h"
 
-#include "framework/include/obzx_runtime.h"
+#include <utility>
+
 #include "host/src/error.h"
 
 namespace fictl {
 
 namespace {
 
-// Level 1 tells of failures, level 2 of failed appliance commands.
-constexpr int32_t OBSERVED_LEVEL = 2;
-// A provider that keeps failing must not fill the memory; the first lines are the telling ones.
-constexpr size_t MOST_LINES = 1000;
+// A provider that keeps failing must not fill the memory; the first messages are the telling ones.
+constexpr size_t MOST_MESSAGES = 1000;
 
 }  // namespace
 
 CProvider::CProvider(const std::string& nameOrPath) : m_library(nameOrPath)
 {
-    obzx_set_trace_observer(&CProvider::onTrace, this, OBSERVED_LEVEL);
     m_context.callback = &CProvider::onMessage;
     m_context.user = this;
     const int32_t status = call().init(&m_context, &m_version, nullptr);
@@ -43,31 +41,17 @@ CProvider::~CProvider()
 void CProvider::stop()
 {
     call().fini();
-    obzx_set_trace_observer(nullptr, nullptr, 0);
 }
 
 SApplianceReport CProvider::takeReport()
 {
     const std::lock_guard guard(m_lock);
-    SApplianceReport report = readReport(m_trace);
-    report.lines.insert(report.lines.end(), m_messages.begin(), m_messages.end());
-    m_trace.clear();
-    m_messages.clear();
-    return report;
+    return reportOf(m_runs.take(), std::exchange(m_messages, {}));
 }
 
 void CProvider::forgetReport()
 {
-    const std::lock_guard guard(m_lock);
-    m_trace.clear();
-    m_messages.clear();
-}
-
-void CProvider::onTrace(void* user, int32_t level, const char* /*component*/, const char* text)
-{
-    CProvider* const self = static_cast<CProvider*>(user);
-    const std::lock_guard guard(self->m_lock);
-    if (text != nullptr && self->m_trace.size() < MOST_LINES) self->m_trace.push_back({level, text});
+    takeReport();
 }
 
 void CProvider::onMessage(obz_context* context, const char* localized, const char* text, obz_eseverity severity)
@@ -77,7 +61,7 @@ void CProvider::onMessage(obz_context* context, const char* localized, const cha
     const bool useLocalized = localized != nullptr && *localized != '\0';
     const char* const shown = useLocalized ? localized : text;
     const std::lock_guard guard(self->m_lock);
-    if (shown != nullptr && self->m_messages.size() < MOST_LINES) self->m_messages.emplace_back(shown);
+    if (shown != nullptr && self->m_messages.size() < MOST_MESSAGES) self->m_messages.emplace_back(shown);
 }
 
 }  // namespace fictl

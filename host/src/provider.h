@@ -6,12 +6,13 @@
 
 #include "host/src/appliance_report.h"
 #include "host/src/provider_library.h"
+#include "host/src/run_log.h"
 
 namespace fictl {
 
 /**
- * A running provider: init in the constructor, fini in the destructor. Collects the failure lines that the provider
- * traces and the messages of its error stack, so that a failing step can be reported with the appliance's own words.
+ * A running provider: init in the constructor, fini in the destructor. Collects what became of the programs that it ran
+ * and the messages of its error stack, so that a failing step can be reported with the appliance's own words.
  * One at a time in a process; used by one thread, while the provider may report from any.
  */
 class CProvider
@@ -31,15 +32,16 @@ class CProvider
     SApplianceReport takeReport();
     /// Drops what was reported so far; called before a step whose own report is wanted.
     void forgetReport();
+    /// Programs that ran since the provider was started. One that runs none answers by its statuses alone.
+    uint64_t countRuns() const { return m_runs.count(); }
 
   private:
-    static void onTrace(void* user, int32_t level, const char* component, const char* text);
     static void onMessage(obz_context* context, const char* localized, const char* text, obz_eseverity severity);
     void stop();
 
     CProviderLibrary m_library;
-    std::mutex m_lock;  // guards the two below
-    std::vector<STraceLine> m_trace;
+    CRunLog m_runs;
+    std::mutex m_lock;  // guards m_messages
     std::vector<std::string> m_messages;
     obz_context m_context{};
     obz_version m_version{};

@@ -1,5 +1,7 @@
 #include "host/src/record_json.h"
 
+#include <system_error>
+
 #include "host/src/names.h"
 
 namespace fictl {
@@ -45,6 +47,41 @@ json deviceJson(const SDevice& device)
             {"node_state", stateJson(device.state)}};
 }
 
+json stopJson(EStop stopped)
+{
+    switch (stopped) {
+        case EStop::LIMIT:
+            return "limit";
+        case EStop::CANCEL:
+            return "cancel";
+        case EStop::OUTPUT:
+            return "output";
+        case EStop::NOT_STOPPED:
+            break;
+    }
+    return nullptr;
+}
+
+json numberOrNull(int32_t number, bool isKnown)
+{
+    return isKnown ? json(number) : json();
+}
+
+json runJson(const SRunRecord& run)
+{
+    const bool isStarted = run.process != 0;
+    return {{"program", run.arguments.empty() ? json() : json(run.arguments.front())},
+            {"command", commandLine(run)},
+            {"entry_point", run.entryPoint},
+            {"code", numberOrNull(run.exitStatus, run.endedByItself())},
+            {"signal", numberOrNull(run.signal, run.signal != 0)},
+            {"error", run.error == 0 ? json() : json(std::generic_category().message(run.error))},
+            {"stopped", stopJson(run.stopped)},
+            {"seconds", isStarted ? json(run.seconds()) : json()},
+            {"limit_seconds", run.limitSeconds},
+            {"output", run.output}};
+}
+
 json groupsJson(const SSnapshot& snapshot)
 {
     json groups = json::array();
@@ -83,25 +120,24 @@ json snapshotJson(const SSnapshot& snapshot)
 json errorJson(const EFictl& error)
 {
     json commands = json::array();
-    for (const SFailedCommand& failed : error.report().commands) {
-        commands.push_back({{"command", oneLine(failed.command)}, {"code", failed.code}, {"output", failed.output}});
-    }
-    return {
-        {"exit", static_cast<int>(error.exit())}, {"code", exitName(error.exit())}, {"message", error.what()},
-        {"next", textOrNull(error.next())},       {"commands", commands},           {"details", error.report().lines}};
+    for (const SRunRecord& run : error.report().blamed())
+        commands.push_back(runJson(run));
+    return {{"exit", static_cast<int>(error.exit())},
+            {"code", exitName(error.exit())},
+            {"message", error.what()},
+            {"next", textOrNull(error.next())},
+            {"commands", commands},
+            {"details", error.report().messages}};
 }
 
 std::string reportText(const SApplianceReport& report)
 {
     std::string text;
-    for (const SFailedCommand& failed : report.commands) {
-        text += "  appliance command: " + printable(oneLine(failed.command)) + "\n";
-        const std::string output = failed.output.empty() ? "none" : printable(oneLine(failed.output));
-        text += "  answer (" + std::to_string(failed.code) + "): " + output + "\n";
-    }
-    for (const std::string& line : report.lines) {
-        text += "  reported: " + printable(oneLine(line)) + "\n";
-    }
+    for (const SRunRecord& run : report.blamed())
+        text += "  appliance command: " + printable(commandLine(run)) + "\n  " + printable(answerLine(run)) + "\n";
+    if (report.lost > 0) text += "  and " + std::to_string(report.lost) + " commands more, of which nothing was kept\n";
+    for (const std::string& message : report.messages)
+        text += "  reported: " + printable(oneLine(message)) + "\n";
     return text;
 }
 

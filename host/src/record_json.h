@@ -11,9 +11,9 @@ namespace fictl {
 json snapshotJson(const SSnapshot& snapshot);
 /// A record's line in "snapshot list".
 json summaryJson(const SSnapshot& snapshot);
-/// What went wrong: code, name of the code, message, next step, failed appliance commands, further lines.
+/// What went wrong: code, name of the code, message, next step, failed appliance commands, the provider's messages.
 json errorJson(const EFictl& error);
-/// Failed appliance commands and further lines, for a terminal; empty when there are none.
+/// Failed appliance commands and the provider's messages, for a terminal; empty when there are none.
 std::string reportText(const SApplianceReport& report);
 /// An error for a terminal.
 std::string errorText(const EFictl& error);
