@@ -167,8 +167,8 @@ TEST_F(Backup, SixtyFourDevicesInEightGroupsOfTwoAppliances)
     }
     site.setUpHosts();
     for (const char* appliance : {"east", "west"}) {
-        const json luns = site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
-        for (const json& lun : luns)
+        const json listed = site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
+        for (const json& lun : listed.at("luns"))
             devices.push_back(lun.at("device"));
     }
     ASSERT_EQ(devices.size(), 64u);

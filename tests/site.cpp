@@ -137,8 +137,8 @@ void CSite::setUpHosts()
 
 nlohmann::json CSite::lun(const std::string& appliance, const std::string& name) const
 {
-    const nlohmann::json luns = lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
-    for (const nlohmann::json& entry : luns)
+    const nlohmann::json listed = lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
+    for (const nlohmann::json& entry : listed.at("luns"))
         if (entry.at("name") == name) return entry;
     throw std::runtime_error("no LUN " + name);
 }

@@ -5,6 +5,29 @@
 
 namespace lumora {
 
+std::string_view statusWord(EStatus status) noexcept
+{
+    switch (status) {
+        case EStatus::ok:
+            return "ok";
+        case EStatus::malformed:
+            return "malformed";
+        case EStatus::missing:
+            return "missing";
+        case EStatus::exists:
+            return "exists";
+        case EStatus::inUse:
+            return "in-use";
+        case EStatus::storage:
+            return "storage";
+        case EStatus::unusable:
+            return "unusable";
+        case EStatus::unexpected:
+            break;
+    }
+    return "unexpected";
+}
+
 std::string_view objectWord(EObject object) noexcept
 {
     switch (object) {

@@ -51,6 +51,9 @@ class EApplianceError : public std::runtime_error
     EObject m_object;
 };
 
+// The word for a status in a document, such as "in-use".
+std::string_view statusWord(EStatus status) noexcept;
+
 // The word for an object in messages, such as "time image".
 std::string_view objectWord(EObject object) noexcept;
 

@@ -120,7 +120,7 @@ void addFaultCommands(CLI::App& app, const SOptions& options)
             document.erase("at");
             list.push_back(std::move(document));
         }
-        session.print(list);
+        session.printList("faults", list);
     });
     CLI::App* const show = parent.add_subcommand("show", "Show one fault and the commands that it struck");
     const auto id = std::make_shared<std::int64_t>();

@@ -111,7 +111,7 @@ void addApplianceCommands(CLI::App& app, const SOptions& options)
         for (const SAppliance& appliance : session.inventory().appliances()) {
             list.push_back(CSession::describe(appliance));
         }
-        session.print(list);
+        session.printList("appliances", list);
     });
     addNamed(parent, "show", "Show an appliance with its hosts and groups", "Name of the appliance",
              [&options](const std::string& name) {
@@ -165,7 +165,7 @@ void addHostCommands(CLI::App& app, const SOptions& options)
         for (const SHost& host : session.inventory().hosts(session.appliance())) {
             list.push_back({{"name", host.name}});
         }
-        session.print(list);
+        session.printList("hosts", list);
     });
     addNamed(parent, "delete", "Delete a host that has no LUNs and permissions any more", "Name of the host",
              [&options](const std::string& name) {
@@ -192,7 +192,7 @@ void addGroupCommands(CLI::App& app, const SOptions& options)
         for (const SGroup& group : session.inventory().groups(session.appliance())) {
             list.push_back(CSession::describe(group));
         }
-        session.print(list);
+        session.printList("groups", list);
     });
     addNamed(parent, "show", "Show a group with its LUNs, annotations and time images", "Name of the group",
              [&options](const std::string& name) {

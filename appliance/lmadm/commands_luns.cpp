@@ -181,7 +181,7 @@ void addLunCommands(CLI::App& app, const SOptions& options)
         for (const SLun& lun : session.inventory().luns(appliance)) {
             list.push_back(session.describe(appliance, lun));
         }
-        session.print(list);
+        session.printList("luns", list);
     });
     CLI::App* const remove = parent.add_subcommand("delete", "Delete a LUN and its data");
     const auto name = std::make_shared<std::string>();

@@ -127,7 +127,7 @@ void check(const SOptions& options, const SCheckArguments& given)
         }
     }
     const SWorkload workload = readWorkload(given.log);
-    printDocument({{"prefix", findPrefix(workload, images)}, {"writes", workload.writes.size()}}, options.output);
+    printRecord({{"prefix", findPrefix(workload, images)}, {"writes", workload.writes.size()}}, options.output);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 // lmadm: builds and shows appliances.
 #include <algorithm>
+#include <cstdio>
 #include <string>
 
 #include "appliance/core/error.h"
@@ -69,9 +70,28 @@ void addOptions(CLI::App& app, SOptions& options)
         "Form of the answer: table or json (default: table)");
 }
 
-int run(int argc, char** argv)
+// The form that was asked for, as far as the command line was understood.
+EOutput outputOf(const CLI::App& app)
 {
-    SOptions options;
+    const std::vector<std::string> given = app.get_option("--output")->results();
+    return !given.empty() && given.back() == "json" ? EOutput::json : EOutput::table;
+}
+
+// A refusal as a document too; where that cannot be written the refusal itself is what counts.
+void printRefusal(EStatus status, const std::string& text, const Json& next)
+{
+    try {
+        printRecord(
+            {{"error",
+              {{"exit", static_cast<int>(status)}, {"code", statusWord(status)}, {"message", text}, {"next", next}}}},
+            EOutput::json);
+    } catch (const EApplianceError& error) {
+        std::fprintf(stderr, "lmadm: %s\n", error.what());
+    }
+}
+
+int run(int argc, char** argv, SOptions& options)
+{
     CLI::App app("Builds and shows appliances: their hosts, consistency groups, LUNs and data.", "lmadm");
     // Options of the program may stand behind the command as well.
     app.fallthrough();
@@ -90,11 +110,13 @@ int run(int argc, char** argv)
     } catch (const CLI::CallForHelp& help) {
         return app.exit(help);
     } catch (const CLI::RequiredError& error) {
+        options.output = outputOf(app);
         // Of a word that is no command the library says that a command is missing.
         const std::vector<std::string> words = app.remaining(true);
         throw EApplianceError(EStatus::malformed,
                               words.empty() ? error.what() : inQuotes(words.front()) + " is not understood");
     } catch (const CLI::ParseError& error) {
+        options.output = outputOf(app);
         std::string text = error.what();
         std::replace(text.begin(), text.end(), '\n', ' ');
         throw EApplianceError(EStatus::malformed, text);
@@ -107,10 +129,21 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     return runTool("lmadm", [argc, argv] {
+        SOptions options;
+        const auto isDocument = [&options] { return options.output == EOutput::json; };
         try {
-            return run(argc, argv);
+            return run(argc, argv, options);
         } catch (const EApplianceError& error) {
-            throw EApplianceError(error.status(), std::string(error.what()) + "; " + nextStep(error));
+            const std::string next = nextStep(error);
+            if (isDocument()) {
+                printRefusal(error.status(), error.what(), next);
+            }
+            throw EApplianceError(error.status(), std::string(error.what()) + "; " + next);
+        } catch (const std::exception& error) {
+            if (isDocument()) {
+                printRefusal(EStatus::unexpected, error.what(), nullptr);
+            }
+            throw;
         }
     });
 }

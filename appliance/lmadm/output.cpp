@@ -77,15 +77,31 @@ Lines formatRecord(const Json& record)
     return lines;
 }
 
+void printJson(const Json& content)
+{
+    Json document = {{"schema_version", 1}};
+    document.update(content);
+    // Names are bytes; what is no UTF-8 must not keep the rest from being shown.
+    printLines({document.dump(2, ' ', false, Json::error_handler_t::replace)});
+}
+
 }  // namespace
 
-void printDocument(const Json& document, EOutput output)
+void printRecord(const Json& record, EOutput output)
 {
     if (output == EOutput::json) {
-        // Names are bytes; what is no UTF-8 must not keep the rest from being shown.
-        printLines({document.dump(2, ' ', false, Json::error_handler_t::replace)});
+        printJson(record);
     } else {
-        printLines(document.is_array() ? formatTable(document, "") : formatRecord(document));
+        printLines(formatRecord(record));
+    }
+}
+
+void printList(const char* name, const Json& rows, EOutput output)
+{
+    if (output == EOutput::json) {
+        printJson({{name, rows}});
+    } else {
+        printLines(formatTable(rows, ""));
     }
 }
 

@@ -29,7 +29,8 @@ class CSession
     // The appliance that was asked for, or the only one. Status missing when there is none, malformed when there are
     // several to choose from.
     SAppliance appliance();
-    void print(const Json& document) const { printDocument(document, m_options.output); }
+    void print(const Json& record) const { printRecord(record, m_options.output); }
+    void printList(const char* name, const Json& rows) const { lumora::printList(name, rows, m_options.output); }
 
     // Records as documents.
     static Json describe(const SAppliance& appliance);

@@ -45,7 +45,7 @@ class Lmadm : public testing::Test
 TEST_F(Lmadm, Appliances)
 {
     EXPECT_THAT(answer({"appliance", "create", "beta"}), ElementsAre("name: beta", "created: TIME"));
-    EXPECT_EQ(document({"appliance", "list"}).at(1).at("name"), "beta");
+    EXPECT_EQ(document({"appliance", "list"}).at("appliances").at(1).at("name"), "beta");
     EXPECT_THAT(answer({"appliance", "show", "alpha"}),
                 ElementsAre("name: alpha", "created: TIME", "folder: " + m_demo.home().string(), "engine: files",
                             "hosts:", "  backup", "  prod", "groups:", "  name  luns  annotations  time_images",
@@ -126,7 +126,7 @@ TEST_F(Lmadm, Luns)
                 ElementsAre("name: lun3", "group: cg1", "size: 8KiB", "bytes: 8192", "serial: SERIAL",
                             "device: " + (m_demo.home() / "dev/lun3").string()));
     EXPECT_EQ(readAll(m_demo.home() / "dev/lun3"), "hello" + std::string(8187, '\0'));
-    EXPECT_EQ(document({"lun", "list"}).size(), 3U);
+    EXPECT_EQ(document({"lun", "list"}).at("luns").size(), 3U);
     EXPECT_EQ(entriesIn(m_demo.home() / "work"), 0U);
     EXPECT_THAT(answer({"lun", "delete", "lun3"}), ElementsAre("deleted: lun3"));
     EXPECT_FALSE(fs::exists(m_demo.home() / "dev/lun3"));
@@ -253,6 +253,34 @@ TEST_F(Lmadm, WrongUsage)
     EXPECT_EQ(m_demo.lmadm({}).status, 2);
     expectRefusal({"nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
     expectRefusal({"fault", "nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
+}
+
+TEST_F(Lmadm, EveryAnswerIsADocumentOfItsVersion)
+{
+    for (const char* list : {"appliance", "host", "group", "lun", "fault"}) {
+        EXPECT_EQ(document({list, "list"}).at("schema_version"), 1) << list;
+        EXPECT_TRUE(document({list, "list"}).at(std::string(list) + "s").is_array()) << list;
+    }
+    EXPECT_EQ(document({"group", "show", "cg1"}).at("schema_version"), 1);
+    EXPECT_EQ(document({"appliance", "show", "none"}),
+              nlohmann::json({{"schema_version", 1},
+                              {"error",
+                               {{"exit", 3},
+                                {"code", "missing"},
+                                {"message", "appliance \"none\" does not exist"},
+                                {"next", "see what exists: lmadm appliance list"}}}}));
+    for (const std::vector<std::string>& wrong :
+         std::vector<std::vector<std::string>>{{},
+                                               {"nonsense"},
+                                               {"lun", "create", "x"},
+                                               {"lun", "list", "x"},
+                                               {"fault", "arm", "slow", "--times", "-1"}}) {
+        const nlohmann::json error = document(wrong).at("error");
+        EXPECT_EQ(error.at("exit"), 2) << testing::PrintToString(wrong);
+        EXPECT_EQ(error.at("code"), "malformed") << testing::PrintToString(wrong);
+    }
+    EXPECT_EQ(m_demo.lmadm({"appliance", "show", "none", "--output", "json"}).err,
+              Lines{"lmadm: appliance \"none\" does not exist; see what exists: lmadm appliance list"});
 }
 
 TEST(LmadmStore, MustBeThereAndFitIntoListings)

@@ -48,7 +48,7 @@ class Site:
             self.remove()
             raise
         self.devices = {entry["name"]: entry["device"] for appliance in ("alpha", "beta")
-                        for entry in self.lmadm_json("--appliance", appliance, "lun", "list")}
+                        for entry in self.lmadm_json("--appliance", appliance, "lun", "list")["luns"]}
         self.content = {name: pathlib.Path(path).read_bytes() for name, path in self.devices.items()}
 
     def build(self):
