@@ -5,12 +5,11 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 
-#include "host/src/catalog.h"
+#include "host/src/answer.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
 #include "host/src/names.h"
 #include "host/src/other_process.h"
-#include "host/src/record_json.h"
 
 namespace fictl {
 
@@ -88,31 +87,30 @@ void addMaking(CLI::App& snapshot, SCommandLine& line)
         line.command = [&line](const SContext& context) { return createSnapshot(context, line.create); };
     });
 
-    CLI::App* const import = add(snapshot, "import", "Make the copies of a snapshot show on this host");
-    addName(import, line);
-    import->callback([&line] {
-        line.command = [&line](const SContext& context) { return importSnapshot(context, line.name);
-};
-}  // namespace
-);
+    CLI::App* const importing = add(snapshot, "import", "Make the copies of a snapshot show on this host");
+    addName(importing, line);
+    importing->callback(
+        [&line] { line.command = [&line](const SContext& context) { return importSnapshot(context, line.name); }; });
 
-CLI::App* const release = add(snapshot, "release", "Give the copies on this host back; the checkpoints stay");
-addName(release, line);
-release->add_flag("--even-if-in-use", line.evenIfInUse, "Give back also a copy that a program works with");
-release->callback([&line] {
-    line.command = [&line](const SContext& context) { return releaseSnapshot(context, line.name, line.evenIfInUse); };
-});
+    CLI::App* const release = add(snapshot, "release", "Give the copies on this host back; the checkpoints stay");
+    addName(release, line);
+    release->add_flag("--even-if-in-use", line.evenIfInUse, "Give back also a copy that a program works with");
+    release->callback([&line] {
+        line.command = [&line](const SContext& context) {
+            return releaseSnapshot(context, line.name, line.evenIfInUse);
+        };
+    });
 
-CLI::App* const remove = add(snapshot, "delete", "Delete a snapshot, or what an interrupted one left behind");
-addName(remove, line);
-remove->add_flag("--forget", line.forget, "Drop the record only; ask the appliance for nothing");
-remove->add_flag("--even-if-in-use", line.evenIfInUse, "Delete also what another host or a program works with");
-remove->callback([&line] {
-    line.command = [&line](const SContext& context) {
-        return deleteSnapshot(context, {line.name, line.forget, line.evenIfInUse});
-    };
-});
-}  // namespace fictl
+    CLI::App* const remove = add(snapshot, "delete", "Delete a snapshot, or what an interrupted one left behind");
+    addName(remove, line);
+    remove->add_flag("--forget", line.forget, "Drop the record only; ask the appliance for nothing");
+    remove->add_flag("--even-if-in-use", line.evenIfInUse, "Delete also what another host or a program works with");
+    remove->callback([&line] {
+        line.command = [&line](const SContext& context) {
+            return deleteSnapshot(context, {line.name, line.forget, line.evenIfInUse});
+        };
+    });
+}
 
 void addRecords(CLI::App& snapshot, SCommandLine& line)
 {
@@ -143,6 +141,7 @@ void build(CLI::App& app, SCommandLine& line)
     app.add_option("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     app.add_flag("--verbose", line.verbose,
                  "Write a line for each step to standard error, also when it is no terminal");
+    app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");
     app.footer(exitCodeText);
     addProviderAndDevice(app, line);
     CLI::App* const snapshot = add(app, "snapshot", "Snapshots and their records");
@@ -166,30 +165,42 @@ std::string outputOf(const CLI::App& app)
     return given.empty() ? std::string() : given.back();
 }
 
-json recordOf(const std::string& name)
+SResult runCommand(SCommandLine& line)
 {
-    try {
-        CCatalog catalog;
-        return snapshotJson(catalog.get(name));
-    } catch (const EFictl&) {
-        return nullptr;
-    }
+    SContext context;
+    context.provider = line.provider;
+    context.progress = CProgress(line.verbose || isatty(STDERR_FILENO) == 1);
+    return line.command(context);
 }
 
-int report(const EFictl& error, const SCommandLine& line)
+SResult versionResult(const std::string& version)
 {
-    CProgress::write(errorText(error));
-    if (line.output == "json") {
-        json document = {{"error", errorJson(error)}};
-        if (!error.snapshot().empty()) document["snapshot"] = recordOf(error.snapshot());
-        try {
-            if (error.exit() != EExit::IO) writeOutput(documentText(document));
-        } catch (const EFictl& output) {
-            // The first error is the one that counts; its text is on standard error.
-            CProgress::write(errorText(output));
-        }
+    return {{{"fictl", {{"version", version}}}}, "fictl " + version + "\n"};
+}
+
+/// What is left to do once a command line was read.
+SResult parseAndRun(int argc, char** argv, SCommandLine& line)
+{
+    CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
+    build(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        line.output = "table";
+        return {{}, app.help()};
+    } catch (const CLI::CallForVersion& version) {
+        line.output = outputOf(app);
+        return versionResult(version.what());
+    } catch (const CLI::ParseError& error) {
+        line.output = outputOf(app);
+        throw usageError(app, error);
     }
-    return static_cast<int>(error.exit());
+    return runCommand(line);
+}
+
+CAnswer answerFor(const SCommandLine& line)
+{
+    return CAnswer(line.output == "json" ? CAnswer::EForm::JSON : CAnswer::EForm::TABLE);
 }
 
 }  // namespace
@@ -198,28 +209,15 @@ int runCommandLine(int argc, char** argv)
 {
     SCommandLine line;
     try {
-        CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
-        build(app, line);
-        try {
-            app.parse(argc, argv);
-        } catch (const CLI::CallForHelp& help) {
-            return app.exit(help);
-        } catch (const CLI::ParseError& error) {
-            line.output = outputOf(app);
-            throw usageError(app, error);
-        }
-        SContext context;
-        context.provider = line.provider;
-        context.progress = CProgress(line.verbose || isatty(STDERR_FILENO) == 1);
-        const SResult result = line.command(context);
-        writeOutput(line.output == "json" ? documentText(result.document) : result.text);
-        return static_cast<int>(EExit::OK);
+        const SResult result = parseAndRun(argc, argv, line);
+        return answerFor(line).done(result);
     } catch (const SEndedElsewhere& ended) {
         return ended.exit;
     } catch (const EFictl& error) {
-        return report(error, line);
+        return answerFor(line).failed(error);
     } catch (const std::exception& error) {
-        return report(EFictl(EExit::INTERNAL, std::string("unexpected: ") + error.what(), "fictl snapshot list"), line);
+        return answerFor(line).failed(
+            EFictl(EExit::INTERNAL, std::string("unexpected: ") + error.what(), "fictl snapshot list"));
     }
 }
 

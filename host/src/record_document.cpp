@@ -120,7 +120,11 @@ void checkHead(const json& document)
     const auto version = document.find("version");
     if (version == document.end() || !version->is_number_integer()) reject("its \"version\" is not a number");
     if (*version != VERSION) reject("version " + version->dump() + " is unknown; this fictl reads version 1");
-    checkKeys(document, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
+    // The version of the documents of fictl's answers, of which this can be one; it says nothing about the record.
+    json record = document;
+    if (record.value("schema_version", json(VERSION)) != VERSION) reject("its \"schema_version\" is unknown");
+    record.erase("schema_version");
+    checkKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
 }
 
 }  // namespace
@@ -136,6 +140,7 @@ std::string writeDocument(const SSnapshot& snapshot)
     }
     const json document = {{"format", FORMAT},
                            {"version", VERSION},
+                           {"schema_version", VERSION},
                            {"name", snapshot.name},
                            {"provider", snapshot.provider},
                            {"created", snapshot.created},

@@ -35,13 +35,14 @@ std::string formatTable(const std::vector<std::vector<std::string>>& rows)
     return text;
 }
 
-void writeOutput(const std::string& text)
+bool writeOutput(const std::string& text)
 {
     const char* at = text.data();
     size_t left = text.size();
     while (left > 0) {
         const ssize_t done = ::write(STDOUT_FILENO, at, left);
         if (done < 0 && errno == EINTR) continue;
+        if (done < 0 && errno == EPIPE) return false;
         if (done <= 0) {
             const std::string reason = std::error_code(errno, std::generic_category()).message();
             throw EFictl(EExit::IO, "cannot write to standard output: " + reason, "fictl snapshot list");
@@ -49,11 +50,14 @@ void writeOutput(const std::string& text)
         at += done;
         left -= static_cast<size_t>(done);
     }
+    return true;
 }
 
-std::string documentText(const json& document)
+std::string documentText(json document)
 {
     constexpr int INDENT = 2;
+    constexpr int SCHEMA_VERSION = 1;
+    document["schema_version"] = SCHEMA_VERSION;
     return document.dump(INDENT, ' ', false, json::error_handler_t::replace) + "\n";
 }
 

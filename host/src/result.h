@@ -13,15 +13,18 @@ struct SResult
 {
     json document;
     std::string text;
+    bool isDelivery = false;  ///< the command's work is that somebody gets all of this
 };
 
 /// Rows of cells as lines of aligned columns; the first row is the heading. Control characters are made visible.
 std::string formatTable(const std::vector<std::vector<std::string>>& rows);
 
-/// Writes all of the text to standard output; throws EFictl (IO).
-void writeOutput(const std::string& text);
+/// Writes all of the text to standard output; throws EFictl (IO). False when it is a pipe whose reader has gone: it had
+/// what it wanted.
+bool writeOutput(const std::string& text);
 
-/// The document's text: two blanks of indentation, a last newline, bytes that are not UTF-8 replaced.
-std::string documentText(const json& document);
+/// The document's text: with "schema_version", two blanks of indentation, a last newline, bytes that are not UTF-8
+/// replaced. The version changes when a key goes or means something else.
+std::string documentText(json document);
 
 }  // namespace fictl

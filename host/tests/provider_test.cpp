@@ -158,23 +158,6 @@ TEST_F(CFictlTest, AWrongCommandLineNamesTheWrongWord)
     EXPECT_EQ(fictl({"snapshot", "show"}).err, "fictl: NAME is required\n  next: fictl --help\n");
 }
 
-TEST_F(CFictlTest, AWrongCommandLineGivesADocumentToo)
-{
-    const std::vector<std::vector<std::string>> wrong = {{"nosuch"},
-                                                         {"snapshot"},
-                                                         {"snapshot", "show"},
-                                                         {"snapshot", "list", "x"},
-                                                         {"snapshot", "create", "x", "--nosuch"}};
-    for (const std::vector<std::string>& arguments : wrong) {
-        const SRun run = fictlJson(arguments);
-        EXPECT_EQ(run.exit, 2) << testing::PrintToString(arguments);
-        const nlohmann::json error = run.document().at("error");
-        EXPECT_EQ(error.at("exit"), 2);
-        EXPECT_EQ(error.at("code"), "usage");
-        EXPECT_NE(run.err, "");
-    }
-}
-
 TEST_F(CFictlTest, VerboseWritesALineForEachStep)
 {
     const SRun run = fictl({"--verbose", "snapshot", "create", "s", "/dev/fake1"});
@@ -182,17 +165,6 @@ TEST_F(CFictlTest, VerboseWritesALineForEachStep)
     for (const char* step : {"start provider", "set up /dev/fake1", "select", "quiesce", "make", "record"}) {
         EXPECT_NE(run.err.find(std::string("] ") + step + "\n"), std::string::npos) << step;
     }
-}
-
-TEST_F(CFictlTest, AnOutputThatCannotBeWrittenIsAnError)
-{
-    if (!std::filesystem::exists("/dev/full")) FAIL() << "this test needs /dev/full";
-    std::filesystem::create_directories(m_root + "/tmp");
-    const std::string command = std::string(FICTL_PROGRAM) + " --provider " + FICTL_FAKE_PROVIDER +
-                                " snapshot list > /dev/full 2> " + m_root + "/tmp/run.err";
-    const int status = std::system(("OBZX_ROOT=" + m_root + " " + command).c_str());  // NOLINT
-    EXPECT_EQ(WEXITSTATUS(status), 14);
-    EXPECT_NE(readFile(m_root + "/tmp/run.err").find("cannot write to standard output"), std::string::npos);
 }
 
 }  // namespace

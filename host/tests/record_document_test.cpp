@@ -63,6 +63,8 @@ const std::vector<SRefused>& refusedDocuments()
         {"no version", [](json& d) { d.erase("version"); }, "\"version\" is not a number"},
         {"version a text", [](json& d) { d["version"] = "1"; }, "\"version\" is not a number"},
         {"version a fraction", [](json& d) { d["version"] = 1.5; }, "\"version\" is not a number"},
+        {"unknown schema", [](json& d) { d["schema_version"] = 2; }, "its \"schema_version\" is unknown"},
+        {"schema a text", [](json& d) { d["schema_version"] = "1"; }, "its \"schema_version\" is unknown"},
         {"unknown version", [](json& d) { d["version"] = 2; }, "version 2 is unknown; this fictl reads version 1"},
         {"unknown key", [](json& d) { d["more"] = 1; }, "the document has the unknown key \"more\""},
         {"no name", [](json& d) { d.erase("name"); }, "the document has no \"name\""},
