@@ -1,5 +1,9 @@
+#include <algorithm>
+#include <set>
+
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
+#include "host/src/display_text.h"
 #include "host/src/record_json.h"
 
 namespace fictl {
@@ -8,11 +12,15 @@ namespace {
 
 std::string groupNames(const SSnapshot& snapshot)
 {
-    std::string names;
+    std::set<std::string, SNameOrder> names;
     for (const GroupKey& group : snapshot.groups()) {
-        names += (names.empty() ? "" : ",") + group.first + "/" + group.second;
+        names.insert(group.first + "/" + group.second);
     }
-    return names;
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ",") + name;
+    }
+    return list;
 }
 
 const char* yesNo(EMade made)
@@ -29,7 +37,10 @@ SResult listSnapshots()
     SResult result;
     result.document = {{"snapshots", json::array()}};
     std::vector<std::vector<std::string>> rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
-    for (const SSnapshot& snapshot : catalog.list()) {
+    std::vector<SSnapshot> snapshots = catalog.list();
+    std::sort(snapshots.begin(), snapshots.end(),
+              [](const SSnapshot& a, const SSnapshot& b) { return SNameOrder()(a.name, b.name); });
+    for (const SSnapshot& snapshot : snapshots) {
         result.document["snapshots"].push_back(summaryJson(snapshot));
         rows.push_back({snapshot.name, snapshot.shownState(), snapshot.created, std::to_string(snapshot.devices.size()),
                         groupNames(snapshot)});
@@ -54,7 +65,7 @@ SResult showSnapshot(const std::string& name)
         rows.push_back({device.source, device.state.applianceName, device.state.consistencyGroup, device.state.serialNo,
                         yesNo(device.made), device.importPath, device.target});
     }
-    return {{{"snapshot", snapshotJson(snapshot)}}, formatTable(head) + "\n" + formatTable(rows)};
+    return {{{"snapshot", snapshotJson(snapshot)}}, formatValues(head) + "\n" + formatTable(rows)};
 }
 
 }  // namespace fictl

@@ -100,7 +100,7 @@ SResult showProvider(const SContext& context)
     for (const json& method : document["methods"]) {
         rows.push_back({"METHOD", method["name"].get<std::string>() + " " + method["version"].get<std::string>()});
     }
-    result.text = formatTable(rows) + parameterTable(document["parameters"]);
+    result.text = formatValues(rows) + parameterTable(document["parameters"]);
     result.document = {{"provider", std::move(document)}};
     return result;
 }

@@ -4,31 +4,75 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <numeric>
 #include <system_error>
 
+#include "host/src/display_text.h"
 #include "host/src/error.h"
 #include "host/src/names.h"
 
 namespace fictl {
 
-std::string formatTable(const std::vector<std::vector<std::string>>& rows)
+namespace {
+
+constexpr size_t GAP = 2;
+
+Rows shown(const Rows& rows)
 {
-    constexpr size_t GAP = 2;
-    std::vector<std::vector<std::string>> shown;
-    std::vector<size_t> widths;
-    for (const std::vector<std::string>& row : rows) {
-        std::vector<std::string>& cells = shown.emplace_back();
-        for (const std::string& cell : row) {
-            cells.push_back(cell.empty() ? "-" : printable(cell));
-            if (widths.size() < cells.size()) widths.push_back(0);
-            widths[cells.size() - 1] = std::max(widths[cells.size() - 1], cells.back().size());
+    Rows cells = rows;
+    for (std::vector<std::string>& row : cells) {
+        for (std::string& cell : row) {
+            cell = cell.empty() ? "-" : printable(cell);
         }
     }
+    return cells;
+}
+
+std::vector<size_t> widthsOf(const Rows& rows)
+{
+    std::vector<size_t> widths;
+    for (const std::vector<std::string>& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+        }
+    }
+    return widths;
+}
+
+// Takes from the widest column what the lines are too long by, as long as it stays readable.
+void fit(std::vector<size_t>& widths, size_t lineWidth)
+{
+    constexpr size_t READABLE = 8;
+    const size_t all = std::accumulate(widths.begin(), widths.end(), GAP * (widths.size() - 1));
+    if (all <= lineWidth) return;
+    size_t& widest = *std::max_element(widths.begin(), widths.end());
+    if (widest > READABLE) widest -= std::min(all - lineWidth, widest - READABLE);
+}
+
+}  // namespace
+
+std::string formatTable(const Rows& rows)
+{
+    return formatTable(rows, outputWidth());
+}
+
+std::string formatValues(const Rows& rows)
+{
+    return formatTable(rows, 0);
+}
+
+std::string formatTable(const Rows& rows, size_t lineWidth)
+{
+    const Rows cells = shown(rows);
+    std::vector<size_t> widths = widthsOf(cells);
+    if (lineWidth != 0 && !widths.empty()) fit(widths, lineWidth);
     std::string text;
-    for (const std::vector<std::string>& cells : shown) {
-        for (size_t i = 0; i < cells.size(); ++i) {
-            text += cells[i];
-            if (i + 1 < cells.size()) text.append(widths[i] - cells[i].size() + GAP, ' ');
+    for (const std::vector<std::string>& row : cells) {
+        for (size_t i = 0; i < row.size(); ++i) {
+            const std::string cell = cutToWidth(row[i], widths[i]);
+            text += cell;
+            if (i + 1 < row.size()) text.append(widths[i] - displayWidth(cell) + GAP, ' ');
         }
         text += '\n';
     }

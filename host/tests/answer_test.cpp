@@ -1,5 +1,6 @@
 // What a run leaves on standard output: one document in every case, and nothing of it lost without a word.
 #include <fcntl.h>
+#include <pty.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -62,6 +63,23 @@ class CAnswerTest : public CFictlTest
         SRun run = runWithOutput(ends[1], arguments);
         close(ends[1]);
         return run;
+    }
+
+    std::string shownAtTerminal(unsigned short columns, const std::vector<std::string>& arguments) const
+    {
+        int terminal = -1;
+        int host = -1;
+        termios raw{};
+        cfmakeraw(&raw);
+        const winsize size{25, columns, 0, 0};
+        EXPECT_EQ(openpty(&terminal, &host, nullptr, &raw, &size), 0);
+        const SRun run = runWithOutput(host, arguments);
+        EXPECT_EQ(run.exit, 0) << run.err;
+        char text[4096];
+        const ssize_t length = read(terminal, text, sizeof text);
+        close(host);
+        close(terminal);
+        return {text, length < 0 ? 0 : static_cast<size_t>(length)};
     }
 
     static void expectError(const SRun& run, int exit, const char* code)
@@ -166,6 +184,31 @@ TEST_F(CAnswerTest, ADocumentForAnotherHostMustArrive)
     const SRun exported = runWithoutReader({"snapshot", "export", "s"});
     EXPECT_EQ(exported.exit, 14);
     EXPECT_NE(exported.err.find("its reader went away before it had all of the document"), std::string::npos);
+}
+
+TEST_F(CAnswerTest, ATableIsCutAtATerminalAndNowhereElse)
+{
+    const std::string name(60, 'n');
+    ASSERT_EQ(fictl({"snapshot", "create", name, "/dev/fake1"}).exit, 0);
+    const std::string whole = fictl({"snapshot", "list"}).out;
+    EXPECT_NE(whole.find(name + "  complete  "), std::string::npos) << whole;
+    EXPECT_EQ(shownAtTerminal(200, {"snapshot", "list"}), whole);
+    const std::string cut = shownAtTerminal(80, {"snapshot", "list"});
+    EXPECT_NE(cut.find(std::string(24, 'n') + "\u2026  complete  "), std::string::npos) << cut;
+    EXPECT_EQ(shownAtTerminal(0, {"snapshot", "list"}), whole) << "a terminal that does not tell its width";
+}
+
+TEST_F(CAnswerTest, SnapshotsAreListedAsPeopleCount)
+{
+    for (const char* name : {"night10", "night9", "Night9"}) {
+        ASSERT_EQ(fictl({"snapshot", "create", name, "/dev/fake1"}).exit, 0);
+    }
+    std::vector<std::string> names;
+    const nlohmann::json listed = fictlJson({"snapshot", "list"}).document();
+    for (const nlohmann::json& snapshot : listed.at("snapshots")) {
+        names.push_back(snapshot.at("name"));
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"night9", "Night9", "night10"}));
 }
 
 TEST_F(CAnswerTest, AClosedStandardOutputIsAnErrorAndNoFileTakesItsPlace)

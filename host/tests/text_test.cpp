@@ -5,7 +5,6 @@
 #include "host/src/names.h"
 #include "host/src/naming.h"
 #include "host/src/process_identity.h"
-#include "host/src/result.h"
 #include "host/src/snapshot_record.h"
 #include "host/src/state_text.h"
 
@@ -114,11 +113,6 @@ TEST(ExitCodes, AreNumberedInOrderAndNamedOnce)
         EXPECT_TRUE(names.insert(code.name).second) << code.name;
         EXPECT_STREQ(exitName(code.code), code.name);
     }
-}
-
-TEST(Table, AlignsColumnsAndShowsControlCharacters)
-{
-    EXPECT_EQ(formatTable({{"A", "B"}, {"long", ""}, {"\t", "x"}}), "A     B\nlong  -\n\\x09  x\n");
 }
 
 }  // namespace fictl
