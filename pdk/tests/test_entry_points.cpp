@@ -5,15 +5,21 @@
 #include <set>
 #include <thread>
 
+#include "framework/include/cfientrypoint.h"
+#include "framework/include/cfiexecpipe.h"
+#include "framework/include/obzx_runtime.h"
 #include "pdk/tests/entry_calls.h"
 #include "pdk/tests/test_root.h"
 
 namespace pdktest {
 namespace {
 
+using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 using ::testing::SizeIs;
 
 // They do more than call one operation; test_special_entry_points.cpp follows them step by step.
@@ -199,6 +205,49 @@ TEST_F(EntryPoints, TraceEntryAndExitWithTheirOwnNameAndPlace)
         EXPECT_THAT(written.front(), MatchesRegex("L6 testfi Entering" + place));
         EXPECT_THAT(written.back(), MatchesRegex("L6 testfi Exiting" + place));
     }
+}
+
+TEST_F(EntryPoints, NameThemselvesInTheRecordsOfTheirRuns)
+{
+    std::vector<std::string> names;
+    obzx_set_run_observer(
+        [](void* context, const obzx_run* run) {
+            static_cast<std::vector<std::string>*>(context)->push_back(run->entry_point);
+        },
+        &names);
+    record.onCall = [](const std::string&) {
+        std::vector<std::string> lines;
+        obzx_pdk_4_4::CFiExecPipePosix(1).Exec("/no/such/program", lines, "", 1, "", "", "");
+    };
+    for (const SEntryType& type : entryTypes()) {
+        SCOPED_TRACE(type.name);
+        startAfresh();
+        if (type.name == "fini") provider.init();  // there is something to end
+        names.clear();
+        call(type, validArguments(type, objects));
+        EXPECT_THAT(names, AllOf(Not(IsEmpty()), Each(type.name)));
+        EXPECT_STREQ(obzx_pdk_4_4::CFiEntryPoint::name(), "");
+    }
+    record.onCall = {};
+    obzx_set_run_observer(nullptr, nullptr);
+}
+
+TEST_F(EntryPoints, InsideAnotherNameThemselvesUntilTheyReturn)
+{
+    std::vector<std::string> names;
+    record.onCall = [&](const std::string& operation) {
+        if (operation != "getStatus") {
+            names.emplace_back(obzx_pdk_4_4::CFiEntryPoint::name());
+            return;
+        }
+        char* text = nullptr;
+        provider.get<obzx_fi_errmsg_fn>("errmsg")(1, &text);
+        names.emplace_back(obzx_pdk_4_4::CFiEntryPoint::name());
+    };
+    int32_t status = 0;
+    obz_domain node = {};
+    provider.get<obzx_fi_get_status_fn>("get_status")(&node, &status);
+    EXPECT_THAT(names, ElementsAre("get_status", "errmsg", "get_status")) << "delayed initialisation is the first";
 }
 
 TEST_F(EntryPoints, ExceptionOfAnOperationPassesThroughAndLeavesNothingBehind)

@@ -1,8 +1,6 @@
 #include "framework/src/child_process.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,6 +10,7 @@
 #include <memory>
 
 #include "framework/src/process_spawn.h"
+#include "framework/tests/base/no_descriptor_left.h"
 
 namespace {
 
@@ -30,6 +29,7 @@ int waitid(idtype_t type, id_t id, siginfo_t* info, int options)
 namespace {
 
 using namespace obzx_pdk_4_4;
+using obzx_test::CNoDescriptorLeft;
 using Clock = CChildProcess::Clock;
 
 // Its output stays open with the result.
@@ -45,27 +45,6 @@ bool isCollected(pid_t pid)
 {
     return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
-
-// Lets the host have no descriptor left.
-class CNoDescriptorLeft
-{
-  public:
-    CNoDescriptorLeft()
-    {
-        const CFileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-        ::getrlimit(RLIMIT_NOFILE, &m_former);
-        const rlimit none{static_cast<rlim_t>(next.get()), m_former.rlim_max};
-        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
-        EXPECT_EQ(::dup(next.get()), -1);
-        EXPECT_EQ(errno, EMFILE);
-    }
-    ~CNoDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &m_former); }
-    CNoDescriptorLeft(const CNoDescriptorLeft&) = delete;
-    CNoDescriptorLeft& operator=(const CNoDescriptorLeft&) = delete;
-
-  private:
-    rlimit m_former = {};
-};
 
 // With a descriptor that tells the end of the process, and without one.
 class ChildProcess : public ::testing::TestWithParam<bool>

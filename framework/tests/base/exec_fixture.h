@@ -1,5 +1,6 @@
 #pragma once
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
@@ -26,6 +27,16 @@ class CExecTest : public CScratch
     }
     long code() const { return m_pipe.getError().code; }
     const std::string& message() const { return m_pipe.getError().message; }
+
+    /// Runs the piece in a forked child, whose process-wide state it may change. True: the piece returned true.
+    template <class F>
+    static bool inChild(F piece)
+    {
+        const pid_t pid = ::fork();
+        if (pid == 0) ::_exit(piece() ? 0 : 1);
+        int status = -1;
+        return ::waitpid(pid, &status, 0) == pid && status == 0;
+    }
 
     static std::vector<std::string> openDescriptors()
     {

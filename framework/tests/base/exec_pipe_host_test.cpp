@@ -21,16 +21,6 @@ using testing::ElementsAre;
 class ExecPipeHost : public obzx_test::CExecTest
 {
   protected:
-    /// Runs the piece in a forked child, whose process-wide state it may change. True: the piece returned true.
-    template <class F>
-    static bool inChild(F piece)
-    {
-        const pid_t pid = ::fork();
-        if (pid == 0) ::_exit(piece() ? 0 : 1);
-        int status = -1;
-        return ::waitpid(pid, &status, 0) == pid && status == 0;
-    }
-
     static bool sameDisposition(const struct sigaction& a, const struct sigaction& b)
     {
         return a.sa_handler == b.sa_handler && a.sa_flags == b.sa_flags;

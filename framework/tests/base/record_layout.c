@@ -12,6 +12,11 @@ _Static_assert(offsetof(obz_fim_list, next) + sizeof(void*) == sizeof(obz_fim_li
 _Static_assert(OBZ_INTERFACE_VERSION == 7, "interface version");
 _Static_assert(OBZ_ACCESS_NONE == 0 && OBZ_ACCESS_LOCAL == 1 && OBZ_ACCESS_REMOTE == 2, "access values");
 _Static_assert(OBZ_CLAIM_SECONDARY == 2, "claim values");
+_Static_assert(offsetof(obzx_run, size) == 0, "obzx_run.size is first");
+_Static_assert(sizeof(((obzx_run*)0)->process) == 8, "obzx_run.process is 64 bits wide");
+_Static_assert(OBZX_RUN_STARTED == 1 && OBZX_RUN_ENDED == 2, "phases of a run");
+_Static_assert(OBZX_RUN_STOPPED_BY_LIMIT == 1 && OBZX_RUN_STOPPED_BY_CANCEL == 2 && OBZX_RUN_STOPPED_BY_OUTPUT == 3,
+               "what stops a run");
 
 /* Makes and frees one identity from C; 0 when all went well. */
 int recordLayoutUsesRuntime(void);

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "framework/src/file_descriptor.h"
+
+namespace obzx_test {
+
+/// Lets the host have no descriptor left.
+class CNoDescriptorLeft
+{
+  public:
+    CNoDescriptorLeft()
+    {
+        const obzx_pdk_4_4::CFileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        ::getrlimit(RLIMIT_NOFILE, &m_former);
+        const rlimit none{static_cast<rlim_t>(next.get()), m_former.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+        EXPECT_EQ(::dup(next.get()), -1);
+        EXPECT_EQ(errno, EMFILE);
+    }
+    ~CNoDescriptorLeft() { ::setrlimit(RLIMIT_NOFILE, &m_former); }
+    CNoDescriptorLeft(const CNoDescriptorLeft&) = delete;
+    CNoDescriptorLeft& operator=(const CNoDescriptorLeft&) = delete;
+
+  private:
+    rlimit m_former = {};
+};
+
+}  // namespace obzx_test
