@@ -50,19 +50,6 @@ EGroupListing findSections(const std::vector<std::string>& lines, SLMRGroupListi
     return EGroupListing::COMPLETE;
 }
 
-// lun = device "[" serial "]" text
-//
-//   /dev/sdb [ABC123] 10GB
-EGroupListing parseLun(std::string_view line, SLMRGroupLun& lun)
-{
-    std::array<std::string_view, 2> pieces;
-    if (splitPieces(line, '[', pieces) != 2) return EGroupListing::BAD_DEVICE;
-    lun.device = trimBlanks(pieces[0]);
-    if (splitPieces(pieces[1], ']', pieces) != 2) return EGroupListing::BAD_SERIAL;
-    lun.serial = trimBlanks(pieces[0]);
-    return EGroupListing::COMPLETE;
-}
-
 }  // namespace
 
 // hosts = { host-name { text } NEWLINE }
@@ -91,6 +78,19 @@ bool parseGroupName(std::string_view line, std::string_view& name)
     return true;
 }
 
+// lun = device "[" serial "]" text
+//
+//   /dev/sdb [ABC123] 10GB
+EGroupListing parseListedLun(std::string_view line, SLMRGroupLun& lun)
+{
+    std::array<std::string_view, 2> pieces;
+    if (splitPieces(line, '[', pieces) != 2) return EGroupListing::BAD_DEVICE;
+    lun.device = trimBlanks(pieces[0]);
+    if (splitPieces(pieces[1], ']', pieces) != 2) return EGroupListing::BAD_SERIAL;
+    lun.serial = trimBlanks(pieces[0]);
+    return EGroupListing::COMPLETE;
+}
+
 // group = { text } "Protected LUNS:" { lun } [ "Monitor LUNS:" { text } ] "Permissions:" { text }, and somewhere
 // "Stillmark LUNs:"
 //
@@ -110,7 +110,7 @@ SLMRGroupListing parseGroup(const std::vector<std::string>& lines)
     for (int i = listing.begin + 1; i < listing.end; ++i) {
         SLMRGroupLun lun;
         const std::string_view line = lines[static_cast<size_t>(i)];
-        listing.result = parseLun(line, lun);
+        listing.result = parseListedLun(line, lun);
         if (listing.result != EGroupListing::COMPLETE) {
             listing.badLine = line;
             listing.badDevice = lun.device;

@@ -47,6 +47,9 @@ struct SLMRGroupListing
     std::string_view badDevice;  ///< BAD_SERIAL: the device of the bad line
 };
 
+/// The LUN in a line of a listing: COMPLETE, BAD_DEVICE or BAD_SERIAL.
+EGroupListing parseListedLun(std::string_view line, SLMRGroupLun& lun);
+
 SLMRGroupListing parseGroup(const std::vector<std::string>& lines);
 
 }  // namespace cdpfi
