@@ -1,24 +1,15 @@
 #include "providers/cdp/cdp_appliance_factory.h"
 
-#include "framework/include/cficonfiguration.h"
-#include "framework/include/cfistringtool.h"
+#include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
 #include "providers/cdp/cdp_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 
 namespace cdpfi {
 
-using obzx_pdk_4_4::CFiStringTool;
 using obzx_pdk_4_4::CFiTraceLogFunction;
 using obzx_pdk_4_4::TRACE_DETAIL;
 using obzx_pdk_4_4::TRACE_INFO;
-
-namespace {
-
-constexpr const char* CONFIGURATION_FILE = "/etc/qz/hls.conf";
-constexpr const char* APPLIANCE_MARK = "RSURL";
-
-}  // namespace
 
 CCDPApplianceFactory::CCDPApplianceFactory() = default;
 
@@ -26,7 +17,7 @@ CCDPApplianceFactory::~CCDPApplianceFactory() = default;
 
 std::string CCDPApplianceFactory::configurationPath()
 {
-    return obzx_pdk_4_4::placePath(CONFIGURATION_FILE);
+    return applianceListPath();
 }
 
 void CCDPApplianceFactory::initialize()
@@ -42,16 +33,14 @@ void CCDPApplianceFactory::initialize()
 
 void CCDPApplianceFactory::addFromLine(const std::string& line)
 {
-    if (line.find(APPLIANCE_MARK) == std::string::npos) return;
-    const std::vector<std::string> entry = CFiStringTool::tokenize(line, "=");
-    if (entry.size() != 2) return;
-    trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", entry[0], entry[1]);
-    const std::vector<std::string> address = CFiStringTool::tokenize(entry[1], ":");
-    if (address.empty()) return;
-    const CString name = textOf(address[0]);
+    const std::optional<SCDPApplianceLine> read = parseApplianceLine(line);
+    if (!read) return;
+    trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", read->key, read->value);
+    if (read->name.empty()) return;
+    const CString name = textOf(read->name);
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
     const CAppliancePtr appliance(new CLMRAppliance(name));
-    m_appliances[address[0]] = appliance;
+    m_appliances[read->name] = appliance;
     appliance->registerTraceLog(m_traceLog);
 }
 

@@ -13,9 +13,8 @@ namespace cdpfi {
  * The configured appliances, by name. Filled while the provider starts and read afterwards without locks; a start after
  * an end of the provider reads the configuration again and replaces the appliances that it names.
  *
- * Configuration: the lines of /etc/qz/hls.conf that hold "RSURL" anywhere and one "=", for example RSURL=server1:port.
- * The name is what stands between "=" and the first ":". Blanks count, there are no comments, and the last of several
- * lines for one name wins.
+ * Configuration: the lines of /etc/qz/hls.conf that parseApplianceLine reads; the last of several lines for one name
+ * wins.
  */
 class CCDPApplianceFactory : public virtual obzx_pdk_4_4::CFiRefCount, public virtual obzx_pdk_4_4::CFiTraceable
 {

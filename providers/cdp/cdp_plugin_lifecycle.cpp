@@ -39,9 +39,6 @@ constexpr int32_t PROVIDER_LEVEL = 2;
 // The place that hosts know a failed start by; it does not follow the code about.
 constexpr SMessageSource FAILED_START_SOURCE = {"../cdp_plugin.cpp", 107};
 
-// The shell whose presence decides whether an appliance is valid.
-constexpr const char* APPLIANCE_SHELL = "/opt/QXPKlm/bin/lmsh";
-
 std::string namesOf(const std::vector<CAppliancePtr>& appliances)
 {
     std::string names;
@@ -115,7 +112,7 @@ int32_t CCDPPlugin::startUp()
     registerPrivateData();
     if (!checkAppliances(list)) {
         trace(TRACE_INFO, "CCDPPlugin::init - None of the appliances are valid return PTP.");
-        pushError(m_errorManager, message::TOOL_NOT_USABLE, {obzx_pdk_4_4::placePath(APPLIANCE_SHELL), namesOf(list)},
+        pushError(m_errorManager, message::TOOL_NOT_USABLE, {obzx_pdk_4_4::placePath(LMR_FIXED_SHELL), namesOf(list)},
                   {__FILE__, __LINE__});
         return OBZ_ERR_INIT;
     }

@@ -11,7 +11,6 @@ namespace {
 
 constexpr const char* PRODUCT = "Lumora";
 constexpr const char* PRODUCT_VERSION = "6.5";
-constexpr const char* SHELL = "/opt/QXPKlm/bin/lmsh";
 constexpr int32_t ACCESS = 3;  // local and remote
 constexpr int IMPORT_PASSES = 5;
 
@@ -129,9 +128,9 @@ bool CLMRAppliance::interpose(const CString& device)
 
 bool CLMRAppliance::verify()
 {
-    const int result = CFiConfigurationPathTool::verify(SHELL);
+    const int result = CFiConfigurationPathTool::verify(LMR_FIXED_SHELL);
     trace(TRACE_INFO, "CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value %d for %s", result,
-          SHELL);
+          LMR_FIXED_SHELL);
     return result == 0;
 }
 

@@ -8,6 +8,9 @@
 
 namespace cdpfi {
 
+/// Where an appliance insists on finding its shell, below the root directory, whatever is configured.
+inline constexpr const char* LMR_FIXED_SHELL = "/opt/QXPKlm/bin/lmsh";
+
 /// An external tool: the full program path is the directory followed directly by the name.
 struct SLMRCliPath
 {

@@ -28,6 +28,8 @@ class CLMRDiskListing
   public:
     /// Lines are passed in order, without their line feeds; after TOO_FEW_FIELDS or BAD_GROUPS none may follow.
     EDiskLine read(std::string_view line, SLMRDisk& disk);
+    /// Whether the separator line was read, without which there is no listing of disks.
+    bool headingPassed() const { return m_headingPassed; }
 
   private:
     bool m_headingPassed = false;

@@ -1,0 +1,243 @@
+#include "providers/cdp/inspect/appliance_section.h"
+
+#include <algorithm>
+
+#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/lmr_listing_details.h"
+#include "providers/cdp/lmr/lmr_name_listings.h"
+#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+
+namespace cdpfi::inspect {
+
+namespace {
+
+constexpr size_t SHOWN_LINES = 5;
+
+using CLines = std::vector<std::string>;
+
+std::vector<std::string> textsOf(const std::vector<std::string_view>& views)
+{
+    return {views.begin(), views.end()};
+}
+
+std::optional<std::vector<std::string>> textsOf(const std::optional<std::vector<std::string_view>>& views)
+{
+    return views ? std::optional(textsOf(*views)) : std::nullopt;
+}
+
+std::optional<std::string> textOf(const std::optional<std::string_view>& view)
+{
+    return view ? std::optional<std::string>(*view) : std::nullopt;
+}
+
+std::optional<std::vector<SAnnotation>> textsOf(const std::optional<std::vector<SLMRAnnotation>>& listed)
+{
+    if (!listed) return std::nullopt;
+    std::vector<SAnnotation> annotations;
+    annotations.reserve(listed->size());
+    for (const SLMRAnnotation& each : *listed)
+        annotations.push_back({std::string(each.name), textOf(each.time), textOf(each.message)});
+    return annotations;
+}
+
+/// What a listing of a group lacks to be one.
+std::string defectOf(const SLMRGroupListing& listing)
+{
+    switch (listing.result) {
+        case EGroupListing::COMPLETE:
+            return {};
+        case EGroupListing::NO_PROTECTED:
+            return "\"Protected LUNS:\" is missing";
+        case EGroupListing::NO_PERMISSION:
+            return "\"Permissions:\" is missing";
+        case EGroupListing::NO_STILLMARK:
+            return "\"Stillmark LUNs:\" is missing";
+        default:
+            return "[" + shortLine(listing.badLine) + "] is no LUN";
+    }
+}
+
+std::string defectOf(const SLMRImageListing& listing)
+{
+    if (listing.result == EImageListing::COMPLETE) return {};
+    if (listing.result == EImageListing::NO_LUNS) return "\"TimeImage LUNs:\" is missing";
+    return "[" + shortLine(joinTexts(listing.badPieces, " ")) + "] is no LUN";
+}
+
+std::string defectOf(const SLMRNameListing& listing, const CLines& lines)
+{
+    if (listing.isListing) return {};
+    return listing.strayLine ? "[" + shortLine(lines[*listing.strayLine]) + "]" : "it is empty";
+}
+
+class CApplianceSection
+{
+  public:
+    CApplianceSection(CToolRunner& runner, const std::string& name, const SInspectOptions& options)
+        : m_runner(runner), m_options(options)
+    {
+        m_section.name = name;
+    }
+
+    SAppliance take()
+    {
+        readHosts();
+        readGroups();
+        m_section.reachable = !m_silence && (m_section.hostsRead || m_section.groupsRead);
+        return std::move(m_section);
+    }
+
+  private:
+    bool isAsked(const std::string& group) const
+    {
+        return m_options.groups.empty() || std::ranges::find(m_options.groups, group) != m_options.groups.end();
+    }
+
+    /// The lines of an answer with exit status 0; else empty, with the reason.
+    std::optional<CLines> ask(const SLMRCommand& command, CReason& problem)
+    {
+        if (m_silence) {
+            problem = "not asked: " + *m_silence;
+            return std::nullopt;
+        }
+        SAnswer answer = m_runner.send(m_section.name, command);
+        m_section.shell.add(answer.use);
+        if (answer.noAnswer) {
+            m_silence = *answer.problem + " to \"" + answer.run.command + "\"";
+            m_section.problem = m_silence;
+        }
+        problem = answer.problem;
+        if (m_options.raw && answer.use.tried) m_section.runs.push_back(std::move(answer.run));
+        return answer.problem ? std::nullopt : std::optional(std::move(answer.lines));
+    }
+
+    /// Notes an answer that is something else than what was asked for.
+    std::string noListing(const SLMRCommand& command, const CLines& lines, const std::string& defect)
+    {
+        SNoListing& noted = m_section.noListings.emplace_back();
+        noted.command = readableCommand(command.m_text);
+        for (size_t i = 0; i < std::min(lines.size(), SHOWN_LINES); ++i)
+            noted.lines.push_back(shortLine(lines[i]));
+        return "the answer to \"" + noted.command + "\" is no listing: " + defect;
+    }
+
+    /// The names in a listing; empty when there is none, with the reason.
+    std::optional<std::vector<std::string>> askForNames(const SLMRCommand& command,
+                                                        SLMRNameListing (*reader)(const CLines&), CReason& problem)
+    {
+        const auto lines = ask(command, problem);
+        if (!lines) return std::nullopt;
+        const SLMRNameListing listing = reader(*lines);
+        if (listing.isListing) return textsOf(listing.names);
+        problem = noListing(command, *lines, defectOf(listing, *lines));
+        return std::nullopt;
+    }
+
+    void readHosts()
+    {
+        CReason problem;
+        const auto names = askForNames(lmr_commands::listHosts(), readHostListing, problem);
+        note(problem);
+        if (!names) return;
+        m_section.hostsRead = true;
+        for (const std::string& name : *names) {
+            SHost& host = m_section.hosts.emplace_back(SHost{name, {}});
+            CReason ignored;  // what a host shows is told where it is known
+            if (!m_options.groups.empty()) continue;
+            if (const auto lines = ask(lmr_commands::showHost(cdpfi::textOf(name)), ignored))
+                host.luns = textsOf(parsePresentedLuns(*lines));
+        }
+    }
+
+    void readGroups()
+    {
+        CReason problem;
+        auto names = askForNames(lmr_commands::listGroups(), readGroupListing, problem);
+        note(problem);
+        if (!names) return;
+        m_section.groupsRead = true;
+        m_section.groupNames = std::move(*names);
+        for (const std::string& name : m_section.groupNames) {
+            if (isAsked(name)) m_section.groups.push_back(readGroup(name));
+        }
+    }
+
+    SGroup readGroup(const std::string& name)
+    {
+        SGroup group;
+        group.name = name;
+        const SLMRCommand command = lmr_commands::showGroup(cdpfi::textOf(name));
+        if (const auto lines = ask(command, group.problem)) {
+            const SLMRGroupListing listing = parseGroup(*lines);
+            if (const std::string defect = defectOf(listing); !defect.empty()) {
+                group.problem = noListing(command, *lines, defect);
+            } else {
+                fill(group, listing, parseGroupDetails(*lines));
+            }
+        }
+        readImages(group);
+        return group;
+    }
+
+    static void fill(SGroup& group, const SLMRGroupListing& listing, const SLMRGroupDetails& details)
+    {
+        group.read = true;
+        for (const SLMRGroupLun& lun : listing.luns)
+            group.luns.push_back({std::string(lun.device), std::string(lun.serial), {}});
+        group.permissions = textsOf(details.permissions);
+        group.annotations = textsOf(details.annotations);
+    }
+
+    void readImages(SGroup& group)
+    {
+        CReason problem;
+        const auto names =
+            askForNames(lmr_commands::listTimeImages(cdpfi::textOf(group.name)), readTimeImageListing, problem);
+        if (!group.problem) group.problem = problem;
+        if (!names) return;
+        group.imagesRead = true;
+        for (const std::string& name : *names)
+            group.images.push_back(readImage(group.name, name));
+    }
+
+    SImage readImage(const std::string& group, const std::string& name)
+    {
+        SImage image;
+        image.name = name;
+        const SLMRCommand command = lmr_commands::showTimeImage(cdpfi::textOf(name), cdpfi::textOf(group));
+        const auto lines = ask(command, image.problem);
+        if (!lines) return image;
+        const SLMRImageListing listing = parseTimeImage(*lines);
+        if (const std::string defect = defectOf(listing); !defect.empty()) {
+            image.problem = noListing(command, *lines, defect);
+            return image;
+        }
+        for (const SLMRImageLun& lun : listing.luns)
+            image.luns.push_back({std::string(lun.sourceSerial), std::string(lun.targetSerial), {}});
+        const SLMRImageDetails details = parseTimeImageDetails(*lines);
+        image.annotation = textOf(details.annotation);
+        image.created = textOf(details.created);
+        image.permissions = textsOf(details.permissions);
+        return image;
+    }
+
+    void note(const CReason& problem)
+    {
+        if (!m_section.problem) m_section.problem = problem;
+    }
+
+    CToolRunner& m_runner;
+    const SInspectOptions& m_options;
+    SAppliance m_section;
+    CReason m_silence;  // what got no answer, after which nothing else is asked
+};
+
+}  // namespace
+
+SAppliance askAppliance(CToolRunner& runner, const std::string& name, const SInspectOptions& options)
+{
+    return CApplianceSection(runner, name, options).take();
+}
+
+}  // namespace cdpfi::inspect

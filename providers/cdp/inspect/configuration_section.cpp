@@ -1,0 +1,121 @@
+#include "providers/cdp/inspect/configuration_section.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <map>
+
+#include "framework/include/cficonfiguration.h"
+#include "framework/include/cfiplatformerror.h"
+#include "framework/include/cfistringtool.h"
+#include "pdk/include/cfipluginname.h"
+#include "providers/cdp/cdp_appliance_lines.h"
+#include "providers/cdp/cdp_support.h"
+#include "providers/cdp/lmr/lmr_text.h"
+
+namespace cdpfi::inspect {
+
+using obzx_pdk_4_4::CFiConfiguration;
+using obzx_pdk_4_4::CFiPlatformError;
+using obzx_pdk_4_4::CFiStringTool;
+
+namespace {
+
+constexpr off_t MAX_LIST_SIZE = off_t{16} * 1024 * 1024;
+constexpr off_t MAX_STORE_SIZE = off_t{1024} * 1024;
+
+struct SKnownValue
+{
+    const char* section;
+    const char* key;
+    const char* byDefault;
+};
+
+// What the provider and the runtime under it read; the provider's parameter description has the same.
+constexpr SKnownValue KNOWN_VALUES[] = {
+    {"LMR_CLI_CONFIG", "LMR_LMSH_PATH", "/opt/QXPKlm/bin/"},
+    {"LMR_CLI_CONFIG", "LMR_LMSH_NAME", "lmsh"},
+    {"LMR_CLI_CONFIG", "LMR_KFORUTIL_PATH", "/usr/sbin/"},
+    {"LMR_CLI_CONFIG", "LMR_KFORUTIL_NAME", "kforutil"},
+    {"FI_TRACE", "LEVEL", "2"},
+    {"FI_TRACE", "FILE", "/var/log/qz/cdpfi.log"},
+    {"FI_TRACE", "MAX_SIZE", "10485760"},
+    {"FI_TRACE", "MAX_FILES", "5"},
+    {"FI_EXEC", "MAX_TIMEOUT", "600"},
+    {"FI_NETWORK", "LOCAL_NAME", ""},
+};
+
+/// Why a file cannot be read as a regular file of a size to be expected.
+CReason problemOf(const std::string& path, off_t most)
+{
+    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) return CFiPlatformError::errorText(errno);
+    struct stat status = {};
+    const bool known = fstat(fd, &status) == 0;
+    close(fd);
+    if (!known || !S_ISREG(status.st_mode)) return "not a regular file";
+    if (status.st_size > most) return "larger than " + std::to_string(most / 1024 / 1024) + " MiB";
+    return {};
+}
+
+bool looksLikeComment(const std::string& line)
+{
+    const std::string_view text = trimBlanks(line);
+    return text.starts_with('#') || text.starts_with(';') || text.starts_with("//");
+}
+
+void readApplianceList(SConfiguration& configuration)
+{
+    const std::string path = applianceListPath();
+    configuration.files.push_back({path, problemOf(path, MAX_LIST_SIZE)});
+    std::vector<std::string> lines;
+    CDPSupportFunction::readFile(path, lines);
+    std::map<std::string, SConfiguredAppliance> appliances;  // of several lines for one name the last one counts
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const SLine line{path, static_cast<long>(i) + 1, lines[i]};
+        const auto read = parseApplianceLine(lines[i]);
+        if (read && !read->name.empty()) {
+            appliances[read->name] = {read->name, read->port, line};
+            if (looksLikeComment(lines[i])) configuration.commented.push_back(appliances[read->name]);
+        } else if (lines[i].find("RSURL") != std::string::npos && !looksLikeComment(lines[i])) {
+            configuration.unreadableLines.push_back(line);
+        }
+    }
+    for (auto& [name, appliance] : appliances)
+        configuration.appliances.push_back(std::move(appliance));
+}
+
+SValue readValue(CFiConfiguration& store, const SKnownValue& known)
+{
+    SValue value{std::string(known.section) + "/" + known.key, known.byDefault, {}};
+    ACE_Configuration_Section_Key section;
+    CString text;
+    if (store.openSection(known.section, section, 1) != 0 || store.getStringValue(known.key, text) != 0) return value;
+    value.value = bytesOf(text);
+    value.line = SLine{store.path(), store.lineOf(known.section, known.key), {}};
+    return value;
+}
+
+void readStore(SConfiguration& configuration)
+{
+    CFiConfiguration store(cfi_pgn_name_tstr);
+    configuration.files.push_back({store.path(), problemOf(store.path(), MAX_STORE_SIZE)});
+    for (const auto& line : store.unreadableLines())
+        configuration.unreadableLines.push_back({store.path(), line.m_line, line.m_text});
+    for (const SKnownValue& known : KNOWN_VALUES)
+        configuration.values.push_back(readValue(store, known));
+}
+
+}  // namespace
+
+SConfiguration readConfiguration()
+{
+    SConfiguration configuration;
+    readApplianceList(configuration);
+    readStore(configuration);
+    return configuration;
+}
+
+}  // namespace cdpfi::inspect

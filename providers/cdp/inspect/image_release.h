@@ -1,0 +1,26 @@
+#pragma once
+
+#include "providers/cdp/inspect/inspection.h"
+
+namespace cdpfi::inspect {
+
+/// A time image that is to go, and what became of it.
+struct SImageRelease
+{
+    std::string appliance;
+    std::string group;
+    std::string image;
+    CReason problem;                ///< empty: it is not there any more
+    std::optional<int> exitStatus;  ///< of the deletion
+    std::string output;             ///< of the deletion
+};
+
+/**
+ * Deletes a time image, never the checkpoint that it shows, and looks at a fresh list whether it is gone: whatever the
+ * deletion answered, the list decides. An image that was not there is gone, too. Nothing is sent for an appliance that
+ * is not configured and for a name that no time image can have.
+ * @param timeout seconds for each of the two commands
+ */
+void releaseImage(SImageRelease& release, uint64_t timeout);
+
+}  // namespace cdpfi::inspect

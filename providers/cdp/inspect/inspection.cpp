@@ -1,0 +1,140 @@
+#include "providers/cdp/inspect/inspection.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+
+#include "framework/include/ccmnnetwork.h"
+#include "framework/include/cficonfiguration.h"
+#include "framework/include/cfiplatformerror.h"
+#include "pdk/include/cfipluginname.h"
+#include "providers/cdp/inspect/ambiguous_serials.h"
+#include "providers/cdp/inspect/appliance_section.h"
+#include "providers/cdp/inspect/configuration_section.h"
+#include "providers/cdp/inspect/disk_section.h"
+#include "providers/cdp/inspect/host_section.h"
+#include "providers/cdp/inspect/side_by_side.h"
+#include "providers/cdp/inspect/tool_runner.h"
+#include "providers/cdp/inspect/tool_section.h"
+
+namespace cdpfi::inspect {
+
+using obzx_cmn_4_4::CCmnNetwork;
+using obzx_cmn_4_4::SHostInfo;
+
+namespace {
+
+constexpr size_t APPLIANCES_AT_ONCE = 8;
+
+std::string utcNow()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts = {};
+    gmtime_r(&now, &parts);
+    char text[32] = {};
+    return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+/// What the look gathers before it is put together.
+struct SGathered
+{
+    SAnswer disks;
+    std::string localName;
+    SHostInfo local;
+    std::vector<SAppliance> appliances;
+};
+
+bool isAsked(const SInspectOptions& options, const std::string& appliance)
+{
+    return options.appliances.empty() || std::ranges::find(options.appliances, appliance) != options.appliances.end();
+}
+
+/// Asks, and has a failure of this program's own cost the section that it is about.
+void askSafely(CToolRunner& runner, const SInspectOptions& options, SAppliance& section)
+{
+    try {
+        section = askAppliance(runner, section.name, options);
+    } catch (const std::exception& error) {
+        section.reachable = false;
+        section.problem = std::string("not asked to the end: ") + error.what();
+    }
+}
+
+/// Tools, resolver and appliances at the same time: whichever hangs, the others are not kept waiting.
+SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SConfiguration& configuration)
+{
+    SGathered gathered;
+    for (const SConfiguredAppliance& appliance : configuration.appliances) {
+        if (isAsked(options, appliance.name)) gathered.appliances.emplace_back().name = appliance.name;
+    }
+    std::vector<std::function<void()>> questions;
+    for (SAppliance& section : gathered.appliances)
+        questions.emplace_back([&] { askSafely(runner, options, section); });
+    const CCmnNetwork network(cfi_pgn_name_str);
+    runSideBySide({[&] { runSideBySide(questions, APPLIANCES_AT_ONCE); }, [&] { gathered.disks = runner.listDisks(); },
+                   [&] {
+                       gathered.localName = network.getFQDN();
+                       gathered.local = network.resolve(gathered.localName);
+                   }},
+                  3);
+    return gathered;
+}
+
+void placeOnThisHost(SAppliance& appliance, const CDevicePaths& paths, const SGathered& gathered)
+{
+    const CCmnNetwork network(cfi_pgn_name_str);
+    appliance.hostHere = findHostHere(appliance.hosts, gathered.local, gathered.localName,
+                                      [&](const std::string& name) { return network.resolve(name); });
+    for (SGroup& group : appliance.groups) {
+        for (SGroupLun& lun : group.luns)
+            lun.path = paths.pathOf(lun.serial);
+        for (SImage& image : group.images) {
+            for (SImageLun& lun : image.luns)
+                lun.path = paths.pathOf(lun.target);
+        }
+    }
+}
+
+std::vector<SToolRun> takeRuns(SGathered& gathered)
+{
+    std::vector<SToolRun> runs;
+    if (gathered.disks.use.tried) runs.push_back(std::move(gathered.disks.run));
+    for (SAppliance& appliance : gathered.appliances)
+        std::ranges::move(appliance.runs, std::back_inserter(runs));
+    return runs;
+}
+
+}  // namespace
+
+SInspection inspect(const SInspectOptions& options)
+{
+    const auto start = std::chrono::steady_clock::now();
+    SInspection inspection;
+    inspection.taken = utcNow();
+    inspection.configuration = readConfiguration();
+    CToolRunner runner;
+    const CRunWatch watch(options.timeout);
+    SGathered gathered = gather(runner, options, inspection.configuration);
+
+    inspection.host = describeHost(gathered.local, gathered.localName);
+    if (gathered.disks.problem) {
+        inspection.disks.problem = gathered.disks.problem;
+    } else {
+        inspection.disks = readDisks(gathered.disks.lines);
+    }
+    SToolUse shell;
+    const CDevicePaths paths(inspection.disks);
+    for (SAppliance& appliance : gathered.appliances) {
+        placeOnThisHost(appliance, paths, gathered);
+        shell.add(appliance.shell);
+    }
+    inspection.tools = describeTools(runner, shell, gathered.disks.use);
+    if (options.raw) inspection.raw = takeRuns(gathered);
+    inspection.appliances = std::move(gathered.appliances);
+    inspection.ambiguous = findAmbiguous(inspection.appliances, inspection.disks);
+    inspection.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return inspection;
+}
+
+}  // namespace cdpfi::inspect

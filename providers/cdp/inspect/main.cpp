@@ -1,0 +1,12 @@
+// cdpfi-inspect: what is there now, told without starting the provider.
+#include "pdk/include/cfipluginname.h"
+#include "providers/cdp/inspect/inspect_command_line.h"
+
+const ACE_String_Base<char> cfi_pgn_name_tstr("cdpfi");
+const std::wstring cfi_pgn_name_wstr(L"cdpfi");
+const std::string cfi_pgn_name_str("cdpfi");
+
+int main(int argc, char** argv)
+{
+    return cdpfi::inspect::runCommandLine(argc, argv);
+}

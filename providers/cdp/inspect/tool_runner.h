@@ -1,0 +1,62 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "providers/cdp/inspect/inspection.h"
+#include "providers/cdp/lmr/lmr_appliance_tool.h"
+#include "providers/cdp/lmr/lmr_commands.h"
+
+namespace cdpfi::inspect {
+
+/// What became of a command.
+struct SAnswer
+{
+    CReason problem;                 ///< empty: exit status 0
+    bool noAnswer = false;           ///< nothing else of this tool will come: not started, or stopped by the time limit
+    std::vector<std::string> lines;  ///< also of a command that failed
+    SToolUse use;
+    SToolRun run;
+};
+
+/**
+ * While it lives, the runs of this process are watched and limited. One a process.
+ */
+class CRunWatch
+{
+  public:
+    /// @param seconds most that a run may take; the configuration's MAX_TIMEOUT may allow less
+    explicit CRunWatch(uint64_t seconds);
+    ~CRunWatch();
+    CRunWatch(const CRunWatch&) = delete;
+    CRunWatch& operator=(const CRunWatch&) = delete;
+};
+
+/// Where the tools are, and how they are run: the plug-in's runners with nothing of their traces. Any thread may use
+/// it.
+class CToolRunner
+{
+  public:
+    CToolRunner();
+
+    const std::string& shellPath() const { return m_shellPath; }
+    const std::string& utilityPath() const { return m_utilityPath; }
+
+    /// Sends a command to an appliance. @throw std::bad_alloc
+    SAnswer send(const std::string& appliance, const SLMRCommand& command);
+    /// Lists this host's disks. @throw std::bad_alloc
+    SAnswer listDisks();
+
+  private:
+    CLMRApplianceTool m_shell;
+    std::string m_shellPath;
+    std::string m_utilityPath;
+};
+
+/// A command as people read it: single blanks between words, names in quotes as they are.
+std::string readableCommand(const std::string& text);
+/// A text in one line that is not too long to be shown.
+std::string shortLine(std::string_view text);
+
+}  // namespace cdpfi::inspect
