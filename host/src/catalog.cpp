@@ -120,11 +120,10 @@ auto CCatalog::guarded(const char* doing, Work work)
     }
 }
 
-CCatalog::CCatalog() : m_path(prepareCatalogFile())
+CCatalog::CCatalog() : m_path(prepareCatalogFile()), m_lock(m_path + "-owners")
 {
     guarded("open it", [this] {
         m_db.emplace(m_path, SQLITE_OPEN_READWRITE);
-        takeOwnerLock(m_path + "-owners");
         // FULL: an intent must be on disk before the appliance is asked for anything.
         m_db->exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
         prepareSchema();

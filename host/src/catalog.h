@@ -61,6 +61,7 @@ class CCatalog
     void writeDevice(const std::string& snapshot, int64_t position, const SDevice& device);
 
     std::string m_path;
+    COwnerLock m_lock;
     std::optional<CSqliteDb> m_db;
 };
 

@@ -55,9 +55,10 @@ std::string pidNamespace()
 }
 
 // Locks of this kind belong to the process, so no child inherits one, and they are gone when it is. Closing any
-// descriptor of the file would give them back too: there is only this one, and it stays open.
+// descriptor of the file would give them back too: there is only this one.
 int g_owners = -1;
 int64_t g_lock = 0;
+int g_holders = 0;
 
 struct flock byteLock(int64_t byte)
 {
@@ -95,9 +96,9 @@ EHeld isHeld(int64_t byte)
 
 }  // namespace
 
-void takeOwnerLock(const std::string& file)
+COwnerLock::COwnerLock(const std::string& file)
 {
-    if (g_owners >= 0) return;
+    if (g_holders++ > 0) return;
     constexpr mode_t OWNER_ONLY = 0600;
     g_owners = open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
     if (g_owners < 0) return;
@@ -107,6 +108,14 @@ void takeOwnerLock(const std::string& file)
         struct flock lock = byteLock(byte);
         if (byte != 0 && fcntl(g_owners, F_SETLK, &lock) == 0) g_lock = byte;
     }
+}
+
+COwnerLock::~COwnerLock()
+{
+    if (--g_holders > 0) return;
+    if (g_owners >= 0) close(g_owners);
+    g_owners = -1;
+    g_lock = 0;
 }
 
 SProcessIdentity thisProcess()

@@ -21,11 +21,18 @@ struct SProcessIdentity
 };
 
 /**
- * Opens the file in which every living fictl that works on a catalog holds a lock on a byte of its own, and takes one
- * for this process. The system gives the lock back however the process ends. Where it cannot be had, the identity has
- * no lock and the other members have to do. Called once for a catalog.
+ * Holds this process's lock in the file in which every living fictl that works on a catalog locks a byte of its own.
+ * The system gives the lock back however the process ends. Where it cannot be had, the identity has no lock and the
+ * other members have to do. Several at a time share one lock; used by one thread.
  */
-void takeOwnerLock(const std::string& file);
+class COwnerLock
+{
+  public:
+    explicit COwnerLock(const std::string& file);
+    ~COwnerLock();
+    COwnerLock(const COwnerLock&) = delete;
+    COwnerLock& operator=(const COwnerLock&) = delete;
+};
 
 SProcessIdentity thisProcess();
 /// False once the process is gone, also when another one has its id now. A process that is dead but not yet reaped is

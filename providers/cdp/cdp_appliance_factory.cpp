@@ -37,7 +37,8 @@ void CCDPApplianceFactory::addFromLine(const std::string& line)
     if (!read) return;
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", read->key, read->value);
     if (read->name.empty()) return;
-    const CString name = textOf(read->name);
+    const CString name(read->name.c_str());
+    if (bytesOf(name) != read->name) throw std::bad_alloc();
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
     const CAppliancePtr appliance(new CLMRAppliance(name));
     m_appliances[read->name] = appliance;

@@ -1,0 +1,112 @@
+"""Two hosts with a catalog each, one snapshot, and the commands that they can give in any order."""
+import json
+import pathlib
+import shutil
+
+from sweep.site import Site, need
+
+NAME = "nightly"
+HOSTS = ("production", "backup")
+
+
+class House(Site):
+    """A small site, and what can be done with one snapshot on it."""
+
+    LUNS = {"data": ("alpha", "payroll"), "ledger": ("beta", "books")}
+
+    def __init__(self, bin_folder):
+        super().__init__(bin_folder)
+        self.document = self.folder / "exchange" / f"{NAME}.json"
+        devices = [self.devices[lun] for lun in self.LUNS]
+        self.commands = {
+            "create": ("production", ["snapshot", "create", NAME, *devices]),
+            "export": ("production", ["snapshot", "export", NAME, "--file", str(self.document)]),
+            "receive": ("backup", ["snapshot", "receive", str(self.document)]),
+        }
+        for host in HOSTS:
+            for verb in ("import", "release", "delete"):
+                self.commands[f"{verb}@{host}"] = (host, ["snapshot", verb, NAME])
+            self.commands[f"delete-even-if-in-use@{host}"] = (host, ["snapshot", "delete", NAME, "--even-if-in-use"])
+
+    def give(self, command):
+        host, words = self.commands[command]
+        return self.fictl(host, *words)
+
+    def records(self):
+        return {host: self.record(host, NAME) for host in HOSTS}
+
+    def images(self):
+        """Time images as (appliance, group, name, hosts that they are granted to)."""
+        found = set()
+        for appliance, group in set(self.LUNS.values()):
+            shown = self.lmadm_json("--appliance", appliance, "group", "show", group)
+            found |= {(appliance, group, image["name"], tuple(image["permissions"])) for image in shown["time_images"]}
+        return found
+
+    def keep(self, folder):
+        shutil.rmtree(folder, ignore_errors=True)
+        shutil.copytree(self.folder, folder, symlinks=True)
+
+    def go_back(self, folder):
+        for entry in self.folder.iterdir():
+            shutil.rmtree(entry)
+        shutil.copytree(folder, self.folder, symlinks=True, dirs_exist_ok=True)
+
+    def situation(self):
+        """What there is, without names that differ from run to run."""
+        records = self.records()
+        checkpoints, _ = self.copies()
+        told = {}
+        for host, record in records.items():
+            told[host] = record and [record["state"], sorted((device["group"], device["made"],
+                                                              device["import_path"] is not None)
+                                                             for device in record["devices"])]
+        known = {record["checkpoint"] for record in records.values() if record}
+        return json.dumps([told, sorted((entry[:2], entry[2] in known) for entry in checkpoints),
+                           sorted((image[:2], image[3]) for image in self.images()), self.document.exists(),
+                           len(known)])
+
+
+def check_nothing_taken(house, command, before_records, before_images):
+    """No command removes an image that a catalog holds as imported, but for that host's own release or delete, and
+    what was told to."""
+    if command.startswith("delete-even-if-in-use@"):
+        return
+    gone = before_images - house.images()
+    for appliance, group, image, hosts in gone:
+        for host in HOSTS:
+            record = before_records[host]
+            if not record or record["state"] != "imported" or host not in hosts:
+                continue
+            need(command in (f"release@{host}", f"delete@{host}"),
+                 f"{command} removed {image} of {appliance}/{group}, which {host} holds as imported")
+
+
+def check_no_orphan(house):
+    """A record on one of the hosts covers whatever is on the appliances."""
+    covered = {(device["appliance"], device["group"], record["checkpoint"]) for record in house.records().values()
+               if record for device in record["devices"] if device["made"] != "no"}
+    checkpoints, images = house.copies()
+    need(checkpoints <= covered, f"no catalog knows the checkpoints {checkpoints - covered}")
+    need({image[:2] + image[3:] for image in images} <= covered, f"no catalog knows the images {images}")
+
+
+def check_imported(house):
+    for host, record in house.records().items():
+        if not record or record["state"] != "imported":
+            continue
+        for device in record["devices"]:
+            lun = pathlib.Path(device["source"]).name
+            path = pathlib.Path(device["import_path"])
+            held = any(image[:2] == (device["appliance"], device["group"]) and host in image[3]
+                       for image in house.images())
+            need(not held or path.read_bytes() == house.content[lun], f"the copy of {lun} on {host} is not the source's")
+
+
+def check_cleanable(house):
+    """From everywhere the documented commands alone lead back to nothing."""
+    for command in ("delete@backup", "delete@production", "delete@backup"):
+        status, document = house.give(command)
+        need(status in (0, 3, 5), f"{command} ends with {status}: {document}")
+    checkpoints, images = house.copies()
+    need(not checkpoints and not images, f"cannot be cleaned: {checkpoints} {images} {house.records()}")
