@@ -100,15 +100,18 @@ TEST_F(CFictlTest, AStepThatFailsBeforeMakeLeavesNothing)
 
 TEST_F(CFictlTest, WhenNoGroupIsMadeNothingIsLeftAndTheApplianceIsQuoted)
 {
-    arm("make:g1 fail the store is full\n");
+    arm("make:g1 fail=6 the store is full\n");
     const SRun run = fictlJson({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"});
     EXPECT_EQ(run.exit, 8);
     const nlohmann::json error = run.document()["error"];
     EXPECT_EQ(error["code"], "failed");
-    EXPECT_EQ(error["commands"][0]["output"], "the store is full");
-    EXPECT_EQ(error["commands"][0]["code"], 3);
-    EXPECT_NE(run.err.find("answer (3): the store is full\n"), std::string::npos) << run.err;
-    EXPECT_EQ(run.err.find("working with Node name"), std::string::npos) << run.err;
+    EXPECT_EQ(error["commands"].size(), 1U) << error;
+    EXPECT_EQ(error["commands"][0]["output"], "the store is full\n");
+    EXPECT_EQ(error["commands"][0]["code"], 6);
+    EXPECT_EQ(error["commands"][0]["entry_point"], "make");
+    EXPECT_NE(withoutTimes(run.err).find("\n  answer (exit status 6, after N s): the store is full\n"),
+              std::string::npos)
+        << run.err;
     EXPECT_EQ(state("s"), "");
     EXPECT_TRUE(objects().empty());
     expectClean();
@@ -148,7 +151,7 @@ TEST_F(CFictlTest, APartialSnapshotSaysExactlyWhatWasMade)
         << run.err;
     const nlohmann::json document = run.document();
     EXPECT_EQ(document["error"]["code"], "partial");
-    EXPECT_EQ(document["error"]["commands"][0]["output"], "the group is offline");
+    EXPECT_EQ(document["error"]["commands"][0]["output"], "the group is offline\n");
     EXPECT_EQ(document["snapshot"]["state"], "partial");
     const nlohmann::json devices = document["snapshot"]["devices"];
     EXPECT_EQ(devices[0]["made"], "yes");

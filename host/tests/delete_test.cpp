@@ -64,7 +64,7 @@ TEST_F(CDeleteTest, KeepsTheRecordWhenTheApplianceRefuses)
               std::string::npos);
     bool quoted = false;
     for (const nlohmann::json& command : error["commands"]) {
-        quoted = quoted || command["output"] == "annotation is in use";
+        quoted = quoted || command["output"] == "annotation is in use\n";
     }
     EXPECT_TRUE(quoted) << error;
     EXPECT_EQ(run.document()["snapshot"]["state"], "delete-failed");
@@ -77,11 +77,20 @@ TEST_F(CDeleteTest, KeepsTheRecordWhenTheApplianceRefuses)
 
 TEST_F(CDeleteTest, ATimeOutIsNoConfirmation)
 {
-    arm("dispose fail\n");
+    limitTool(1);
+    arm("delete-annotation:g1 hangs\n");
     const SRun run = fictl({"snapshot", "delete", "s"});
     EXPECT_EQ(run.exit, 10);
-    EXPECT_NE(run.err.find("reported: The command timed out"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("\n  no answer within 1 s: stopped\n"), std::string::npos) << run.err;
     EXPECT_EQ(state("s"), "delete-failed");
+}
+
+TEST_F(CDeleteTest, ACommandThatWasNeverSentIsNoConfirmation)
+{
+    arm("dispose fail\n");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 10);
+    EXPECT_EQ(state("s"), "delete-failed");
+    EXPECT_EQ(objects().size(), 2U);
 }
 
 TEST_F(CDeleteTest, ALostAnswerIsCleanedUpByDeletingAgain)

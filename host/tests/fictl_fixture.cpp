@@ -8,6 +8,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 
 namespace fs = std::filesystem;
@@ -33,7 +34,9 @@ void CFictlTest::SetUp()
     fs::create_directories(fake("objects"));
     fs::create_directories(fake("copies"));
     fs::create_directories(m_root + "/tmp");
-    // Devices 1 and 2 share a group, 3 is in a second one, 4 on a second appliance.
+    m_provider = FICTL_FAKE_PROVIDER;
+    // Devices 1 and 2 share a group, 3 is in a second one, 4 on a second appliance. A group stays when its LUNs go.
+    writeFile(fake("groups"), "ap1 g1\nap1 g2\nap2 g3\n");
     writeFile(fake("devices"),
               "/dev/fake1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/fake3 S3 ap1 g2\n/dev/fake4 S4 ap2 g3\n");
 }
@@ -53,7 +56,8 @@ void CFictlTest::TearDown()
     fs::remove_all(m_root, ignored);
 }
 
-CFictlTest::SChild CFictlTest::start(const std::vector<std::string>& arguments, const std::string& input) const
+CFictlTest::SChild CFictlTest::start(const std::string& program, const std::vector<std::string>& arguments,
+                                     const std::string& input) const
 {
     SChild child;
     const std::string base = m_root + "/tmp/run" + std::to_string(m_runs++);
@@ -73,12 +77,12 @@ CFictlTest::SChild CFictlTest::start(const std::vector<std::string>& arguments, 
         char byte = 0;
         while (read(gate[0], &byte, 1) < 0) {
         }
-        std::vector<char*> words = {const_cast<char*>(FICTL_PROGRAM)};
+        std::vector<char*> words = {const_cast<char*>(program.c_str())};
         for (const std::string& argument : arguments) {
             words.push_back(const_cast<char*>(argument.c_str()));
         }
         words.push_back(nullptr);
-        execv(FICTL_PROGRAM, words.data());
+        execv(program.c_str(), words.data());
         _exit(127);
     }
     close(gate[0]);
@@ -101,13 +105,19 @@ SRun CFictlTest::collect(SChild& child)
 
 SRun CFictlTest::run(const std::vector<std::string>& arguments, const std::string& input) const
 {
-    SChild child = start(arguments, input);
+    SChild child = start(FICTL_PROGRAM, arguments, input);
+    return collect(child);
+}
+
+SRun CFictlTest::runProgram(const std::string& program, const std::vector<std::string>& arguments) const
+{
+    SChild child = start(program, arguments, {});
     return collect(child);
 }
 
 SRun CFictlTest::fictl(const std::vector<std::string>& arguments) const
 {
-    std::vector<std::string> all = {"--provider", FICTL_FAKE_PROVIDER};
+    std::vector<std::string> all = {"--provider", m_provider};
     all.insert(all.end(), arguments.begin(), arguments.end());
     return run(all);
 }
@@ -120,9 +130,9 @@ SRun CFictlTest::fictlJson(std::vector<std::string> arguments) const
 
 pid_t CFictlTest::startHeld(const std::vector<std::string>& arguments)
 {
-    std::vector<std::string> all = {"--provider", FICTL_FAKE_PROVIDER};
+    std::vector<std::string> all = {"--provider", m_provider};
     all.insert(all.end(), arguments.begin(), arguments.end());
-    m_held = start(all, {});
+    m_held = start(FICTL_PROGRAM, all, {});
     return m_held.pid;
 }
 
@@ -140,6 +150,49 @@ SRun CFictlTest::finish()
 void CFictlTest::arm(const std::string& faults) const
 {
     writeFile(fake("faults"), faults);
+}
+
+void CFictlTest::useTool(const std::string& path) const
+{
+    writeFile(fake("tool"), path + "\n");
+}
+
+void CFictlTest::limitTool(unsigned seconds) const
+{
+    writeFile(fake("limit"), std::to_string(seconds) + "\n");
+}
+
+void CFictlTest::becomeHost(const std::string& name) const
+{
+    writeFile(m_root + "/host", name + "\n");
+}
+
+void CFictlTest::leaveInspectorAway()
+{
+    const std::string folder = m_root + "/plain";
+    fs::create_directories(folder);
+    m_provider = folder + "/libfakefi.so";
+    fs::copy_file(FICTL_FAKE_PROVIDER, m_provider);
+}
+
+void CFictlTest::putImage(const std::string& appliance, const std::string& group, const std::string& suffix,
+                          const std::string& host) const
+{
+    writeFile(fake("objects/" + appliance + "." + group + ".KSV_Time_Image_" + suffix),
+              "annotation KSV_Check_Point_" + suffix + "\ncreated 2026-01-31T12:00:00Z\npermission " + host + "\n");
+}
+
+nlohmann::json CFictlTest::inspection(const std::vector<std::string>& arguments) const
+{
+    const SRun run = runProgram(FICTL_FAKE_INSPECTOR, arguments);
+    EXPECT_EQ(run.exit, 0) << run.err;
+    return nlohmann::json::parse(run.out);
+}
+
+std::string CFictlTest::withoutTimes(const std::string& text)
+{
+    static const std::regex TIME("after [0-9]+[.][0-9][0-9] s");
+    return std::regex_replace(text, TIME, "after N s");
 }
 
 void CFictlTest::waitForFile(const std::string& name) const
@@ -192,4 +245,7 @@ void CFictlTest::expectClean() const
     for (const fs::directory_entry& entry : fs::directory_iterator(m_root + "/tmp")) {
         EXPECT_TRUE(entry.path().filename().string().starts_with("run")) << entry.path();
     }
+    if (!fs::exists(fake("scripts"))) return;
+    for (const fs::directory_entry& entry : fs::directory_iterator(fake("scripts")))
+        ADD_FAILURE() << entry.path() << " is left over";
 }

@@ -29,13 +29,29 @@ class CFictlTest : public testing::Test
     SRun fictlJson(std::vector<std::string> arguments) const;
     /// fictl with exactly these arguments; input is its standard input.
     SRun run(const std::vector<std::string>& arguments, const std::string& input = {}) const;
+    /// Another program in the same surroundings.
+    SRun runProgram(const std::string& program, const std::vector<std::string>& arguments) const;
 
     /// Starts fictl with the test provider, but holds it before its first instruction until release.
     pid_t startHeld(const std::vector<std::string>& arguments);
     void release();
     SRun finish();
 
-    void arm(const std::string& faults) const;  ///< lines for the test provider; replaces what was armed
+    void arm(const std::string& faults) const;       ///< lines of host/tests/fakefi/faults.h; replaces what was armed
+    void useTool(const std::string& path) const;     ///< the provider runs this program in place of its own tool
+    void limitTool(unsigned seconds) const;          ///< the provider gives each run of its tool so long
+    void becomeHost(const std::string& name) const;  ///< the name of this host from now on
+    /// Runs a copy of the provider from now on that has no inspector beside it.
+    void leaveInspectorAway();
+    /// The library that fictl runs.
+    const std::string& provider() const { return m_provider; }
+    /// Puts an image of a checkpoint on a test appliance, granted to the host; suffix is what both names end in.
+    void putImage(const std::string& appliance, const std::string& group, const std::string& suffix,
+                  const std::string& host) const;
+    /// The document of the test provider's inspector.
+    nlohmann::json inspection(const std::vector<std::string>& arguments = {}) const;
+    /// The same text with the time that each command took as "after N s".
+    static std::string withoutTimes(const std::string& text);
     void waitForFile(const std::string& name) const;
     void touch(const std::string& name) const;
     std::vector<std::string> calls() const;
@@ -58,9 +74,10 @@ class CFictlTest : public testing::Test
         std::string out;
         std::string err;
     };
-    SChild start(const std::vector<std::string>& arguments, const std::string& input) const;
+    SChild start(const std::string& program, const std::vector<std::string>& arguments, const std::string& input) const;
     static SRun collect(SChild& child);
 
+    std::string m_provider;
     SChild m_held;
     mutable int m_runs = 0;
 };

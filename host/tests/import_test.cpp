@@ -58,7 +58,7 @@ TEST_F(CImportTest, CanBeTriedAgainWhenNoImageWasMade)
     arm("image:g1 fail busy\n");
     const SRun failed = fictlJson({"snapshot", "import", "s"});
     EXPECT_EQ(failed.exit, 8);
-    EXPECT_EQ(failed.document()["error"]["commands"][0]["output"], "busy");
+    EXPECT_EQ(failed.document()["error"]["commands"][0]["output"], "busy\n");
     EXPECT_EQ(failed.document()["error"]["next"], "mend what the appliance reports, then fictl snapshot import s");
     EXPECT_EQ(failed.document()["snapshot"]["state"], "import-failed");
     arm("");

@@ -1,31 +1,34 @@
-// A provider for the tests of fictl: small, real, with faults to order (store.h). It keeps to the host interface and to
-// the names and trace lines that fictl reads.
+// A provider for the tests of fictl: small, real, with faults to order (faults.h). It keeps to the host interface and
+// to the names that fictl knows, and asks its appliances through a program (fakefi_tool). It never traces.
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <memory>
 #include <set>
 #include <string>
 #include <utility>
+#include <vector>
 
-#include "framework/include/cfitrace.h"
+#include "framework/include/cfientrypoint.h"
 #include "framework/include/obz_entry_points.h"
 #include "framework/include/obzx_runtime.h"
+#include "host/tests/fakefi/faults.h"
 #include "host/tests/fakefi/store.h"
+#include "host/tests/fakefi/tool_runner.h"
 
 #define FAKE_EXPORT(op) extern "C" OBZX_API obzx_fi_##op##_fn fakefi_fi_pgn_##op
 
 namespace {
 
-using EFault = CStore::EFault;
-
 const std::string PREFIX = "<fakefi>";
+const std::string CHECKPOINT_PREFIX = "KSV_Check_Point_";
+const std::string IMAGE_PREFIX = "KSV_Time_Image_";
 
 struct SData
 {
     std::string appliance, group, image, checkpoint, serial;
+    SGroup groupKey() const { return {appliance, group}; }
 };
 
 struct SSession
@@ -38,7 +41,8 @@ struct SSession
 struct SFake
 {
     CStore store;
-    std::unique_ptr<obzx_pdk_4_4::CFiTraceLog> log = std::make_unique<obzx_pdk_4_4::CFiTraceLog>();
+    CFaults faults{store, getpid()};
+    CToolRunner tool{store};
     std::map<std::string, SSession> sessions;
     std::set<std::string> images;  // made by this process: appliance.group.image
     int nodes = 0;                 // nodes that hold private data
@@ -67,12 +71,6 @@ char* bufferOf(const std::string& text)
     return buffer;
 }
 
-void commandFailed(const std::string& command, const std::string& output)
-{
-    g_fake->log->trace(2, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command, 3L, output);
-    g_fake->log->trace(1, "Failed to execute command [%s]", command);
-}
-
 std::string between(const std::string& text, const std::string& open, const std::string& close)
 {
     const size_t from = text.find(open);
@@ -81,53 +79,47 @@ std::string between(const std::string& text, const std::string& open, const std:
     return text.substr(from + open.size(), to - from - open.size());
 }
 
-std::string quoted(const std::string& text)
+std::string quoted(const std::string& name)
 {
-    return "\"" + text + "\"";
+    return CToolRunner::quoted(name);
 }
 
-// One appliance command that makes an object; false when it failed.
-bool createObject(const std::string& point, const char* kind, const SLun& lun, const std::string& name)
+std::string imageOf(const std::string& checkpoint)
 {
-    const std::string command =
-        " create  " + std::string(kind) + " " + quoted(name) + " " + quoted(lun.group) + "\n commit ";
-    std::string text;
-    const EFault fault = g_fake->store.fault(point + ":" + lun.group, text);
-    if (fault == EFault::FAIL) {
-        commandFailed(command, text);
-        return false;
-    }
-    if (g_fake->store.has(lun, name)) {
-        commandFailed(command,
-                      std::string(kind) + " " + quoted(name) + " exists already in group " + quoted(lun.group));
-        return false;
-    }
-    g_fake->store.create(lun, name);
-    CStore::afterEffect(fault);
-    if (fault == EFault::LOST) commandFailed(command, text);
-    return fault != EFault::LOST;
+    return checkpoint.starts_with(CHECKPOINT_PREFIX) ? IMAGE_PREFIX + checkpoint.substr(CHECKPOINT_PREFIX.size()) : "";
 }
 
-void deleteObject(const char* kind, const SLun& lun, const std::string& name)
+std::string checkpointOf(const std::string& image)
 {
-    const std::string command = " delete  " + std::string(kind) + " " + quoted(name) + " " + quoted(lun.group);
-    std::string text;
-    const EFault fault = g_fake->store.fault(std::string("delete-") + kind + ":" + lun.group, text);
-    if (fault == EFault::FAIL) return commandFailed(command, text);
-    if (!g_fake->store.remove(lun, name)) {
-        return commandFailed(command,
-                             std::string(kind) + " " + quoted(name) + " does not exist in group " + quoted(lun.group));
-    }
-    CStore::afterEffect(fault);
-    if (fault == EFault::LOST) commandFailed(command, text);
+    return image.starts_with(IMAGE_PREFIX) ? CHECKPOINT_PREFIX + image.substr(IMAGE_PREFIX.size()) : "";
+}
+
+bool createAnnotation(const SData& data, const std::string& name)
+{
+    return g_fake->tool.run(data.appliance, " create  annotation " + quoted(name) + " " + quoted(data.group) +
+                                                "\n set  message  Fake \n commit ");
+}
+
+bool createImage(const SData& data, const std::string& name)
+{
+    return g_fake->tool.run(data.appliance, " create  timeimage " + quoted(name) + " " + quoted(data.group) +
+                                                "\n use  annotation " + quoted(data.checkpoint) +
+                                                "\n add  permission " + quoted(g_fake->store.hostName()) +
+                                                "\n commit ");
+}
+
+// Both commands are sent whatever becomes of the first, and nobody is told of what the appliance says.
+void deleteImageAndCheckpoint(const SGroup& group, const std::string& image, const std::string& checkpoint)
+{
+    g_fake->tool.run(group.appliance, " delete  timeimage " + quoted(image) + " " + quoted(group.name));
+    g_fake->tool.run(group.appliance, " delete  annotation " + quoted(checkpoint) + " " + quoted(group.name));
 }
 
 // Logs a call that has no other effect and gives the status that a fault asks for.
 int32_t step(const char* name)
 {
-    std::string text;
     g_fake->store.logCall(name);
-    return g_fake->store.fault(name, text) == EFault::NONE ? OBZ_OK : OBZ_ERR_FAILED;
+    return g_fake->faults.fails(name) ? OBZ_ERR_FAILED : OBZ_OK;
 }
 
 }  // namespace
@@ -135,15 +127,18 @@ int32_t step(const char* name)
 FAKE_EXPORT(init);
 int32_t fakefi_fi_pgn_init(obz_context* context, obz_version* version, const char* /*fim*/)
 {
+    const obzx_pdk_4_4::CFiEntryPoint place(__func__);
     g_fake = new SFake();
-    g_fake->log->initialize("fakefi", "", "", 1, false);
     g_fake->store.logCall("init");
-    version->version = OBZ_INTERFACE_VERSION;
-    std::string text;
-    if (g_fake->store.fault("version", text) != EFault::NONE) version->version = 99;
-    if (g_fake->store.fault("init", text) == EFault::NONE) return OBZ_OK;
-    context->callback(context, "", text.c_str(), OBZ_SEV_ERROR);
-    return OBZ_ERR_INIT;
+    version->version = g_fake->faults.fails("version") ? 99 : OBZ_INTERFACE_VERSION;
+    if (std::string text; g_fake->faults.fails("init", text)) {
+        context->callback(context, "", text.c_str(), OBZ_SEV_ERROR);
+        return OBZ_ERR_INIT;
+    }
+    // An appliance that does not answer now serves nothing, but the provider starts.
+    for (const std::string& appliance : g_fake->store.appliances())
+        g_fake->tool.run(appliance, " list  hosts ");
+    return OBZ_OK;
 }
 
 FAKE_EXPORT(fini);
@@ -190,16 +185,19 @@ int32_t fakefi_fi_pgn_config(obz_domain*, const char*, const char*, obz_confspec
 FAKE_EXPORT(interpose);
 int32_t fakefi_fi_pgn_interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* count)
 {
-    std::string text;
-    if (g_fake->store.fault("interpose", text) != EFault::NONE) {
-        commandFailed(" list  cgroups ", text);
-        return 0;
+    const obzx_pdk_4_4::CFiEntryPoint place(__func__);
+    SLun lun;
+    const bool isKnown = g_fake->store.find(node->identity->name, lun);
+    // Only the appliance can tell what it protects; of an unknown device every one is asked.
+    bool isServed = isKnown;
+    for (const std::string& appliance : g_fake->store.appliances()) {
+        if (isKnown && appliance != lun.appliance) continue;
+        isServed = g_fake->tool.run(appliance, " list  cgroups ") && isServed;
     }
-    const SLun* const lun = g_fake->store.find(node->identity->name);
-    if (lun == nullptr) return 0;
-    *interposed = identityOf(PREFIX + lun->serial);
+    if (!isServed) return 0;
+    *interposed = identityOf(PREFIX + lun.serial);
     *groups = static_cast<obzx_objid**>(obzx_alloc_buf(sizeof(obzx_objid*)));
-    (*groups)[0] = identityOf(lun->group);
+    (*groups)[0] = identityOf(lun.group);
     *count = 1;
     return 1;
 }
@@ -209,18 +207,24 @@ int32_t fakefi_fi_pgn_claim(obzx_objid* primary, obzx_objid*** secondaries, int3
 {
     *secondaries = nullptr;
     *count = 0;
-    std::string text;
-    if (g_fake->store.fault("claim", text) != EFault::NONE) return OBZ_CLAIM_NONE;
+    if (g_fake->faults.fails("claim")) return OBZ_CLAIM_NONE;
     return std::string(primary->name).starts_with(PREFIX) ? OBZ_CLAIM_SECONDARY : OBZ_CLAIM_NONE;
 }
 
 FAKE_EXPORT(supports_fitype);
 int32_t fakefi_fi_pgn_supports_fitype(obz_domain* node, const char* /*fim*/)
 {
-    std::string text;
-    if (g_fake->store.fault("supports", text) != EFault::NONE) return 0;
+    if (g_fake->faults.fails("supports")) return 0;
     *node->access |= OBZ_ACCESS_LOCAL | OBZ_ACCESS_REMOTE;
     return 1;
+}
+
+static bool isGroupOfAny(const std::string& name)
+{
+    const std::vector<std::string> appliances = g_fake->store.appliances();
+    return std::any_of(appliances.begin(), appliances.end(), [&name](const std::string& appliance) {
+        return g_fake->store.isGroup({appliance, name});
+    });
 }
 
 FAKE_EXPORT(init_node);
@@ -230,13 +234,12 @@ int32_t fakefi_fi_pgn_init_node(obz_domain* node, obz_domain** /*list*/, int32_t
     const bool isGroup = !name.starts_with(PREFIX);
     g_fake->store.logCall("init_node " + name);
     SData& data = dataOf(node);
-    std::string text;
-    if (g_fake->store.fault("init_node:" + name, text) != EFault::NONE) return OBZ_ERR_FAILED;
-    if (isGroup && !g_fake->store.isGroup(name)) return OBZ_ERR_FAILED;
+    if (g_fake->faults.fails("init_node:" + name)) return OBZ_ERR_FAILED;
+    if (isGroup && !isGroupOfAny(name)) return OBZ_ERR_FAILED;
     if (!isGroup) {
-        const SLun* const lun = g_fake->store.find(name.substr(PREFIX.size()));
-        if (lun == nullptr) return OBZ_ERR_FAILED;
-        data = {lun->appliance, lun->group, "", "", lun->serial};
+        SLun lun;
+        if (!g_fake->store.find(name.substr(PREFIX.size()), lun)) return OBZ_ERR_FAILED;
+        data = {lun.appliance, lun.group, "", "", lun.serial};
     }
     node->name = node->identity->name;
     return OBZ_OK;
@@ -254,7 +257,6 @@ void fakefi_fi_pgn_deinit_node(obz_domain* node)
 FAKE_EXPORT(process_providerstate);
 int32_t fakefi_fi_pgn_process_providerstate(obz_domain* node, obz_blob* blob, obz_op_providerstate operation)
 {
-    std::string fault;
     if (operation == OBZ_STATE_SET) {
         const std::string text = static_cast<const char*>(blob->data);
         SData& data = dataOf(node);
@@ -269,7 +271,7 @@ int32_t fakefi_fi_pgn_process_providerstate(obz_domain* node, obz_blob* blob, ob
                        "<ConsistencyGroup>" + data.group + "</ConsistencyGroup>\n<TimeImage>" + data.image +
                        "</TimeImage>\n<CheckPointName>" + data.checkpoint + "</CheckPointName>\n<SerialNo>" +
                        data.serial + "</SerialNo>\n";
-    if (g_fake->store.fault("state", fault) != EFault::NONE) text = "nonsense";
+    if (g_fake->faults.fails("state")) text = "nonsense";
     blob->size = text.size() + 1;
     blob->data = bufferOf(text);
     blob->encoding = OBZ_ENCODING_STRING;
@@ -313,20 +315,12 @@ namespace {
 
 int32_t makeGroups(SSession& session)
 {
-    const std::string checkpoint = "KSV_Check_Point_" + std::to_string(getpid());
+    const std::string checkpoint = CHECKPOINT_PREFIX + std::to_string(getpid());
     std::map<std::pair<std::string, std::string>, std::vector<obz_domain*>> groups;
-    for (const auto& [name, node] : session.nodes) {
-        const SData& data = dataOf(node);
-        groups[{data.appliance, data.group}].push_back(node);
-        g_fake->log->trace(1, "CCDPPlugin::makeSnapshots - working with Node name %s", name);
-    }
+    for (const auto& [name, node] : session.nodes)
+        groups[{dataOf(node).appliance, dataOf(node).group}].push_back(node);
     for (const auto& [key, nodes] : groups) {
-        const SLun lun{"", "", key.first, key.second};
-        if (!createObject("make", "annotation", lun, checkpoint)) {
-            g_fake->log->trace(1, "CCDPPlugin::makeSnapshots - failed to create annotation for consistency group [%s].",
-                               key.second);
-            return OBZ_ERR_FAILED;
-        }
+        if (!createAnnotation(dataOf(nodes.front()), checkpoint)) return OBZ_ERR_FAILED;
         for (obz_domain* node : nodes) {
             dataOf(node).checkpoint = checkpoint;
             session.made[node->name] =
@@ -342,6 +336,7 @@ FAKE_EXPORT(make);
 int32_t fakefi_fi_pgn_make(obz_splitnode*, const char* name, obz_splitnode**, int32_t, obzx_objid*** identities,
                            int32_t* count)
 {
+    const obzx_pdk_4_4::CFiEntryPoint place(__func__);
     *identities = nullptr;
     *count = 0;
     SSession& session = g_fake->sessions[name];
@@ -369,116 +364,92 @@ int32_t fakefi_fi_pgn_update_snapshot_handle(const char* name, obz_snaphandle* h
     return OBZ_OK;
 }
 
+namespace {
+
+std::string keyOf(const SData& data, const std::string& image)
+{
+    return data.appliance + "." + data.group + "." + image;
+}
+
+int32_t makeImage(const SData& data)
+{
+    const std::string image = imageOf(data.checkpoint);
+    if (g_fake->images.contains(keyOf(data, image))) return OBZ_OK;
+    if (!createImage(data, image)) return OBZ_ERR_FAILED;
+    g_fake->images.insert(keyOf(data, image));
+    return OBZ_OK;
+}
+
+// An image that another process made is not known here: the appliance is asked once.
+bool knowsImage(const SData& data)
+{
+    if (g_fake->images.contains(keyOf(data, data.image))) return true;
+    std::vector<std::string> lines;
+    if (!g_fake->tool.run(data.appliance, " list  timeimages " + quoted(data.group), lines)) return false;
+    const bool isListed = std::any_of(lines.begin(), lines.end(), [&data](const std::string& line) {
+        return line.substr(0, line.find(' ')) == data.image;
+    });
+    if (!isListed) return false;
+    const std::string show = " show  timeimage " + quoted(data.image) + " " + quoted(data.group);
+    if (!g_fake->tool.run(data.appliance, show)) return false;
+    g_fake->images.insert(keyOf(data, data.image));
+    return true;
+}
+
+}  // namespace
+
 FAKE_EXPORT(init_altnode);
 int32_t fakefi_fi_pgn_init_altnode(obz_domain* primary, obz_domain* /*second*/, obz_domain* target)
 {
-    const SData& data = dataOf(primary);
+    const obzx_pdk_4_4::CFiEntryPoint place(__func__);
+    const SData data = dataOf(primary);
     dataOf(target) = data;
-    const SLun lun{"", data.serial, data.appliance, data.group};
-    const std::string image = "KSV_Time_Image_" + data.checkpoint.substr(std::strlen("KSV_Check_Point_"));
-    const std::string key = lun.appliance + "." + lun.group + "." + image;
     g_fake->store.logCall("init_altnode " + data.serial + " [" + data.image + "]");
-    if (data.image.empty()) {
-        if (g_fake->images.contains(key)) return OBZ_OK;
-        if (!g_fake->store.has(lun, data.checkpoint)) {
-            commandFailed(" create  timeimage " + quoted(image),
-                          "annotation " + quoted(data.checkpoint) + " does not exist");
-            return OBZ_ERR_FAILED;
-        }
-        if (!createObject("image", "timeimage", lun, image)) return OBZ_ERR_FAILED;
-        g_fake->images.insert(key);
-        return OBZ_OK;
-    }
-    std::string text;
-    if (g_fake->store.fault("find:" + data.serial, text) != EFault::NONE || !g_fake->images.contains(key)) {
-        return OBZ_ERR_FAILED;
-    }
-    target->identity = identityOf(g_fake->store.copyPath(data.serial));
+    if (data.image.empty()) return makeImage(data);
+    if (g_fake->faults.fails("find:" + data.serial) || !knowsImage(data)) return OBZ_ERR_FAILED;
+    // Shown to this host is what was granted to it, whoever made it.
+    SImage image;
+    if (!g_fake->store.findImage(data.groupKey(), data.image, image)) return OBZ_ERR_FAILED;
+    if (!image.isGrantedTo(g_fake->store.hostName())) return OBZ_ERR_FAILED;
+    target->identity = identityOf(g_fake->store.createCopy(data.groupKey(), data.image, data.serial));
     return OBZ_OK;
 }
 
+namespace {
+
+// A target-device name tells serial and checkpoint; the group is the one that the LUN is in now.
+int32_t disposeTarget(const std::string& name)
+{
+    SLun lun;
+    if (!g_fake->store.find(between(name, "<DeviceID>", "<DeviceID/>"), lun)) return OBZ_ERR_FAILED;
+    const std::string checkpoint = between(name, "<Annotation>", "<Annotation/>");
+    deleteImageAndCheckpoint({lun.appliance, lun.group}, imageOf(checkpoint), checkpoint);
+    return OBZ_OK;
+}
+
+// Of a plain path the states tell everything: the primary's appliance and group, the target's image.
+int32_t disposeDevice(obz_domain* primary, obz_domain* target)
+{
+    if (primary == nullptr || primary->private_data == nullptr || target->private_data == nullptr)
+        return OBZ_ERR_FAILED;
+    const SGroup group = dataOf(primary).groupKey();
+    const std::string image = dataOf(target).image;
+    if (!g_fake->store.isGroup(group)) return OBZ_ERR_FAILED;
+    deleteImageAndCheckpoint(group, image, checkpointOf(image));
+    return OBZ_OK;
+}
+
+}  // namespace
+
 FAKE_EXPORT(dispose);
-int32_t fakefi_fi_pgn_dispose(obz_domain* /*node*/, obz_domain* target, obz_splitnode* /*split*/,
+int32_t fakefi_fi_pgn_dispose(obz_domain* node, obz_domain* target, obz_splitnode* /*split*/,
                               obz_disposition disposition)
 {
+    const obzx_pdk_4_4::CFiEntryPoint place(__func__);
     if (disposition != OBZ_DISP_REMOVE) return OBZ_OK;
     const std::string name = target->identity->name;
     g_fake->store.logCall("dispose " + name);
-    const std::string checkpoint = between(name, "<Annotation>", "<Annotation/>");
-    const SLun* const lun = g_fake->store.find(between(name, "<DeviceID>", "<DeviceID/>"));
-    if (lun == nullptr) return OBZ_ERR_FAILED;
-    std::string text;
-    const EFault fault = g_fake->store.fault("dispose", text);
-    if (fault == EFault::FAIL) g_fake->log->trace(1, "The command timed out");
-    if (fault != EFault::NONE) return OBZ_OK;
-    deleteObject("timeimage", *lun, "KSV_Time_Image_" + checkpoint.substr(std::strlen("KSV_Check_Point_")));
-    deleteObject("annotation", *lun, checkpoint);
-    return OBZ_OK;
+    // A provider that does nothing and says that all is well.
+    if (g_fake->faults.fails("dispose")) return OBZ_OK;
+    return name.starts_with(PREFIX) ? disposeTarget(name) : disposeDevice(node, target);
 }
-
-// Entry points that a host must find but fictl never calls.
-#define FAKE_UNUSED(op)                               \
-    extern "C" OBZX_API int32_t fakefi_fi_pgn_##op(); \
-    int32_t fakefi_fi_pgn_##op()                      \
-    {                                                 \
-        return OBZ_ERR_UNSUPPORTED;                   \
-    }
-FAKE_UNUSED(errmsg)
-FAKE_UNUSED(get_last_error)
-FAKE_UNUSED(del_last_error)
-FAKE_UNUSED(get_locale_message)
-FAKE_UNUSED(del_locale_message)
-FAKE_UNUSED(getattr)
-FAKE_UNUSED(is_parent_pgn)
-FAKE_UNUSED(init_remnode)
-FAKE_UNUSED(reaccess_tmpobj)
-FAKE_UNUSED(reaccess_altnode)
-FAKE_UNUSED(subobj_list)
-FAKE_UNUSED(check_node_existence)
-FAKE_UNUSED(refresh_tree)
-FAKE_UNUSED(revisit_pgn_nodes)
-FAKE_UNUSED(enumerate_nodes)
-FAKE_UNUSED(enumerate_group_nodes)
-FAKE_UNUSED(enumerate_associations)
-FAKE_UNUSED(isvalid_node_association)
-FAKE_UNUSED(get_associated_nodes)
-FAKE_UNUSED(enumerate_enclosures)
-FAKE_UNUSED(enumerate_host_nodes)
-FAKE_UNUSED(query_valid_secondaries)
-FAKE_UNUSED(pre_prepare)
-FAKE_UNUSED(isready)
-FAKE_UNUSED(verify_qscombos)
-FAKE_UNUSED(update_snapshot_id)
-FAKE_UNUSED(getSnapshotSetId)
-FAKE_UNUSED(createSnapReplicaNode)
-FAKE_UNUSED(get_snapdiff)
-FAKE_UNUSED(cache_disable)
-FAKE_UNUSED(cache_enable)
-FAKE_UNUSED(import_tree)
-FAKE_UNUSED(deport_tree)
-FAKE_UNUSED(build_alttree)
-FAKE_UNUSED(start_build_alttree)
-FAKE_UNUSED(set_import_options)
-FAKE_UNUSED(import_resource)
-FAKE_UNUSED(deport_resource)
-FAKE_UNUSED(pre_deport_resource)
-FAKE_UNUSED(post_deport)
-FAKE_UNUSED(online)
-FAKE_UNUSED(online_resource)
-FAKE_UNUSED(enable_access)
-FAKE_UNUSED(disable_access)
-FAKE_UNUSED(translate_resource_names)
-FAKE_UNUSED(restore)
-FAKE_UNUSED(resync)
-FAKE_UNUSED(get_backupset)
-FAKE_UNUSED(set_restorepaths)
-FAKE_UNUSED(set_op_status)
-FAKE_UNUSED(set_comp_status)
-FAKE_UNUSED(get_app_status)
-FAKE_UNUSED(get_status)
-FAKE_UNUSED(res_status)
-FAKE_UNUSED(format)
-FAKE_UNUSED(unformat)
-#ifndef FAKEFI_WITHOUT_OBJCTL
-FAKE_UNUSED(objctl)
-#endif
