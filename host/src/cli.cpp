@@ -67,7 +67,7 @@ void addProviderAndDevice(CLI::App& app, SCommandLine& line)
     CLI::App* const device = add(app, "device", "Devices of this host");
     device->require_subcommand(1);
     CLI::App* const list = add(*device, "list", "Show which devices the provider serves, and from which group");
-    list->add_option("DEV", line.devices, "Device paths")->required();
+    list->add_option("DEV", line.devices, "Device paths (all that the provider knows on this host)");
     list->callback(
         [&line] { line.command = [&line](const SContext& context) { return listDevices(context, line.devices); }; });
 }

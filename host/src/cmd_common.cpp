@@ -1,6 +1,8 @@
+#include <map>
 #include <set>
 
 #include "host/src/commands.h"
+#include "host/src/device_name.h"
 #include "host/src/error.h"
 #include "host/src/names.h"
 
@@ -28,12 +30,20 @@ void requireDevices(const std::vector<std::string>& devices)
 {
     constexpr size_t LONGEST = 4096;
     std::set<std::string> seen;
+    std::map<SDeviceIdentity, std::string> identities;
     for (const std::string& device : devices) {
         if (device.empty() || device.size() > LONGEST || !isPlainText(device)) {
             throw EFictl(EExit::USAGE, "\"" + printable(device) + "\" cannot be a device path");
         }
         if (!seen.insert(device).second) {
             throw EFictl(EExit::USAGE, "device " + device + " is given twice", "give every device once");
+        }
+        const std::optional<SDeviceIdentity> identity = identifyDevice(device);
+        if (!identity) continue;
+        const auto [other, isFirst] = identities.emplace(*identity, device);
+        if (!isFirst) {
+            throw EFictl(EExit::USAGE, other->second + " and " + device + " are names of one device",
+                         "give every device once");
         }
     }
 }

@@ -4,6 +4,7 @@
 
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
+#include "host/src/device_offer.h"
 #include "host/src/disposal.h"
 #include "host/src/error.h"
 #include "host/src/knowledge.h"
@@ -133,11 +134,12 @@ void CSnapshotCreation::refuseDevice(const std::string& path, const std::string&
 void CSnapshotCreation::setUp()
 {
     m_record.provider = m_provider->name();
-    for (const std::string& path : m_request.devices) {
+    const KnownPaths knownPaths = inspectedPaths(m_context.chosenProvider(), m_context.timeout);
+    for (const std::string& given : m_request.devices) {
         stopPoint();
-        m_context.progress.step("set up " + path);
-        const SOffer offer = m_tree->offer(path);
-        if (!offer.claimed) refuseDevice(path, offer.reason);
+        m_context.progress.step("set up " + given);
+        const auto [path, offer] = offerByAnyName(*m_tree, given, knownPaths);
+        if (!offer.claimed) refuseDevice(given, offer.reason);
         for (const SDevice& other : m_record.devices) {
             if (other.node != offer.node) continue;
             throw EFictl(EExit::USAGE,

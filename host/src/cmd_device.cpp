@@ -1,37 +1,52 @@
 #include "host/src/commands.h"
+#include "host/src/device_list.h"
+#include "host/src/device_offer.h"
+#include "host/src/error.h"
+#include "host/src/inspector.h"
+#include "host/src/names.h"
 #include "host/src/node_tree.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
 
 namespace fictl {
 
-SResult listDevices(const SContext& context, const std::vector<std::string>& devices)
+namespace {
+
+json claimedJson(const std::string& given, const SNamedOffer& named, const SNodeState& state)
+{
+    return {{"device", given},
+            {"path", named.path},
+            {"claimed", true},
+            {"node", named.offer.node},
+            {"appliance", state.applianceName},
+            {"appliance_type", state.applianceType},
+            {"group", state.consistencyGroup},
+            {"serial", state.serialNo}};
+}
+
+SResult listNamedDevices(const SContext& context, const std::vector<std::string>& devices)
 {
     requireDevices(devices);
     context.progress.step("start provider");
     CProvider provider(context.chosenProvider());
     CNodeTree tree(provider);
+    const KnownPaths knownPaths = inspectedPaths(context.chosenProvider(), context.timeout);
     SResult result;
     result.document = {{"devices", json::array()}};
-    std::vector<std::vector<std::string>> rows = {{"DEVICE", "CLAIMED", "APPLIANCE", "GROUP", "SERIAL"}};
-    for (const std::string& device : devices) {
+    Rows rows = {{"DEVICE", "CLAIMED", "APPLIANCE", "GROUP", "SERIAL"}};
+    for (const std::string& given : devices) {
         stopPoint();
-        context.progress.step("ask for " + device);
-        const SOffer offer = tree.offer(device);
-        if (!offer.claimed) {
-            result.document["devices"].push_back({{"device", device}, {"claimed", false}, {"reason", offer.reason}});
-            rows.push_back({device, "no", "", "", ""});
+        context.progress.step("ask for " + given);
+        const SNamedOffer named = offerByAnyName(tree, given, knownPaths);
+        if (!named.offer.claimed) {
+            result.document["devices"].push_back(
+                {{"device", given}, {"claimed", false}, {"reason", named.offer.reason}});
+            rows.push_back({given, "no", "", "", ""});
             continue;
         }
-        const SNodeState state = tree.add(offer).state();
-        result.document["devices"].push_back({{"device", device},
-                                              {"claimed", true},
-                                              {"node", offer.node},
-                                              {"appliance", state.applianceName},
-                                              {"appliance_type", state.applianceType},
-                                              {"group", state.consistencyGroup},
-                                              {"serial", state.serialNo}});
-        rows.push_back({device, "yes", state.applianceName, state.consistencyGroup, state.serialNo});
+        const SNodeState state = tree.add(named.offer).state();
+        result.document["devices"].push_back(claimedJson(given, named, state));
+        rows.push_back({given, "yes", state.applianceName, state.consistencyGroup, state.serialNo});
     }
     // A provider that could not read an appliance's inventory serves none of its devices.
     const std::string report = reportText(provider.takeReport());
@@ -39,6 +54,47 @@ SResult listDevices(const SContext& context, const std::vector<std::string>& dev
         CProgress::warn("an appliance did not answer everything\n" + report.substr(0, report.size() - 1));
     result.text = formatTable(rows);
     return result;
+}
+
+void warnOfSilence(const SInspection& seen)
+{
+    for (const auto& [name, appliance] : seen.appliances) {
+        if (appliance.groupsRead) continue;
+        CProgress::warn("appliance \"" + printable(name) + "\" did not tell its groups (" +
+                        printable(appliance.reason) + "); its devices are shown as in none");
+    }
+}
+
+std::string diskReason(const SInspection& seen)
+{
+    const json& reason = seen.document.at("disks").at("reason");
+    return reason.is_string() ? printable(reason.get<std::string>()) : "no reason is told";
+}
+
+SResult listAllDevices(const SContext& context)
+{
+    CInspector inspector(context.chosenProvider(), context.timeout);
+    if (!inspector.isThere()) {
+        throw EFictl(EExit::USAGE, "device paths are needed: " + inspector.why() + ", which could list all",
+                     "fictl device list DEV...");
+    }
+    context.progress.step("look at the appliances");
+    const std::optional<SInspection> seen = inspector.look({});
+    stopPoint();
+    if (!seen) throw EFictl(EExit::FAILED, inspector.why(), "fictl doctor");
+    if (!seen->disksRead) {
+        throw EFictl(EExit::FAILED, "the disks of this host could not be read: " + diskReason(*seen), "fictl doctor");
+    }
+    warnOfSilence(*seen);
+    const std::vector<SListedDisk> disks = listDisks(*seen);
+    return {{{"devices", devicesJson(disks)}}, formatTable(deviceRows(disks))};
+}
+
+}  // namespace
+
+SResult listDevices(const SContext& context, const std::vector<std::string>& devices)
+{
+    return devices.empty() ? listAllDevices(context) : listNamedDevices(context, devices);
 }
 
 }  // namespace fictl
