@@ -297,6 +297,18 @@ TEST_F(Backup, ProviderShowListsEveryConfigurationValueWithItsDefault)
     EXPECT_EQ(defaults, expected);
 }
 
+TEST_F(Backup, ProviderShowTellsItsConfigurationValuesBeforeAnythingIsConfigured)
+{
+    const SRun shown = site.fictl("production", {"--output", "json", "provider", "show"});
+
+    ASSERT_EQ(shown.status, 0) << shown.err;
+    const json provider = shown.json().at("provider");
+    EXPECT_EQ(provider.at("started"), false);
+    EXPECT_TRUE(provider.at("methods").is_null());
+    EXPECT_EQ(provider.at("parameters").at(0).at("name"), "LMR_CLI_CONFIG/LMR_LMSH_PATH");
+    EXPECT_NE(shown.err.find("No appliance is configured."), std::string::npos) << shown.err;
+}
+
 TEST_F(Backup, ProviderThatOverridesNothingIsShownWithoutAVersion)
 {
     const SRun shown = site.fictl("production", {"--output", "json", "--provider", PLAIN_PROVIDER, "provider", "show"});

@@ -2,6 +2,7 @@
 #include "host/src/commands.h"
 #include "host/src/error.h"
 #include "host/src/provider.h"
+#include "host/src/record_json.h"
 
 namespace fictl {
 
@@ -12,15 +13,20 @@ std::string text(const char* value)
     return value == nullptr ? "" : value;
 }
 
-json describe(CProvider& provider)
+// A question whose answer needs a provider that has started is answered by null when it has not.
+json unanswered(CProvider& provider, const char* what, int32_t status)
+{
+    if (provider.startFailure()) return nullptr;
+    throw EFictl(EExit::FAILED,
+                 "provider \"" + provider.name() + "\" does not " + what + " (status " + std::to_string(status) + ")")
+        .withReport(provider.takeReport());
+}
+
+void describe(CProvider& provider, json& document)
 {
     obz_provider_list* list = nullptr;
     const int32_t status = provider.call().get_provider_info(&list);
     // A provider may leave its description out; its version is then not known.
-    json document = {{"name", provider.name()},
-                     {"path", provider.library().path()},
-                     {"interface", OBZ_INTERFACE_VERSION},
-                     {"version", nullptr}};
     if (status == OBZ_OK && list != nullptr) {
         const uint16_t* const version = list->version;
         document["announced_name"] = text(list->name);
@@ -30,10 +36,7 @@ json describe(CProvider& provider)
         document["level"] = list->level;
     }
     obzx_free_provider_list(list);
-    if (status == OBZ_OK) return document;
-    throw EFictl(EExit::FAILED, "provider \"" + provider.name() + "\" does not describe itself (status " +
-                                    std::to_string(status) + ")")
-        .withReport(provider.takeReport());
+    if (status != OBZ_OK) unanswered(provider, "describe itself", status);
 }
 
 json methods(CProvider& provider)
@@ -46,10 +49,7 @@ json methods(CProvider& provider)
             {{"name", text(method->name)}, {"version", text(method->version)}, {"provider", text(method->provider)}});
     }
     obzx_free_fim_list(list);
-    if (status == OBZ_OK) return document;
-    throw EFictl(EExit::FAILED, "provider \"" + provider.name() + "\" does not list its snapshot methods (status " +
-                                    std::to_string(status) + ")")
-        .withReport(provider.takeReport());
+    return status == OBZ_OK ? document : unanswered(provider, "list its snapshot methods", status);
 }
 
 /// The configuration values that the provider reads; none for a provider that does not tell.
@@ -67,18 +67,32 @@ json parameters(CProvider& provider)
     }
     obzx_free_confspec(list);
     if (status == OBZ_OK || status == OBZ_ERR_UNSUPPORTED) return document;
-    throw EFictl(EExit::FAILED, "provider \"" + provider.name() + "\" does not tell its configuration values (status " +
-                                    std::to_string(status) + ")")
-        .withReport(provider.takeReport());
+    return unanswered(provider, "tell its configuration values", status);
 }
 
 std::string parameterTable(const json& values)
 {
     if (values.empty()) return "";
-    std::vector<std::vector<std::string>> rows = {{"VALUE", "TYPE", "DEFAULT", "MEANING"}};
+    Rows rows = {{"VALUE", "TYPE", "DEFAULT", "MEANING"}};
     for (const json& value : values)
         rows.push_back({value["name"], value["type"], value["default"], value["help"]});
     return "\n" + formatTable(rows);
+}
+
+std::string providerText(const json& document, const std::optional<EFictl>& failure)
+{
+    Rows rows = {
+        {"PROVIDER", document["name"].get<std::string>()},
+        {"PATH", document["path"].get<std::string>()},
+        {"INTERFACE", std::to_string(OBZ_INTERFACE_VERSION)},
+        {"VERSION", document["version"].is_null() ? "not told" : document["version"].get<std::string>()},
+        {"STARTED", failure ? std::string("no: ") + failure->what() : "yes"},
+    };
+    if (document["methods"].is_null()) rows.push_back({"METHOD", "not told"});
+    for (const json& method : document["methods"]) {
+        rows.push_back({"METHOD", method["name"].get<std::string>() + " " + method["version"].get<std::string>()});
+    }
+    return formatValues(rows) + parameterTable(document["parameters"]);
 }
 
 }  // namespace
@@ -86,21 +100,21 @@ std::string parameterTable(const json& values)
 SResult showProvider(const SContext& context)
 {
     context.progress.step("start provider");
-    CProvider provider(context.chosenProvider());
-    SResult result;
-    json document = describe(provider);
+    CProvider provider(context.chosenProvider(), CProvider::EStart::ATTEMPTED);
+    const std::optional<EFictl>& failure = provider.startFailure();
+    json document = {{"name", provider.name()},
+                     {"path", provider.library().path()},
+                     {"interface", OBZ_INTERFACE_VERSION},
+                     {"version", nullptr},
+                     {"started", !failure},
+                     {"not_started", failure ? errorJson(*failure) : json()}};
+    describe(provider, document);
     document["methods"] = methods(provider);
+    if (failure && document["methods"].empty()) document["methods"] = nullptr;
     document["parameters"] = parameters(provider);
-    std::vector<std::vector<std::string>> rows = {
-        {"PROVIDER", document["name"].get<std::string>()},
-        {"PATH", document["path"].get<std::string>()},
-        {"INTERFACE", std::to_string(OBZ_INTERFACE_VERSION)},
-        {"VERSION", document["version"].is_null() ? "not told" : document["version"].get<std::string>()},
-    };
-    for (const json& method : document["methods"]) {
-        rows.push_back({"METHOD", method["name"].get<std::string>() + " " + method["version"].get<std::string>()});
-    }
-    result.text = formatValues(rows) + parameterTable(document["parameters"]);
+    if (failure) CProgress::warn(failure->what() + ("\n" + reportText(failure->report()) + "  next: fictl doctor"));
+    SResult result;
+    result.text = providerText(document, failure);
     result.document = {{"provider", std::move(document)}};
     return result;
 }

@@ -2,8 +2,6 @@
 
 #include <utility>
 
-#include "host/src/error.h"
-
 namespace fictl {
 
 namespace {
@@ -13,20 +11,31 @@ constexpr size_t MOST_MESSAGES = 1000;
 
 }  // namespace
 
-CProvider::CProvider(const std::string& nameOrPath) : m_library(nameOrPath)
+CProvider::CProvider(const std::string& nameOrPath, EStart start) : m_library(nameOrPath)
 {
     m_context.callback = &CProvider::onMessage;
     m_context.user = this;
+    try {
+        this->start(start);
+    } catch (const EFictl&) {
+        stop();
+        throw;
+    }
+}
+
+void CProvider::start(EStart start)
+{
     const int32_t status = call().init(&m_context, &m_version, nullptr);
     if (status != OBZ_OK) {
-        stop();
-        throw EFictl(EExit::PROVIDER,
-                     "provider \"" + name() + "\" did not start (status " + std::to_string(status) + ")",
-                     "check the provider's configuration and that its tools are in place; its trace file tells more")
-            .withReport(takeReport());
+        EFictl failure(EExit::PROVIDER,
+                       "provider \"" + name() + "\" did not start (status " + std::to_string(status) + ")",
+                       "fictl doctor tells what is wrong with the provider's configuration, its tools and appliances");
+        failure.withReport(takeReport());
+        if (start == EStart::REQUIRED) throw failure;
+        m_startFailure = std::move(failure);
+        return;
     }
     if (m_version.version != OBZ_INTERFACE_VERSION) {
-        stop();
         throw EFictl(EExit::PROVIDER, "provider \"" + name() + "\" speaks interface version " +
                                           std::to_string(m_version.version) + ", fictl speaks " +
                                           std::to_string(OBZ_INTERFACE_VERSION));

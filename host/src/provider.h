@@ -1,10 +1,12 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "host/src/appliance_report.h"
+#include "host/src/error.h"
 #include "host/src/provider_library.h"
 #include "host/src/run_log.h"
 
@@ -18,8 +20,14 @@ namespace fictl {
 class CProvider
 {
   public:
+    enum class EStart
+    {
+        REQUIRED,
+        ATTEMPTED  ///< a provider that does not start is kept, for what it tells without: startFailure
+    };
+
     /// Throws EFictl (PROVIDER) when the provider does not start or speaks another interface version.
-    explicit CProvider(const std::string& nameOrPath);
+    explicit CProvider(const std::string& nameOrPath, EStart start = EStart::REQUIRED);
     ~CProvider();
     CProvider(const CProvider&) = delete;
     CProvider& operator=(const CProvider&) = delete;
@@ -27,6 +35,9 @@ class CProvider
     const CProviderLibrary& library() const { return m_library; }
     const SEntryPoints& call() const { return m_library.calls(); }
     const std::string& name() const { return m_library.name(); }
+
+    /// Why the provider did not start; nothing when it did.
+    const std::optional<EFictl>& startFailure() const { return m_startFailure; }
 
     /// What was reported since the last take.
     SApplianceReport takeReport();
@@ -37,6 +48,7 @@ class CProvider
 
   private:
     static void onMessage(obz_context* context, const char* localized, const char* text, obz_eseverity severity);
+    void start(EStart start);
     void stop();
 
     CProviderLibrary m_library;
@@ -45,6 +57,7 @@ class CProvider
     std::vector<std::string> m_messages;
     obz_context m_context{};
     obz_version m_version{};
+    std::optional<EFictl> m_startFailure;
 };
 
 }  // namespace fictl

@@ -13,6 +13,8 @@ TEST_F(CFictlTest, ProviderShowDescribesTheProvider)
     EXPECT_EQ(provider["path"], FICTL_FAKE_PROVIDER);
     EXPECT_EQ(provider["interface"], 7);
     EXPECT_EQ(provider["version"], "7.0.0.0");
+    EXPECT_EQ(provider["started"], true);
+    EXPECT_TRUE(provider["not_started"].is_null());
     EXPECT_EQ(provider["methods"][0]["name"], "Fake");
     ASSERT_EQ(provider["parameters"].size(), 1u);
     EXPECT_EQ(provider["parameters"][0]["name"], "FAKE/LEVEL");
@@ -109,11 +111,30 @@ TEST_F(CFictlTest, AMissingEntryPointIsNamed)
 TEST_F(CFictlTest, AProviderThatDoesNotStartIsReportedWithItsMessages)
 {
     arm("init fail the configuration is empty");
-    const SRun run = fictlJson({"provider", "show"});
+    const SRun run = fictlJson({"device", "list", "/dev/fake1"});
     EXPECT_EQ(run.exit, 6);
     EXPECT_EQ(run.document()["error"]["code"], "provider");
     EXPECT_EQ(run.document()["error"]["details"][0], "the configuration is empty");
     EXPECT_NE(run.err.find("provider \"fakefi\" did not start (status 30)"), std::string::npos) << run.err;
+    expectClean();
+}
+
+TEST_F(CFictlTest, AProviderThatDoesNotStartIsShownWithWhatItTells)
+{
+    arm("init fail the configuration is empty");
+    const SRun run = fictlJson({"provider", "show"});
+    EXPECT_EQ(run.exit, 0);
+    const nlohmann::json provider = run.document().at("provider");
+    EXPECT_EQ(provider.at("started"), false);
+    EXPECT_EQ(provider.at("not_started").at("details").at(0), "the configuration is empty");
+    EXPECT_EQ(provider.at("version"), "7.0.0.0");
+    EXPECT_EQ(provider.at("parameters").at(0).at("name"), "FAKE/LEVEL");
+    EXPECT_EQ(run.err,
+              "fictl: warning: provider \"fakefi\" did not start (status 30)\n"
+              "  reported: the configuration is empty\n"
+              "  next: fictl doctor\n");
+    EXPECT_NE(fictl({"provider", "show"}).out.find("STARTED    no: provider \"fakefi\" did not start (status 30)\n"),
+              std::string::npos);
     expectClean();
 }
 
