@@ -268,7 +268,7 @@ TEST_F(Backup, SecondImportPrintsTheSamePaths)
 
 TEST_F(Backup, HostWithoutConfiguredApplianceSaysWhichFileToMend)
 {
-    const SRun shown = site.fictl("production", {"provider", "show"});
+    const SRun shown = site.fictl("production", {"device", "list", "/dev/null"});
 
     EXPECT_EQ(shown.status, 6);
     EXPECT_NE(shown.err.find((site.root("production") / "etc/qz/hls.conf").string()), std::string::npos) << shown.err;

@@ -30,6 +30,7 @@ struct SCommandLine
     std::string input = "-";
     bool forget = false;
     bool evenIfInUse = false;
+    bool force = false;
 
     std::function<SResult(const SContext&)> command;
 };
@@ -124,8 +125,10 @@ void addRecords(CLI::App& snapshot, SCommandLine& line)
     CLI::App* const exporting = add(snapshot, "export", "Write a snapshot's record for another host's catalog");
     addName(exporting, line);
     exporting->add_option("--file", line.file, "File to write (standard output)");
-    exporting->callback(
-        [&line] { line.command = [&line](const SContext&) { return exportSnapshot(line.name, line.file); }; });
+    exporting->add_flag("--force", line.force, "Replace a file that is there");
+    exporting->callback([&line] {
+        line.command = [&line](const SContext&) { return exportSnapshot(line.name, line.file, line.force); };
+    });
 
     CLI::App* const receive = add(snapshot, "receive", "Enter a record that another host has written");
     receive->add_option("FILE", line.input, "File to read (-, standard input)");

@@ -55,14 +55,27 @@ class CNewFile
         }
     }
 
-    void keep()
+    /// Gives it its name; what has that name already is replaced only when that is wanted.
+    void keep(bool mayReplace)
     {
         if (fsync(m_descriptor) != 0) fail("write", m_part);
-        if (std::rename(m_part.c_str(), m_file.c_str()) != 0) fail("create", m_file);
+        if (rename(mayReplace ? 0 : RENAME_NOREPLACE) != 0) {
+            if (!mayReplace && errno == EEXIST) refuseExisting(m_file);
+            // A file system without this kind of renaming: it was looked at a moment ago that nothing is there.
+            if (mayReplace || errno != EINVAL || rename(0) != 0) fail("create", m_file);
+        }
         m_kept = true;
     }
 
+    [[noreturn]] static void refuseExisting(const std::string& file)
+    {
+        throw EFictl(EExit::EXISTS, "file " + printable(file) + " exists already; nothing was written",
+                     "give another file, or --force to replace this one");
+    }
+
   private:
+    int rename(unsigned flags) const { return renameat2(AT_FDCWD, m_part.c_str(), AT_FDCWD, m_file.c_str(), flags); }
+
     // False when the file that was opened is not the one of that name any more: its owner has just finished.
     bool take()
     {
@@ -104,11 +117,23 @@ class CNewFile
     bool m_kept = false;
 };
 
+// Before anything is done, so that a mistake costs nothing. A device or a folder is never replaced.
+void requireRoom(const std::string& file, bool force)
+{
+    struct stat status = {};
+    if (lstat(file.c_str(), &status) != 0) return;
+    if (!force) CNewFile::refuseExisting(file);
+    if (S_ISREG(status.st_mode)) return;
+    throw EFictl(EExit::IO, printable(file) + " is not a regular file, so --force does not replace it",
+                 "give another file");
+}
+
 }  // namespace
 
-SResult exportSnapshot(const std::string& name, const std::string& file)
+SResult exportSnapshot(const std::string& name, const std::string& file, bool force)
 {
     requireSnapshotName(name);
+    if (!file.empty()) requireRoom(file, force);
     CCatalog catalog;
     SSnapshot snapshot = catalog.get(name);
     const bool isWhole = snapshot.state == EState::COMPLETE || snapshot.state == EState::IMPORTED ||
@@ -123,7 +148,7 @@ SResult exportSnapshot(const std::string& name, const std::string& file)
     if (file.empty()) return {json::parse(text), text, true};
     CNewFile out(file);
     out.write(text);
-    out.keep();
+    out.keep(force);
     return {{{"exported", {{"name", name}, {"file", file}}}},
             "snapshot \"" + name + "\" is written to " + printable(file) + "\n"};
 }

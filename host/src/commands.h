@@ -49,8 +49,8 @@ SResult showSnapshot(const std::string& name);
 SResult importSnapshot(const SContext& context, const std::string& name);
 SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse);
 SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request);
-/// An empty file means standard output: the document is the command's result.
-SResult exportSnapshot(const std::string& name, const std::string& file);
+/// An empty file means standard output: the document is the command's result. force replaces a file that is there.
+SResult exportSnapshot(const std::string& name, const std::string& file, bool force);
 /// "-" means standard input.
 SResult receiveSnapshot(const SContext& context, const std::string& file);
 

@@ -93,6 +93,35 @@ TEST_F(CCarryTest, AnExportKeepsAwayFromWhatOthersPrepared)
     refused("a file that others can write to");
 }
 
+TEST_F(CCarryTest, ExportReplacesAFileOnlyWhenItIsToldTo)
+{
+    const std::string file = m_root + "/s.json";
+    writeFile(file, "precious");
+    const SRun refused = fictlJson({"snapshot", "export", "s", "--file", file});
+    EXPECT_EQ(refused.exit, 4);
+    EXPECT_EQ(refused.document().at("error").at("code"), "exists");
+    EXPECT_EQ(refused.err, "fictl: file " + file + " exists already; nothing was written\n" +
+                               "  next: give another file, or --force to replace this one\n");
+    EXPECT_EQ(readFile(file), "precious");
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+    ASSERT_EQ(fictl({"snapshot", "export", "s", "--file", file, "--force"}).exit, 0);
+    EXPECT_EQ(readFile(file), fictl({"snapshot", "export", "s"}).out);
+    EXPECT_FALSE(std::filesystem::exists(file + ".part"));
+}
+
+TEST_F(CCarryTest, ExportNeverReplacesWhatIsNoFile)
+{
+    const std::string link = m_root + "/link";
+    std::filesystem::create_symlink("/dev/stdout", link);
+    EXPECT_EQ(fictl({"snapshot", "export", "s", "--file", link}).exit, 4);
+    EXPECT_EQ(fictl({"snapshot", "export", "s", "--file", link, "--force"}).exit, 14);
+    EXPECT_TRUE(std::filesystem::is_symlink(link));
+    const SRun folder = fictl({"snapshot", "export", "s", "--file", m_root + "/tmp", "--force"});
+    EXPECT_EQ(folder.exit, 14);
+    EXPECT_EQ(folder.err, "fictl: " + m_root + "/tmp is not a regular file, so --force does not replace it\n" +
+                              "  next: give another file\n");
+}
+
 TEST_F(CCarryTest, TwoExportsToOneFileDoNotMeet)
 {
     const std::string file = m_root + "/s.json";

@@ -152,7 +152,7 @@ class Workflow:
         self.steps = [
             ("create", "production", ["snapshot", "create", name, *devices, "--freeze", hooks[0], "--thaw", hooks[1]]),
             ("list", "production", ["snapshot", "list"]),
-            ("export", "production", ["snapshot", "export", name, "--file", str(self.document)]),
+            ("export", "production", ["snapshot", "export", name, "--file", str(self.document), "--force"]),
             ("receive", "backup", ["snapshot", "receive", str(self.document)]),
             ("import", "backup", ["snapshot", "import", name]),
             ("unmount", "backup", ["snapshot", "delete", name]),
