@@ -26,6 +26,7 @@ struct SCommandLine
     std::vector<std::string> devices;
     SCreateRequest create;
     long hookTimeout = 60;
+    long maxFreeze = 60;
     std::string file;
     std::string input = "-";
     bool forget = false;
@@ -83,8 +84,11 @@ void addMaking(CLI::App& snapshot, SCommandLine& line)
                        "Command that lets it go on; always runs once freeze has started");
     create->add_option("--hook-timeout", line.hookTimeout, "Seconds that each of the two may take (60)")
         ->check(CLI::Range(1L, 86400L));
+    create->add_option("--max-freeze", line.maxFreeze, "Seconds after which the application is thawed in any case (60)")
+        ->check(CLI::Range(1L, 86400L));
     create->callback([&line] {
         line.create.hooks.timeout = std::chrono::seconds(line.hookTimeout);
+        line.create.hooks.maxFreeze = std::chrono::seconds(line.maxFreeze);
         line.command = [&line](const SContext& context) { return createSnapshot(context, line.create); };
     });
 

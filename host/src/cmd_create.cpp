@@ -7,6 +7,7 @@
 #include "host/src/device_offer.h"
 #include "host/src/disposal.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/knowledge.h"
 #include "host/src/names.h"
 #include "host/src/naming.h"
@@ -56,9 +57,14 @@ class CSnapshotCreation
         m_tree.emplace(*m_provider);
         setUp();
         lookBefore();
-        SMakeResult made = make();
-        settle(made);
-        return result(made);
+        const SMakeResult made = make();
+        try {
+            settle(made);
+            return result(made);
+        } catch (EFictl& error) {
+            error.frozenFor(made.frozenSeconds);
+            throw;
+        }
     }
 
   private:
@@ -216,7 +222,7 @@ SMakeResult CSnapshotCreation::make()
     };
     CSnapshotMaker maker(*m_provider, m_context.progress, "fictl-" + m_request.name, m_nodes);
     try {
-        return maker.run(m_request.hooks, recordIntent);
+        return maker.run({m_request.hooks, m_request.name, m_request.devices}, recordIntent);
     } catch (const EFictl&) {
         // Nothing was asked of the appliance, so there is nothing to remember.
         if (recorded) m_catalog.remove(m_request.name);
@@ -291,7 +297,8 @@ void CSnapshotCreation::settle(const SMakeResult& made)
     lookAfter(made);
     m_record.thaw = made.thawFailure.empty() ? "" : m_request.hooks.thaw;
     const auto isMade = [](const SDevice& device) { return device.made == EMade::YES; };
-    if (made.status == OBZ_OK && std::all_of(m_record.devices.begin(), m_record.devices.end(), isMade)) {
+    const bool isAll = std::all_of(m_record.devices.begin(), m_record.devices.end(), isMade);
+    if (made.status == OBZ_OK && isAll && made.cutShort.empty()) {
         m_record.state = EState::COMPLETE;
         if (!made.thawFailure.empty()) m_record.message = "thaw command failed: " + made.thawFailure;
         m_catalog.update(m_record);
@@ -304,11 +311,13 @@ void CSnapshotCreation::settle(const SMakeResult& made)
 void CSnapshotCreation::nothingMade(const SMakeResult& made)
 {
     const std::string thaw = made.thawFailure.empty() ? "" : "; the thaw command failed: " + made.thawFailure;
+    const bool isCutShort = !made.cutShort.empty();
     m_record.state = EState::FAILED;
     m_record.message =
-        (m_contradiction.empty() ? "the provider made no checkpoint (status " + std::to_string(made.status) + ")"
-                                 : "the provider reported checkpoint " + m_record.checkpoint +
-                                       " as made, but it is not in group " + m_contradiction) +
+        (isCutShort                ? made.cutShort
+         : m_contradiction.empty() ? "the provider made no checkpoint (status " + std::to_string(made.status) + ")"
+                                   : "the provider reported checkpoint " + m_record.checkpoint +
+                                         " as made, but it is not in group " + m_contradiction) +
         thaw;
     m_catalog.update(m_record);
     // The nodes go first: disposal sets up nodes of the same names.
@@ -327,10 +336,11 @@ void CSnapshotCreation::nothingMade(const SMakeResult& made)
     const std::string kept = isClean ? "; nothing is left on the appliance and nothing was recorded"
                                      : "; whether the appliance made one is not known, so the record stays";
     const bool isTaken = saysAlreadyThere(made.report);
-    throw EFictl(EExit::FAILED, quotedName() + ": " + m_record.message + kept,
-                 isClean ? (isTaken ? "run the command again: another process id gives another checkpoint"
-                                    : "mend what the appliance reports, then run the command again")
-                         : "fictl snapshot delete " + m_record.name)
+    const std::string mend = isCutShort ? made.cutShortNext
+                             : isTaken  ? "run the command again: another process id gives another checkpoint"
+                                        : "mend what the appliance reports, then run the command again";
+    throw EFictl(isCutShort ? made.cutShortExit : EExit::FAILED, quotedName() + ": " + m_record.message + kept,
+                 isClean ? mend : "fictl snapshot delete " + m_record.name)
         .withReport(made.report);
 }
 
@@ -346,11 +356,13 @@ void CSnapshotCreation::partlyMade(const SMakeResult& made)
         list += (list.empty() ? "" : ", ") + groupText(key);
     }
     m_record.state = EState::PARTIAL;
-    m_record.message = "made: group " + yes + "; not made: group " + no;
+    const bool isCutShort = !made.cutShort.empty();
+    m_record.message = (isCutShort ? made.cutShort + "; " : "") + "made: group " + yes;
+    if (!no.empty()) m_record.message += "; not made: group " + no;
     if (!m_contradiction.empty()) m_record.message += "; the provider says otherwise of group " + m_contradiction;
     if (!made.thawFailure.empty()) m_record.message += "; thaw command failed: " + made.thawFailure;
     m_catalog.update(m_record);
-    throw EFictl(EExit::PARTIAL,
+    throw EFictl(isCutShort ? made.cutShortExit : EExit::PARTIAL,
                  quotedName() + " is partial (status " + std::to_string(made.status) + "): " + m_record.message,
                  "fictl snapshot delete " + m_record.name)
         .withReport(made.report)
@@ -368,9 +380,10 @@ SResult CSnapshotCreation::result(const SMakeResult& made) const
     }
     json document = snapshotJson(m_record);
     document["frozen_seconds"] = made.frozenSeconds;
-    const std::string text = quotedName() + " is complete: checkpoint " + m_record.checkpoint + " of " +
-                             counted(m_record.devices.size(), "device") + " in " +
-                             counted(m_record.groups().size(), "group") + "\n";
+    std::string text = quotedName() + " is complete: checkpoint " + m_record.checkpoint + " of " +
+                       counted(m_record.devices.size(), "device") + " in " +
+                       counted(m_record.groups().size(), "group") + "\n";
+    if (made.frozenSeconds > 0) text += "the application was frozen for " + secondsText(made.frozenSeconds) + "\n";
     return {{{"snapshot", std::move(document)}}, text};
 }
 
@@ -385,6 +398,7 @@ SResult createSnapshot(const SContext& context, const SCreateRequest& request)
     }
     SNameInUse inUse;
     try {
+        const CGuardian guardian;
         return CSnapshotCreation(context, request).run();
     } catch (const SNameInUse& found) {
         inUse = found;

@@ -6,6 +6,7 @@
 #include "host/src/copy_guard.h"
 #include "host/src/disposal.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/lun_place.h"
 #include "host/src/names.h"
 #include "host/src/record_json.h"
@@ -183,10 +184,14 @@ SResult deletedResult(const std::string& name, const json& groups, bool forgotte
 SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
 {
     requireSnapshotName(request.name);
+    std::optional<CGuardian> guardian;
+    if (!request.forget) guardian.emplace();
     CCatalog catalog;
     const SSnapshot before = catalog.take(request.name, EState::DELETING, DELETABLE, "deleted");
     if (!before.thaw.empty()) {
-        CProgress::warn("the application may still be frozen; its thaw command was: " + printable(before.thaw));
+        // A killed creation cannot tell what its guardian did.
+        const std::string doubt = before.state == EState::CREATING ? "unless its guardian thawed it, " : "";
+        CProgress::warn(doubt + "the application may still be frozen; its thaw command was: " + printable(before.thaw));
     }
     if (request.forget) {
         catalog.remove(request.name);

@@ -2,6 +2,7 @@
 #include "host/src/device_list.h"
 #include "host/src/device_offer.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/inspector.h"
 #include "host/src/names.h"
 #include "host/src/node_tree.h"
@@ -27,6 +28,7 @@ json claimedJson(const std::string& given, const SNamedOffer& named, const SNode
 SResult listNamedDevices(const SContext& context, const std::vector<std::string>& devices)
 {
     requireDevices(devices);
+    const CGuardian guardian;
     context.progress.step("start provider");
     CProvider provider(context.chosenProvider());
     CNodeTree tree(provider);

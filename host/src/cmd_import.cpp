@@ -6,6 +6,7 @@
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/image_owner.h"
 #include "host/src/importer.h"
 #include "host/src/knowledge.h"
@@ -238,6 +239,7 @@ void CSnapshotImport::enter(const GroupKey& group)
 SResult importSnapshot(const SContext& context, const std::string& name)
 {
     requireSnapshotName(name);
+    const CGuardian guardian;
     CCatalog catalog;
     const SSnapshot before = catalog.take(
         name, EState::IMPORTING,

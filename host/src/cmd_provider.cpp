@@ -1,6 +1,7 @@
 #include "framework/include/obzx_runtime.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/provider.h"
 #include "host/src/record_json.h"
 
@@ -99,6 +100,7 @@ std::string providerText(const json& document, const std::optional<EFictl>& fail
 
 SResult showProvider(const SContext& context)
 {
+    const CGuardian guardian;
     context.progress.step("start provider");
     CProvider provider(context.chosenProvider(), CProvider::EStart::ATTEMPTED);
     const std::optional<EFictl>& failure = provider.startFailure();

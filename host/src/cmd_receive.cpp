@@ -10,6 +10,7 @@
 #include "host/src/catalog.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/knowledge.h"
 #include "host/src/names.h"
 #include "host/src/record_document.h"
@@ -145,6 +146,7 @@ void requireWhatIsThere(const SContext& context, const SSnapshot& snapshot)
 
 SResult receiveSnapshot(const SContext& context, const std::string& file)
 {
+    const CGuardian guardian;
     SSnapshot snapshot = readDocument(readInput(file));
     requireAllowedProvider(context, snapshot);
     CCatalog catalog;

@@ -2,6 +2,7 @@
 #include "host/src/commands.h"
 #include "host/src/copy_guard.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/names.h"
 #include "host/src/naming.h"
 #include "host/src/record_json.h"
@@ -100,6 +101,7 @@ void CSnapshotRelease::enterReleased(const GroupKey& group)
 SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse)
 {
     requireSnapshotName(name);
+    const CGuardian guardian;
     CCatalog catalog;
     const SSnapshot before = catalog.take(
         name, EState::RELEASING,

@@ -38,16 +38,25 @@ class EFictl : public std::runtime_error
         return *this;
     }
 
+    /// Tells how long the application was frozen; 0 when it was not.
+    EFictl& frozenFor(double seconds)
+    {
+        m_frozenSeconds = seconds;
+        return *this;
+    }
+
     EExit exit() const { return m_exit; }
     const std::string& next() const { return m_next; }
     const std::string& snapshot() const { return m_snapshot; }
     const SApplianceReport& report() const { return m_report; }
+    double frozenSeconds() const { return m_frozenSeconds; }
 
   private:
     EExit m_exit;
     std::string m_next;
     std::string m_snapshot;
     SApplianceReport m_report;
+    double m_frozenSeconds = 0;
 };
 
 }  // namespace fictl

@@ -6,15 +6,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <string_view>
 #include <system_error>
 
 extern "C" {
 #include <sys/pidfd.h>  // the C library's header of this age does not say so itself
 }
-
-#include "host/src/signals.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
@@ -22,89 +22,205 @@ namespace fictl {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
 
-constexpr std::chrono::seconds GRACE{5};
-constexpr int SLICE_MS = 100;
+// Between SIGTERM and SIGKILL for a command that took too long, and between SIGKILL and giving up a process that the
+// kernel itself holds.
+constexpr seconds GRACE{5};
+// How often is looked for the end of a process without a descriptor of its own.
+constexpr milliseconds LOOK_INTERVAL{50};
 
-int spawnShell(const std::string& command, pid_t& pid)
+class CSpawnAttributes
 {
-    posix_spawnattr_t attributes;
-    posix_spawn_file_actions_t files;
-    int error = posix_spawnattr_init(&attributes);
-    if (error != 0) return error;
-    error = posix_spawn_file_actions_init(&files);
-    if (error != 0) {
-        posix_spawnattr_destroy(&attributes);
-        return error;
+  public:
+    CSpawnAttributes()
+    {
+        m_error = posix_spawnattr_init(&m_attributes);
+        if (m_error != 0) return;
+        sigset_t all;
+        sigset_t none;
+        sigfillset(&all);
+        sigemptyset(&none);
+        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        posix_spawnattr_setpgroup(&m_attributes, 0);
+        posix_spawnattr_setsigdefault(&m_attributes, &all);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
     }
-    sigset_t all;
-    sigset_t none;
-    sigfillset(&all);
-    sigemptyset(&none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    error = posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    if (error == 0) error = posix_spawn_file_actions_adddup2(&files, STDERR_FILENO, STDOUT_FILENO);
-    if (error == 0) {
-        std::string shell = "sh";
-        std::string option = "-c";
-        std::string text = command;
-        char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
-        error = posix_spawn(&pid, "/bin/sh", &files, &attributes, arguments, environ);
+    ~CSpawnAttributes()
+    {
+        if (m_error == 0) posix_spawnattr_destroy(&m_attributes);
     }
-    posix_spawn_file_actions_destroy(&files);
-    posix_spawnattr_destroy(&attributes);
+    CSpawnAttributes(const CSpawnAttributes&) = delete;
+    CSpawnAttributes& operator=(const CSpawnAttributes&) = delete;
+    int error() const { return m_error; }
+    const posix_spawnattr_t* get() const { return &m_attributes; }
+
+  private:
+    posix_spawnattr_t m_attributes{};
+    int m_error = 0;
+};
+
+class CSpawnFiles
+{
+  public:
+    CSpawnFiles()
+    {
+        m_error = posix_spawn_file_actions_init(&m_files);
+        m_isThere = m_error == 0;
+        if (m_error == 0) m_error = posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        if (m_error == 0) m_error = posix_spawn_file_actions_adddup2(&m_files, STDERR_FILENO, STDOUT_FILENO);
+    }
+    ~CSpawnFiles()
+    {
+        if (m_isThere) posix_spawn_file_actions_destroy(&m_files);
+    }
+    CSpawnFiles(const CSpawnFiles&) = delete;
+    CSpawnFiles& operator=(const CSpawnFiles&) = delete;
+    int error() const { return m_error; }
+    const posix_spawn_file_actions_t* get() const { return &m_files; }
+
+  private:
+    posix_spawn_file_actions_t m_files{};
+    int m_error = 0;
+    bool m_isThere = false;
+};
+
+bool isReplaced(std::string_view variable, const std::vector<std::string>& added)
+{
+    return std::any_of(added.begin(), added.end(), [variable](const std::string& line) {
+        return variable.starts_with(std::string_view(line).substr(0, line.find('=') + 1));
+    });
+}
+
+// The environment of this process with the added lines; refers to the texts of both.
+std::vector<char*> environmentWith(const std::vector<std::string>& added)
+{
+    std::vector<char*> variables;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        if (!isReplaced(*variable, added)) variables.push_back(*variable);
+    }
+    for (const std::string& line : added) {
+        variables.push_back(const_cast<char*>(line.c_str()));
+    }
+    variables.push_back(nullptr);
+    return variables;
+}
+
+int spawnShell(const std::string& command, const std::vector<std::string>& added, pid_t& pid)
+{
+    const CSpawnAttributes attributes;
+    if (attributes.error() != 0) return attributes.error();
+    const CSpawnFiles files;
+    if (files.error() != 0) return files.error();
+    std::string shell = "sh";
+    std::string option = "-c";
+    std::string text = command;
+    char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
+    pid_t started = -1;
+    const int error =
+        posix_spawn(&started, "/bin/sh", files.get(), attributes.get(), arguments, environmentWith(added).data());
+    if (error == 0) pid = started;
     return error;
 }
 
-// True when the child ended before the deadline; stops waiting early when a stop is asked for.
-bool waitFor(pid_t pid, int pidFd, Clock::time_point deadline, bool stopOnSignal, int& status)
+SHookResult resultOf(const siginfo_t& info)
 {
-    while (true) {
-        const pid_t done = waitpid(pid, &status, WNOHANG);
-        if (done == pid || (done < 0 && errno != EINTR)) return true;
-        if (Clock::now() >= deadline || (stopOnSignal && stopRequested())) return false;
-        // A signal that comes between the question above and the poll is seen a slice later.
-        pollfd child{pidFd, POLLIN, 0};
-        poll(&child, 1, SLICE_MS);
-    }
-}
-
-SHookResult resultOf(int status)
-{
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return {true, {}};
-    if (WIFEXITED(status)) return {false, "exit status " + std::to_string(WEXITSTATUS(status))};
-    return {false, "killed by signal " + std::to_string(WTERMSIG(status))};
-}
-
-void stopGroup(pid_t pid, int pidFd, int& status)
-{
-    kill(-pid, SIGTERM);
-    const bool ended = waitFor(pid, pidFd, Clock::now() + GRACE, false, status);
-    // Also after the shell itself ended: what it started may still be there.
-    kill(-pid, SIGKILL);
-    while (!ended && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    const std::string status = std::to_string(info.si_status);
+    if (info.si_code != CLD_EXITED) return {false, "killed by signal " + status};
+    if (info.si_status != 0) return {false, "exit status " + status};
+    return {true, {}};
 }
 
 }  // namespace
 
-SHookResult runHook(const std::string& command, std::chrono::seconds timeout, bool stopOnSignal)
+CHookRun::CHookRun(const std::string& command, seconds timeout, const std::vector<std::string>& added)
+    : m_timeout(timeout), m_limit(Clock::now() + timeout)
 {
-    pid_t pid = 0;
-    const int error = spawnShell(command, pid);
-    if (error != 0) return {false, "cannot start: " + std::error_code(error, std::generic_category()).message()};
-    const int pidFd = pidfd_open(pid, 0);
-    int status = 0;
-    const bool ended = waitFor(pid, pidFd, Clock::now() + timeout, stopOnSignal, status);
-    if (!ended) stopGroup(pid, pidFd, status);
-    if (pidFd >= 0) close(pidFd);
-    if (ended) return resultOf(status);
-    if (stopOnSignal && stopRequested()) return {false, "stopped by a signal"};
-    return {false, "no end within " + std::to_string(timeout.count()) + " s"};
+    const int error = spawnShell(command, added, m_pid);
+    if (error == 0) {
+        m_process = CDescriptor(pidfd_open(m_pid, 0));
+        return;
+    }
+    m_ended = true;
+    m_result.reason = "cannot start: " + std::error_code(error, std::generic_category()).message();
+}
+
+CHookRun::~CHookRun()
+{
+    if (m_ended) return;
+    kill(-m_pid, SIGKILL);
+    // Not waited for: a process that the kernel itself holds would hold its runner, too.
+    reap(WNOHANG);
+}
+
+CHookRun::Clock::time_point CHookRun::lookAt() const
+{
+    Clock::time_point at = m_limit;
+    if (m_killAt) at = *m_killAt;
+    if (m_giveUpAt) at = *m_giveUpAt;
+    return m_process ? at : std::min(at, Clock::now() + LOOK_INTERVAL);
+}
+
+void CHookRun::stop(milliseconds grace)
+{
+    if (m_ended) return;
+    if (!m_killAt) kill(-m_pid, SIGTERM);
+    const Clock::time_point killAt = Clock::now() + grace;
+    m_killAt = std::min(m_killAt.value_or(killAt), killAt);
+}
+
+bool CHookRun::look()
+{
+    if (!m_ended && !hasEnded()) onTime(Clock::now());
+    return m_ended;
+}
+
+bool CHookRun::hasEnded()
+{
+    // Left unreaped at first, so that the group's id is still its own while the rest of the group is killed.
+    siginfo_t info = {};
+    const bool isKnown = waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+    if (isKnown ? info.si_pid == 0 : errno == EINTR) return false;
+    if (m_killAt) kill(-m_pid, SIGKILL);
+    reap(0);
+    m_ended = true;
+    m_result = isKnown ? resultOf(info) : SHookResult{false, "its exit status is lost"};
+    if (m_timedOut) m_result = {false, "no end within " + std::to_string(m_timeout.count()) + " s"};
+    return true;
+}
+
+void CHookRun::reap(int options) const
+{
+    siginfo_t info = {};
+    while (waitid(P_PID, static_cast<id_t>(m_pid), &info, WEXITED | options) != 0 && errno == EINTR) {
+    }
+}
+
+void CHookRun::onTime(Clock::time_point now)
+{
+    if (!m_killAt && now >= m_limit) {
+        m_timedOut = true;
+        stop(GRACE);
+    }
+    if (m_killAt && !m_giveUpAt && now >= *m_killAt) {
+        kill(-m_pid, SIGKILL);
+        m_giveUpAt = now + GRACE;
+    }
+    if (m_giveUpAt && now >= *m_giveUpAt) {
+        m_ended = true;
+        m_result = {false, "it does not even end when it is killed"};
+    }
+}
+
+const SHookResult& runToEnd(CHookRun& run)
+{
+    while (!run.look()) {
+        const auto left = std::chrono::ceil<milliseconds>(run.lookAt() - CHookRun::Clock::now());
+        pollfd process{run.descriptor(), POLLIN, 0};  // poll skips a negative one
+        poll(&process, 1, static_cast<int>(std::max<int64_t>(left.count(), 0)));
+    }
+    return run.result();
 }
 
 }  // namespace fictl

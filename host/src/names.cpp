@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 
 namespace fictl {
 
@@ -97,6 +98,13 @@ std::string printable(std::string_view text)
         text.remove_prefix(1);
     }
     return shown;
+}
+
+std::string secondsText(double seconds)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.1f s", seconds);
+    return text;
 }
 
 }  // namespace fictl

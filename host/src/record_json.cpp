@@ -122,12 +122,14 @@ json errorJson(const EFictl& error)
     json commands = json::array();
     for (const SRunRecord& run : error.report().blamed())
         commands.push_back(runJson(run));
-    return {{"exit", static_cast<int>(error.exit())},
-            {"code", exitName(error.exit())},
-            {"message", error.what()},
-            {"next", textOrNull(error.next())},
-            {"commands", commands},
-            {"details", error.report().messages}};
+    json document = {{"exit", static_cast<int>(error.exit())},
+                     {"code", exitName(error.exit())},
+                     {"message", error.what()},
+                     {"next", textOrNull(error.next())},
+                     {"commands", commands},
+                     {"details", error.report().messages}};
+    if (error.frozenSeconds() > 0) document["frozen_seconds"] = error.frozenSeconds();
+    return document;
 }
 
 std::string reportText(const SApplianceReport& report)
@@ -144,6 +146,7 @@ std::string reportText(const SApplianceReport& report)
 std::string errorText(const EFictl& error)
 {
     std::string text = "fictl: " + std::string(error.what()) + "\n" + reportText(error.report());
+    if (error.frozenSeconds() > 0) text += "  frozen: the application for " + secondsText(error.frozenSeconds()) + "\n";
     if (!error.next().empty()) text += "  next: " + error.next() + "\n";
     return text;
 }

@@ -11,7 +11,8 @@ namespace fictl {
 json snapshotJson(const SSnapshot& snapshot);
 /// A record's line in "snapshot list".
 json summaryJson(const SSnapshot& snapshot);
-/// What went wrong: code, name of the code, message, next step, failed appliance commands, the provider's messages.
+/// What went wrong: code, name of the code, message, next step, failed appliance commands, the provider's messages; how
+/// long the application was frozen, if it was.
 json errorJson(const EFictl& error);
 /// Failed appliance commands and the provider's messages, for a terminal; empty when there are none.
 std::string reportText(const SApplianceReport& report);

@@ -25,9 +25,14 @@ void installSignalHandling()
     // points.
     action.sa_flags = SA_RESTART;
     action.sa_handler = onStop;
+    sigset_t stopping;
+    sigemptyset(&stopping);
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         sigaction(signal, &action, nullptr);
+        sigaddset(&stopping, signal);
     }
+    // A parent may have blocked them.
+    sigprocmask(SIG_UNBLOCK, &stopping, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
     action.sa_handler = SIG_DFL;

@@ -4,7 +4,9 @@ namespace fictl {
 
 /**
  * SIGINT, SIGTERM and SIGHUP ask fictl to stop at the next safe point; they never end it in the middle of a step, so
- * that an application that was frozen is thawed and the catalog settled. SIGPIPE is ignored for the same reason.
+ * that the catalog is settled. While an application is frozen that point is now (CFreezing). SIGPIPE is ignored for the
+ * same reason. All other signals keep their effect: one that ends fictl leaves to the guardian what cannot wait, and a
+ * user who is in a hurry has SIGQUIT.
  * SIGCHLD gets its default handling back, because a parent that ignored it would take away the exit statuses of the
  * tools.
  */

@@ -2,7 +2,6 @@
 
 #include "framework/include/obzx_runtime.h"
 #include "host/src/error.h"
-#include "host/src/hook.h"
 #include "host/src/names.h"
 #include "host/src/signals.h"
 
@@ -23,58 +22,29 @@ class CQuiesced
     std::function<void()> m_end;
 };
 
-/// Thaws once, however the scope is left, as soon as freeze was started: a freeze that failed may have frozen a part.
-class CFrozen
+std::string alsoFailed(const SMakeResult& result)
 {
-  public:
-    CFrozen(const SHooks& hooks, const CProgress& progress, SMakeResult& result)
-        : m_hooks(hooks), m_progress(progress), m_result(result)
-    {
-    }
-    ~CFrozen() { thaw(); }
-    CFrozen(const CFrozen&) = delete;
-    CFrozen& operator=(const CFrozen&) = delete;
+    return result.thawFailure.empty() ? "" : "; the thaw command failed too: " + result.thawFailure;
+}
 
-    void freeze()
-    {
-        if (m_hooks.freeze.empty()) return;
-        m_progress.step("freeze");
-        m_start = std::chrono::steady_clock::now();
-        m_frozen = true;
-        const SHookResult hook = runHook(m_hooks.freeze, m_hooks.timeout, true);
-        if (hook.ok) return;
-        thaw();
-        const std::string also =
-            m_result.thawFailure.empty() ? "" : "; the thaw command failed too: " + m_result.thawFailure;
-        stopPointAfter(also);
-        throw EFictl(EExit::HOOK, "freeze command \"" + printable(m_hooks.freeze) + "\" failed: " + hook.reason + also,
-                     "nothing was made; mend the command and run again");
+void tellEarlyThaw(const SThawed& thawed, SMakeResult& result)
+{
+    const std::string what =
+        "the application was thawed after " + secondsText(thawed.seconds) + ", before its checkpoints were made";
+    if (thawed.cause == EThaw::STOPPED) {
+        result.cutShort = "stopped by a signal: " + what;
+        result.cutShortExit = EExit::STOPPED;
+        result.cutShortNext = "run the command again";
+    } else if (thawed.cause == EThaw::TIMED_OUT) {
+        result.cutShort = what + ": it was frozen as long as --max-freeze allows";
+        result.cutShortExit = EExit::HOOK;
+        result.cutShortNext = "find out why the appliance takes so long, or give a larger --max-freeze";
+    } else {
+        result.cutShort = what + ": the guardian process was killed";
+        result.cutShortExit = EExit::HOOK;
+        result.cutShortNext = "run the command again, and leave the process fictl-guardian alone";
     }
-
-    void thaw()
-    {
-        if (!m_frozen) return;
-        m_frozen = false;
-        const SHookResult hook = runHook(m_hooks.thaw, m_hooks.timeout, false);
-        const std::chrono::duration<double> frozen = std::chrono::steady_clock::now() - m_start;
-        m_result.frozenSeconds = frozen.count();
-        m_progress.step("thaw");
-        if (!hook.ok) m_result.thawFailure = "\"" + printable(m_hooks.thaw) + "\": " + hook.reason;
-    }
-
-    /// As stopPoint, but tells of a thaw that failed on the way out.
-    static void stopPointAfter(const std::string& also)
-    {
-        if (stopRequested()) throw EFictl(EExit::STOPPED, "stopped by a signal before the snapshot was made" + also);
-    }
-
-  private:
-    const SHooks& m_hooks;
-    const CProgress& m_progress;
-    SMakeResult& m_result;
-    std::chrono::steady_clock::time_point m_start;
-    bool m_frozen = false;
-};
+}
 
 }  // namespace
 
@@ -109,7 +79,7 @@ void CSnapshotMaker::select()
     check(call.select(nullptr, m_session.c_str(), m_list.data(), count()), "select");
 }
 
-SMakeResult CSnapshotMaker::run(const SHooks& hooks, const std::function<void()>& recordIntent)
+SMakeResult CSnapshotMaker::run(const SFreezeOrder& order, const std::function<void()>& recordIntent)
 {
     const SEntryPoints& call = m_provider.call();
     m_progress.step("select");
@@ -121,28 +91,65 @@ SMakeResult CSnapshotMaker::run(const SHooks& hooks, const std::function<void()>
         const CQuiesced quiesced([this] { m_provider.call().unquiesce(nullptr, m_list.data(), count()); });
         check(call.quiesce(nullptr, m_list.data(), count()), "quiesce");
         recordIntent();
-        make(hooks, result);
+        make(order, result);
     }
     readHandle(result);
     return result;
 }
 
-void CSnapshotMaker::make(const SHooks& hooks, SMakeResult& result)
+void CSnapshotMaker::make(const SFreezeOrder& order, SMakeResult& result)
 {
-    const SEntryPoints& call = m_provider.call();
     stopPoint();
-    CFrozen frozen(hooks, m_progress, result);
-    frozen.freeze();
-    const int32_t prepared = call.prepare(nullptr, m_session.c_str(), m_list.data(), count(), 0);
-    if (prepared != OBZ_OK || stopRequested()) {
-        frozen.thaw();
-        const std::string also = result.thawFailure.empty() ? "" : "; the thaw command failed: " + result.thawFailure;
-        check(prepared, ("prepare" + also).c_str());
-        CFrozen::stopPointAfter(also);
+    CFreezing freezing(order);
+    freeze(freezing, order, result);
+    const int32_t prepared = m_provider.call().prepare(nullptr, m_session.c_str(), m_list.data(), count(), 0);
+    if (prepared != OBZ_OK || stopRequested() || freezing.isCutShort()) {
+        thaw(freezing, prepared == OBZ_OK ? EThaw::STOPPED : EThaw::FAILED, order, result);
+        nothingMade(prepared, result);
     }
     m_progress.step("make");
     callMake(result);
-    frozen.thaw();
+    thaw(freezing, result.status == OBZ_OK ? EThaw::MADE : EThaw::FAILED, order, result);
+}
+
+void CSnapshotMaker::freeze(CFreezing& freezing, const SFreezeOrder& order, SMakeResult& result)
+{
+    if (order.hooks.freeze.empty()) return;
+    m_progress.step("freeze");
+    const SHookResult hook = freezing.freeze();
+    if (hook.ok) return;
+    thaw(freezing, EThaw::FAILED, order, result);
+    if (result.cutShortExit == EExit::STOPPED) nothingMade(OBZ_OK, result);
+    throw EFictl(EExit::HOOK,
+                 "freeze command \"" + printable(order.hooks.freeze) + "\" failed: " + hook.reason + alsoFailed(result),
+                 "nothing was made; mend the command and run again")
+        .frozenFor(result.frozenSeconds);
+}
+
+void CSnapshotMaker::thaw(CFreezing& freezing, EThaw cause, const SFreezeOrder& order, SMakeResult& result)
+{
+    const std::optional<SThawed> thawed = freezing.thaw(cause);
+    if (!thawed) return;
+    m_progress.step("thaw");
+    result.frozenSeconds = thawed->seconds;
+    if (!thawed->result.ok) {
+        result.thawFailure = "\"" + printable(order.hooks.thaw) + "\": " + thawed->result.reason;
+    }
+    if (thawed->isEarly()) tellEarlyThaw(*thawed, result);
+}
+
+// Why make was never called.
+void CSnapshotMaker::nothingMade(int32_t prepared, const SMakeResult& result)
+{
+    const std::string also = alsoFailed(result);
+    EFictl error(EExit::STOPPED, "stopped by a signal before the snapshot was made" + also);
+    if (result.cutShortExit == EExit::HOOK) {
+        error = EFictl(EExit::HOOK, result.cutShort + "; nothing was made" + also, result.cutShortNext);
+    } else if (prepared != OBZ_OK && result.cutShort.empty()) {
+        error = EFictl(EExit::FAILED, "the provider failed to prepare the devices (status " + std::to_string(prepared) +
+                                          "); nothing was made" + also);
+    }
+    throw error.frozenFor(result.frozenSeconds).withReport(m_provider.takeReport());
 }
 
 void CSnapshotMaker::callMake(SMakeResult& result)

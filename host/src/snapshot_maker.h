@@ -1,24 +1,17 @@
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "host/src/exit_codes.h"
+#include "host/src/freezing.h"
 #include "host/src/node_tree.h"
 #include "host/src/progress.h"
 
 namespace fictl {
-
-/// Commands that quiesce the application around the snapshot.
-struct SHooks
-{
-    std::string freeze;  ///< empty: none
-    std::string thaw;
-    std::chrono::seconds timeout{60};
-};
 
 /// What the provider's make left behind.
 struct SMakeResult
@@ -29,6 +22,11 @@ struct SMakeResult
     SApplianceReport report;
     std::string thawFailure;   ///< why the thaw command failed; empty when it did not
     double frozenSeconds = 0;  ///< time between the start of freeze and the end of thaw; 0 without hooks
+    /// Why the application was thawed before make had ended, so that what was made does not hold what it was to hold;
+    /// empty when it was not.
+    std::string cutShort;
+    EExit cutShortExit = EExit::OK;
+    std::string cutShortNext;
 };
 
 /**
@@ -44,14 +42,17 @@ class CSnapshotMaker
     /**
      * Runs all steps. recordIntent is called once, last before the first step that may change the appliance. Throws
      * EFictl when a step before make fails or a stop is asked for: nothing was made then. Once make was called there is
-     * always a result. Thaw runs once when freeze was started, whatever happened.
+     * always a result. The application is thawed when freeze was started, whatever happened.
      */
-    SMakeResult run(const SHooks& hooks, const std::function<void()>& recordIntent);
+    SMakeResult run(const SFreezeOrder& order, const std::function<void()>& recordIntent);
 
   private:
     void check(int32_t status, const char* step);
     void select();
-    void make(const SHooks& hooks, SMakeResult& result);
+    void make(const SFreezeOrder& order, SMakeResult& result);
+    void freeze(CFreezing& freezing, const SFreezeOrder& order, SMakeResult& result);
+    void thaw(CFreezing& freezing, EThaw cause, const SFreezeOrder& order, SMakeResult& result);
+    [[noreturn]] void nothingMade(int32_t prepared, const SMakeResult& result);
     void callMake(SMakeResult& result);
     void readHandle(SMakeResult& result);
     int32_t count() const { return static_cast<int32_t>(m_list.size()); }

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -14,51 +13,140 @@ namespace fictl {
 
 namespace {
 
-// Whether the process is still the sleep command, and neither gone nor waiting to be reaped.
-bool isSleeping(pid_t pid)
+// Whether the process is neither gone nor waiting to be reaped.
+bool isThere(pid_t pid)
 {
     std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
     std::string line;
     std::getline(stat, line);
-    return line.find("(sleep)") != std::string::npos && line.find(") Z") == std::string::npos;
+    return !line.empty() && line.find(") Z") == std::string::npos;
 }
+
+SHookResult run(const std::string& command, const std::vector<std::string>& added = {})
+{
+    CHookRun hook(command, std::chrono::seconds(60), added);
+    return runToEnd(hook);
+}
+
+/// A folder of the test's own, and the id that a command has written into its file "pid".
+class Hook : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        std::string pattern = (std::filesystem::temp_directory_path() / "fictl-hook-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
+        m_folder = pattern;
+    }
+    void TearDown() override { std::filesystem::remove_all(m_folder); }
+
+    std::string sleeper() const { return "sleep 1000 & echo $! > " + m_folder + "/pid; mv " + renamed(); }
+    std::string renamed() const { return m_folder + "/pid " + m_folder + "/there"; }
+
+    pid_t sleeperPid() const
+    {
+        pid_t pid = 0;
+        while (!(std::ifstream(m_folder + "/there") >> pid)) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return pid;
+    }
+
+    // It is no child of this process, so its end can only be looked for.
+    static void expectGone(pid_t pid)
+    {
+        for (int i = 0; i < 1000 && isThere(pid); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        EXPECT_FALSE(isThere(pid));
+    }
+
+    std::string m_folder;
+};
 
 }  // namespace
 
-TEST(Hook, TellsHowTheCommandEnded)
+TEST_F(Hook, TellsHowTheCommandEnded)
 {
-    EXPECT_TRUE(runHook("true", std::chrono::seconds(60), false).ok);
-    EXPECT_EQ(runHook("exit 3", std::chrono::seconds(60), false).reason, "exit status 3");
-    EXPECT_EQ(runHook("kill -9 $$", std::chrono::seconds(60), false).reason, "killed by signal 9");
-    EXPECT_EQ(runHook("/nonexistent/command 2>/dev/null", std::chrono::seconds(60), false).reason, "exit status 127");
+    EXPECT_TRUE(run("true").ok);
+    EXPECT_EQ(run("true").reason, "");
+    EXPECT_EQ(run("exit 3").reason, "exit status 3");
+    EXPECT_EQ(run("kill -9 $$").reason, "killed by signal 9");
+    EXPECT_EQ(run("/nonexistent/command 2>/dev/null").reason, "exit status 127");
 }
 
-TEST(Hook, StopsACommandThatTakesTooLongWithAllItStarted)
+TEST_F(Hook, StopsACommandThatTakesTooLongWithAllItStarted)
 {
-    std::string pattern = (std::filesystem::temp_directory_path() / "fictl-hook-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    const SHookResult result =
-        runHook("sleep 1000 & echo $! > " + pattern + "/pid; wait", std::chrono::seconds(1), false);
+    CHookRun hook(sleeper() + "; wait", std::chrono::seconds(1), {});
+    const SHookResult result = runToEnd(hook);
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.reason, "no end within 1 s");
-    std::ifstream file(pattern + "/pid");
-    pid_t pid = 0;
-    ASSERT_TRUE(file >> pid);
-    // It is no child of this process, so its end can only be looked for.
-    for (int i = 0; i < 1000 && isSleeping(pid); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    EXPECT_FALSE(isSleeping(pid));
-    std::filesystem::remove_all(pattern);
+    expectGone(sleeperPid());
 }
 
-TEST(Hook, GivesTheCommandDefaultSignalHandling)
+TEST_F(Hook, ACommandThatIgnoresItsStopIsKilledAfterTheGraceWithAllItStarted)
+{
+    CHookRun hook("trap '' TERM; " + sleeper() + "; wait", std::chrono::seconds(60), {});
+    const pid_t pid = sleeperPid();
+    hook.stop(std::chrono::seconds(60));
+    EXPECT_FALSE(hook.look());
+    // A later stop that is more urgent counts.
+    hook.stop(std::chrono::milliseconds(50));
+    EXPECT_EQ(runToEnd(hook).reason, "killed by signal 9");
+    expectGone(pid);
+}
+
+TEST_F(Hook, WhatACommandThatHasEndedLeftInTheBackgroundGoesOn)
+{
+    EXPECT_TRUE(run(sleeper()).ok);
+    const pid_t pid = sleeperPid();
+    EXPECT_TRUE(isThere(pid));
+    kill(pid, SIGKILL);
+}
+
+TEST_F(Hook, ARunThatIsGivenUpIsKilledWithAllItStarted)
+{
+    pid_t pid = 0;
+    {
+        const CHookRun hook(sleeper() + "; wait", std::chrono::seconds(60), {});
+        EXPECT_TRUE(hook.wasStarted());
+        pid = sleeperPid();
+    }
+    expectGone(pid);
+}
+
+TEST_F(Hook, GivesTheCommandDefaultSignalHandlingAndNoBlockedSignal)
 {
     struct sigaction old = {};
     struct sigaction ignore = {};
     ignore.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &ignore, &old);
-    EXPECT_EQ(runHook("kill -PIPE $$", std::chrono::seconds(60), false).reason, "killed by signal 13");
+    sigset_t blocked;
+    sigset_t before;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &blocked, &before);
+    EXPECT_EQ(run("kill -PIPE $$").reason, "killed by signal 13");
+    EXPECT_EQ(run("kill -TERM $$").reason, "killed by signal 15");
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
     sigaction(SIGPIPE, &old, nullptr);
+}
+
+TEST_F(Hook, AddsToTheEnvironmentAndReplacesWhatStoodThere)
+{
+    setenv("FICTL_HOOK_TEST", "old", 1);         // NOLINT(concurrency-mt-unsafe)
+    setenv("FICTL_HOOK_TEST_MORE", "stays", 1);  // NOLINT(concurrency-mt-unsafe)
+    EXPECT_TRUE(run("test \"$FICTL_HOOK_TEST,$FICTL_HOOK_TEST_MORE\" = 'a\nb,stays'", {"FICTL_HOOK_TEST=a\nb"}).ok);
+    unsetenv("FICTL_HOOK_TEST");       // NOLINT(concurrency-mt-unsafe)
+    unsetenv("FICTL_HOOK_TEST_MORE");  // NOLINT(concurrency-mt-unsafe)
+}
+
+TEST_F(Hook, ACommandThatCannotBeStartedSaysWhy)
+{
+    // The system takes no variable of this size.
+    const std::vector<std::string> tooLong = {"FICTL_DEVICES=" + std::string(1U << 20U, 'x')};
+    CHookRun hook("true", std::chrono::seconds(60), tooLong);
+    EXPECT_FALSE(hook.wasStarted());
+    EXPECT_EQ(runToEnd(hook).reason, "cannot start: Argument list too long");
 }
 
 }  // namespace fictl
