@@ -145,9 +145,11 @@ class Workflow:
         self.site = site
         self.name = name
         self.document = site.folder / "exchange" / f"{name}.json"
-        # What fictl still holds open once the checkpoints are made, or were refused.
+        # What fictl still holds open once the checkpoints are made, or were refused. The thaw command's parent is its
+        # guardian.
         self.open = site.folder / "exchange/open"
-        hooks = ["true", f"ls -l /proc/$PPID/fd >{self.open}"]
+        fictl = "$(sed -n 's/^PPid://p' /proc/$PPID/status | tr -d '[:space:]')"
+        hooks = ["true", f"ls -l /proc/{fictl}/fd >{self.open}"]
         devices = [site.devices[lun] for lun in ("data", "journal", "ledger")]
         self.steps = [
             ("create", "production", ["snapshot", "create", name, *devices, "--freeze", hooks[0], "--thaw", hooks[1]]),
@@ -183,8 +185,7 @@ class Workflow:
         targets = dict(line.rsplit(maxsplit=3)[1::2] for line in lines if " -> " in line)
         held = [target for number, target in targets.items() if int(number) > 2]
         left = [target for target in held if target.startswith(("pipe:", str(self.site.folder / "tmp")))]
-        # The one handle is that of the thaw command itself.
-        need(not left and sum("pidfd" in target for target in held) <= 1, f"descriptors are left: {held}")
+        need(not left and not any("pidfd" in target for target in held), f"descriptors are left: {held}")
 
     def check_import(self, snapshot):
         for device in snapshot["devices"]:
