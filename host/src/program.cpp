@@ -11,6 +11,7 @@
 #include <csignal>
 #include <system_error>
 
+#include "host/src/guardian.h"
 #include "host/src/signals.h"
 
 extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
@@ -60,6 +61,19 @@ class CPipe
     }
 
     int m_ends[2] = {-1, -1};
+};
+
+/// Has the guardian end the program's group if fictl ends before it.
+class CGuarded
+{
+  public:
+    explicit CGuarded(pid_t group) : m_group(group) { guardianStarted(m_group); }
+    ~CGuarded() { guardianEnded(m_group); }
+    CGuarded(const CGuarded&) = delete;
+    CGuarded& operator=(const CGuarded&) = delete;
+
+  private:
+    pid_t m_group;
 };
 
 int spawn(const std::vector<std::string>& words, int output, int errors, pid_t& pid)
@@ -168,6 +182,7 @@ SProgramEnd CProgram::run() const
         return end;
     }
     end.started = true;
+    const CGuarded guarded(pid);
     output.closeWrite();
     errors.closeWrite();
     const Clock::time_point deadline = Clock::now() + m_limit;
