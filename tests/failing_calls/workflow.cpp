@@ -34,6 +34,31 @@ bool isNamed(const obzx_objid* identity, const std::string& name)
     return identity != nullptr && identity->name != nullptr && name == identity->name;
 }
 
+/// Follows the runs of a workflow, which come one after the other. Needs no memory.
+class CRunPairs
+{
+  public:
+    CRunPairs() { obzx_set_run_observer(follow, this); }
+    ~CRunPairs() { obzx_set_run_observer(nullptr, nullptr); }
+    CRunPairs(const CRunPairs&) = delete;
+    CRunPairs& operator=(const CRunPairs&) = delete;
+
+    bool areWhole() const { return m_areWhole && m_open == 0; }
+
+  private:
+    static void follow(void* context, const obzx_run* run)
+    {
+        auto* const pairs = static_cast<CRunPairs*>(context);
+        const bool isStart = run->phase == OBZX_RUN_STARTED;
+        const bool follows = isStart || run->process == 0 ? pairs->m_open == 0 : pairs->m_open == run->number;
+        pairs->m_areWhole = pairs->m_areWhole && follows && *run->entry_point != '\0' && run->argument_count > 0;
+        pairs->m_open = isStart ? run->number : 0;
+    }
+
+    uint64_t m_open = 0;  // number of the run whose end is to come
+    bool m_areWhole = true;
+};
+
 }  // namespace
 
 CProviderLibrary::CProviderLibrary(const std::string& path, std::string name)
@@ -72,6 +97,7 @@ void CWorkflow::expect(bool holds, const char* what)
 
 void CWorkflow::run()
 {
+    const CRunPairs runs;
     if (start()) {
         describe();
         look();
@@ -87,6 +113,7 @@ void CWorkflow::run()
         m_library.entry<obzx_fi_fini_fn>("fini")();
         return OBZ_OK;
     });
+    expect(runs.areWhole(), "every run that starts has one end, within an entry point");
 }
 
 bool CWorkflow::start()

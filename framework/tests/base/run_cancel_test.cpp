@@ -63,13 +63,6 @@ class RunCancel : public obzx_test::CRunTest
     }
     int32_t m_stopped = -1;
 
-    std::vector<SSeenRun> ends() const
-    {
-        std::vector<SSeenRun> found;
-        for (const SSeenRun& record : seen())
-            if (record.phase == OBZX_RUN_ENDED) found.push_back(record);
-        return found;
-    }
     static void expectCancelled(const SSeenRun& end)
     {
         EXPECT_EQ(end.result, EXEC_TIMED_OUT);

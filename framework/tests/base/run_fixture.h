@@ -76,6 +76,14 @@ class CRunTest : public CExecTest
     void observe() { obzx_set_run_observer(remember, this); }
     /// While no other thread runs anything.
     const std::vector<SSeenRun>& seen() const { return m_seen; }
+    std::vector<SSeenRun> ends() const
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        std::vector<SSeenRun> found;
+        for (const SSeenRun& record : m_seen)
+            if (record.phase == OBZX_RUN_ENDED) found.push_back(record);
+        return found;
+    }
     void forget()
     {
         const std::lock_guard<std::mutex> guard(m_mutex);

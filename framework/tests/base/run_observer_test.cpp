@@ -124,8 +124,7 @@ TEST_F(RunObserver, RemovalWaitsForTheCallThatRuns)
     obzx_set_run_observer(
         [](void* context, const obzx_run* run) {
             auto* const state = static_cast<SSlow*>(context);
-            if (run->phase != OBZX_RUN_STARTED) return;
-            state->running = true;
+            if (run->phase != OBZX_RUN_STARTED || state->running.exchange(true)) return;
             while (!state->mayReturn)
                 std::this_thread::yield();
             state->left = true;
