@@ -17,7 +17,7 @@ namespace {
  * for it, -1 when none does. A signal handler can neither lock nor wait, so both change in one step: each cancellation
  * begins a round without an event, and whoever takes an event out of here is the one to close it.
  */
-struct SState
+struct alignas(sizeof(uint64_t)) SState
 {
     uint32_t round;
     int32_t event;
