@@ -15,6 +15,9 @@ class OBZX_API CFiErrorHandlerBase : public virtual CFiRefCount
     ~CFiErrorHandlerBase() override;
     virtual int32_t handleMessage(const char* text, obz_eseverity severity) = 0;
     virtual int32_t handleMessage(CFiMessagePtr message) = 0;
+    /// A text that is there in the host's locale and in the default one; a handler that makes no difference between
+    /// them is told the latter as a plain text.
+    virtual int32_t handleTexts(const char* localized, const char* text, obz_eseverity severity);
 };
 
 using CFiErrorHandlerPtr = CFiSmartPtr<CFiErrorHandlerBase, CFiNullAllocator<CFiErrorHandlerBase>>;
@@ -34,6 +37,8 @@ class OBZX_API CFiErrorManager : public virtual CFiRefCount, public virtual CFiT
     void push(const CFiMessagePtr& message);
     /// A text without a catalog: goes to the handlers, is not kept.
     void report(const char* text, obz_eseverity severity);
+    /// The same for a text in the host's locale and in the default one. Without either: nothing.
+    void report(const char* localized, const char* text, obz_eseverity severity);
 
     CFiMessagePtr top() const;  ///< empty when there is none
     /// Takes the newest message with that key and source line off the stack; false when there is none.

@@ -26,6 +26,11 @@ void deliver(const CFiTraceable& owner, const std::vector<CFiErrorHandlerPtr>& h
 
 CFiErrorHandlerBase::~CFiErrorHandlerBase() = default;
 
+int32_t CFiErrorHandlerBase::handleTexts(const char*, const char* text, obz_eseverity severity)
+{
+    return handleMessage(text, severity);
+}
+
 CFiErrorManager::CFiErrorManager() = default;
 CFiErrorManager::~CFiErrorManager() = default;
 
@@ -61,6 +66,12 @@ void CFiErrorManager::report(const char* text, obz_eseverity severity)
 {
     if (text == nullptr) return;
     deliver(*this, handlers(), [&](CFiErrorHandlerBase& handler) { handler.handleMessage(text, severity); });
+}
+
+void CFiErrorManager::report(const char* localized, const char* text, obz_eseverity severity)
+{
+    if (localized == nullptr || text == nullptr) return;
+    deliver(*this, handlers(), [&](CFiErrorHandlerBase& handler) { handler.handleTexts(localized, text, severity); });
 }
 
 CFiMessagePtr CFiErrorManager::top() const

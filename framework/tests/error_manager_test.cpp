@@ -113,7 +113,10 @@ TEST(ErrorManager, DeliversToEveryHandlerAtOnce)
     manager.push(message("A"));
     manager.report("text", OBZ_SEV_WARNING);
     manager.report(nullptr, OBZ_SEV_WARNING);
-    EXPECT_THAT(first, ElementsAre("A", "text/1"));
+    manager.report("Text", "default text", OBZ_SEV_ERROR);
+    manager.report(nullptr, "default text", OBZ_SEV_ERROR);
+    manager.report("Text", nullptr, OBZ_SEV_ERROR);
+    EXPECT_THAT(first, ElementsAre("A", "text/1", "default text/2"));
     EXPECT_EQ(first, second);
     EXPECT_EQ(manager.size(), 2u);
 }

@@ -47,6 +47,12 @@ class FI_PRIVATE CFiErrorHandler : public CFiErrorHandlerBase
         return 0;
     }
 
+    int32_t handleTexts(const char* localized, const char* text, obz_eseverity severity) override
+    {
+        deliver(localized, text, severity);
+        return 0;
+    }
+
   private:
     void deliver(const char* localized, const char* text, obz_eseverity severity) const
     {

@@ -78,6 +78,17 @@ TEST_F(ErrorHandler, GivesACatalogMessageInTheHostsLocaleAndInTheDefaultOne)
     EXPECT_EQ(delivered[0].severity, OBZ_SEV_ERROR);
 }
 
+TEST_F(ErrorHandler, GivesATextThatIsReadyInBothLocalesAsItIs)
+{
+    const CFiErrorManagerPtr owner(new CFiErrorManager());
+    owner->registerHandler(CFiErrorHandlerPtr(new CFiErrorHandler(&context, "de", catalogs)));
+    owner->report("Text", "text", OBZ_SEV_WARNING);
+    ASSERT_EQ(delivered.size(), 1u);
+    EXPECT_EQ(delivered[0].localized, "Text");
+    EXPECT_EQ(delivered[0].text, "text");
+    EXPECT_EQ(delivered[0].severity, OBZ_SEV_WARNING);
+}
+
 TEST_F(ErrorHandler, WithoutAHostLocaleBothTextsAreTheDefaultOnes)
 {
     CFiErrorHandler handler(&context, "", catalogs);

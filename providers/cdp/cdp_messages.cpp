@@ -36,7 +36,8 @@ void reportError(const CFiErrorManagerPtr& errors, const CCatalogManagerPtr& cat
     const CFiIcuMessage message(cfi_pgn_name_str, key, std::move(arguments), source.m_file, source.m_line,
                                 OBZ_SEV_ERROR);
     const std::string locale = catalogs ? catalogs->getNativeLanguage() : std::string();
-    errors->report(reader.getLocalizedMessage(message, locale).c_str(), OBZ_SEV_ERROR);
+    errors->report(reader.getLocalizedMessage(message, locale).c_str(), reader.getLocalizedMessage(message, "").c_str(),
+                   OBZ_SEV_ERROR);
 }
 
 }  // namespace cdpfi

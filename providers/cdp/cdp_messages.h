@@ -35,7 +35,7 @@ obzx_pdk_4_4::CFiMessageCatalogFactoryPtr newCatalogFactory();
 void pushError(const obzx_pdk_4_4::CFiErrorManagerPtr& errors, const char* key, std::vector<std::string> arguments,
                const SMessageSource& source);
 
-/// Reports an error as a text in the caller's language, for a time when no catalog is registered yet.
+/// Reports an error as texts in the host's locale and in the default one, for a time when no catalog is registered yet.
 void reportError(const obzx_pdk_4_4::CFiErrorManagerPtr& errors, const CCatalogManagerPtr& catalogs, const char* key,
                  std::vector<std::string> arguments, const SMessageSource& source);
 

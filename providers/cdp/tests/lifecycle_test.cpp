@@ -85,8 +85,31 @@ TEST_F(Lifecycle, WithoutAnApplianceTheHostIsToldWhichFileNamesNone)
     EXPECT_EQ("Es ist keine Appliance konfiguriert. Fügen Sie der Datei " + m_scenario.root().string() +
                   "/etc/qz/hls.conf eine Zeile RSURL=<Name der Appliance> hinzu und stellen Sie sicher, dass sie eine "
                   "lesbare reguläre Datei ist.",
+              m_messages[0].m_localized);
+    EXPECT_EQ("No appliance is configured. Add a line RSURL=<appliance name> to the file " +
+                  m_scenario.root().string() + "/etc/qz/hls.conf and make sure that it is a readable regular file.",
               m_messages[0].m_text);
     EXPECT_EQ(OBZ_SEV_ERROR, m_messages[0].m_severity);
+}
+
+TEST_F(Lifecycle, AHostWithoutALocaleGetsTheDefaultTextTwice)
+{
+    init();
+    ASSERT_EQ(1u, m_messages.size());
+    EXPECT_THAT(m_messages[0].m_text, HasSubstr("No appliance is configured."));
+    EXPECT_EQ(m_messages[0].m_text, m_messages[0].m_localized);
+}
+
+TEST_F(Lifecycle, TheMessagesOfAFailedStartHaveTheDefaultTextThird)
+{
+    m_scenario.addAppliance("server1", {});
+    m_scenario.refuse("kforutil listdisk");
+    init("de_DE");
+    ASSERT_EQ(2u, m_messages.size());
+    EXPECT_EQ("Der CDP-Provider konnte nicht initialisiert werden. Den Grund nennt die Protokolldatei des Providers.",
+              m_messages[1].m_localized);
+    EXPECT_EQ("The CDP provider could not be initialized. See the trace file of the provider for the reason.",
+              m_messages[1].m_text);
 }
 
 TEST_F(Lifecycle, WhenNoApplianceIsValidInitFailsAfterTheCatalogAndThePrivateDataWereRegistered)
