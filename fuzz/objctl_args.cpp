@@ -33,22 +33,17 @@ std::string write(const CFiObjctlArgs::CPairs& pairs)
     return reply;
 }
 
-// The attributes stand in the text in the order of the elements.
+// The request begins with the elements, written in the one form that is read.
 void requireFound(const std::string& text, const CFiObjctlArgs::CPairs& pairs)
 {
-    size_t at = 0;
-    const auto advance = [&](const char* name, const ACE_String_Base<char>& value) {
-        const std::string attribute = std::string(name) + "=" + bytes(value);
-        require(!value.is_empty() && bytes(value).find(' ') == std::string::npos, "a value is text without a blank");
-        at = text.find(attribute, at);
-        require(at != std::string::npos, "an attribute stands in the request");
-        at += attribute.size();
-    };
+    std::string written = "<OBJCTL_ARG_LIST>";
     for (const CFiKeyValuePair& pair : pairs) {
-        advance("arg", pair.m_arg);
-        advance("value", pair.m_value);
-        advance("type", pair.m_type);
+        for (const ACE_String_Base<char>* value : {&pair.m_arg, &pair.m_value, &pair.m_type})
+            require(!value->is_empty() && bytes(*value).find(' ') == std::string::npos, "a value has no blank");
+        written += " <OBJCTL_INPUT arg=" + bytes(pair.m_arg) + " value=" + bytes(pair.m_value) +
+                   " type=" + bytes(pair.m_type) + " />";
     }
+    require(pairs.empty() || text.substr(0, written.size()) == written, "the elements stand in the request as written");
 }
 
 bool same(const CFiObjctlArgs::CPairs& a, const CFiObjctlArgs::CPairs& b)

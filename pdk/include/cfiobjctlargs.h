@@ -2,6 +2,7 @@
 
 #include <ace/SString.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <deque>
 #include <new>
@@ -32,45 +33,27 @@ class FI_PRIVATE CFiObjctlCursor
   public:
     explicit CFiObjctlCursor(std::string_view text) : m_rest(text) {}
 
-    /// The text up to the next blank, after the blanks before it; empty at the end.
+    /// The text up to the next blank, which goes with it; empty at the end and between two blanks.
     std::string_view token()
     {
-        skipBlanks();
-        return upToBlank();
+        const std::string_view text = m_rest.substr(0, m_rest.find(' '));
+        m_rest.remove_prefix(std::min(text.size() + 1, m_rest.size()));
+        return text;
     }
 
     /// Takes name=VALUE; false when another name, no "=" or no value stands there.
     bool attribute(std::string_view name, ACE_String_Base<char>& value)
     {
-        skipBlanks();
-        if (!take(name) || !take("=")) return false;
-        const std::string_view text = upToBlank();
-        value.set(text.data(), text.size(), true);
-        requireWhole(value, text.size());
-        return !text.empty();
+        const std::string_view text = token();
+        const size_t equals = text.find('=');
+        if (equals == std::string_view::npos || text.substr(0, equals) != name) return false;
+        const std::string_view given = text.substr(equals + 1);
+        value.set(given.data(), given.size(), true);
+        requireWhole(value, given.size());
+        return !given.empty();
     }
 
   private:
-    void skipBlanks()
-    {
-        const size_t start = m_rest.find_first_not_of(' ');
-        m_rest.remove_prefix(start == std::string_view::npos ? m_rest.size() : start);
-    }
-
-    std::string_view upToBlank()
-    {
-        const std::string_view text = m_rest.substr(0, m_rest.find(' '));
-        m_rest.remove_prefix(text.size());
-        return text;
-    }
-
-    bool take(std::string_view expected)
-    {
-        if (m_rest.substr(0, expected.size()) != expected) return false;
-        m_rest.remove_prefix(expected.size());
-        return true;
-    }
-
     std::string_view m_rest;
 };
 
@@ -81,8 +64,8 @@ class FI_PRIVATE CFiObjctlCursor
  *   element = "<OBJCTL_INPUT" "arg=" VALUE "value=" VALUE "type=" VALUE "/>"
  *   VALUE   = one or more characters other than a blank
  *
- * Pieces are separated by blanks; a run of blanks separates as one blank does, and no other character does. Upper and
- * lower case differ. For example
+ * Pieces are separated by one blank each and by no other character; a second blank stands where a piece should. Names
+ * are exact, upper and lower case differ. For example
  *
  *   <OBJCTL_ARG_LIST> <OBJCTL_INPUT arg=mode value=fast type=string /> </OBJCTL_ARG_LIST>
  *
