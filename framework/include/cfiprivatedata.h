@@ -24,6 +24,7 @@ class OBZX_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     ~CFiPrivateData() override;
 
     obzx_objid* getObjectId() const { return m_identity; }
+    const std::string& getKey() const { return m_key; }  ///< the object name that it is kept under
     const std::string& getObjName() const { return m_objName; }
     const std::string& getSessionId() const { return m_sessionId; }
     const std::string& getSplitType() const { return m_splitType; }
@@ -56,6 +57,7 @@ class OBZX_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     obz_intent m_intent = OBZ_INTENT_NONE;
     bool m_transportable = false;
     bool m_isAltNode;
+    const std::string m_key;
     std::string m_objName;
     std::string m_sessionId;
     std::string m_splitType;

@@ -30,7 +30,7 @@ bool isLastReference(const CFiPrivateDataPtr& data)
 CFiPrivateData::CFiPrivateData(obzx_objid* identity, bool isAltNode)
     : m_identity(identity),
       m_isAltNode(isAltNode),
-      m_objName(identity == nullptr || identity->name == nullptr ? "" : identity->name)
+      m_key(identity == nullptr || identity->name == nullptr ? "" : identity->name)
 {
 }
 
@@ -87,7 +87,7 @@ uint32_t CFiPrivateDataFactory::deallocate(obz_domain* domain)
     const std::lock_guard lock(m_mutex);
     CMap& map = mapFor((*holder)->getIsAltNode());
     // The node's identity may have been replaced meanwhile; the object knows the name that it was entered under.
-    const auto entry = map.find((*holder)->getObjName());
+    const auto entry = map.find((*holder)->getKey());
     holder->release();
     if (entry != map.end() && isLastReference(entry->second)) {
         last = std::move(entry->second);

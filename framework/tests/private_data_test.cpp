@@ -46,7 +46,8 @@ TEST_F(PrivateData, StartsEmpty)
     CNode node("/dev/sdb");
     const CFiPrivateDataPtr data = m_factory.allocate(node.get(), true);
     EXPECT_EQ(data->getObjectId(), node->identity);
-    EXPECT_EQ(data->getObjName(), "/dev/sdb");
+    EXPECT_EQ(data->getObjName(), "");
+    EXPECT_EQ(data->getKey(), "/dev/sdb");
     EXPECT_EQ(data->getSessionId(), "");
     EXPECT_EQ(data->getSplitType(), "");
     EXPECT_EQ(data->getIntent(), OBZ_INTENT_NONE);
@@ -63,7 +64,7 @@ TEST_F(PrivateData, StartsEmpty)
 TEST_F(PrivateData, KeepsWhatIsSet)
 {
     CFiPrivateData data(nullptr, false);
-    EXPECT_EQ(data.getObjName(), "");
+    EXPECT_EQ(data.getKey(), "");
     obzx_objid identity = {};
     data.setIntent(OBZ_INTENT_DEPORT);
     data.setTransportable(true);
@@ -210,7 +211,7 @@ TEST_F(PrivateData, IsListedInNameOrder)
     m_factory.allocate(a.get(), false);
     std::vector<std::string> names;
     for (const CFiPrivateDataPtr& data : m_factory.getPrivateDataList(false))
-        names.push_back(data->getObjName());
+        names.push_back(data->getKey());
     EXPECT_THAT(names, ElementsAre("a", "b"));
     m_factory.deallocate(a.get());
     m_factory.deallocate(b.get());
