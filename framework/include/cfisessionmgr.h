@@ -42,6 +42,20 @@ struct OBZX_API CFiSplitNode
     int32_t m_updateDone = 0;
 };
 
+/**
+ * Whether a list of split nodes has no gap: each entry is there, has a node, and the node a name. A host must never
+ * believe that a node which it named is in the snapshot, so a list with a gap is refused whole. A null list is one
+ * without entries, unless its count is above 0.
+ */
+inline bool isWholeNodeList(obz_splitnode* const* nodes, int count)
+{
+    if (nodes == nullptr) return count <= 0;
+    for (int i = 0; i < count; ++i) {
+        if (nodes[i] == nullptr || nodes[i]->node == nullptr || nodes[i]->node->name == nullptr) return false;
+    }
+    return true;
+}
+
 /// The nodes of one snapshot, by name. Nodes only accumulate. Any thread may call it.
 class OBZX_API CFiSession : public virtual CFiRefCount, public virtual CFiTraceable
 {
@@ -49,18 +63,22 @@ class OBZX_API CFiSession : public virtual CFiRefCount, public virtual CFiTracea
     CFiSession();
     ~CFiSession() override;
 
-    /// Adds nodes that are not there yet; an entry that is there keeps its progress. Null entries and nodes without a
-    /// name are passed over.
-    void addNodes(obz_splitnode** nodes, int count);
+    /// Adds nodes that are not there yet; an entry that is there keeps its progress. All are added or none: none of a
+    /// list that is not whole, nor when memory runs out.
+    /// @return false when the list is not whole
+    bool addNodes(obz_splitnode** nodes, int count);
     /// Copies of the nodes whose flag for the phase is 0, in name order; empty for a number that is no phase.
     std::vector<CFiSplitNode> getSplitNodeList(int phase);
     /// Copies of all nodes, in name order.
     std::vector<CFiSplitNode> getNodes() const;
     /// Changes a node in place under the session's lock; false when there is no such node.
     bool update(const std::string& name, const std::function<void(CFiSplitNode&)>& change);
+    void markSelected();
     void markPrepared();
 
   private:
+    void mark(int32_t CFiSplitNode::*flag);
+
     mutable std::mutex m_mutex;
     std::map<std::string, CFiSplitNode> m_nodes;
 };

@@ -11,8 +11,8 @@
  *     argument.
  *  4. Nulls: a null where an object is needed gives OBZ_ERR_INVALID_ARG and never a crash; where a line says
  *     otherwise, the line holds. Marked "may be null" where nothing is needed.
- *  5. An operation sets its outputs to null or 0 before anything else, and they stay so on failure. A call that does
- *     not reach it, because delayed initialisation failed or because of a null, may leave them as they are.
+ *  5. Outputs are set to null or 0 before anything else, and they stay so on failure. Only a call that meets a failed
+ *     delayed initialisation leaves them as they are.
  *  6. Ownership: what comes out belongs to the host. Buffers and arrays are freed with obzx_free_buf, identities with
  *     obzx_free_objid, lists with their own function (obzx_runtime.h); the reply of objctl with free. What goes in
  *     stays the host's and need not outlive the call, except the context of init and the nodes between init_node
@@ -21,7 +21,9 @@
  *     init_node and deinit_node are called one at a time; calls on one node are called one at a time.
  *  8. No exception leaves an entry point of a provider whose operations keep to their contract.
  *  9. Calls on split nodes take a single node and a list. When the list is null, its count 0 and the single node is
- *     there, the call is about that node; otherwise the list and its count count.
+ *     there, the call is about that node; otherwise the list and its count count. preselect, select, prepare and make
+ *     refuse a list in which an entry, its node or the node's name is null with OBZ_ERR_INVALID_ARG, and nothing of it
+ *     is added to the session.
  */
 #ifndef OBZ_ENTRY_POINTS_H
 #define OBZ_ENTRY_POINTS_H
@@ -64,12 +66,13 @@ typedef int32_t obzx_fi_del_locale_message_fn(char* text);
 
 /* Runs delayed initialisation and ignores its failure. Result 1: the provider puts a node of its own before the offered
  * one; its identity, the identities of the groups that hold it (an array for obzx_free_objid_array) and their count are
- * stored. Result 0: not interposed. */
+ * stored. Result 0: not interposed, and the outputs are null and 0. */
 typedef int32_t obzx_fi_interpose_fn(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups,
                                      int32_t* group_count);
-/* OBZ_CLAIM_SECONDARY or OBZ_CLAIM_NONE; any null gives OBZ_CLAIM_NONE. */
+/* OBZ_CLAIM_SECONDARY or OBZ_CLAIM_NONE; any null gives OBZ_CLAIM_NONE. The outputs are null and 0 either way. */
 typedef int32_t obzx_fi_claim_fn(obzx_objid* primary, obzx_objid*** secondaries, int32_t* secondary_count);
-/* 1 when the node can be snapshot by the method ("any": by any), and its access value says where; else 0. */
+/* 1 when the node can be snapshot by the method ("any": by any), and its access value says where; else 0, and so is the
+ * access value, also for a null method. */
 typedef int32_t obzx_fi_supports_fitype_fn(obz_domain* node, const char* fim);
 /* Gated. */
 typedef int32_t obzx_fi_getattr_fn(obz_domain* node, obz_attributes** attributes);
@@ -79,12 +82,14 @@ typedef int32_t obzx_fi_is_parent_pgn_fn(obz_domain* node, const char* provider,
 /* ---- Nodes ------------------------------------------------------------------------------------------------------- */
 
 /* Gated. Sets a group node or an interposed node up; OBZ_ERR_FAILED when no appliance serves it. The list, its count
- * and the identity are not used and may be null. */
+ * and the identity are not used and may be null. The node's list of combinations is overwritten; only one that the
+ * provider built itself is freed before. */
 typedef int32_t obzx_fi_init_node_fn(obz_domain* node, obz_domain** list, int32_t count, obzx_objid* identity);
 /* Undoes init_node, init_altnode or process_providerstate; no result. */
 typedef void obzx_fi_deinit_node_fn(obz_domain* node);
-/* Gated. Imports the primary's copy under the target node; a null primary gives OBZ_ERR_FAILED. The second node is not
- * used and may be null. A new identity in the target comes from obzx_get_objid; the one it had stays the host's. */
+/* Gated. Imports the primary's copy under the target node; a null primary gives OBZ_ERR_FAILED. A time image that the
+ * primary's state names may have been made by another process. The second node is not used and may be null. A new
+ * identity in the target comes from obzx_get_objid; the one it had stays the host's. */
 typedef int32_t obzx_fi_init_altnode_fn(obz_domain* primary, obz_domain* second, obz_domain* target);
 /* Gated. As init_altnode for a target on another host: only the provider's state is copied. */
 typedef int32_t obzx_fi_init_remnode_fn(obz_domain* primary, obz_domain* second, obz_domain* target);

@@ -124,7 +124,7 @@ typedef struct obz_domain
     int32_t* access; /* where supports_fitype stores OBZ_ACCESS_*; the host's */
     void* reserved32[6];
     void* combo_tail_reserved; /* framework's; cleared by init_node together with the list head */
-    obz_combo* combos;         /* list head; filled by init_node, emptied by deinit_node */
+    obz_combo* combos;         /* list head; built by init_node whatever stood there, emptied by deinit_node */
     void* reserved96[6];
     void* private_data; /* holder owned by the private-data framework; null in a fresh node */
     char* name;         /* set by init_node to the identity's name; not owned */

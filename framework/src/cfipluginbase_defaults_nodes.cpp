@@ -106,12 +106,11 @@ int32_t CFiPluginBase::revisitPluginNodes(obz_pgn_node_list* nodes)
 
 int32_t CFiPluginBase::processProviderState(obz_domain* node, obz_blob* blob, obz_op_providerstate operation)
 {
+    if (operation == OBZ_STATE_GET) clear(blob);
     if (anyNull(node, blob)) return OBZ_ERR_INVALID_ARG;
     // A provider that keeps no state has none to give, and a state that comes back to it tells it nothing.
     if (operation == OBZ_STATE_SET) return OBZ_OK;
     if (operation != OBZ_STATE_GET) return OBZ_ERR_INVALID_ARG;
-    blob->size = 0;
-    blob->data = nullptr;
     blob->encoding = OBZ_ENCODING_STRING;
     return OBZ_OK;
 }

@@ -10,17 +10,19 @@ namespace obzx_pdk_4_4 {
 
 int32_t CFiPluginBase::preselect(const char* session, obz_splitnode** nodes, int32_t count)
 {
-    return done(anyNull(session) || isBadList(nodes, count));
+    return done(anyNull(session) || !isWholeNodeList(nodes, count));
 }
 
 int32_t CFiPluginBase::select(const char* session, obz_splitnode** nodes, int32_t count)
 {
-    return done(anyNull(session) || isBadList(nodes, count));
+    return done(anyNull(session) || !isWholeNodeList(nodes, count));
 }
 
 int32_t CFiPluginBase::selectSnapshots(CFiSessionPtr& session)
 {
-    return done(anyNull(session.get()));
+    if (!session) return OBZ_ERR_INVALID_ARG;
+    session->markSelected();
+    return OBZ_OK;
 }
 int32_t CFiPluginBase::prePrepare(const char* session)
 {
@@ -29,7 +31,7 @@ int32_t CFiPluginBase::prePrepare(const char* session)
 
 int32_t CFiPluginBase::prepare(const char* session, obz_splitnode** nodes, int32_t count, int32_t)
 {
-    return anyNull(session) || isBadList(nodes, count) ? OBZ_ERR_INVALID_ARG : OBZ_USE_SESSION;
+    return anyNull(session) || !isWholeNodeList(nodes, count) ? OBZ_ERR_INVALID_ARG : OBZ_USE_SESSION;
 }
 
 int32_t CFiPluginBase::prepareSnapshots(CFiSessionPtr& session)
@@ -53,7 +55,7 @@ int32_t CFiPluginBase::make(const char* session, obz_splitnode** nodes, int32_t 
 {
     clear(identities);
     clear(identityCount);
-    const bool isBad = anyNull(session, identities, identityCount) || isBadList(nodes, count);
+    const bool isBad = anyNull(session, identities, identityCount) || !isWholeNodeList(nodes, count);
     return isBad ? OBZ_ERR_INVALID_ARG : OBZ_USE_SESSION;
 }
 

@@ -55,18 +55,20 @@ CFiSplitNode& CFiSplitNode::operator=(const CFiSplitNode& other)
 CFiSession::CFiSession() = default;
 CFiSession::~CFiSession() = default;
 
-void CFiSession::addNodes(obz_splitnode** nodes, int count)
+bool CFiSession::addNodes(obz_splitnode** nodes, int count)
 {
-    if (nodes == nullptr) return;
-    const std::lock_guard lock(m_mutex);
+    if (!isWholeNodeList(nodes, count)) return false;
+    std::map<std::string, CFiSplitNode> added;
     for (int i = 0; i < count; ++i) {
-        const obz_splitnode* node = nodes[i];
-        if (node == nullptr || node->node == nullptr || node->node->name == nullptr) continue;
+        const obz_splitnode& node = *nodes[i];
         CFiSplitNode entry;
-        CFiSplitNode::assign(entry.m_name, CFiStringTool::str2tstr(node->node->name));
-        if (node->text != nullptr) entry.m_text = node->text;
-        m_nodes.emplace(node->node->name, entry);
+        CFiSplitNode::assign(entry.m_name, CFiStringTool::str2tstr(node.node->name));
+        if (node.text != nullptr) entry.m_text = node.text;
+        added.emplace(node.node->name, entry);
     }
+    const std::lock_guard lock(m_mutex);
+    m_nodes.merge(added);  // needs no memory, and what is there already stays
+    return true;
 }
 
 std::vector<CFiSplitNode> CFiSession::getSplitNodeList(int phase)
@@ -102,11 +104,21 @@ bool CFiSession::update(const std::string& name, const std::function<void(CFiSpl
     return true;
 }
 
+void CFiSession::markSelected()
+{
+    mark(&CFiSplitNode::m_selectDone);
+}
+
 void CFiSession::markPrepared()
+{
+    mark(&CFiSplitNode::m_prepareDone);
+}
+
+void CFiSession::mark(int32_t CFiSplitNode::*flag)
 {
     const std::lock_guard lock(m_mutex);
     for (auto& [name, node] : m_nodes)
-        node.m_prepareDone = 1;
+        node.*flag = 1;
 }
 
 CFiSessionManager::CFiSessionManager() = default;

@@ -48,6 +48,29 @@ TEST(DefaultOperations, TakeANullListWhenItsCountIsNotAboveZero)
     }
 }
 
+TEST(DefaultOperations, RefuseAListOfNodesWithAGap)
+{
+    CFiPluginInterposer plugin;
+    CSplitNodes entry({"a", "b"});
+    entry.list()[1] = nullptr;
+    CSplitNodes node({"a", "b"});
+    node.at(0).node = nullptr;
+    CSplitNodes name({"a", "b"});
+    name.at(1).node->name = nullptr;
+    for (CSplitNodes* const nodes : {&entry, &node, &name}) {
+        obzx_objid identity = {};
+        obzx_objid* list = &identity;
+        obzx_objid** identities = &list;
+        int32_t count = 77;
+        EXPECT_EQ(plugin.preselect("s", nodes->list(), 2), OBZ_ERR_INVALID_ARG);
+        EXPECT_EQ(plugin.select("s", nodes->list(), 2), OBZ_ERR_INVALID_ARG);
+        EXPECT_EQ(plugin.prepare("s", nodes->list(), 2, 0), OBZ_ERR_INVALID_ARG);
+        EXPECT_EQ(plugin.make("s", nodes->list(), 2, &identities, &count), OBZ_ERR_INVALID_ARG);
+        EXPECT_EQ(identities, nullptr);
+        EXPECT_EQ(count, 0);
+    }
+}
+
 TEST(DefaultOperations, OnSessionsWorkOnTheSession)
 {
     CFiPluginInterposer plugin;
@@ -63,6 +86,8 @@ TEST(DefaultOperations, OnSessionsWorkOnTheSession)
     session->addNodes(nodes.list(), nodes.count());
     EXPECT_EQ(plugin.updateSnapshotHandle(session, nullptr), OBZ_ERR_INVALID_ARG);
     EXPECT_EQ(plugin.selectSnapshots(session), OBZ_OK);
+    EXPECT_TRUE(session->getSplitNodeList(PHASE_SELECT).empty());
+    EXPECT_EQ(session->getSplitNodeList(PHASE_PREPARE).size(), 2u);
     EXPECT_EQ(plugin.prepareSnapshots(session), OBZ_OK);
     EXPECT_TRUE(session->getSplitNodeList(PHASE_PREPARE).empty());
     EXPECT_EQ(plugin.makeSnapshots(session), OBZ_ERR_UNSUPPORTED);
@@ -81,6 +106,10 @@ TEST(DefaultOperations, AnswerAStateRequestWithAnEmptyState)
     EXPECT_EQ(blob.data, nullptr);
     EXPECT_EQ(blob.size, 0u);
     EXPECT_EQ(blob.encoding, OBZ_ENCODING_STRING);
+    blob = {4, text, 0};
+    EXPECT_EQ(plugin.processProviderState(nullptr, &blob, OBZ_STATE_GET), OBZ_ERR_INVALID_ARG);
+    EXPECT_EQ(blob.data, nullptr);
+    EXPECT_EQ(blob.size, 0u);
     // A host in C may pass any number.
     const int32_t number = 7;
     obz_op_providerstate operation = OBZ_STATE_SET;
@@ -96,6 +125,9 @@ TEST(DefaultOperations, StoreThatANodeCannotBeSnapshot)
     int32_t access = 77;
     node->access = &access;
     EXPECT_EQ(plugin.supportsFiType(node.get(), "any"), 0);
+    EXPECT_EQ(access, OBZ_ACCESS_NONE);
+    access = 77;
+    EXPECT_EQ(plugin.supportsFiType(node.get(), nullptr), 0);
     EXPECT_EQ(access, OBZ_ACCESS_NONE);
 }
 

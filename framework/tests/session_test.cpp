@@ -76,21 +76,55 @@ TEST(Session, AddsNothingOfNothing)
 {
     CFiSession session;
     CSplitNodes nodes({"a", "b", "c"});
-    session.addNodes(nodes.list(), 0);
-    session.addNodes(nodes.list(), -1);
-    session.addNodes(nullptr, 3);
+    EXPECT_TRUE(session.addNodes(nodes.list(), 0));
+    EXPECT_TRUE(session.addNodes(nodes.list(), -1));
+    EXPECT_TRUE(session.addNodes(nullptr, 0));
+    EXPECT_FALSE(session.addNodes(nullptr, 3));
     EXPECT_THAT(session.getNodes(), IsEmpty());
-    nodes.list()[0] = nullptr;
-    nodes.at(1).node->name = nullptr;
-    nodes.at(2).node = nullptr;
-    session.addNodes(nodes.list(), 3);
+}
+
+TEST(Session, AddsNothingOfAListWithAGap)
+{
+    CFiSession session;
+    CSplitNodes entry({"a", "b", "c"});
+    entry.list()[2] = nullptr;
+    EXPECT_FALSE(session.addNodes(entry.list(), 3));
+    CSplitNodes name({"a", "b"});
+    name.at(0).node->name = nullptr;
+    EXPECT_FALSE(session.addNodes(name.list(), 2));
+    CSplitNodes node({"a", "b"});
+    node.at(1).node = nullptr;
+    EXPECT_FALSE(session.addNodes(node.list(), 2));
     EXPECT_THAT(session.getNodes(), IsEmpty());
+    EXPECT_TRUE(session.addNodes(entry.list(), 2)) << "the gap stands behind these two";
+    EXPECT_THAT(namesOf(session.getNodes()), ElementsAre("a", "b"));
+}
+
+TEST(Session, ANodeThatAListNamesTwiceIsOne)
+{
+    CFiSession session;
+    CSplitNodes nodes({"a", "a"});
+    std::string text = "first";
+    nodes.at(0).text = text.data();
+    EXPECT_TRUE(session.addNodes(nodes.list(), 2));
+    ASSERT_THAT(session.getNodes(), SizeIs(1));
+    EXPECT_EQ(session.getNodes()[0].m_text, "first");
 }
 
 TEST(Session, ChangesOnlyANodeThatIsThere)
 {
     CFiSession session;
     EXPECT_FALSE(session.update("a", [](CFiSplitNode&) { FAIL(); }));
+}
+
+TEST(Session, MarksAllNodesSelected)
+{
+    CFiSession session;
+    CSplitNodes nodes({"a", "b"});
+    session.addNodes(nodes.list(), 2);
+    session.markSelected();
+    EXPECT_THAT(session.getSplitNodeList(PHASE_SELECT), IsEmpty());
+    EXPECT_THAT(session.getSplitNodeList(PHASE_PREPARE), SizeIs(2));
 }
 
 TEST(Session, MarksAllNodesPrepared)

@@ -19,6 +19,7 @@ int32_t FI_ENTRY(claim)(obzx_objid* primary, obzx_objid*** secondaries, int32_t*
 {
     return CFiEntry(FI_HERE)
         .failingWith(OBZ_CLAIM_NONE)
+        .clearing(secondaries, secondary_count)
         .needing(primary, secondaries, secondary_count)
         .call(&CFiPluginBase::claim, primary, secondaries, secondary_count);
 }

@@ -81,6 +81,7 @@ int32_t FI_ENTRY(translate_resource_names)(char** names, int32_t count, char*** 
 {
     return CFiEntry(FI_HERE)
         .gated()
+        .clearing(translated)
         .needing(names, translated)
         .requiring(count == 0)
         .call(&CFiPluginBase::translateResourceNames, names, 0, translated);

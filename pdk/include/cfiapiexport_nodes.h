@@ -49,6 +49,7 @@ int32_t FI_ENTRY(subobj_list)(obz_domain* node, obzx_objid*** subobjects, int32_
 {
     return CFiEntry(FI_HERE)
         .gated()
+        .clearing(subobjects, count)
         .needing(node, subobjects, count)
         .call(&CFiPluginBase::subobjList, node, subobjects, count);
 }

@@ -37,6 +37,7 @@ int32_t FI_ENTRY(config)(obz_domain* node, const char* fim, const char* locale, 
 {
     return CFiEntry(FI_HERE)
         .gated()
+        .clearing(parameters)
         .needing(node, parameters)
         .call(&CFiPluginBase::config, node, fim, locale, parameters);
 }

@@ -18,6 +18,7 @@ struct FI_PRIVATE CFiEntryCalls
     /// finish its initialisation may still interpose.
     static int32_t interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount)
     {
+        clearOutputs(interposed, groups, groupCount);
         const auto plugin = CFiContext::fetch<Plugin>();
         if (!plugin) return 0;
         const ACE_Guard<ACE_Recursive_Thread_Mutex> guard(plugin->getMutex());
@@ -28,7 +29,7 @@ struct FI_PRIVATE CFiEntryCalls
     /// The result says only whether the request reached the plug-in. Null outputs are not written.
     static int32_t objctl(const char* name, char* request, char** reply, int64_t* status)
     {
-        if (reply != nullptr) *reply = nullptr;
+        clearOutputs(reply, status);
         CFiObjctlArgs args;
         args.importArgs(request);
         const auto plugin = CFiContext::fetch<Plugin>();

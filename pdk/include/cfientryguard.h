@@ -9,6 +9,7 @@
 #include "framework/include/cfipluginbase.h"
 #include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
+#include "pdk/include/cfioutputs.h"
 #include "pdk/include/cfipluginname.h"
 
 namespace obzx_pdk_4_4 {
@@ -116,11 +117,11 @@ class FI_PRIVATE CFiEntryGuard
         return *this;
     }
 
-    /// Sets an output, which was checked before, to null.
-    template <class T>
-    CFiEntryGuard& clearing(T** output)
+    /// Outputs that are null or 0 unless the operation stores something else; those that are null are passed over.
+    template <class... T>
+    CFiEntryGuard& clearing(T*... outputs)
     {
-        if (!m_isRefused) *output = nullptr;
+        if (!m_isRefused) clearOutputs(outputs...);
         return *this;
     }
 

@@ -26,6 +26,8 @@ class FI_PRIVATE CFiNodeArgument
 
     obz_splitnode** nodes() { return m_useSingle ? &m_single : m_nodes; }
     int32_t count() const { return m_useSingle ? 1 : m_count; }
+    /// A null list is passed on with any count: an operation of the provider may know what is meant.
+    bool hasGap() { return nodes() != nullptr && !isWholeNodeList(nodes(), count()); }
 
   private:
     obz_splitnode* m_single;
@@ -36,7 +38,8 @@ class FI_PRIVATE CFiNodeArgument
 
 /**
  * Calls that may go through a session. An operation that answers OBZ_USE_SESSION asks for its session form, which is
- * given the session of that name. A null name gives OBZ_ERR_INVALID_ARG as soon as the session is needed.
+ * given the session of that name. A null name gives OBZ_ERR_INVALID_ARG as soon as the session is needed, a list of
+ * nodes with a gap before the plug-in is asked.
  */
 template <class Plugin>
 class FI_PRIVATE CFiEntrySession
@@ -45,12 +48,14 @@ class FI_PRIVATE CFiEntrySession
     /// Adds the nodes to the session; the plug-in is not asked.
     static int32_t preselect(const char* name, CFiNodeArgument& nodes)
     {
+        if (nodes.hasGap()) return OBZ_ERR_INVALID_ARG;
         CFiSessionPtr session;
         return addNodes(name, nodes, session);
     }
 
     static int32_t select(const char* name, CFiNodeArgument& nodes)
     {
+        if (nodes.hasGap()) return OBZ_ERR_INVALID_ARG;
         const int32_t status = call(&CFiPluginBase::select, name, nodes.nodes(), nodes.count());
         if (status != OBZ_OK && status != OBZ_USE_SESSION) return status;
         CFiSessionPtr session;
@@ -61,12 +66,17 @@ class FI_PRIVATE CFiEntrySession
 
     static int32_t prepare(const char* name, CFiNodeArgument& nodes, int32_t flags)
     {
+        if (nodes.hasGap()) return OBZ_ERR_INVALID_ARG;
         const int32_t status = call(&CFiPluginBase::prepare, name, nodes.nodes(), nodes.count(), flags);
         return status == OBZ_USE_SESSION ? callWithSession(&CFiPluginBase::prepareSnapshots, name) : status;
     }
 
     static int32_t make(const char* name, CFiNodeArgument& nodes, obzx_objid*** identities, int32_t* identityCount)
     {
+        if (nodes.hasGap()) {
+            clearOutputs(identities, identityCount);
+            return OBZ_ERR_INVALID_ARG;
+        }
         const int32_t status =
             call(&CFiPluginBase::make, name, nodes.nodes(), nodes.count(), identities, identityCount);
         return status == OBZ_USE_SESSION ? makeSession(name, identities, identityCount) : status;
@@ -74,6 +84,7 @@ class FI_PRIVATE CFiEntrySession
 
     static int32_t updateSnapshotHandle(const char* name, obz_snaphandle* handle)
     {
+        clearOutputs(handle);
         CFiSessionPtr session;
         const int32_t found = getSession(name, session);
         return found == OBZ_OK ? call(&CFiPluginBase::updateSnapshotHandle, session, handle) : found;
@@ -107,19 +118,16 @@ class FI_PRIVATE CFiEntrySession
     {
         const int32_t found = getSession(name, session);
         if (found != OBZ_OK) return found;
-        if (nodes.nodes() == nullptr) return nodes.count() > 0 ? OBZ_ERR_INVALID_ARG : OBZ_OK;
         return CFiContext::ownStep([&]() -> int32_t {
-            session->addNodes(nodes.nodes(), nodes.count());
-            return OBZ_OK;
+            return session->addNodes(nodes.nodes(), nodes.count()) ? OBZ_OK : OBZ_ERR_INVALID_ARG;
         });
     }
 
     /// Nothing is made when the host could not be told about it.
     static int32_t makeSession(const char* name, obzx_objid*** identities, int32_t* identityCount)
     {
+        clearOutputs(identities, identityCount);
         if (identities == nullptr || identityCount == nullptr) return OBZ_ERR_INVALID_ARG;
-        *identities = nullptr;
-        *identityCount = 0;
         CFiSessionPtr session;
         const int32_t found = getSession(name, session);
         if (found != OBZ_OK) return found;

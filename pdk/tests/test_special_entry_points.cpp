@@ -191,6 +191,58 @@ TEST_F(SpecialEntryPoints, InterposeHoldsThePluginsMutexThroughout)
     EXPECT_THAT(record.callsOf("interpose"), SizeIs(3));
 }
 
+TEST_F(SpecialEntryPoints, InterposeAndClaimClearTheirOutputsBeforeAnythingElse)
+{
+    obzx_objid own = {};
+    obzx_objid* identity = &own;
+    obzx_objid** list = &identity;
+    int32_t count = 77;
+    EXPECT_EQ(provider.get<obzx_fi_interpose_fn>("interpose")(objects.domain("a"), &identity, &list, &count), 0);
+    EXPECT_EQ(identity, nullptr);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(count, 0);
+    auto* const claim = provider.get<obzx_fi_claim_fn>("claim");
+    for (obzx_objid* const primary : {&own, static_cast<obzx_objid*>(nullptr)}) {
+        list = &identity;
+        count = 77;
+        EXPECT_EQ(claim(primary, &list, &count), OBZ_CLAIM_NONE);
+        EXPECT_EQ(list, nullptr);
+        EXPECT_EQ(count, 0);
+    }
+    count = 77;
+    EXPECT_EQ(claim(&own, nullptr, &count), OBZ_CLAIM_NONE);
+    EXPECT_EQ(count, 0);
+    list = &identity;
+    EXPECT_EQ(claim(&own, &list, nullptr), OBZ_CLAIM_NONE);
+    EXPECT_EQ(list, nullptr);
+}
+
+TEST_F(SpecialEntryPoints, CallsThatAreRefusedForANullClearTheirOtherOutputs)
+{
+    obzx_objid own = {};
+    obzx_objid* identity = &own;
+    obzx_objid** subobjects = &identity;
+    int32_t count = 77;
+    EXPECT_EQ(provider.get<obzx_fi_subobj_list_fn>("subobj_list")(nullptr, &subobjects, &count), OBZ_ERR_INVALID_ARG);
+    EXPECT_EQ(subobjects, nullptr);
+    EXPECT_EQ(count, 0);
+    obz_confspec other = {};
+    obz_confspec* parameters = &other;
+    EXPECT_EQ(provider.get<obzx_fi_config_fn>("config")(nullptr, "fim", nullptr, &parameters), OBZ_ERR_INVALID_ARG);
+    EXPECT_EQ(parameters, nullptr);
+    char* names[] = {nullptr};
+    char** translated = names;
+    EXPECT_EQ(provider.get<obzx_fi_translate_resource_names_fn>("translate_resource_names")(names, 1, &translated),
+              OBZ_ERR_INVALID_ARG);
+    EXPECT_EQ(translated, nullptr);
+    obz_snaphandle_entry entry = {};
+    obz_snaphandle handle = {&entry, 1};
+    EXPECT_EQ(provider.get<obzx_fi_update_snapshot_handle_fn>("update_snapshot_handle")(nullptr, &handle),
+              OBZ_ERR_INVALID_ARG);
+    EXPECT_EQ(handle.entries, nullptr);
+    EXPECT_EQ(handle.count, 0);
+}
+
 // ---- sessions -------------------------------------------------------------------------------------------------------
 
 TEST_F(SpecialEntryPoints, SelectAddsTheNodesWhenTheProviderAgrees)
@@ -237,15 +289,54 @@ TEST_F(SpecialEntryPoints, SelectNeedsASessionNameAndAListThatFitsItsCount)
     EXPECT_THAT(sessionNodes("session"), IsEmpty());
 }
 
-TEST_F(SpecialEntryPoints, NodesWithoutANameArePassedOver)
+TEST_F(SpecialEntryPoints, ListWithAGapIsRefusedWholeBeforeTheProviderIsAsked)
 {
     obz_domain nameless = {};
     obz_splitnode withoutName = {nullptr, &nameless};
     obz_splitnode withoutNode = {nullptr, nullptr};
-    obz_splitnode* nodes[] = {nullptr, &withoutName, &withoutNode, objects.splitNode("a")};
     auto* const preselect = provider.get<obzx_fi_preselect_fn>("preselect");
-    EXPECT_EQ(preselect(nullptr, "session", nodes, 4), OBZ_OK);
-    EXPECT_THAT(sessionNodes("session"), ElementsAre("a"));
+    auto* const prepare = provider.get<obzx_fi_prepare_fn>("prepare");
+    auto* const makeAll = provider.get<obzx_fi_make_fn>("make");
+    record.answers = {{"select", OBZ_USE_SESSION}, {"prepare", OBZ_USE_SESSION}, {"make", OBZ_USE_SESSION}};
+    for (obz_splitnode* const gap : {static_cast<obz_splitnode*>(nullptr), &withoutName, &withoutNode}) {
+        obz_splitnode* const a = objects.splitNode("a");
+        for (std::vector<obz_splitnode*> nodes : {std::vector{gap}, {a, gap}, {gap, a}, {a, gap, a}}) {
+            const auto count = static_cast<int32_t>(nodes.size());
+            EXPECT_EQ(preselect(nullptr, "session", nodes.data(), count), OBZ_ERR_INVALID_ARG);
+            EXPECT_EQ(select("session", nodes), OBZ_ERR_INVALID_ARG);
+            EXPECT_EQ(prepare(nullptr, "session", nodes.data(), count, 0), OBZ_ERR_INVALID_ARG);
+            obzx_objid* filled = nullptr;
+            identities = &filled;
+            identityCount = 5;
+            EXPECT_EQ(makeAll(nullptr, "session", nodes.data(), count, &identities, &identityCount),
+                      OBZ_ERR_INVALID_ARG);
+            EXPECT_EQ(identities, nullptr);
+            EXPECT_EQ(identityCount, 0);
+            EXPECT_EQ(makeAll(nullptr, "session", nodes.data(), count, nullptr, nullptr), OBZ_ERR_INVALID_ARG);
+        }
+    }
+    EXPECT_THAT(record.operations(), ElementsAre("delayedInit"));
+    EXPECT_THAT(sessionNodes("session"), IsEmpty());
+}
+
+TEST_F(SpecialEntryPoints, SingleNodeWithAGapIsRefusedToo)
+{
+    obz_domain nameless = {};
+    obz_splitnode withoutName = {nullptr, &nameless};
+    obz_splitnode withoutNode = {nullptr, nullptr};
+    auto* const preselect = provider.get<obzx_fi_preselect_fn>("preselect");
+    auto* const selectAll = provider.get<obzx_fi_select_fn>("select");
+    for (obz_splitnode* const node : {&withoutName, &withoutNode}) {
+        EXPECT_EQ(preselect(node, "session", nullptr, 0), OBZ_ERR_INVALID_ARG);
+        EXPECT_EQ(selectAll(node, "session", nullptr, 0), OBZ_ERR_INVALID_ARG);
+    }
+    EXPECT_THAT(sessionNodes("session"), IsEmpty());
+}
+
+TEST_F(SpecialEntryPoints, FailedDelayedInitialisationComesBeforeALookAtTheList)
+{
+    record.answers = {{"delayedInit", 9}};
+    EXPECT_EQ(select("session", {nullptr}), OBZ_ERR_DELAYED_INIT);
 }
 
 TEST_F(SpecialEntryPoints, PreselectAddsNodesWithoutAskingTheProvider)
