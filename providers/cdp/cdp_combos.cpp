@@ -70,4 +70,29 @@ void releaseCombos(obz_domain* node)
         freeCombo(std::exchange(combo, combo->next));
 }
 
+void CNodeCombos::startOver(obz_domain* node)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    const auto built = m_heads.extract(node);
+    if (!built.empty() && built.mapped() == node->combos) releaseCombos(node);
+    node->combos = nullptr;
+    node->combo_tail_reserved = nullptr;
+}
+
+bool CNodeCombos::append(obz_domain* node, const CString& quiesceName, const CString& splitName, obz_domain* group)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    const obz_combo*& head = m_heads[node];  // first: a list that is built is known
+    const bool appended = appendCombo(node, quiesceName, splitName, group);
+    head = node->combos;
+    return appended;
+}
+
+void CNodeCombos::release(obz_domain* node)
+{
+    const std::lock_guard<std::mutex> guard(m_mutex);
+    m_heads.erase(node);
+    releaseCombos(node);
+}
+
 }  // namespace cdpfi

@@ -58,14 +58,14 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
 }
 
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
-                              const CString& nodeTag, const CFiTraceable& log)
+                              const CString& tagged, const CFiTraceable& log)
 {
     const char* const operation = request.m_operation;
-    if (request.m_resource.length() <= nodeTag.length()) {
+    if (tagged.is_empty()) {
         log.trace(TRACE_DETAIL, "CCDPPlugin::%s - Invalid device format for [%s]", operation, request.m_resource);
         return {};
     }
-    const STargetDevice target = parseTargetDevice(restFrom(request.m_resource, nodeTag.length()));
+    const STargetDevice target = parseTargetDevice(tagged);
     log.trace(TRACE_DETAIL, "CCDPPlugin::%s - src = [%s] ", operation, target.m_source);
     const CAppliancePtr appliance = appliances.getClaimAppliance(target.m_source);
     if (!isClaimed(log, static_cast<bool>(appliance), operation, "appliance", target.m_source)) return {};

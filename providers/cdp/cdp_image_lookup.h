@@ -37,8 +37,8 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
 
 /// The image that a target-device name stands for; its name goes into the state of the primary and the target. An image
 /// that another process made is found when the state names the image of the name's own checkpoint.
-/// @param nodeTag what the name has to be longer than, and stands before the tagged values
+/// @param tagged what stands behind the node prefix of the name
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
-                              const CString& nodeTag, const obzx_pdk_4_4::CFiTraceable& log);
+                              const CString& tagged, const obzx_pdk_4_4::CFiTraceable& log);
 
 }  // namespace cdpfi

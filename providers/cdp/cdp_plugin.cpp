@@ -24,6 +24,13 @@ bool CCDPPlugin::isInterposed(const CString& name) const
     return contains(bytesOf(name), bytesOf(nodePrefix()));
 }
 
+CString CCDPPlugin::behindPrefix(const CString& name) const
+{
+    const CString prefix = nodePrefix();
+    const size_t place = bytesOf(name).find(bytesOf(prefix));
+    return place == std::string_view::npos ? CString() : restFrom(name, place + prefix.length());
+}
+
 CCDPPrivateData* CCDPPlugin::GetPrivateData(obz_domain* node)
 {
     if (node == nullptr || node->private_data == nullptr || !m_privateDataManager) return nullptr;

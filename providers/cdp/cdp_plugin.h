@@ -5,6 +5,7 @@
 
 #include "framework/include/cfiplugininterposer.h"
 #include "providers/cdp/cdp_appliance_factory.h"
+#include "providers/cdp/cdp_combos.h"
 #include "providers/cdp/cdp_group_nodes.h"
 #include "providers/cdp/cdp_names.h"
 #include "providers/cdp/cdp_node_grouping.h"
@@ -74,6 +75,8 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     /// "<" + provider name + ">", the same text as getInterposeNodePrefix().
     CString nodePrefix() const;
     bool isInterposed(const CString& name) const;
+    /// What stands behind the node prefix, wherever in a name that is; empty when the name does not have it.
+    CString behindPrefix(const CString& name) const;
 
     int32_t startUp();
     void registerCatalog();
@@ -114,6 +117,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     int32_t disposeTarget(const CString& name);
 
     CGroupNodes m_groupNodes;
+    CNodeCombos m_combos;
 };
 
 }  // namespace cdpfi

@@ -1,6 +1,7 @@
 // Which nodes of the host's tree the provider takes over.
 
 #include "framework/include/obzx_runtime.h"
+#include "pdk/include/cfioutputs.h"
 #include "providers/cdp/cdp_identities.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
@@ -8,6 +9,7 @@
 
 namespace cdpfi {
 
+using obzx_pdk_4_4::clearOutputs;
 using obzx_pdk_4_4::SFiFimInfo;
 using obzx_pdk_4_4::TRACE_DETAIL;
 using obzx_pdk_4_4::TRACE_INFO;
@@ -31,6 +33,7 @@ void setAccess(const obz_domain* node, int32_t access)
 
 int32_t CCDPPlugin::claim(obzx_objid* primary, obzx_objid*** secondaries, int32_t* secondaryCount)
 {
+    clearOutputs(secondaries, secondaryCount);
     return runOperation(m_traceLog, CDP_OPERATION("claim"), OBZ_CLAIM_NONE, [&]() -> int32_t {
         if (primary == nullptr || primary->name == nullptr) {
             trace(TRACE_INVALID, "Invalid primary object id for claim()");
@@ -41,8 +44,6 @@ int32_t CCDPPlugin::claim(obzx_objid* primary, obzx_objid*** secondaries, int32_
             trace(TRACE_INFO, "CCDPPlugin::claim - NOT claiming node [%s]", primary->name);
             return OBZ_CLAIM_NONE;
         }
-        *secondaries = nullptr;
-        *secondaryCount = 0;
         trace(TRACE_INFO, "CCDPPlugin::claim - Info, claiming node [%s] OBZ_CLAIM_SECONDARY", primary->name);
         return OBZ_CLAIM_SECONDARY;
     });
@@ -50,6 +51,7 @@ int32_t CCDPPlugin::claim(obzx_objid* primary, obzx_objid*** secondaries, int32_
 
 int32_t CCDPPlugin::interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount)
 {
+    clearOutputs(interposed, groups, groupCount);
     return runOperation(m_traceLog, CDP_OPERATION("interpose"), NOT_INTERPOSED, [&]() -> int32_t {
         if (interposed == nullptr || groups == nullptr || groupCount == nullptr) return NOT_INTERPOSED;
         const CString name = nameOf(node);
@@ -91,8 +93,9 @@ int32_t CCDPPlugin::interposeDevice(const CString& device, obzx_objid** interpos
 
 int32_t CCDPPlugin::supportsFiType(obz_domain* node, const char* fim)
 {
-    if (node == nullptr || fim == nullptr) return NOT_SUPPORTED;
+    if (node == nullptr) return NOT_SUPPORTED;
     const int32_t result = runOperation(m_traceLog, CDP_OPERATION("supportsFiType"), NOT_SUPPORTED, [&]() -> int32_t {
+        if (fim == nullptr) return NOT_SUPPORTED;
         // Asked for as every interposer does; the appliances' own offers decide.
         static_cast<void>(CFiPluginInterposer::getFims(nameOf(node)));
         trace(TRACE_INFO, "supportsFiType:: checking with  FIM %s", fim);

@@ -72,12 +72,12 @@ int32_t CCDPPlugin::disposeDevice(const CString& name, const CCDPPrivateData* pr
 
 int32_t CCDPPlugin::disposeTarget(const CString& name)
 {
-    const size_t prefixLength = nodePrefix().length();
-    if (name.length() <= prefixLength) {
+    const CString tagged = behindPrefix(name);
+    if (tagged.is_empty()) {
         trace(TRACE_DETAIL, "CCDPPlugin::dispose - Invalid device format for [%s]", name);
         return OBZ_ERR_FAILED;
     }
-    const STargetDevice target = parseTargetDevice(restFrom(name, prefixLength));
+    const STargetDevice target = parseTargetDevice(tagged);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deviceNode = [%s] ", target.m_source);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - checkpoint = [%s] ", target.m_checkPoint);
     const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);

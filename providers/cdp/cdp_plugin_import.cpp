@@ -130,7 +130,7 @@ int32_t CCDPPlugin::importExistingImage(const SImportRequest& request)
     trace(TRACE_INFO, "CCDPPlugin::%s - Time image exist for resource [%s]", operation, request.m_resource);
     const CRegistryPtr appliances = registry();
     const SFoundImage found = isInterposed(request.m_resource)
-                                  ? findImageOfTarget(*appliances, request, nodePrefix(), *this)
+                                  ? findImageOfTarget(*appliances, request, behindPrefix(request.m_resource), *this)
                                   : findImageOfState(*appliances, request, *this);
     if (!found.m_image) return OBZ_ERR_FAILED;
     const CString& source = request.m_primary->m_serialNo;

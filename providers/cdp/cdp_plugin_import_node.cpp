@@ -51,7 +51,7 @@ int32_t CCDPPlugin::importDevice(const CString& device, bool unmap)
 
 int32_t CCDPPlugin::importTarget(const CString& nodeName, bool unmap)
 {
-    const STargetDevice target = parseTargetDevice(restFrom(nodeName, nodePrefix().length()));
+    const STargetDevice target = parseTargetDevice(behindPrefix(nodeName));
     trace(TRACE_DETAIL, "CCDPPlugin::importNode - src = [%s] and checkpoint name = [%s]", target.m_source,
           target.m_checkPoint);
     const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "framework/include/obzx_runtime.h"
-#include "providers/cdp/cdp_combos.h"
 #include "providers/cdp/cdp_identities.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
@@ -21,15 +20,15 @@ namespace {
 class CUnfinishedNode
 {
   public:
-    CUnfinishedNode(CGroupNodes& groupNodes, obz_domain* node) : m_groupNodes(groupNodes), m_node(node)
+    CUnfinishedNode(CGroupNodes& groupNodes, CNodeCombos& combos, obz_domain* node)
+        : m_groupNodes(groupNodes), m_combos(combos), m_node(node)
     {
-        m_node->combos = nullptr;
     }
     ~CUnfinishedNode()
     {
         if (m_node == nullptr) return;
         m_groupNodes.eraseNode(m_node);
-        releaseCombos(m_node);
+        m_combos.release(m_node);
     }
     CUnfinishedNode(const CUnfinishedNode&) = delete;
     CUnfinishedNode& operator=(const CUnfinishedNode&) = delete;
@@ -37,7 +36,7 @@ class CUnfinishedNode
 
   private:
     CGroupNodes& m_groupNodes;
-
+    CNodeCombos& m_combos;
     obz_domain* m_node;
 };
 
@@ -60,11 +59,9 @@ int32_t CCDPPlugin::initNode(obz_domain* node, obz_domain**, int32_t, obzx_objid
 {
     if (node == nullptr) return OBZ_ERR_INVALID_ARG;
     const bool isFresh = node->private_data == nullptr;
-    const int32_t status = runOperation(m_traceLog, CDP_OPERATION("initNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
-        // A node that comes again gives its old combinations back; those of a fresh one are not looked at.
-        if (!isFresh) releaseCombos(node);
-        return setUpNode(node, obtainPrivateData(node, false));
-    });
+    m_combos.startOver(node);
+    const int32_t status = runOperation(m_traceLog, CDP_OPERATION("initNode"), OBZ_ERR_FAILED,
+                                        [&] { return setUpNode(node, obtainPrivateData(node, false)); });
     // A refused node leaves nothing behind, whether or not the host takes it down again.
     if (status != OBZ_OK && isFresh && node->private_data != nullptr) m_privateDataManager->deallocate(node);
     return status;
@@ -92,7 +89,7 @@ int32_t CCDPPlugin::setUpNode(obz_domain* node, CCDPPrivateData* data)
     assign(data->m_applianceName, appliance->getApplianceName(key));
     assign(data->m_serialNo, appliance->findLun(key));
     assign(data->m_consistencyGroup, group->getName());
-    CUnfinishedNode unfinished(m_groupNodes, node);
+    CUnfinishedNode unfinished(m_groupNodes, m_combos, node);
     if (isGroup) {
         m_groupNodes.enter(data->m_consistencyGroup, node);
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - Adding groupNode in the map");
@@ -110,13 +107,9 @@ bool CCDPPlugin::keyOfNode(const CString& name, bool isGroup, CString& key)
         return true;
     }
     trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a non group node");
-    const size_t prefixLength = nodePrefix().length();
-    if (name.length() <= prefixLength) {
-        trace(TRACE_DETAIL, "CCDPPlugin::initNode - Invalid device format for [%s]", name);
-        return false;
-    }
-    key = restFrom(name, prefixLength);
-    return true;
+    key = behindPrefix(name);
+    if (key.is_empty()) trace(TRACE_DETAIL, "CCDPPlugin::initNode - Invalid device format for [%s]", name);
+    return !key.is_empty();
 }
 
 CAppliancePtr CCDPPlugin::findNodeAppliance(const CString& key, bool isGroup)
@@ -139,11 +132,10 @@ bool CCDPPlugin::fillNode(obz_domain* node, const CAppliancePtr& appliance, cons
     const std::vector<SFiFimInfo> fims = appliance->getFims();
     node->name = node->identity->name;
     node->value = m_nodeValue;
-    node->combo_tail_reserved = nullptr;
     for (const SFiFimInfo& fim : fims) {
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - Adding combo for as m_quiesceName[%s],m_splitName[%s] ",
               fim.m_quiesceName, fim.m_splitName);
-        if (appendCombo(node, fim.m_quiesceName, fim.m_splitName, m_groupNodes.find(group))) continue;
+        if (m_combos.append(node, fim.m_quiesceName, fim.m_splitName, m_groupNodes.find(group))) continue;
         trace(TRACE_FAILURE, "CCDPPlugin::initNode - No memory for the combinations of [%s]", nameOf(node));
         return false;
     }
@@ -169,7 +161,7 @@ int32_t CCDPPlugin::deInitNode(obz_domain* node)
 void CCDPPlugin::giveBack(obz_domain* node) noexcept
 {
     m_groupNodes.eraseNode(node);
-    releaseCombos(node);
+    m_combos.release(node);
     try {
         CFiPluginInterposer::deInitNode(node);
     } catch (...) {

@@ -37,12 +37,11 @@ int32_t CCDPPlugin::makeSnapshots(obzx_pdk_4_4::CFiSessionPtr& session)
 bool CCDPPlugin::groupNode(const CString& name, CNodeGrouping& grouping)
 {
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - working with Node name %s", name);
-    const size_t prefixLength = nodePrefix().length();
-    if (name.length() <= prefixLength) {
+    const CString device = behindPrefix(name);
+    if (device.is_empty()) {
         trace(TRACE_DETAIL, "CCDPPlugin::makeSnapshots - Invalid device format for [%s]", name);
         return false;
     }
-    const CString device = restFrom(name, prefixLength);
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - working with device name %s", device);
     const CAppliancePtr appliance = registry()->getClaimAppliance(device);
     if (!isClaimed(*this, static_cast<bool>(appliance), "makeSnapshots", "appliance", device)) return false;
@@ -108,8 +107,7 @@ void CCDPPlugin::recordCopy(const CString& node, const CString& checkPoint, CFiS
         m_privateDataManager ? m_privateDataManager->accessByName(node, false) : CFiPrivateDataPtr();
     // A node that was taken down since it was selected has its copy all the same.
     if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) assign(state->m_checkPointName, checkPoint);
-    const CString prefix = nodePrefix();
-    const CString target = targetDeviceName(prefix, restFrom(node, prefix.length()), checkPoint);
+    const CString target = targetDeviceName(nodePrefix(), behindPrefix(node), checkPoint);
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - Adding target device [%s] for [%s]", target, node);
     session.update(CFiStringTool::tstr2str(node), [&](CFiSplitNode& entry) {
         assign(entry.m_target, target);

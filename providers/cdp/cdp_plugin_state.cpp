@@ -1,4 +1,5 @@
 // The state of nodes between calls and processes, and the operations that need nothing done.
+#include "pdk/include/cfioutputs.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
 
@@ -20,6 +21,7 @@ int32_t CCDPPlugin::deportTree(obz_domain*, obz_domain*, obz_accessnode*)
 
 int32_t CCDPPlugin::processProviderState(obz_domain* node, obz_blob* blob, obz_op_providerstate operation)
 {
+    if (operation == OBZ_STATE_GET) obzx_pdk_4_4::clearOutputs(blob);
     return runOperation(m_traceLog, CDP_OPERATION("processProviderState"), OBZ_ERR_FAILED, [&]() -> int32_t {
         if (node == nullptr || blob == nullptr) return OBZ_ERR_INVALID_ARG;
         if (operation == OBZ_STATE_GET) {

@@ -23,10 +23,20 @@ class Claiming : public CPluginTest
     int32_t claim(const char* name)
     {
         CNode node(name);
-        obzx_objid** secondaries = m_groups;
-        const int32_t result = plugin().claim(node->identity, &secondaries, &m_groupCount);
-        m_secondaries = secondaries;
-        return result;
+        return plugin().claim(node->identity, &m_secondaries, &m_groupCount);
+    }
+    /// What a host may have left in its variables.
+    void fillOutputs()
+    {
+        m_interposed = &m_identity;
+        m_groups = m_secondaries = &m_interposed;
+        m_groupCount = 77;
+    }
+    void expectClearedOutputs()
+    {
+        EXPECT_EQ(nullptr, m_interposed);
+        EXPECT_EQ(nullptr, m_groups);
+        EXPECT_EQ(0, m_groupCount);
     }
     void setHosts(CNode& node, bool transportable)
     {
@@ -38,6 +48,7 @@ class Claiming : public CPluginTest
         data->setTransportable(transportable);
     }
 
+    obzx_objid m_identity{};
     obzx_objid* m_interposed = nullptr;
     obzx_objid** m_groups = nullptr;
     obzx_objid** m_secondaries = nullptr;
@@ -64,10 +75,10 @@ TEST_F(Claiming, InterposePutsANodeNamedByItsLunBeforeAProtectedDevice)
 TEST_F(Claiming, ANameThatIsNoDevicePathIsNotInterposed)
 {
     CNode node("sda");
+    fillOutputs();
     EXPECT_EQ(0, interpose(node));
     expectTrace("interpose_no_device_path");
-    EXPECT_EQ(nullptr, m_interposed);
-    EXPECT_EQ(nullptr, m_groups);
+    expectClearedOutputs();
     m_trace.clear();
     obz_domain nameless{};
     EXPECT_EQ(0, plugin().interpose(&nameless, &m_interposed, &m_groups, &m_groupCount));
@@ -78,19 +89,28 @@ TEST_F(Claiming, ANameThatIsNoDevicePathIsNotInterposed)
 TEST_F(Claiming, ADeviceThatNoApplianceProtectsIsNotInterposed)
 {
     CNode known("/dev/sdb");
+    fillOutputs();
     EXPECT_EQ(0, interpose(known));
     expectTrace("interpose_no_appliance");
+    expectClearedOutputs();
     CNode unknown("/dev/sdz");
+    fillOutputs();
     EXPECT_EQ(0, interpose(unknown));
-    EXPECT_EQ(nullptr, m_interposed);
-    EXPECT_EQ(nullptr, m_groups);
+    expectClearedOutputs();
 }
 
-TEST_F(Claiming, InterposeWithANullOutPointerDoesNothing)
+TEST_F(Claiming, InterposeWithANullOutPointerClearsTheOthersAndDoesNothing)
 {
     CNode node("/dev/sda");
+    fillOutputs();
     EXPECT_EQ(0, plugin().interpose(node.get(), nullptr, &m_groups, &m_groupCount));
+    EXPECT_EQ(nullptr, m_groups);
+    EXPECT_EQ(0, m_groupCount);
+    fillOutputs();
     EXPECT_EQ(0, plugin().interpose(node.get(), &m_interposed, nullptr, &m_groupCount));
+    EXPECT_EQ(nullptr, m_interposed);
+    EXPECT_EQ(0, m_groupCount);
+    fillOutputs();
     EXPECT_EQ(0, plugin().interpose(node.get(), &m_interposed, &m_groups, nullptr));
     EXPECT_EQ(nullptr, m_interposed);
     EXPECT_EQ(nullptr, m_groups);
@@ -99,11 +119,11 @@ TEST_F(Claiming, InterposeWithANullOutPointerDoesNothing)
 TEST_F(Claiming, WithoutMemoryForTheIdentityTheDeviceIsNotInterposed)
 {
     CNode node("/dev/sda");
+    fillOutputs();
     const CMemoryFault fault(CMemoryFault::EKind::C_FUNCTION, 0);
     EXPECT_EQ(0, interpose(node));
     EXPECT_TRUE(fault.happened());
-    EXPECT_EQ(nullptr, m_interposed);
-    EXPECT_EQ(nullptr, m_groups);
+    expectClearedOutputs();
 }
 
 TEST_F(Claiming, WithoutMemoryForTheGroupsTheListIsNullAndTheCountStays)
@@ -121,7 +141,7 @@ TEST_F(Claiming, WithoutMemoryForTheGroupsTheListIsNullAndTheCountStays)
 
 TEST_F(Claiming, ClaimTakesTheProvidersOwnNodesAsSecondaries)
 {
-    m_groups = reinterpret_cast<obzx_objid**>(&m_groupCount);
+    fillOutputs();
     EXPECT_EQ(OBZ_CLAIM_SECONDARY, claim("<cdpfi>S1"));
     expectTrace("claim");
     EXPECT_EQ(nullptr, m_secondaries);
@@ -131,9 +151,11 @@ TEST_F(Claiming, ClaimTakesTheProvidersOwnNodesAsSecondaries)
 
 TEST_F(Claiming, ClaimLeavesOtherNodesAlone)
 {
+    fillOutputs();
     EXPECT_EQ(OBZ_CLAIM_NONE, claim("/dev/sda"));
     expectTrace("claim_other");
-    EXPECT_EQ(77, m_groupCount);
+    EXPECT_EQ(nullptr, m_secondaries);
+    EXPECT_EQ(0, m_groupCount);
     EXPECT_EQ(OBZ_CLAIM_NONE, claim("<CDPFI>S1"));
     EXPECT_EQ(OBZ_CLAIM_NONE, claim(""));
 }
@@ -141,17 +163,24 @@ TEST_F(Claiming, ClaimLeavesOtherNodesAlone)
 TEST_F(Claiming, ClaimOfAnIdentityWithoutANameGivesNoClaim)
 {
     obzx_objid nameless{};
-    EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(&nameless, &m_groups, &m_groupCount));
-    expectTrace("claim_nameless");
-    EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(nullptr, &m_groups, &m_groupCount));
-    EXPECT_EQ(77, m_groupCount);
+    for (obzx_objid* const primary : {&nameless, static_cast<obzx_objid*>(nullptr)}) {
+        m_trace.clear();
+        fillOutputs();
+        EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(primary, &m_secondaries, &m_groupCount));
+        expectTrace("claim_nameless");
+        EXPECT_EQ(nullptr, m_secondaries);
+        EXPECT_EQ(0, m_groupCount);
+    }
 }
 
 TEST_F(Claiming, ClaimWithANullOutPointerGivesNoClaim)
 {
     CNode node("<cdpfi>S1");
+    fillOutputs();
     EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(node->identity, nullptr, &m_groupCount));
-    EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(node->identity, &m_groups, nullptr));
+    EXPECT_EQ(0, m_groupCount);
+    EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(node->identity, &m_secondaries, nullptr));
+    EXPECT_EQ(nullptr, m_secondaries);
 }
 
 TEST_F(Claiming, AMatchingFimOrsTheRecordsAccessIntoTheNodes)
@@ -227,7 +256,11 @@ TEST_F(Claiming, WithoutAPlaceForTheAccessValueNothingIsWritten)
 TEST_F(Claiming, ANullNodeOrFimIsNotSupported)
 {
     CNode node("<cdpfi>S1");
+    node.setAccess(3);
     EXPECT_EQ(0, plugin().supportsFiType(nullptr, "any"));
+    EXPECT_EQ(0, plugin().supportsFiType(node.get(), nullptr));
+    EXPECT_EQ(OBZ_ACCESS_NONE, node.access());
+    node->access = nullptr;
     EXPECT_EQ(0, plugin().supportsFiType(node.get(), nullptr));
 }
 

@@ -48,6 +48,14 @@ TEST_F(Dispose, ATargetDeviceLosesItsImageAndThenItsCheckPoint)
     EXPECT_FALSE(m_scenario.hasState("server1/ann.cg1.KSV_Check_Point_77"));
 }
 
+TEST_F(Dispose, ATargetDeviceIsNamedBehindThePrefixWhereverThatIs)
+{
+    CNode target(("<DeviceID>S9<DeviceID/>" + targetName("S1", "KSV_Check_Point_77")).c_str());
+    EXPECT_EQ(OBZ_OK, dispose(target));
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre("server1: delete timeimage \"KSV_Time_Image_77\" \"cg1\"",
+                                                       "server1: delete annotation \"KSV_Check_Point_77\" \"cg1\""));
+}
+
 TEST_F(Dispose, ADevicePathLosesTheImageThatItsStateNamesAndThenTheCheckPoint)
 {
     CNode target("/dev/sdz");

@@ -42,6 +42,13 @@ TEST_F(ImportNode, ATargetDeviceGetsATimeImageOfItsCheckPoint)
                             "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\""));
 }
 
+TEST_F(ImportNode, ATargetDeviceIsNamedBehindThePrefixWhereverThatIs)
+{
+    addAppliance();
+    EXPECT_EQ(OBZ_OK, import("<DeviceID>S9<DeviceID/>" + targetName("S1", "KSV_Check_Point_77")));
+    EXPECT_TRUE(m_scenario.hasState("server1/ti.cg1.KSV_Time_Image_77"));
+}
+
 TEST_F(ImportNode, AnImageThatIsThereAlreadyIsLeftAlone)
 {
     addAppliance();

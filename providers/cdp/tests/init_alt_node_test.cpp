@@ -76,6 +76,15 @@ TEST_F(InitAltNode, WithAnImageTheTargetGetsTheDevicePathThatShowsIt)
     EXPECT_EQ(4099, target->value) << "the node value is or-ed in";
 }
 
+TEST_F(InitAltNode, ATargetDeviceIsNamedBehindThePrefixWhereverThatIs)
+{
+    CNode first(m_target.c_str());
+    makeImage(first);
+    CNode target(("<DeviceID>S9<DeviceID/>" + m_target).c_str());
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    EXPECT_STREQ("/dev/imageS1", target->identity->name);
+}
+
 TEST_F(InitAltNode, ADevicePathIsServedByTheImageThatThePrimaryNames)
 {
     CNode first(m_target.c_str());

@@ -146,6 +146,67 @@ TEST_F(Nodes, WhatStandsInAFreshNodesListIsNotLookedAt)
     EXPECT_STREQ("Lumora", node->combos->split->name);
 }
 
+TEST_F(Nodes, WhatStandsInTheListOfANodeThatOnlyHasAStateIsNotLookedAt)
+{
+    CNode node("<cdpfi>S1");
+    char text[] = "<SerialNo>S1</SerialNo>";
+    obz_blob blob = {sizeof text, text, OBZ_ENCODING_STRING};
+    ASSERT_EQ(OBZ_OK, plugin().processProviderState(node.get(), &blob, OBZ_STATE_SET));
+    node->combos = reinterpret_cast<obz_combo*>(&node);
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_STREQ("Lumora", node->combos->split->name);
+    EXPECT_EQ(nullptr, node->combos->next);
+}
+
+TEST_F(Nodes, AListThatTheHostPutInPlaceOfTheProvidersIsNotFreed)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    obz_combo* const built = node->combos;
+    obz_combo own{};
+    node->combos = &own;
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_NE(&own, node->combos);
+    EXPECT_STREQ("Lumora", node->combos->split->name);
+    obz_domain former{};  // the host's now
+    former.combos = built;
+    releaseCombos(&former);
+}
+
+TEST_F(Nodes, ACopyOfANodeDoesNotTakeItsListAway)
+{
+    CNode node("<cdpfi>S1");
+    CNode copy("<cdpfi>S2");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    copy->combos = node->combos;
+    ASSERT_EQ(OBZ_OK, initNode(copy));
+    EXPECT_NE(copy->combos, node->combos);
+    EXPECT_STREQ("Lumora", node->combos->split->name);
+}
+
+TEST_F(Nodes, ARefusedNodeHasAnEmptyListWhateverStoodThere)
+{
+    CNode device("<cdpfi>S9");
+    device->combos = reinterpret_cast<obz_combo*>(&device);
+    device->combo_tail_reserved = &device;
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(device));
+    EXPECT_EQ(nullptr, device->combos);
+    EXPECT_EQ(nullptr, device->combo_tail_reserved);
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(device.get()));
+}
+
+TEST_F(Nodes, TheSerialIsWhatStandsBehindThePrefixWhereverThatIs)
+{
+    CNode node("before<cdpfi>S1");
+    EXPECT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(CString("S1"), plugin().GetPrivateData(node.get())->m_serialNo);
+    CNode nothing("before<cdpfi>");
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(nothing));
+    EXPECT_TRUE(m_trace.has("L6 CCDPPlugin::initNode - Invalid device format for [before<cdpfi>]"));
+    CNode twice("<cdpfi><cdpfi>S1");
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(twice)) << "behind the first one";
+}
+
 TEST_F(Nodes, WithoutMemoryForTheCombinationsTheNodeIsRefusedWhole)
 {
     for (int skipped = 0; skipped < 5; ++skipped) {

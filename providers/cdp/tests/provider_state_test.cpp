@@ -1,5 +1,6 @@
 #include <cstring>
 
+#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 
 namespace cdpfi {
@@ -99,6 +100,38 @@ TEST_F(ProviderState, WhatCannotBeServedGivesThree)
     obz_domain nameless{};
     EXPECT_EQ(3, plugin().processProviderState(&nameless, &blob, OBZ_STATE_SET));
     EXPECT_EQ(nullptr, node->private_data);
+}
+
+TEST_F(ProviderState, AStateThatCannotBeReadOutLeavesAnEmptyBlob)
+{
+    CNode node("<cdpfi>S1");
+    char text[] = "old";
+    const obz_blob old = {sizeof text, text, OBZ_ENCODING_STRING};
+    obz_blob blob = old;
+    EXPECT_EQ(3, process(node, &blob, OBZ_STATE_GET)) << "no private data";
+    EXPECT_EQ(nullptr, blob.data);
+    EXPECT_EQ(0u, blob.size);
+    blob = old;
+    EXPECT_EQ(3, plugin().processProviderState(nullptr, &blob, OBZ_STATE_GET));
+    EXPECT_EQ(nullptr, blob.data);
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    blob = old;
+    const CMemoryFault fault(CMemoryFault::EKind::C_FUNCTION, 0);
+    EXPECT_EQ(OBZ_ERR_FAILED, process(node, &blob, OBZ_STATE_GET));
+    EXPECT_TRUE(fault.happened());
+    EXPECT_EQ(nullptr, blob.data);
+    EXPECT_EQ(0u, blob.size);
+}
+
+TEST_F(ProviderState, AStateThatComesInStaysTheHosts)
+{
+    CNode node("<cdpfi>S1");
+    char text[] = "<SerialNo>S2</SerialNo>";
+    obz_blob blob = {sizeof text, text, OBZ_ENCODING_STRING};
+    EXPECT_EQ(OBZ_OK, process(node, &blob, OBZ_STATE_SET));
+    EXPECT_EQ(3, process(node, &blob, 2));
+    EXPECT_EQ(text, blob.data);
+    EXPECT_EQ(sizeof text, blob.size);
 }
 
 TEST_F(ProviderState, RestoreAndDeportAreAcceptedWithoutDoingAnything)

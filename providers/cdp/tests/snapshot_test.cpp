@@ -66,6 +66,28 @@ TEST_F(Snapshot, EveryGroupGetsOneCheckPointAndEveryNodeATarget)
     EXPECT_EQ(checkPoint(), str(plugin().GetPrivateData(second.get())->m_checkPointName));
 }
 
+TEST_F(Snapshot, TheLunOfANodeStandsBehindThePrefixWhereverThatIs)
+{
+    CNode node("before<cdpfi>S2");
+    CFiSessionPtr session = this->session("s", {&node});
+    EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));
+    EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(command("server1", "B")));
+    EXPECT_EQ(targetName("S2", checkPoint()), str(session->getNodes().at(0).m_target));
+}
+
+TEST_F(Snapshot, ANameWithoutThePrefixIsNotCutToAGroupsOrALunsName)
+{
+    for (const char* name : {"1234567A", "1234567S2", "A longer name", "before<cdpfi>"}) {
+        CNode node(name);
+        CFiSessionPtr session = this->session(name, {&node});
+        m_trace.clear();
+        EXPECT_EQ(OBZ_ERR_FAILED, plugin().makeSnapshots(session)) << name;
+        EXPECT_TRUE(
+            m_trace.has(std::string("L6 CCDPPlugin::makeSnapshots - Invalid device format for [") + name + "]"));
+    }
+    EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
+}
+
 TEST_F(Snapshot, AppliancesAreTakenInTheOrderOfTheirNames)
 {
     CNode onSecond("<cdpfi>S21");
