@@ -176,6 +176,7 @@ class HostProgram : public testing::Test
     /// A process of its own that takes a copy and makes its time image; its id.
     pid_t runProcessThatMakesAnImage()
     {
+        std::fflush(nullptr);  // what waits to be written is not written by both
         const pid_t other = fork();
         if (other == 0) {
             start();
