@@ -342,6 +342,7 @@ int32_t fakefi_fi_pgn_make(obz_splitnode*, const char* name, obz_splitnode**, in
     SSession& session = g_fake->sessions[name];
     int32_t status = step("make");
     if (status == OBZ_OK) status = makeGroups(session);
+    if (status == OBZ_OK && g_fake->faults.fails("made")) status = OBZ_ERR_FAILED;
     if (session.made.empty()) return status;
     *identities = static_cast<obzx_objid**>(obzx_alloc_buf(session.made.size() * sizeof(obzx_objid*)));
     for (const auto& [node, target] : session.made) {

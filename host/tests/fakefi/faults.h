@@ -19,7 +19,7 @@
  *
  * Points of the provider, each the name of an entry point or of a part of it:
  *     init version claim supports init_node:<node> state preselect select quiesce unquiesce prepare make
- *     update_snapshot_handle find:<serial> dispose
+ *     made (in make, when every checkpoint is made) update_snapshot_handle find:<serial> dispose
  * Points of the commands that the tool carries out for the appliance:
  *     hosts:<appliance>          list hosts, which the provider sends when it starts
  *     interpose                  list cgroups, which interpose sends; also groups:<appliance>
