@@ -103,8 +103,9 @@ class CApplianceSection
         }
         SAnswer answer = m_runner.send(m_section.name, command);
         m_section.shell.add(answer.use);
-        if (answer.noAnswer) {
-            m_silence = *answer.problem + " to \"" + answer.run.command + "\"";
+        if (answer.timedOut || answer.notStarted) {
+            m_silence = answer.problem;
+            if (answer.timedOut) *m_silence += " to \"" + answer.run.command + "\"";
             m_section.problem = m_silence;
         }
         problem = answer.problem;

@@ -118,7 +118,8 @@ SAnswer watch(const std::string& toolPath, const CStart& start)
     const bool byItself =
         facts.started && facts.signal == 0 && facts.error == 0 && facts.stopped == OBZX_RUN_NOT_STOPPED;
     if (result != EXEC_OK) answer.problem = problemOf(facts, toolPath.substr(toolPath.rfind('/') + 1), answer.lines);
-    answer.noAnswer = !facts.started || facts.stopped == OBZX_RUN_STOPPED_BY_LIMIT;
+    answer.notStarted = !facts.started;
+    answer.timedOut = facts.stopped == OBZX_RUN_STOPPED_BY_LIMIT;
     answer.use = {true, byItself, byItself ? facts.seconds : 0, byItself ? CReason() : answer.problem};
     if (byItself) answer.run.exitStatus = facts.exitStatus;
     if (facts.signal != 0) answer.run.signal = facts.signal;

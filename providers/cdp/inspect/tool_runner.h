@@ -14,7 +14,8 @@ namespace cdpfi::inspect {
 struct SAnswer
 {
     CReason problem;                 ///< empty: exit status 0
-    bool noAnswer = false;           ///< nothing else of this tool will come: not started, or stopped by the time limit
+    bool notStarted = false;         ///< there is no such program, or it is none
+    bool timedOut = false;           ///< it was stopped by the time limit
     std::vector<std::string> lines;  ///< also of a command that failed
     SToolUse use;
     SToolRun run;

@@ -1,0 +1,251 @@
+// What the inspector sends, and what it makes of tools that greet, hang, die or are not there.
+#include <chrono>
+#include <regex>
+#include <sstream>
+
+#include "tests/inspector/inspector_fixture.h"
+
+namespace {
+
+class InspectorTools : public CInspectorTest
+{
+  protected:
+    /// Both tools write down what they are sent, and then do it.
+    void logCommands()
+    {
+        const std::string log = (site.folder() / "log").string();
+        replaceTool("lmsh", "printf '%s\\n' \"$script\" >>" + log + "\n" + realTool("lmsh"));
+        replaceTool("kforutil", "printf 'kforutil %s\\n' \"$*\" >>" + log + "\n" + realTool("kforutil"));
+    }
+    /// The commands that were sent, without the lines around them, each with single blanks.
+    std::vector<std::string> sent() const
+    {
+        std::istringstream log(contentOf(site.folder() / "log"));
+        std::vector<std::string> commands;
+        for (std::string line; std::getline(log, line);) {
+            line = std::regex_replace(line, std::regex(" +"), " ");
+            line = std::regex_replace(line, std::regex("^ | $"), "");
+            if (line != "exit" && !line.starts_with("server ")) commands.push_back(line);
+        }
+        return commands;
+    }
+};
+
+}  // namespace
+
+TEST_F(InspectorTools, EveryCommandButReleaseOnlyListsAndShows)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.addGroup("beta", "cg2", {"b1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    logCommands();
+    using CWords = std::vector<std::string>;
+    size_t runs = 0;
+    for (const CWords& appliance : {CWords{}, {"--appliance", "alpha"}, {"--appliance", "none"}}) {
+        for (const CWords& group : {CWords{}, {"--group", "cg1"}, {"--group", "none", "--group", "cg2"}}) {
+            for (const CWords& timeout : {CWords{}, {"--timeout", "30"}}) {
+                for (const CWords& raw : {CWords{}, {"--raw"}}) {
+                    CWords words;
+                    for (const CWords& part : {appliance, group, timeout, raw})
+                        words.insert(words.end(), part.begin(), part.end());
+                    document(words);
+                    ++runs;
+                }
+            }
+        }
+    }
+    EXPECT_EQ(runs, 36u);
+    for (const CWords& words : {CWords{"--help"}, {"--version"}, {"release", "--help"}})
+        EXPECT_EQ(run(words).status, 0);
+    for (const CWords& words : {CWords{"delete"}, {"release"}, {"release", "cg1"}, {"release", "cg1", "i"}})
+        EXPECT_EQ(run(words).status, 2);
+    const CWords commands = sent();
+    EXPECT_GT(commands.size(), 36u);
+    for (const std::string& command : commands) {
+        EXPECT_TRUE(std::regex_match(
+            command, std::regex("list hosts|list cgroups|show host\"?.*|show cgroup .*|list timeimages .*|"
+                                "show timeimage .*|kforutil listdisk")))
+            << command;
+    }
+}
+
+TEST_F(InspectorTools, ReleaseDeletesOneTimeImageAndLooksWhetherItIsGone)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    makeImage("alpha", "cg1", "2", "backup");
+    logCommands();
+    const CJson released = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"});
+    EXPECT_EQ(released, CJson::parse(R"({"format": "obzx-release", "schema_version": 1, "appliance": "alpha",
+        "group": "cg1", "image": "KSV_Time_Image_1", "released": true, "reason": null, "exit": 0,
+        "output": "time image \"KSV_Time_Image_1\" deleted\n"})"));
+    EXPECT_EQ(sent(),
+              (std::vector<std::string>{"delete timeimage \"KSV_Time_Image_1\" \"cg1\"", "list timeimages \"cg1\""}));
+    EXPECT_EQ(site.copiesOf("alpha", "cg1").size(), 3u);  // both checkpoints and the other image
+}
+
+TEST_F(InspectorTools, ATimeImageThatIsNotThereCountsAsReleased)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    const CJson released = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"});
+    EXPECT_TRUE(released.at("released"));
+    EXPECT_EQ(released.at("exit"), 3);
+}
+
+TEST_F(InspectorTools, TheListDecidesWhateverTheDeletionAnswered)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    const std::vector<std::string> words{"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"};
+
+    replaceTool("lmsh", "case \"$script\" in *delete*) echo done; exit 0;; esac\n" + realTool("lmsh"));
+    CJson told = document(words, 8);
+    EXPECT_FALSE(told.at("released"));
+    EXPECT_EQ(told.at("exit"), 0);
+    EXPECT_EQ(told.at("reason"), "time image KSV_Time_Image_1 of group cg1 is still there");
+
+    replaceTool("lmsh", "case \"$script\" in *delete*) " + realTool("lmsh") +
+                            " >/dev/null; echo 'db that does not exist'; exit 5;; esac\n" + realTool("lmsh"));
+    told = document(words);
+    EXPECT_TRUE(told.at("released"));
+    EXPECT_EQ(told.at("exit"), 5);
+}
+
+TEST_F(InspectorTools, WithoutAListNobodyKnowsWhetherAnImageIsGone)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    const std::vector<std::string> words{"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"};
+    for (const std::string answer : {"echo 'Welcome to the storage shell'", "exit 0", "echo broken; exit 1"}) {
+        replaceTool("lmsh", "case \"$script\" in *list*) " + answer + "; exit;; esac\n" + realTool("lmsh"));
+        const CJson told = document(words, 8);
+        EXPECT_FALSE(told.at("released")) << answer;
+        EXPECT_TRUE(told.at("reason").get<std::string>().starts_with("whether it is gone is not known: ")) << answer;
+    }
+}
+
+TEST_F(InspectorTools, ReleaseRefusesWhatCannotBeATimeImage)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    logCommands();
+    using CWords = std::vector<std::string>;
+    const std::vector<CWords> refused{
+        {"release", "cg1", "", "--appliance", "alpha"},      {"release", "cg1", "a b", "--appliance", "alpha"},
+        {"release", "cg1", "a\tb", "--appliance", "alpha"},  {"release", "cg1", "a\"b", "--appliance", "alpha"},
+        {"release", "c\"g", "a", "--appliance", "alpha"},    {"release", "cg1\nx", "a", "--appliance", "alpha"},
+        {"release", "cg1", "a\x7f", "--appliance", "alpha"}, {"release", "cg1", "a", "--appliance", "gamma"},
+        {"release", "cg1", "a", "--appliance", "alp\"ha"},
+    };
+    for (const CWords& words : refused) {
+        const SRun done = run(words);
+        EXPECT_TRUE(done.status == 8 || (done.status == 2 && words[2].empty())) << done.out << done.err;
+        if (done.status == 2) continue;
+        EXPECT_FALSE(done.json().at("released"));
+        EXPECT_TRUE(done.json().at("reason").is_string());
+        EXPECT_EQ(done.json().at("exit"), nullptr);
+    }
+    EXPECT_EQ(sent(), CWords());
+}
+
+TEST_F(InspectorTools, AGreetingIsNoListing)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    replaceTool("lmsh", "printf 'Welcome to the storage shell\\nType help\\n\\n4\\n5\\n6\\n'");
+    replaceTool("kforutil", "echo 'Welcome to the disk utility'");
+    const CJson told = document({});
+    EXPECT_EQ(told.at("appliances"), CJson::parse(R"([{"name": "alpha", "reachable": false,
+        "reason": "the answer to \"list hosts\" is no listing: [Welcome to the storage shell]",
+        "not_listings": [{"command": "list hosts", "lines": ["Welcome to the storage shell", "Type help", "", "4", "5"]},
+                         {"command": "list cgroups", "lines": ["Welcome to the storage shell", "Type help", "", "4", "5"]}],
+        "host_here": null, "hosts_read": false, "hosts": [], "groups_read": false, "groups": []}])"));
+    EXPECT_EQ(told.at("disks"), CJson::parse(R"({"read": false, "devices": [],
+        "reason": "the answer to \"kforutil listdisk\" is no listing"})"));
+    EXPECT_TRUE(named(told.at("tools"), "lmsh").at("answers"));
+}
+
+TEST_F(InspectorTools, AGreetingBeforeAGoodListingIsSaidToBeOne)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    replaceTool("lmsh", "echo 'Last login: today'\n" + realTool("lmsh"));
+    const CJson appliance = document({}).at("appliances").at(0);
+    EXPECT_FALSE(appliance.at("reachable"));
+    EXPECT_EQ(appliance.at("hosts"), CJson::array());
+    EXPECT_EQ(appliance.at("groups"), CJson::array());
+    EXPECT_EQ(appliance.at("not_listings").at(1), CJson::parse(R"({"command": "list cgroups",
+                               "lines": ["Last login: today", "cg1 luns=1 annotations=0 timeimages=0"]})"));
+}
+
+TEST_F(InspectorTools, WhatHangsCostsItsOwnSectionAndOneTimeLimit)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.addGroup("beta", "cg1", {"b1"});
+    site.addGroup("gamma", "cg1", {"c1"});
+    site.setUpHosts();
+    replaceTool("lmsh",
+                "case \"$script\" in *'server alpha'*) exec sleep 60;; "
+                "*'server beta'*cgroups*) exec sleep 60;; esac\n" +
+                    realTool("lmsh"));
+    replaceTool("kforutil", "exec sleep 60");
+    const auto start = std::chrono::steady_clock::now();
+    const CJson told = document({"--timeout", "1"});
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));  // not one minute, on a busy machine
+    const CJson& found = told.at("appliances");
+    EXPECT_EQ(found.at(0), CJson::parse(R"({"name": "alpha", "reachable": false,
+        "reason": "no answer within 1 s to \"list hosts\"", "not_listings": [], "host_here": null,
+        "hosts_read": false, "hosts": [], "groups_read": false, "groups": []})"));
+    EXPECT_FALSE(found.at(1).at("reachable"));
+    EXPECT_EQ(found.at(1).at("reason"), "no answer within 1 s to \"list cgroups\"");
+    EXPECT_TRUE(found.at(1).at("hosts_read"));
+    EXPECT_TRUE(found.at(2).at("reachable"));
+    EXPECT_EQ(found.at(2).at("groups").size(), 1u);
+    EXPECT_EQ(told.at("disks").at("reason"), "no answer within 1 s");
+    EXPECT_TRUE(named(told.at("tools"), "lmsh").at("answers"));
+    EXPECT_FALSE(named(told.at("tools"), "kforutil").at("answers"));
+    EXPECT_EQ(named(told.at("tools"), "kforutil").at("reason"), "no answer within 1 s");
+}
+
+TEST_F(InspectorTools, WhatIsNotAskedAnyMoreSaysSo)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.addGroup("alpha", "cg2", {"a2"});
+    site.setUpHosts();
+    replaceTool("lmsh", "case \"$script\" in *'show  cgroup'*) kill -9 $$;; *'timeimages'*) exec sleep 60;; esac\n" +
+                            realTool("lmsh"));
+    const CJson found = document({"--timeout", "1"}).at("appliances").at(0);
+    EXPECT_FALSE(found.at("reachable"));
+    EXPECT_TRUE(found.at("groups_read"));
+    EXPECT_EQ(found.at("groups").at(0).at("reason"), "lmsh was killed by signal 9");
+    EXPECT_FALSE(found.at("groups").at(1).at("read"));
+    EXPECT_EQ(found.at("groups").at(1).at("reason"), "not asked: no answer within 1 s to \"list timeimages \"cg1\"\"");
+}
+
+TEST_F(InspectorTools, AToolThatIsMissingOrNoProgramIsNamed)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    std::filesystem::remove(place("/opt/QXPKlm/bin/lmsh"));
+    writeFile("/bin/plain", "no program");
+    writeFile("/etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + place("/nowhere/") +
+                                        "\nLMR_KFORUTIL_PATH=" + place("/bin/") + "\nLMR_KFORUTIL_NAME=plain\n");
+    const CJson told = document({});
+    EXPECT_EQ(told.at("tools"), CJson::parse(R"([
+        {"name": "lmsh", "path": ")" + place("/nowhere/lmsh") +
+                                             R"(", "exists": false, "executable": false,
+         "answers": false, "seconds": null, "reason": "No such file or directory"},
+        {"name": "lmsh-fixed", "path": ")" + place("/opt/QXPKlm/bin/lmsh") +
+                                             R"(", "exists": false,
+         "executable": false, "answers": null, "seconds": null, "reason": "No such file or directory"},
+        {"name": "kforutil", "path": ")" + place("/bin/plain") +
+                                             R"(", "exists": true, "executable": false,
+         "answers": false, "seconds": null, "reason": "Permission denied"}])"));
+    EXPECT_EQ(told.at("appliances").at(0).at("reason"), "lmsh could not be started: No such file or directory");
+    EXPECT_EQ(told.at("disks").at("reason"), "plain could not be started: Permission denied");
+}
