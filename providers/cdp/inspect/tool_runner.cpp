@@ -212,7 +212,7 @@ std::string shortLine(std::string_view text)
     std::string line(trimBlanks(text).substr(0, LONGEST_SHOWN));
     std::ranges::replace_if(
         line, [](char character) { return static_cast<unsigned char>(character) < 0x20 || character == 0x7f; }, ' ');
-    return line;
+    return std::string(trimBlanks(line));
 }
 
 }  // namespace cdpfi::inspect
