@@ -14,6 +14,13 @@ bool sameName(const std::string& a, const std::string& b)
     return a.size() == b.size() && strcasecmp(a.c_str(), b.c_str()) == 0;
 }
 
+/// Loopback addresses are shared by all hosts, and tell none apart.
+bool hasAddressOfItsOwn(const SHostInfo& host)
+{
+    const SHostInfo addresses{{}, {}, {}, host.addresses};
+    return CCmnNetwork::compare(addresses, addresses);
+}
+
 bool shareName(SHostInfo local, SHostInfo candidate)
 {
     local.addresses.clear();
@@ -40,17 +47,16 @@ SHostName describeHost(const SHostInfo& local, const std::string& localName)
 }
 
 std::optional<SHostHere> findHostHere(const std::vector<SHost>& hosts, const SHostInfo& local,
-                                      const std::string& localName,
-                                      const std::function<SHostInfo(const std::string&)>& resolve)
+                                      const std::string& localName, const CResolver& resolve)
 {
     std::optional<SHostHere> byName;
     std::optional<SHostHere> byAddress;
     for (const SHost& host : hosts) {
         if (sameName(host.name, localName)) return SHostHere{host.name, true};
     }
+    const bool ask = hasAddressOfItsOwn(local);
     for (const SHost& host : hosts) {
-        const SHostInfo candidate =
-            local.addresses.empty() ? SHostInfo{host.name, {host.name}, {}, {}} : resolve(host.name);
+        const SHostInfo candidate = ask ? resolve(host.name) : SHostInfo{host.name, {host.name}, {}, {}};
         if (shareName(local, candidate)) {
             byName = {host.name, true};
         } else if (CCmnNetwork::compare(local, candidate)) {

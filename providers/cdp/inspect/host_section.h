@@ -10,16 +10,18 @@
 
 namespace cdpfi::inspect {
 
+/// Gives what the resolver knows of a name.
+using CResolver = std::function<obzx_cmn_4_4::SHostInfo(const std::string&)>;
+
 /// The name that this host goes by, as the provider takes it, and what the resolver knows of it.
 SHostName describeHost(const obzx_cmn_4_4::SHostInfo& local, const std::string& localName);
 
 /**
  * Which of an appliance's hosts this host is: the one that has this host's own name, else one that has a name of this
  * host, else one that shares an address with it; of several the last. Names are compared without regard to case.
- * @param resolve what the resolver knows of a name; not asked when this host has no address, as no host shares one then
+ * @param resolve not asked when this host has no address but those of every host
  */
 std::optional<SHostHere> findHostHere(const std::vector<SHost>& hosts, const obzx_cmn_4_4::SHostInfo& local,
-                                      const std::string& localName,
-                                      const std::function<obzx_cmn_4_4::SHostInfo(const std::string&)>& resolve);
+                                      const std::string& localName, const CResolver& resolve);
 
 }  // namespace cdpfi::inspect

@@ -27,6 +27,8 @@ namespace {
 
 constexpr size_t APPLIANCES_AT_ONCE = 8;
 
+using CClock = std::chrono::steady_clock;
+
 std::string utcNow()
 {
     const std::time_t now = std::time(nullptr);
@@ -81,11 +83,18 @@ SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SCon
     return gathered;
 }
 
-void placeOnThisHost(SAppliance& appliance, const CDevicePaths& paths, const SGathered& gathered)
+/// Asks the resolver, up to a point in time: one that does not answer costs seconds for every host of an appliance.
+CResolver resolverUntil(CClock::time_point deadline)
 {
-    const CCmnNetwork network(cfi_pgn_name_str);
-    appliance.hostHere = findHostHere(appliance.hosts, gathered.local, gathered.localName,
-                                      [&](const std::string& name) { return network.resolve(name); });
+    return [deadline, network = CCmnNetwork(cfi_pgn_name_str)](const std::string& name) {
+        return CClock::now() < deadline ? network.resolve(name) : SHostInfo{name, {name}, {}, {}};
+    };
+}
+
+void placeOnThisHost(SAppliance& appliance, const CDevicePaths& paths, const SGathered& gathered,
+                     const CResolver& resolve)
+{
+    appliance.hostHere = findHostHere(appliance.hosts, gathered.local, gathered.localName, resolve);
     for (SGroup& group : appliance.groups) {
         for (SGroupLun& lun : group.luns)
             lun.path = paths.pathOf(lun.serial);
@@ -109,7 +118,7 @@ std::vector<SToolRun> takeRuns(SGathered& gathered)
 
 SInspection inspect(const SInspectOptions& options)
 {
-    const auto start = std::chrono::steady_clock::now();
+    const auto start = CClock::now();
     SInspection inspection;
     inspection.taken = utcNow();
     inspection.configuration = readConfiguration();
@@ -125,15 +134,16 @@ SInspection inspect(const SInspectOptions& options)
     }
     SToolUse shell;
     const CDevicePaths paths(inspection.disks);
+    const CResolver resolve = resolverUntil(CClock::now() + std::chrono::seconds(options.timeout));
     for (SAppliance& appliance : gathered.appliances) {
-        placeOnThisHost(appliance, paths, gathered);
+        placeOnThisHost(appliance, paths, gathered, resolve);
         shell.add(appliance.shell);
     }
     inspection.tools = describeTools(runner, shell, gathered.disks.use);
     if (options.raw) inspection.raw = takeRuns(gathered);
     inspection.appliances = std::move(gathered.appliances);
     inspection.ambiguous = findAmbiguous(inspection.appliances, inspection.disks);
-    inspection.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    inspection.seconds = std::chrono::duration<double>(CClock::now() - start).count();
     return inspection;
 }
 

@@ -63,10 +63,10 @@ TEST(InspectorHost, ASharedLoopbackAddressMakesNoHostThisOne)
 
 TEST(InspectorHost, AResolverThatKnowsNothingIsAskedNothing)
 {
-    const SHostInfo local = host("prod", {"prod"}, {});
-    const std::vector<SHost> hosts{{"backup", {}}, {"prod", {}}};
+    const SHostInfo local = host("prod", {"prod", "www"}, {"127.0.1.1"});
+    const std::vector<SHost> hosts{{"backup", {}}, {"www", {}}};
     const auto refuse = [](const std::string& name) -> SHostInfo { throw std::logic_error("asked for " + name); };
-    EXPECT_EQ(findHostHere(hosts, local, "prod", refuse)->name, "prod");
+    EXPECT_EQ(findHostHere(hosts, local, "prod", refuse)->name, "www");
     EXPECT_FALSE(findHostHere({{"backup", {}}}, local, "prod", refuse));
 }
 
