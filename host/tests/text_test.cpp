@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include "host/src/exit_codes.h"
 #include "host/src/names.h"
@@ -82,10 +85,93 @@ TEST(ProcessIdentity, TellsALivingProcessFromOneThatHadItsId)
     EXPECT_EQ(self.pid, getpid());
     EXPECT_FALSE(self.bootId.empty());
     EXPECT_TRUE(isAlive(self));
-    EXPECT_FALSE(isAlive({self.pid, self.bootId, self.startTime + 1}));
-    EXPECT_FALSE(isAlive({self.pid, "another-boot", self.startTime}));
-    EXPECT_FALSE(isAlive({0, self.bootId, self.startTime}));
+    EXPECT_FALSE(isAlive({self.pid, self.bootId, self.startTime + 1, self.pidNamespace, 0}));
+    EXPECT_FALSE(isAlive({self.pid, "another-boot", self.startTime, self.pidNamespace, 0}));
+    EXPECT_FALSE(isAlive({0, self.bootId, self.startTime, self.pidNamespace, 0}));
 }
+
+TEST(ProcessIdentity, WithoutALockOneOfAnotherNamespaceCountsAsAliveUntilTheHostStartsAnew)
+{
+    const SProcessIdentity self = thisProcess();
+    EXPECT_TRUE(isAlive({1, self.bootId, self.startTime, "pid:[1]", 0}));
+    EXPECT_FALSE(isAlive({1, "another-boot", self.startTime, "pid:[1]", 0}));
+    EXPECT_TRUE(isAlive({self.pid, self.bootId, self.startTime, "", 0})) << "a record of an older fictl";
+}
+
+/// A child that holds a lock in the owners' file until it is killed.
+class COwnerLockTest : public testing::Test
+{
+  protected:
+    void SetUp() override
+    {
+        m_file = testing::TempDir() + "owners." + std::to_string(getpid());
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        m_child = fork();
+        if (m_child == 0) {
+            const COwnerLock lock(m_file);
+            const SProcessIdentity self = thisProcess();
+            const ssize_t told = write(ends[1], &self.lock, sizeof self.lock);
+            while (told > 0) pause();
+            _exit(1);
+        }
+        close(ends[1]);
+        ASSERT_EQ(read(ends[0], &m_byte, sizeof m_byte), static_cast<ssize_t>(sizeof m_byte));
+        close(ends[0]);
+    }
+    void TearDown() override
+    {
+        endChild();
+        unlink(m_file.c_str());
+    }
+    void endChild()
+    {
+        if (m_child <= 0) return;
+        kill(m_child, SIGKILL);
+        waitpid(m_child, nullptr, 0);
+        m_child = 0;
+    }
+    /// The owner as another container knows it: neither its id nor its namespace says anything here.
+    SProcessIdentity owner() const { return {1, thisProcess().bootId, 1, "pid:[1]", m_byte}; }
+
+    std::string m_file;
+    pid_t m_child = 0;
+    int64_t m_byte = 0;
+};
+
+TEST_F(COwnerLockTest, TellsAnOwnerOfAnotherNamespaceFromOneThatIsGone)
+{
+    EXPECT_NE(m_byte, 0);
+    const COwnerLock lock(m_file);
+    EXPECT_NE(thisProcess().lock, m_byte);
+    EXPECT_TRUE(isAlive(owner()));
+    endChild();
+    EXPECT_FALSE(isAlive(owner()));
+}
+
+TEST_F(COwnerLockTest, IsSharedByAllOfOneProcessAndGivenBackByTheLast)
+{
+    {
+        const COwnerLock first(m_file);
+        const int64_t byte = thisProcess().lock;
+        {
+            const COwnerLock second(m_file);
+            EXPECT_EQ(thisProcess().lock, byte);
+        }
+        EXPECT_EQ(thisProcess().lock, byte);
+        EXPECT_TRUE(isAlive(owner())) << "the file stayed open";
+    }
+    EXPECT_EQ(thisProcess().lock, 0);
+}
+
+TEST_F(COwnerLockTest, ALockThatCannotBeHadIsNone)
+{
+    const COwnerLock lock("/nowhere/at/all");
+    EXPECT_EQ(thisProcess().lock, 0);
+    EXPECT_TRUE(isAlive(thisProcess()));
+    EXPECT_TRUE(isAlive(owner())) << "who cannot be asked for counts as alive";
+}
+
 
 TEST(SnapshotState, IsInterruptedWhenItsProcessIsGone)
 {
