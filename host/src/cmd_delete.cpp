@@ -187,6 +187,7 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
     std::optional<CGuardian> guardian;
     if (!request.forget) guardian.emplace();
     CCatalog catalog;
+    if (!request.forget) context.providerFor(catalog.get(request.name));  // refuses another one than the record's
     const SSnapshot before = catalog.take(request.name, EState::DELETING, DELETABLE, "deleted");
     if (!before.thaw.empty()) {
         // A killed creation cannot tell what its guardian did.

@@ -241,6 +241,7 @@ SResult importSnapshot(const SContext& context, const std::string& name)
     requireSnapshotName(name);
     const CGuardian guardian;
     CCatalog catalog;
+    context.providerFor(catalog.get(name));  // refuses another one than the record's
     const SSnapshot before = catalog.take(
         name, EState::IMPORTING,
         {EState::COMPLETE, EState::IMPORT_FAILED, EState::IMPORTING, EState::IMPORTED, EState::RELEASING}, "imported");

@@ -103,6 +103,7 @@ SResult releaseSnapshot(const SContext& context, const std::string& name, bool e
     requireSnapshotName(name);
     const CGuardian guardian;
     CCatalog catalog;
+    context.providerFor(catalog.get(name));  // refuses another one than the record's
     const SSnapshot before = catalog.take(
         name, EState::RELEASING,
         {EState::COMPLETE, EState::IMPORTING, EState::IMPORT_FAILED, EState::IMPORTED, EState::RELEASING}, "released");

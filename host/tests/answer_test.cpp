@@ -102,8 +102,10 @@ TEST_F(CAnswerTest, EveryAnswerIsADocumentOfItsVersion)
                                                             {"snapshot", "export", "s"},
                                                             {"snapshot", "export", "s", "--file", m_root + "/s.json"},
                                                             {"snapshot", "import", "s"},
-                                                            {"snapshot", "delete", "s"},
+                                                            {"snapshot", "release", "s"},
+                                                            {"snapshot", "delete", "s", "--forget"},
                                                             {"snapshot", "receive", m_root + "/s.json"},
+                                                            {"snapshot", "delete", "s"},
                                                             {"--version"}};
     for (const std::vector<std::string>& command : commands) {
         const SRun run = fictlJson(command);

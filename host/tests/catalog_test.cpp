@@ -55,11 +55,11 @@ TEST_F(CFictlTest, TheCatalogIsForItsOwnerOnly)
 TEST_F(CFictlTest, ACatalogOfAnotherLayoutIsRefused)
 {
     ASSERT_EQ(fictl({"snapshot", "list"}).exit, 0);
-    execSql(catalogOf(m_root), "PRAGMA user_version = 2");
+    execSql(catalogOf(m_root), "PRAGMA user_version = 3");
     const SRun run = fictlJson({"snapshot", "list"});
     EXPECT_EQ(run.exit, 11);
     EXPECT_EQ(run.document()["error"]["code"], "catalog");
-    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 2, this fictl reads 1)"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 3, this fictl reads 2)"), std::string::npos) << run.err;
 }
 
 TEST_F(CFictlTest, AnotherDatabaseIsRefusedAndLeftAlone)

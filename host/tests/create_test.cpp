@@ -156,11 +156,25 @@ TEST_F(CFictlTest, APartialSnapshotSaysExactlyWhatWasMade)
     const nlohmann::json devices = document["snapshot"]["devices"];
     EXPECT_EQ(devices[0]["made"], "yes");
     EXPECT_EQ(devices[1]["made"], "yes");
-    // It was asked for and refused: only a deletion tells for certain that it is not there.
-    EXPECT_EQ(devices[2]["made"], "unknown");
+    EXPECT_EQ(devices[2]["made"], "no");
     EXPECT_EQ(devices[3]["made"], "no");
     EXPECT_EQ(objects().size(), 1U);
     expectClean();
+}
+
+TEST_F(CFictlTest, WithoutAnInspectorARefusedCheckpointIsNotKnown)
+{
+    leaveInspectorAway();
+    arm("make:g2 fail the group is offline\n");
+    const SRun run = fictlJson({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3", "/dev/fake4"});
+    EXPECT_EQ(run.exit, 9);
+    EXPECT_NE(run.err.find("fictl: warning: not checked whether the devices are ambiguous and checkpoint "),
+              std::string::npos)
+        << run.err;
+    const nlohmann::json devices = run.document()["snapshot"]["devices"];
+    // It was asked for and refused: only a deletion tells for certain that it is not there.
+    EXPECT_EQ(devices[1]["made"], "unknown");
+    EXPECT_EQ(devices[2]["made"], "no");
 }
 
 TEST_F(CFictlTest, APartialSnapshotIsDeletedWithWhatTheApplianceMadeUnseen)
@@ -299,6 +313,22 @@ TEST_F(CFictlTest, ASignalDuringMakeLetsItFinishWhereNothingIsFrozen)
 TEST_F(CFictlTest, ACheckpointOfTheSameNameIsNeverTakenAway)
 {
     // Another host whose process had the same id made it.
+    const pid_t pid = startHeld({"snapshot", "create", "s", "/dev/fake1"});
+    const std::string foreign = "ap1.g1.KSV_Check_Point_" + std::to_string(pid);
+    touch("objects/" + foreign);
+    release();
+    const SRun run = finish();
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_EQ(objects().size(), 2U);
+    const std::string mine = fictlJson({"snapshot", "show", "s"}).document()["snapshot"]["checkpoint"];
+    EXPECT_NE("ap1.g1." + mine, foreign);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_EQ(objects(), std::vector<std::string>{foreign});
+}
+
+TEST_F(CFictlTest, WithoutAnInspectorACheckpointOfTheSameNameIsNotTakenAwayEither)
+{
+    leaveInspectorAway();
     const pid_t pid = startHeld({"snapshot", "create", "s", "/dev/fake1"});
     const std::string foreign = "ap1.g1.KSV_Check_Point_" + std::to_string(pid);
     touch("objects/" + foreign);

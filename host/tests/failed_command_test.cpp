@@ -111,6 +111,7 @@ TEST_F(CFailedCommandTest, AToolThatCannotBeStartedIsNamedWithTheReason)
 
 TEST_F(CFailedCommandTest, ABannerInFrontOfARefusalIsPartOfTheAnswer)
 {
+    leaveInspectorAway();
     ASSERT_EQ(create().exit, 0);
     writeTool("echo Welcome\nexec '" FICTL_FAKE_TOOL "'\n");
     for (const std::string& object : objects())

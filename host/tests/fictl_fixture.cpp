@@ -109,6 +109,11 @@ SRun CFictlTest::run(const std::vector<std::string>& arguments, const std::strin
     return collect(child);
 }
 
+SRun CFictlTest::receive(const std::string& document) const
+{
+    return run({"--provider", provider(), "--output", "json", "snapshot", "receive", "-"}, document);
+}
+
 SRun CFictlTest::runProgram(const std::string& program, const std::vector<std::string>& arguments) const
 {
     SChild child = start(program, arguments, {});

@@ -29,6 +29,8 @@ class CFictlTest : public testing::Test
     SRun fictlJson(std::vector<std::string> arguments) const;
     /// fictl with exactly these arguments; input is its standard input.
     SRun run(const std::vector<std::string>& arguments, const std::string& input = {}) const;
+    /// fictl --provider <test provider> snapshot receive, of a document on standard input.
+    SRun receive(const std::string& document) const;
     /// Another program in the same surroundings.
     SRun runProgram(const std::string& program, const std::vector<std::string>& arguments) const;
 

@@ -155,7 +155,6 @@ TEST_F(CFictlTest, WrongCommandLinesAreUsageErrors)
         {"snapshot", "create"},
         {"snapshot", "create", "x"},
         {"snapshot", "show"},
-        {"device", "list"},
         {"--output", "xml", "provider", "show"},
         {"snapshot", "create", "x", "/dev/fake1", "--freeze", "true"},
         {"snapshot", "create", "x", "/dev/fake1", "--hook-timeout", "0", "--freeze", "true", "--thaw", "true"},

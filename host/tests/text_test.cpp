@@ -112,7 +112,8 @@ class COwnerLockTest : public testing::Test
             const COwnerLock lock(m_file);
             const SProcessIdentity self = thisProcess();
             const ssize_t told = write(ends[1], &self.lock, sizeof self.lock);
-            while (told > 0) pause();
+            while (told > 0)
+                pause();
             _exit(1);
         }
         close(ends[1]);
@@ -171,7 +172,6 @@ TEST_F(COwnerLockTest, ALockThatCannotBeHadIsNone)
     EXPECT_TRUE(isAlive(thisProcess()));
     EXPECT_TRUE(isAlive(owner())) << "who cannot be asked for counts as alive";
 }
-
 
 TEST(SnapshotState, IsInterruptedWhenItsProcessIsGone)
 {

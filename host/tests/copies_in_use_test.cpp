@@ -1,0 +1,312 @@
+// No command loses a copy that somebody uses: two hosts with a catalog each, on the same test appliances.
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "host/tests/fictl_fixture.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class CCopiesInUseTest : public CFictlTest
+{
+  protected:
+    void SetUp() override
+    {
+        CFictlTest::SetUp();
+        m_other = m_root + "/other";
+        fs::create_directories(m_other + "/tmp");
+        fs::create_directory_symlink(fake(""), m_other + "/fake");
+        writeFile(m_other + "/host", "there\n");
+        ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
+    }
+    void TearDown() override
+    {
+        endUse();
+        CFictlTest::TearDown();
+    }
+
+    /// Runs what follows on the other host, with its catalog.
+    template <class Work>
+    auto onOther(Work work)
+    {
+        std::swap(m_root, m_other);
+        const auto result = work();
+        std::swap(m_root, m_other);
+        return result;
+    }
+    SRun other(const std::vector<std::string>& arguments)
+    {
+        return onOther([&] { return fictlJson(arguments); });
+    }
+    void carry()
+    {
+        const std::string document = fictl({"snapshot", "export", "s"}).out;
+        const SRun received = onOther([&] { return receive(document); });
+        ASSERT_EQ(received.exit, 0) << received.err;
+    }
+
+    void use(const std::string& path)
+    {
+        m_user = fork();
+        if (m_user == 0) {
+            if (open(path.c_str(), O_RDONLY) >= 0) touch("used");
+            pause();
+            _exit(0);
+        }
+        waitForFile("used");
+    }
+    void endUse()
+    {
+        if (m_user <= 0) return;
+        kill(m_user, SIGKILL);
+        waitpid(m_user, nullptr, 0);
+        m_user = 0;
+    }
+
+    static std::string messageOf(const SRun& run) { return run.document()["error"]["message"]; }
+    static std::string nextOf(const SRun& run) { return run.document()["error"]["next"]; }
+    std::string imageName() const
+    {
+        const nlohmann::json shown = fictlJson({"snapshot", "show", "s"}).document();
+        return "KSV_Time_Image_" + shown["snapshot"]["checkpoint"].get<std::string>().substr(16);
+    }
+
+    std::string m_other;
+    pid_t m_user = 0;
+};
+
+TEST_F(CCopiesInUseTest, ASecondHostIsToldWhoHasTheImageAndNeverToDelete)
+{
+    carry();
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    const SRun run = fictlJson({"snapshot", "import", "s"});
+    EXPECT_EQ(run.exit, 5);
+    EXPECT_EQ(messageOf(run),
+              "snapshot \"s\": time image " + imageName() +
+                  " of group \"g1\" of appliance \"ap1\" is granted to host \"there\"; a checkpoint has "
+                  "one time image");
+    EXPECT_EQ(nextOf(run), "fictl snapshot release s there, then fictl snapshot import s here");
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(objects().size(), 4U);
+}
+
+TEST_F(CCopiesInUseTest, TheHostThatMadeItDoesNotDeleteWhatAnotherHasImported)
+{
+    carry();
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    const SRun run = fictlJson({"snapshot", "delete", "s"});
+    EXPECT_EQ(run.exit, 5);
+    EXPECT_EQ(messageOf(run), "snapshot \"s\": time image " + imageName() +
+                                  " of group \"g1\" of appliance \"ap1\" is granted to host \"there\" and not imported "
+                                  "by this record; nothing was deleted");
+    EXPECT_EQ(nextOf(run),
+              "give it back there with fictl snapshot release s, or add --even-if-in-use here to take it "
+              "away from there");
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(objects().size(), 4U);
+
+    EXPECT_EQ(other({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(objects().size(), 2U) << "the checkpoints stay";
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, TheOverrideDeletesWhatAnotherHostHas)
+{
+    carry();
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+    const SRun gone = other({"snapshot", "import", "s"});
+    EXPECT_EQ(gone.exit, 8);
+    EXPECT_NE(messageOf(gone).find(" is gone, and with it the copy that was imported"), std::string::npos);
+    EXPECT_EQ(other({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(other({"snapshot", "delete", "s"}).exit, 0);
+}
+
+TEST_F(CCopiesInUseTest, ReleaseRefusesWhatAnotherHostHas)
+{
+    carry();
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    const SRun run = fictlJson({"snapshot", "release", "s"});
+    EXPECT_EQ(run.exit, 5);
+    EXPECT_EQ(nextOf(run), "give it back there with fictl snapshot release s");
+    EXPECT_EQ(fictl({"snapshot", "release", "s", "--even-if-in-use"}).exit, 5);
+    EXPECT_EQ(objects().size(), 4U);
+}
+
+TEST_F(CCopiesInUseTest, ReleaseGivesTheCopyBackAndKeepsTheCheckpoint)
+{
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    const SRun run = fictlJson({"snapshot", "release", "s"});
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_EQ(run.document()["snapshot"]["state"], "complete");
+    EXPECT_TRUE(run.document()["snapshot"]["devices"][0]["import_path"].is_null());
+    EXPECT_EQ(objects().size(), 2U);
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0) << "it can be imported again";
+    EXPECT_EQ(fictl({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "release", "s"}).exit, 0) << "what was released is released";
+    expectClean();
+}
+
+TEST_F(CCopiesInUseTest, ReleaseThatFailsKeepsWhatIsStillThere)
+{
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    arm("delete-timeimage:g2 fail busy\n");
+    const SRun run = fictlJson({"snapshot", "release", "s"});
+    EXPECT_EQ(run.exit, 10);
+    EXPECT_EQ(state("s"), "import-failed");
+    EXPECT_EQ(objects().size(), 3U);
+    arm("");
+    EXPECT_EQ(fictl({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(objects().size(), 2U);
+}
+
+TEST_F(CCopiesInUseTest, ReleaseNeedsAnInspector)
+{
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    leaveInspectorAway();
+    const SRun run = fictlJson({"snapshot", "release", "s"});
+    EXPECT_EQ(run.exit, 8);
+    EXPECT_EQ(messageOf(run),
+              "snapshot \"s\": the copies cannot be given back alone: provider \"fakefi\" ships no "
+              "inspector");
+    EXPECT_EQ(state("s"), "imported");
+    EXPECT_EQ(objects().size(), 4U);
+}
+
+TEST_F(CCopiesInUseTest, ACopyThatAProgramHasOpenIsNeitherDeletedNorReleased)
+{
+    const SRun imported = fictlJson({"snapshot", "import", "s"});
+    ASSERT_EQ(imported.exit, 0);
+    const std::string path = imported.document()["snapshot"]["devices"][1]["import_path"];
+    use(path);
+    for (const char* verb : {"delete", "release"}) {
+        const SRun run = fictlJson({"snapshot", verb, "s"});
+        EXPECT_EQ(run.exit, 5) << verb;
+        EXPECT_EQ(messageOf(run), "snapshot \"s\": the copy " + path + " of /dev/fake3 is in use: open in process " +
+                                      std::to_string(m_user) + " (fictl_tests); nothing was " + verb + "d");
+        EXPECT_EQ(nextOf(run), "end that use and run the command again, or add --even-if-in-use");
+        EXPECT_EQ(state("s"), "imported");
+        EXPECT_EQ(objects().size(), 4U) << "the other group was not touched either";
+    }
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, WhereNothingCanBeAskedAnExportedRecordNeedsTheOverride)
+{
+    leaveInspectorAway();
+    ASSERT_EQ(fictl({"snapshot", "export", "s"}).exit, 0);
+    const SRun run = fictlJson({"snapshot", "delete", "s"});
+    EXPECT_EQ(run.exit, 5);
+    EXPECT_EQ(messageOf(run),
+              "snapshot \"s\": another host has its record, and whether a copy of group \"g1\" of appliance \"ap1\" is "
+              "in use there is not known (provider \"fakefi\" ships no inspector); nothing was deleted");
+    EXPECT_EQ(objects().size(), 2U);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, WhereNothingCanBeAskedARecordOfThisHostAloneIsDeletedWithAWarning)
+{
+    leaveInspectorAway();
+    const SRun run = fictl({"snapshot", "delete", "s"});
+    EXPECT_EQ(run.exit, 0);
+    EXPECT_NE(run.err.find("fictl: warning: not checked whether another host has a copy of group \"g1\" of appliance "
+                           "\"ap1\": provider \"fakefi\" ships no inspector\n"),
+              std::string::npos)
+        << run.err;
+}
+
+TEST_F(CCopiesInUseTest, WithoutAnInspectorTheOwnCopyOfAnExportedRecordIsDeleted)
+{
+    leaveInspectorAway();
+    ASSERT_EQ(fictl({"snapshot", "export", "s"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, ALunThatLivesElsewhereNowIsRefused)
+{
+    writeFile(fake("devices"), "/dev/fake1 S1 ap2 g3\n/dev/fake3 S3 ap1 g2\n");
+    for (const bool isInspected : {true, false}) {
+        if (!isInspected) leaveInspectorAway();
+        const SRun run = fictlJson({"snapshot", "delete", "s"});
+        EXPECT_EQ(run.exit, 10) << isInspected;
+        EXPECT_EQ(messageOf(run),
+                  "snapshot \"s\": LUN S1 of /dev/fake1 is in group \"g3\" of appliance \"ap2\" now, and "
+                  "was recorded in group \"g1\" of appliance \"ap1\"; nothing was deleted and the record "
+                  "stays");
+        EXPECT_EQ(state("s"), "complete");
+        EXPECT_EQ(objects().size(), 2U);
+    }
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
+    EXPECT_TRUE(objects().empty()) << "what the recorded group has";
+}
+
+TEST_F(CCopiesInUseTest, ALunThatNobodyHasAnyMoreIsDeletedFromTheRecordedGroup)
+{
+    writeFile(fake("devices"), "/dev/fake3 S3 ap1 g2\n");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, ShowIsTrueAfterAHalfFailedDelete)
+{
+    arm("delete-annotation:g2 fail busy\n");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 10);
+    const nlohmann::json snapshot = fictlJson({"snapshot", "show", "s"}).document()["snapshot"];
+    EXPECT_EQ(snapshot["state"], "delete-failed");
+    EXPECT_EQ(snapshot["devices"][0]["made"], "no");
+    EXPECT_EQ(snapshot["devices"][1]["made"], "yes");
+    arm("");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, AnAmbiguousDeviceIsRefusedBeforeAnythingIsMade)
+{
+    // A group called like another group's LUN: the provider would take that LUN for the group's.
+    writeFile(fake("groups"), "ap1 g1\nap1 g2\nap1 S1\nap2 g3\n");
+    const SRun run = fictlJson({"snapshot", "create", "t", "/dev/fake2", "/dev/fake1"});
+    EXPECT_EQ(run.exit, 7);
+    EXPECT_TRUE(messageOf(run).starts_with("device /dev/fake1: LUN S1 is ambiguous: ")) << messageOf(run);
+    EXPECT_TRUE(messageOf(run).ends_with("; nothing was made")) << messageOf(run);
+    EXPECT_EQ(state("t"), "");
+    EXPECT_EQ(objects().size(), 2U);
+}
+
+TEST_F(CCopiesInUseTest, ACheckpointThatTheApplianceDoesNotListIsNotBelieved)
+{
+    arm("make:g1 lies\n");
+    const SRun run = fictlJson({"snapshot", "create", "t", "/dev/fake1"});
+    EXPECT_EQ(run.exit, 8);
+    EXPECT_NE(messageOf(run).find("as made, but it is not in group \"g1\" of appliance \"ap1\""), std::string::npos)
+        << messageOf(run);
+    EXPECT_EQ(state("t"), "");
+    const SRun partial = fictlJson({"snapshot", "create", "u", "/dev/fake1", "/dev/fake3"});
+    EXPECT_EQ(partial.exit, 9);
+    EXPECT_NE(messageOf(partial).find("made: group \"g2\" of appliance \"ap1\"; not made: group \"g1\" of appliance "
+                                      "\"ap1\"; the provider says otherwise of group \"g1\" of appliance \"ap1\""),
+              std::string::npos)
+        << messageOf(partial);
+    EXPECT_EQ(fictl({"snapshot", "delete", "u"}).exit, 0);
+}
+
+TEST_F(CCopiesInUseTest, AnInspectorThatFailsIsSaidAndTheCommandGoesOn)
+{
+    arm("inspect fail=1 out of order\n");
+    const SRun run = fictl({"snapshot", "create", "t", "/dev/fake1"});
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_NE(run.err.find("fictl: warning: not checked "), std::string::npos) << run.err;
+}
+
+}  // namespace
