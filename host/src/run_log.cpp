@@ -41,7 +41,7 @@ size_t bytesOf(const SRunRecord& record)
 {
     size_t bytes = sizeof record + record.input.size() + record.output.size();
     for (const std::string& argument : record.arguments)
-        bytes += sizeof argument + argument.size();
+        bytes += argument.capacity() + sizeof(std::string);
     return bytes;
 }
 
