@@ -129,6 +129,21 @@ TEST_F(InspectorConfiguration, AnApplianceWhoseNameCannotBeSentIsAskedNothing)
     }
 }
 
+TEST_F(InspectorConfiguration, ANameThatNobodyCanResolveIsTold)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    std::string store = contentOf(place("/etc/qz/cdpfi.conf"));
+    store.replace(store.find("LOCAL_NAME=production"), 21, "LOCAL_NAME=nobody.invalid");
+    writeFile("/etc/qz/cdpfi.conf", store);
+    const CJson told = document({});
+    EXPECT_EQ(told.at("host"), CJson({{"name", "nobody.invalid"},
+                                      {"further_names", CJson::array()},
+                                      {"reason", "the resolver knows no address of nobody.invalid"}}));
+    EXPECT_EQ(told.at("appliances").at(0).at("host_here"), nullptr);
+    EXPECT_EQ(told.at("appliances").at(0).at("hosts").size(), 2u);
+}
+
 TEST_F(InspectorConfiguration, TheConfiguredTimeLimitIsKept)
 {
     replaceTool("lmsh", "exec sleep 60");

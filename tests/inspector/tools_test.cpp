@@ -115,6 +115,18 @@ TEST_F(InspectorTools, TheListDecidesWhateverTheDeletionAnswered)
     EXPECT_EQ(told.at("exit"), 5);
 }
 
+TEST_F(InspectorTools, ADeletionThatIsNeverAnsweredIsDecidedByTheListToo)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    ASSERT_EQ(site.lmadm({"fault", "arm", "hang-after", "--match", "delete timeimage"}).status, 0);
+    const CJson told = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha", "--timeout", "1"});
+    EXPECT_TRUE(told.at("released"));
+    EXPECT_EQ(told.at("exit"), nullptr);
+    EXPECT_EQ(site.copiesOf("alpha", "cg1").size(), 1u);
+}
+
 TEST_F(InspectorTools, WithoutAListNobodyKnowsWhetherAnImageIsGone)
 {
     site.addGroup("alpha", "cg1", {"a1"});
@@ -248,4 +260,18 @@ TEST_F(InspectorTools, AToolThatIsMissingOrNoProgramIsNamed)
          "answers": false, "seconds": null, "reason": "Permission denied"}])"));
     EXPECT_EQ(told.at("appliances").at(0).at("reason"), "lmsh could not be started: No such file or directory");
     EXPECT_EQ(told.at("disks").at("reason"), "plain could not be started: Permission denied");
+}
+
+TEST_F(InspectorTools, AScriptThatCannotBeWrittenIsTold)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    const SRun done = site.shell("production", "TMPDIR=/nowhere " + std::string(CDPFI_INSPECTOR));
+    EXPECT_EQ(done.status, 0) << done.err;
+    const CJson appliance = done.json().at("appliances").at(0);
+    EXPECT_FALSE(appliance.at("reachable"));
+    EXPECT_TRUE(std::regex_match(appliance.at("reason").get<std::string>(),
+                                 std::regex("/nowhere/[^ ]*: No such file or directory")))
+        << appliance.at("reason");
+    EXPECT_TRUE(done.json().at("disks").at("read"));
 }
