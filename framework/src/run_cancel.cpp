@@ -15,7 +15,8 @@ namespace {
 /*
  * The round tells a run whether a cancellation came since it began; the event wakes the runs of this round that wait
  * for it, -1 when none does. A signal handler can neither lock nor wait, so both change in one step: each cancellation
- * begins a round without an event, and whoever takes an event out of here is the one to close it.
+ * begins a round without an event, and whoever takes an event out of here is the one to close it. Aligned as a whole,
+ * or clang has it changed by a library that is not linked.
  */
 struct alignas(sizeof(uint64_t)) SState
 {

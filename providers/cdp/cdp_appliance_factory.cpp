@@ -1,12 +1,13 @@
 #include "providers/cdp/cdp_appliance_factory.h"
 
+#include "framework/include/cfistringtool.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
-#include "providers/cdp/cdp_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 
 namespace cdpfi {
 
+using obzx_pdk_4_4::CFiStringTool;
 using obzx_pdk_4_4::CFiTraceLogFunction;
 using obzx_pdk_4_4::TRACE_DETAIL;
 using obzx_pdk_4_4::TRACE_INFO;
@@ -37,8 +38,7 @@ void CCDPApplianceFactory::addFromLine(const std::string& line)
     if (!read) return;
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", read->key, read->value);
     if (read->name.empty()) return;
-    const CString name(read->name.c_str());
-    if (bytesOf(name) != read->name) throw std::bad_alloc();
+    const CString name = CFiStringTool::str2tstr(read->name);
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
     const CAppliancePtr appliance(new CLMRAppliance(name));
     m_appliances[read->name] = appliance;
