@@ -23,12 +23,14 @@ class Ending : public testing::Test
     fs::path root() const { return m_site.root("production"); }
     std::string file(const char* name) const { return (root() / name).string(); }
 
-    /// What makes a checkpoint is held until "go" is there; a child of the script makes it then, and "acted".
+    /// Nothing is answered once "dead" is there. What makes a checkpoint is held until "go" is there; a child of the
+    /// script makes it then, and "acted".
     void putScriptBeforeTheAppliancesShell() const
     {
         const fs::path tool = root() / "site-shell";
         std::ofstream(tool) << "#!/bin/sh\nscript=$(cat)\n"
                             << "ask() { printf '%s\\n' \"$script\" | " << CDPFI_BIN_DIR << "/lmsh; }\n"
+                            << "test -e " << file("dead") << " && sleep 600\n"
                             << "case $script in\n*create*annotation*)\n"
                             << "  (until test -e " << file("go") << "; do sleep 0.01; done; ask; touch "
                             << file("acted") << ") &\n  touch " << file("held") << "\n  wait;;\n*) ask;;\nesac\n";
@@ -103,6 +105,20 @@ TEST_F(Ending, ASignalWhileFrozenCancelsTheCommandThawsAndLeavesNothing)
     EXPECT_EQ(stopped.json()["error"]["commands"][0]["stopped"], "cancel");
     EXPECT_EQ(m_site.fictl("production", {"snapshot", "show", "nightly"}).status, 3);
     waitForTheEnd();
+    EXPECT_TRUE(m_site.copiesOf("vault", "payroll").empty());
+    EXPECT_FALSE(fs::exists(file("acted")));
+}
+
+TEST_F(Ending, ASignalWhileFrozenIsNotHeldUpByAnApplianceThatAnswersNoMore)
+{
+    // Without a limit of its own each command would have 600 seconds.
+    const SRun stopped = createAnd(hooks(), "touch " + file("dead") + "; kill -INT $P");
+    EXPECT_EQ(stopped.status, 15) << stopped.err;
+    EXPECT_EQ(contentOf(file("hooks")), "freeze\nthaw stopped\n");
+    EXPECT_EQ(stopped.json()["error"]["next"], "fictl snapshot delete nightly");
+    fs::remove(file("dead"));
+    waitForTheEnd();
+    EXPECT_EQ(m_site.fictl("production", {"snapshot", "delete", "nightly"}).status, 0);
     EXPECT_TRUE(m_site.copiesOf("vault", "payroll").empty());
     EXPECT_FALSE(fs::exists(file("acted")));
 }

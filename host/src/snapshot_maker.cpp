@@ -22,6 +22,8 @@ class CQuiesced
     std::function<void()> m_end;
 };
 
+constexpr uint64_t SETTLING_LIMIT = 5;
+
 std::string alsoFailed(const SMakeResult& result)
 {
     return result.thawFailure.empty() ? "" : "; the thaw command failed too: " + result.thawFailure;
@@ -34,6 +36,8 @@ void tellEarlyThaw(const SThawed& thawed, SMakeResult& result)
     if (thawed.cause == EThaw::STOPPED) {
         result.cutShort = "stopped by a signal: " + what;
         result.cutShortExit = EExit::STOPPED;
+        // Who stops fictl wants it gone: what is asked from here on, to settle what was made, has to be answered soon.
+        obzx_set_run_limit(SETTLING_LIMIT);
         result.cutShortNext = "run the command again";
     } else if (thawed.cause == EThaw::TIMED_OUT) {
         result.cutShort = what + ": it was frozen as long as --max-freeze allows";
