@@ -65,12 +65,13 @@ class Guardian : public testing::Test
 
     std::string file(const char* name) const { return m_folder + "/" + name; }
 
-    /// A tool that is a shell script: its child goes on by itself and writes "marker" once "go" is there.
+    /// A tool that is a shell script: its child goes on by itself and writes "marker" once "go" is there. It gives up
+    /// some day, so that a test that fails leaves nothing behind for good.
     pid_t startTool() const
     {
-        const std::string script = "(until test -e " + file("go") + "; do sleep 0.01; done; touch " + file("marker") +
-                                   ") & echo $! > " + file("child.new") + "; mv " + file("child.new") + " " +
-                                   file("child") + "; wait";
+        const std::string script = "(for i in $(seq 6000); do test ! -e " + file("go") +
+                                   " || break; sleep 0.01; done; touch " + file("marker") + ") & echo $! > " +
+                                   file("child.new") + "; mv " + file("child.new") + " " + file("child") + "; wait";
         const pid_t pid = fork();
         if (pid != 0) {
             setpgid(pid, pid);
