@@ -4,6 +4,27 @@
 
 namespace fictl {
 
+/// Who runs fictl, as far as the place of the catalog goes by it.
+struct SCatalogUser
+{
+    std::string common;  ///< /var/lib/qz/fictl.db, below OBZX_ROOT
+    bool isRoot = true;
+    bool hasRootFolder = false;  ///< OBZX_ROOT is set
+    std::string stateFolder;     ///< XDG_STATE_HOME
+    std::string home;
+
+    /// The user of this process.
+    static SCatalogUser current();
+};
+
+/**
+ * Where the catalog of a user lies: /var/lib/qz/fictl.db below OBZX_ROOT, for root and wherever OBZX_ROOT is set; else
+ * cdpfi/fictl.db in the user's state folder ($XDG_STATE_HOME, by default ~/.local/state). A catalog in /var/lib/qz that
+ * the user owns stays in use, so that none is lost out of sight.
+ */
+std::string catalogPath(const SCatalogUser& user);
+std::string catalogPath();
+
 /// Path of the catalog's file, its folder (0700) and the file itself (0600) created where missing. Folders above are
 /// created with the usual rights. Throws EFictl (CATALOG).
 std::string prepareCatalogFile();
