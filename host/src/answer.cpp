@@ -28,7 +28,7 @@ int CAnswer::done(const SResult& result) const
             throw EFictl(EExit::IO, "standard output: its reader went away before it had all of the document",
                          "run the command again with a reader that takes all of it, or with --file");
         }
-        return static_cast<int>(EExit::OK);
+        return static_cast<int>(result.exit);
     } catch (const EFictl& error) {
         // Standard output has failed, so there is no place for a document.
         CProgress::write(errorText(error));

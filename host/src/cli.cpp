@@ -59,6 +59,12 @@ void addName(CLI::App* command, SCommandLine& line)
     command->add_option("NAME", line.name, "Name of the snapshot")->required();
 }
 
+void addDoctor(CLI::App& app, SCommandLine& line)
+{
+    CLI::App* const doctor = add(app, "doctor", "Tell what is wrong with this host's set-up, and what to do about it");
+    doctor->callback([&line] { line.command = [](const SContext& context) { return runDoctor(context); }; });
+}
+
 void addProviderAndDevice(CLI::App& app, SCommandLine& line)
 {
     CLI::App* const provider = add(app, "provider", "Providers of snapshots");
@@ -150,6 +156,7 @@ void build(CLI::App& app, SCommandLine& line)
                  "Write a line for each step to standard error, also when it is no terminal");
     app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");
     app.footer(exitCodeText);
+    addDoctor(app, line);
     addProviderAndDevice(app, line);
     CLI::App* const snapshot = add(app, "snapshot", "Snapshots and their records");
     snapshot->require_subcommand(1);

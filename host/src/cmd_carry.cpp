@@ -145,7 +145,7 @@ SResult exportSnapshot(const std::string& name, const std::string& file, bool fo
     const std::string text = writeDocument(snapshot);
     // Before anybody can have the document: from then on another host may work with the copies.
     catalog.markExported(name);
-    if (file.empty()) return {json::parse(text), text, true};
+    if (file.empty()) return {json::parse(text), text, EExit::OK, true};
     CNewFile out(file);
     out.write(text);
     out.keep(force);

@@ -41,6 +41,8 @@ struct SDeleteRequest
 // Every command returns what goes to standard output and throws EFictl when it cannot do its work.
 
 SResult showProvider(const SContext& context);
+/// Looks at all that a snapshot needs on this host; EExit::FAILED in the result when something is wrong.
+SResult runDoctor(const SContext& context);
 SResult listDevices(const SContext& context, const std::vector<std::string>& devices);
 
 SResult createSnapshot(const SContext& context, const SCreateRequest& request);

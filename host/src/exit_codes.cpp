@@ -14,7 +14,7 @@ constexpr SExitCode CODES[] = {
     {EExit::STATE, "state", "the snapshot's state does not allow it, or another fictl is at work on it"},
     {EExit::PROVIDER, "provider", "the provider could not be loaded or started"},
     {EExit::NOT_CLAIMED, "not-claimed", "a device is not served by the provider; nothing was done"},
-    {EExit::FAILED, "failed", "the provider or the appliance refused or failed"},
+    {EExit::FAILED, "failed", "the provider or the appliance refused or failed, or the doctor found something to mend"},
     {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
     {EExit::NOT_DELETED, "not-deleted", "a deletion was not confirmed by the appliance; the record stays"},
     {EExit::CATALOG, "catalog", "the catalog could not be read or written"},

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "host/src/exit_codes.h"
+
 namespace fictl {
 
 using nlohmann::json;
@@ -13,6 +15,7 @@ struct SResult
 {
     json document;
     std::string text;
+    EExit exit = EExit::OK;
     bool isDelivery = false;  ///< the command's work is that somebody gets all of this
 };
 
