@@ -170,7 +170,8 @@ void CSnapshotCreation::lookBefore()
 {
     m_context.progress.step("look at the groups");
     m_knowledge.emplace(m_context.chosenProvider(), m_context.timeout, m_record.groups());
-    const SInspection* const seen = m_knowledge->look();
+    // All groups: a LUN may stand in another one, too.
+    const SInspection* const seen = m_knowledge->lookAtInventory();
     stopPoint();
     if (seen == nullptr) {
         m_knowledge->warnUnguarded(

@@ -55,7 +55,7 @@ std::vector<std::string> CInspector::words(std::initializer_list<std::string> fi
 {
     std::vector<std::string> words = {m_path};
     words.insert(words.end(), first);
-    if (m_limit.count() > 0) words.insert(words.end(), {"--timeout", std::to_string(m_limit.count())});
+    if (m_limit.count() > 0) words.push_back("--timeout=" + std::to_string(m_limit.count()));
     return words;
 }
 
@@ -66,9 +66,19 @@ std::optional<SInspection> CInspector::look(const std::set<GroupKey>& groups, bo
     std::set<std::string> appliances;
     std::set<std::string> names;
     for (const GroupKey& key : groups) {
-        if (appliances.insert(key.first).second) command.insert(command.end(), {"--appliance", key.first});
-        if (names.insert(key.second).second) command.insert(command.end(), {"--group", key.second});
+        if (appliances.insert(key.first).second) command.push_back("--appliance=" + key.first);
+        if (names.insert(key.second).second) command.push_back("--group=" + key.second);
     }
+    return document(std::move(command), stopOnSignal);
+}
+
+std::optional<SInspection> CInspector::lookAtInventory()
+{
+    return isThere() ? document(words({"--inventory"}), true) : std::nullopt;
+}
+
+std::optional<SInspection> CInspector::document(std::vector<std::string> command, bool stopOnSignal)
+{
     const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).stoppingOnSignal(stopOnSignal).run();
     if (end.exit != 0) {
         m_why = m_path + " " + end.reason + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
@@ -83,8 +93,9 @@ std::optional<SInspection> CInspector::look(const std::set<GroupKey>& groups, bo
 bool CInspector::release(const GroupKey& group, const std::string& image)
 {
     if (!isThere()) return false;
-    const SProgramEnd end =
-        CProgram(words({"release", "--appliance", group.first, "--", group.second, image})).within(WHOLE_LIMIT).run();
+    std::vector<std::string> command = words({"release", "--appliance=" + group.first});
+    command.insert(command.end(), {"--", group.second, image});
+    const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).run();
     const json document = json::parse(end.output, nullptr, false);
     if (document.is_object() && document.value("released", false) && end.exit == 0) return true;
     m_why = document.is_object() && document.contains("reason") && document["reason"].is_string()

@@ -25,12 +25,15 @@ class CInspector
 
     /// Looks at some groups, or at everything when there is none. Nothing when no document could be had; why() tells.
     std::optional<SInspection> look(const std::set<GroupKey>& groups, bool stopOnSignal = true);
+    /// Looks at the LUNs and checkpoints of every group, and at no time image.
+    std::optional<SInspection> lookAtInventory();
     const std::string& why() const { return m_why; }
 
     /// Has the appliance delete a time image and nothing else; true when it is not there any more, else why() tells.
     bool release(const GroupKey& group, const std::string& image);
 
   private:
+    std::optional<SInspection> document(std::vector<std::string> command, bool stopOnSignal);
     std::vector<std::string> words(std::initializer_list<std::string> first) const;
 
     std::string m_provider;

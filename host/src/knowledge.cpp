@@ -10,6 +10,12 @@ const SInspection* CKnowledge::look(bool stopOnSignal)
     return seen();
 }
 
+const SInspection* CKnowledge::lookAtInventory()
+{
+    m_seen = m_inspector.lookAtInventory();
+    return seen();
+}
+
 void CKnowledge::warnUnguarded(const std::string& guard, const std::string& why)
 {
     if (m_warned.insert(guard).second) CProgress::warn("not checked " + guard + ": " + why);

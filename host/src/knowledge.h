@@ -23,6 +23,8 @@ class CKnowledge
     /// Looks now; null when there is nothing to look with, or it did not work. stopOnSignal gives up when fictl is
     /// asked to stop.
     const SInspection* look(bool stopOnSignal = true);
+    /// Looks at the LUNs and checkpoints of every group there is, and at no time image.
+    const SInspection* lookAtInventory();
     /// What was seen last; null before the first look and after one that did not work.
     const SInspection* seen() const { return m_seen ? &*m_seen : nullptr; }
     /// Why nothing was seen; empty when something was.

@@ -61,7 +61,9 @@ TEST_F(CImportTest, FindsACopyAgainWhosePathShowsAnotherLun)
     writeFile(fake("copies/S2"), "S9.of.another.image\n");
     const SRun run = fictl({"snapshot", "import", "s"});
     EXPECT_EQ(run.exit, 0) << run.err;
-    EXPECT_EQ(readFile(fake("copies/S2")), shown);
+    const nlohmann::json device = fictlJson({"snapshot", "show", "s"}).document()["snapshot"]["devices"][1];
+    EXPECT_NE(device["import_path"], fake("copies/S2"));
+    EXPECT_EQ(readFile(device["import_path"]), shown);
 }
 
 TEST_F(CImportTest, SaysSoWhenTheImageOfAnImportedCopyIsGone)

@@ -143,7 +143,7 @@ TEST(Inspection, RefusesADocumentWithAValueOfAnotherKindAnywhere)
     const json flat = document.flatten();
     std::string reason;
     for (const auto& [path, value] : flat.items()) {
-        if (value.is_null() || path == "/appliances/0/host_here/by") continue;
+        if (value.is_null() || path.ends_with("/by") || path.ends_with("/hosts_read")) continue;  // fictl does not ask
         json changed = document;
         changed[json::json_pointer(path)] = value.is_number() ? json("text") : json(17);
         if (value.empty() && value.is_structured()) continue;

@@ -412,6 +412,7 @@ int32_t fakefi_fi_pgn_init_altnode(obz_domain* primary, obz_domain* /*second*/, 
     SImage image;
     if (!g_fake->store.findImage(data.groupKey(), data.image, image)) return OBZ_ERR_FAILED;
     if (!image.isGrantedTo(g_fake->store.hostName())) return OBZ_ERR_FAILED;
+    dataOf(target).serial = "T" + data.serial;
     target->identity = identityOf(g_fake->store.createCopy(data.groupKey(), data.image, data.serial));
     return OBZ_OK;
 }

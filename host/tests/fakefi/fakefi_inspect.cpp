@@ -43,6 +43,7 @@ struct SRequest
     std::vector<std::string> groups;
     unsigned timeout = 600;
     bool raw = false;
+    bool inventory = false;
 };
 
 bool isWanted(const std::vector<std::string>& wanted, const std::string& name)
@@ -58,20 +59,29 @@ json textOrNull(const std::string& text)
 std::optional<SRequest> requestOf(int argc, char** argv)
 {
     SRequest request;
+    bool onlyNames = false;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        if (word == "--raw") {
-            request.raw = true;
-        } else if (!word.starts_with("--")) {
+        const std::string option = word.substr(0, word.find('='));
+        const bool takesValue = option == "--appliance" || option == "--group" || option == "--timeout";
+        if (takesValue && word == option && i + 1 == argc) return std::nullopt;
+        const std::string value = !takesValue      ? std::string()
+                                  : word == option ? argv[++i]
+                                                   : word.substr(option.size() + 1);
+        if (onlyNames || !word.starts_with("--")) {
             request.words.push_back(word);
-        } else if (i + 1 == argc) {
-            return std::nullopt;
-        } else if (word == "--appliance") {
-            request.appliances.emplace_back(argv[++i]);
-        } else if (word == "--group") {
-            request.groups.emplace_back(argv[++i]);
-        } else if (word == "--timeout") {
-            request.timeout = static_cast<unsigned>(std::stoul(argv[++i]));
+        } else if (word == "--") {
+            onlyNames = true;
+        } else if (word == "--raw") {
+            request.raw = true;
+        } else if (word == "--inventory") {
+            request.inventory = true;
+        } else if (option == "--appliance") {
+            request.appliances.push_back(value);
+        } else if (option == "--group") {
+            request.groups.push_back(value);
+        } else if (option == "--timeout") {
+            request.timeout = static_cast<unsigned>(std::stoul(value));
         } else {
             return std::nullopt;
         }
@@ -206,6 +216,7 @@ json CInspection::group(const SGroup& group) const
         document["annotations"].push_back({{"name", annotation.name},
                                            {"time", textOrNull(annotation.time)},
                                            {"message", textOrNull(annotation.message)}});
+    if (m_request.inventory) return document;
     if (imagesUnread.action != EAction::NONE) {
         document["reason"] = textOrNull(imagesUnread.text);
         return document;

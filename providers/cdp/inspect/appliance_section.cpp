@@ -145,7 +145,7 @@ class CApplianceSection
         for (const std::string& name : *names) {
             SHost& host = m_section.hosts.emplace_back(SHost{name, {}});
             CReason ignored;  // what a host shows is told where it is known
-            if (!m_options.groups.empty()) continue;
+            if (m_options.inventory || !m_options.groups.empty()) continue;
             if (const auto lines = ask(lmr_commands::showHost(cdpfi::textOf(name)), ignored))
                 host.luns = textsOf(parsePresentedLuns(*lines));
         }
@@ -177,7 +177,7 @@ class CApplianceSection
                 fill(group, listing, parseGroupDetails(*lines));
             }
         }
-        readImages(group);
+        if (!m_options.inventory) readImages(group);
         return group;
     }
 

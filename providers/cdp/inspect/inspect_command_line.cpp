@@ -49,6 +49,7 @@ void build(CLI::App& app, SCommandLine& line)
         ->allow_extra_args(false);
     app.add_option("--group", line.look.groups, "Show groups of this name only; may be given again")
         ->allow_extra_args(false);
+    app.add_flag("--inventory", line.look.inventory, "Ask for no time image and not for what each host is shown");
     addTimeout(app, line);
     app.add_flag("--raw", line.look.raw, "Add every command that was sent, with its answer");
 

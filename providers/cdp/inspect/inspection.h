@@ -15,6 +15,7 @@ struct SInspectOptions
     std::vector<std::string> appliances;  ///< to ask; empty: all
     std::vector<std::string> groups;      ///< to show; empty: all
     uint64_t timeout = 600;               ///< seconds for each command
+    bool inventory = false;               ///< leave time images and what hosts are shown out
     bool raw = false;                     ///< keep the commands with their answers
 };
 
