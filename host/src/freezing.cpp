@@ -57,7 +57,7 @@ SHookResult CFreezing::freeze()
         return *m_frozen;
     }
     try {
-        m_watch = std::thread([this] { attendUntilThawed(); });
+        m_watch = std::thread([this] { watch(); });
     } catch (const std::system_error& error) {
         thaw(EThaw::FAILED);
         return {false, std::string("fictl cannot watch over it: ") + error.what()};
@@ -68,6 +68,7 @@ SHookResult CFreezing::freeze()
 std::optional<SThawed> CFreezing::thaw(EThaw cause)
 {
     if (!m_isActive) return m_thawed;
+    m_isOver = true;
     ask(cause);
     if (m_watch.joinable()) {
         m_watch.join();
@@ -85,6 +86,16 @@ void CFreezing::ask(EThaw cause)
     m_isAsked = true;
     // A guardian that is gone is noticed by who reads its answers.
     CGuardian::current()->link().send({.type = EGuard::THAW, .cause = cause});
+}
+
+void CFreezing::watch()
+{
+    attendUntilThawed();
+    // A provider may go on to a next command although one was cancelled.
+    while (m_isCutShort && !m_isOver) {
+        obzx_cancel_runs();
+        std::this_thread::sleep_for(SLICE);
+    }
 }
 
 void CFreezing::attendUntilThawed()

@@ -47,6 +47,7 @@ class CFreezing
     using Clock = CHookRun::Clock;
 
     void ask(EThaw cause);
+    void watch();
     void attendUntilThawed();
     void attend();
     void note(const SGuardMessage& message);
@@ -57,6 +58,7 @@ class CFreezing
     std::atomic<bool> m_isAsked{false};
     std::atomic<EThaw> m_cause{EThaw::FAILED};  // what was asked for
     std::atomic<bool> m_isCutShort{false};
+    std::atomic<bool> m_isOver{false};  // thaw() was called
     bool m_isActive = false;
     Clock::time_point m_start;
     Clock::time_point m_patience;   // until then the guardian must have answered

@@ -1,5 +1,6 @@
 #include "host/src/signals.h"
 
+#include <atomic>
 #include <csignal>
 
 #include "host/src/error.h"
@@ -8,11 +9,13 @@ namespace fictl {
 
 namespace {
 
-volatile std::sig_atomic_t g_stop = 0;
+// Read by the thread that watches over a frozen application, too.
+std::atomic<bool> g_stop{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait for a lock");
 
 extern "C" void onStop(int)
 {
-    g_stop = 1;
+    g_stop = true;
 }
 
 }  // namespace
@@ -41,7 +44,7 @@ void installSignalHandling()
 
 bool stopRequested()
 {
-    return g_stop != 0;
+    return g_stop;
 }
 
 void stopPoint()

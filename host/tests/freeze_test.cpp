@@ -36,12 +36,12 @@ class CFreezeTest : public CFictlTest
     std::string note(const std::string& what) const { return "echo " + what + " >> " + fake("hooks"); }
     std::string noteThaw() const { return note("thaw $FICTL_STATUS"); }
 
-    /// Starts a creation and returns once its application is frozen and its make has begun.
+    /// Starts a creation and returns once its application is frozen and its make has done all but return.
     pid_t startFrozen(const std::string& maxFreeze = "60", const std::string& thaw = {})
     {
         for (const char* file : {"hooks", "go", "go.reached"})
             fs::remove(fake(file));
-        arm("make wait go\n");
+        arm("made wait go\n");
         const pid_t pid =
             startHeld({"--output", "json", "snapshot", "create", "s", "/dev/fake1", "/dev/fake3", "--freeze",
                        note("freeze"), "--thaw", thaw.empty() ? noteThaw() : thaw, "--max-freeze", maxFreeze});
@@ -121,7 +121,7 @@ TEST_F(CFreezeTest, ASignalThatStopsFictlThawsAtOnceAndCallsNothingComplete)
         const SRun run = finish();
         EXPECT_EQ(run.exit, 15) << run.err;
         EXPECT_EQ(hooks(), (Lines{"freeze", "thaw stopped"})) << signal;
-        // This provider does not let itself be stopped, so its checkpoints are made, but too late.
+        // For all that is known its checkpoints were made too late.
         EXPECT_EQ(state("s"), "partial");
         EXPECT_NE(run.err.find("stopped by a signal: the application was thawed after "), std::string::npos) << run.err;
         EXPECT_GT(run.document()["error"]["frozen_seconds"].get<double>(), 0);
