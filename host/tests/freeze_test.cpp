@@ -330,13 +330,16 @@ TEST_F(CFreezeTest, AFreezeCommandWhoseGuardianIsKilledIsEndedAndThawed)
     expectNothingRuns();
 }
 
-TEST_F(CFreezeTest, AGuardianThatIsGoneBeforeNothingIsFrozenIsRefused)
+TEST_F(CFreezeTest, WhereTheGuardianIsGoneBeforeNothingIsFrozen)
 {
     arm("quiesce wait go\n");
     startHeld({"snapshot", "create", "s", "/dev/fake1", "--freeze", note("freeze"), "--thaw", noteThaw()});
     release();
     waitForFile("go.reached");
-    kill(guardian(), SIGKILL);
+    const pid_t killed = guardian();
+    kill(killed, SIGKILL);
+    waitUntil(
+        [killed] { return readFile("/proc/" + std::to_string(killed) + "/stat").find(") Z") != std::string::npos; });
     touch("go");
     const SRun run = finish();
     EXPECT_EQ(run.exit, 12);
