@@ -46,9 +46,7 @@ void CCopyGuard::requireUnused(const GroupKey& group)
         if (device->importPath.empty()) continue;
         // The name may have passed on to another disk; what that one is used for is its own affair.
         const SInspection* const seen = m_knowledge.seen();
-        if (seen != nullptr && !device->importSerial.empty() &&
-            seen->shows(device->importPath, device->importSerial) == EThere::NO)
-            continue;
+        if (seen != nullptr && seen->showsAnother(device->importPath, device->importSerial)) continue;
         const std::vector<std::string> uses = usesOf(device->importPath);
         if (uses.empty()) continue;
         std::string all;

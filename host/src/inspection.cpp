@@ -191,6 +191,12 @@ EThere SInspection::shows(const std::string& path, const std::string& serial) co
     return thereIf(disk != disks.end() && disk->second == serial);
 }
 
+bool SInspection::showsAnother(const std::string& path, const std::string& serial) const
+{
+    const auto disk = disks.find(path);
+    return !serial.empty() && disk != disks.end() && disk->second != serial;
+}
+
 std::string SInspection::doubt(const GroupKey& key) const
 {
     const SInspectedAppliance* const found = appliance(key.first);

@@ -88,6 +88,8 @@ struct SInspection
     EThere isGrantedHere(const GroupKey& key, const std::string& name) const;
     /// Whether a device path shows a LUN.
     EThere shows(const std::string& path, const std::string& serial) const;
+    /// True when a device path shows a LUN, and for certain not this one.
+    bool showsAnother(const std::string& path, const std::string& serial) const;
 
     /// Why nothing certain is known of a group; empty when it was read.
     std::string doubt(const GroupKey& key) const;

@@ -79,6 +79,10 @@ TEST(Inspection, TellsYesAndNoOfWhatWasRead)
     EXPECT_EQ(seen.shows("/dev/sda", "S2"), EThere::NO);
     EXPECT_EQ(seen.shows("/dev/sdz", "S1"), EThere::NO);
     EXPECT_EQ(seen.doubt(G1), "");
+    EXPECT_TRUE(seen.showsAnother("/dev/sda", "S2"));
+    EXPECT_FALSE(seen.showsAnother("/dev/sda", "S1"));
+    EXPECT_FALSE(seen.showsAnother("/dev/sda", "")) << "nothing is known of what it showed";
+    EXPECT_FALSE(seen.showsAnother("/dev/sdz", "S1")) << "what does not show at all may still be open";
 }
 
 TEST(Inspection, WhatIsNotToldIsUnknownAndNeverAbsent)

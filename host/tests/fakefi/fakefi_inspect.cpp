@@ -151,7 +151,23 @@ class CInspection
         json devices = json::array();
         for (const SLun& lun : m_store.luns())
             devices.push_back({{"path", lun.path}, {"serial", lun.serial}});
+        for (const std::string& appliance : m_store.appliances()) {
+            for (const std::string& name : m_store.groups(appliance))
+                addCopies({appliance, name}, devices);
+        }
         return {{"read", true}, {"reason", nullptr}, {"devices", std::move(devices)}};
+    }
+
+    /// The copies that were made of what is granted to this host.
+    void addCopies(const SGroup& group, json& devices) const
+    {
+        for (const SImage& image : m_store.images(group)) {
+            if (!image.isGrantedTo(m_store.hostName())) continue;
+            for (const SLun& lun : m_store.lunsOf(group)) {
+                const std::string path = m_store.copyPath(group, image.name, lun.serial);
+                if (std::filesystem::exists(path)) devices.push_back({{"path", path}, {"serial", "T" + lun.serial}});
+            }
+        }
     }
 
     json appliance(const std::string& name) const;
