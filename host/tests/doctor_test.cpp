@@ -119,7 +119,7 @@ TEST_F(CDoctorTest, ASoundSiteIsAllOk)
                            "OK   provider \"fakefi\" (" +
                            provider() + ") loads with all its entry points and starts\n");
     EXPECT_FALSE(fs::exists(m_root + "/var/lib")) << "the doctor makes no catalog";
-    EXPECT_EQ(inspectorCalls(), "--timeout 20\n");
+    EXPECT_EQ(inspectorCalls(), "--timeout=20\n");
 }
 
 TEST_F(CDoctorTest, TheDocumentHasEveryCheck)
