@@ -9,7 +9,6 @@
 
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfiplatformerror.h"
-#include "framework/include/cfistringtool.h"
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
@@ -19,7 +18,6 @@ namespace cdpfi::inspect {
 
 using obzx_pdk_4_4::CFiConfiguration;
 using obzx_pdk_4_4::CFiPlatformError;
-using obzx_pdk_4_4::CFiStringTool;
 
 namespace {
 

@@ -1,13 +1,10 @@
 #include "providers/cdp/inspect/inspection.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <ctime>
 
 #include "framework/include/ccmnnetwork.h"
-#include "framework/include/cficonfiguration.h"
-#include "framework/include/cfiplatformerror.h"
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/inspect/ambiguous_serials.h"
 #include "providers/cdp/inspect/appliance_section.h"
