@@ -4,7 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <memory>
 
+#include "framework/include/obzx_runtime.h"
 #include "host/src/answer.h"
 #include "host/src/commands.h"
 #include "host/src/error.h"
@@ -21,6 +23,7 @@ struct SCommandLine
     std::string output = "table";
     std::string provider;
     bool verbose = false;
+    long timeout = 0;
 
     std::string name;
     std::vector<std::string> devices;
@@ -152,6 +155,8 @@ void build(CLI::App& app, SCommandLine& line)
     app.add_option("--output", line.output, "Form of standard output: table or json")
         ->check(CLI::IsMember({"table", "json"}));
     app.add_option("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
+    app.add_option("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)")
+        ->check(CLI::Range(1L, 86400L));
     app.add_flag("--verbose", line.verbose,
                  "Write a line for each step to standard error, also when it is no terminal");
     app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");
@@ -183,7 +188,9 @@ SResult runCommand(SCommandLine& line)
 {
     SContext context;
     context.provider = line.provider;
-    context.progress = CProgress(line.verbose || isatty(STDERR_FILENO) == 1);
+    context.progress = CProgress(line.verbose || isatty(STDERR_FILENO) == 1, std::make_shared<CHeartbeat>());
+    context.timeout = std::chrono::seconds(line.timeout);
+    obzx_set_run_limit(static_cast<uint64_t>(line.timeout));
     return line.command(context);
 }
 

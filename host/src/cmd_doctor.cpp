@@ -107,11 +107,11 @@ class CDoctor
         m_context.progress.step("start the provider");
         const std::string provider = m_context.chosenProvider();
         const std::string name = "provider \"" + CProviderLibrary::nameOf(provider) + "\"";
-        const SProgramEnd end =
-            CProgram({"/proc/self/exe", "--output", "json", "--provider", provider, "provider", "show"})
-                .within(10 * m_timeout)
-                .stoppingOnSignal(true)
-                .run();
+        const SProgramEnd end = CProgram({"/proc/self/exe", "--output", "json", "--provider", provider, "--timeout",
+                                          std::to_string(m_timeout.count()), "provider", "show"})
+                                    .within(10 * m_timeout)
+                                    .stoppingOnSignal(true)
+                                    .run();
         stopPoint();
         const json document = json::parse(end.output, nullptr, false);
         const char* const next = "install the provider again, or name the right one with --provider";

@@ -1,5 +1,6 @@
 #include "host/src/device_offer.h"
 
+#include <algorithm>
 #include <memory>
 #include <optional>
 
@@ -27,7 +28,8 @@ KnownPaths inspectedPaths(const std::string& provider, std::chrono::seconds time
 SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const KnownPaths& knownPaths)
 {
     SNamedOffer refused{given, {}};
-    for (const std::string& name : localNames(given)) {
+    const std::vector<std::string> names = localNames(given);
+    for (const std::string& name : names) {
         SOffer offer = tree.offer(name);
         if (offer.claimed) return {name, std::move(offer)};
         if (refused.offer.reason.empty()) refused.offer = std::move(offer);
@@ -35,7 +37,7 @@ SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const Know
     // Only where there is something can it be the same as what the provider knows under another name.
     if (!identifyDevice(given)) return refused;
     const std::optional<std::string> known = resolveDevice(given, knownPaths());
-    if (!known) return refused;
+    if (!known || std::find(names.begin(), names.end(), *known) != names.end()) return refused;
     SOffer offer = tree.offer(*known);
     return offer.claimed ? SNamedOffer{*known, std::move(offer)} : refused;
 }

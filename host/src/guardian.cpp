@@ -15,6 +15,7 @@ extern "C" {
 
 #include "host/src/error.h"
 #include "host/src/guardian_process.h"
+#include "host/src/heartbeat.h"
 #include "host/src/run_log.h"
 
 namespace fictl {
@@ -68,8 +69,14 @@ CGuardian::CGuardian()
     }
     m_link = std::move(links->first);
     g_current = this;
-    CRunLog::setWatch({[](const SRunRecord& run) { guardianStarted(run.process); },
-                       [](const SRunRecord& run) { guardianEnded(run.process); }});
+    CRunLog::setWatch({[](const SRunRecord& run) {
+                           guardianStarted(run.process);
+                           noteRunStarted(run);
+                       },
+                       [](const SRunRecord& run) {
+                           guardianEnded(run.process);
+                           noteRunEnded(run);
+                       }});
 }
 
 CGuardian::~CGuardian()

@@ -9,6 +9,7 @@ namespace fictl {
 
 void CProgress::step(const std::string& text) const
 {
+    if (m_heartbeat) m_heartbeat->step(text);
     if (!m_enabled) return;
     const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
     char time[32];

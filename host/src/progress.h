@@ -1,7 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <string>
+#include <utility>
+
+#include "host/src/heartbeat.h"
 
 namespace fictl {
 
@@ -9,7 +13,11 @@ namespace fictl {
 class CProgress
 {
   public:
-    explicit CProgress(bool enabled) : m_enabled(enabled) {}
+    /// @param heartbeat tells of steps that last long; may be null
+    explicit CProgress(bool enabled, std::shared_ptr<CHeartbeat> heartbeat = nullptr)
+        : m_enabled(enabled), m_heartbeat(std::move(heartbeat))
+    {
+    }
 
     /// "[seconds since the start] text"
     void step(const std::string& text) const;
@@ -20,6 +28,7 @@ class CProgress
 
   private:
     bool m_enabled;
+    std::shared_ptr<CHeartbeat> m_heartbeat;
     std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
 };
 
