@@ -30,6 +30,7 @@ class CDoctor
     Checks run()
     {
         look();
+        add(checkOwnConfiguration());
         checkRights();
         checkTrace();
         add({checkTemporaryFolder()});

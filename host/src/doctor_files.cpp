@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <new>
 #include <system_error>
+#include <utility>
 
 #include "framework/include/obzx_runtime.h"
 
@@ -71,6 +72,23 @@ Checks checkTrusted(const std::string& what, const std::string& path)
                           what + " " + path + " belongs to user " + std::to_string(status.st_uid) +
                               ", who can change what fictl runs",
                           "chown root " + path});
+    }
+    return checks;
+}
+
+Checks checkOwnConfiguration()
+{
+    const std::string path = placedPath("/etc/qz/fictl.conf");
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0) return {};
+    const bool isFile = stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+    if (!isFile || access(path.c_str(), R_OK) != 0) {
+        return {{ELevel::FAIL, "configuration", "is not read, so nothing that it sets holds",
+                 "make it a regular file that this user can read", path}};
+    }
+    Checks checks = {{ELevel::OK, "configuration", "is there and can be read", "", path}};
+    for (SCheck& check : checkTrusted("configuration", path)) {
+        checks.push_back(std::move(check));
     }
     return checks;
 }

@@ -75,6 +75,20 @@ TEST_F(CDeleteTest, KeepsTheRecordWhenTheApplianceRefuses)
     EXPECT_TRUE(objects().empty());
 }
 
+TEST_F(CDeleteTest, ShowTellsTheTruthAfterADeletionThatWentHalfWay)
+{
+    arm("delete-annotation:g1 fail annotation is in use\n");
+    ASSERT_EQ(fictl({"snapshot", "delete", "s"}).exit, 10);
+    const nlohmann::json snapshot = fictlJson({"snapshot", "show", "s"}).document().at("snapshot");
+    for (const nlohmann::json& entry : snapshot.at("groups")) {
+        EXPECT_EQ(entry.at("made"), entry.at("group") == "g1" ? "yes" : "no") << entry;
+    }
+    for (const nlohmann::json& device : snapshot.at("devices")) {
+        EXPECT_EQ(device.at("made"), device.at("group") == "g1" ? "yes" : "no") << device;
+        EXPECT_TRUE(device.at("import_path").is_null()) << device;
+    }
+}
+
 TEST_F(CDeleteTest, ATimeOutIsNoConfirmation)
 {
     limitTool(1);

@@ -321,6 +321,20 @@ TEST_F(CDoctorTest, WhatAnybodyCanChangeIsAWarning)
     expectComplaint("WARN tool " + m_tool + " can be changed by anybody (mode 0777); next: chmod o-w " + m_tool);
 }
 
+TEST_F(CDoctorTest, FictlsOwnConfigurationMustBeAFile)
+{
+    const std::string file = m_root + "/etc/qz/fictl.conf";
+    writeFile(file, "[RECEIVE]\n");
+    EXPECT_TRUE(complaints().empty());
+    fs::permissions(file, fs::perms(0666));
+    expectComplaint("WARN configuration " + file + " can be changed by anybody (mode 0666); next: chmod o-w " + file);
+    fs::remove(file);
+    fs::create_directory(file);
+    expectComplaint(
+        "FAIL " + file +
+        ": is not read, so nothing that it sets holds; next: make it a regular file that this user can read");
+}
+
 TEST_F(CDoctorTest, ATemporaryFolderThatIsNotThereIsTold)
 {
     setenv("TMPDIR", (m_root + "/nosuch").c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
