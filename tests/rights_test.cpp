@@ -128,7 +128,8 @@ TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatFaultsWorkloadsAndTracesLeaveUnderU
         ++seen[line.starts_with("600 ") ? fs::path(line.substr(4)).filename().string() : line];
     const auto scripts = seen.extract("script");
     EXPECT_GT(scripts.empty() ? 0 : scripts.mapped(), 5);
-    EXPECT_EQ(seen, (std::map<std::string, int>{{"fictl.db", 1}, {"fictl.db-shm", 1}, {"fictl.db-wal", 1}}));
+    EXPECT_EQ(seen, (std::map<std::string, int>{
+                        {"fictl.db", 1}, {"fictl.db-owners", 1}, {"fictl.db-shm", 1}, {"fictl.db-wal", 1}}));
 }
 
 TEST_F(Rights, FoldersOfStoreCatalogAndTraceAreTheOwnersAlone)

@@ -81,6 +81,7 @@ class CSnapshotCreation
     void markDevices(const SMakeResult& made);
     void markUnanswered(const SMakeResult& made);
     [[noreturn]] void nothingMade(const SMakeResult& made);
+    bool keepsNothing(const GroupKey& group);
     [[noreturn]] void partlyMade(const SMakeResult& made);
     SResult result(const SMakeResult& made) const;
     std::string quotedName() const { return "snapshot \"" + m_request.name + "\""; }
@@ -272,8 +273,7 @@ void CSnapshotCreation::lookAfter(const SMakeResult& made)
     markUnanswered(made);
     if (!hadLook) return;
     m_context.progress.step("look whether the checkpoints are there");
-    constexpr bool TO_THE_END = false;
-    const SInspection* const seen = m_knowledge->look(TO_THE_END);
+    const SInspection* const seen = m_knowledge->lookToSettle();
     for (const GroupKey& key : m_record.groups()) {
         const EThere there = seen == nullptr ? EThere::UNKNOWN : seen->hasCheckpoint(key, m_record.checkpoint);
         const std::vector<SDevice*> devices = m_record.devicesOf(key);
@@ -326,12 +326,7 @@ void CSnapshotCreation::nothingMade(const SMakeResult& made)
     m_tree.reset();
     bool isClean = true;
     for (const GroupKey& key : m_record.groupsToDispose()) {
-        for (const SDevice& device : m_record.devices) {
-            if (device.group() != key) continue;
-            m_context.progress.step("make sure that group " + groupText(key) + " keeps no checkpoint");
-            isClean = disposeGroup(*m_provider, *m_knowledge, device).confirmed && isClean;
-            break;
-        }
+        isClean = keepsNothing(key) && isClean;
     }
     if (isClean) m_catalog.remove(m_record.name);
     const std::string kept = isClean ? "; nothing is left on the appliance and nothing was recorded"
@@ -343,6 +338,16 @@ void CSnapshotCreation::nothingMade(const SMakeResult& made)
     throw EFictl(isCutShort ? made.cutShortExit : EExit::FAILED, quotedName() + ": " + m_record.message + kept,
                  isClean ? mend : "fictl snapshot delete " + m_record.name)
         .withReport(made.report);
+}
+
+bool CSnapshotCreation::keepsNothing(const GroupKey& group)
+{
+    // Who stops fictl is not made to wait for an appliance that has just not answered.
+    const SInspection* const seen = m_knowledge->seen();
+    const bool isSilent = m_knowledge->inspector().isThere() && (seen == nullptr || !seen->doubt(group).empty());
+    if (stopRequested() && isSilent) return false;
+    m_context.progress.step("make sure that group " + groupText(group) + " keeps no checkpoint");
+    return disposeGroup(*m_provider, *m_knowledge, *m_record.devicesOf(group).front()).confirmed;
 }
 
 void CSnapshotCreation::partlyMade(const SMakeResult& made)

@@ -9,6 +9,7 @@
 #include "host/src/guardian.h"
 #include "host/src/lun_place.h"
 #include "host/src/names.h"
+#include "host/src/record_check.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
 
@@ -75,6 +76,7 @@ json CSnapshotDeletion::entryOf(const GroupKey& group) const
 
 json CSnapshotDeletion::run(bool evenIfInUse)
 {
+    requireAgreement(m_snapshot, "deleted");
     keepOthers();
     if (!evenIfInUse && !m_groups.empty()) guard();
     for (const GroupKey& group : m_groups) {

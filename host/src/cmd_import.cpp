@@ -12,6 +12,7 @@
 #include "host/src/knowledge.h"
 #include "host/src/lun_place.h"
 #include "host/src/names.h"
+#include "host/src/record_check.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
 
@@ -50,6 +51,7 @@ class CSnapshotImport
     std::string quotedName() const { return "snapshot \"" + m_snapshot.name + "\""; }
     void verifyCopies();
     bool isWhole() const;
+    void requireOwnCheckpoints();
     void requirePlaces();
     void requirePlace(const SDevice& device, const GroupKey& found) const;
     void importGroup(CImporter& importer, const GroupKey& group);
@@ -69,6 +71,8 @@ class CSnapshotImport
 
 void CSnapshotImport::run()
 {
+    requireAgreement(m_snapshot, "imported");
+    requireOwnCheckpoints();
     m_context.progress.step("look at the copies");
     m_knowledge.look();
     stopPoint();
@@ -80,6 +84,21 @@ void CSnapshotImport::run()
     CImporter importer(*m_provider);
     for (const GroupKey& group : m_snapshot.groups()) {
         importGroup(importer, group);
+    }
+}
+
+void CSnapshotImport::requireOwnCheckpoints()
+{
+    for (const GroupKey& group : m_snapshot.groups()) {
+        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, group, m_snapshot.checkpoint);
+        if (!owner) continue;
+        throw EFictl(EExit::BAD_RECORD,
+                     quotedName() + ": checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) +
+                         " belongs to snapshot \"" + *owner + "\" of this catalog, too; nothing was imported",
+                     "fictl snapshot show " + *owner +
+                         ", and fictl snapshot delete NAME --forget for the record that is "
+                         "wrong")
+            .about(m_snapshot.name);
     }
 }
 

@@ -37,8 +37,7 @@ SDisposal disposeGroup(CProvider& provider, CKnowledge& knowledge, const SDevice
                          (provider.countRuns() == 0 || confirmsDeletion(disposal.report, state.applianceName,
                                                                         state.consistencyGroup, state.checkPointName));
     if (disposal.confirmed) return disposal;
-    constexpr bool TO_THE_END = false;  // what was deleted has to be known, also when fictl is asked to stop
-    if (const SInspection* const seen = knowledge.look(TO_THE_END)) {
+    if (const SInspection* const seen = knowledge.lookToSettle()) {
         disposal.confirmed = leftOf(*seen, device.group(), state.timeImage, state.checkPointName) == EThere::NO;
     }
     return disposal;

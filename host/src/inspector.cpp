@@ -9,6 +9,7 @@
 #include "host/src/names.h"
 #include "host/src/program.h"
 #include "host/src/provider_library.h"
+#include "host/src/signals.h"
 
 namespace fictl {
 
@@ -88,6 +89,11 @@ std::optional<SInspection> CInspector::document(std::vector<std::string> command
     std::optional<SInspection> inspection = SInspection::read(end.output, reason);
     m_why = inspection ? std::string() : m_path + ": " + reason;
     return inspection;
+}
+
+void CInspector::hurry()
+{
+    if (m_limit.count() == 0 || m_limit > SETTLING_SECONDS) m_limit = SETTLING_SECONDS;
 }
 
 bool CInspector::release(const GroupKey& group, const std::string& image)

@@ -29,6 +29,9 @@ class CInspector
     std::optional<SInspection> lookAtInventory();
     const std::string& why() const { return m_why; }
 
+    /// Gives each command no more than SETTLING_SECONDS from now on: somebody waits for fictl to end.
+    void hurry();
+
     /// Has the appliance delete a time image and nothing else; true when it is not there any more, else why() tells.
     bool release(const GroupKey& group, const std::string& image);
 

@@ -1,12 +1,21 @@
 #include "host/src/knowledge.h"
 
 #include "host/src/progress.h"
+#include "host/src/signals.h"
 
 namespace fictl {
 
-const SInspection* CKnowledge::look(bool stopOnSignal)
+const SInspection* CKnowledge::look()
 {
-    m_seen = m_inspector.look(m_groups, stopOnSignal);
+    m_seen = m_inspector.look(m_groups);
+    return seen();
+}
+
+const SInspection* CKnowledge::lookToSettle()
+{
+    constexpr bool TO_THE_END = false;
+    if (stopRequested()) m_inspector.hurry();
+    m_seen = m_inspector.look(m_groups, TO_THE_END);
     return seen();
 }
 

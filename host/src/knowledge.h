@@ -20,9 +20,11 @@ class CKnowledge
     {
     }
 
-    /// Looks now; null when there is nothing to look with, or it did not work. stopOnSignal gives up when fictl is
-    /// asked to stop.
-    const SInspection* look(bool stopOnSignal = true);
+    /// Looks now; null when there is nothing to look with, or it did not work. Gives up when fictl is asked to stop.
+    const SInspection* look();
+    /// The same to learn what has become of what was asked for: goes on when fictl is asked to stop, but then each
+    /// command has to be answered soon.
+    const SInspection* lookToSettle();
     /// Looks at the LUNs and checkpoints of every group there is, and at no time image.
     const SInspection* lookAtInventory();
     /// What was seen last; null before the first look and after one that did not work.

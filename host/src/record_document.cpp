@@ -9,6 +9,7 @@
 #include "host/src/error.h"
 #include "host/src/names.h"
 #include "host/src/naming.h"
+#include "host/src/record_check.h"
 
 namespace fictl {
 
@@ -85,7 +86,7 @@ std::string plainText(const json& object, const char* key, const std::string& wh
     return text;
 }
 
-SDevice readDevice(const json& entry, const SSnapshot& snapshot, const std::string& what)
+SDevice readDevice(const json& entry, const std::string& what)
 {
     checkKeys(entry, {"source", "node", "target", "state"}, what);
     SDevice device;
@@ -96,19 +97,8 @@ SDevice readDevice(const json& entry, const SSnapshot& snapshot, const std::stri
     const std::optional<SNodeState> state = parseNodeState(rawText(entry, "state", what));
     if (!state) reject(what + ": \"state\" is not a node's state");
     device.state = *state;
-    const bool isWhole = !state->applianceName.empty() && !state->consistencyGroup.empty() && !state->serialNo.empty();
     const std::string text = state->applianceType + state->applianceName + state->consistencyGroup + state->serialNo;
-    if (!isWhole || !isPlainText(text)) reject(what + ": \"state\" lacks appliance, group or serial");
-    // A serial that reads as a path or as a group would lead the provider elsewhere.
-    if (state->serialNo.find('/') != std::string::npos) reject(what + ": the serial in \"state\" is a path");
-    if (state->checkPointName != snapshot.checkpoint) reject(what + ": \"state\" names another checkpoint");
-    if (!state->timeImage.empty()) reject(what + ": \"state\" names a time image");
-    if (naming::serialOfNode(snapshot.provider, device.node) != state->serialNo) {
-        reject(what + ": \"node\" does not belong to the serial in \"state\"");
-    }
-    if (device.target != naming::targetDevice(snapshot.provider, state->serialNo, snapshot.checkpoint)) {
-        reject(what + ": \"target\" does not belong to serial and checkpoint");
-    }
+    if (!isPlainText(text)) reject(what + ": \"state\" holds control characters");
     return device;
 }
 
@@ -174,17 +164,13 @@ SSnapshot readDocument(std::string_view text)
     std::set<std::string> nodes;
     for (const json& entry : devices) {
         const std::string what = "device " + std::to_string(snapshot.devices.size() + 1);
-        snapshot.devices.push_back(readDevice(entry, snapshot, what));
+        snapshot.devices.push_back(readDevice(entry, what));
         const SDevice& device = snapshot.devices.back();
         if (!sources.insert(device.source).second) reject(what + ": its \"source\" stands twice");
         if (!nodes.insert(device.node).second) reject(what + ": its \"node\" stands twice");
     }
-    for (const SDevice& device : snapshot.devices) {
-        for (const GroupKey& group : snapshot.groups()) {
-            if (device.state.serialNo != group.second) continue;
-            reject("serial \"" + printable(device.state.serialNo) + "\" is the name of a group");
-        }
-    }
+    const std::string found = findDisagreement(snapshot);
+    if (!found.empty()) reject(found);
     return snapshot;
 }
 

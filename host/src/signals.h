@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 namespace fictl {
 
 /**
@@ -11,6 +13,9 @@ namespace fictl {
  * tools.
  */
 void installSignalHandling();
+/// What a command may take that settles what a stopped fictl has begun: who stops it wants it gone.
+constexpr std::chrono::seconds SETTLING_SECONDS{5};
+
 /// True once one of the signals came.
 bool stopRequested();
 /// Throws EFictl with the exit code STOPPED once one of the signals came.

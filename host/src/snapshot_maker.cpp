@@ -22,8 +22,6 @@ class CQuiesced
     std::function<void()> m_end;
 };
 
-constexpr uint64_t SETTLING_LIMIT = 5;
-
 std::string alsoFailed(const SMakeResult& result)
 {
     return result.thawFailure.empty() ? "" : "; the thaw command failed too: " + result.thawFailure;
@@ -37,7 +35,7 @@ void tellEarlyThaw(const SThawed& thawed, SMakeResult& result)
         result.cutShort = "stopped by a signal: " + what;
         result.cutShortExit = EExit::STOPPED;
         // Who stops fictl wants it gone: what is asked from here on, to settle what was made, has to be answered soon.
-        obzx_set_run_limit(SETTLING_LIMIT);
+        obzx_set_run_limit(static_cast<uint64_t>(SETTLING_SECONDS.count()));
         result.cutShortNext = "run the command again";
     } else if (thawed.cause == EThaw::TIMED_OUT) {
         result.cutShort = what + ": it was frozen as long as --max-freeze allows";

@@ -1,4 +1,6 @@
 // Documents that somebody changed on their way: none of them leads to what belongs to another record.
+#include <sqlite3.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -201,6 +203,63 @@ TEST_F(CFictlTest, ADocumentAsItWasWrittenIsReceived)
     EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
     EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
     EXPECT_TRUE(objects().empty());
+}
+
+/// A catalog that somebody changed.
+class CTamperedCatalogTest : public CFictlTest
+{
+  protected:
+    void change(const std::string& sql) const
+    {
+        sqlite3* db = nullptr;
+        ASSERT_EQ(sqlite3_open((m_root + "/var/lib/qz/fictl.db").c_str(), &db), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(db, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
+        sqlite3_close(db);
+    }
+};
+
+TEST_F(CTamperedCatalogTest, ARecordThatDoesNotAgreeWithItselfIsNeitherImportedNorDeleted)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+    const std::vector<std::string> before = objects();
+    for (const char* column :
+         {"serial = 'S4'", "node = '<fakefi>S4'", "serial = '/dev/fake4'", "cgroup = 'S1'",
+          "checkpoint = 'KSV_Check_Point_1'", "appliance = ''", "time_image = 'KSV_Time_Image_1'"}) {
+        change("CREATE TABLE kept AS SELECT * FROM device; UPDATE device SET " + std::string(column));
+        for (const auto& [verb, done] : {std::pair("import", "imported"), std::pair("delete", "deleted")}) {
+            const SRun run = fictlJson({"snapshot", verb, "s"});
+            EXPECT_EQ(run.exit, 13) << column << run.out;
+            const std::string message = run.document()["error"]["message"];
+            EXPECT_TRUE(message.starts_with("snapshot \"s\": its record does not agree with itself: device 1: "))
+                << message;
+            EXPECT_TRUE(message.ends_with(std::string("; nothing was ") + done)) << message;
+            EXPECT_EQ(state("s"), "complete");
+        }
+        EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 13) << column;
+        change("DELETE FROM device; INSERT INTO device SELECT * FROM kept; DROP TABLE kept");
+    }
+    EXPECT_EQ(objects(), before);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CTamperedCatalogTest, OfTwoRecordsOfOneCheckpointNeitherIsImported)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+    change(
+        "INSERT INTO snapshot SELECT 't', state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, "
+        "start_time, exported, pid_namespace, owner_lock FROM snapshot; "
+        "INSERT INTO device SELECT 't', position, source, node, target, made, import_path, appliance_type, appliance, "
+        "cgroup, time_image, checkpoint, serial, import_serial, image_asked FROM device");
+    const SRun run = fictlJson({"snapshot", "import", "t"});
+    EXPECT_EQ(run.exit, 13);
+    EXPECT_TRUE(run.document()["error"]["message"].get<std::string>().ends_with(
+        " of group \"g1\" of appliance \"ap1\" belongs to snapshot \"s\" of this catalog, too; nothing was imported"))
+        << run.out;
+    EXPECT_EQ(objects().size(), 1U);
+    EXPECT_EQ(fictl({"snapshot", "delete", "t"}).exit, 0) << "which leaves the checkpoint to the other one";
+    EXPECT_EQ(objects().size(), 1U);
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
 }
 
 TEST_F(CFictlTest, AnAdministratorAllowsOtherProviders)

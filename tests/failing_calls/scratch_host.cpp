@@ -33,6 +33,7 @@ std::string scenario(const std::string& host)
            answer("list  cgroups", "cg1 luns=1\n") +
            answer("show  cgroup",
                   "Protected LUNS:\n/dev/lun [S1] 10GB\nMonitor LUNS:\nPermissions:\nStillmark LUNs:\n") +
+           answer("list  timeimages", "There are none!\n") +
            answer("show  timeimage", "TimeImage LUNs:\n/dev/ti [T1] <- /dev/lun [S1]\n") +
            answer("[listdisk]",
                   "Disks\n" + std::string(122, '=') + "\n" + disk("/dev/sdb", "S1") + disk("/dev/image", "T1")) +

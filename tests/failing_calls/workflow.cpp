@@ -12,6 +12,7 @@
 namespace {
 
 constexpr std::initializer_list<int32_t> GATED = {OBZ_OK, OBZ_ERR_DELAYED_INIT, OBZ_ERR_FAILED};
+constexpr std::initializer_list<int32_t> REFUSED = {OBZ_ERR_INVALID_ARG, OBZ_ERR_DELAYED_INIT, OBZ_ERR_FAILED};
 constexpr std::initializer_list<int32_t> UNGATED = {OBZ_OK, OBZ_ERR_FAILED};
 
 constexpr const char* NODE = "<cdpfi>S1";
@@ -182,8 +183,10 @@ void CWorkflow::snapshot(obz_domain& node)
     });
     expect((status == OBZ_OK) == (node.combos != nullptr), "a node is set up whole or not at all");
     obz_splitnode split{nullptr, &node};
-    step("select", GATED, [&] { return m_library.entry<obzx_fi_select_fn>("select")(&split, SESSION, nullptr, 0); });
-    step("prepare", GATED,
+    // A node that could not be set up has no name, so a list with it is refused.
+    const std::initializer_list<int32_t> nodes = node.name == nullptr ? REFUSED : GATED;
+    step("select", nodes, [&] { return m_library.entry<obzx_fi_select_fn>("select")(&split, SESSION, nullptr, 0); });
+    step("prepare", nodes,
          [&] { return m_library.entry<obzx_fi_prepare_fn>("prepare")(&split, SESSION, nullptr, 0, 0); });
     make(split);
     handOut();
@@ -193,7 +196,7 @@ void CWorkflow::make(obz_splitnode& split)
 {
     obzx_objid** identities = nullptr;
     int32_t count = 0;
-    const int32_t status = step("make", GATED, [&] {
+    const int32_t status = step("make", split.node->name == nullptr ? REFUSED : GATED, [&] {
         return m_library.entry<obzx_fi_make_fn>("make")(&split, SESSION, nullptr, 0, &identities, &count);
     });
     expect((identities == nullptr) == (count == 0), "make gives an array and its count, or neither");
