@@ -4,14 +4,21 @@ import pathlib
 from sweep.site import need
 
 # The exit codes of docs/fictl.md that a command may end with when the appliance fails, with the names in its errors.
-EXIT_NAMES = {6: "provider", 7: "not-claimed", 8: "failed", 9: "partial", 10: "not-deleted"}
-ALLOWED = {"create": {0, 6, 7, 8, 9}, "list": {0}, "export": {0}, "receive": {0}, "import": {0, 6, 8},
-           "unmount": {0, 6, 10}, "delete": {0, 6, 10}}
+EXIT_NAMES = {5: "state", 6: "provider", 7: "not-claimed", 8: "failed", 9: "partial", 10: "not-deleted",
+              13: "bad-record"}
+ALLOWED = {"create": {0, 6, 7, 8, 9}, "list": {0}, "export": {0}, "receive": {0, 13}, "import": {0, 6, 8},
+           "release": {0, 5, 8, 10}, "unmount": {0, 5, 6, 10}, "delete": {0, 5, 6, 10}}
 # States in which the record of a killed or failed command may be found; None: no record.
 AFTER_FAILURE = {"create": {None, "partial", "failed", "interrupted"},
+                 "receive": {None},
                  "import": {"complete", "import-failed", "import-interrupted"},
+                 "release": {"imported", "import-failed", "release-interrupted"},
                  "unmount": {"imported", "delete-failed", "delete-interrupted"},
                  "delete": {"complete", "delete-failed", "delete-interrupted"}}
+# A kill after the last change that a command makes leaves what the command leaves.
+AFTER_SUCCESS = {"create": "complete", "receive": "complete", "import": "imported", "release": "complete",
+                 "unmount": None, "delete": None}
+BACKUP = ("receive", "import", "release", "unmount")  # steps of the other host
 
 
 def check_truth(site):
@@ -29,7 +36,7 @@ def check_truth(site):
     for record in records["production"]:
         for device in record["devices"]:
             there = (device["appliance"], device["group"], record["checkpoint"]) in checkpoints
-            in_doubt = record["state"].startswith("delet") or deleting or not records["backup"] and site.unmounted
+            in_doubt = record["state"].startswith("delet") or deleting or site.unmounted
             need(there or in_doubt or device["made"] != "yes", f"{record['name']} claims a checkpoint that is not there")
             need(not there or device["made"] != "no", f"{record['name']} denies a checkpoint that is there")
     for record in records["backup"]:
@@ -38,8 +45,23 @@ def check_truth(site):
                 need(pathlib.Path(device["import_path"]).exists(), "an imported copy does not show")
 
 
+def check_second_import(workflow):
+    """After any disturbance the copies can be had, and nobody else can take them away."""
+    site = workflow.site
+    if not site.names("backup"):
+        host, words = workflow.step("receive")
+        status, document = site.fictl(host, *words)
+        need(status == 0, f"a second receive ends with {status}: {document}")
+    workflow.import_again()
+    host, words = workflow.step("delete")
+    status, document = site.fictl(host, *words)
+    need(status == 5, f"a copy that is imported elsewhere is deleted: {status} {document}")
+    check_truth(site)
+    workflow.check_import(site.record("backup", workflow.name))
+
+
 def recover(site):
-    """What docs/fictl.md says under Recovery: delete, on both hosts, and again when it was not confirmed."""
+    """What docs/fictl.md says under Recovery: delete, on both hosts, first where the copies are."""
     for host in ("backup", "production"):
         for name in site.names(host):
             status, document = site.fictl(host, "snapshot", "delete", name)
@@ -76,6 +98,10 @@ def processes_of(site):
     return found
 
 
+def record_of(site, step, words):
+    return site.record("backup" if step in BACKUP else "production", words[2] if step != "receive" else "nightly")
+
+
 def check_outcome(site, step, status, document, words):
     """Exit code, error document and record fit each other and the documentation."""
     need(status in ALLOWED[step], f"{step} ends with {status}: {document}")
@@ -84,8 +110,7 @@ def check_outcome(site, step, status, document, words):
     error = document["error"]
     need(error["exit"] == status and error["code"] == EXIT_NAMES[status], f"the error document is {error}")
     need(error["message"] and (error["next"] or status == 6), f"the error says nothing of use: {error}")
-    host = "backup" if step in ("import", "unmount") else "production"
-    record = site.record(host, words[2])
+    record = record_of(site, step, words)
     state = record["state"] if record else None
     need(state in AFTER_FAILURE[step] and state != "interrupted", f"{step} failed with {status} and is {state}")
     if step == "create":
@@ -93,10 +118,7 @@ def check_outcome(site, step, status, document, words):
 
 
 def check_killed(site, step, words):
-    host = "backup" if step in ("receive", "import", "unmount") else "production"
-    record = site.record(host, words[2] if step != "receive" else "nightly")
+    record = record_of(site, step, words)
     state = record["state"] if record else None
-    # A kill after the last change that a command makes leaves what the command leaves.
-    done = {"create": "complete", "import": "imported", "unmount": None, "delete": None}
-    if step in done:
-        need(state in AFTER_FAILURE[step] | {done[step]}, f"killed in {step}, the record is {state}")
+    if step in AFTER_FAILURE:
+        need(state in AFTER_FAILURE[step] | {AFTER_SUCCESS[step]}, f"killed in {step}, the record is {state}")

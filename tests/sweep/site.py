@@ -35,7 +35,7 @@ class Site:
         for name in ("libopen_at_exit.so", "libkill_at_sync.so"):
             need((self.libraries / name).exists(), f"{self.libraries / name} is missing: build the target sweep")
         self.talk = False  # whether each fictl is told of
-        self.unmounted = False  # whether the other host was told to delete its copies
+        self.unmounted = False  # whether the other host was told to delete what it had imported
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep.", dir=scratch_parent()))
         self.environment = {"PATH": "/usr/bin:/bin", "RES_OPTIONS": "timeout:1 attempts:1",
                             "TMPDIR": str(self.folder / "tmp"), "LMADM_STORE": str(self.folder / "store"),
@@ -139,7 +139,11 @@ class Site:
 
 
 class Workflow:
-    """The steps of a backup, in order; each is (step, host, words)."""
+    """The steps of a backup, in order; each is (step, host, words). The copy is given back before its checkpoint is
+    deleted, so the last step, which deletes it on the other host, finds nothing. A case of that step starts earlier."""
+
+    # The step whose situation a case starts from, where that is not the step itself: with the copy still imported.
+    START = {"unmount": "release"}
 
     def __init__(self, site, name):
         self.site = site
@@ -157,9 +161,23 @@ class Workflow:
             ("export", "production", ["snapshot", "export", name, "--file", str(self.document), "--force"]),
             ("receive", "backup", ["snapshot", "receive", str(self.document)]),
             ("import", "backup", ["snapshot", "import", name]),
-            ("unmount", "backup", ["snapshot", "delete", name]),
+            ("release", "backup", ["snapshot", "release", name]),
             ("delete", "production", ["snapshot", "delete", name]),
+            ("unmount", "backup", ["snapshot", "delete", name]),
         ]
+
+    def step(self, name):
+        """Host and words of a step."""
+        return next((host, words) for step, host, words in self.steps if step == name)
+
+    def after(self, name):
+        """The steps that are left once this one is done."""
+        start = self.START.get(name, name)
+        names = [step for step, _, _ in self.steps]
+        left = self.steps[names.index(start):]
+        if start != name:
+            left = [entry for entry in left if entry[0] != start]
+        return [entry for entry in left if entry[0] != name]
 
     def run_clean(self, before=lambda step: None):
         """Runs all steps; every one has to succeed. `before` is told of each one."""
@@ -169,6 +187,13 @@ class Workflow:
             need(status == 0, f"the undisturbed step {step} of {self.name} ends with {status}: {document}")
             self.check_step(step, document)
 
+    def import_again(self):
+        """An import on the other host, whatever became of one before."""
+        host, words = self.step("import")
+        status, document = self.site.fictl(host, *words)
+        need(status == 0, f"a second import ends with {status}: {document}")
+        self.check_import(document["snapshot"])
+
     def check_step(self, step, document):
         if step == "create":
             need(self.open.exists(), "the thaw command has not run")
@@ -176,6 +201,8 @@ class Workflow:
             need(document["snapshot"]["state"] == "complete", "the new snapshot is not complete")
         if step == "import":
             self.check_import(document["snapshot"])
+        if step == "release":
+            need(document["snapshot"]["state"] == "complete", "the snapshot that was given back is not complete")
 
     def check_descriptors(self):
         """Of a command that has ended nothing is open: no pipe, no script, no handle of its process. Nothing can be
@@ -188,6 +215,7 @@ class Workflow:
         need(not left and not any("pidfd" in target for target in held), f"descriptors are left: {held}")
 
     def check_import(self, snapshot):
+        need(snapshot["state"] == "imported", "the imported snapshot is not imported")
         for device in snapshot["devices"]:
             lun = pathlib.Path(device["source"]).name
             image = pathlib.Path(device["import_path"])
@@ -211,11 +239,12 @@ class Stage:
         shutil.copytree(self.site.folder, self.kept / step, symlinks=True)
 
     def before(self, step):
-        need((self.kept / step).is_dir(), f"there is no step {step}; script/sweep --list names the cases")
+        start = self.kept / Workflow.START.get(step, step)
+        need(start.is_dir(), f"there is no step {step}; script/sweep --list names the cases")
         for entry in self.site.folder.iterdir():
             shutil.rmtree(entry)
-        shutil.copytree(self.kept / step, self.site.folder, symlinks=True, dirs_exist_ok=True)
-        self.site.unmounted = step in ("unmount", "delete")
+        shutil.copytree(start, self.site.folder, symlinks=True, dirs_exist_ok=True)
+        self.site.unmounted = step == "unmount"
         return self.site
 
     def forget(self):
