@@ -28,6 +28,8 @@ void checkGroup(const CLines& lines)
 {
     const SLMRGroupDetails details = cdpfi::parseGroupDetails(lines);
     requireHosts(details.permissions, lines);
+    for (const std::string_view image : details.images)
+        requireRead(image, lines);
     if (!details.annotations) return;
     CLines written{"Annotations:"};
     for (const SLMRAnnotation& annotation : *details.annotations) {
@@ -38,6 +40,7 @@ void checkGroup(const CLines& lines)
         written.push_back('"' + std::string(annotation.name) + "\" " + std::string(annotation.time.value_or("")));
         if (annotation.message) written.back() += " \"" + std::string(*annotation.message) + "\" images=1";
     }
+    written.emplace_back("Time images:");
     const SLMRGroupDetails again = cdpfi::parseGroupDetails(written);
     require(again.annotations && again.annotations->size() == details.annotations->size(), "all are read back");
     for (size_t i = 0; i < again.annotations->size(); ++i) {

@@ -211,7 +211,7 @@ void CSnapshotCreation::requireFreeName(const SInspection& seen)
         if (there == EThere::NO) continue;
         m_knowledge->warnUnguarded(
             "whether checkpoint " + m_record.checkpoint + " is in use already in group " + groupText(key),
-            seen.doubt(key).empty() ? "the appliance does not tell" : seen.doubt(key));
+            seen.doubt(key));
     }
 }
 

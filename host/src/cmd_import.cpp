@@ -143,7 +143,10 @@ void CSnapshotImport::requirePlaces()
 {
     for (const SDevice& device : m_snapshot.devices) {
         const std::optional<GroupKey> place = findLunPlace(*m_provider, device.state.serialNo);
-        if (place) requirePlace(device, *place);
+        if (place) {
+            requirePlace(device, *place);
+            continue;
+        }
         const SInspection* const seen = m_knowledge.seen();
         if (seen == nullptr || seen->hasLun(device.group(), device.state.serialNo) != EThere::NO) continue;
         throw EFictl(EExit::BAD_RECORD,

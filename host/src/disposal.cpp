@@ -7,10 +7,9 @@ namespace fictl {
 
 namespace {
 
-// Whether one of the two is left. A group that is not there any more may have got another name, and kept both.
+// Whether one of the two is left.
 EThere leftOf(const SInspection& seen, const GroupKey& group, const std::string& image, const std::string& checkpoint)
 {
-    if (seen.group(group) == nullptr) return EThere::UNKNOWN;
     const EThere ofImage = seen.hasImage(group, image);
     const EThere ofCheckpoint = seen.hasCheckpoint(group, checkpoint);
     if (ofImage == EThere::YES || ofCheckpoint == EThere::YES) return EThere::YES;

@@ -54,6 +54,10 @@ SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, con
         return found;
     }
     const std::string& here = inspection->appliance(group.first)->host;
+    if (here.empty() && snapshot.isImageAsked(group)) {
+        found.doubt = "the appliance lists no host that is this one";
+        return ownerOfUnseen(snapshot, group, found);
+    }
     const std::set<std::string> others = without(*granted, here);
     const bool isOurs =
         snapshot.isImageAsked(group) && others.empty() && inspection->isGrantedHere(group, found.image) == EThere::YES;

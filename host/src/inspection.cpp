@@ -153,14 +153,14 @@ EThere SInspection::hasLun(const GroupKey& key, const std::string& serial) const
 EThere SInspection::hasCheckpoint(const GroupKey& key, const std::string& name) const
 {
     const SInspectedGroup* const found = group(key);
-    if (found == nullptr) return hasGroup(key);
+    if (found == nullptr) return EThere::UNKNOWN;
     return found->read && found->annotations ? thereIf(found->annotations->contains(name)) : EThere::UNKNOWN;
 }
 
 EThere SInspection::hasImage(const GroupKey& key, const std::string& name) const
 {
     const SInspectedGroup* const found = group(key);
-    if (found == nullptr) return hasGroup(key);
+    if (found == nullptr) return EThere::UNKNOWN;
     if (found->images.contains(name)) return EThere::YES;
     return found->imagesRead ? EThere::NO : EThere::UNKNOWN;
 }
@@ -203,7 +203,8 @@ std::string SInspection::doubt(const GroupKey& key) const
     if (found == nullptr) return "appliance \"" + printable(key.first) + "\" is not configured on this host";
     if (!found->groupsRead) return found->reason.empty() ? "the appliance did not answer" : found->reason;
     const SInspectedGroup* const there = group(key);
-    if (there == nullptr) return {};
+    if (there == nullptr) return "the appliance lists no such group";
+    if (there->read && !there->annotations) return "the appliance does not tell the group's checkpoints";
     if (there->read && there->imagesRead) return {};
     return found->reason.empty() ? "the appliance did not show the group as a whole" : found->reason;
 }

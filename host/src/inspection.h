@@ -80,6 +80,8 @@ struct SInspection
 
     EThere hasGroup(const GroupKey& key) const;
     EThere hasLun(const GroupKey& key, const std::string& serial) const;
+    /// Of a group that is not listed nothing is known: it may have got another name and kept what it has, or the list
+    /// may have lost its end.
     EThere hasCheckpoint(const GroupKey& key, const std::string& name) const;
     EThere hasImage(const GroupKey& key, const std::string& name) const;
     /// Hosts that an image is granted to, by itself or with its whole group; nothing when that is not told.
@@ -91,7 +93,7 @@ struct SInspection
     /// True when a device path shows a LUN, and for certain not this one.
     bool showsAnother(const std::string& path, const std::string& serial) const;
 
-    /// Why nothing certain is known of a group; empty when it was read.
+    /// Why nothing certain is known of a group; empty when it was read as a whole.
     std::string doubt(const GroupKey& key) const;
 
     /// Nothing when the document is not one of an inspector, or of a version that this fictl does not read.

@@ -78,6 +78,9 @@ TEST(Inspection, TellsYesAndNoOfWhatWasRead)
     EXPECT_EQ(seen.shows("/dev/sda", "S1"), EThere::YES);
     EXPECT_EQ(seen.shows("/dev/sda", "S2"), EThere::NO);
     EXPECT_EQ(seen.shows("/dev/sdz", "S1"), EThere::NO);
+    EXPECT_TRUE(seen.showsAnother("/dev/sda", "S2"));
+    EXPECT_FALSE(seen.showsAnother("/dev/sda", "S1"));
+    EXPECT_FALSE(seen.showsAnother("/dev/sdz", "S1"));
     EXPECT_EQ(seen.doubt(G1), "");
     EXPECT_TRUE(seen.showsAnother("/dev/sda", "S2"));
     EXPECT_FALSE(seen.showsAnother("/dev/sda", "S1"));
@@ -95,7 +98,17 @@ TEST(Inspection, WhatIsNotToldIsUnknownAndNeverAbsent)
     EXPECT_EQ(seen.hasCheckpoint(G1, "KSV_Check_Point_8"), EThere::UNKNOWN);
     EXPECT_EQ(seen.hasImage(G1, "KSV_Time_Image_7"), EThere::UNKNOWN);
     EXPECT_EQ(seen.shows("/dev/sda", "S2"), EThere::UNKNOWN);
-    EXPECT_EQ(seen.doubt(G1), "the appliance did not show the group as a whole");
+    EXPECT_EQ(seen.doubt(G1), "the appliance does not tell the group's checkpoints");
+
+    // A list of groups may have lost its end, and a group may have got another name.
+    const GroupKey unlisted = {"ap1", "other"};
+    EXPECT_EQ(seen.hasCheckpoint(unlisted, "KSV_Check_Point_8"), EThere::UNKNOWN);
+    EXPECT_EQ(seen.hasImage(unlisted, "KSV_Time_Image_7"), EThere::UNKNOWN);
+    EXPECT_EQ(seen.doubt(unlisted), "the appliance lists no such group");
+
+    document = documentJson();
+    groupOf(document)["annotations"] = nullptr;
+    EXPECT_EQ(inspectionOf(document).doubt(G1), "the appliance does not tell the group's checkpoints");
 
     document = documentJson();
     groupOf(document)["read"] = false;

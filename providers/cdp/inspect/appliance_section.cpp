@@ -103,6 +103,7 @@ class CApplianceSection
         }
         SAnswer answer = m_runner.send(m_section.name, command);
         m_section.shell.add(answer.use);
+        if (!answer.problem && answer.isCut) answer.problem = noListing(command, answer.lines, CUT_LISTING);
         if (answer.timedOut || answer.notStarted) {
             m_silence = answer.problem;
             if (answer.timedOut) *m_silence += " to \"" + answer.run.command + "\"";
@@ -169,15 +170,18 @@ class CApplianceSection
         SGroup group;
         group.name = name;
         const SLMRCommand command = lmr_commands::showGroup(cdpfi::textOf(name));
+        std::vector<std::string> images;
         if (const auto lines = ask(command, group.problem)) {
             const SLMRGroupListing listing = parseGroup(*lines);
             if (const std::string defect = defectOf(listing); !defect.empty()) {
                 group.problem = noListing(command, *lines, defect);
             } else {
-                fill(group, listing, parseGroupDetails(*lines));
+                const SLMRGroupDetails details = parseGroupDetails(*lines);
+                fill(group, listing, details);
+                images = textsOf(details.images);
             }
         }
-        if (!m_options.inventory) readImages(group);
+        if (!m_options.inventory) readImages(group, images);
         return group;
     }
 
@@ -190,14 +194,20 @@ class CApplianceSection
         group.annotations = textsOf(details.annotations);
     }
 
-    void readImages(SGroup& group)
+    /// @param shown images that the group's listing has
+    void readImages(SGroup& group, const std::vector<std::string>& shown)
     {
         CReason problem;
-        const auto names =
-            askForNames(lmr_commands::listTimeImages(cdpfi::textOf(group.name)), readTimeImageListing, problem);
+        const SLMRCommand command = lmr_commands::listTimeImages(cdpfi::textOf(group.name));
+        const auto names = askForNames(command, readTimeImageListing, problem);
+        // A list that has lost its last lines looks like a shorter one.
+        for (const std::string& name : shown) {
+            if (!names || std::ranges::find(*names, name) != names->end()) continue;
+            problem = "the answer to \"" + readableCommand(command.m_text) + "\" lacks " + shortLine(name);
+        }
         if (!group.problem) group.problem = problem;
         if (!names) return;
-        group.imagesRead = true;
+        group.imagesRead = !problem;
         for (const std::string& name : *names)
             group.images.push_back(readImage(group.name, name));
     }

@@ -1,6 +1,5 @@
 #include "providers/cdp/inspect/disk_section.h"
 
-#include "providers/cdp/inspect/tool_runner.h"
 #include "providers/cdp/lmr/lmr_disk_listing.h"
 #include "providers/cdp/lmr/lmr_text.h"
 
@@ -36,6 +35,14 @@ SDisks readDisks(const std::vector<std::string>& lines)
         disks.devices.push_back({std::string(disk.path), std::string(disk.serial)});
     }
     if (!listing.headingPassed()) disks.problem = NO_LISTING;
+    return disks;
+}
+
+SDisks readDisks(const SAnswer& answer)
+{
+    SDisks disks;
+    if (!answer.problem && !answer.isCut) return readDisks(answer.lines);
+    disks.problem = answer.problem ? answer.problem : std::string(NO_LISTING) + ": " + CUT_LISTING;
     return disks;
 }
 

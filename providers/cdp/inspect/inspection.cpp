@@ -124,11 +124,7 @@ SInspection inspect(const SInspectOptions& options)
     SGathered gathered = gather(runner, options, inspection.configuration);
 
     inspection.host = describeHost(gathered.local, gathered.localName);
-    if (gathered.disks.problem) {
-        inspection.disks.problem = gathered.disks.problem;
-    } else {
-        inspection.disks = readDisks(gathered.disks.lines);
-    }
+    inspection.disks = readDisks(gathered.disks);
     SToolUse shell;
     const CDevicePaths paths(inspection.disks);
     const CResolver resolve = resolverUntil(CClock::now() + std::chrono::seconds(options.timeout));

@@ -34,6 +34,7 @@ struct SRunFacts
     uint64_t limit = 0;
     double seconds = 0;
     std::string output;
+    bool isWhole = true;
 };
 
 // The end of a run is told by the thread that waits for it, which is the one that asked for it.
@@ -52,6 +53,7 @@ void onRun(void* /*context*/, const obzx_run* run)
     facts.limit = run->limit_seconds;
     facts.seconds = static_cast<double>(run->duration_nanoseconds) / 1e9;
     facts.output.assign(run->output, run->output_kept);
+    facts.isWhole = run->output_kept == run->output_size;
 }
 
 std::string pathOf(const SLMRCliPath& tool)
@@ -124,6 +126,7 @@ SAnswer watch(const std::string& toolPath, const CStart& start)
     if (byItself) answer.run.exitStatus = facts.exitStatus;
     if (facts.signal != 0) answer.run.signal = facts.signal;
     answer.run.seconds = facts.seconds;
+    answer.isCut = facts.isWhole && !facts.output.empty() && facts.output.back() != '\n';
     answer.run.output = std::move(facts.output);
     return answer;
 }

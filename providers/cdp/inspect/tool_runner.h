@@ -10,6 +10,9 @@
 
 namespace cdpfi::inspect {
 
+/// What an answer lacks that ends within a line.
+inline constexpr const char* CUT_LISTING = "its last line does not end";
+
 /// What became of a command.
 struct SAnswer
 {
@@ -17,6 +20,7 @@ struct SAnswer
     bool notStarted = false;         ///< there is no such program, or it is none
     bool timedOut = false;           ///< it was stopped by the time limit
     std::vector<std::string> lines;  ///< also of a command that failed
+    bool isCut = false;              ///< the last line does not end: more was to come
     SToolUse use;
     SToolRun run;
 };

@@ -35,13 +35,15 @@ std::optional<size_t> headLine(CLines lines, std::string_view head)
     return found;
 }
 
-/// The lines between a head and the next one.
+/// The lines between a head and the next one. Without a next one the listing may have lost its end, and part of the
+/// section with it.
 std::optional<CLines> sectionBelow(CLines lines, std::string_view head)
 {
     const auto at = headLine(lines, head);
     if (!at) return std::nullopt;
     const CLines rest = lines.subspan(*at + 1);
-    return CLines(rest.begin(), std::ranges::find_if(rest, isGroupHead));
+    const auto end = std::ranges::find_if(rest, isGroupHead);
+    return end == rest.end() ? std::nullopt : std::optional(CLines(rest.begin(), end));
 }
 
 /// The hosts in a text with nothing else in it.
@@ -106,6 +108,18 @@ std::optional<std::vector<SLMRAnnotation>> readAnnotations(CLines lines)
     return annotations;
 }
 
+std::vector<std::string_view> readImageNames(CLines lines)
+{
+    std::vector<std::string_view> names;
+    const auto head = headLine(lines, "Time images:");
+    if (!head) return names;
+    for (const std::string& line : lines.subspan(*head + 1)) {
+        std::string_view name;
+        if (readImageLine(line, name)) names.push_back(name);
+    }
+    return names;
+}
+
 /// One host a line.
 std::optional<CWords> readHostLines(CLines lines)
 {
@@ -155,10 +169,11 @@ std::optional<CWords> hostField(CLines lines, std::string_view name)
 
 }  // namespace
 
-// details = { text } [ section ] { section }
+// details = { text } [ section ] { section }, a section known where another one follows it
 // section = head NEWLINE { text NEWLINE }, with a head of a group's listing alone on its line
 // "Permissions:" { [ host-name ] NEWLINE }
 // "Annotations:" { [ annotation ] NEWLINE }
+// "Time images:" { [ image ] NEWLINE }, with lines as in the listing of time images
 //
 //   Permissions:
 //   backup
@@ -166,11 +181,13 @@ std::optional<CWords> hostField(CLines lines, std::string_view name)
 //   Annotations:
 //   "KSV_Check_Point_77" 2026-11-21T01:51:22Z "CreatedByKestrav" images=1
 //   Time images:
+//   KSV_Time_Image_77 2026-11-21T01:51:22Z annotation="KSV_Check_Point_77"
 SLMRGroupDetails parseGroupDetails(const std::vector<std::string>& lines)
 {
     SLMRGroupDetails details;
     if (const auto section = sectionBelow(lines, "Permissions:")) details.permissions = readHostLines(*section);
     if (const auto section = sectionBelow(lines, "Annotations:")) details.annotations = readAnnotations(*section);
+    details.images = readImageNames(lines);
     return details;
 }
 

@@ -25,6 +25,7 @@ struct SLMRGroupDetails
 {
     std::optional<std::vector<std::string_view>> permissions;  ///< hosts that are granted all images of the group
     std::optional<std::vector<SLMRAnnotation>> annotations;
+    std::vector<std::string_view> images;  ///< names of time images; nothing follows them, so there may be more
 };
 SLMRGroupDetails parseGroupDetails(const std::vector<std::string>& lines);
 

@@ -49,14 +49,6 @@ bool readGroupLine(std::string_view line, std::string_view& name)
     return end != line.begin() && (end == line.end() || FIELD_ENDS.contains(*end));
 }
 
-bool readImageLine(std::string_view line, std::string_view& name)
-{
-    line = trimBlanks(line);
-    if (!parseTimeImageName(line, name)) return false;
-    const std::string_view rest = trimBlanks(line.substr(name.size()));
-    return rest.empty() || isDigit(rest.front()) || rest.starts_with("annotation=\"");
-}
-
 SLMRNameListing readNames(const std::vector<std::string>& lines, bool (*readLine)(std::string_view, std::string_view&))
 {
     SLMRNameListing listing;
@@ -78,6 +70,14 @@ bool isHostName(std::string_view word)
     return !word.empty() && begins(word.front()) && std::ranges::all_of(word, [&](char character) {
         return begins(character) || character == '.' || character == '_' || character == '-';
     });
+}
+
+bool readImageLine(std::string_view line, std::string_view& name)
+{
+    line = trimBlanks(line);
+    if (!parseTimeImageName(line, name)) return false;
+    const std::string_view rest = trimBlanks(line.substr(name.size()));
+    return rest.empty() || isDigit(rest.front()) || rest.starts_with("annotation=\"");
 }
 
 // hosts = { host-name [ blank address ] NEWLINE | NEWLINE }

@@ -23,6 +23,9 @@ struct SLMRNameListing
 /// Whether a word can be the name of a host: letters, digits, ".", "_" and "-", the first a letter or a digit.
 bool isHostName(std::string_view word);
 
+/// One line of the listing of time images; false when it is none.
+bool readImageLine(std::string_view line, std::string_view& name);
+
 SLMRNameListing readHostListing(const std::vector<std::string>& lines);
 SLMRNameListing readGroupListing(const std::vector<std::string>& lines);
 /// An answer without a line is none: that there are no time images is said in words.
