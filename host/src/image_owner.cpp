@@ -56,7 +56,7 @@ SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, con
     const std::string& here = inspection->appliance(group.first)->host;
     if (here.empty() && snapshot.isImageAsked(group)) {
         found.doubt = "the appliance lists no host that is this one";
-        return ownerOfUnseen(snapshot, group, found);
+        return found;
     }
     const std::set<std::string> others = without(*granted, here);
     const bool isOurs =

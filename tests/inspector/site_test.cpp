@@ -171,11 +171,16 @@ TEST_F(Inspector, AnAnswerThatIsNoiseOrCutIsNoListing)
     EXPECT_TRUE(appliance.at("reachable"));
     const CJson& group = appliance.at("groups").at(0);
     EXPECT_FALSE(group.at("read"));
-    EXPECT_EQ(group.at("reason"),
-              "the answer to \"show cgroup \"cg1\"\" is no listing: \"Protected LUNS:\" is missing");
+    EXPECT_EQ(group.at("reason"), "the answer to \"show cgroup \"cg1\"\" is no listing: its last line does not end");
     EXPECT_TRUE(group.at("images_read"));
     EXPECT_EQ(appliance.at("not_listings"),
               CJson::parse(R"([{"command": "show cgroup \"cg1\"", "lines": ["Consistency Group: cg1", "Protect"]}])"));
+
+    const std::string line = "Consistency Group: cg1\n";
+    ASSERT_EQ(site.lmadm({"fault", "arm", "cut", "--at", std::to_string(line.size()), "--match", "show cgroup"}).status,
+              0);
+    EXPECT_EQ(document({}).at("appliances").at(0).at("groups").at(0).at("reason"),
+              "the answer to \"show cgroup \"cg1\"\" is no listing: \"Protected LUNS:\" is missing");
 
     ASSERT_EQ(site.lmadm({"fault", "arm", "garble", "--match", "list cgroups"}).status, 0);
     const CJson noise = document({}).at("appliances").at(0);

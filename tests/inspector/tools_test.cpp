@@ -195,6 +195,49 @@ TEST_F(InspectorTools, AGreetingBeforeAGoodListingIsSaidToBeOne)
                                "lines": ["Last login: today", "cg1 luns=1 annotations=0 timeimages=0"]})"));
 }
 
+TEST_F(InspectorTools, AListOfTimeImagesThatLacksOneIsNotBelieved)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    makeImage("alpha", "cg1", "2", "backup");
+    replaceTool("lmsh", "case \"$script\" in *timeimages*) " + realTool("lmsh") + " | head -1; exit;; esac\n" +
+                            realTool("lmsh"));
+    const CJson group = document({}).at("appliances").at(0).at("groups").at(0);
+    EXPECT_TRUE(group.at("read"));
+    EXPECT_FALSE(group.at("images_read"));
+    EXPECT_EQ(group.at("reason"), "the answer to \"list timeimages \"cg1\"\" lacks KSV_Time_Image_2");
+}
+
+TEST_F(InspectorTools, AnnotationsThatTheEndOfTheListingIsMissingAfterAreNotKnown)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    makeImage("alpha", "cg1", "1", "backup");
+    replaceTool("lmsh", "case \"$script\" in *show*cgroup*) " + realTool("lmsh") +
+                            " | sed '/^Time images/,$d'; exit;; esac\n" + realTool("lmsh"));
+    const CJson group = document({}).at("appliances").at(0).at("groups").at(0);
+    EXPECT_TRUE(group.at("read"));
+    EXPECT_EQ(group.at("annotations"), nullptr);
+    EXPECT_EQ(group.at("permissions"), CJson::array());
+    EXPECT_EQ(group.at("images").size(), 1u);
+}
+
+TEST_F(InspectorTools, AnAnswerWhoseLastLineDoesNotEndIsNoListing)
+{
+    site.addGroup("alpha", "cg1", {"a1"});
+    site.setUpHosts();
+    for (const std::string tool : {"lmsh", "kforutil"})
+        replaceTool(tool, "answer=$(" + realTool(tool) + ")\nprintf %s \"$answer\"");
+    const CJson told = document({});
+    const CJson& appliance = told.at("appliances").at(0);
+    EXPECT_FALSE(appliance.at("hosts_read"));
+    EXPECT_FALSE(appliance.at("groups_read"));
+    EXPECT_EQ(appliance.at("reason"), "the answer to \"list hosts\" is no listing: its last line does not end");
+    EXPECT_EQ(told.at("disks"), CJson::parse(R"({"read": false, "devices": [],
+        "reason": "the answer to \"kforutil listdisk\" is no listing: its last line does not end"})"));
+}
+
 TEST_F(InspectorTools, WhatHangsCostsItsOwnSectionAndOneTimeLimit)
 {
     site.addGroup("alpha", "cg1", {"a1"});
