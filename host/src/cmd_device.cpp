@@ -80,6 +80,7 @@ SResult listAllDevices(const SContext& context)
         throw EFictl(EExit::USAGE, "device paths are needed: " + inspector.why() + ", which could list all",
                      "fictl device list DEV...");
     }
+    const CGuardian guardian;
     context.progress.step("look at the appliances");
     const std::optional<SInspection> seen = inspector.look({});
     stopPoint();

@@ -7,6 +7,7 @@
 #include "host/src/doctor_files.h"
 #include "host/src/doctor_site.h"
 #include "host/src/error.h"
+#include "host/src/guardian.h"
 #include "host/src/inspector.h"
 #include "host/src/names.h"
 #include "host/src/program.h"
@@ -147,6 +148,7 @@ class CDoctor
 
 SResult runDoctor(const SContext& context)
 {
+    const CGuardian guardian;
     const Checks checks = CDoctor(context).run();
     SResult result;
     result.document = {{"doctor", {{"checks", checksJson(checks)}, {"ok", isHealthy(checks)}}}};

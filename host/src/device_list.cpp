@@ -64,6 +64,7 @@ std::vector<SListedDisk> listDisks(const SInspection& inspection)
         if (const auto doubt = ambiguous.find(serial); doubt != ambiguous.end()) disk.reason = doubt->second;
     }
     std::vector<SListedDisk> list;
+    list.reserve(disks.size());
     for (auto& [path, disk] : disks) {
         list.push_back(std::move(disk));
     }
