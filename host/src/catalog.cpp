@@ -98,11 +98,24 @@ std::string quoted(const std::string& name)
     return "snapshot \"" + printable(name) + "\"";
 }
 
+// An interrupted command is taken up where it was left. Only what a killed creation left has no use any more.
 std::string howToGoOn(const SSnapshot& snapshot)
 {
-    const std::string state = snapshot.shownState();
-    if (state == stateText(snapshot.state)) return "fictl snapshot show " + snapshot.name;
-    return "fictl snapshot delete " + snapshot.name;
+    const char* verb = "show ";
+    if (snapshot.isInterrupted()) {
+        switch (snapshot.state) {
+            case EState::IMPORTING:
+                verb = "import ";
+                break;
+            case EState::RELEASING:
+                verb = "release ";
+                break;
+            default:
+                verb = "delete ";
+                break;
+        }
+    }
+    return std::string("fictl snapshot ") + verb + snapshot.name;
 }
 
 }  // namespace

@@ -156,7 +156,9 @@ void CSnapshotDeletion::dispose(const GroupKey& group)
         enterRemoved(group);
         return;
     }
-    m_failed += (m_failed.empty() ? "" : ", ") + groupText(group) + " (status " + std::to_string(disposal.status) + ")";
+    const std::string status = std::to_string(disposal.status);
+    m_failed += (m_failed.empty() ? "" : ", ") + groupText(group) +
+                (disposal.status == OBZ_OK ? " (not confirmed)" : " (status " + status + ")");
     m_report.add(disposal.report);
 }
 

@@ -54,6 +54,7 @@ class CSnapshotImport
     void requireOwnCheckpoints();
     void requirePlaces();
     void requirePlace(const SDevice& device, const GroupKey& found) const;
+    void requireCheckpoint(const GroupKey& group, bool wasImported) const;
     void importGroup(CImporter& importer, const GroupKey& group);
     bool isImageThere(const GroupKey& group, const SImageOwner& image) const;
     void makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere);
@@ -160,8 +161,10 @@ void CSnapshotImport::requirePlaces()
 
 void CSnapshotImport::fail(const EFictl& error) const
 {
+    const std::string mend =
+        error.report().empty() ? "fictl doctor tells more; mend that" : "mend what the appliance reports";
     throw EFictl(error.exit(), quotedName() + ": " + error.what(),
-                 "mend what the appliance reports, then fictl snapshot import " + m_snapshot.name)
+                 mend + ", then fictl snapshot import " + m_snapshot.name)
         .withReport(error.report())
         .about(m_snapshot.name);
 }
@@ -181,6 +184,20 @@ bool CSnapshotImport::isImageThere(const GroupKey& group, const SImageOwner& ima
         .about(m_snapshot.name);
 }
 
+// Another host may have deleted the snapshot; then its record here is all that is left.
+void CSnapshotImport::requireCheckpoint(const GroupKey& group, bool wasImported) const
+{
+    const SInspection* const seen = m_knowledge.seen();
+    if (seen == nullptr || seen->hasCheckpoint(group, m_snapshot.checkpoint) != EThere::NO) return;
+    throw EFictl(EExit::FAILED,
+                 quotedName() + ": checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) +
+                     (wasImported ? " is gone, and with it the copy that was imported"
+                                  : " is gone, so there is "
+                                    "nothing to import"),
+                 "ask who deleted the snapshot; fictl snapshot delete " + m_snapshot.name + " drops this host's record")
+        .about(m_snapshot.name);
+}
+
 void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
 {
     const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
@@ -189,6 +206,7 @@ void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
     stopPoint();
     const bool wasImported = std::any_of(devices.begin(), devices.end(),
                                          [](const SDevice* device) { return !device->importSerial.empty(); });
+    requireCheckpoint(group, wasImported);
     const SImageOwner image = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
     if (image.owner == EImageOwner::NONE && wasImported) {
         throw EFictl(EExit::FAILED,

@@ -119,13 +119,20 @@ TEST_F(CCopiesInUseTest, TheHostThatMadeItDoesNotDeleteWhatAnotherHasImported)
 TEST_F(CCopiesInUseTest, TheOverrideDeletesWhatAnotherHostHas)
 {
     carry();
+    const std::string checkpoint = fictlJson({"snapshot", "show", "s"}).document()["snapshot"]["checkpoint"];
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
     EXPECT_TRUE(objects().empty());
     const SRun gone = other({"snapshot", "import", "s"});
     EXPECT_EQ(gone.exit, 8);
-    EXPECT_NE(messageOf(gone).find(" is gone, and with it the copy that was imported"), std::string::npos);
+    EXPECT_EQ(messageOf(gone), "snapshot \"s\": checkpoint " + checkpoint +
+                                   " of group \"g1\" of appliance \"ap1\" is gone, and with it the copy that was "
+                                   "imported");
+    EXPECT_EQ(nextOf(gone), "ask who deleted the snapshot; fictl snapshot delete s drops this host's record");
     EXPECT_EQ(other({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(messageOf(other({"snapshot", "import", "s"})),
+              "snapshot \"s\": checkpoint " + checkpoint +
+                  " of group \"g1\" of appliance \"ap1\" is gone, so there is nothing to import");
     EXPECT_EQ(other({"snapshot", "delete", "s"}).exit, 0);
 }
 

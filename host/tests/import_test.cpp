@@ -120,7 +120,8 @@ TEST_F(CImportTest, TakesAnImageUpThatAnEarlierImportHasMade)
         arm("find:S2 fail\n");
         const SRun run = fictlJson({"snapshot", "import", "s"});
         EXPECT_EQ(run.exit, 8) << isInspected;
-        EXPECT_EQ(run.document()["error"]["next"], "mend what the appliance reports, then fictl snapshot import s");
+        EXPECT_EQ(run.document()["error"]["next"], "fictl doctor tells more; mend that, then fictl snapshot import s")
+            << "no command failed";
         arm("");
         const SRun again = fictl({"snapshot", "import", "s"});
         EXPECT_EQ(again.exit, 0) << isInspected << again.err;

@@ -44,6 +44,8 @@ TEST_F(CFictlTest, AKilledImportIsGoneOnWithByTheNext)
         EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, KILLED) << point;
         EXPECT_EQ(state("s"), "import-interrupted") << point;
         arm("");
+        const SRun taken = fictlJson({"snapshot", "create", "s", "/dev/fake1"});
+        EXPECT_EQ(taken.document()["error"]["next"], "fictl snapshot import s") << "and not to delete it";
         const SRun again = fictl({"snapshot", "import", "s"});
         EXPECT_EQ(again.exit, 0) << point << again.err;
         EXPECT_EQ(state("s"), "imported") << point;
