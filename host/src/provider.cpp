@@ -25,7 +25,10 @@ CProvider::CProvider(const std::string& nameOrPath, EStart start) : m_library(na
 
 void CProvider::start(EStart start)
 {
+    // A start reads the inventory of every appliance, with several commands each.
+    m_runs.spareSilentServers(true);
     const int32_t status = call().init(&m_context, &m_version, nullptr);
+    m_runs.spareSilentServers(false);
     if (status != OBZ_OK) {
         EFictl failure(EExit::PROVIDER,
                        "provider \"" + name() + "\" did not start (status " + std::to_string(status) + ")",

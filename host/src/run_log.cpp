@@ -45,6 +45,12 @@ size_t bytesOf(const SRunRecord& record)
     return bytes;
 }
 
+// "server NAME", by which a script begins; a tool without a script has none, and is silent by itself alone.
+std::string serverLine(const SRunRecord& run)
+{
+    return run.input.empty() ? run.program() : run.input.substr(0, run.input.find('\n'));
+}
+
 }  // namespace
 
 std::string SRunRecord::program() const
@@ -100,19 +106,36 @@ void CRunLog::setWatch(SRunWatch watch)
 
 void CRunLog::onRun(void* context, const obzx_run* run)
 {
+    auto* const self = static_cast<CRunLog*>(context);
     SRunRecord record = runRecordOf(*run);
     if (run->phase == OBZX_RUN_STARTED) {
         if (g_watch.onStarted) g_watch.onStarted(record);
+        if (self->isSilent(record)) obzx_cancel_runs();
         return;
     }
     if (g_watch.onEnded) g_watch.onEnded(record);
-    static_cast<CRunLog*>(context)->add(std::move(record));
+    self->add(std::move(record));
+}
+
+void CRunLog::spareSilentServers(bool spare)
+{
+    const std::lock_guard guard(m_lock);
+    m_spares = spare;
+    m_silent.clear();
+}
+
+bool CRunLog::isSilent(const SRunRecord& run) const
+{
+    const std::lock_guard guard(m_lock);
+    return m_spares && m_silent.contains(serverLine(run));
 }
 
 void CRunLog::add(SRunRecord record)
 {
     const std::lock_guard guard(m_lock);
     ++m_count;
+    if (m_spares && record.stopped == EStop::CANCEL && m_silent.contains(serverLine(record))) return;
+    if (m_spares && record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
     SRoom& room = record.result == 0 ? m_succeeded : m_failed;
     const size_t bytes = bytesOf(record);
     if (room.runs == MOST_RUNS || room.bytes + bytes > MOST_BYTES) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -89,6 +90,13 @@ class CRunLog
     /// Runs that have ended since this log was made, taken or not.
     uint64_t count() const;
 
+    /**
+     * While it is on, a command to a server that has let an earlier one run into its time limit is cancelled as soon as
+     * it has started, and not kept: a silent appliance costs one limit, and the command that it let wait is the one to
+     * name. For a row of questions only, none of which may change anything.
+     */
+    void spareSilentServers(bool spare);
+
     /// Who is told of the runs, for every log of this process; empty functions for nobody. To be set while no log is
     /// there.
     static void setWatch(SRunWatch watch);
@@ -103,12 +111,15 @@ class CRunLog
 
     static void onRun(void* context, const obzx_run* run);
     void add(SRunRecord record);
+    bool isSilent(const SRunRecord& run) const;
 
     mutable std::mutex m_lock;  // guards all below
     SRuns m_kept;
     SRoom m_failed;
     SRoom m_succeeded;
     uint64_t m_count = 0;
+    bool m_spares = false;
+    std::set<std::string> m_silent;  // first lines of scripts, which name the server
 };
 
 }  // namespace fictl
