@@ -1,15 +1,17 @@
 #include "host/src/lun_place.h"
 
-#include "host/src/node_tree.h"
+#include "host/src/naming.h"
+#include "host/src/node.h"
 
 namespace fictl {
 
 std::optional<GroupKey> findLunPlace(CProvider& provider, const std::string& serial)
 {
-    CNodeTree tree(provider);
-    const SOffer offer = tree.offer(serial);
-    if (!offer.claimed) return std::nullopt;
-    const SNodeState state = tree.add(offer).state();
+    // A node that is named by the serial. An offer would not do: only what reads as a device path is offered.
+    CNode node(provider, naming::nodePrefix(provider.name()) + serial);
+    node.attach();
+    if (provider.call().init_node(node.record(), nullptr, 0, nullptr) != OBZ_OK) return std::nullopt;
+    const SNodeState state = node.state();
     return GroupKey(state.applianceName, state.consistencyGroup);
 }
 
