@@ -137,7 +137,7 @@ SResult exportSnapshot(const std::string& name, const std::string& file, bool fo
     CCatalog catalog;
     SSnapshot snapshot = catalog.get(name);
     const bool isWhole = snapshot.state == EState::COMPLETE || snapshot.state == EState::IMPORTED ||
-                         snapshot.state == EState::IMPORT_FAILED;
+                         snapshot.state == EState::IMPORT_FAILED || snapshot.state == EState::RELEASE_FAILED;
     if (!isWhole) {
         throw EFictl(EExit::STATE, "snapshot \"" + name + "\" is " + snapshot.shownState() + ": it cannot be exported",
                      "fictl snapshot show " + name);

@@ -18,8 +18,9 @@ namespace fictl {
 namespace {
 
 constexpr std::initializer_list<EState> DELETABLE = {
-    EState::CREATING,      EState::PARTIAL,  EState::FAILED,    EState::COMPLETE, EState::IMPORTING,
-    EState::IMPORT_FAILED, EState::IMPORTED, EState::RELEASING, EState::DELETING, EState::DELETE_FAILED,
+    EState::CREATING,       EState::PARTIAL,       EState::FAILED,        EState::COMPLETE,
+    EState::IMPORTING,      EState::IMPORT_FAILED, EState::IMPORTED,      EState::RELEASING,
+    EState::RELEASE_FAILED, EState::DELETING,      EState::DELETE_FAILED,
 };
 
 /// Deletes what a record names, group by group: looks at all of them first, and enters each group that is gone.

@@ -12,6 +12,7 @@
 #include "host/src/knowledge.h"
 #include "host/src/lun_place.h"
 #include "host/src/names.h"
+#include "host/src/naming.h"
 #include "host/src/record_check.h"
 #include "host/src/record_json.h"
 #include "host/src/signals.h"
@@ -36,10 +37,12 @@ SResult importedResult(const SSnapshot& snapshot)
 class CSnapshotImport
 {
   public:
-    CSnapshotImport(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+    /// @param wasReleased part of the copies may have been given back
+    CSnapshotImport(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool wasReleased)
         : m_context(context),
           m_catalog(catalog),
           m_snapshot(snapshot),
+          m_wasReleased(wasReleased),
           m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
     {
     }
@@ -49,6 +52,7 @@ class CSnapshotImport
 
   private:
     std::string quotedName() const { return "snapshot \"" + m_snapshot.name + "\""; }
+    void forgetReleased();
     void verifyCopies();
     bool isWhole() const;
     void requireOwnCheckpoints();
@@ -65,6 +69,7 @@ class CSnapshotImport
     const SContext& m_context;
     CCatalog& m_catalog;
     SSnapshot& m_snapshot;
+    bool m_wasReleased;
     CKnowledge m_knowledge;
     std::optional<CProvider> m_provider;
     bool m_touched = false;
@@ -77,6 +82,7 @@ void CSnapshotImport::run()
     m_context.progress.step("look at the copies");
     m_knowledge.look();
     stopPoint();
+    if (m_wasReleased) forgetReleased();
     verifyCopies();
     if (isWhole()) return;
     m_context.progress.step("start provider");
@@ -107,6 +113,32 @@ bool CSnapshotImport::isWhole() const
 {
     return std::none_of(m_snapshot.devices.begin(), m_snapshot.devices.end(),
                         [](const SDevice& device) { return device.importPath.empty(); });
+}
+
+// An image that a release has deleted before it could say so is no loss: the copies are made anew.
+void CSnapshotImport::forgetReleased()
+{
+    const SInspection* const seen = m_knowledge.seen();
+    std::set<GroupKey> gone;
+    for (const GroupKey& group : m_snapshot.groups()) {
+        if (!m_snapshot.isImageAsked(group)) continue;
+        const EThere there =
+            seen == nullptr ? EThere::UNKNOWN : seen->hasImage(group, naming::imageOfCheckpoint(m_snapshot.checkpoint));
+        if (there == EThere::NO) gone.insert(group);
+        if (there != EThere::UNKNOWN) continue;
+        throw EFictl(EExit::FAILED,
+                     quotedName() + ": whether a copy of group " + groupText(group) +
+                         " was given back is not known: " + (seen == nullptr ? m_knowledge.why() : seen->doubt(group)),
+                     "mend that and run the command again")
+            .about(m_snapshot.name);
+    }
+    for (const GroupKey& group : gone) {
+        for (SDevice* device : m_snapshot.devicesOf(group)) {
+            device->forgetCopy();
+        }
+        m_touched = true;
+        enter(group);
+    }
 }
 
 // A path that does not show its LUN any more is looked for again; the image is what counts.
@@ -282,13 +314,15 @@ SResult importSnapshot(const SContext& context, const std::string& name)
     const CGuardian guardian;
     CCatalog catalog;
     context.providerFor(catalog.get(name));  // refuses another one than the record's
-    const SSnapshot before = catalog.take(
-        name, EState::IMPORTING,
-        {EState::COMPLETE, EState::IMPORT_FAILED, EState::IMPORTING, EState::IMPORTED, EState::RELEASING}, "imported");
+    const SSnapshot before = catalog.take(name, EState::IMPORTING,
+                                          {EState::COMPLETE, EState::IMPORT_FAILED, EState::IMPORTING, EState::IMPORTED,
+                                           EState::RELEASING, EState::RELEASE_FAILED},
+                                          "imported");
+    const bool wasReleased = before.state == EState::RELEASING || before.state == EState::RELEASE_FAILED;
     SSnapshot snapshot = before;
     snapshot.state = EState::IMPORTING;
     snapshot.owner = thisProcess();
-    CSnapshotImport import(context, catalog, snapshot);
+    CSnapshotImport import(context, catalog, snapshot, wasReleased);
     try {
         import.run();
     } catch (const EFictl& error) {

@@ -104,9 +104,10 @@ SResult releaseSnapshot(const SContext& context, const std::string& name, bool e
     const CGuardian guardian;
     CCatalog catalog;
     context.providerFor(catalog.get(name));  // refuses another one than the record's
-    const SSnapshot before = catalog.take(
-        name, EState::RELEASING,
-        {EState::COMPLETE, EState::IMPORTING, EState::IMPORT_FAILED, EState::IMPORTED, EState::RELEASING}, "released");
+    const SSnapshot before = catalog.take(name, EState::RELEASING,
+                                          {EState::COMPLETE, EState::IMPORTING, EState::IMPORT_FAILED, EState::IMPORTED,
+                                           EState::RELEASING, EState::RELEASE_FAILED},
+                                          "released");
     SSnapshot snapshot = before;
     snapshot.state = EState::RELEASING;
     snapshot.owner = thisProcess();
@@ -116,7 +117,7 @@ SResult releaseSnapshot(const SContext& context, const std::string& name, bool e
     } catch (const EFictl& error) {
         // An error of the catalog would only come again.
         if (error.exit() == EExit::CATALOG) throw;
-        snapshot.state = EState::IMPORT_FAILED;
+        snapshot.state = EState::RELEASE_FAILED;
         snapshot.message = error.what();
         catalog.update(release.touched() ? snapshot : before);
         throw;

@@ -26,6 +26,7 @@ constexpr SStateText STATES[] = {
     {EState::IMPORT_FAILED, "import-failed", nullptr},
     {EState::IMPORTED, "imported", nullptr},
     {EState::RELEASING, "releasing", "release-interrupted"},
+    {EState::RELEASE_FAILED, "release-failed", nullptr},
     {EState::DELETING, "deleting", "delete-interrupted"},
     {EState::DELETE_FAILED, "delete-failed", nullptr},
 };

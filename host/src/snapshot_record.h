@@ -22,6 +22,7 @@ enum class EState
     IMPORT_FAILED,
     IMPORTED,
     RELEASING,
+    RELEASE_FAILED,
     DELETING,
     DELETE_FAILED,
 };

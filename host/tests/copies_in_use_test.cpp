@@ -167,12 +167,30 @@ TEST_F(CCopiesInUseTest, ReleaseThatFailsKeepsWhatIsStillThere)
     arm("delete-timeimage:g2 fail busy\n");
     const SRun run = fictlJson({"snapshot", "release", "s"});
     EXPECT_EQ(run.exit, 10);
-    EXPECT_EQ(state("s"), "import-failed");
+    EXPECT_EQ(state("s"), "release-failed");
     EXPECT_EQ(objects().size(), 3U);
     arm("");
     EXPECT_EQ(fictl({"snapshot", "release", "s"}).exit, 0);
     EXPECT_EQ(state("s"), "complete");
     EXPECT_EQ(objects().size(), 2U);
+}
+
+TEST_F(CCopiesInUseTest, WhatAKilledReleaseHasGivenBackIsImportedAgain)
+{
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    arm("delete-timeimage:g1 killed-after\n");
+    constexpr int KILLED = 1000 + 9;
+    ASSERT_EQ(fictl({"snapshot", "release", "s"}).exit, KILLED);
+    arm("");
+    EXPECT_EQ(state("s"), "release-interrupted");
+    ASSERT_EQ(objects().size(), 3U);
+    arm("inspect-images:g1 fail noise\n");
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 8);
+    arm("");
+    EXPECT_EQ(state("s"), "release-interrupted") << "what was given back is not known, and not forgotten";
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    EXPECT_EQ(state("s"), "imported");
+    EXPECT_EQ(objects().size(), 4U);
 }
 
 TEST_F(CCopiesInUseTest, ReleaseNeedsAnInspector)

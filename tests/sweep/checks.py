@@ -1,18 +1,18 @@
 """What has to hold after a backup was disturbed, and after it was brought into order again."""
 import pathlib
 
-from sweep.site import need
+from sweep.site import error_of, need
 
 # The exit codes of docs/fictl.md that a command may end with when the appliance fails, with the names in its errors.
 EXIT_NAMES = {5: "state", 6: "provider", 7: "not-claimed", 8: "failed", 9: "partial", 10: "not-deleted",
               13: "bad-record"}
-ALLOWED = {"create": {0, 6, 7, 8, 9}, "list": {0}, "export": {0}, "receive": {0, 13}, "import": {0, 6, 8},
+ALLOWED = {"create": {0, 6, 7, 8, 9}, "list": {0}, "export": {0}, "receive": {0, 13}, "import": {0, 6, 8, 13},
            "release": {0, 5, 8, 10}, "unmount": {0, 5, 6, 10}, "delete": {0, 5, 6, 10}}
 # States in which the record of a killed or failed command may be found; None: no record.
 AFTER_FAILURE = {"create": {None, "partial", "failed", "interrupted"},
                  "receive": {None},
                  "import": {"complete", "import-failed", "import-interrupted"},
-                 "release": {"imported", "import-failed", "release-interrupted"},
+                 "release": {"imported", "release-failed", "release-interrupted"},
                  "unmount": {"imported", "delete-failed", "delete-interrupted"},
                  "delete": {"complete", "delete-failed", "delete-interrupted"}}
 # A kill after the last change that a command makes leaves what the command leaves.
@@ -51,11 +51,11 @@ def check_second_import(workflow):
     if not site.names("backup"):
         host, words = workflow.step("receive")
         status, document = site.fictl(host, *words)
-        need(status == 0, f"a second receive ends with {status}: {document}")
+        need(status == 0, f"a second receive ends with {status}: {error_of(document)}")
     workflow.import_again()
     host, words = workflow.step("delete")
     status, document = site.fictl(host, *words)
-    need(status == 5, f"a copy that is imported elsewhere is deleted: {status} {document}")
+    need(status == 5, f"a copy that is imported elsewhere is deleted: {status} {error_of(document)}")
     check_truth(site)
     workflow.check_import(site.record("backup", workflow.name))
 
@@ -65,7 +65,7 @@ def recover(site):
     for host in ("backup", "production"):
         for name in site.names(host):
             status, document = site.fictl(host, "snapshot", "delete", name)
-            need(status == 0, f"{name} cannot be deleted on {host}: {status} {document}")
+            need(status == 0, f"{name} cannot be deleted on {host}: {status} {error_of(document)}")
 
 
 def check_nothing_left(site):
@@ -104,7 +104,7 @@ def record_of(site, step, words):
 
 def check_outcome(site, step, status, document, words):
     """Exit code, error document and record fit each other and the documentation."""
-    need(status in ALLOWED[step], f"{step} ends with {status}: {document}")
+    need(status in ALLOWED[step], f"{step} ends with {status}: {error_of(document)}")
     if status == 0:
         return
     error = document["error"]

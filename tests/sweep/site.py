@@ -18,6 +18,11 @@ def need(condition, text):
         raise Failure(text)
 
 
+def error_of(document):
+    """What a command's document says went wrong."""
+    return document.get("error", {}).get("message", document)
+
+
 def scratch_parent():
     """In memory where there is such a place: a killed process, unlike a power cut, loses nothing that was not synced."""
     memory = pathlib.Path("/dev/shm")
@@ -184,14 +189,14 @@ class Workflow:
         for step, host, words in self.steps:
             before(step)
             status, document = self.site.fictl(host, *words)
-            need(status == 0, f"the undisturbed step {step} of {self.name} ends with {status}: {document}")
+            need(status == 0, f"the undisturbed step {step} of {self.name} ends with {status}: {error_of(document)}")
             self.check_step(step, document)
 
     def import_again(self):
         """An import on the other host, whatever became of one before."""
         host, words = self.step("import")
         status, document = self.site.fictl(host, *words)
-        need(status == 0, f"a second import ends with {status}: {document}")
+        need(status == 0, f"a second import ends with {status}: {error_of(document)}")
         self.check_import(document["snapshot"])
 
     def check_step(self, step, document):
