@@ -20,10 +20,10 @@ class House(Site):
         devices = [self.devices[lun] for lun in self.LUNS]
         self.commands = {
             "create": ("production", ["snapshot", "create", NAME, *devices]),
-            "export": ("production", ["snapshot", "export", NAME, "--file", str(self.document)]),
-            "receive": ("backup", ["snapshot", "receive", str(self.document)]),
+            "export": ("production", ["snapshot", "export", NAME, "--force", "--file", str(self.document)]),
         }
         for host in HOSTS:
+            self.commands[f"receive@{host}"] = (host, ["snapshot", "receive", str(self.document)])
             for verb in ("import", "release", "delete"):
                 self.commands[f"{verb}@{host}"] = (host, ["snapshot", verb, NAME])
             self.commands[f"delete-even-if-in-use@{host}"] = (host, ["snapshot", "delete", NAME, "--even-if-in-use"])
