@@ -1,12 +1,22 @@
 """Two hosts with a catalog each, one snapshot, and the commands that they can give in any order."""
+import dataclasses
 import json
 import pathlib
 import shutil
 
-from sweep.site import Site, need
+from sweep.site import Site, error_of, need
 
 NAME = "nightly"
 HOSTS = ("production", "backup")
+
+
+@dataclasses.dataclass
+class Sight:
+    """What the catalogs and the appliances have at one moment."""
+
+    records: dict  # of each host, or None
+    checkpoints: set  # (appliance, group, name)
+    images: set  # (appliance, group, name, checkpoint, hosts that it is granted to)
 
 
 class House(Site):
@@ -32,16 +42,14 @@ class House(Site):
         host, words = self.commands[command]
         return self.fictl(host, *words)
 
-    def records(self):
-        return {host: self.record(host, NAME) for host in HOSTS}
-
-    def images(self):
-        """Time images as (appliance, group, name, hosts that they are granted to)."""
-        found = set()
+    def look(self):
+        sight = Sight({host: self.record(host, NAME) for host in HOSTS}, set(), set())
         for appliance, group in set(self.LUNS.values()):
             shown = self.lmadm_json("--appliance", appliance, "group", "show", group)
-            found |= {(appliance, group, image["name"], tuple(image["permissions"])) for image in shown["time_images"]}
-        return found
+            sight.checkpoints |= {(appliance, group, entry["name"]) for entry in shown["annotations"]}
+            sight.images |= {(appliance, group, entry["name"], entry["annotation"], tuple(entry["permissions"]))
+                             for entry in shown["time_images"]}
+        return sight
 
     def keep(self, folder):
         shutil.rmtree(folder, ignore_errors=True)
@@ -52,54 +60,52 @@ class House(Site):
             shutil.rmtree(entry)
         shutil.copytree(folder, self.folder, symlinks=True, dirs_exist_ok=True)
 
-    def situation(self):
+    def situation(self, sight):
         """What there is, without names that differ from run to run."""
-        records = self.records()
-        checkpoints, _ = self.copies()
         told = {}
-        for host, record in records.items():
+        for host, record in sight.records.items():
             told[host] = record and [record["state"], sorted((device["group"], device["made"],
                                                               device["import_path"] is not None)
                                                              for device in record["devices"])]
-        known = {record["checkpoint"] for record in records.values() if record}
-        return json.dumps([told, sorted((entry[:2], entry[2] in known) for entry in checkpoints),
-                           sorted((image[:2], image[3]) for image in self.images()), self.document.exists(),
-                           len(known)])
+        known = {record["checkpoint"] for record in sight.records.values() if record}
+        written = json.loads(self.document.read_text()) if self.document.exists() else None
+        return json.dumps([told, sorted((entry[:2], entry[2] in known) for entry in sight.checkpoints),
+                           sorted((image[:2], image[4]) for image in sight.images),
+                           written and written["checkpoint"] in known, len(known)])
 
 
-def check_nothing_taken(house, command, before_records, before_images):
+def check_nothing_taken(command, before, after):
     """No command removes an image that a catalog holds as imported, but for that host's own release or delete, and
     what was told to."""
     if command.startswith("delete-even-if-in-use@"):
         return
-    gone = before_images - house.images()
-    for appliance, group, image, hosts in gone:
+    for appliance, group, image, _, hosts in before.images - after.images:
         for host in HOSTS:
-            record = before_records[host]
+            record = before.records[host]
             if not record or record["state"] != "imported" or host not in hosts:
                 continue
             need(command in (f"release@{host}", f"delete@{host}"),
                  f"{command} removed {image} of {appliance}/{group}, which {host} holds as imported")
 
 
-def check_no_orphan(house):
+def check_no_orphan(sight):
     """A record on one of the hosts covers whatever is on the appliances."""
-    covered = {(device["appliance"], device["group"], record["checkpoint"]) for record in house.records().values()
+    covered = {(device["appliance"], device["group"], record["checkpoint"]) for record in sight.records.values()
                if record for device in record["devices"] if device["made"] != "no"}
-    checkpoints, images = house.copies()
-    need(checkpoints <= covered, f"no catalog knows the checkpoints {checkpoints - covered}")
-    need({image[:2] + image[3:] for image in images} <= covered, f"no catalog knows the images {images}")
+    need(sight.checkpoints <= covered, f"no catalog knows the checkpoints {sight.checkpoints - covered}")
+    need({image[:2] + image[3:4] for image in sight.images} <= covered,
+         f"no catalog knows the images {sight.images}")
 
 
-def check_imported(house):
-    for host, record in house.records().items():
+def check_imported(house, sight):
+    for host, record in sight.records.items():
         if not record or record["state"] != "imported":
             continue
         for device in record["devices"]:
             lun = pathlib.Path(device["source"]).name
             path = pathlib.Path(device["import_path"])
-            held = any(image[:2] == (device["appliance"], device["group"]) and host in image[3]
-                       for image in house.images())
+            held = any(image[:2] == (device["appliance"], device["group"]) and host in image[4]
+                       for image in sight.images)
             need(not held or path.read_bytes() == house.content[lun], f"the copy of {lun} on {host} is not the source's")
 
 
@@ -107,6 +113,6 @@ def check_cleanable(house):
     """From everywhere the documented commands alone lead back to nothing."""
     for command in ("delete@backup", "delete@production", "delete@backup"):
         status, document = house.give(command)
-        need(status in (0, 3, 5), f"{command} ends with {status}: {document}")
-    checkpoints, images = house.copies()
-    need(not checkpoints and not images, f"cannot be cleaned: {checkpoints} {images} {house.records()}")
+        need(status in (0, 3, 5), f"{command} ends with {status}: {error_of(document)}")
+    left = house.look()
+    need(not left.checkpoints and not left.images, f"cannot be cleaned: {left}")
