@@ -1,22 +1,18 @@
 #include "host/src/hook.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <string_view>
 #include <system_error>
 
 extern "C" {
 #include <sys/pidfd.h>  // the C library's header of this age does not say so itself
 }
 
-extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
+#include "host/src/child_start.h"
 
 namespace fictl {
 
@@ -31,99 +27,6 @@ constexpr seconds GRACE{5};
 // How often is looked for the end of a process without a descriptor of its own.
 constexpr milliseconds LOOK_INTERVAL{50};
 
-class CSpawnAttributes
-{
-  public:
-    CSpawnAttributes()
-    {
-        m_error = posix_spawnattr_init(&m_attributes);
-        if (m_error != 0) return;
-        sigset_t all;
-        sigset_t none;
-        sigfillset(&all);
-        sigemptyset(&none);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-        posix_spawnattr_setpgroup(&m_attributes, 0);
-        posix_spawnattr_setsigdefault(&m_attributes, &all);
-        posix_spawnattr_setsigmask(&m_attributes, &none);
-    }
-    ~CSpawnAttributes()
-    {
-        if (m_error == 0) posix_spawnattr_destroy(&m_attributes);
-    }
-    CSpawnAttributes(const CSpawnAttributes&) = delete;
-    CSpawnAttributes& operator=(const CSpawnAttributes&) = delete;
-    int error() const { return m_error; }
-    const posix_spawnattr_t* get() const { return &m_attributes; }
-
-  private:
-    posix_spawnattr_t m_attributes{};
-    int m_error = 0;
-};
-
-class CSpawnFiles
-{
-  public:
-    CSpawnFiles()
-    {
-        m_error = posix_spawn_file_actions_init(&m_files);
-        m_isThere = m_error == 0;
-        if (m_error == 0) m_error = posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-        if (m_error == 0) m_error = posix_spawn_file_actions_adddup2(&m_files, STDERR_FILENO, STDOUT_FILENO);
-    }
-    ~CSpawnFiles()
-    {
-        if (m_isThere) posix_spawn_file_actions_destroy(&m_files);
-    }
-    CSpawnFiles(const CSpawnFiles&) = delete;
-    CSpawnFiles& operator=(const CSpawnFiles&) = delete;
-    int error() const { return m_error; }
-    const posix_spawn_file_actions_t* get() const { return &m_files; }
-
-  private:
-    posix_spawn_file_actions_t m_files{};
-    int m_error = 0;
-    bool m_isThere = false;
-};
-
-bool isReplaced(std::string_view variable, const std::vector<std::string>& added)
-{
-    return std::any_of(added.begin(), added.end(), [variable](const std::string& line) {
-        return variable.starts_with(std::string_view(line).substr(0, line.find('=') + 1));
-    });
-}
-
-// The environment of this process with the added lines; refers to the texts of both.
-std::vector<char*> environmentWith(const std::vector<std::string>& added)
-{
-    std::vector<char*> variables;
-    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-        if (!isReplaced(*variable, added)) variables.push_back(*variable);
-    }
-    for (const std::string& line : added) {
-        variables.push_back(const_cast<char*>(line.c_str()));
-    }
-    variables.push_back(nullptr);
-    return variables;
-}
-
-int spawnShell(const std::string& command, const std::vector<std::string>& added, pid_t& pid)
-{
-    const CSpawnAttributes attributes;
-    if (attributes.error() != 0) return attributes.error();
-    const CSpawnFiles files;
-    if (files.error() != 0) return files.error();
-    std::string shell = "sh";
-    std::string option = "-c";
-    std::string text = command;
-    char* const arguments[] = {shell.data(), option.data(), text.data(), nullptr};
-    pid_t started = -1;
-    const int error =
-        posix_spawn(&started, "/bin/sh", files.get(), attributes.get(), arguments, environmentWith(added).data());
-    if (error == 0) pid = started;
-    return error;
-}
-
 SHookResult resultOf(const siginfo_t& info)
 {
     const std::string status = std::to_string(info.si_status);
@@ -137,7 +40,8 @@ SHookResult resultOf(const siginfo_t& info)
 CHookRun::CHookRun(const std::string& command, seconds timeout, const std::vector<std::string>& added)
     : m_timeout(timeout), m_limit(Clock::now() + timeout)
 {
-    const int error = spawnShell(command, added, m_pid);
+    // What a hook writes is no result of fictl's.
+    const int error = startChild({"/bin/sh", {"sh", "-c", command}, added, STDERR_FILENO, STDERR_FILENO}, m_pid);
     if (error == 0) {
         m_process = CDescriptor(pidfd_open(m_pid, 0));
         return;

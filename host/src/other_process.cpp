@@ -14,10 +14,9 @@
 #include <iterator>
 #include <string>
 
+#include "host/src/child_start.h"
 #include "host/src/error.h"
 #include "host/src/signals.h"
-
-extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace fictl {
 
@@ -44,26 +43,6 @@ std::vector<std::string> commandLine()
         begin += words.back().size() + 1;
     }
     return words;
-}
-
-std::vector<std::string> environmentWith(const std::string& variable)
-{
-    const std::string name = variable.substr(0, variable.find('=') + 1);
-    std::vector<std::string> all = {variable};
-    for (char** entry = environ; *entry != nullptr; ++entry) {
-        if (!std::string(*entry).starts_with(name)) all.emplace_back(*entry);
-    }
-    return all;
-}
-
-std::vector<char*> pointers(std::vector<std::string>& texts)
-{
-    std::vector<char*> list;
-    for (std::string& text : texts) {
-        list.push_back(text.data());
-    }
-    list.push_back(nullptr);
-    return list;
 }
 
 /// Forks a child that becomes fictl again unless its id is taken; 0 when it was.
@@ -120,10 +99,10 @@ int runInAnotherProcess(const std::vector<int64_t>& taken)
             "the checkpoint's name was in use for each of " + std::to_string(tries) + " process ids; nothing was made",
             "run the command again: another process id gives another checkpoint");
     }
-    std::vector<std::string> words = commandLine();
-    std::vector<std::string> variables = environmentWith(TRIES + ("=" + std::to_string(tries)));
-    const std::vector<char*> arguments = pointers(words);
-    const std::vector<char*> environment = pointers(variables);
+    const std::vector<std::string> words = commandLine();
+    const std::vector<std::string> counted = {TRIES + ("=" + std::to_string(tries))};
+    const std::vector<char*> arguments = pointersTo(words);
+    const std::vector<char*> environment = environmentWith(counted);
     for (int i = 0; i < MOST_CHILDREN; ++i) {
         const pid_t child = startUnlessTaken(taken, arguments.data(), environment.data());
         if (child > 0) return waitFor(child);

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,10 +10,9 @@
 #include <csignal>
 #include <system_error>
 
+#include "host/src/child_start.h"
 #include "host/src/guardian.h"
 #include "host/src/signals.h"
-
-extern char** environ;  // NOLINT(readability-redundant-declaration): POSIX leaves it to the program
 
 namespace fictl {
 
@@ -75,42 +73,6 @@ class CGuarded
   private:
     pid_t m_group;
 };
-
-int spawn(const std::vector<std::string>& words, int output, int errors, pid_t& pid)
-{
-    posix_spawnattr_t attributes;
-    posix_spawn_file_actions_t files;
-    int error = posix_spawnattr_init(&attributes);
-    if (error != 0) return error;
-    error = posix_spawn_file_actions_init(&files);
-    if (error != 0) {
-        posix_spawnattr_destroy(&attributes);
-        return error;
-    }
-    sigset_t all;
-    sigset_t none;
-    sigfillset(&all);
-    sigemptyset(&none);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    posix_spawnattr_setpgroup(&attributes, 0);
-    posix_spawnattr_setsigdefault(&attributes, &all);
-    posix_spawnattr_setsigmask(&attributes, &none);
-    error = posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    if (error == 0) error = posix_spawn_file_actions_adddup2(&files, output, STDOUT_FILENO);
-    if (error == 0) error = posix_spawn_file_actions_adddup2(&files, errors, STDERR_FILENO);
-    if (error == 0) error = posix_spawn_file_actions_addclosefrom_np(&files, STDERR_FILENO + 1);
-    if (error == 0) {
-        std::vector<char*> arguments;
-        for (const std::string& word : words) {
-            arguments.push_back(const_cast<char*>(word.c_str()));  // the program gets a copy
-        }
-        arguments.push_back(nullptr);
-        error = posix_spawn(&pid, words.front().c_str(), &files, &attributes, arguments.data(), environ);
-    }
-    posix_spawn_file_actions_destroy(&files);
-    posix_spawnattr_destroy(&attributes);
-    return error;
-}
 
 /// Reads what is there into the text, dropping what is over the limit; false at the end of the stream.
 bool readSome(int descriptor, std::string& text, size_t limit)
@@ -175,8 +137,9 @@ SProgramEnd CProgram::run() const
     CPipe output;
     CPipe errors;
     pid_t pid = 0;
-    const int error =
-        output.isOpen() && errors.isOpen() ? spawn(m_words, output.writeEnd(), errors.writeEnd(), pid) : errno;
+    const int error = output.isOpen() && errors.isOpen()
+                          ? startChild({m_words.front(), m_words, {}, output.writeEnd(), errors.writeEnd()}, pid)
+                          : errno;
     if (error != 0) {
         end.reason = "could not be started: " + errorText(error);
         return end;
