@@ -42,20 +42,30 @@ void CCopyGuard::requireKnown(const GroupKey& group, const SImageOwner& found)
 
 void CCopyGuard::requireUnused(const GroupKey& group)
 {
+    std::vector<const SDevice*> devices;
+    std::vector<std::string> paths;
     for (const SDevice* device : m_snapshot.devicesOf(group)) {
         if (device->importPath.empty()) continue;
         // The name may have passed on to another disk; what that one is used for is its own affair.
         const SInspection* const seen = m_knowledge.seen();
         if (seen != nullptr && seen->showsAnother(device->importPath, device->importSerial)) continue;
-        const std::vector<std::string> uses = usesOf(device->importPath);
-        if (uses.empty()) continue;
-        std::string all;
-        for (const std::string& use : uses) {
-            all += (all.empty() ? "" : ", ") + use;
-        }
-        refuse("the copy " + printable(device->importPath) + " of " + printable(device->source) + " is in use: " + all,
-               "end that use and run the command again, or add --even-if-in-use");
+        devices.push_back(device);
+        paths.push_back(device->importPath);
     }
+    const std::vector<Uses> uses = usesOf(paths);
+    for (size_t i = 0; i < devices.size(); ++i) {
+        if (!uses[i].empty()) refuseUsed(*devices[i], uses[i]);
+    }
+}
+
+void CCopyGuard::refuseUsed(const SDevice& device, const std::vector<std::string>& uses) const
+{
+    std::string all;
+    for (const std::string& use : uses) {
+        all += (all.empty() ? "" : ", ") + use;
+    }
+    refuse("the copy " + printable(device.importPath) + " of " + printable(device.source) + " is in use: " + all,
+           "end that use and run the command again, or add --even-if-in-use");
 }
 
 }  // namespace fictl

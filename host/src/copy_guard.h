@@ -34,6 +34,7 @@ class CCopyGuard
   private:
     [[noreturn]] void refuse(const std::string& reason, const std::string& next) const;
     void requireKnown(const GroupKey& group, const SImageOwner& found);
+    [[noreturn]] void refuseUsed(const SDevice& device, const std::vector<std::string>& uses) const;
 
     const SSnapshot& m_snapshot;
     CKnowledge& m_knowledge;

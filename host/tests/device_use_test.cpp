@@ -50,10 +50,9 @@ class CDeviceUseTest : public testing::Test
         close(ends[0]);
     }
 
-    std::vector<std::string> openInChild() const
-    {
-        return {"open in process " + std::to_string(m_child) + " (fictl_unit_test)"};
-    }
+    static Uses usesAt(const std::string& path) { return usesOf({path}).front(); }
+
+    Uses openInChild() const { return {"open in process " + std::to_string(m_child) + " (fictl_unit_test)"}; }
 
     std::string m_path;
     pid_t m_child = 0;
@@ -61,26 +60,37 @@ class CDeviceUseTest : public testing::Test
 
 TEST_F(CDeviceUseTest, NobodyUsesWhatNobodyHasOpen)
 {
-    EXPECT_EQ(usesOf(m_path), std::vector<std::string>());
-    EXPECT_EQ(usesOf(m_path + ".nosuch"), std::vector<std::string>());
-    EXPECT_EQ(usesOf(""), std::vector<std::string>());
+    EXPECT_EQ(usesAt(m_path), Uses());
+    EXPECT_EQ(usesAt(m_path + ".nosuch"), Uses());
+    EXPECT_EQ(usesAt(""), Uses());
 }
 
 TEST_F(CDeviceUseTest, TheProcessItselfDoesNotCount)
 {
     const int own = open(m_path.c_str(), O_RDONLY | O_CLOEXEC);
-    EXPECT_EQ(usesOf(m_path), std::vector<std::string>());
+    EXPECT_EQ(usesAt(m_path), Uses());
     close(own);
 }
 
 TEST_F(CDeviceUseTest, NamesAProcessThatHasItOpen)
 {
     startUse([this] { return open(m_path.c_str(), O_RDONLY); });
-    EXPECT_EQ(usesOf(m_path), openInChild());
+    EXPECT_EQ(usesAt(m_path), openInChild());
     const std::string link = m_path + ".link";
     ASSERT_EQ(symlink(m_path.c_str(), link.c_str()), 0);
-    EXPECT_EQ(usesOf(link), openInChild());
+    EXPECT_EQ(usesAt(link), openInChild());
     unlink(link.c_str());
+}
+
+TEST_F(CDeviceUseTest, ManyPathsAreLookedAtInOneGoAndToldApart)
+{
+    const std::string other = m_path + ".other";
+    std::ofstream(other) << "nobody's";
+    startUse([this] { return open(m_path.c_str(), O_RDONLY); });
+    EXPECT_EQ(usesOf({other, m_path, m_path + ".nosuch", m_path}),
+              (std::vector<Uses>{Uses(), openInChild(), Uses(), openInChild()}));
+    EXPECT_EQ(usesOf({}), std::vector<Uses>());
+    unlink(other.c_str());
 }
 
 TEST_F(CDeviceUseTest, NamesAProcessThatHasMappedItAndClosedIt)
@@ -90,7 +100,7 @@ TEST_F(CDeviceUseTest, NamesAProcessThatHasMappedItAndClosedIt)
         mmap(nullptr, 4096, PROT_READ, MAP_SHARED, file, 0);
         close(file);
     });
-    EXPECT_EQ(usesOf(m_path), openInChild());
+    EXPECT_EQ(usesAt(m_path), openInChild());
 }
 
 TEST_F(CDeviceUseTest, AnotherFileOfTheSameNameIsAnotherFile)
@@ -98,7 +108,7 @@ TEST_F(CDeviceUseTest, AnotherFileOfTheSameNameIsAnotherFile)
     startUse([this] { return open(m_path.c_str(), O_RDONLY); });
     unlink(m_path.c_str());
     std::ofstream(m_path) << "new";
-    EXPECT_EQ(usesOf(m_path), std::vector<std::string>());
+    EXPECT_EQ(usesAt(m_path), Uses());
 }
 
 }  // namespace
