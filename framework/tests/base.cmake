@@ -4,6 +4,12 @@ target_compile_options(exec_child PRIVATE -fno-sanitize=all)
 target_link_options(exec_child PRIVATE -fno-sanitize=all)
 set_target_properties(exec_child PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
 
+# Counts allocations, in the place of a sanitizer's own allocator.
+set(counting)
+if(NOT CDPFI_SANITIZE)
+  set(counting tests/base/run_record_memory_test.cpp ../bench/micro/allocations.cpp)
+endif()
+
 cdpfi_add_tests(framework_base_tests
   SOURCES tests/base/child_process_test.cpp tests/base/command_line_test.cpp tests/base/configuration_test.cpp tests/base/counted_pointer_test.cpp
     tests/base/exec_pipe_ending_test.cpp tests/base/exec_pipe_host_test.cpp tests/base/exec_pipe_output_test.cpp
@@ -13,8 +19,7 @@ cdpfi_add_tests(framework_base_tests
     tests/base/temporary_files_test.cpp
     tests/base/trace_file_test.cpp tests/base/trace_format_test.cpp tests/base/trace_function_test.cpp
     tests/base/trace_observer_test.cpp
-    # Counts allocations.
-    ../bench/micro/allocations.cpp
+    ${counting}
     # Inside the library; not exported.
     src/child_process.cpp src/child_start.cpp src/command_line.cpp src/folder_names.cpp
     src/input_text.cpp src/process_output.cpp src/process_spawn.cpp src/regular_file.cpp src/run_cancel.cpp src/run_observer.cpp src/run_record.cpp

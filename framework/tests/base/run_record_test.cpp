@@ -7,7 +7,6 @@
 #include <csignal>
 #include <ctime>
 
-#include "bench/micro/allocations.h"
 #include "framework/include/cfientrypoint.h"
 #include "framework/src/file_descriptor.h"
 #include "framework/src/run_record.h"
@@ -334,21 +333,6 @@ TEST_F(RunRecord, WithLittleMemoryARunStillHasOneEnd)
 }
 
 #endif
-
-TEST(UnobservedRunRecord, CostsNoMemoryAndReadsNoInput)
-{
-    const std::string line(100, 'x');
-    const std::vector<std::string> words(10, line);
-    const CFiOutputText output;
-    const long before = bench::allocations();
-    {
-        CRunRecord record(line, words, 60);
-        EXPECT_EQ(record.inputText(), nullptr);
-        record.started(1);
-        record.ended(EXEC_OK, OBZX_RUN_NOT_STOPPED, {}, output);
-    }
-    EXPECT_EQ(bench::allocations(), before);
-}
 
 TEST(EntryPoint, InsideAnotherCountsUntilItReturns)
 {
