@@ -143,52 +143,56 @@ const STampering TAMPERINGS[] = {
 
 class CTamperedDocumentTest : public CFictlTest, public testing::WithParamInterface<STampering>
 {
+  protected:
+    /// A snapshot whose copy is imported here, and the document of another one that this catalog has forgotten.
+    void makeRecords()
+    {
+        ASSERT_EQ(fictl({"snapshot", "create", "victim", "/dev/fake4"}).exit, 0);
+        ASSERT_EQ(fictl({"snapshot", "import", "victim"}).exit, 0);
+        m_victim = fictlJson({"snapshot", "show", "victim"}).document()["snapshot"];
+        ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
+        m_document = fictl({"snapshot", "export", "s"}).document();
+        ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
+    }
+
+    json m_victim;
+    json m_document;
 };
 
 TEST_P(CTamperedDocumentTest, LeadsToNothingOfAnotherRecord)
 {
-    ASSERT_EQ(fictl({"snapshot", "create", "victim", "/dev/fake4"}).exit, 0);
-    ASSERT_EQ(fictl({"snapshot", "import", "victim"}).exit, 0);
-    const json victim = fictlJson({"snapshot", "show", "victim"}).document()["snapshot"];
-    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
-    json document = fictl({"snapshot", "export", "s"}).document();
-    ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
+    makeRecords();
     const std::vector<std::string> before = objects();
 
-    GetParam().change(document, victim);
-    const SRun received = receive(document.dump());
+    GetParam().change(m_document, m_victim);
+    const SRun received = receive(m_document.dump());
     EXPECT_EQ(received.exit, GetParam().exit) << received.out;
     EXPECT_EQ(state("s"), "") << "nothing was entered";
     for (const char* verb : {"import", "release", "delete"}) {
         fictl({"snapshot", verb, "s"});
     }
     EXPECT_EQ(objects(), before);
-    EXPECT_EQ(fictlJson({"snapshot", "show", "victim"}).document()["snapshot"], victim);
+    EXPECT_EQ(fictlJson({"snapshot", "show", "victim"}).document()["snapshot"], m_victim);
 }
 
 // Where nothing can be looked at when it is received, the same holds for what the record is used for.
 TEST_P(CTamperedDocumentTest, LeadsToNothingOfAnotherRecordWithoutAnInspector)
 {
     leaveInspectorAway();
-    ASSERT_EQ(fictl({"snapshot", "create", "victim", "/dev/fake4"}).exit, 0);
-    ASSERT_EQ(fictl({"snapshot", "import", "victim"}).exit, 0);
-    const json victim = fictlJson({"snapshot", "show", "victim"}).document()["snapshot"];
-    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
-    json document = fictl({"snapshot", "export", "s"}).document();
-    ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
+    makeRecords();
     const std::vector<std::string> before = objects();
     const auto isVictims = [](const std::string& object) { return object.starts_with("ap2.g3."); };
     const auto victims = static_cast<size_t>(std::count_if(before.begin(), before.end(), isVictims));
     ASSERT_EQ(victims, 2U);
 
-    GetParam().change(document, victim);
-    receive(document.dump());
+    GetParam().change(m_document, m_victim);
+    receive(m_document.dump());
     for (const char* verb : {"import", "delete"}) {
         fictl({"snapshot", verb, "s"});
     }
     const std::vector<std::string> after = objects();
     EXPECT_EQ(static_cast<size_t>(std::count_if(after.begin(), after.end(), isVictims)), victims);
-    EXPECT_EQ(fictlJson({"snapshot", "show", "victim"}).document()["snapshot"], victim);
+    EXPECT_EQ(fictlJson({"snapshot", "show", "victim"}).document()["snapshot"], m_victim);
 }
 
 INSTANTIATE_TEST_SUITE_P(Tampered, CTamperedDocumentTest, testing::ValuesIn(TAMPERINGS),
