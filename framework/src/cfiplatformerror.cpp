@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "framework/src/temporary_files.h"
 
 namespace obzx_pdk_4_4 {
@@ -62,7 +62,7 @@ std::string CFiPlatformError::getTempFileName(const char* directory, const char*
     if (static std::atomic_flag looked; !looked.test_and_set()) removeLeftTemporaryFiles(folder, start);
     std::string path = folder + "/" + start + temporaryFileMark() + "XXXXXX";
     // Makes the file exclusively, with mode 0600, under a name that nobody can foretell.
-    const CFileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+    const base::CFileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
     if (!file) throw CFiPlatformError(path, errno);
     return path;
 }

@@ -4,7 +4,7 @@
 
 #include <chrono>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -53,8 +53,8 @@ class CChildProcess
     bool waitForEnd(int output, Clock::time_point until, bool wholeGroup);
 
     const pid_t m_pid;
-    CFileDescriptor m_end;  // readable once the process has ended; none at first, and when the host has none left
-    bool m_lasts = false;   // longer than it takes to open that
+    base::CFileDescriptor m_end;  // readable once the process has ended; none at first, and when the host has none left
+    bool m_lasts = false;         // longer than it takes to open that
     bool m_ended = false;
     bool m_killed = false;
     SExitStatus m_status;

@@ -13,38 +13,27 @@ namespace obzx_pdk_4_4 {
 
 namespace {
 
-constexpr int FIRST_PRIVATE_DESCRIPTOR = 3;
-
 // A host that runs without its standard descriptors gets them handed out here; they would then be in the way of the
-// child's own.
-bool moveAboveStandard(CFileDescriptor& descriptor)
+// child's own. Opened without waiting, so that a FIFO without a writer holds up nobody but the child that reads it.
+base::CFileDescriptor openInput(const std::string& path)
 {
-    if (descriptor.get() >= FIRST_PRIVATE_DESCRIPTOR) return true;
-    CFileDescriptor moved(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, FIRST_PRIVATE_DESCRIPTOR));
-    if (!moved) return false;
-    descriptor = std::move(moved);
-    return true;
-}
-
-// Opened without waiting, so that a FIFO without a writer holds up nobody but the child that reads it.
-CFileDescriptor openInput(const std::string& path)
-{
-    CFileDescriptor input(
-        ::open(path.empty() ? "/dev/null" : path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
-    if (!input || !moveAboveStandard(input)) return {};
+    base::CFileDescriptor input = base::aboveStandard(base::CFileDescriptor(
+        ::open(path.empty() ? "/dev/null" : path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)));
+    if (!input) return {};
     const int flags = ::fcntl(input.get(), F_GETFL);
     if (flags < 0 || ::fcntl(input.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return {};
     return input;
 }
 
-bool openPipe(CFileDescriptor& readEnd, CFileDescriptor& writeEnd)
+bool openPipe(base::CFileDescriptor& readEnd, base::CFileDescriptor& writeEnd)
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) return false;
-    readEnd = CFileDescriptor(ends[0]);
-    writeEnd = CFileDescriptor(ends[1]);
-    return moveAboveStandard(readEnd) && moveAboveStandard(writeEnd) &&
-           ::fcntl(readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
+    base::CFileDescriptor lowRead(ends[0]);
+    base::CFileDescriptor lowWrite(ends[1]);
+    readEnd = base::aboveStandard(std::move(lowRead));
+    writeEnd = base::aboveStandard(std::move(lowWrite));
+    return readEnd && writeEnd && ::fcntl(readEnd.get(), F_SETFL, O_NONBLOCK) == 0;
 }
 
 bool isFor(std::string_view variable, std::string_view name)
@@ -100,8 +89,8 @@ int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
     if (request.words.empty() || (!request.environment.empty() && (equals == std::string::npos || equals == 0)))
         return EINVAL;
     // Everything that can fail is made ready before there is a child.
-    CFileDescriptor readEnd, writeEnd;
-    const CFileDescriptor input = openInput(request.inputFile);
+    base::CFileDescriptor readEnd, writeEnd;
+    const base::CFileDescriptor input = openInput(request.inputFile);
     if (!input || !openPipe(readEnd, writeEnd)) return errno;
     if (request.inputText != nullptr) readInputText(input.get(), *request.inputText);
     const std::vector<const char*> arguments = pointers(request.words);

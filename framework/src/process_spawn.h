@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 #include "framework/src/input_text.h"
 
 namespace obzx_pdk_4_4 {
@@ -24,7 +24,7 @@ struct SSpawnRequest
 struct SSpawned
 {
     pid_t pid = -1;
-    CFileDescriptor output;  ///< standard output and standard error; reads do not wait
+    base::CFileDescriptor output;  ///< standard output and standard error; reads do not wait
 };
 
 /// Starts a program. 0, or the errno value of what failed, in which case nothing is left behind.

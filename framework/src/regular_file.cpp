@@ -5,13 +5,13 @@
 
 #include <cerrno>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace obzx_pdk_4_4 {
 
 std::optional<std::string> readRegularFile(const std::string& path, size_t limit)
 {
-    const CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+    const base::CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     struct stat status = {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
     if (status.st_size > 0 && static_cast<size_t>(status.st_size) > limit) return std::nullopt;

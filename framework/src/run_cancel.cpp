@@ -40,7 +40,7 @@ bool isNow(const SState& state)
 bool hasEvent(SState& state)
 {
     if (state.event >= 0) return true;
-    CFileDescriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    base::CFileDescriptor event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     const SState next{state.round, event.get()};
     if (!event || !g_state.compare_exchange_strong(state, next)) return false;
     event.release();
@@ -79,7 +79,7 @@ void CRunCancel::join() noexcept
     SState state = g_state.load();
     if (state.round != m_round || !hasEvent(state)) return;
     // A copy of its own, as a cancellation closes the event while the run still waits for it.
-    CFileDescriptor copy(::fcntl(state.event, F_DUPFD_CLOEXEC, 0));
+    base::CFileDescriptor copy(::fcntl(state.event, F_DUPFD_CLOEXEC, 0));
     // The event may be gone by now and its number another's.
     if (!isNow(state)) return;
     m_descriptor = std::move(copy);

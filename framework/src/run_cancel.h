@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -27,7 +27,7 @@ class CRunCancel
 
     const uint32_t m_round;
     bool m_hasJoined = false;
-    CFileDescriptor m_descriptor;
+    base::CFileDescriptor m_descriptor;
 };
 
 /// Cancels the runs that have begun. Safe in a signal handler; keeps errno.

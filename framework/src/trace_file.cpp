@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -37,7 +37,7 @@ void makeFolders(const std::string& path)
 // The writer opens files without a mode and waits where a FIFO has no reader, so the file is made, and looked at, here.
 void prepareFile(const std::string& path)
 {
-    const CFileDescriptor file(
+    const base::CFileDescriptor file(
         ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600));
     struct stat status = {};
     if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))

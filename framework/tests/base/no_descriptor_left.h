@@ -7,7 +7,7 @@
 
 #include <cerrno>
 
-#include "framework/src/file_descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace obzx_test {
 

@@ -7,8 +7,8 @@
 #include <csignal>
 #include <ctime>
 
+#include "base/file_descriptor.h"
 #include "framework/include/cfientrypoint.h"
-#include "framework/src/file_descriptor.h"
 #include "framework/src/run_record.h"
 #include "framework/tests/base/little_memory.h"
 #include "framework/tests/base/run_fixture.h"
@@ -223,7 +223,7 @@ TEST_F(RunRecord, InputOfAFifoIsLeftToTheProgram)
 {
     const std::string fifo = root() + "/fifo";
     ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-    const CFileDescriptor writer(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
+    const base::CFileDescriptor writer(::open(fifo.c_str(), O_RDWR | O_CLOEXEC));
     ASSERT_EQ(::write(writer.get(), "text\n", 5), 5);
     const SSeenRun end = endOf("/usr/bin/head -n 1", fifo);
     EXPECT_EQ(end.input, "");

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <utility>
 
-namespace obzx_pdk_4_4 {
+namespace base {
 
-/// Owns an open file descriptor.
+/// Owns an open file descriptor, or none.
 class CFileDescriptor
 {
   public:
@@ -36,4 +37,12 @@ class CFileDescriptor
     int m_descriptor = -1;
 };
 
-}  // namespace obzx_pdk_4_4
+/// The same under a number above those of the standard streams, which a process that runs without them hands out; they
+/// must stay free for them. None, with errno set, when the system has no more.
+inline CFileDescriptor aboveStandard(CFileDescriptor descriptor) noexcept
+{
+    if (!descriptor || descriptor.get() > STDERR_FILENO) return descriptor;
+    return CFileDescriptor(::fcntl(descriptor.get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
+}
+
+}  // namespace base

@@ -1,0 +1,93 @@
+#include "base/sqlite.h"
+
+namespace base {
+
+ESqlite::~ESqlite() = default;
+
+CSqliteDatabase::CSqliteDatabase(const std::string& file, int flags, std::chrono::milliseconds patience,
+                                 CFailure failure)
+    : m_file(file), m_failure(failure)
+{
+    const int code = sqlite3_open_v2(file.c_str(), &m_handle, flags, nullptr);
+    if (code != SQLITE_OK) {
+        const ESqlite error(code, m_handle == nullptr ? sqlite3_errstr(code) : sqlite3_errmsg(m_handle));
+        sqlite3_close_v2(m_handle);
+        if (m_failure != nullptr) m_failure(m_file, error);
+        throw error;
+    }
+    sqlite3_extended_result_codes(m_handle, 1);
+    sqlite3_busy_timeout(m_handle, static_cast<int>(patience.count()));
+}
+
+CSqliteDatabase::~CSqliteDatabase()
+{
+    sqlite3_close_v2(m_handle);
+}
+
+void CSqliteDatabase::execute(const char* sql)
+{
+    check(sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr));
+}
+
+void CSqliteDatabase::fail(int code) const
+{
+    const ESqlite error(code, sqlite3_errmsg(m_handle));
+    if (m_failure != nullptr) m_failure(m_file, error);
+    throw error;
+}
+
+CSqliteQuery::CSqliteQuery(SPrepared, const CSqliteDatabase& database, const char* sql) : m_database(database)
+{
+    m_database.check(sqlite3_prepare_v2(database.handle(), sql, -1, &m_statement, nullptr));
+}
+
+bool CSqliteQuery::next()
+{
+    const int code = sqlite3_step(m_statement);
+    if (code != SQLITE_ROW && code != SQLITE_DONE) m_database.fail(code);
+    return code == SQLITE_ROW;
+}
+
+void CSqliteQuery::run()
+{
+    while (next()) {
+    }
+}
+
+std::string CSqliteQuery::text(int column) const
+{
+    const void* const bytes = sqlite3_column_blob(m_statement, column);
+    const auto size = static_cast<size_t>(sqlite3_column_bytes(m_statement, column));
+    return bytes == nullptr ? std::string() : std::string(static_cast<const char*>(bytes), size);
+}
+
+void CSqliteQuery::bindInteger(int64_t value)
+{
+    m_database.check(sqlite3_bind_int64(m_statement, ++m_bound, value));
+}
+
+void CSqliteQuery::bindText(std::string_view value)
+{
+    // A null pointer would bind NULL in place of an empty text.
+    m_database.check(sqlite3_bind_text64(m_statement, ++m_bound, value.empty() ? "" : value.data(), value.size(),
+                                         SQLITE_TRANSIENT, SQLITE_UTF8));
+}
+
+CSqliteTransaction::CSqliteTransaction(CSqliteDatabase& database, EKind kind) : m_database(database)
+{
+    database.execute(kind == EKind::WRITE ? "BEGIN IMMEDIATE" : "BEGIN");
+}
+
+CSqliteTransaction::~CSqliteTransaction()
+{
+    // The call that failed may have rolled back by itself already; then this one fails and changes nothing.
+    if (m_isOpen) sqlite3_exec(m_database.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void CSqliteTransaction::commit()
+{
+    m_database.execute("COMMIT");
+    m_isOpen = false;
+}
+
+}  // namespace base
