@@ -13,8 +13,9 @@ constexpr size_t LONGEST_LINE = 4095;
 std::string joined(const std::vector<std::string>& lines)
 {
     std::string text;
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         text += (&line == &lines.front() ? "" : "\n") + line;
+    }
     return text;
 }
 

@@ -42,8 +42,9 @@ SRead read(const std::vector<std::string>& lines)
 std::vector<std::string> write(const CDisks& disks)
 {
     std::vector<std::string> lines{"Device", std::string(122, '=')};
-    for (const auto& [path, serial] : disks)
+    for (const auto& [path, serial] : disks) {
         lines.push_back(path + " (0:0:1:0) LUMORA (disk) 10GB (online) ( " + serial + ")");
+    }
     return lines;
 }
 

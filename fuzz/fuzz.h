@@ -54,8 +54,9 @@ class CInput
     uint64_t number()
     {
         uint64_t value = 0;
-        for (int i = 0; i < 8; ++i)
+        for (int i = 0; i < 8; ++i) {
             value = value << 8U | byte();
+        }
         return value;
     }
 

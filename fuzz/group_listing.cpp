@@ -14,8 +14,9 @@ namespace {
 std::vector<std::string> write(const SLMRGroupListing& listing)
 {
     std::vector<std::string> lines{"Protected LUNS:"};
-    for (const SLMRGroupLun& lun : listing.luns)
+    for (const SLMRGroupLun& lun : listing.luns) {
         lines.push_back(" " + std::string(lun.device) + " [ " + std::string(lun.serial) + "] 10GB");
+    }
     lines.insert(lines.end(), {"Monitor LUNS:", "Permissions:", "Stillmark LUNs:"});
     return lines;
 }

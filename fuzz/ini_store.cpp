@@ -39,10 +39,11 @@ std::vector<std::string> linesOf(const std::string& text)
 {
     std::vector<std::string> lines(1);
     for (const char c : text) {
-        if (c == '\n')
+        if (c == '\n') {
             lines.emplace_back();
-        else
+        } else {
             lines.back() += c;
+        }
     }
     return lines;
 }
@@ -62,10 +63,11 @@ void requireValues(const std::string& text)
                     "name and value stand on the line that is told");
         }
         long number = -1;
-        if (store.getIntegerValue(name, number) == 0)
+        if (store.getIntegerValue(name, number) == 0) {
             require(number >= 0 && number <= INT_MAX, "a number is one of those that are documented");
-        else
+        } else {
             require(number == -1, "a number that is not there leaves the value alone");
+        }
     }
 }
 
@@ -83,8 +85,9 @@ std::string readablePart(const std::string& text)
         whole.clear();
     }
     std::string rest;
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         rest += line + '\n';
+    }
     return rest;
 }
 
@@ -114,8 +117,9 @@ bool isTame(const std::string& text)
         }
         const std::string line = obzx_pdk_4_4::CFiStringTool::trim(text.substr(begin, i - begin), " \t");
         begin = i + 1;
-        if (line.size() > longest || line.ends_with("=\"") || line.ends_with(" \"") || line.ends_with("\t\""))
+        if (line.size() > longest || line.ends_with("=\"") || line.ends_with(" \"") || line.ends_with("\t\"")) {
             return false;
+        }
         if (line.empty() || line[0] == ';' || line[0] == '#') continue;
         const bool isSection = line[0] == '[';
         const std::string name = obzx_pdk_4_4::CFiStringTool::trim(
@@ -139,9 +143,10 @@ std::string readWithLibrary(const std::string& path, const char* section, const 
 void requireSameAsLibrary(const std::string& path)
 {
     CFiConfiguration store("fuzz");
-    for (const auto& [section, name] : VALUES)
+    for (const auto& [section, name] : VALUES) {
         require(read(store, section, name) == readWithLibrary(path, section, name),
                 "a store is read as the library's is");
+    }
 }
 
 // Letters, digits and the marks of a path, as the values of the store are.

@@ -28,8 +28,9 @@ void checkGroup(const CLines& lines)
 {
     const SLMRGroupDetails details = cdpfi::parseGroupDetails(lines);
     requireHosts(details.permissions, lines);
-    for (const std::string_view image : details.images)
+    for (const std::string_view image : details.images) {
         requireRead(image, lines);
+    }
     if (!details.annotations) return;
     CLines written{"Annotations:"};
     for (const SLMRAnnotation& annotation : *details.annotations) {

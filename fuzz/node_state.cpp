@@ -39,7 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     CCDPPrivateData again(nullptr, false);
     read(again, written.data, written.size);
     obzx_free_buf(written.data, written.size);
-    for (const auto field : FIELDS)
+    for (const auto field : FIELDS) {
         require(!plain || state.*field == again.*field, "a state that is written is read back the same");
+    }
     return 0;
 }

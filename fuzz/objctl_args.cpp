@@ -24,12 +24,14 @@ CFiObjctlArgs::CPairs read(std::string text)
 std::string write(const CFiObjctlArgs::CPairs& pairs)
 {
     CFiObjctlArgs args;
-    for (const CFiKeyValuePair& pair : pairs)
+    for (const CFiKeyValuePair& pair : pairs) {
         args.addOutput(pair);
+    }
     std::string reply = bytes(args.exportArgs());
     constexpr std::string_view output = "OBJCTL_OUTPUT arg=";
-    for (size_t at = reply.find(output); at != std::string::npos; at = reply.find(output, at))
+    for (size_t at = reply.find(output); at != std::string::npos; at = reply.find(output, at)) {
         reply.replace(at, output.size(), "OBJCTL_INPUT arg=");
+    }
     return reply;
 }
 
@@ -38,8 +40,9 @@ void requireFound(const std::string& text, const CFiObjctlArgs::CPairs& pairs)
 {
     std::string written = "<OBJCTL_ARG_LIST>";
     for (const CFiKeyValuePair& pair : pairs) {
-        for (const ACE_String_Base<char>* value : {&pair.m_arg, &pair.m_value, &pair.m_type})
+        for (const ACE_String_Base<char>* value : {&pair.m_arg, &pair.m_value, &pair.m_type}) {
             require(!value->is_empty() && bytes(*value).find(' ') == std::string::npos, "a value has no blank");
+        }
         written += " <OBJCTL_INPUT arg=" + bytes(pair.m_arg) + " value=" + bytes(pair.m_value) +
                    " type=" + bytes(pair.m_type) + " />";
     }
@@ -64,7 +67,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     requireFound(text, pairs);
     const std::string written = write(pairs);
     // A value may itself be called like an element; then the text that is put in its place differs.
-    if (text.find("OBJCTL_OUTPUT") == std::string::npos)
+    if (text.find("OBJCTL_OUTPUT") == std::string::npos) {
         require(same(read(written), pairs), "arguments that are written are read back the same");
+    }
     return 0;
 }

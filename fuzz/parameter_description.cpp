@@ -15,10 +15,11 @@ namespace {
 std::string escaped(const std::string& text)
 {
     std::string result;
-    for (const char c : text)
+    for (const char c : text) {
         result += std::string_view("<>&\"'").find(c) == std::string_view::npos
                       ? std::string(1, c)
                       : "&#" + std::to_string(static_cast<int>(c)) + ";";
+    }
     return result;
 }
 
@@ -58,8 +59,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         require(!info.name.empty(), "a parameter has a name");
         require(names.insert(info.name).second, "a name stands once");
         require(info.help.find_first_of("\t\r\n") == std::string::npos, "a help text is one line");
-        for (const std::string* text : {&info.name, &info.type, &info.defaultValue, &info.help})
+        for (const std::string* text : {&info.name, &info.type, &info.defaultValue, &info.help}) {
             plain = plain && isPlain(*text);
+        }
     }
     CFiConfigParamInfoList again;
     require(!plain || obzx_pdk_4_4::parseParameterDescription(write(parameters), again), "what is written can be read");

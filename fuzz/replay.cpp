@@ -11,8 +11,9 @@ namespace {
 std::vector<std::filesystem::path> inputsOf(const char* folder)
 {
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         files.push_back(entry.path());
+    }
     std::sort(files.begin(), files.end());
     return files;
 }
@@ -31,8 +32,9 @@ int main(int argc, char** argv)
 {
     if (argc != 2) return 2;
     const std::vector<std::filesystem::path> inputs = inputsOf(argv[1]);
-    for (const std::filesystem::path& input : inputs)
+    for (const std::filesystem::path& input : inputs) {
         replay(input);
+    }
     std::fprintf(stderr, "%zu inputs\n", inputs.size());
     return inputs.empty() ? 1 : 0;
 }

@@ -89,8 +89,9 @@ EAnswer expected(const SCase& asked)
     for (const std::string& line : {asked.answer, withoutTool(asked.answer)}) {
         for (const char* end : {"", "\n"}) {
             if (asked.status == MISSING && line == refusal(asked, "does not exist") + end) return EAnswer::NOT_THERE;
-            if (asked.status == EXISTS && asked.verb == "create" && line == refusal(asked, "exists already") + end)
+            if (asked.status == EXISTS && asked.verb == "create" && line == refusal(asked, "exists already") + end) {
                 return EAnswer::EXISTS_ALREADY;
+            }
         }
     }
     return EAnswer::UNKNOWN;

@@ -38,8 +38,9 @@ struct SWriter
                            "\nset prevent expiration timeout " + std::to_string(image.retention.preventExpiration) +
                            "\nset proactive expiration timeout " + std::to_string(image.retention.proactiveExpiration) +
                            "\n";
-        for (const std::string& host : image.hosts)
+        for (const std::string& host : image.hosts) {
             text += "add permission" + q(host) + "\n";
+        }
         return text + "commit\n";
     }
     std::string operator()(const SDeleteTimeImage& c) const
@@ -60,8 +61,9 @@ struct SWriter
     static std::string changes(const std::vector<SPermissionChange>& list)
     {
         std::string text;
-        for (const SPermissionChange& change : list)
+        for (const SPermissionChange& change : list) {
             text += (change.add ? "add permission" : "delete permission") + q(change.host) + "\n";
+        }
         return text + "commit\n";
     }
 };
@@ -69,8 +71,9 @@ struct SWriter
 std::string write(const SScript& script)
 {
     std::string text = "server" + q(script.server) + "\n";
-    for (const Command& command : script.commands)
+    for (const Command& command : script.commands) {
         text += std::visit(SWriter(), command);
+    }
     return text + "exit\n";
 }
 

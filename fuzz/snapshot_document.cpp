@@ -17,8 +17,9 @@ void requireUsable(const fictl::SSnapshot& snapshot)
     require(!snapshot.devices.empty(), "there are devices");
     for (const fictl::SDevice& device : snapshot.devices) {
         for (const std::string& text : {device.source, device.node, device.target, device.state.applianceName,
-                                        device.state.consistencyGroup, device.state.serialNo})
+                                        device.state.consistencyGroup, device.state.serialNo}) {
             require(fictl::isPlainText(text) && !text.empty(), "no text that goes to an appliance or terminal is odd");
+        }
         require(device.state.checkPointName == snapshot.checkpoint, "there is one checkpoint");
     }
 }

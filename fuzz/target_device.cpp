@@ -11,8 +11,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const std::string_view text = fuzz::textOf(data, size);
     const cdpfi::STargetDevice target = cdpfi::parseTargetDevice(cdpfi::textOf(text));
-    for (const CString* value : {&target.m_source, &target.m_checkPoint})
+    for (const CString* value : {&target.m_source, &target.m_checkPoint}) {
         require(text.find(cdpfi::bytesOf(*value)) != std::string_view::npos, "a value stands in the name");
+    }
 
     fuzz::CInput input(data, size);
     const CString serial = cdpfi::textOf(input.text(input.byte()));

@@ -35,8 +35,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const std::vector<std::string> lines = fuzz::linesOf(data, size);
     const SLMRImageListing listing = cdpfi::parseTimeImage(lines);
     for (const SLMRImageLun& lun : listing.luns) {
-        for (const std::string_view value : {lun.targetDevice, lun.targetSerial, lun.sourceDevice, lun.sourceSerial})
+        for (const std::string_view value : {lun.targetDevice, lun.targetSerial, lun.sourceDevice, lun.sourceSerial}) {
             fuzz::requireRead(value, lines);
+        }
     }
     require(listing.luns.size() <= lines.size(), "a line shows one LUN at most");
     require(listing.result == EImageListing::BAD_LUN || listing.badPieces.empty(), "pieces are those of a bad line");

@@ -55,12 +55,14 @@ void anyFormat(fuzz::CInput& input)
     const std::string_view format = input.rest();
     const std::string line = obzx_pdk_4_4::formatTrace(format, arguments.data(), arguments.size());
     require(line.size() <= format.size() + longest, "nobody can ask for gigabytes");
-    if (format.find('%') == std::string_view::npos)
+    if (format.find('%') == std::string_view::npos) {
         require(line == format, "a format without conversions stands as it is");
+    }
     const std::string bare = obzx_pdk_4_4::formatTrace(format, nullptr, 0);
     require(bare.size() <= format.size(), "without arguments nothing is added");
-    if (format.find("%%") == std::string_view::npos)
+    if (format.find("%%") == std::string_view::npos) {
         require(bare == format, "conversions without arguments stand as they are");
+    }
 }
 
 std::string modifiers(fuzz::CInput& input, std::string_view flags, bool hasPrecision)
@@ -71,8 +73,9 @@ std::string modifiers(fuzz::CInput& input, std::string_view flags, bool hasPreci
         if ((chosen >> i & 1) != 0) text += flags[i];
     }
     if (const int width = input.byte() % 64; width > 0) text += std::to_string(width);
-    if (const int precision = input.byte() % 32; hasPrecision && precision > 0)
+    if (const int precision = input.byte() % 32; hasPrecision && precision > 0) {
         text += "." + (precision > 1 ? std::to_string(precision) : std::string());
+    }
     return text;
 }
 

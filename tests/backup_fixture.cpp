@@ -24,7 +24,8 @@ std::map<std::string, std::string> CBackupTest::importOnBackup(const std::string
     EXPECT_EQ(imported.status, 0) << imported.err << imported.out;
     std::map<std::string, std::string> paths;
     const json document = imported.json();
-    for (const json& device : document.at("snapshot").at("devices"))
+    for (const json& device : document.at("snapshot").at("devices")) {
         paths[device.at("source")] = device.at("import_path");
+    }
     return paths;
 }

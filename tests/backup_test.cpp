@@ -94,10 +94,12 @@ TEST_F(Backup, TwoAppliancesTakePartInOneSnapshot)
     const std::vector<std::string> devices{site.device("west", "w1"), site.device("east", "e1"),
                                            site.device("east", "e2")};
     std::map<std::string, std::string> before;
-    for (const auto& [appliance, lun] : std::map<std::string, std::string>{{"east", "e1"}, {"west", "w1"}})
+    for (const auto& [appliance, lun] : std::map<std::string, std::string>{{"east", "e1"}, {"west", "w1"}}) {
         site.write(appliance, lun, "A on " + appliance);
-    for (const std::string& device : devices)
+    }
+    for (const std::string& device : devices) {
         before[device] = contentOf(device);
+    }
 
     const SRun created = create("both", devices);
     ASSERT_EQ(created.status, 0) << created.err;
@@ -106,8 +108,9 @@ TEST_F(Backup, TwoAppliancesTakePartInOneSnapshot)
     site.write("east", "e1", "B");
     site.write("west", "w1", "B");
 
-    for (const auto& [source, path] : importOnBackup("both"))
+    for (const auto& [source, path] : importOnBackup("both")) {
         EXPECT_EQ(contentOf(path), before.at(source)) << source;
+    }
     EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "both"}).status, 0);
     EXPECT_TRUE(site.copiesOf("east", "sales").empty());
     EXPECT_TRUE(site.copiesOf("west", "stock").empty());
@@ -119,39 +122,46 @@ TEST_F(Backup, SixtyFourDevicesInEightGroupsOfTwoAppliances)
     for (int group = 0; group < 8; ++group) {
         const std::string appliance = group % 2 == 0 ? "east" : "west";
         std::vector<std::string> luns;
-        for (int lun = 0; lun < 8; ++lun)
+        for (int lun = 0; lun < 8; ++lun) {
             luns.push_back("g" + std::to_string(group) + "l" + std::to_string(lun));
+        }
         site.addGroup(appliance, "group" + std::to_string(group), luns);
     }
     site.setUpHosts();
     for (const char* appliance : {"east", "west"}) {
         const json listed = site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
-        for (const json& lun : listed.at("luns"))
+        for (const json& lun : listed.at("luns")) {
             devices.push_back(lun.at("device"));
+        }
     }
     ASSERT_EQ(devices.size(), 64u);
     std::map<std::string, std::string> before;
-    for (int group = 0; group < 8; ++group)
+    for (int group = 0; group < 8; ++group) {
         site.write(group % 2 == 0 ? "east" : "west", "g" + std::to_string(group) + "l7",
                    "of group " + std::to_string(group));
-    for (const std::string& device : devices)
+    }
+    for (const std::string& device : devices) {
         before[device] = contentOf(device);
+    }
 
     ASSERT_EQ(create("all", devices).status, 0);
 
     const auto paths = importOnBackup("all");
     EXPECT_EQ(paths.size(), 64u);
-    for (const auto& [source, path] : paths)
+    for (const auto& [source, path] : paths) {
         EXPECT_TRUE(contentOf(path) == before.at(source)) << source;
+    }
     EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", "all"}).status, 0);
-    for (int group = 0; group < 8; ++group)
+    for (int group = 0; group < 8; ++group) {
         EXPECT_TRUE(site.copiesOf(group % 2 == 0 ? "east" : "west", "group" + std::to_string(group)).empty());
+    }
 }
 
 TEST_F(Backup, GroupThatCannotBeCheckpointedLeavesEarlierGroupsRecordedAndLaterOnesUntouched)
 {
-    for (const char* name : {"a", "b", "c"})
+    for (const char* name : {"a", "b", "c"}) {
         site.addGroup("vault", std::string("group_") + name, {std::string("lun_") + name});
+    }
     site.setUpHosts();
     ASSERT_EQ(site.lmadm({"fault", "arm", "error", "--match", "create annotation", "--nth", "2"}).status, 0);
 
@@ -161,8 +171,9 @@ TEST_F(Backup, GroupThatCannotBeCheckpointedLeavesEarlierGroupsRecordedAndLaterO
     EXPECT_EQ(created.status, 9) << created.err;
     const json document = created.json();
     std::map<std::string, std::string> made;
-    for (const json& group : document.at("snapshot").at("groups"))
+    for (const json& group : document.at("snapshot").at("groups")) {
         made[group.at("group")] = group.at("made");
+    }
     EXPECT_EQ(made, (std::map<std::string, std::string>{{"group_a", "yes"}, {"group_b", "no"}, {"group_c", "no"}}));
     EXPECT_EQ(document.at("snapshot").at("state"), "partial");
     EXPECT_NE(document.at("error").dump().find("create annotation"), std::string::npos) << created.out;
@@ -178,8 +189,9 @@ TEST_F(Backup, GroupThatCannotBeCheckpointedLeavesEarlierGroupsRecordedAndLaterO
 // taken in the second of three groups.
 TEST_F(Backup, ANameThatIsTakenInOneGroupIsUsedInNoneAndStays)
 {
-    for (const char* name : {"a", "b", "c"})
+    for (const char* name : {"a", "b", "c"}) {
         site.addGroup("vault", std::string("group_") + name, {std::string("lun_") + name});
+    }
     site.setUpHosts();
     const std::string devices =
         site.device("vault", "lun_a") + " " + site.device("vault", "lun_b") + " " + site.device("vault", "lun_c");
@@ -263,8 +275,9 @@ TEST_F(Backup, ProviderShowListsEveryConfigurationValueWithItsDefault)
     const json document = site.fictl("production", {"--output", "json", "provider", "show"}).json();
 
     std::map<std::string, std::string> defaults;
-    for (const json& value : document.at("provider").at("parameters"))
+    for (const json& value : document.at("provider").at("parameters")) {
         defaults[value.at("name")] = value.at("default");
+    }
     const std::map<std::string, std::string> expected = {{"LMR_CLI_CONFIG/LMR_LMSH_PATH", "/opt/QXPKlm/bin/"},
                                                          {"LMR_CLI_CONFIG/LMR_LMSH_NAME", "lmsh"},
                                                          {"LMR_CLI_CONFIG/LMR_KFORUTIL_PATH", "/usr/sbin/"},

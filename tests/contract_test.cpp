@@ -54,8 +54,9 @@ class Contract : public testing::Test
 
     CHostPtr hostNamed(const char* name)
     {
-        for (const CHostPtr& host : appliance->getHostList())
+        for (const CHostPtr& host : appliance->getHostList()) {
             if (host->getName() == CString(name)) return host;
+        }
         ADD_FAILURE() << "no host " << name;
         return {};
     }
@@ -66,15 +67,17 @@ class Contract : public testing::Test
     void expectRefusal(const std::string& words)
     {
         std::string all;
-        for (const std::string& line : failures)
+        for (const std::string& line : failures) {
             all += line + "\n";
+        }
         EXPECT_NE(all.find(words), std::string::npos) << all;
         failures.clear();
     }
     void expectNoFailure()
     {
-        for (const std::string& line : failures)
+        for (const std::string& line : failures) {
             ADD_FAILURE() << line;
+        }
         failures.clear();
     }
 

@@ -36,8 +36,9 @@ class Copies : public CBackupTest
     std::string importedPath(const SRun& run) const
     {
         const json document = run.json();
-        for (const json& device : document.at("snapshot").at("devices"))
+        for (const json& device : document.at("snapshot").at("devices")) {
             if (device.at("source") == data) return device.at("import_path");
+        }
         return "no copy";
     }
     std::string state(const std::string& host) const { return on(host, "show").json().at("snapshot").at("state"); }
@@ -115,12 +116,14 @@ TEST_F(Copies, ImportGoesOnWhereAKilledOneLeftOff)
     const SRun started = site.shell("backup", "fictl snapshot import nightly </dev/null >/dev/null 2>&1 & echo $!");
     const pid_t fictl = static_cast<pid_t>(std::stol(started.out));
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    while (site.copiesOf("vault", "payroll").size() < 2 && std::chrono::steady_clock::now() < end)
+    while (site.copiesOf("vault", "payroll").size() < 2 && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
     EXPECT_EQ(kill(fictl, SIGKILL), 0);
     EXPECT_EQ(site.copiesOf("vault", "payroll").size(), 2u) << "the image was made";
-    while (kill(fictl, 0) == 0 && std::chrono::steady_clock::now() < end)
+    while (kill(fictl, 0) == 0 && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
     EXPECT_EQ(site.lmadm({"fault", "clear"}).status, 0);
     EXPECT_EQ(state("backup"), "import-interrupted");
 
@@ -160,7 +163,8 @@ TEST_F(Copies, DeviceListWithoutArgumentsListsEveryDisk)
     ASSERT_EQ(there.status, 0) << there.err;
     std::vector<std::string> shown;
     const json copies = there.json().at("devices");
-    for (const json& device : copies)
+    for (const json& device : copies) {
         shown.push_back(device.at("path"));
+    }
     EXPECT_EQ(shown, (std::vector<std::string>{paths.at(data), paths.at(journal)})) << "copies are disks, too";
 }

@@ -115,11 +115,13 @@ TEST(PluginLibrary, LeavesNothingBehindInAThousandLives)
 {
     CProductionHost host;
     const std::string serial = host.site().serial("vault", "data");
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
         liveOnce(serial);  // what the process sets up once
+    }
     const SFootprint before = SFootprint::take();
-    for (int i = 0; i < LIVES; ++i)
+    for (int i = 0; i < LIVES; ++i) {
         liveOnce(serial);
+    }
     pdktest::expectNoGrowth(before, SFootprint::take(), LIVES);
 }
 

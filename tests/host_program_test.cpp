@@ -20,8 +20,9 @@ std::filesystem::path moveTools(const CSite& site)
 {
     const std::filesystem::path tools = site.root("production") / "tools";
     std::filesystem::create_directory(tools);
-    for (const char* name : {"lmsh", "kforutil"})
+    for (const char* name : {"lmsh", "kforutil"}) {
         std::filesystem::create_symlink(std::filesystem::path(CDPFI_BIN_DIR) / name, tools / name);
+    }
     const SRun done = site.lmadm({"host", "setup", "--root", site.root("production").string(), "--host", "production",
                                   "--tools", tools.string()});
     EXPECT_EQ(done.status, 0) << done.err;
@@ -181,9 +182,7 @@ class HostProgram : public testing::Test
         if (other == 0) {
             start();
             if (!HasFailure()) takeCopy();
-            if (!HasFailure()) {
-                EXPECT_EQ(import(), OBZ_OK);
-            }
+            if (!HasFailure()) EXPECT_EQ(import(), OBZ_OK);
             std::fflush(nullptr);
             _exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
         }

@@ -33,8 +33,9 @@ static void killAt(const char* when, long number)
     const char* const wanted = getenv("KILL_AT");
     const size_t length = strlen(when);
     if (wanted != NULL && strncmp(wanted, when, length) == 0 && wanted[length] == ' ' &&
-        strtol(wanted + length, NULL, 10) == number)
+        strtol(wanted + length, NULL, 10) == number) {
         raise(SIGKILL);
+    }
 }
 
 static int synced(long call, int file)

@@ -35,8 +35,9 @@ class Rights : public testing::Test
     static std::set<fs::path> below(const fs::path& folder)
     {
         std::set<fs::path> all;
-        for (const auto& entry : fs::recursive_directory_iterator(folder))
+        for (const auto& entry : fs::recursive_directory_iterator(folder)) {
             all.insert(entry.path());
+        }
         return all;
     }
 
@@ -124,8 +125,9 @@ TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatFaultsWorkloadsAndTracesLeaveUnderU
     EXPECT_TRUE(fs::exists(site.root("production") / "var/log/qz/cdpfi.1.log"));
     std::istringstream lines(contentOf(site.root("production") / "rights"));
     std::map<std::string, int> seen;
-    for (std::string line; std::getline(lines, line);)
+    for (std::string line; std::getline(lines, line);) {
         ++seen[line.starts_with("600 ") ? fs::path(line.substr(4)).filename().string() : line];
+    }
     const auto scripts = seen.extract("script");
     EXPECT_GT(scripts.empty() ? 0 : scripts.mapped(), 5);
     EXPECT_EQ(seen, (std::map<std::string, int>{

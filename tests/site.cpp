@@ -29,16 +29,19 @@ SRun run(const std::filesystem::path& scratch, const std::filesystem::path& host
                                          "RES_OPTIONS=timeout:1 attempts:1"};
     for (char** entry = environ; *entry != nullptr; ++entry) {
         const std::string text(*entry);
-        if (text.rfind("OBZX_", 0) != 0 && text.rfind("PATH=", 0) != 0 && text.rfind("RES_OPTIONS=", 0) != 0)
+        if (text.rfind("OBZX_", 0) != 0 && text.rfind("PATH=", 0) != 0 && text.rfind("RES_OPTIONS=", 0) != 0) {
             environment.push_back(text);
+        }
     }
     std::vector<char*> argv;
-    for (const std::string& word : words)
+    for (const std::string& word : words) {
         argv.push_back(const_cast<char*>(word.c_str()));
+    }
     argv.push_back(nullptr);
     std::vector<char*> envp;
-    for (const std::string& entry : environment)
+    for (const std::string& entry : environment) {
         envp.push_back(const_cast<char*>(entry.c_str()));
+    }
     envp.push_back(nullptr);
 
     posix_spawn_file_actions_t actions;
@@ -72,8 +75,9 @@ CSite::CSite()
     std::string name = (std::filesystem::temp_directory_path() / "cdpfi-test.XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a scratch folder");
     m_folder = name;
-    for (const char* folder : {"store", "production", "backup", "run"})
+    for (const char* folder : {"store", "production", "backup", "run"}) {
         std::filesystem::create_directory(m_folder / folder);
+    }
 }
 
 CSite::~CSite()
@@ -138,8 +142,9 @@ void CSite::setUpHosts()
 nlohmann::json CSite::lun(const std::string& appliance, const std::string& name) const
 {
     const nlohmann::json listed = lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
-    for (const nlohmann::json& entry : listed.at("luns"))
+    for (const nlohmann::json& entry : listed.at("luns")) {
         if (entry.at("name") == name) return entry;
+    }
     throw std::runtime_error("no LUN " + name);
 }
 

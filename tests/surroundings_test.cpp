@@ -122,16 +122,18 @@ TEST_F(BadSurroundings, PreparedLinksInTheTemporaryFolderAreNotFollowed)
     const std::string start = "$(cut -d')' -f2 /proc/$$/stat | cut -d' ' -f21)";
     const std::string known = (folder / knownBeginning(folder)).string() + "$$_" + start + "_";
     std::string prepare = "export TMPDIR=" + folder.string();
-    for (const char* guess : {"XXXXXX", "aaaaaa", "000000", ""})
+    for (const char* guess : {"XXXXXX", "aaaaaa", "000000", ""}) {
         prepare += "; ln -s " + victim.string() + " " + known + guess;
+    }
 
     const SRun run = create(prepare);
 
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_FALSE(fs::exists(victim));
     // Only the links are left, and a link that was prepared well does begin like a script.
-    for (const auto& entry : fs::directory_iterator(folder))
+    for (const auto& entry : fs::directory_iterator(folder)) {
         EXPECT_TRUE(entry.is_symlink()) << entry.path();
+    }
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 4);
 }
 
@@ -160,9 +162,7 @@ TEST_F(BadSurroundings, DiskThatFillsUpLeavesNoCheckpointThatTheCatalogDoesNotKn
         EXPECT_TRUE(run.status == 0 || (run.status >= 1 && run.status <= 15))
             << blocks << ": " << run.status << run.err;
         const SRun shown = m_site.fictl("production", {"snapshot", "show", "nightly"});
-        if (shown.status != 0) {
-            EXPECT_TRUE(copies().empty()) << blocks;
-        }
+        if (shown.status != 0) EXPECT_TRUE(copies().empty()) << blocks;
         succeeded += run.status == 0 ? 1 : 0;
         m_site.fictl("production", {"snapshot", "delete", "nightly"});
         EXPECT_TRUE(copies().empty()) << blocks;

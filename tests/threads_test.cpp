@@ -61,8 +61,9 @@ class Threads : public testing::TestWithParam<bool>
                 work(i);
             });
         }
-        for (std::thread& thread : threads)
+        for (std::thread& thread : threads) {
             thread.join();
+        }
     }
 
     /// The lock of a framework that serialises init_node and deinit_node; none where the test is to do without.
@@ -254,20 +255,23 @@ TEST_P(Threads, RunWholeWorkflowsAndQueriesSideBySide)
             if (number % 2 != 0) runQueries(device, serials[0]);
         }
     });
-    for (int i = 0; i < THREADS; ++i)
+    for (int i = 0; i < THREADS; ++i) {
         EXPECT_TRUE(m_site.copiesOf("vault", numbered("group", i)).empty());
+    }
 }
 
 TEST_P(Threads, SnapshotsOfOneGroupByOneProcessGiveOneCheckpoint)
 {
     std::vector<std::string> luns;
-    for (int i = 0; i < THREADS; ++i)
+    for (int i = 0; i < THREADS; ++i) {
         luns.push_back(numbered("lun", i));
+    }
     m_site.addGroup("vault", "payroll", luns);
     m_site.setUpHosts();
     std::vector<std::string> serials;
-    for (const std::string& lun : luns)
+    for (const std::string& lun : luns) {
         serials.push_back(m_site.serial("vault", lun));
+    }
     ASSERT_NO_FATAL_FAILURE(start());
     std::atomic<int> succeeded = 0;
     std::barrier everybodyHasTried(THREADS);

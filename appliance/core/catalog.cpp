@@ -5,13 +5,14 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr const char* annotationColumns =
+constexpr const char* ANNOTATION_COLUMNS =
     "SELECT id, name, message, created, folder, (SELECT count(*) FROM time_image WHERE annotation_id = annotation.id) "
     "FROM annotation WHERE cgroup_id = ? ";
 
-constexpr const char* imageColumns =
+constexpr const char* IMAGE_COLUMNS =
     "SELECT time_image.id, time_image.name, annotation.name, time_image.created, time_image.folder, preserve, "
     "prevent_expiration, proactive_expiration FROM time_image JOIN annotation ON annotation.id = annotation_id "
     "WHERE time_image.cgroup_id = ? ";
@@ -28,30 +29,27 @@ STimeImage readImage(const CQuery& query)
             query.text(2),
             query.text(3),
             query.text(4),
-            {query.integer(5) != 0, static_cast<std::uint32_t>(query.integer(6)),
-             static_cast<std::uint32_t>(query.integer(7))}};
+            {query.integer(5) != 0, static_cast<uint32_t>(query.integer(6)), static_cast<uint32_t>(query.integer(7))}};
 }
 
 }  // namespace
 
-bool CCatalog::found(const char* sql, std::int64_t id, std::string_view name)
+bool CCatalog::found(const char* sql, int64_t id, std::string_view name)
 {
     return CQuery(m_database, sql, id, name).next();
 }
 
 SAnnotation CCatalog::annotation(const SGroup& group, std::string_view name)
 {
-    CQuery query(m_database, (std::string(annotationColumns) + "AND name = ?").c_str(), group.id, name);
-    if (!query.next()) {
-        throwMissing(EObject::annotation, name, inGroup(group));
-    }
+    CQuery query(m_database, (std::string(ANNOTATION_COLUMNS) + "AND name = ?").c_str(), group.id, name);
+    if (!query.next()) throwMissing(EObject::ANNOTATION, name, inGroup(group));
     return readAnnotation(query);
 }
 
 std::vector<SAnnotation> CCatalog::annotations(const SGroup& group)
 {
     std::vector<SAnnotation> list;
-    CQuery query(m_database, (std::string(annotationColumns) + "ORDER BY id").c_str(), group.id);
+    CQuery query(m_database, (std::string(ANNOTATION_COLUMNS) + "ORDER BY id").c_str(), group.id);
     while (query.next()) {
         list.push_back(readAnnotation(query));
     }
@@ -66,8 +64,7 @@ std::vector<SLun> CCatalog::annotationLuns(const SAnnotation& annotation)
                  "WHERE annotation_id = ? ORDER BY lun.name",
                  annotation.id);
     while (query.next()) {
-        list.push_back(
-            {query.integer(0), query.text(1), query.text(2), static_cast<std::uint64_t>(query.integer(3)), ""});
+        list.push_back({query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), ""});
     }
     return list;
 }
@@ -75,29 +72,29 @@ std::vector<SLun> CCatalog::annotationLuns(const SAnnotation& annotation)
 void CCatalog::checkAnnotationIsNew(const SGroup& group, std::string_view name)
 {
     if (found("SELECT 1 FROM annotation WHERE cgroup_id = ? AND name = ?", group.id, name)) {
-        throwExists(EObject::annotation, name, inGroup(group));
+        throwExists(EObject::ANNOTATION, name, inGroup(group));
     }
 }
 
 void CCatalog::insertAnnotation(const SGroup& group, const SAnnotation& annotation, const std::vector<SLun>& luns)
 {
     checkAnnotationIsNew(group, annotation.name);
-    std::vector<std::int64_t> present;
+    std::vector<int64_t> present;
     CQuery query(m_database, "SELECT id FROM lun WHERE cgroup_id = ? ORDER BY name", group.id);
     while (query.next()) {
         present.push_back(query.integer(0));
     }
     if (!std::equal(present.begin(), present.end(), luns.begin(), luns.end(),
-                    [](std::int64_t id, const SLun& lun) { return id == lun.id; })) {
-        throw EApplianceError(EStatus::inUse,
+                    [](int64_t id, const SLun& lun) { return id == lun.id; })) {
+        throw EApplianceError(EStatus::IN_USE,
                               "the LUNs of group " + inQuotes(group.name) + " changed while annotation " +
                                   inQuotes(annotation.name) + " was made; try again",
-                              EObject::group);
+                              EObject::GROUP);
     }
     CQuery(m_database, "INSERT INTO annotation (cgroup_id, name, message, created, folder) VALUES (?, ?, ?, ?, ?)",
            group.id, annotation.name, annotation.message, annotation.created, annotation.folder)
         .run();
-    const std::int64_t id = m_database.lastId();
+    const int64_t id = m_database.lastId();
     for (const SLun& lun : luns) {
         CQuery(m_database, "INSERT INTO annotation_lun (annotation_id, lun_id) VALUES (?, ?)", id, lun.id).run();
     }
@@ -107,27 +104,25 @@ void CCatalog::removeAnnotation(const SGroup& group, const SAnnotation& annotati
 {
     CQuery user(m_database, "SELECT name FROM time_image WHERE annotation_id = ? ORDER BY id", annotation.id);
     if (user.next()) {
-        throw EApplianceError(EStatus::inUse,
+        throw EApplianceError(EStatus::IN_USE,
                               "annotation " + inQuotes(annotation.name) + " is in use by time image " +
                                   inQuotes(user.text(0)) + " " + inGroup(group),
-                              EObject::annotation);
+                              EObject::ANNOTATION);
     }
     CQuery(m_database, "DELETE FROM annotation WHERE id = ?", annotation.id).run();
 }
 
 STimeImage CCatalog::timeImage(const SGroup& group, std::string_view name)
 {
-    CQuery query(m_database, (std::string(imageColumns) + "AND time_image.name = ?").c_str(), group.id, name);
-    if (!query.next()) {
-        throwMissing(EObject::timeImage, name, inGroup(group));
-    }
+    CQuery query(m_database, (std::string(IMAGE_COLUMNS) + "AND time_image.name = ?").c_str(), group.id, name);
+    if (!query.next()) throwMissing(EObject::TIME_IMAGE, name, inGroup(group));
     return readImage(query);
 }
 
 std::vector<STimeImage> CCatalog::timeImages(const SGroup& group)
 {
     std::vector<STimeImage> list;
-    CQuery query(m_database, (std::string(imageColumns) + "ORDER BY time_image.id").c_str(), group.id);
+    CQuery query(m_database, (std::string(IMAGE_COLUMNS) + "ORDER BY time_image.id").c_str(), group.id);
     while (query.next()) {
         list.push_back(readImage(query));
     }
@@ -142,9 +137,8 @@ std::vector<SImageLun> CCatalog::timeImageLuns(const STimeImage& image)
                  "JOIN lun ON lun.id = lun_id WHERE time_image_id = ? ORDER BY lun.name",
                  image.id);
     while (query.next()) {
-        list.push_back(
-            {{query.integer(0), query.text(1), query.text(2), static_cast<std::uint64_t>(query.integer(3)), ""},
-             query.text(4)});
+        list.push_back({{query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), ""},
+                        query.text(4)});
     }
     return list;
 }
@@ -152,7 +146,7 @@ std::vector<SImageLun> CCatalog::timeImageLuns(const STimeImage& image)
 void CCatalog::checkTimeImageIsNew(const SGroup& group, std::string_view name)
 {
     if (found("SELECT 1 FROM time_image WHERE cgroup_id = ? AND name = ?", group.id, name)) {
-        throwExists(EObject::timeImage, name, inGroup(group));
+        throwExists(EObject::TIME_IMAGE, name, inGroup(group));
     }
 }
 
@@ -161,7 +155,7 @@ void CCatalog::insertTimeImage(const SGroup& group, const STimeImage& image, con
 {
     checkTimeImageIsNew(group, image.name);
     if (!found("SELECT 1 FROM annotation WHERE id = ? AND folder = ?", annotation.id, annotation.folder)) {
-        throwMissing(EObject::annotation, annotation.name, inGroup(group));
+        throwMissing(EObject::ANNOTATION, annotation.name, inGroup(group));
     }
     CQuery(m_database,
            "INSERT INTO time_image (cgroup_id, annotation_id, name, created, folder, preserve, prevent_expiration, "
@@ -235,9 +229,7 @@ void CCatalog::revoke(const SGroup& group, const SHost& host)
            host.id, group.id)
         .run();
     removed += m_database.changes();
-    if (removed == 0) {
-        throwMissing(EObject::permission, host.name, "on group " + inQuotes(group.name));
-    }
+    if (removed == 0) throwMissing(EObject::PERMISSION, host.name, "on group " + inQuotes(group.name));
     forgetDisks();
 }
 
@@ -245,7 +237,7 @@ void CCatalog::revoke(const SGroup& group, const STimeImage& image, const SHost&
 {
     CQuery(m_database, "DELETE FROM time_image_grant WHERE time_image_id = ? AND host_id = ?", image.id, host.id).run();
     if (m_database.changes() == 0) {
-        throwMissing(EObject::permission, host.name, "on time image " + inQuotes(image.name) + " " + inGroup(group));
+        throwMissing(EObject::PERMISSION, host.name, "on time image " + inQuotes(image.name) + " " + inGroup(group));
     }
     forgetDisks();
 }

@@ -5,6 +5,7 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
 Lines done(EObject object, const std::string& name, const char* what)
@@ -40,14 +41,14 @@ Lines CCommandRunner::run(const SListGroups& /*command*/)
 
 Lines CCommandRunner::run(const SShowHost& command)
 {
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::read);
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::READ);
     const SHost host = m_inventory.host(m_appliance, command.host);
     return showHost(host, m_inventory.lunsPresentedTo(host));
 }
 
 Lines CCommandRunner::run(const SShowGroup& command)
 {
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::read);
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::READ);
     const SGroup group = m_inventory.group(m_appliance, command.group);
     return showGroup({group, m_inventory.luns(group), m_catalog.grantedHosts(group), m_catalog.annotations(group),
                       m_catalog.timeImages(group)});
@@ -56,30 +57,30 @@ Lines CCommandRunner::run(const SShowGroup& command)
 Lines CCommandRunner::run(const SCreateAnnotation& command)
 {
     m_protection.createAnnotation(m_appliance, command.group, command.name, command.message);
-    return done(EObject::annotation, command.name, "created");
+    return done(EObject::ANNOTATION, command.name, "created");
 }
 
 Lines CCommandRunner::run(const SDeleteAnnotation& command)
 {
     m_protection.deleteAnnotation(m_appliance, command.group, command.name);
-    return done(EObject::annotation, command.name, "deleted");
+    return done(EObject::ANNOTATION, command.name, "deleted");
 }
 
 Lines CCommandRunner::run(const SCreateTimeImage& command)
 {
     m_protection.createTimeImage(m_appliance, command.request);
-    return done(EObject::timeImage, command.request.name, "created");
+    return done(EObject::TIME_IMAGE, command.request.name, "created");
 }
 
 Lines CCommandRunner::run(const SDeleteTimeImage& command)
 {
     m_protection.deleteTimeImage(m_appliance, command.group, command.name);
-    return done(EObject::timeImage, command.name, "deleted");
+    return done(EObject::TIME_IMAGE, command.name, "deleted");
 }
 
 Lines CCommandRunner::run(const SUpdateGroup& command)
 {
-    CTransaction transaction(m_store.database(), CTransaction::EKind::write);
+    CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     const SGroup group = m_inventory.group(m_appliance, command.group);
     for (const SPermissionChange& change : command.changes) {
         const SHost host = m_inventory.host(m_appliance, change.host);
@@ -90,12 +91,12 @@ Lines CCommandRunner::run(const SUpdateGroup& command)
         }
     }
     transaction.commit();
-    return done(EObject::group, command.group, "updated");
+    return done(EObject::GROUP, command.group, "updated");
 }
 
 Lines CCommandRunner::run(const SUpdateTimeImage& command)
 {
-    CTransaction transaction(m_store.database(), CTransaction::EKind::write);
+    CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     const SGroup group = m_inventory.group(m_appliance, command.group);
     const STimeImage image = m_catalog.timeImage(group, command.name);
     for (const SPermissionChange& change : command.changes) {
@@ -107,18 +108,18 @@ Lines CCommandRunner::run(const SUpdateTimeImage& command)
         }
     }
     transaction.commit();
-    return done(EObject::timeImage, command.name, "updated");
+    return done(EObject::TIME_IMAGE, command.name, "updated");
 }
 
 Lines CCommandRunner::run(const SListTimeImages& command)
 {
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::read);
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::READ);
     return listTimeImages(m_catalog.timeImages(m_inventory.group(m_appliance, command.group)));
 }
 
 Lines CCommandRunner::run(const SShowTimeImage& command)
 {
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::read);
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::READ);
     const SGroup group = m_inventory.group(m_appliance, command.group);
     const STimeImage image = m_catalog.timeImage(group, command.name);
     return showTimeImage({group, image, m_catalog.grantedHosts(image), m_catalog.timeImageLuns(image)});

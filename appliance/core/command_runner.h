@@ -5,13 +5,13 @@
 
 namespace lumora {
 
-// Carries out commands of the shell language on one appliance.
+/// Carries out commands of the shell language on one appliance.
 class CCommandRunner
 {
   public:
     CCommandRunner(CStore& store, CBaseStorageEngine& engine, SAppliance appliance);
 
-    // Gives the lines to print. Throws EApplianceError; the command had no effect then.
+    /// Gives the lines to print. Throws EApplianceError; the command had no effect then.
     Lines run(const Command& command);
 
   private:

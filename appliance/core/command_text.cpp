@@ -3,6 +3,7 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
 std::string text(const SListHosts& /*command*/)

@@ -6,7 +6,7 @@
 
 namespace lumora {
 
-// The keyword line of a command, in its plainest spelling: `create annotation "A" "G"`.
+/// The keyword line of a command, in its plainest spelling: `create annotation "A" "G"`.
 std::string commandText(const Command& command);
 
 }  // namespace lumora

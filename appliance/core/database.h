@@ -10,16 +10,16 @@
 
 namespace lumora {
 
-// One connection to a SQLite database in WAL mode. Not for use by several threads at once. Other processes may use the
-// same database; a busy database is waited for. Failures are EApplianceError: storage for a full disk or failed I/O,
-// unusable for a file that is missing, damaged or not a database.
+/// One connection to a SQLite database in WAL mode. Not for use by several threads at once. Other processes may use the
+/// same database; a busy database is waited for. Failures are EApplianceError: storage for a full disk or failed I/O,
+/// unusable for a file that is missing, damaged or not a database.
 class CDatabase
 {
   public:
-    enum class EMode : std::uint8_t
+    enum class EMode : uint8_t
     {
-        existing,
-        create
+        EXISTING,
+        CREATE
     };
 
     CDatabase(const std::filesystem::path& file, EMode mode);
@@ -27,13 +27,13 @@ class CDatabase
     CDatabase(const CDatabase&) = delete;
     CDatabase& operator=(const CDatabase&) = delete;
 
-    // Runs statements without parameters and results.
+    /// Runs statements without parameters and results.
     void execute(const char* sql);
-    std::int64_t lastId() const noexcept;
-    // Rows that the last statement inserted, updated or deleted.
+    int64_t lastId() const noexcept;
+    /// Rows that the last statement inserted, updated or deleted.
     int changes() const noexcept;
 
-    // Throws what an SQLite result code stands for.
+    /// Throws what an SQLite result code stands for.
     [[noreturn]] void fail(int code) const;
     sqlite3* handle() const noexcept { return m_handle; }
 
@@ -42,7 +42,7 @@ class CDatabase
     std::string m_file;
 };
 
-// One statement with its parameters bound, in order, from the arguments (integers and texts).
+/// One statement with its parameters bound, in order, from the arguments (integers and texts).
 class CQuery
 {
   public:
@@ -56,23 +56,23 @@ class CQuery
     CQuery(const CQuery&) = delete;
     CQuery& operator=(const CQuery&) = delete;
 
-    // Moves to the next row; false after the last one.
+    /// Moves to the next row; false after the last one.
     bool next();
-    // Runs a statement whose rows do not matter.
+    /// Runs a statement whose rows do not matter.
     void run();
-    std::int64_t integer(int column) const noexcept;
+    int64_t integer(int column) const noexcept;
     std::string text(int column) const;
 
   private:
     CQuery(CDatabase& database, const char* sql, std::nullptr_t);
 
-    void bindInteger(int index, std::int64_t value);
+    void bindInteger(int index, int64_t value);
     void bindText(int index, std::string_view value);
     template <class Value>
     void bind(int index, const Value& value)
     {
         if constexpr (std::is_integral_v<Value>) {
-            bindInteger(index, static_cast<std::int64_t>(value));
+            bindInteger(index, static_cast<int64_t>(value));
         } else {
             bindText(index, value);
         }
@@ -82,15 +82,15 @@ class CQuery
     sqlite3_stmt* m_statement = nullptr;
 };
 
-// All or nothing: what was not committed at the end of the object is undone. A read transaction sees one state of
-// the database throughout.
+/// All or nothing: what was not committed at the end of the object is undone. A read transaction sees one state of
+/// the database throughout.
 class CTransaction
 {
   public:
-    enum class EKind : std::uint8_t
+    enum class EKind : uint8_t
     {
-        read,
-        write
+        READ,
+        WRITE
     };
 
     CTransaction(CDatabase& database, EKind kind);
@@ -98,7 +98,7 @@ class CTransaction
     CTransaction(const CTransaction&) = delete;
     CTransaction& operator=(const CTransaction&) = delete;
 
-    // Returns when the changes are on stable storage.
+    /// Returns when the changes are on stable storage.
     void commit();
 
   private:

@@ -10,28 +10,28 @@
 
 namespace lumora {
 
-// One disk as a host sees it.
+/// One disk as a host sees it.
 struct SDisk
 {
-    std::filesystem::path path;  // holds "/dev/"
+    std::filesystem::path path;  ///< holds "/dev/"
     std::string serial;
-    std::uint64_t size = 0;  // bytes
+    uint64_t size = 0;  ///< bytes
 };
 
 struct SDiscovery
 {
-    std::size_t total = 0;  // disks the host has now
+    size_t total = 0;  ///< disks the host has now
 };
 
-// The disks of a host, over all appliances of the store that know its name, in path order. LUNs presented to the host
-// are always among them; a time image's LUNs are while the host is granted the image (or its group) and has
-// discovered since.
+/// The disks of a host, over all appliances of the store that know its name, in path order. LUNs presented to the host
+/// are always among them; a time image's LUNs are while the host is granted the image (or its group) and has
+/// discovered since.
 class CDiskTable
 {
   public:
     CDiskTable(CStore& store, const CBaseStorageEngine& engine) : m_store(store), m_engine(engine) {}
 
-    // False when no appliance knows the host.
+    /// False when no appliance knows the host.
     bool isHostKnown(const std::string& host);
     SDiscovery discover(const std::string& host);
     std::vector<SDisk> disks(const std::string& host);

@@ -8,21 +8,21 @@ namespace lumora {
 std::string_view statusWord(EStatus status) noexcept
 {
     switch (status) {
-        case EStatus::ok:
+        case EStatus::OK:
             return "ok";
-        case EStatus::malformed:
+        case EStatus::MALFORMED:
             return "malformed";
-        case EStatus::missing:
+        case EStatus::MISSING:
             return "missing";
-        case EStatus::exists:
+        case EStatus::EXISTS:
             return "exists";
-        case EStatus::inUse:
+        case EStatus::IN_USE:
             return "in-use";
-        case EStatus::storage:
+        case EStatus::STORAGE:
             return "storage";
-        case EStatus::unusable:
+        case EStatus::UNUSABLE:
             return "unusable";
-        case EStatus::unexpected:
+        case EStatus::UNEXPECTED:
             break;
     }
     return "unexpected";
@@ -31,23 +31,23 @@ std::string_view statusWord(EStatus status) noexcept
 std::string_view objectWord(EObject object) noexcept
 {
     switch (object) {
-        case EObject::appliance:
+        case EObject::APPLIANCE:
             return "appliance";
-        case EObject::host:
+        case EObject::HOST:
             return "host";
-        case EObject::group:
+        case EObject::GROUP:
             return "group";
-        case EObject::lun:
+        case EObject::LUN:
             return "LUN";
-        case EObject::annotation:
+        case EObject::ANNOTATION:
             return "annotation";
-        case EObject::timeImage:
+        case EObject::TIME_IMAGE:
             return "time image";
-        case EObject::permission:
+        case EObject::PERMISSION:
             return "permission of host";
-        case EObject::fault:
+        case EObject::FAULT:
             return "fault";
-        case EObject::none:
+        case EObject::NONE:
             break;
     }
     return "object";
@@ -55,14 +55,14 @@ std::string_view objectWord(EObject object) noexcept
 
 std::string inQuotes(std::string_view name)
 {
-    static constexpr std::string_view digits = "0123456789ABCDEF";
+    static constexpr std::string_view DIGITS = "0123456789ABCDEF";
     std::string text = "\"";
     for (const char c : name) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte < 0x20 || byte == 0x7F) {
             text += "\\x";
-            text += digits[byte >> 4U];
-            text += digits[byte & 0x0FU];
+            text += DIGITS[byte >> 4U];
+            text += DIGITS[byte & 0x0FU];
         } else {
             text += c;
         }
@@ -73,18 +73,18 @@ std::string inQuotes(std::string_view name)
 void throwMissing(EObject object, std::string_view name, const std::string& where)
 {
     std::string text = std::string(objectWord(object)) + " " + inQuotes(name) + " does not exist";
-    throw EApplianceError(EStatus::missing, where.empty() ? text : text + " " + where, object);
+    throw EApplianceError(EStatus::MISSING, where.empty() ? text : text + " " + where, object);
 }
 
 void throwExists(EObject object, std::string_view name, const std::string& where)
 {
     std::string text = std::string(objectWord(object)) + " " + inQuotes(name) + " exists already";
-    throw EApplianceError(EStatus::exists, where.empty() ? text : text + " " + where, object);
+    throw EApplianceError(EStatus::EXISTS, where.empty() ? text : text + " " + where, object);
 }
 
 void throwStorage(std::string_view doing, const std::string& path, int error)
 {
-    throw EApplianceError(EStatus::storage, "cannot " + std::string(doing) + " " + path + ": " +
+    throw EApplianceError(EStatus::STORAGE, "cannot " + std::string(doing) + " " + path + ": " +
                                                 std::error_code(error, std::generic_category()).message());
 }
 

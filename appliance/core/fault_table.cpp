@@ -13,9 +13,10 @@
 #include "appliance/core/range_lock.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr const char* schema = R"sql(
+constexpr const char* SCHEMA = R"sql(
 CREATE TABLE fault (id INTEGER PRIMARY KEY AUTOINCREMENT, kind TEXT NOT NULL, match TEXT NOT NULL,
   nth INTEGER NOT NULL, times INTEGER NOT NULL, milliseconds INTEGER NOT NULL, bytes INTEGER NOT NULL,
   seen INTEGER NOT NULL);
@@ -24,24 +25,24 @@ CREATE TABLE struck (number INTEGER PRIMARY KEY AUTOINCREMENT,
   finished INTEGER NOT NULL DEFAULT 0);
 )sql";
 
-constexpr const char* columns = "SELECT id, kind, match, nth, times, milliseconds, bytes, seen FROM fault ";
+constexpr const char* COLUMNS = "SELECT id, kind, match, nth, times, milliseconds, bytes, seen FROM fault ";
 
-constexpr std::array<std::pair<EFault, std::string_view>, 11> words = {{{EFault::watch, "watch"},
-                                                                        {EFault::error, "error"},
-                                                                        {EFault::slow, "slow"},
-                                                                        {EFault::hang, "hang"},
-                                                                        {EFault::garble, "garble"},
-                                                                        {EFault::cut, "cut"},
-                                                                        {EFault::lost, "lost"},
-                                                                        {EFault::killBefore, "kill-before"},
-                                                                        {EFault::killAfter, "kill-after"},
-                                                                        {EFault::hangAfter, "hang-after"},
-                                                                        {EFault::tear, "tear"}}};
+constexpr std::array<std::pair<EFault, std::string_view>, 11> WORDS = {{{EFault::WATCH, "watch"},
+                                                                        {EFault::ERROR, "error"},
+                                                                        {EFault::SLOW, "slow"},
+                                                                        {EFault::HANG, "hang"},
+                                                                        {EFault::GARBLE, "garble"},
+                                                                        {EFault::CUT, "cut"},
+                                                                        {EFault::LOST, "lost"},
+                                                                        {EFault::KILL_BEFORE, "kill-before"},
+                                                                        {EFault::KILL_AFTER, "kill-after"},
+                                                                        {EFault::HANG_AFTER, "hang-after"},
+                                                                        {EFault::TEAR, "tear"}}};
 
 class CFaultDatabase : public CDatabase
 {
   public:
-    explicit CFaultDatabase(const std::filesystem::path& file) : CDatabase(file, EMode::existing)
+    explicit CFaultDatabase(const std::filesystem::path& file) : CDatabase(file, EMode::EXISTING)
     {
         execute("PRAGMA synchronous = OFF");
     }
@@ -64,7 +65,7 @@ SFault readFault(const CQuery& row)
 std::vector<SFault> readFaults(CDatabase& database)
 {
     std::vector<SFault> faults;
-    CQuery row(database, (std::string(columns) + "ORDER BY id").c_str());
+    CQuery row(database, (std::string(COLUMNS) + "ORDER BY id").c_str());
     while (row.next()) {
         faults.push_back(readFault(row));
     }
@@ -84,30 +85,28 @@ bool strikes(const SFault& fault)
     return fault.seen >= fault.nth && (fault.times == 0 || fault.seen < fault.nth + fault.times);
 }
 
-[[noreturn]] void throwNoFault(std::int64_t id)
+[[noreturn]] void throwNoFault(int64_t id)
 {
-    throw EApplianceError(EStatus::missing, "fault " + std::to_string(id) + " does not exist", EObject::fault);
+    throw EApplianceError(EStatus::MISSING, "fault " + std::to_string(id) + " does not exist", EObject::FAULT);
 }
 
 }  // namespace
 
 std::string_view faultWord(EFault kind) noexcept
 {
-    return words[static_cast<std::size_t>(kind)].second;
+    return WORDS[static_cast<size_t>(kind)].second;
 }
 
 EFault parseFault(std::string_view word)
 {
     const auto* const entry =
-        std::find_if(words.begin(), words.end(), [word](const auto& each) { return each.second == word; });
-    if (entry != words.end()) {
-        return entry->first;
-    }
+        std::find_if(WORDS.begin(), WORDS.end(), [word](const auto& each) { return each.second == word; });
+    if (entry != WORDS.end()) return entry->first;
     std::string known;
-    for (const auto& each : words) {
+    for (const auto& each : WORDS) {
         known += (known.empty() ? "" : ", ") + std::string(each.second);
     }
-    throw EApplianceError(EStatus::malformed, "fault " + inQuotes(word) + " is none of " + known);
+    throw EApplianceError(EStatus::MALFORMED, "fault " + inQuotes(word) + " is none of " + known);
 }
 
 bool CFaultTable::exists() const
@@ -120,10 +119,8 @@ bool CFaultTable::exists() const
 void CFaultTable::make() const
 {
     const CFileDescriptor lock = openFile(m_createLock, O_RDWR | O_CREAT);
-    lockRange(lock.get(), ERangeLock::exclusive, 0, 1, m_createLock);
-    if (exists()) {
-        return;
-    }
+    lockRange(lock.get(), ERangeLock::EXCLUSIVE, 0, 1, m_createLock);
+    if (exists()) return;
     const std::filesystem::path made = m_file.string() + ".new";
     const auto removeWithLog = [&made] {
         for (const char* const ending : {"", "-wal", "-shm"}) {
@@ -135,7 +132,7 @@ void CFaultTable::make() const
     openFile(made, O_RDWR | O_CREAT | O_EXCL);
     {
         CFaultDatabase database(made);
-        database.execute(schema);
+        database.execute(SCHEMA);
         database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
     }
     std::filesystem::rename(made, m_file);
@@ -144,11 +141,9 @@ void CFaultTable::make() const
 
 SFault CFaultTable::arm(SFault fault) const
 {
-    if (!exists()) {
-        make();
-    }
+    if (!exists()) make();
     CFaultDatabase database(m_file);
-    CTransaction transaction(database, CTransaction::EKind::write);
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
     CQuery(database, "INSERT INTO fault (kind, match, nth, times, milliseconds, bytes, seen) VALUES (?,?,?,?,?,?,0)",
            faultWord(fault.kind), fault.match, fault.nth, fault.times, fault.milliseconds, fault.bytes)
         .run();
@@ -159,11 +154,9 @@ SFault CFaultTable::arm(SFault fault) const
 
 std::vector<SFault> CFaultTable::list() const
 {
-    if (!exists()) {
-        return {};
-    }
+    if (!exists()) return {};
     CFaultDatabase database(m_file);
-    const CTransaction transaction(database, CTransaction::EKind::read);
+    const CTransaction transaction(database, CTransaction::EKind::READ);
     std::vector<SFault> faults = readFaults(database);
     for (SFault& fault : faults) {
         readStruck(database, fault);
@@ -171,69 +164,51 @@ std::vector<SFault> CFaultTable::list() const
     return faults;
 }
 
-SFault CFaultTable::get(std::int64_t id) const
+SFault CFaultTable::get(int64_t id) const
 {
     for (SFault& fault : list()) {
-        if (fault.id == id) {
-            return std::move(fault);
-        }
+        if (fault.id == id) return std::move(fault);
     }
     throwNoFault(id);
 }
 
-void CFaultTable::clear(const std::vector<std::int64_t>& ids) const
+void CFaultTable::clear(const std::vector<int64_t>& ids) const
 {
-    if (!exists()) {
-        throwNoFault(ids.front());
-    }
+    if (!exists()) throwNoFault(ids.front());
     CFaultDatabase database(m_file);
-    CTransaction transaction(database, CTransaction::EKind::write);
-    for (const std::int64_t id : ids) {
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
+    for (const int64_t id : ids) {
         CQuery(database, "DELETE FROM fault WHERE id = ?", id).run();
-        if (database.changes() == 0) {
-            throwNoFault(id);
-        }
+        if (database.changes() == 0) throwNoFault(id);
     }
     transaction.commit();
 }
 
-std::size_t CFaultTable::clearAll() const
+size_t CFaultTable::clearAll() const
 {
-    if (!exists()) {
-        return 0;
-    }
+    if (!exists()) return 0;
     CFaultDatabase database(m_file);
     CQuery(database, "DELETE FROM fault").run();
-    return static_cast<std::size_t>(database.changes());
+    return static_cast<size_t>(database.changes());
 }
 
 std::optional<SStrike> CFaultTable::strike(const std::string& command) const
 {
-    if (!exists()) {
-        return std::nullopt;
-    }
+    if (!exists()) return std::nullopt;
     CFaultDatabase database(m_file);
-    if (!CQuery(database, "SELECT 1 FROM fault").next()) {
-        return std::nullopt;
-    }
-    CTransaction transaction(database, CTransaction::EKind::write);
+    if (!CQuery(database, "SELECT 1 FROM fault").next()) return std::nullopt;
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
     SStrike strike;
-    strike.fault.kind = EFault::watch;
+    strike.fault.kind = EFault::WATCH;
     for (SFault& fault : readFaults(database)) {
-        if (command.find(fault.match) == std::string::npos) {
-            continue;
-        }
+        if (command.find(fault.match) == std::string::npos) continue;
         CQuery(database, "UPDATE fault SET seen = seen + 1 WHERE id = ?", fault.id).run();
         ++fault.seen;
-        const bool isSecond = fault.kind != EFault::watch && strike.fault.kind != EFault::watch;
-        if (!strikes(fault) || isSecond) {
-            continue;
-        }
+        const bool isSecond = fault.kind != EFault::WATCH && strike.fault.kind != EFault::WATCH;
+        if (!strikes(fault) || isSecond) continue;
         CQuery(database, "INSERT INTO struck (fault_id, command) VALUES (?,?)", fault.id, command).run();
         strike.ids.push_back(database.lastId());
-        if (fault.kind != EFault::watch) {
-            strike.fault = std::move(fault);
-        }
+        if (fault.kind != EFault::WATCH) strike.fault = std::move(fault);
     }
     transaction.commit();
     return strike.ids.empty() ? std::nullopt : std::make_optional(std::move(strike));
@@ -242,8 +217,8 @@ std::optional<SStrike> CFaultTable::strike(const std::string& command) const
 void CFaultTable::noteEnd(const SStrike& strike) const
 {
     CFaultDatabase database(m_file);
-    CTransaction transaction(database, CTransaction::EKind::write);
-    for (const std::int64_t id : strike.ids) {
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
+    for (const int64_t id : strike.ids) {
         CQuery(database, "UPDATE struck SET finished = 1 WHERE number = ?", id).run();
     }
     transaction.commit();

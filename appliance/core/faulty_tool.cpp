@@ -14,6 +14,7 @@
 #include "appliance/core/torn_engine.h"
 
 namespace lumora {
+
 namespace {
 
 [[noreturn]] void hang()
@@ -32,14 +33,14 @@ namespace {
 void before(const SFault& fault)
 {
     switch (fault.kind) {
-        case EFault::error:
-            throw EApplianceError(EStatus::unexpected, "refused by fault " + std::to_string(fault.id));
-        case EFault::slow:
+        case EFault::ERROR:
+            throw EApplianceError(EStatus::UNEXPECTED, "refused by fault " + std::to_string(fault.id));
+        case EFault::SLOW:
             std::this_thread::sleep_for(std::chrono::milliseconds(fault.milliseconds));
             return;
-        case EFault::hang:
+        case EFault::HANG:
             hang();
-        case EFault::killBefore:
+        case EFault::KILL_BEFORE:
             die();
         default:
             return;
@@ -51,27 +52,25 @@ void garble(std::string& answer)
 {
     std::minstd_rand noise;
     for (char& byte : answer) {
-        if (byte != '\n') {
-            byte = static_cast<char>('!' + noise() % ('~' - '!' + 1));
-        }
+        if (byte != '\n') byte = static_cast<char>('!' + noise() % ('~' - '!' + 1));
     }
 }
 
 void after(const SFault& fault, std::string& answer)
 {
     switch (fault.kind) {
-        case EFault::garble:
+        case EFault::GARBLE:
             garble(answer);
             return;
-        case EFault::cut:
-            answer.resize(std::min(answer.size(), static_cast<std::size_t>(fault.bytes)));
+        case EFault::CUT:
+            answer.resize(std::min(answer.size(), static_cast<size_t>(fault.bytes)));
             return;
-        case EFault::lost:
-            throw EApplianceError(EStatus::unexpected,
+        case EFault::LOST:
+            throw EApplianceError(EStatus::UNEXPECTED,
                                   "the connection to the appliance was lost by fault " + std::to_string(fault.id));
-        case EFault::killAfter:
+        case EFault::KILL_AFTER:
             die();
-        case EFault::hangAfter:
+        case EFault::HANG_AFTER:
             hang();
         default:
             return;
@@ -95,7 +94,7 @@ void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorage
     try {
         before(fault);
         for (const std::string& line :
-             command(fault.kind == EFault::tear ? static_cast<CBaseStorageEngine&>(torn) : engine)) {
+             command(fault.kind == EFault::TEAR ? static_cast<CBaseStorageEngine&>(torn) : engine)) {
             answer += line + '\n';
         }
     } catch (const EApplianceError&) {
@@ -103,9 +102,7 @@ void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorage
     }
     faults.noteEnd(*strike);
     after(fault, answer);
-    if (refusal) {
-        std::rethrow_exception(refusal);
-    }
+    if (refusal) std::rethrow_exception(refusal);
     printBytes(answer);
 }
 

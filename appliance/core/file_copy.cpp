@@ -25,28 +25,26 @@ struct SCopy
     const fs::path& toPath;
 };
 
-void copyThroughBuffer(const SCopy& copy, std::uint64_t start, std::uint64_t end)
+void copyThroughBuffer(const SCopy& copy, uint64_t start, uint64_t end)
 {
-    std::vector<char> buffer(std::size_t{1} << 20U);
+    std::vector<char> buffer(size_t{1} << 20U);
     while (start < end) {
-        const std::size_t wanted = std::min<std::uint64_t>(buffer.size(), end - start);
-        const std::size_t count = readAt(copy.from.get(), buffer.data(), wanted, start, copy.fromPath);
-        if (count == 0) {
-            return;
-        }
+        const size_t wanted = std::min<uint64_t>(buffer.size(), end - start);
+        const size_t count = readAt(copy.from.get(), buffer.data(), wanted, start, copy.fromPath);
+        if (count == 0) return;
         writeAt(copy.to.get(), std::string_view(buffer.data(), count), start, copy.toPath);
         start += count;
     }
 }
 
-void copyData(const SCopy& copy, std::uint64_t start, std::uint64_t end)
+void copyData(const SCopy& copy, uint64_t start, uint64_t end)
 {
     while (start < end) {
         auto in = static_cast<off_t>(start);
         auto out = static_cast<off_t>(start);
         const ssize_t count = ::copy_file_range(copy.from.get(), &in, copy.to.get(), &out, end - start, 0);
         if (count > 0) {
-            start += static_cast<std::uint64_t>(count);
+            start += static_cast<uint64_t>(count);
         } else if (count < 0 && (errno == ENOSPC || errno == EDQUOT || errno == EIO)) {
             throwStorage("write", copy.toPath.string(), errno);
         } else if (count == 0 || errno != EINTR) {
@@ -57,38 +55,32 @@ void copyData(const SCopy& copy, std::uint64_t start, std::uint64_t end)
     }
 }
 
-void copySparse(const SCopy& copy, std::uint64_t size)
+void copySparse(const SCopy& copy, uint64_t size)
 {
-    std::uint64_t position = 0;
+    uint64_t position = 0;
     while (position < size) {
         const off_t data = ::lseek(copy.from.get(), static_cast<off_t>(position), SEEK_DATA);
-        if (data < 0 && errno == ENXIO) {
-            return;
-        }
+        if (data < 0 && errno == ENXIO) return;
         if (data < 0) {
             copyData(copy, position, size);
             return;
         }
         const off_t hole = ::lseek(copy.from.get(), data, SEEK_HOLE);
-        const std::uint64_t end = hole < 0 ? size : std::min(size, static_cast<std::uint64_t>(hole));
-        copyData(copy, static_cast<std::uint64_t>(data), end);
-        position = std::max(end, static_cast<std::uint64_t>(data) + 1);
+        const uint64_t end = hole < 0 ? size : std::min(size, static_cast<uint64_t>(hole));
+        copyData(copy, static_cast<uint64_t>(data), end);
+        position = std::max(end, static_cast<uint64_t>(data) + 1);
     }
 }
 
 }  // namespace
 
-void copyFile(const fs::path& source, const fs::path& target, std::uint64_t size)
+void copyFile(const fs::path& source, const fs::path& target, uint64_t size)
 {
     const CFileDescriptor from = openFile(source, O_RDONLY);
     const CFileDescriptor to = openFile(target, O_RDWR | O_CREAT | O_EXCL);
     const bool cloned = ::ioctl(to.get(), FICLONE, from.get()) == 0;
-    if (::ftruncate(to.get(), static_cast<off_t>(size)) != 0) {
-        throwStorage("write", target.string(), errno);
-    }
-    if (!cloned) {
-        copySparse({from, source, to, target}, size);
-    }
+    if (::ftruncate(to.get(), static_cast<off_t>(size)) != 0) throwStorage("write", target.string(), errno);
+    if (!cloned) copySparse({from, source, to, target}, size);
 }
 
 }  // namespace lumora

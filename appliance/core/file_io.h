@@ -10,7 +10,7 @@
 
 namespace lumora {
 
-// Owns one descriptor; closes it at the end of its life.
+/// Owns one descriptor; closes it at the end of its life.
 class CFileDescriptor
 {
   public:
@@ -27,27 +27,28 @@ class CFileDescriptor
     int m_fd;
 };
 
-// All functions throw EApplianceError with status storage and the path in the text, unless said otherwise.
+/// All functions throw EApplianceError with status storage and the path in the text, unless said otherwise.
 
-// Opens with O_CLOEXEC added.
+/// Opens with O_CLOEXEC added.
 CFileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
-void writeAt(int fd, std::string_view bytes, std::uint64_t offset, const std::filesystem::path& path);
-// Reads until `size` bytes or the end of the file; returns the count.
-std::size_t readAt(int fd, char* bytes, std::size_t size, std::uint64_t offset, const std::filesystem::path& path);
+void writeAt(int fd, std::string_view bytes, uint64_t offset, const std::filesystem::path& path);
+/// Reads until `size` bytes or the end of the file; returns the count.
+size_t readAt(int fd, char* bytes, size_t size, uint64_t offset, const std::filesystem::path& path);
 void syncFile(int fd, const std::filesystem::path& path);
 void syncFolder(const std::filesystem::path& path);
-// With its parents, which are for all to pass through; there already is fine. The modes hold whatever the umask is.
+/// With its parents, which are for all to pass through; there already is fine. The modes hold whatever the umask is.
 void makeFolder(const std::filesystem::path& path, mode_t mode = 0700);
 
-// The content of a regular file of at most `limit` bytes. A folder, FIFO, device or larger file is refused without
-// waiting for anything (status unusable); so is a file that cannot be opened.
-std::string readSmallFile(const std::filesystem::path& path, std::size_t limit);
+/// The content of a regular file of at most `limit` bytes. A folder, FIFO, device or larger file is refused without
+/// waiting for anything (status unusable); so is a file that cannot be opened.
+std::string readSmallFile(const std::filesystem::path& path, size_t limit);
 
-// Puts `text` (or a link to `target`) in place of `path` in one step: readers see the old or the new one, never a part.
+/// Puts `text` (or a link to `target`) in place of `path` in one step: readers see the old or the new one, never a
+/// part.
 void replaceFile(const std::filesystem::path& path, std::string_view text, mode_t mode);
 void replaceLink(const std::filesystem::path& path, const std::filesystem::path& target);
 
-// Random bits from the kernel.
-std::uint64_t randomNumber();
+/// Random bits from the kernel.
+uint64_t randomNumber();
 
 }  // namespace lumora

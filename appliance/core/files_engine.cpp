@@ -52,9 +52,7 @@ void CFilesEngine::drop(const fs::path& folder)
 {
     std::error_code error;
     fs::remove_all(folder, error);
-    if (error) {
-        throwStorage("remove", folder.string(), error.value());
-    }
+    if (error) throwStorage("remove", folder.string(), error.value());
 }
 
 fs::path CFilesEngine::hostPath(const fs::path& image, const std::string& volume) const

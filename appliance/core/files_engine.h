@@ -4,10 +4,10 @@
 
 namespace lumora {
 
-// Content as plain files: a clone that shares blocks where the file system can, else a copy that leaves holes out.
-//
-// The instant of fixed content comes from the group's gate: the files are copied while the gate is held. So it is an
-// instant for writers that go through the gate (lmadm write), and for nobody else.
+/// Content as plain files: a clone that shares blocks where the file system can, else a copy that leaves holes out.
+///
+/// The instant of fixed content comes from the group's gate: the files are copied while the gate is held. So it is an
+/// instant for writers that go through the gate (lmadm write), and for nobody else.
 class CFilesEngine : public CBaseStorageEngine
 {
   public:

@@ -11,11 +11,11 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::size_t maxFileSize = std::size_t{64} << 10U;
+constexpr size_t MAX_FILE_SIZE = size_t{64} << 10U;
 
 [[noreturn]] void refuse(const fs::path& file, const std::string& why)
 {
-    throw EApplianceError(EStatus::unusable,
+    throw EApplianceError(EStatus::UNUSABLE,
                           "configuration " + file.string() + ": " + why + "; write it with lmadm host setup");
 }
 
@@ -32,22 +32,18 @@ SHostConfiguration readHostConfiguration(const fs::path& root)
     const fs::path file = root / "etc/qz/appliance.conf";
     std::string content;
     try {
-        content = readSmallFile(file, maxFileSize);
+        content = readSmallFile(file, MAX_FILE_SIZE);
     } catch (const EApplianceError& error) {
-        throw EApplianceError(EStatus::unusable, std::string(error.what()) + "; write it with lmadm host setup");
+        throw EApplianceError(EStatus::UNUSABLE, std::string(error.what()) + "; write it with lmadm host setup");
     }
     SHostConfiguration found;
     std::istringstream lines(content);
     int number = 0;
     for (std::string line; std::getline(lines, line);) {
         ++number;
-        if (line.empty() || line.front() == '#') {
-            continue;
-        }
-        const std::size_t equals = line.find('=');
-        if (equals == std::string::npos) {
-            refuse(file, "line " + std::to_string(number) + " is not KEY=VALUE");
-        }
+        if (line.empty() || line.front() == '#') continue;
+        const size_t equals = line.find('=');
+        if (equals == std::string::npos) refuse(file, "line " + std::to_string(number) + " is not KEY=VALUE");
         const std::string key = line.substr(0, equals);
         const std::string value = line.substr(equals + 1);
         if (key == "STORE") {
@@ -56,11 +52,9 @@ SHostConfiguration readHostConfiguration(const fs::path& root)
             found.host = value;
         }
     }
-    if (!found.store.is_absolute()) {
-        refuse(file, "STORE is not an absolute path");
-    }
+    if (!found.store.is_absolute()) refuse(file, "STORE is not an absolute path");
     try {
-        checkName(EObject::host, found.host);
+        checkName(EObject::HOST, found.host);
     } catch (const EApplianceError& error) {
         refuse(file, std::string("HOST: ") + error.what());
     }

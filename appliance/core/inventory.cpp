@@ -10,9 +10,10 @@
 #include "appliance/core/work_folder.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr const char* groupColumns =
+constexpr const char* GROUP_COLUMNS =
     "SELECT id, name, (SELECT count(*) FROM lun WHERE cgroup_id = cgroup.id), "
     "(SELECT count(*) FROM annotation WHERE cgroup_id = cgroup.id), "
     "(SELECT count(*) FROM time_image WHERE cgroup_id = cgroup.id) FROM cgroup WHERE appliance_id = ? ";
@@ -24,7 +25,7 @@ SGroup readGroup(const CQuery& query)
 
 [[noreturn]] void throwInUse(EObject object, const std::string& name, const std::string& why)
 {
-    throw EApplianceError(EStatus::inUse, std::string(objectWord(object)) + " " + inQuotes(name) + " " + why, object);
+    throw EApplianceError(EStatus::IN_USE, std::string(objectWord(object)) + " " + inQuotes(name) + " " + why, object);
 }
 
 }  // namespace
@@ -34,14 +35,14 @@ std::string deviceName(const std::string& lun)
     return "/dev/lumora/" + lun;
 }
 
-std::string imageDeviceName(std::int64_t image, const std::string& lun)
+std::string imageDeviceName(int64_t image, const std::string& lun)
 {
     return "/dev/lumora/ti" + std::to_string(image) + "_" + lun;
 }
 
 std::string newSerial()
 {
-    std::uint64_t number = randomNumber();
+    uint64_t number = randomNumber();
     std::string serial = "LM";
     for (int digit = 0; digit < 14; ++digit, number >>= 4U) {
         serial += "0123456789ABCDEF"[number & 0x0FU];
@@ -68,7 +69,7 @@ std::string inGroup(const SGroup& group)
     return "in group " + inQuotes(group.name);
 }
 
-bool CInventory::any(const char* sql, std::int64_t id)
+bool CInventory::any(const char* sql, int64_t id)
 {
     return CQuery(m_database, sql, id).next();
 }
@@ -76,9 +77,7 @@ bool CInventory::any(const char* sql, std::int64_t id)
 SAppliance CInventory::appliance(std::string_view name)
 {
     CQuery query(m_database, "SELECT id, name, created FROM appliance WHERE name = ?", name);
-    if (!query.next()) {
-        throwMissing(EObject::appliance, name, "");
-    }
+    if (!query.next()) throwMissing(EObject::APPLIANCE, name, "");
     return {query.integer(0), query.text(1), query.text(2)};
 }
 
@@ -94,13 +93,13 @@ std::vector<SAppliance> CInventory::appliances()
 
 void CInventory::createAppliance(const std::string& name)
 {
-    checkName(EObject::appliance, name);
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    checkName(EObject::APPLIANCE, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     if (CQuery(m_database, "SELECT 1 FROM appliance WHERE name = ?", name).next()) {
-        throwExists(EObject::appliance, name, "");
+        throwExists(EObject::APPLIANCE, name, "");
     }
     const std::filesystem::path folder = m_store.layout().appliance(name);
-    for (const EArea area : {EArea::annotations, EArea::images, EArea::work}) {
+    for (const EArea area : {EArea::ANNOTATIONS, EArea::IMAGES, EArea::WORK}) {
         makeFolder(areaFolder(folder, area));
     }
     makeFolder(m_store.layout().devices(name));
@@ -112,13 +111,13 @@ void CInventory::createAppliance(const std::string& name)
 
 void CInventory::deleteAppliance(const std::string& name)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     const SAppliance found = appliance(name);
     if (any("SELECT 1 FROM cgroup WHERE appliance_id = ?", found.id)) {
-        throwInUse(EObject::appliance, name, "still has groups");
+        throwInUse(EObject::APPLIANCE, name, "still has groups");
     }
     if (any("SELECT 1 FROM host WHERE appliance_id = ?", found.id)) {
-        throwInUse(EObject::appliance, name, "still has hosts");
+        throwInUse(EObject::APPLIANCE, name, "still has hosts");
     }
     CQuery(m_database, "DELETE FROM appliance WHERE id = ?", found.id).run();
     // The folder holds nothing that is listed any more, and is removed while nobody can make the appliance anew.
@@ -130,9 +129,7 @@ void CInventory::deleteAppliance(const std::string& name)
 SHost CInventory::host(const SAppliance& appliance, std::string_view name)
 {
     CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name);
-    if (!query.next()) {
-        throwMissing(EObject::host, name, onAppliance(appliance));
-    }
+    if (!query.next()) throwMissing(EObject::HOST, name, onAppliance(appliance));
     return {query.integer(0), query.text(1)};
 }
 
@@ -148,10 +145,10 @@ std::vector<SHost> CInventory::hosts(const SAppliance& appliance)
 
 void CInventory::createHost(const SAppliance& appliance, const std::string& name)
 {
-    checkName(EObject::host, name);
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    checkName(EObject::HOST, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     if (CQuery(m_database, "SELECT 1 FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
-        throwExists(EObject::host, name, onAppliance(appliance));
+        throwExists(EObject::HOST, name, onAppliance(appliance));
     }
     CQuery(m_database, "INSERT INTO host (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
     transaction.commit();
@@ -159,14 +156,14 @@ void CInventory::createHost(const SAppliance& appliance, const std::string& name
 
 void CInventory::deleteHost(const SAppliance& appliance, const std::string& name)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     const SHost found = host(appliance, name);
     if (any("SELECT 1 FROM presentation WHERE host_id = ?", found.id)) {
-        throwInUse(EObject::host, name, "still has LUNs presented to it");
+        throwInUse(EObject::HOST, name, "still has LUNs presented to it");
     }
     if (any("SELECT 1 FROM group_grant WHERE host_id = ?1 UNION SELECT 1 FROM time_image_grant WHERE host_id = ?1",
             found.id)) {
-        throwInUse(EObject::host, name, "still has permission for groups or time images");
+        throwInUse(EObject::HOST, name, "still has permission for groups or time images");
     }
     CQuery(m_database, "DELETE FROM host WHERE id = ?", found.id).run();
     transaction.commit();
@@ -174,17 +171,15 @@ void CInventory::deleteHost(const SAppliance& appliance, const std::string& name
 
 SGroup CInventory::group(const SAppliance& appliance, std::string_view name)
 {
-    CQuery query(m_database, (std::string(groupColumns) + "AND name = ?").c_str(), appliance.id, name);
-    if (!query.next()) {
-        throwMissing(EObject::group, name, onAppliance(appliance));
-    }
+    CQuery query(m_database, (std::string(GROUP_COLUMNS) + "AND name = ?").c_str(), appliance.id, name);
+    if (!query.next()) throwMissing(EObject::GROUP, name, onAppliance(appliance));
     return readGroup(query);
 }
 
 std::vector<SGroup> CInventory::groups(const SAppliance& appliance)
 {
     std::vector<SGroup> list;
-    CQuery query(m_database, (std::string(groupColumns) + "ORDER BY name").c_str(), appliance.id);
+    CQuery query(m_database, (std::string(GROUP_COLUMNS) + "ORDER BY name").c_str(), appliance.id);
     while (query.next()) {
         list.push_back(readGroup(query));
     }
@@ -193,10 +188,10 @@ std::vector<SGroup> CInventory::groups(const SAppliance& appliance)
 
 void CInventory::createGroup(const SAppliance& appliance, const std::string& name)
 {
-    checkName(EObject::group, name);
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    checkName(EObject::GROUP, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     if (CQuery(m_database, "SELECT 1 FROM cgroup WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
-        throwExists(EObject::group, name, onAppliance(appliance));
+        throwExists(EObject::GROUP, name, onAppliance(appliance));
     }
     CQuery(m_database, "INSERT INTO cgroup (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
     transaction.commit();
@@ -204,10 +199,10 @@ void CInventory::createGroup(const SAppliance& appliance, const std::string& nam
 
 void CInventory::deleteGroup(const SAppliance& appliance, const std::string& name)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     const SGroup found = group(appliance, name);
     if (found.luns + found.annotations + found.timeImages != 0) {
-        throwInUse(EObject::group, name,
+        throwInUse(EObject::GROUP, name,
                    "still has " + std::to_string(found.luns) + " LUNs, " + std::to_string(found.annotations) +
                        " annotations and " + std::to_string(found.timeImages) + " time images");
     }

@@ -3,14 +3,15 @@
 #include "appliance/core/names.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr const char* lunColumns =
+constexpr const char* LUN_COLUMNS =
     "SELECT lun.id, lun.name, lun.serial, lun.size, cgroup.name FROM lun JOIN cgroup ON cgroup.id = lun.cgroup_id ";
 
 std::string select(const char* condition)
 {
-    return std::string(lunColumns) + condition;
+    return std::string(LUN_COLUMNS) + condition;
 }
 
 }  // namespace
@@ -19,8 +20,8 @@ std::vector<SLun> CInventory::readLuns(CQuery& query)
 {
     std::vector<SLun> list;
     while (query.next()) {
-        list.push_back({query.integer(0), query.text(1), query.text(2), static_cast<std::uint64_t>(query.integer(3)),
-                        query.text(4)});
+        list.push_back(
+            {query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), query.text(4)});
     }
     return list;
 }
@@ -29,9 +30,7 @@ SLun CInventory::lun(const SAppliance& appliance, std::string_view name)
 {
     CQuery query(m_database, select("WHERE lun.appliance_id = ? AND lun.name = ?").c_str(), appliance.id, name);
     std::vector<SLun> list = readLuns(query);
-    if (list.empty()) {
-        throwMissing(EObject::lun, name, onAppliance(appliance));
-    }
+    if (list.empty()) throwMissing(EObject::LUN, name, onAppliance(appliance));
     return list.front();
 }
 
@@ -58,9 +57,9 @@ std::vector<SLun> CInventory::lunsPresentedTo(const SHost& host)
 
 void CInventory::insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun)
 {
-    checkName(EObject::lun, lun.name);
+    checkName(EObject::LUN, lun.name);
     if (CQuery(m_database, "SELECT 1 FROM lun WHERE appliance_id = ? AND name = ?", appliance.id, lun.name).next()) {
-        throwExists(EObject::lun, lun.name, onAppliance(appliance));
+        throwExists(EObject::LUN, lun.name, onAppliance(appliance));
     }
     CQuery(m_database, "INSERT INTO lun (appliance_id, cgroup_id, name, serial, size) VALUES (?, ?, ?, ?, ?)",
            appliance.id, group.id, lun.name, lun.serial, lun.size)
@@ -75,10 +74,10 @@ void CInventory::removeLun(const SLun& lun)
                   "WHERE lun_id = ? ORDER BY annotation.name",
                   lun.id);
     if (holder.next()) {
-        throw EApplianceError(EStatus::inUse,
+        throw EApplianceError(EStatus::IN_USE,
                               "LUN " + inQuotes(lun.name) + " is in use by annotation " + inQuotes(holder.text(0)) +
                                   " in group " + inQuotes(holder.text(1)),
-                              EObject::lun);
+                              EObject::LUN);
     }
     CQuery(m_database, "DELETE FROM presentation WHERE lun_id = ?", lun.id).run();
     CQuery(m_database, "DELETE FROM lun WHERE id = ?", lun.id).run();
@@ -86,7 +85,7 @@ void CInventory::removeLun(const SLun& lun)
 
 void CInventory::present(const SAppliance& appliance, const std::string& lunName, const std::string& hostName)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     const SLun shown = lun(appliance, lunName);
     const SHost viewer = host(appliance, hostName);
     CQuery(m_database, "INSERT OR IGNORE INTO presentation (lun_id, host_id) VALUES (?, ?)", shown.id, viewer.id).run();
@@ -95,15 +94,15 @@ void CInventory::present(const SAppliance& appliance, const std::string& lunName
 
 void CInventory::unpresent(const SAppliance& appliance, const std::string& lunName, const std::string& hostName)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::write);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     const SLun shown = lun(appliance, lunName);
     const SHost viewer = host(appliance, hostName);
     CQuery(m_database, "DELETE FROM presentation WHERE lun_id = ? AND host_id = ?", shown.id, viewer.id).run();
     if (m_database.changes() == 0) {
-        throw EApplianceError(EStatus::missing,
+        throw EApplianceError(EStatus::MISSING,
                               "a presentation of LUN " + inQuotes(lunName) + " to host " + inQuotes(hostName) +
                                   " does not exist " + onAppliance(appliance),
-                              EObject::permission);
+                              EObject::PERMISSION);
     }
     transaction.commit();
 }

@@ -6,16 +6,16 @@
 
 namespace lumora {
 
-// Where everything of a store lies. Holds no state beyond the root; makes and checks nothing.
-//
-//   <root>/var/lib/lumora/appliance.db                      what exists, for all appliances
-//   <root>/var/lib/lumora/faults.db                         faults that are armed, once one was
-//   <root>/var/lib/lumora/<appliance>/dev/<lun>             data of a LUN; also the path a host sees
-//   <root>/var/lib/lumora/<appliance>/annotations/<id>/     content that an annotation fixed
-//   <root>/var/lib/lumora/<appliance>/images/<id>/          data of a time image
-//   <root>/var/lib/lumora/<appliance>/work/<id>/            a LUN that is being made
-//   <root>/var/lib/lumora/<appliance>/gate/<group number>   tickets of a group's gate
-//   <root>/var/lib/lumora/<appliance>/owners                locks of those who are making a folder
+/// Where everything of a store lies. Holds no state beyond the root; makes and checks nothing.
+///
+///   <root>/var/lib/lumora/appliance.db                      what exists, for all appliances
+///   <root>/var/lib/lumora/faults.db                         faults that are armed, once one was
+///   <root>/var/lib/lumora/<appliance>/dev/<lun>             data of a LUN; also the path a host sees
+///   <root>/var/lib/lumora/<appliance>/annotations/<id>/     content that an annotation fixed
+///   <root>/var/lib/lumora/<appliance>/images/<id>/          data of a time image
+///   <root>/var/lib/lumora/<appliance>/work/<id>/            a LUN that is being made
+///   <root>/var/lib/lumora/<appliance>/gate/<group number>   tickets of a group's gate
+///   <root>/var/lib/lumora/<appliance>/owners                locks of those who are making a folder
 struct SLayout
 {
     std::filesystem::path root;
@@ -27,7 +27,7 @@ struct SLayout
     std::filesystem::path appliance(const std::string& name) const { return base() / name; }
     std::filesystem::path devices(const std::string& name) const { return appliance(name) / "dev"; }
     std::filesystem::path lun(const std::string& name, const std::string& lun) const { return devices(name) / lun; }
-    std::filesystem::path gate(const std::string& name, std::int64_t group) const
+    std::filesystem::path gate(const std::string& name, int64_t group) const
     {
         return appliance(name) / "gate" / std::to_string(group);
     }

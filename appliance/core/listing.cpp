@@ -4,9 +4,10 @@
 #include "appliance/core/names.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr std::size_t diskRuleLength = 122;
+constexpr size_t DISK_RULE_LENGTH = 122;
 
 std::string describe(const STimeImage& image)
 {
@@ -80,9 +81,7 @@ Lines showGroup(const SGroupDetails& details)
 
 Lines listTimeImages(const std::vector<STimeImage>& images)
 {
-    if (images.empty()) {
-        return {"There are none!"};
-    }
+    if (images.empty()) return {"There are none!"};
     Lines lines;
     for (const STimeImage& image : images) {
         lines.push_back(describe(image));
@@ -115,11 +114,9 @@ Lines showTimeImage(const STimeImageDetails& details)
 
 Lines listDisks(const std::string& host, const std::vector<SDisk>& disks)
 {
-    if (disks.empty()) {
-        return {"Host " + inQuotes(host) + " has no disks."};
-    }
+    if (disks.empty()) return {"Host " + inQuotes(host) + " has no disks."};
     Lines lines = {"Disks of host " + host, "Device (Vendor) (Type) (Size) (Serial) State Access",
-                   std::string(diskRuleLength, '=')};
+                   std::string(DISK_RULE_LENGTH, '=')};
     for (const SDisk& disk : disks) {
         lines.push_back(disk.path.string() + " (LUMORA) (VDISK) (" + formatSize(disk.size) + ") (" + disk.serial +
                         ") online rw");

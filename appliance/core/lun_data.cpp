@@ -18,35 +18,33 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-std::uint64_t sizeOfFile(const fs::path& file)
+uint64_t sizeOfFile(const fs::path& file)
 {
     std::error_code error;
-    const std::uint64_t size = fs::is_regular_file(file, error) ? fs::file_size(file, error) : 0;
+    const uint64_t size = fs::is_regular_file(file, error) ? fs::file_size(file, error) : 0;
     if (error || size == 0) {
-        throw EApplianceError(EStatus::malformed,
+        throw EApplianceError(EStatus::MALFORMED,
                               "file " + inQuotes(file.string()) + " is not a regular file with content");
     }
     return size;
 }
 
-std::uint64_t chooseSize(std::optional<std::uint64_t> size, const std::optional<fs::path>& file)
+uint64_t chooseSize(std::optional<uint64_t> size, const std::optional<fs::path>& file)
 {
-    if (!size && !file) {
-        throw EApplianceError(EStatus::malformed, "a LUN needs a size or a file");
-    }
-    const std::uint64_t content = file ? sizeOfFile(*file) : 0;
-    const std::uint64_t chosen = size.value_or(content);
+    if (!size && !file) throw EApplianceError(EStatus::MALFORMED, "a LUN needs a size or a file");
+    const uint64_t content = file ? sizeOfFile(*file) : 0;
+    const uint64_t chosen = size.value_or(content);
     if (chosen < content) {
-        throw EApplianceError(EStatus::malformed, "file " + inQuotes(file->string()) + " is larger than the LUN of " +
+        throw EApplianceError(EStatus::MALFORMED, "file " + inQuotes(file->string()) + " is larger than the LUN of " +
                                                       formatSize(chosen) + "; leave the size out or raise it");
     }
     return chosen;
 }
 
-void checkRange(const SLun& lun, std::uint64_t offset, std::uint64_t length)
+void checkRange(const SLun& lun, uint64_t offset, uint64_t length)
 {
     if (offset > lun.size || length > lun.size - offset) {
-        throw EApplianceError(EStatus::malformed, "LUN " + inQuotes(lun.name) + " has " + std::to_string(lun.size) +
+        throw EApplianceError(EStatus::MALFORMED, "LUN " + inQuotes(lun.name) + " has " + std::to_string(lun.size) +
                                                       " bytes: " + std::to_string(length) + " bytes at offset " +
                                                       std::to_string(offset) + " are not inside it");
     }
@@ -60,13 +58,13 @@ fs::path CLunData::path(const SAppliance& appliance, const SLun& lun) const
 }
 
 SLun CLunData::create(const SAppliance& appliance, const std::string& groupName, const std::string& name,
-                      std::optional<std::uint64_t> size, const std::optional<fs::path>& file)
+                      std::optional<uint64_t> size, const std::optional<fs::path>& file)
 {
-    checkName(EObject::lun, name);
+    checkName(EObject::LUN, name);
     const SGroup group = m_inventory.group(appliance, groupName);
     const fs::path home = m_store.layout().appliance(appliance.name);
     collectLeftovers(
-        home, EArea::work, [](const std::string&) { return false; },
+        home, EArea::WORK, [](const std::string&) { return false; },
         [](const fs::path& folder) {
             std::error_code ignored;  // the next one tries again
             fs::remove_all(folder, ignored);
@@ -77,20 +75,16 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
     lun.serial = newSerial();
     lun.size = chooseSize(size, file);
     lun.group = groupName;
-    const CWorkFolder folder(home, EArea::work);
+    const CWorkFolder folder(home, EArea::WORK);
     const fs::path data = folder.path() / name;
-    if (file) {
-        copyFile(*file, data, lun.size);
-    }
+    if (file) copyFile(*file, data, lun.size);
     {
         const CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
-        if (::ftruncate(made.get(), static_cast<off_t>(lun.size)) != 0) {
-            throwStorage("write", data.string(), errno);
-        }
+        if (::ftruncate(made.get(), static_cast<off_t>(lun.size)) != 0) throwStorage("write", data.string(), errno);
         syncFile(made.get(), data);
     }
 
-    CTransaction transaction(m_store.database(), CTransaction::EKind::write);
+    CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     m_inventory.insertLun(appliance, m_inventory.group(appliance, groupName), lun);
     // Data of a LUN that is not listed belongs to a creation that was killed right here, or to a LUN that is gone.
     if (::rename(data.c_str(), path(appliance, lun).c_str()) != 0) {
@@ -105,14 +99,14 @@ void CLunData::remove(const SAppliance& appliance, const std::string& name)
 {
     SLun lun;
     {
-        CTransaction transaction(m_store.database(), CTransaction::EKind::write);
+        CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
         lun = m_inventory.lun(appliance, name);
         m_inventory.removeLun(lun);
         transaction.commit();
     }
     // A second look under the write lock: a LUN of the same name may have been made since, and the file is its own
     // then.
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::write);
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     const std::vector<SLun> present = m_inventory.luns(appliance);
     if (std::none_of(present.begin(), present.end(), [&name](const SLun& other) { return other.name == name; })) {
         std::error_code ignored;
@@ -120,40 +114,36 @@ void CLunData::remove(const SAppliance& appliance, const std::string& name)
     }
 }
 
-std::uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, std::uint64_t offset, std::uint64_t length,
-                              const Source& source)
+uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
+                         const Source& source)
 {
     checkRange(lun, offset, length);
     const SGroup group = m_inventory.group(appliance, lun.group);
     const fs::path data = path(appliance, lun);
     const CGate gate(m_store.layout().gate(appliance.name, group.id));
     const CFileDescriptor file = openFile(data, O_RDWR);
-    std::uint64_t done = 0;
+    uint64_t done = 0;
     while (done < length) {
         const std::string_view bytes = source(length - done);
-        if (bytes.empty()) {
-            break;
-        }
+        if (bytes.empty()) break;
         writeAt(file.get(), bytes.substr(0, length - done), offset + done, data);
-        done += std::min<std::uint64_t>(bytes.size(), length - done);
+        done += std::min<uint64_t>(bytes.size(), length - done);
     }
     syncFile(file.get(), data);
     return done;
 }
 
-void CLunData::read(const SAppliance& appliance, const SLun& lun, std::uint64_t offset, std::uint64_t length,
+void CLunData::read(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
                     const std::function<void(std::string_view)>& sink)
 {
     checkRange(lun, offset, length);
     const fs::path data = path(appliance, lun);
     const CFileDescriptor file = openFile(data, O_RDONLY);
-    std::vector<char> buffer(std::size_t{1} << 20U);
+    std::vector<char> buffer(size_t{1} << 20U);
     while (length > 0) {
-        const std::size_t wanted = std::min<std::uint64_t>(buffer.size(), length);
-        const std::size_t count = readAt(file.get(), buffer.data(), wanted, offset, data);
-        if (count == 0) {
-            throwStorage("read", data.string(), EIO);
-        }
+        const size_t wanted = std::min<uint64_t>(buffer.size(), length);
+        const size_t count = readAt(file.get(), buffer.data(), wanted, offset, data);
+        if (count == 0) throwStorage("read", data.string(), EIO);
         sink(std::string_view(buffer.data(), count));
         offset += count;
         length -= count;

@@ -10,7 +10,7 @@
 
 namespace lumora {
 
-// Everything that `create timeimage` says.
+/// Everything that `create timeimage` says.
 struct STimeImageRequest
 {
     std::string name;
@@ -20,11 +20,11 @@ struct STimeImageRequest
     SRetention retention;
 };
 
-// Makes and removes annotations and time images: content by the engine, rows by the catalog.
-//
-// Content comes first, in a folder of its own, and the row is the point from which the object exists; removing goes
-// the other way round. So nothing is ever listed without its content, and a process that dies leaves at most a folder
-// that nobody knows, which a later create or delete removes. No database lock is held while content is copied.
+/// Makes and removes annotations and time images: content by the engine, rows by the catalog.
+///
+/// Content comes first, in a folder of its own, and the row is the point from which the object exists; removing goes
+/// the other way round. So nothing is ever listed without its content, and a process that dies leaves at most a folder
+/// that nobody knows, which a later create or delete removes. No database lock is held while content is copied.
 class CProtection
 {
   public:

@@ -7,9 +7,10 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
-int control(int fd, int command, short type, std::uint64_t start, std::uint64_t length) noexcept
+int control(int fd, int command, short type, uint64_t start, uint64_t length) noexcept
 {
     struct flock range = {};
     range.l_type = type;
@@ -25,30 +26,24 @@ int control(int fd, int command, short type, std::uint64_t start, std::uint64_t 
 
 short lockType(ERangeLock kind) noexcept
 {
-    return kind == ERangeLock::shared ? F_RDLCK : F_WRLCK;
+    return kind == ERangeLock::SHARED ? F_RDLCK : F_WRLCK;
 }
 
 }  // namespace
 
-void lockRange(int fd, ERangeLock kind, std::uint64_t start, std::uint64_t length, const std::filesystem::path& path)
+void lockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path)
 {
-    if (control(fd, F_OFD_SETLKW, lockType(kind), start, length) != 0) {
-        throwStorage("lock", path.string(), errno);
-    }
+    if (control(fd, F_OFD_SETLKW, lockType(kind), start, length) != 0) throwStorage("lock", path.string(), errno);
 }
 
-bool tryLockRange(int fd, ERangeLock kind, std::uint64_t start, std::uint64_t length, const std::filesystem::path& path)
+bool tryLockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path)
 {
-    if (control(fd, F_OFD_SETLK, lockType(kind), start, length) == 0) {
-        return true;
-    }
-    if (errno != EAGAIN && errno != EACCES) {
-        throwStorage("lock", path.string(), errno);
-    }
+    if (control(fd, F_OFD_SETLK, lockType(kind), start, length) == 0) return true;
+    if (errno != EAGAIN && errno != EACCES) throwStorage("lock", path.string(), errno);
     return false;
 }
 
-void unlockRange(int fd, std::uint64_t start, std::uint64_t length) noexcept
+void unlockRange(int fd, uint64_t start, uint64_t length) noexcept
 {
     control(fd, F_OFD_SETLK, F_UNLCK, start, length);
 }

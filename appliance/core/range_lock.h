@@ -5,19 +5,18 @@
 
 namespace lumora {
 
-// Locks on byte ranges of an open file description. They belong to the open file, so two openings in one process
-// exclude each other, and the kernel frees them when the last descriptor closes, however its process ends.
-enum class ERangeLock : std::uint8_t
+/// Locks on byte ranges of an open file description. They belong to the open file, so two openings in one process
+/// exclude each other, and the kernel frees them when the last descriptor closes, however its process ends.
+enum class ERangeLock : uint8_t
 {
-    shared,
-    exclusive
+    SHARED,
+    EXCLUSIVE
 };
 
-// Waits until the range is free. Throws status storage when the kernel refuses.
-void lockRange(int fd, ERangeLock kind, std::uint64_t start, std::uint64_t length, const std::filesystem::path& path);
-// False when somebody else holds a lock in the way.
-bool tryLockRange(int fd, ERangeLock kind, std::uint64_t start, std::uint64_t length,
-                  const std::filesystem::path& path);
-void unlockRange(int fd, std::uint64_t start, std::uint64_t length) noexcept;
+/// Waits until the range is free. Throws status storage when the kernel refuses.
+void lockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
+/// False when somebody else holds a lock in the way.
+bool tryLockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
+void unlockRange(int fd, uint64_t start, uint64_t length) noexcept;
 
 }  // namespace lumora

@@ -8,27 +8,24 @@
 #include "appliance/core/script_lines.h"
 
 namespace lumora {
+
 namespace {
 
 // A line matches a pattern word by word: a plain word stands for itself, "Q" for a quoted name, "W" for any one word.
-constexpr std::string_view quotedName = "Q";
-constexpr std::string_view anyWord = "W";
+constexpr std::string_view QUOTED_NAME = "Q";
+constexpr std::string_view ANY_WORD = "W";
 using Pattern = std::initializer_list<std::string_view>;
 
 bool matches(const SScriptLine& line, Pattern pattern)
 {
-    if (line.words.size() != pattern.size()) {
-        return false;
-    }
-    std::size_t index = 0;
+    if (line.words.size() != pattern.size()) return false;
+    size_t index = 0;
     for (const std::string_view expected : pattern) {
         const SWord& word = line.words[index++];
-        const bool fits = expected == anyWord      ? true
-                          : expected == quotedName ? word.quoted
-                                                   : !word.quoted && word.text == expected;
-        if (!fits) {
-            return false;
-        }
+        const bool fits = expected == ANY_WORD      ? true
+                          : expected == QUOTED_NAME ? word.quoted
+                                                    : !word.quoted && word.text == expected;
+        if (!fits) return false;
     }
     return true;
 }
@@ -39,14 +36,14 @@ std::string written(const SScriptLine& line)
     for (const SWord& word : line.words) {
         text += (text.empty() ? "" : " ") + (word.quoted ? '"' + word.text + '"' : word.text);
     }
-    constexpr std::size_t enough = 200;
-    return text.size() <= enough ? text : text.substr(0, enough) + "...";
+    constexpr size_t ENOUGH = 200;
+    return text.size() <= ENOUGH ? text : text.substr(0, ENOUGH) + "...";
 }
 
-std::uint32_t parseTimeout(const SScriptLine& line)
+uint32_t parseTimeout(const SScriptLine& line)
 {
     const std::string& word = line.words.back().text;
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     const auto [rest, error] = std::from_chars(word.data(), word.data() + word.size(), number);
     if (error != std::errc() || rest != word.data() + word.size()) {
         throwMalformed(line.number, "timeout " + inQuotes(word) + " is not a number of seconds");
@@ -58,9 +55,7 @@ std::uint32_t parseTimeout(const SScriptLine& line)
 template <class Value>
 void setOnce(std::optional<Value>& setting, Value value, const SScriptLine& line)
 {
-    if (setting) {
-        throwMalformed(line.number, "given twice: " + written(line));
-    }
+    if (setting) throwMalformed(line.number, "given twice: " + written(line));
     setting = std::move(value);
 }
 
@@ -72,21 +67,17 @@ class CScriptReader
 
     SScript read()
     {
-        if (m_lines.empty()) {
-            throwMalformed(1, "the script is empty");
-        }
+        if (m_lines.empty()) throwMalformed(1, "the script is empty");
         SScript script;
         const SScriptLine& first = take();
-        if (!matches(first, {"server", anyWord})) {
+        if (!matches(first, {"server", ANY_WORD})) {
             throwMalformed(first.number, "\"server NAME\" expected instead of: " + written(first));
         }
         script.server = first.words[1].text;
         while (!atEnd()) {
             const SScriptLine& line = take();
             if (matches(line, {"exit"})) {
-                if (!atEnd()) {
-                    throwMalformed(take().number, "text after \"exit\"");
-                }
+                if (!atEnd()) throwMalformed(take().number, "text after \"exit\"");
                 return script;
             }
             script.commands.push_back(command(line));
@@ -120,48 +111,26 @@ class CScriptReader
     std::vector<SPermissionChange> permissionChanges(const SScriptLine& head);
 
     std::vector<SScriptLine> m_lines;
-    std::size_t m_next = 0;
+    size_t m_next = 0;
 };
 
 Command CScriptReader::command(const SScriptLine& line)
 {
-    const auto name = [&line](std::size_t index) { return line.words[index].text; };
-    if (matches(line, {"list", "hosts"})) {
-        return SListHosts{};
-    }
-    if (matches(line, {"list", "cgroups"})) {
-        return SListGroups{};
-    }
-    if (matches(line, {"show", "host", quotedName})) {
-        return SShowHost{name(2)};
-    }
-    if (matches(line, {"show", "cgroup", quotedName})) {
-        return SShowGroup{name(2)};
-    }
-    if (matches(line, {"create", "annotation", quotedName, quotedName})) {
-        return createAnnotation(line);
-    }
-    if (matches(line, {"delete", "annotation", quotedName, quotedName})) {
-        return SDeleteAnnotation{name(2), name(3)};
-    }
-    if (matches(line, {"create", "timeimage", quotedName, quotedName})) {
-        return createTimeImage(line);
-    }
-    if (matches(line, {"delete", "timeimage", quotedName, quotedName})) {
-        return SDeleteTimeImage{name(2), name(3)};
-    }
-    if (matches(line, {"update", "timeimage", quotedName})) {
-        return SUpdateGroup{name(2), permissionChanges(line)};
-    }
-    if (matches(line, {"update", "timeimage", quotedName, quotedName})) {
+    const auto name = [&line](size_t index) { return line.words[index].text; };
+    if (matches(line, {"list", "hosts"})) return SListHosts{};
+    if (matches(line, {"list", "cgroups"})) return SListGroups{};
+    if (matches(line, {"show", "host", QUOTED_NAME})) return SShowHost{name(2)};
+    if (matches(line, {"show", "cgroup", QUOTED_NAME})) return SShowGroup{name(2)};
+    if (matches(line, {"create", "annotation", QUOTED_NAME, QUOTED_NAME})) return createAnnotation(line);
+    if (matches(line, {"delete", "annotation", QUOTED_NAME, QUOTED_NAME})) return SDeleteAnnotation{name(2), name(3)};
+    if (matches(line, {"create", "timeimage", QUOTED_NAME, QUOTED_NAME})) return createTimeImage(line);
+    if (matches(line, {"delete", "timeimage", QUOTED_NAME, QUOTED_NAME})) return SDeleteTimeImage{name(2), name(3)};
+    if (matches(line, {"update", "timeimage", QUOTED_NAME})) return SUpdateGroup{name(2), permissionChanges(line)};
+    if (matches(line, {"update", "timeimage", QUOTED_NAME, QUOTED_NAME})) {
         return SUpdateTimeImage{name(2), name(3), permissionChanges(line)};
     }
-    if (matches(line, {"list", "timeimages", quotedName})) {
-        return SListTimeImages{name(2)};
-    }
-    if (matches(line, {"show", "timeimage", quotedName, quotedName})) {
-        return SShowTimeImage{name(2), name(3)};
-    }
+    if (matches(line, {"list", "timeimages", QUOTED_NAME})) return SListTimeImages{name(2)};
+    if (matches(line, {"show", "timeimage", QUOTED_NAME, QUOTED_NAME})) return SShowTimeImage{name(2), name(3)};
     throwMalformed(line.number, "not a command: " + written(line));
 }
 
@@ -169,9 +138,7 @@ Command CScriptReader::createAnnotation(const SScriptLine& head)
 {
     std::optional<std::string> message;
     while (const SScriptLine* const line = bodyLine(head)) {
-        if (!matches(*line, {"set", "message", anyWord})) {
-            refuse(*line, head);
-        }
+        if (!matches(*line, {"set", "message", ANY_WORD})) refuse(*line, head);
         setOnce(message, line->words[2].text, *line);
     }
     return SCreateAnnotation{head.words[2].text, head.words[3].text, message.value_or("")};
@@ -181,28 +148,26 @@ Command CScriptReader::createTimeImage(const SScriptLine& head)
 {
     std::optional<std::string> annotation;
     std::optional<bool> preserve;
-    std::optional<std::uint32_t> prevent;
-    std::optional<std::uint32_t> proactive;
+    std::optional<uint32_t> prevent;
+    std::optional<uint32_t> proactive;
     STimeImageRequest request;
     while (const SScriptLine* const line = bodyLine(head)) {
-        if (matches(*line, {"use", "annotation", quotedName})) {
+        if (matches(*line, {"use", "annotation", QUOTED_NAME})) {
             setOnce(annotation, line->words[2].text, *line);
-        } else if (matches(*line, {"add", "permission", quotedName})) {
+        } else if (matches(*line, {"add", "permission", QUOTED_NAME})) {
             request.hosts.push_back(line->words[2].text);
         } else if (matches(*line, {"set", "preserve", "mode", "no"}) ||
                    matches(*line, {"set", "preserve", "mode", "yes"})) {
             setOnce(preserve, line->words[3].text == "yes", *line);
-        } else if (matches(*line, {"set", "prevent", "expiration", "timeout", anyWord})) {
+        } else if (matches(*line, {"set", "prevent", "expiration", "timeout", ANY_WORD})) {
             setOnce(prevent, parseTimeout(*line), *line);
-        } else if (matches(*line, {"set", "proactive", "expiration", "timeout", anyWord})) {
+        } else if (matches(*line, {"set", "proactive", "expiration", "timeout", ANY_WORD})) {
             setOnce(proactive, parseTimeout(*line), *line);
         } else {
             refuse(*line, head);
         }
     }
-    if (!annotation) {
-        throwMalformed(head.number, "no \"use annotation\" for: " + written(head));
-    }
+    if (!annotation) throwMalformed(head.number, "no \"use annotation\" for: " + written(head));
     request.name = head.words[2].text;
     request.group = head.words[3].text;
     request.annotation = *annotation;
@@ -214,15 +179,11 @@ std::vector<SPermissionChange> CScriptReader::permissionChanges(const SScriptLin
 {
     std::vector<SPermissionChange> changes;
     while (const SScriptLine* const line = bodyLine(head)) {
-        const bool add = matches(*line, {"add", "permission", quotedName});
-        if (!add && !matches(*line, {"delete", "permission", quotedName})) {
-            refuse(*line, head);
-        }
+        const bool add = matches(*line, {"add", "permission", QUOTED_NAME});
+        if (!add && !matches(*line, {"delete", "permission", QUOTED_NAME})) refuse(*line, head);
         changes.push_back({add, line->words[2].text});
     }
-    if (changes.empty()) {
-        throwMalformed(head.number, "nothing to commit for: " + written(head));
-    }
+    if (changes.empty()) throwMalformed(head.number, "nothing to commit for: " + written(head));
     return changes;
 }
 
@@ -230,8 +191,8 @@ std::vector<SPermissionChange> CScriptReader::permissionChanges(const SScriptLin
 
 SScript parseScript(std::string_view text)
 {
-    if (text.size() > maxScriptSize) {
-        throwMalformed(1, "the script is longer than " + std::to_string(maxScriptSize) + " bytes");
+    if (text.size() > MAX_SCRIPT_SIZE) {
+        throwMalformed(1, "the script is longer than " + std::to_string(MAX_SCRIPT_SIZE) + " bytes");
     }
     return CScriptReader(text).read();
 }

@@ -10,7 +10,7 @@
 
 namespace lumora {
 
-// The commands of the shell language, one record each. Names are as written; whether they exist is not known yet.
+/// The commands of the shell language, one record each. Names are as written; whether they exist is not known yet.
 struct SListHosts
 {
 };
@@ -81,30 +81,30 @@ struct SScript
     std::vector<Command> commands;
 };
 
-// Longest script that is read.
-constexpr std::size_t maxScriptSize = std::size_t{1} << 20U;
+/// Longest script that is read.
+constexpr size_t MAX_SCRIPT_SIZE = size_t{1} << 20U;
 
-// Reads a whole script:
-//
-//   script     = "server" name  { command }  "exit"
-//   command    = "list" "hosts" | "list" "cgroups" | "show" "host" Q | "show" "cgroup" Q
-//              | "create" "annotation" Q Q        { "set" "message" word }                        "commit"
-//              | "delete" "annotation" Q Q
-//              | "create" "timeimage" Q Q         { "use" "annotation" Q | "add" "permission" Q
-//                                                 | "set" "preserve" "mode" ("no" | "yes")
-//                                                 | "set" "prevent" "expiration" "timeout" number
-//                                                 | "set" "proactive" "expiration" "timeout" number }  "commit"
-//              | "delete" "timeimage" Q Q
-//              | "update" "timeimage" [Q] Q       { "add" "permission" Q | "delete" "permission" Q }  "commit"
-//              | "list" "timeimages" Q | "show" "timeimage" Q Q
-//
-// Each keyword line stands on a line of its own; words are separated by blanks and tabs, Q is a name in double quotes,
-// a lone word may be quoted too. Empty lines do not count. The names are time image or annotation first, then group;
-// with one name only, "update timeimage" is about the whole group. A setting may be given once; "use annotation" and
-// at least one permission change are required.
-//
-// Throws status malformed, "line N: ..." in the text: also for a script that ends without "exit", so that one that was
-// cut off changes nothing.
+/// Reads a whole script:
+///
+///   script     = "server" name  { command }  "exit"
+///   command    = "list" "hosts" | "list" "cgroups" | "show" "host" Q | "show" "cgroup" Q
+///              | "create" "annotation" Q Q        { "set" "message" word }                        "commit"
+///              | "delete" "annotation" Q Q
+///              | "create" "timeimage" Q Q         { "use" "annotation" Q | "add" "permission" Q
+///                                                 | "set" "preserve" "mode" ("no" | "yes")
+///                                                 | "set" "prevent" "expiration" "timeout" number
+///                                                 | "set" "proactive" "expiration" "timeout" number }  "commit"
+///              | "delete" "timeimage" Q Q
+///              | "update" "timeimage" [Q] Q       { "add" "permission" Q | "delete" "permission" Q }  "commit"
+///              | "list" "timeimages" Q | "show" "timeimage" Q Q
+///
+/// Each keyword line stands on a line of its own; words are separated by blanks and tabs, Q is a name in double quotes,
+/// a lone word may be quoted too. Empty lines do not count. The names are time image or annotation first, then group;
+/// with one name only, "update timeimage" is about the whole group. A setting may be given once; "use annotation" and
+/// at least one permission change are required.
+///
+/// Throws status malformed, "line N: ..." in the text: also for a script that ends without "exit", so that one that was
+/// cut off changes nothing.
 SScript parseScript(std::string_view text);
 
 }  // namespace lumora

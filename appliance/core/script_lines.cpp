@@ -3,6 +3,7 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
 bool isBlank(char c) noexcept
@@ -16,30 +17,24 @@ bool isControl(char c) noexcept
     return byte < 0x20 || byte == 0x7F;
 }
 
-std::vector<SWord> splitLine(std::string_view line, std::size_t number)
+std::vector<SWord> splitLine(std::string_view line, size_t number)
 {
     std::vector<SWord> words;
-    std::size_t at = 0;
+    size_t at = 0;
     for (;;) {
         while (at < line.size() && isBlank(line[at])) {
             ++at;
         }
-        if (at == line.size()) {
-            return words;
-        }
+        if (at == line.size()) return words;
         SWord word;
         word.quoted = line[at] == '"';
         at += word.quoted ? 1 : 0;
         while (at < line.size() && line[at] != '"' && (word.quoted || !isBlank(line[at]))) {
-            if (isControl(line[at])) {
-                throwMalformed(number, "control character in the line");
-            }
+            if (isControl(line[at])) throwMalformed(number, "control character in the line");
             word.text += line[at++];
         }
         if (word.quoted) {
-            if (at == line.size()) {
-                throwMalformed(number, "the quote is not closed");
-            }
+            if (at == line.size()) throwMalformed(number, "the quote is not closed");
             ++at;
         }
         if (at < line.size() && !isBlank(line[at])) {
@@ -51,21 +46,19 @@ std::vector<SWord> splitLine(std::string_view line, std::size_t number)
 
 }  // namespace
 
-void throwMalformed(std::size_t line, const std::string& why)
+void throwMalformed(size_t line, const std::string& why)
 {
-    throw EApplianceError(EStatus::malformed, "line " + std::to_string(line) + ": " + why);
+    throw EApplianceError(EStatus::MALFORMED, "line " + std::to_string(line) + ": " + why);
 }
 
 std::vector<SScriptLine> splitScript(std::string_view text)
 {
     std::vector<SScriptLine> lines;
-    for (std::size_t number = 1; !text.empty(); ++number) {
-        const std::size_t end = text.find('\n');
+    for (size_t number = 1; !text.empty(); ++number) {
+        const size_t end = text.find('\n');
         std::vector<SWord> words = splitLine(text.substr(0, end), number);
         text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
-        if (!words.empty()) {
-            lines.push_back({number, std::move(words)});
-        }
+        if (!words.empty()) lines.push_back({number, std::move(words)});
     }
     return lines;
 }

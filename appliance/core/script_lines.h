@@ -13,17 +13,17 @@ struct SWord
     bool quoted = false;
 };
 
-// One line of a script that holds anything, with its number from 1.
+/// One line of a script that holds anything, with its number from 1.
 struct SScriptLine
 {
-    std::size_t number = 0;
+    size_t number = 0;
     std::vector<SWord> words;
 };
 
-// Throws status malformed with "line N: " before the reason.
-[[noreturn]] void throwMalformed(std::size_t line, const std::string& why);
+/// Throws status malformed with "line N: " before the reason.
+[[noreturn]] void throwMalformed(size_t line, const std::string& why);
 
-// Splits a script into lines of words. Refuses control characters and quotes that are not closed.
+/// Splits a script into lines of words. Refuses control characters and quotes that are not closed.
 std::vector<SScriptLine> splitScript(std::string_view text);
 
 }  // namespace lumora

@@ -13,11 +13,11 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr int schemaVersion = 1;
+constexpr int SCHEMA_VERSION = 1;
 
 // Rows of time_image_grant are the hosts that were granted one image, rows of group_grant those granted the whole
 // group. A row of discovered says that a host has looked since it was granted.
-constexpr const char* schema = R"sql(
+constexpr const char* SCHEMA = R"sql(
 CREATE TABLE appliance (id INTEGER PRIMARY KEY, name TEXT NOT NULL UNIQUE, created TEXT NOT NULL);
 CREATE TABLE host (id INTEGER PRIMARY KEY, appliance_id INTEGER NOT NULL REFERENCES appliance(id),
   name TEXT NOT NULL, UNIQUE (appliance_id, name));
@@ -54,7 +54,7 @@ CREATE VIEW granted AS
   UNION SELECT time_image.id, group_grant.host_id FROM time_image JOIN group_grant USING (cgroup_id);
 )sql";
 
-std::int64_t version(CDatabase& database)
+int64_t version(CDatabase& database)
 {
     CQuery query(database, "PRAGMA user_version");
     query.next();
@@ -63,18 +63,14 @@ std::int64_t version(CDatabase& database)
 
 SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
 {
-    if (root.empty()) {
-        throw EApplianceError(EStatus::unusable, "no store folder given");
-    }
+    if (root.empty()) throw EApplianceError(EStatus::UNUSABLE, "no store folder given");
     checkStorePath(root.string());
-    if (mode == CStore::EMode::create) {
-        makeFolder(SLayout{root}.base());
-    }
+    if (mode == CStore::EMode::CREATE) makeFolder(SLayout{root}.base());
     std::error_code error;
     const fs::path real = fs::canonical(root, error);
     if (error || !fs::is_regular_file(SLayout{real}.database(), error)) {
-        if (mode == CStore::EMode::existing) {
-            throw EApplianceError(EStatus::unusable, "folder " + inQuotes(root.string()) + " holds no appliance store");
+        if (mode == CStore::EMode::EXISTING) {
+            throw EApplianceError(EStatus::UNUSABLE, "folder " + inQuotes(root.string()) + " holds no appliance store");
         }
     }
     checkStorePath(real.string());
@@ -83,22 +79,20 @@ SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
 
 CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 {
-    if (mode == CStore::EMode::existing) {
-        return CDatabase::EMode::existing;
-    }
+    if (mode == CStore::EMode::EXISTING) return CDatabase::EMode::EXISTING;
     // One process makes the tables; those that come meanwhile wait and find them.
     const CFileDescriptor lock = openFile(layout.createLock(), O_RDWR | O_CREAT);
-    lockRange(lock.get(), ERangeLock::exclusive, 0, 1, layout.createLock());
+    lockRange(lock.get(), ERangeLock::EXCLUSIVE, 0, 1, layout.createLock());
     // The database library would make the file readable by others; its log files take the rights of this one.
     openFile(layout.database(), O_RDWR | O_CREAT);
-    CDatabase database(layout.database(), CDatabase::EMode::create);
-    CTransaction transaction(database, CTransaction::EKind::write);
+    CDatabase database(layout.database(), CDatabase::EMode::CREATE);
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
     if (version(database) == 0) {
-        database.execute(schema);
+        database.execute(SCHEMA);
         database.execute("PRAGMA user_version = 1");
         transaction.commit();
     }
-    return CDatabase::EMode::existing;
+    return CDatabase::EMode::EXISTING;
 }
 
 }  // namespace
@@ -106,8 +100,8 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 CStore::CStore(const fs::path& root, EMode mode)
     : m_layout(prepareLayout(root, mode)), m_database(m_layout.database(), prepareDatabase(m_layout, mode))
 {
-    if (version(m_database) != schemaVersion) {
-        throw EApplianceError(EStatus::unusable, "store database " + m_layout.database().string() +
+    if (version(m_database) != SCHEMA_VERSION) {
+        throw EApplianceError(EStatus::UNUSABLE, "store database " + m_layout.database().string() +
                                                      " is of a version that this program does not know");
     }
 }

@@ -10,7 +10,7 @@ namespace lumora {
 
 int runTool(const char* program, const std::function<int()>& body)
 {
-    EStatus status = EStatus::unexpected;
+    EStatus status = EStatus::UNEXPECTED;
     std::string text;
     try {
         return body();

@@ -9,9 +9,7 @@ void CTornEngine::fixContent(const std::vector<SVolume>& volumes, const std::fil
 {
     bool first = true;
     for (const SVolume& volume : volumes) {
-        if (!first) {
-            std::this_thread::sleep_for(m_pause);
-        }
+        if (!first) std::this_thread::sleep_for(m_pause);
         first = false;
         m_engine.fixContent({volume}, gate, content);
     }

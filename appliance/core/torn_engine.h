@@ -6,12 +6,12 @@
 
 namespace lumora {
 
-// An engine that fixes the LUNs of a group one by one, with the gate open in between: what an appliance does whose
-// consistency groups are broken. Everything else is left to the engine that it stands before.
+/// An engine that fixes the LUNs of a group one by one, with the gate open in between: what an appliance does whose
+/// consistency groups are broken. Everything else is left to the engine that it stands before.
 class CTornEngine : public CBaseStorageEngine
 {
   public:
-    // Writers get `pause` between two LUNs.
+    /// Writers get `pause` between two LUNs.
     CTornEngine(CBaseStorageEngine& engine, std::chrono::milliseconds pause) : m_engine(engine), m_pause(pause) {}
 
     void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,

@@ -9,32 +9,32 @@
 
 namespace lumora {
 
-// The folders of an appliance that are filled first and listed in the database afterwards.
-enum class EArea : std::uint8_t
+/// The folders of an appliance that are filled first and listed in the database afterwards.
+enum class EArea : uint8_t
 {
-    annotations,
-    images,
-    work
+    ANNOTATIONS,
+    IMAGES,
+    WORK
 };
 
 std::filesystem::path areaFolder(const std::filesystem::path& appliance, EArea area);
 
-// A uniquely named folder that is being filled. As long as this object lives, the folder has a living owner and no
-// collector touches it. Unless keep() was called, the end of the object removes the folder; a killed process leaves
-// it to the collector.
+/// A uniquely named folder that is being filled. As long as this object lives, the folder has a living owner and no
+/// collector touches it. Unless keep() was called, the end of the object removes the folder; a killed process leaves
+/// it to the collector.
 class CWorkFolder
 {
   public:
-    // `appliance` is the appliance's folder. Status storage on failure.
+    /// `appliance` is the appliance's folder. Status storage on failure.
     CWorkFolder(const std::filesystem::path& appliance, EArea area);
     ~CWorkFolder();
     CWorkFolder(const CWorkFolder&) = delete;
     CWorkFolder& operator=(const CWorkFolder&) = delete;
 
-    // The folder's name: 15 hexadecimal digits.
+    /// The folder's name: 15 hexadecimal digits.
     const std::string& id() const noexcept { return m_id; }
     const std::filesystem::path& path() const noexcept { return m_path; }
-    // The folder is listed now and stays.
+    /// The folder is listed now and stays.
     void keep() noexcept { m_kept = true; }
 
   private:
@@ -44,8 +44,8 @@ class CWorkFolder
     bool m_kept = false;
 };
 
-// Hands the folders of an area that have no living owner and are not listed to `drop`. `isListed` is asked again after
-// the folder's ownership was taken, so it must look at the present state. What cannot be dropped stays for later.
+/// Hands the folders of an area that have no living owner and are not listed to `drop`. `isListed` is asked again after
+/// the folder's ownership was taken, so it must look at the present state. What cannot be dropped stays for later.
 void collectLeftovers(const std::filesystem::path& appliance, EArea area,
                       const std::function<bool(const std::string& id)>& isListed,
                       const std::function<void(const std::filesystem::path& folder)>& drop);

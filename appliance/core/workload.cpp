@@ -14,10 +14,10 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr std::size_t numberSize = sizeof(std::uint64_t);
+constexpr size_t NUMBER_SIZE = sizeof(uint64_t);
 
 // splitmix64: a step of its sequence.
-std::uint64_t mixed(std::uint64_t value) noexcept
+uint64_t mixed(uint64_t value) noexcept
 {
     value += 0x9e3779b97f4a7c15U;
     value = (value ^ (value >> 30U)) * 0xbf58476d1ce4e5b9U;
@@ -25,18 +25,18 @@ std::uint64_t mixed(std::uint64_t value) noexcept
     return value ^ (value >> 31U);
 }
 
-std::uint64_t numberIn(std::string_view sector)
+uint64_t numberIn(std::string_view sector)
 {
-    std::uint64_t number = 0;
-    for (std::size_t i = numberSize; i-- > 0;) {
+    uint64_t number = 0;
+    for (size_t i = NUMBER_SIZE; i-- > 0;) {
         number = (number << 8U) | static_cast<unsigned char>(sector[i]);
     }
     return number;
 }
 
-[[noreturn]] void throwNoLog(const fs::path& file, std::size_t line)
+[[noreturn]] void throwNoLog(const fs::path& file, size_t line)
 {
-    throw EApplianceError(EStatus::malformed, "file " + inQuotes(file.string()) + " is no log of a workload: line " +
+    throw EApplianceError(EStatus::MALFORMED, "file " + inQuotes(file.string()) + " is no log of a workload: line " +
                                                   std::to_string(line) + " is not understood");
 }
 
@@ -46,7 +46,7 @@ std::string readImage(const SWorkloadLun& lun, const fs::path& file)
     std::string bytes(lun.bytes + 1, '\0');
     bytes.resize(readAt(image.get(), bytes.data(), bytes.size(), 0, file));
     if (bytes.size() != lun.bytes) {
-        throw EApplianceError(EStatus::malformed, "image " + inQuotes(file.string()) + " has not the " +
+        throw EApplianceError(EStatus::MALFORMED, "image " + inQuotes(file.string()) + " has not the " +
                                                       std::to_string(lun.bytes) + " bytes of LUN " +
                                                       inQuotes(lun.name));
     }
@@ -54,32 +54,28 @@ std::string readImage(const SWorkloadLun& lun, const fs::path& file)
 }
 
 // Number of the last write before the end of the prefix, for each sector of a LUN; 0 where there was none.
-std::vector<std::uint64_t> expectedNumbers(const SWorkload& workload, std::size_t lun, std::uint64_t prefix)
+std::vector<uint64_t> expectedNumbers(const SWorkload& workload, size_t lun, uint64_t prefix)
 {
-    std::vector<std::uint64_t> numbers(workload.luns[lun].bytes / workloadSector);
-    for (std::uint64_t number = 1; number <= prefix; ++number) {
+    std::vector<uint64_t> numbers(workload.luns[lun].bytes / WORKLOAD_SECTOR);
+    for (uint64_t number = 1; number <= prefix; ++number) {
         const SWorkloadWrite& write = workload.writes[number - 1];
-        if (write.lun != lun) {
-            continue;
-        }
+        if (write.lun != lun) continue;
         const auto first = numbers.begin() + static_cast<std::ptrdiff_t>(write.sector);
         std::fill(first, first + static_cast<std::ptrdiff_t>(write.count), number);
     }
     return numbers;
 }
 
-void checkImage(const SWorkload& workload, std::size_t lun, const std::string& image, std::uint64_t prefix)
+void checkImage(const SWorkload& workload, size_t lun, const std::string& image, uint64_t prefix)
 {
     const std::string& name = workload.luns[lun].name;
-    const std::vector<std::uint64_t> numbers = expectedNumbers(workload, lun, prefix);
-    const std::string zeros(workloadSector, '\0');
-    for (std::uint64_t sector = 0; sector < numbers.size(); ++sector) {
-        const std::string_view found = std::string_view(image).substr(sector * workloadSector, workloadSector);
+    const std::vector<uint64_t> numbers = expectedNumbers(workload, lun, prefix);
+    const std::string zeros(WORKLOAD_SECTOR, '\0');
+    for (uint64_t sector = 0; sector < numbers.size(); ++sector) {
+        const std::string_view found = std::string_view(image).substr(sector * WORKLOAD_SECTOR, WORKLOAD_SECTOR);
         const std::string expected = numbers[sector] == 0 ? zeros : workloadContent(numbers[sector], name, sector);
-        if (found == expected) {
-            continue;
-        }
-        throw EApplianceError(EStatus::unexpected, "the images are no prefix of the log: up to write " +
+        if (found == expected) continue;
+        throw EApplianceError(EStatus::UNEXPECTED, "the images are no prefix of the log: up to write " +
                                                        std::to_string(prefix) + ", sector " + std::to_string(sector) +
                                                        " of LUN " + inQuotes(name) + " is of write " +
                                                        std::to_string(numbers[sector]) + ", its image says " +
@@ -89,16 +85,16 @@ void checkImage(const SWorkload& workload, std::size_t lun, const std::string& i
 
 }  // namespace
 
-std::string workloadContent(std::uint64_t number, std::string_view lun, std::uint64_t sector)
+std::string workloadContent(uint64_t number, std::string_view lun, uint64_t sector)
 {
-    std::uint64_t state = mixed(number) ^ mixed(sector + 1);
+    uint64_t state = mixed(number) ^ mixed(sector + 1);
     for (const char byte : lun) {
         state = mixed(state ^ static_cast<unsigned char>(byte));
     }
     std::string content;
-    content.reserve(workloadSector);
-    for (std::uint64_t value = number; content.size() < workloadSector; value = state = mixed(state)) {
-        for (std::size_t i = 0; i < numberSize; ++i) {
+    content.reserve(WORKLOAD_SECTOR);
+    for (uint64_t value = number; content.size() < WORKLOAD_SECTOR; value = state = mixed(state)) {
+        for (size_t i = 0; i < NUMBER_SIZE; ++i) {
             content += static_cast<char>((value >> (8 * i)) & 0xFFU);
         }
     }
@@ -108,9 +104,7 @@ std::string workloadContent(std::uint64_t number, std::string_view lun, std::uin
 CWorkloadLog::CWorkloadLog(const fs::path& file, const std::vector<SWorkloadLun>& luns)
     : m_path(file), m_file(fs::exists(file) ? CFileDescriptor() : openFile(file, O_WRONLY | O_CREAT | O_EXCL))
 {
-    if (m_file.get() < 0) {
-        throw EApplianceError(EStatus::exists, "log " + inQuotes(file.string()) + " exists already");
-    }
+    if (m_file.get() < 0) throw EApplianceError(EStatus::EXISTS, "log " + inQuotes(file.string()) + " exists already");
     std::string head;
     for (const SWorkloadLun& lun : luns) {
         head += "lun " + lun.name + " " + std::to_string(lun.bytes) + "\n";
@@ -118,14 +112,14 @@ CWorkloadLog::CWorkloadLog(const fs::path& file, const std::vector<SWorkloadLun>
     append(head);
 }
 
-std::uint64_t CWorkloadLog::enter(const SWorkloadWrite& write)
+uint64_t CWorkloadLog::enter(const SWorkloadWrite& write)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     append(std::to_string(write.lun) + " " + std::to_string(write.sector) + " " + std::to_string(write.count) + "\n");
     return ++m_writes;
 }
 
-std::uint64_t CWorkloadLog::writes() const
+uint64_t CWorkloadLog::writes() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_writes;
@@ -142,18 +136,14 @@ SWorkload readWorkload(const fs::path& file)
     SWorkload workload;
     openFile(file, O_RDONLY);  // tells why, where the stream would not
     std::ifstream stream(file);
-    std::size_t count = 0;
+    size_t count = 0;
     for (std::string line; std::getline(stream, line);) {
         ++count;
-        if (stream.eof()) {
-            break;
-        }
+        if (stream.eof()) break;
         std::istringstream words(line);
         SWorkloadLun lun;
         if (std::string word; line.rfind("lun ", 0) == 0) {
-            if (!(words >> word >> lun.name >> lun.bytes)) {
-                throwNoLog(file, count);
-            }
+            if (!(words >> word >> lun.name >> lun.bytes)) throwNoLog(file, count);
             workload.luns.push_back(lun);
             continue;
         }
@@ -161,45 +151,39 @@ SWorkload readWorkload(const fs::path& file)
         if (!(words >> write.lun >> write.sector >> write.count) || write.lun >= workload.luns.size()) {
             throwNoLog(file, count);
         }
-        const std::uint64_t sectors = workload.luns[write.lun].bytes / workloadSector;
-        if (write.sector > sectors || write.count > sectors - write.sector) {
-            throwNoLog(file, count);
-        }
+        const uint64_t sectors = workload.luns[write.lun].bytes / WORKLOAD_SECTOR;
+        if (write.sector > sectors || write.count > sectors - write.sector) throwNoLog(file, count);
         workload.writes.push_back(write);
     }
-    if (stream.bad()) {
-        throwStorage("read", file.string(), EIO);
-    }
-    if (workload.luns.empty()) {
-        throwNoLog(file, count);
-    }
+    if (stream.bad()) throwStorage("read", file.string(), EIO);
+    if (workload.luns.empty()) throwNoLog(file, count);
     return workload;
 }
 
-std::uint64_t findPrefix(const SWorkload& workload, const std::map<std::string, fs::path>& images)
+uint64_t findPrefix(const SWorkload& workload, const std::map<std::string, fs::path>& images)
 {
     std::vector<std::string> contents;
-    std::uint64_t prefix = 0;
+    uint64_t prefix = 0;
     for (const SWorkloadLun& lun : workload.luns) {
         const auto image = images.find(lun.name);
         if (image == images.end()) {
-            throw EApplianceError(EStatus::malformed, "no image of LUN " + inQuotes(lun.name) + " is given");
+            throw EApplianceError(EStatus::MALFORMED, "no image of LUN " + inQuotes(lun.name) + " is given");
         }
         contents.push_back(readImage(lun, image->second));
-        for (std::size_t at = 0; at + workloadSector <= lun.bytes; at += workloadSector) {
-            prefix = std::max(prefix, numberIn(std::string_view(contents.back()).substr(at, numberSize)));
+        for (size_t at = 0; at + WORKLOAD_SECTOR <= lun.bytes; at += WORKLOAD_SECTOR) {
+            prefix = std::max(prefix, numberIn(std::string_view(contents.back()).substr(at, NUMBER_SIZE)));
         }
     }
     if (images.size() != workload.luns.size()) {
-        throw EApplianceError(EStatus::malformed, "an image is given of a LUN that the log does not know");
+        throw EApplianceError(EStatus::MALFORMED, "an image is given of a LUN that the log does not know");
     }
     // The last write of a prefix shows, whatever it covers: so the highest number that is found is the only candidate.
     if (prefix > workload.writes.size()) {
-        throw EApplianceError(EStatus::unexpected, "the images are no prefix of the log: write " +
+        throw EApplianceError(EStatus::UNEXPECTED, "the images are no prefix of the log: write " +
                                                        std::to_string(prefix) + " is not in it, which has " +
                                                        std::to_string(workload.writes.size()));
     }
-    for (std::size_t lun = 0; lun < workload.luns.size(); ++lun) {
+    for (size_t lun = 0; lun < workload.luns.size(); ++lun) {
         checkImage(workload, lun, contents[lun], prefix);
     }
     return prefix;

@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr const char* usage =
+constexpr const char* USAGE =
     "Usage: kforutil discover | listdisk\n"
     "\n"
     "  discover   look for disks that were granted to this host since the last time\n"
@@ -25,11 +25,9 @@ constexpr const char* usage =
 lumora::Lines answer(lumora::CDiskTable& table, const std::string& host, std::string_view word)
 {
     using namespace lumora;
-    if (word == "listdisk") {
-        return listDisks(host, table.disks(host));
-    }
+    if (word == "listdisk") return listDisks(host, table.disks(host));
     if (!table.isHostKnown(host)) {
-        throwMissing(EObject::host, host, "on any appliance; create it with lmadm host create");
+        throwMissing(EObject::HOST, host, "on any appliance; create it with lmadm host create");
     }
     const SDiscovery found = table.discover(host);
     return {std::to_string(found.total) + " disks for host " + host};
@@ -39,7 +37,7 @@ int run(const std::string& word)
 {
     using namespace lumora;
     const SHostConfiguration configuration = readHostConfiguration(hostRoot());
-    CStore store(configuration.store, CStore::EMode::existing);
+    CStore store(configuration.store, CStore::EMode::EXISTING);
     CFilesEngine engine;
     runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, engine,
                [&](const CBaseStorageEngine& chosen) {
@@ -56,12 +54,12 @@ int main(int argc, char** argv)
     const std::string word = argc == 2 ? argv[1] : "";
     return lumora::runTool("kforutil", [word] {
         if (word == "--help") {
-            lumora::printBytes(usage);
+            lumora::printBytes(USAGE);
             return 0;
         }
         if (word != "discover" && word != "listdisk") {
-            std::fputs(usage, stderr);
-            throw lumora::EApplianceError(lumora::EStatus::malformed,
+            std::fputs(USAGE, stderr);
+            throw lumora::EApplianceError(lumora::EStatus::MALFORMED,
                                           "one word expected: discover or listdisk; see kforutil --help");
         }
         return run(word);

@@ -6,6 +6,7 @@
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {
+
 namespace {
 
 CFaultTable table(CSession& session)
@@ -22,12 +23,10 @@ Json describe(const SFault& fault)
                      {"times", fault.times},
                      {"seen", fault.seen},
                      {"struck", fault.struck.size()}};
-    if (fault.kind == EFault::slow || fault.kind == EFault::tear) {
+    if (fault.kind == EFault::SLOW || fault.kind == EFault::TEAR) {
         document["seconds"] = static_cast<double>(fault.milliseconds) / 1000;
     }
-    if (fault.kind == EFault::cut) {
-        document["at"] = fault.bytes;
-    }
+    if (fault.kind == EFault::CUT) document["at"] = fault.bytes;
     return document;
 }
 
@@ -44,20 +43,18 @@ SFault checked(const SArmArguments& given)
 {
     SFault fault = given.fault;
     fault.kind = parseFault(given.kind);
-    const bool takesSeconds = fault.kind == EFault::slow || fault.kind == EFault::tear;
+    const bool takesSeconds = fault.kind == EFault::SLOW || fault.kind == EFault::TEAR;
     if (given.hasSeconds && !takesSeconds) {
-        throw EApplianceError(EStatus::malformed, "--seconds goes with slow and tear only");
+        throw EApplianceError(EStatus::MALFORMED, "--seconds goes with slow and tear only");
     }
     if (std::isnan(given.seconds)) {  // no range refuses it
-        throw EApplianceError(EStatus::malformed, "--seconds is no number");
+        throw EApplianceError(EStatus::MALFORMED, "--seconds is no number");
     }
-    if (given.hasBytes != (fault.kind == EFault::cut)) {
-        throw EApplianceError(EStatus::malformed, "--at BYTE goes with cut, and cut needs it");
+    if (given.hasBytes != (fault.kind == EFault::CUT)) {
+        throw EApplianceError(EStatus::MALFORMED, "--at BYTE goes with cut, and cut needs it");
     }
     fault.milliseconds = takesSeconds ? std::llround(given.seconds * 1000) : 0;
-    if (fault.kind == EFault::tear && fault.match.empty()) {
-        fault.match = "create annotation ";
-    }
+    if (fault.kind == EFault::TEAR && fault.match.empty()) fault.match = "create annotation ";
     return fault;
 }
 
@@ -71,13 +68,13 @@ void addArm(CLI::App& parent, const SOptions& options)
         ->required();
     command->add_option("--match", given->fault.match, "Only commands that hold this text (default: any)");
     command->add_option("--nth", given->fault.nth, "The first command that it strikes (default: 1)")
-        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 40U));
+        ->check(CLI::Range(int64_t{1}, int64_t{1} << 40U));
     command->add_option("--times", given->fault.times, "Commands that it strikes, 0: until cleared (default: 1)")
-        ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40U));
+        ->check(CLI::Range(int64_t{0}, int64_t{1} << 40U));
     CLI::Option* const seconds =
         command->add_option("--seconds", given->seconds, "Length of a pause (default: 1)")->check(CLI::Range(0.0, 1e6));
     CLI::Option* const bytes = command->add_option("--at", given->fault.bytes, "Bytes of the answer that are kept")
-                                   ->check(CLI::Range(std::int64_t{0}, std::int64_t{1} << 40U));
+                                   ->check(CLI::Range(int64_t{0}, int64_t{1} << 40U));
     command->callback([given, seconds, bytes, &options] {
         given->hasSeconds = seconds->count() > 0;
         given->hasBytes = bytes->count() > 0;
@@ -90,11 +87,11 @@ void addArm(CLI::App& parent, const SOptions& options)
 void addClear(CLI::App& parent, const SOptions& options)
 {
     CLI::App* const command = parent.add_subcommand("clear", "Take faults back: the given ones, or all");
-    const auto ids = std::make_shared<std::vector<std::int64_t>>();
+    const auto ids = std::make_shared<std::vector<int64_t>>();
     command->add_option("fault", *ids, "Numbers of faults (default: all)");
     command->callback([ids, &options] {
         CSession session(options);
-        std::size_t cleared = ids->size();
+        size_t cleared = ids->size();
         if (ids->empty()) {
             cleared = table(session).clearAll();
         } else {
@@ -123,7 +120,7 @@ void addFaultCommands(CLI::App& app, const SOptions& options)
         session.printList("faults", list);
     });
     CLI::App* const show = parent.add_subcommand("show", "Show one fault and the commands that it struck");
-    const auto id = std::make_shared<std::int64_t>();
+    const auto id = std::make_shared<int64_t>();
     show->add_option("fault", *id, "Number of the fault")->required();
     show->callback([id, &options] {
         CSession session(options);

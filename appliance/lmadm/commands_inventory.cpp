@@ -8,6 +8,7 @@
 #include "appliance/lmadm/host_setup.h"
 
 namespace lumora {
+
 namespace {
 
 // A command with one name as its argument.
@@ -32,7 +33,7 @@ Json namesOf(const std::vector<SHost>& hosts)
 Json describeImage(CSession& session, CCatalog& catalog, const SAppliance& appliance, const STimeImage& image)
 {
     const CFilesEngine engine;
-    const auto folder = areaFolder(session.store().layout().appliance(appliance.name), EArea::images) / image.folder;
+    const auto folder = areaFolder(session.store().layout().appliance(appliance.name), EArea::IMAGES) / image.folder;
     Json luns = Json::array();
     for (const SImageLun& lun : catalog.timeImageLuns(image)) {
         luns.push_back({{"device", engine.hostPath(folder, lun.source.name).string()},
@@ -49,7 +50,7 @@ Json describeImage(CSession& session, CCatalog& catalog, const SAppliance& appli
 
 Json showGroupDocument(CSession& session, const std::string& name)
 {
-    const CTransaction transaction(session.store().database(), CTransaction::EKind::read);
+    const CTransaction transaction(session.store().database(), CTransaction::EKind::READ);
     CCatalog catalog(session.store().database());
     const SAppliance appliance = session.appliance();
     const SGroup group = session.inventory().group(appliance, name);
@@ -100,8 +101,8 @@ void addApplianceCommands(CLI::App& app, const SOptions& options)
     addNamed(parent, "create", "Create an appliance; makes the store when it is not there", "Name of the appliance",
              [&options](const std::string& name) {
                  // A bad name must not leave an empty store behind.
-                 checkName(EObject::appliance, name);
-                 CSession session(options, CStore::EMode::create);
+                 checkName(EObject::APPLIANCE, name);
+                 CSession session(options, CStore::EMode::CREATE);
                  session.inventory().createAppliance(name);
                  session.print(CSession::describe(session.inventory().appliance(name)));
              });

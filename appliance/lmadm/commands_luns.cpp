@@ -12,6 +12,7 @@
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {
+
 namespace {
 
 void addLunCreate(CLI::App& parent, const SOptions& options)
@@ -58,20 +59,20 @@ void addPresentation(CLI::App& parent, const SOptions& options, const char* word
     });
 }
 
-std::uint64_t parsePosition(const std::string& text)
+uint64_t parsePosition(const std::string& text)
 {
     return text == "0" ? 0 : parseSize(text);
 }
 
 // Opens a regular file to read from. A pipe would keep the gate closed for as long as its writer likes.
-CFileDescriptor openInput(const std::string& path, std::uint64_t& size)
+CFileDescriptor openInput(const std::string& path, uint64_t& size)
 {
     CFileDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
     struct stat info = {};
     if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
-        throw EApplianceError(EStatus::malformed, "input " + inQuotes(path) + " is not a regular file");
+        throw EApplianceError(EStatus::MALFORMED, "input " + inQuotes(path) + " is not a regular file");
     }
-    size = static_cast<std::uint64_t>(info.st_size);
+    size = static_cast<uint64_t>(info.st_size);
     return file;
 }
 
@@ -84,48 +85,46 @@ struct SWriteArguments
     std::string input;
 };
 
-std::uint64_t writePattern(CSession& session, const SAppliance& appliance, const SLun& lun, std::uint64_t offset,
-                           std::optional<std::uint64_t> length, const std::string& pattern)
+uint64_t writePattern(CSession& session, const SAppliance& appliance, const SLun& lun, uint64_t offset,
+                      std::optional<uint64_t> length, const std::string& pattern)
 {
     // A whole number of patterns, so that one block follows another without a seam.
     std::string block;
-    while (block.size() < (std::size_t{1} << 18U)) {
+    while (block.size() < (size_t{1} << 18U)) {
         block += pattern;
     }
-    const std::uint64_t rest = lun.size - std::min(offset, lun.size);
+    const uint64_t rest = lun.size - std::min(offset, lun.size);
     return session.lunData().write(appliance, lun, offset, length.value_or(rest),
-                                   [&block](std::uint64_t /*wanted*/) { return std::string_view(block); });
+                                   [&block](uint64_t /*wanted*/) { return std::string_view(block); });
 }
 
-std::uint64_t writeFile(CSession& session, const SAppliance& appliance, const SLun& lun, std::uint64_t offset,
-                        std::optional<std::uint64_t> length, const std::string& path)
+uint64_t writeFile(CSession& session, const SAppliance& appliance, const SLun& lun, uint64_t offset,
+                   std::optional<uint64_t> length, const std::string& path)
 {
-    std::uint64_t size = 0;
+    uint64_t size = 0;
     const CFileDescriptor file = openInput(path, size);
-    std::vector<char> buffer(std::size_t{1} << 18U);
-    std::uint64_t position = 0;
-    return session.lunData().write(
-        appliance, lun, offset, std::min(length.value_or(size), size), [&](std::uint64_t wanted) {
-            const std::size_t count = std::min<std::uint64_t>(wanted, buffer.size());
-            const std::size_t done = readAt(file.get(), buffer.data(), count, position, path);
-            position += done;
-            return std::string_view(buffer.data(), done);
-        });
+    std::vector<char> buffer(size_t{1} << 18U);
+    uint64_t position = 0;
+    return session.lunData().write(appliance, lun, offset, std::min(length.value_or(size), size), [&](uint64_t wanted) {
+        const size_t count = std::min<uint64_t>(wanted, buffer.size());
+        const size_t done = readAt(file.get(), buffer.data(), count, position, path);
+        position += done;
+        return std::string_view(buffer.data(), done);
+    });
 }
 
 void write(const SOptions& options, const SWriteArguments& given)
 {
     if (given.pattern.empty() == given.input.empty()) {
-        throw EApplianceError(EStatus::malformed, "write needs either --pattern TEXT or --input FILE");
+        throw EApplianceError(EStatus::MALFORMED, "write needs either --pattern TEXT or --input FILE");
     }
     CSession session(options);
     const SAppliance appliance = session.appliance();
     const SLun lun = session.inventory().lun(appliance, given.lun);
-    const std::uint64_t offset = parsePosition(given.offset);
+    const uint64_t offset = parsePosition(given.offset);
     const auto length = given.length.empty() ? std::nullopt : std::make_optional(parsePosition(given.length));
-    const std::uint64_t done = given.input.empty()
-                                   ? writePattern(session, appliance, lun, offset, length, given.pattern)
-                                   : writeFile(session, appliance, lun, offset, length, given.input);
+    const uint64_t done = given.input.empty() ? writePattern(session, appliance, lun, offset, length, given.pattern)
+                                              : writeFile(session, appliance, lun, offset, length, given.input);
     session.print({{"lun", lun.name}, {"offset", offset}, {"written", done}});
 }
 
@@ -149,15 +148,15 @@ void readRange(CSession& session, const SReadArguments& given, const std::functi
 {
     const SAppliance appliance = session.appliance();
     const SLun lun = session.inventory().lun(appliance, given.lun);
-    const std::uint64_t offset = parsePosition(given.offset);
-    const std::uint64_t rest = lun.size - std::min(offset, lun.size);
+    const uint64_t offset = parsePosition(given.offset);
+    const uint64_t rest = lun.size - std::min(offset, lun.size);
     session.lunData().read(appliance, lun, offset, given.length.empty() ? rest : parsePosition(given.length), sink);
 }
 
 // 64-bit FNV-1a: tells contents apart, and is no protection against somebody who wants two to look alike.
 std::string checksum(CSession& session, const SReadArguments& given)
 {
-    std::uint64_t sum = 0xcbf29ce484222325U;
+    uint64_t sum = 0xcbf29ce484222325U;
     readRange(session, given, [&sum](std::string_view bytes) {
         for (const char byte : bytes) {
             sum = (sum ^ static_cast<unsigned char>(byte)) * 0x100000001b3U;

@@ -9,9 +9,10 @@
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {
+
 namespace {
 
-constexpr std::uint64_t mostSectors = 16;
+constexpr uint64_t MOST_SECTORS = 16;
 
 std::atomic<bool> stopAsked = false;  // lock-free, so that the handler may set it
 
@@ -19,23 +20,23 @@ struct SRunArguments
 {
     std::string group;
     std::string log;
-    std::size_t writers = 4;
-    std::uint64_t writes = 0;  // 0: until a signal comes
+    size_t writers = 4;
+    uint64_t writes = 0;  // 0: until a signal comes
 };
 
 void requireZeros(CSession& session, const SAppliance& appliance, const SLun& lun)
 {
     session.lunData().read(appliance, lun, 0, lun.size, [&lun](std::string_view bytes) {
         if (bytes.find_first_not_of('\0') != std::string_view::npos) {
-            throw EApplianceError(EStatus::inUse, "LUN " + inQuotes(lun.name) +
-                                                      " does not read as zeros, as a workload's LUNs must at first");
+            throw EApplianceError(EStatus::IN_USE, "LUN " + inQuotes(lun.name) +
+                                                       " does not read as zeros, as a workload's LUNs must at first");
         }
     });
 }
 
 // Writes until it is told to stop; the gate that each write takes puts the writers in the order that they log.
-void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkloadLog& log, std::uint64_t seed,
-                  std::uint64_t most)
+void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkloadLog& log, uint64_t seed,
+                  uint64_t most)
 {
     CSession session(options);
     const SAppliance appliance = session.appliance();
@@ -44,14 +45,14 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
         SWorkloadWrite write;
         write.lun = random() % luns.size();
         const SLun& lun = luns[write.lun];
-        const std::uint64_t sectors = lun.size / workloadSector;
+        const uint64_t sectors = lun.size / WORKLOAD_SECTOR;
         write.sector = random() % sectors;
-        write.count = 1 + random() % std::min(mostSectors, sectors - write.sector);
+        write.count = 1 + random() % std::min(MOST_SECTORS, sectors - write.sector);
         std::string content;
-        session.lunData().write(appliance, lun, write.sector * workloadSector, write.count * workloadSector,
-                                [&](std::uint64_t /*wanted*/) {
-                                    const std::uint64_t number = log.enter(write);
-                                    for (std::uint64_t i = 0; i < write.count; ++i) {
+        session.lunData().write(appliance, lun, write.sector * WORKLOAD_SECTOR, write.count * WORKLOAD_SECTOR,
+                                [&](uint64_t /*wanted*/) {
+                                    const uint64_t number = log.enter(write);
+                                    for (uint64_t i = 0; i < write.count; ++i) {
                                         content += workloadContent(number, lun.name, write.sector + i);
                                     }
                                     return std::string_view(content);
@@ -66,15 +67,15 @@ void run(const SOptions& options, const SRunArguments& given)
     const std::vector<SLun> luns = session.inventory().luns(session.inventory().group(appliance, given.group));
     std::vector<SWorkloadLun> logged;
     for (const SLun& lun : luns) {
-        if (lun.size % workloadSector != 0) {
-            throw EApplianceError(EStatus::malformed, "LUN " + inQuotes(lun.name) + " is not made of whole sectors");
+        if (lun.size % WORKLOAD_SECTOR != 0) {
+            throw EApplianceError(EStatus::MALFORMED, "LUN " + inQuotes(lun.name) + " is not made of whole sectors");
         }
         requireZeros(session, appliance, lun);
         logged.push_back({lun.name, lun.size});
     }
     if (luns.empty()) {
-        throw EApplianceError(EStatus::missing, "a LUN to write to does not exist in group " + inQuotes(given.group),
-                              EObject::lun);
+        throw EApplianceError(EStatus::MISSING, "a LUN to write to does not exist in group " + inQuotes(given.group),
+                              EObject::LUN);
     }
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         std::signal(signal, [](int /*signal*/) { stopAsked = true; });
@@ -89,7 +90,7 @@ void run(const SOptions& options, const SRunArguments& given)
     };
     std::vector<std::thread> writers;
     try {
-        for (std::size_t writer = 0; writer < given.writers; ++writer) {
+        for (size_t writer = 0; writer < given.writers; ++writer) {
             writers.emplace_back([&, writer] {
                 try {
                     writeForEver(options, luns, log, writer, given.writes);
@@ -104,9 +105,7 @@ void run(const SOptions& options, const SRunArguments& given)
     for (std::thread& writer : writers) {
         writer.join();
     }
-    if (failure) {
-        std::rethrow_exception(failure);
-    }
+    if (failure) std::rethrow_exception(failure);
     session.print({{"group", given.group}, {"writes", log.writes()}});
 }
 
@@ -120,9 +119,9 @@ void check(const SOptions& options, const SCheckArguments& given)
 {
     std::map<std::string, std::filesystem::path> images;
     for (const std::string& image : given.images) {
-        const std::size_t equals = image.find('=');
+        const size_t equals = image.find('=');
         if (equals == std::string::npos || !images.emplace(image.substr(0, equals), image.substr(equals + 1)).second) {
-            throw EApplianceError(EStatus::malformed,
+            throw EApplianceError(EStatus::MALFORMED,
                                   "image " + inQuotes(image) + " is not LUN=FILE, or of a LUN that was given before");
         }
     }
@@ -143,7 +142,7 @@ void addWorkloadCommands(CLI::App& app, const SOptions& options)
     runner->add_option("group", toRun->group, "Name of the group")->required();
     runner->add_option("--log", toRun->log, "New file for the order of the writes")->required();
     runner->add_option("--writers", toRun->writers, "Writers at once (default: 4)")
-        ->check(CLI::Range(std::size_t{1}, std::size_t{64}));
+        ->check(CLI::Range(size_t{1}, size_t{64}));
     runner->add_option("--writes", toRun->writes,
                        "Stop after this many writes or a few more (default: when a signal comes)");
     runner->callback([toRun, &options] { run(options, *toRun); });

@@ -16,8 +16,8 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-constexpr std::size_t maxFileSize = std::size_t{1} << 20U;
-constexpr const char* appliancePort = "9000";
+constexpr size_t MAX_FILE_SIZE = size_t{1} << 20U;
+constexpr const char* APPLIANCE_PORT = "9000";
 
 fs::path findTools(const std::string& given)
 {
@@ -26,7 +26,7 @@ fs::path findTools(const std::string& given)
     const fs::path folder = given.empty() ? program.parent_path() : fs::absolute(given, error).lexically_normal();
     for (const char* const tool : {"lmsh", "kforutil"}) {
         if (::access((folder / tool).c_str(), X_OK) != 0) {
-            throw EApplianceError(EStatus::malformed, "no program " + std::string(tool) + " in folder " +
+            throw EApplianceError(EStatus::MALFORMED, "no program " + std::string(tool) + " in folder " +
                                                           inQuotes(folder.string()) +
                                                           "; name the right one with --tools");
         }
@@ -38,10 +38,8 @@ Lines readLines(const fs::path& file)
 {
     Lines lines;
     std::error_code error;
-    if (!fs::exists(fs::symlink_status(file, error))) {
-        return lines;
-    }
-    std::istringstream content(readSmallFile(file, maxFileSize));
+    if (!fs::exists(fs::symlink_status(file, error))) return lines;
+    std::istringstream content(readSmallFile(file, MAX_FILE_SIZE));
     for (std::string line; std::getline(content, line);) {
         lines.push_back(line);
     }
@@ -64,7 +62,7 @@ std::string applianceList(const fs::path& file, const std::vector<SAppliance>& a
                                [](const std::string& line) { return line.find("RSURL") != std::string::npos; }),
                 lines.end());
     for (const SAppliance& appliance : appliances) {
-        lines.push_back("RSURL=" + appliance.name + ":" + appliancePort);
+        lines.push_back("RSURL=" + appliance.name + ":" + APPLIANCE_PORT);
     }
     return join(lines);
 }
@@ -107,32 +105,30 @@ void checkHostIsKnown(CSession& session, const std::vector<SAppliance>& applianc
 {
     for (const SAppliance& appliance : appliances) {
         for (const SHost& known : session.inventory().hosts(appliance)) {
-            if (known.name == host) {
-                return;
-            }
+            if (known.name == host) return;
         }
     }
-    throwMissing(EObject::host, host, "on any appliance of the store");
+    throwMissing(EObject::HOST, host, "on any appliance of the store");
 }
 
 }  // namespace
 
 Json setUpHost(CSession& session, const SHostSetup& setup)
 {
-    checkName(EObject::host, setup.host);
+    checkName(EObject::HOST, setup.host);
     const std::vector<SAppliance> appliances = session.inventory().appliances();
     checkHostIsKnown(session, appliances, setup.host);
     const fs::path tools = findTools(setup.tools);
-    constexpr mode_t passableByAll = 0755;
-    makeFolder(setup.root, passableByAll);
+    constexpr mode_t PASSABLE_BY_ALL = 0755;
+    makeFolder(setup.root, PASSABLE_BY_ALL);
     const fs::path root = fs::canonical(setup.root);
     const fs::path folder = root / "etc/qz";
-    constexpr mode_t readableByAll = 0644;
+    constexpr mode_t READABLE_BY_ALL = 0644;
 
     replaceFile(folder / "appliance.conf",
-                "STORE=" + session.store().layout().root.string() + "\nHOST=" + setup.host + "\n", readableByAll);
-    replaceFile(folder / "hls.conf", applianceList(folder / "hls.conf", appliances), readableByAll);
-    replaceFile(folder / "cdpfi.conf", providerSettings(folder / "cdpfi.conf", tools, setup.host), readableByAll);
+                "STORE=" + session.store().layout().root.string() + "\nHOST=" + setup.host + "\n", READABLE_BY_ALL);
+    replaceFile(folder / "hls.conf", applianceList(folder / "hls.conf", appliances), READABLE_BY_ALL);
+    replaceFile(folder / "cdpfi.conf", providerSettings(folder / "cdpfi.conf", tools, setup.host), READABLE_BY_ALL);
     const fs::path link = root / "opt/QXPKlm/bin/lmsh";
     replaceLink(link, tools / "lmsh");
 

@@ -11,23 +11,23 @@ namespace {
 
 using namespace lumora;
 
-constexpr const char* footer =
+constexpr const char* FOOTER =
     "Exit status: 0 done, 2 wrong usage or an unusable name, 3 an object does not exist, 4 an object exists\n"
     "already, 5 an object is in use, 6 storage failure, 7 store or configuration unusable, 1 anything else.";
 
 std::string listCommand(EObject object)
 {
     switch (object) {
-        case EObject::appliance:
+        case EObject::APPLIANCE:
             return "lmadm appliance list";
-        case EObject::host:
-        case EObject::permission:
+        case EObject::HOST:
+        case EObject::PERMISSION:
             return "lmadm host list";
-        case EObject::group:
+        case EObject::GROUP:
             return "lmadm group list";
-        case EObject::lun:
+        case EObject::LUN:
             return "lmadm lun list";
-        case EObject::fault:
+        case EObject::FAULT:
             return "lmadm fault list";
         default:
             return "lmadm group show";
@@ -38,15 +38,15 @@ std::string listCommand(EObject object)
 std::string nextStep(const EApplianceError& error)
 {
     switch (error.status()) {
-        case EStatus::missing:
+        case EStatus::MISSING:
             return "see what exists: " + listCommand(error.object());
-        case EStatus::exists:
+        case EStatus::EXISTS:
             return "choose another name, or delete the existing one first";
-        case EStatus::inUse:
+        case EStatus::IN_USE:
             return "remove what uses it first";
-        case EStatus::storage:
+        case EStatus::STORAGE:
             return "check free space and access, then repeat the command";
-        case EStatus::unusable:
+        case EStatus::UNUSABLE:
             return "name the right folder with --store, or create a store: lmadm --store DIR appliance create NAME";
         default:
             return "see lmadm --help";
@@ -56,9 +56,9 @@ std::string nextStep(const EApplianceError& error)
 EOutput parseOutput(const std::string& form)
 {
     if (form != "table" && form != "json") {
-        throw EApplianceError(EStatus::malformed, "--output is table or json, not " + inQuotes(form));
+        throw EApplianceError(EStatus::MALFORMED, "--output is table or json, not " + inQuotes(form));
     }
-    return form == "json" ? EOutput::json : EOutput::table;
+    return form == "json" ? EOutput::JSON : EOutput::TABLE;
 }
 
 void addOptions(CLI::App& app, SOptions& options)
@@ -74,7 +74,7 @@ void addOptions(CLI::App& app, SOptions& options)
 EOutput outputOf(const CLI::App& app)
 {
     const std::vector<std::string> given = app.get_option("--output")->results();
-    return !given.empty() && given.back() == "json" ? EOutput::json : EOutput::table;
+    return !given.empty() && given.back() == "json" ? EOutput::JSON : EOutput::TABLE;
 }
 
 // A refusal as a document too; where that cannot be written the refusal itself is what counts.
@@ -84,7 +84,7 @@ void printRefusal(EStatus status, const std::string& text, const Json& next)
         printRecord(
             {{"error",
               {{"exit", static_cast<int>(status)}, {"code", statusWord(status)}, {"message", text}, {"next", next}}}},
-            EOutput::json);
+            EOutput::JSON);
     } catch (const EApplianceError& error) {
         std::fprintf(stderr, "lmadm: %s\n", error.what());
     }
@@ -96,7 +96,7 @@ int run(int argc, char** argv, SOptions& options)
     // Options of the program may stand behind the command as well.
     app.fallthrough();
     app.require_subcommand(1);
-    app.footer(footer);
+    app.footer(FOOTER);
     addOptions(app, options);
     addApplianceCommands(app, options);
     addHostCommands(app, options);
@@ -113,13 +113,13 @@ int run(int argc, char** argv, SOptions& options)
         options.output = outputOf(app);
         // Of a word that is no command the library says that a command is missing.
         const std::vector<std::string> words = app.remaining(true);
-        throw EApplianceError(EStatus::malformed,
+        throw EApplianceError(EStatus::MALFORMED,
                               words.empty() ? error.what() : inQuotes(words.front()) + " is not understood");
     } catch (const CLI::ParseError& error) {
         options.output = outputOf(app);
         std::string text = error.what();
         std::replace(text.begin(), text.end(), '\n', ' ');
-        throw EApplianceError(EStatus::malformed, text);
+        throw EApplianceError(EStatus::MALFORMED, text);
     }
     return 0;
 }
@@ -130,19 +130,15 @@ int main(int argc, char** argv)
 {
     return runTool("lmadm", [argc, argv] {
         SOptions options;
-        const auto isDocument = [&options] { return options.output == EOutput::json; };
+        const auto isDocument = [&options] { return options.output == EOutput::JSON; };
         try {
             return run(argc, argv, options);
         } catch (const EApplianceError& error) {
             const std::string next = nextStep(error);
-            if (isDocument()) {
-                printRefusal(error.status(), error.what(), next);
-            }
+            if (isDocument()) printRefusal(error.status(), error.what(), next);
             throw EApplianceError(error.status(), std::string(error.what()) + "; " + next);
         } catch (const std::exception& error) {
-            if (isDocument()) {
-                printRefusal(EStatus::unexpected, error.what(), nullptr);
-            }
+            if (isDocument()) printRefusal(EStatus::UNEXPECTED, error.what(), nullptr);
             throw;
         }
     });

@@ -6,15 +6,14 @@
 #include "appliance/core/tool.h"
 
 namespace lumora {
+
 namespace {
 
 using Lines = std::vector<std::string>;
 
 std::string cell(const Json& value)
 {
-    if (value.is_string()) {
-        return value.get<std::string>();
-    }
+    if (value.is_string()) return value.get<std::string>();
     if (value.is_array()) {
         std::string text;
         for (const Json& element : value) {
@@ -22,17 +21,13 @@ std::string cell(const Json& value)
         }
         return text.empty() ? "-" : text;
     }
-    if (value.is_object()) {
-        return value.empty() ? "-" : cell(value.begin().value());
-    }
+    if (value.is_object()) return value.empty() ? "-" : cell(value.begin().value());
     return value.dump();
 }
 
 Lines formatTable(const Json& rows, const std::string& indent)
 {
-    if (rows.empty()) {
-        return {indent + "(none)"};
-    }
+    if (rows.empty()) return {indent + "(none)"};
     if (!rows.front().is_object()) {
         Lines lines;
         for (const Json& row : rows) {
@@ -43,18 +38,18 @@ Lines formatTable(const Json& rows, const std::string& indent)
     std::vector<std::vector<std::string>> table(rows.size() + 1);
     for (const auto& [key, value] : rows.front().items()) {
         table[0].push_back(key);
-        for (std::size_t row = 0; row < rows.size(); ++row) {
+        for (size_t row = 0; row < rows.size(); ++row) {
             table[row + 1].push_back(cell(rows[row].at(key)));
         }
     }
     Lines lines(table.size(), indent);
-    for (std::size_t column = 0; column < table[0].size(); ++column) {
-        std::size_t width = 0;
+    for (size_t column = 0; column < table[0].size(); ++column) {
+        size_t width = 0;
         for (const auto& row : table) {
             width = std::max(width, row[column].size());
         }
         const bool last = column + 1 == table[0].size();
-        for (std::size_t row = 0; row < table.size(); ++row) {
+        for (size_t row = 0; row < table.size(); ++row) {
             const std::string& text = table[row][column];
             lines[row] += last ? text : text + std::string(width - text.size() + 2, ' ');
         }
@@ -89,7 +84,7 @@ void printJson(const Json& content)
 
 void printRecord(const Json& record, EOutput output)
 {
-    if (output == EOutput::json) {
+    if (output == EOutput::JSON) {
         printJson(record);
     } else {
         printLines(formatRecord(record));
@@ -98,7 +93,7 @@ void printRecord(const Json& record, EOutput output)
 
 void printList(const char* name, const Json& rows, EOutput output)
 {
-    if (output == EOutput::json) {
+    if (output == EOutput::JSON) {
         printJson({{name, rows}});
     } else {
         printLines(formatTable(rows, ""));

@@ -12,19 +12,17 @@ CSession::CSession(const SOptions& options, CStore::EMode mode)
 
 SAppliance CSession::appliance()
 {
-    if (!m_options.appliance.empty()) {
-        return m_inventory.appliance(m_options.appliance);
-    }
+    if (!m_options.appliance.empty()) return m_inventory.appliance(m_options.appliance);
     const std::vector<SAppliance> all = m_inventory.appliances();
     if (all.empty()) {
-        throw EApplianceError(EStatus::missing, "an appliance does not exist in the store", EObject::appliance);
+        throw EApplianceError(EStatus::MISSING, "an appliance does not exist in the store", EObject::APPLIANCE);
     }
     if (all.size() > 1) {
         std::string names;
         for (const SAppliance& each : all) {
             names += (names.empty() ? "" : ", ") + each.name;
         }
-        throw EApplianceError(EStatus::malformed,
+        throw EApplianceError(EStatus::MALFORMED,
                               "the store holds several appliances (" + names + "); choose one with --appliance NAME");
     }
     return all.front();

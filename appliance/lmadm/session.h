@@ -9,30 +9,30 @@
 
 namespace lumora {
 
-// What stands on the command line beside the command.
+/// What stands on the command line beside the command.
 struct SOptions
 {
     std::string store;
-    std::string appliance;  // empty: the only one
-    EOutput output = EOutput::table;
+    std::string appliance;  ///< empty: the only one
+    EOutput output = EOutput::TABLE;
 };
 
-// An opened store for one command of lmadm.
+/// An opened store for one command of lmadm.
 class CSession
 {
   public:
-    explicit CSession(const SOptions& options, CStore::EMode mode = CStore::EMode::existing);
+    explicit CSession(const SOptions& options, CStore::EMode mode = CStore::EMode::EXISTING);
 
     CStore& store() noexcept { return m_store; }
     CInventory& inventory() noexcept { return m_inventory; }
     CLunData& lunData() noexcept { return m_lunData; }
-    // The appliance that was asked for, or the only one. Status missing when there is none, malformed when there are
-    // several to choose from.
+    /// The appliance that was asked for, or the only one. Status missing when there is none, malformed when there are
+    /// several to choose from.
     SAppliance appliance();
     void print(const Json& record) const { printRecord(record, m_options.output); }
     void printList(const char* name, const Json& rows) const { lumora::printList(name, rows, m_options.output); }
 
-    // Records as documents.
+    /// Records as documents.
     static Json describe(const SAppliance& appliance);
     Json describe(const SAppliance& appliance, const SLun& lun) const;
     static Json describe(const SGroup& group);

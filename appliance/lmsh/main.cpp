@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr const char* usage =
+constexpr const char* USAGE =
     "Usage: lmsh < SCRIPT\n"
     "Runs a script of appliance commands: a line \"server NAME\", commands, a line \"exit\".\n"
     "\n"
@@ -34,20 +34,14 @@ constexpr const char* usage =
 std::string readScript()
 {
     // One byte more than the limit shows the parser that there was more.
-    std::string text(lumora::maxScriptSize + 1, '\0');
-    std::size_t size = 0;
+    std::string text(lumora::MAX_SCRIPT_SIZE + 1, '\0');
+    size_t size = 0;
     while (size < text.size()) {
         const ssize_t count = ::read(STDIN_FILENO, text.data() + size, text.size() - size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count < 0) {
-            lumora::throwStorage("read", "standard input", errno);
-        }
-        if (count == 0) {
-            break;
-        }
-        size += static_cast<std::size_t>(count);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) lumora::throwStorage("read", "standard input", errno);
+        if (count == 0) break;
+        size += static_cast<size_t>(count);
     }
     text.resize(size);
     return text;
@@ -57,7 +51,7 @@ int run()
 {
     using namespace lumora;
     const SScript script = parseScript(readScript());
-    CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::existing);
+    CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::EXISTING);
     CFilesEngine engine;
     const CFaultTable faults(store.layout());
     const SAppliance appliance = CInventory(store).appliance(script.server);
@@ -74,11 +68,11 @@ int main(int argc, char** argv)
 {
     return lumora::runTool("lmsh", [argc, argv] {
         if (argc == 2 && std::string_view(argv[1]) == "--help") {
-            lumora::printBytes(usage);
+            lumora::printBytes(USAGE);
             return 0;
         }
         if (argc > 1) {
-            throw lumora::EApplianceError(lumora::EStatus::malformed, "no arguments expected; see lmsh --help");
+            throw lumora::EApplianceError(lumora::EStatus::MALFORMED, "no arguments expected; see lmsh --help");
         }
         return run();
     });

@@ -11,13 +11,13 @@ namespace {
 
 using Processes = std::vector<std::unique_ptr<CProcess>>;
 
-constexpr int many = 8;
+constexpr int MANY = 8;
 
 TEST(Concurrency, ManyShellsMakeAndRemoveAtOnce)
 {
     const CDemoStore demo;
     Processes makers;
-    for (int number = 0; number < many; ++number) {
+    for (int number = 0; number < MANY; ++number) {
         const std::string name = std::to_string(number);
         makers.push_back(std::make_unique<CProcess>(
             lmshCommand(),
@@ -31,9 +31,9 @@ TEST(Concurrency, ManyShellsMakeAndRemoveAtOnce)
         EXPECT_EQ(result.status, 0) << testing::PrintToString(result.err);
         EXPECT_EQ(result.out.size(), 13U);
     }
-    EXPECT_EQ(demo.lmsh("list timeimages \"cg1\"").out.size(), static_cast<std::size_t>(many));
+    EXPECT_EQ(demo.lmsh("list timeimages \"cg1\"").out.size(), static_cast<size_t>(MANY));
     Processes removers;
-    for (int number = 0; number < many; ++number) {
+    for (int number = 0; number < MANY; ++number) {
         const std::string name = std::to_string(number);
         removers.push_back(std::make_unique<CProcess>(
             lmshCommand(),
@@ -52,7 +52,7 @@ TEST(Concurrency, OnlyOneOfSeveralMakesTheSameAnnotation)
 {
     const CDemoStore demo;
     Processes makers;
-    for (int number = 0; number < many; ++number) {
+    for (int number = 0; number < MANY; ++number) {
         makers.push_back(std::make_unique<CProcess>(lmshCommand(), script("create annotation \"A\" \"cg1\"\ncommit"),
                                                     demo.root("prod").string()));
     }
@@ -73,7 +73,7 @@ TEST(Concurrency, SeveralProcessesMakeTheStoreAtOnce)
 {
     const CTempFolder folder;
     Processes makers;
-    for (int number = 0; number < many; ++number) {
+    for (int number = 0; number < MANY; ++number) {
         std::vector<std::string> command = lmadmCommand();
         command.insert(command.end(), {"--store", (folder.path() / "store").string(), "appliance", "create",
                                        "a" + std::to_string(number)});
@@ -109,4 +109,5 @@ TEST(Concurrency, AnAnnotationNeverCutsThroughAWrite)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

@@ -20,7 +20,7 @@ namespace {
 namespace fs = std::filesystem;
 using testing::ElementsAre;
 
-constexpr std::size_t lunSize = std::size_t{256} << 10U;
+constexpr size_t LUN_SIZE = size_t{256} << 10U;
 
 class Content : public testing::Test
 {
@@ -31,7 +31,7 @@ class Content : public testing::Test
     }
     std::string lun(const std::string& name) const { return readAll(m_demo.home() / "dev" / name); }
     fs::path onlyFolder(const std::string& area) const { return fs::directory_iterator(m_demo.home() / area)->path(); }
-    std::size_t groupLinesAfterSections() const { return m_demo.showGroup().size(); }
+    size_t groupLinesAfterSections() const { return m_demo.showGroup().size(); }
 
     CDemoStore m_demo;
 };
@@ -43,9 +43,9 @@ TEST_F(Content, AnAnnotationIsIndependentOfLaterWrites)
     fill("lun1", 'B');
     fill("lun2", 'B');
     m_demo.createTimeImage("T", "before", "backup");
-    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun1"), std::string(lunSize, 'A'));
-    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun2"), std::string(lunSize, '\0'));
-    EXPECT_EQ(lun("lun1"), std::string(lunSize, 'B'));
+    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun1"), std::string(LUN_SIZE, 'A'));
+    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun2"), std::string(LUN_SIZE, '\0'));
+    EXPECT_EQ(lun("lun1"), std::string(LUN_SIZE, 'B'));
 }
 
 TEST_F(Content, WritingToATimeImageTouchesNeitherSourceNorAnnotation)
@@ -54,11 +54,11 @@ TEST_F(Content, WritingToATimeImageTouchesNeitherSourceNorAnnotation)
     m_demo.createAnnotation("A");
     m_demo.createTimeImage("T", "A", "backup");
     const fs::path first = onlyFolder("images");
-    writeAll(first / "dev/lun1", std::string(lunSize, 'X'));
-    EXPECT_EQ(lun("lun1"), std::string(lunSize, 'A'));
+    writeAll(first / "dev/lun1", std::string(LUN_SIZE, 'X'));
+    EXPECT_EQ(lun("lun1"), std::string(LUN_SIZE, 'A'));
     m_demo.createTimeImage("T2", "A", "backup");
     for (const fs::directory_entry& image : fs::directory_iterator(m_demo.home() / "images")) {
-        EXPECT_EQ(readAll(image.path() / "dev/lun1"), std::string(lunSize, image.path() == first ? 'X' : 'A'));
+        EXPECT_EQ(readAll(image.path() / "dev/lun1"), std::string(LUN_SIZE, image.path() == first ? 'X' : 'A'));
     }
 }
 
@@ -66,7 +66,7 @@ TEST_F(Content, CopiesLeaveHolesOut)
 {
     const fs::path source = m_demo.folder() / "sparse";
     writeAll(source, "");
-    fs::resize_file(source, std::uint64_t{8} << 20U);
+    fs::resize_file(source, uint64_t{8} << 20U);
     {
         std::FILE* const file = std::fopen(source.c_str(), "r+");
         std::fseek(file, 5 << 20U, SEEK_SET);
@@ -74,11 +74,11 @@ TEST_F(Content, CopiesLeaveHolesOut)
         std::fclose(file);
     }
     const fs::path target = m_demo.folder() / "copy";
-    copyFile(source, target, (std::uint64_t{8} << 20U) + 10);
+    copyFile(source, target, (uint64_t{8} << 20U) + 10);
     const std::string copy = readAll(target);
-    EXPECT_EQ(copy.size(), (std::size_t{8} << 20U) + 10);
-    EXPECT_EQ(copy.find_first_not_of('\0'), std::size_t{5} << 20U);
-    EXPECT_EQ(copy.substr(std::size_t{5} << 20U, 14), std::string("in the middle\0", 14));
+    EXPECT_EQ(copy.size(), (size_t{8} << 20U) + 10);
+    EXPECT_EQ(copy.find_first_not_of('\0'), size_t{5} << 20U);
+    EXPECT_EQ(copy.substr(size_t{5} << 20U, 14), std::string("in the middle\0", 14));
     struct stat info = {};
     ::stat(target.c_str(), &info);
     EXPECT_LT(info.st_blocks * 512, 1 << 20U);
@@ -109,7 +109,7 @@ void dieInTheMiddle(const fs::path& home, EArea area)
     const pid_t child = ::fork();
     if (child == 0) {
         const CWorkFolder folder(home, area);
-        copyFile(home / "dev/lun1", folder.path() / "lun1", lunSize);
+        copyFile(home / "dev/lun1", folder.path() / "lun1", LUN_SIZE);
         ::raise(SIGKILL);
     }
     int status = 0;
@@ -122,8 +122,8 @@ TEST_F(Content, HalfACopyIsListedNowhereAndCollectedLater)
     m_demo.createAnnotation("A");
     m_demo.createTimeImage("T", "A", "backup");
     const Lines before = m_demo.showGroup();
-    dieInTheMiddle(m_demo.home(), EArea::annotations);
-    dieInTheMiddle(m_demo.home(), EArea::images);
+    dieInTheMiddle(m_demo.home(), EArea::ANNOTATIONS);
+    dieInTheMiddle(m_demo.home(), EArea::IMAGES);
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 2U);
     EXPECT_EQ(m_demo.showGroup(), before);
     EXPECT_EQ(m_demo.lmsh("delete timeimage \"T\" \"cg1\"").status, 0);
@@ -135,7 +135,7 @@ TEST_F(Content, HalfACopyIsListedNowhereAndCollectedLater)
 TEST_F(Content, AFolderWithALivingOwnerIsLeftAlone)
 {
     m_demo.createAnnotation("A");
-    const CWorkFolder mine(m_demo.home(), EArea::annotations);
+    const CWorkFolder mine(m_demo.home(), EArea::ANNOTATIONS);
     EXPECT_EQ(m_demo.lmsh("delete annotation \"A\" \"cg1\"").status, 0);
     EXPECT_TRUE(fs::exists(mine.path()));
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U);
@@ -187,4 +187,5 @@ TEST(FilesEngine, FixesImagesAndDrops)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

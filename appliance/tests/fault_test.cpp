@@ -20,7 +20,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr const char* makeAnnotation = "create annotation \"A\" \"cg1\"\nset message M\ncommit";
+constexpr const char* MAKE_ANNOTATION = "create annotation \"A\" \"cg1\"\nset message M\ncommit";
 
 class Fault : public testing::Test
 {
@@ -35,7 +35,7 @@ class Fault : public testing::Test
     SResult strike(const std::vector<std::string>& words) const
     {
         arm(words);
-        return m_demo.lmsh(makeAnnotation);
+        return m_demo.lmsh(MAKE_ANNOTATION);
     }
     bool isMade() const { return entriesIn(m_demo.home() / "annotations") == 1; }
     nlohmann::json shown(const std::string& id) const
@@ -78,7 +78,7 @@ TEST_F(Fault, SlowOnlyTakesItsTime)
 TEST_F(Fault, HangNeverAnswersAndHasNoEffect)
 {
     arm({"hang"});
-    CProcess process(lmshCommand(), script(makeAnnotation), m_demo.root("prod").string());
+    CProcess process(lmshCommand(), script(MAKE_ANNOTATION), m_demo.root("prod").string());
     EXPECT_TRUE(eventually([this] { return table().get(1).struck.size() == 1; }));
     process.kill();
     EXPECT_EQ(process.wait().status, 128 + SIGKILL);
@@ -89,7 +89,7 @@ TEST_F(Fault, HangNeverAnswersAndHasNoEffect)
 TEST_F(Fault, HangAfterNeverAnswersButHasItsEffect)
 {
     arm({"hang-after"});
-    CProcess process(lmshCommand(), script(makeAnnotation), m_demo.root("prod").string());
+    CProcess process(lmshCommand(), script(MAKE_ANNOTATION), m_demo.root("prod").string());
     EXPECT_TRUE(
         eventually([this] { return !table().get(1).struck.empty() && table().get(1).struck.front().finished; }));
     process.kill();
@@ -106,7 +106,7 @@ TEST_F(Fault, GarbledAnswerKeepsItsShapeOnly)
     const SResult result = m_demo.lmsh("show cgroup \"cg1\"");
     EXPECT_EQ(result.status, 0);
     ASSERT_THAT(result.out, SizeIs(sound.size()));
-    for (std::size_t i = 0; i < sound.size(); ++i) {
+    for (size_t i = 0; i < sound.size(); ++i) {
         EXPECT_EQ(result.out[i].size(), sound[i].size());
         EXPECT_NE(result.out[i], sound[i]);
     }
@@ -160,13 +160,11 @@ TEST_F(Fault, RefusalsAreKeptBackToo)
 TEST_F(Fault, TearLetsAWriteInBetweenTheLuns)
 {
     arm({"tear", "--seconds", "2"});
-    CProcess process(lmshCommand(), script(makeAnnotation), m_demo.root("prod").string());
+    CProcess process(lmshCommand(), script(MAKE_ANNOTATION), m_demo.root("prod").string());
     const auto annotations = m_demo.home() / "annotations";
     // The first LUN is copied and synced before the pause; then both are written.
     EXPECT_TRUE(eventually([&] {
-        if (entriesIn(annotations) != 1) {
-            return false;
-        }
+        if (entriesIn(annotations) != 1) return false;
         const auto copy = std::filesystem::directory_iterator(annotations)->path() / "lun1";
         return std::filesystem::exists(copy) && std::filesystem::file_size(copy) == 262144;
     }));
@@ -315,4 +313,5 @@ TEST_F(Fault, RefusesWhatMakesNoSense)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

@@ -16,13 +16,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::uint64_t ticketsDrawn(const fs::path& gate)
+uint64_t ticketsDrawn(const fs::path& gate)
 {
     const std::string bytes = readAll(gate);
-    std::uint64_t count = 0;
-    if (bytes.size() == sizeof count) {
-        std::memcpy(&count, bytes.data(), sizeof count);
-    }
+    uint64_t count = 0;
+    if (bytes.size() == sizeof count) std::memcpy(&count, bytes.data(), sizeof count);
     return count;
 }
 
@@ -33,7 +31,7 @@ class Gate : public testing::Test
     template <class Inside>
     pid_t start(Inside inside)
     {
-        const std::uint64_t before = ticketsDrawn(m_gate);
+        const uint64_t before = ticketsDrawn(m_gate);
         const pid_t child = ::fork();
         if (child == 0) {
             {
@@ -153,4 +151,5 @@ TEST_F(Gate, AdmitsOneAtATime)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

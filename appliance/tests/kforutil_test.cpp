@@ -15,7 +15,7 @@ class Kforutil : public testing::Test
 {
   protected:
     Lines disks(const std::string& host) const { return normalised(m_demo.kforutil(host, "listdisk").out); }
-    std::size_t diskCount(const std::string& host) const
+    size_t diskCount(const std::string& host) const
     {
         const Lines lines = disks(host);
         return lines.size() > 3 ? lines.size() - 3 : 0;
@@ -133,4 +133,5 @@ TEST_F(Kforutil, RefusesOtherWords)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

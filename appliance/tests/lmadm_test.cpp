@@ -307,4 +307,5 @@ TEST(LmadmStore, MustBeThereAndFitIntoListings)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

@@ -81,7 +81,7 @@ TEST(Lmsh, LunLinesOfATimeImageHoldFivePieces)
     demo.createAnnotation("A");
     demo.createTimeImage("T", "A", "backup");
     const Lines lines = demo.lmsh("show timeimage \"T\" \"cg1\"").out;
-    for (std::size_t index = lines.size() - 2; index < lines.size(); ++index) {
+    for (size_t index = lines.size() - 2; index < lines.size(); ++index) {
         int pieces = 0;
         bool inside = false;
         for (const char c : lines[index]) {
@@ -121,50 +121,50 @@ TEST_P(LmshRefusal, SaysWhichObjectAndChangesNothing)
 
 const std::string longName(256, 'n');
 
-const SCase cases[] = {
-    {"show host \"X\"", EStatus::missing, "host \"X\" does not exist on appliance \"alpha\""},
-    {"show cgroup \"X\"", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"list timeimages \"X\"", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"show timeimage \"X\" \"cg1\"", EStatus::missing, "time image \"X\" does not exist in group \"cg1\""},
-    {"show timeimage \"T\" \"X\"", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"create annotation \"B\" \"X\"\ncommit", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"create annotation \"A\" \"cg1\"\ncommit", EStatus::exists, "annotation \"A\" exists already in group \"cg1\""},
-    {"create annotation \"\" \"cg1\"\ncommit", EStatus::malformed, "annotation name \"\" is empty"},
-    {"create annotation \"" + longName + "\" \"cg1\"\ncommit", EStatus::malformed,
+const SCase CASES[] = {
+    {"show host \"X\"", EStatus::MISSING, "host \"X\" does not exist on appliance \"alpha\""},
+    {"show cgroup \"X\"", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"list timeimages \"X\"", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"show timeimage \"X\" \"cg1\"", EStatus::MISSING, "time image \"X\" does not exist in group \"cg1\""},
+    {"show timeimage \"T\" \"X\"", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"create annotation \"B\" \"X\"\ncommit", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"create annotation \"A\" \"cg1\"\ncommit", EStatus::EXISTS, "annotation \"A\" exists already in group \"cg1\""},
+    {"create annotation \"\" \"cg1\"\ncommit", EStatus::MALFORMED, "annotation name \"\" is empty"},
+    {"create annotation \"" + longName + "\" \"cg1\"\ncommit", EStatus::MALFORMED,
      "annotation name \"" + longName + "\" is longer than 255 bytes"},
-    {"create annotation \"B\" \"cg1\"", EStatus::malformed,
+    {"create annotation \"B\" \"cg1\"", EStatus::MALFORMED,
      "line 2: no \"commit\" after: create annotation \"B\" \"cg1\""},
-    {"delete annotation \"X\" \"cg1\"", EStatus::missing, "annotation \"X\" does not exist in group \"cg1\""},
-    {"delete annotation \"A\" \"X\"", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"delete annotation \"A\" \"cg1\"", EStatus::inUse,
+    {"delete annotation \"X\" \"cg1\"", EStatus::MISSING, "annotation \"X\" does not exist in group \"cg1\""},
+    {"delete annotation \"A\" \"X\"", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"delete annotation \"A\" \"cg1\"", EStatus::IN_USE,
      "annotation \"A\" is in use by time image \"T\" in group \"cg1\""},
-    {"create timeimage \"U\" \"cg1\"\nuse annotation \"X\"\ncommit", EStatus::missing,
+    {"create timeimage \"U\" \"cg1\"\nuse annotation \"X\"\ncommit", EStatus::MISSING,
      "annotation \"X\" does not exist in group \"cg1\""},
-    {"create timeimage \"U\" \"X\"\nuse annotation \"A\"\ncommit", EStatus::missing,
+    {"create timeimage \"U\" \"X\"\nuse annotation \"A\"\ncommit", EStatus::MISSING,
      "group \"X\" does not exist on appliance \"alpha\""},
-    {"create timeimage \"T\" \"cg1\"\nuse annotation \"A\"\ncommit", EStatus::exists,
+    {"create timeimage \"T\" \"cg1\"\nuse annotation \"A\"\ncommit", EStatus::EXISTS,
      "time image \"T\" exists already in group \"cg1\""},
-    {"create timeimage \"U\" \"cg1\"\nuse annotation \"A\"\nadd permission \"X\"\ncommit", EStatus::missing,
+    {"create timeimage \"U\" \"cg1\"\nuse annotation \"A\"\nadd permission \"X\"\ncommit", EStatus::MISSING,
      "host \"X\" does not exist on appliance \"alpha\""},
-    {"create timeimage \"U V\" \"cg1\"\nuse annotation \"A\"\ncommit", EStatus::malformed,
+    {"create timeimage \"U V\" \"cg1\"\nuse annotation \"A\"\ncommit", EStatus::MALFORMED,
      "time image name \"U V\" must not hold a blank"},
-    {"delete timeimage \"\" \"cg1\"", EStatus::missing, "time image \"\" does not exist in group \"cg1\""},
-    {"delete timeimage \"T\" \"X\"", EStatus::missing, "group \"X\" does not exist on appliance \"alpha\""},
-    {"update timeimage \"X\"\nadd permission \"prod\"\ncommit", EStatus::missing,
+    {"delete timeimage \"\" \"cg1\"", EStatus::MISSING, "time image \"\" does not exist in group \"cg1\""},
+    {"delete timeimage \"T\" \"X\"", EStatus::MISSING, "group \"X\" does not exist on appliance \"alpha\""},
+    {"update timeimage \"X\"\nadd permission \"prod\"\ncommit", EStatus::MISSING,
      "group \"X\" does not exist on appliance \"alpha\""},
-    {"update timeimage \"cg1\"\nadd permission \"prod\"\nadd permission \"X\"\ncommit", EStatus::missing,
+    {"update timeimage \"cg1\"\nadd permission \"prod\"\nadd permission \"X\"\ncommit", EStatus::MISSING,
      "host \"X\" does not exist on appliance \"alpha\""},
-    {"update timeimage \"cg1\"\ndelete permission \"prod\"\ncommit", EStatus::missing,
+    {"update timeimage \"cg1\"\ndelete permission \"prod\"\ncommit", EStatus::MISSING,
      "permission of host \"prod\" does not exist on group \"cg1\""},
-    {"update timeimage \"T\" \"cg1\"\ndelete permission \"prod\"\ncommit", EStatus::missing,
+    {"update timeimage \"T\" \"cg1\"\ndelete permission \"prod\"\ncommit", EStatus::MISSING,
      "permission of host \"prod\" does not exist on time image \"T\" in group \"cg1\""},
-    {"update timeimage \"X\" \"cg1\"\nadd permission \"prod\"\ncommit", EStatus::missing,
+    {"update timeimage \"X\" \"cg1\"\nadd permission \"prod\"\ncommit", EStatus::MISSING,
      "time image \"X\" does not exist in group \"cg1\""},
-    {"update timeimage \"T\" \"cg1\"\nadd permission \"prod\"", EStatus::malformed,
+    {"update timeimage \"T\" \"cg1\"\nadd permission \"prod\"", EStatus::MALFORMED,
      "line 2: no \"commit\" after: update timeimage \"T\" \"cg1\""},
 };
 
-INSTANTIATE_TEST_SUITE_P(All, LmshRefusal, testing::ValuesIn(cases));
+INSTANTIATE_TEST_SUITE_P(All, LmshRefusal, testing::ValuesIn(CASES));
 
 TEST(Lmsh, RefusesAnUnknownServer)
 {
@@ -179,7 +179,7 @@ TEST(Lmsh, AppliesNothingOfAScriptThatWasCutOff)
     const CDemoStore demo;
     const std::string whole = script("create annotation \"A\" \"cg1\"\nset message M\ncommit\nlist hosts");
     // Without its last newline the script is still whole.
-    for (std::size_t length = 0; length + 1 < whole.size(); length += 7) {
+    for (size_t length = 0; length + 1 < whole.size(); length += 7) {
         EXPECT_EQ(demo.rawLmsh(whole.substr(0, length)).status, 2) << length;
     }
     EXPECT_EQ(demo.rawLmsh(whole.substr(0, whole.size() - 2)).status, 2);
@@ -260,4 +260,5 @@ TEST(Lmsh, TakesNoArguments)
 }
 
 }  // namespace
+
 }  // namespace lumora::test

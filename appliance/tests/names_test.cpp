@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 namespace lumora {
+
 namespace {
 
 std::string refusal(EObject object, const std::string& name)
@@ -11,7 +12,7 @@ std::string refusal(EObject object, const std::string& name)
     try {
         checkName(object, name);
     } catch (const EApplianceError& error) {
-        EXPECT_EQ(error.status(), EStatus::malformed);
+        EXPECT_EQ(error.status(), EStatus::MALFORMED);
         return error.what();
     }
     return "accepted";
@@ -19,45 +20,45 @@ std::string refusal(EObject object, const std::string& name)
 
 TEST(Names, UsableOnes)
 {
-    EXPECT_EQ(refusal(EObject::appliance, "alpha-1.example.com"), "accepted");
-    EXPECT_EQ(refusal(EObject::host, "backup_2.example-net.org"), "accepted");
-    EXPECT_EQ(refusal(EObject::lun, "lun_1.a"), "accepted");
-    EXPECT_EQ(refusal(EObject::group, "Payroll (EU) <daily> [1] - \xC3\xA4"), "accepted");
-    EXPECT_EQ(refusal(EObject::annotation, "before luns=3 upgrade"), "accepted");
-    EXPECT_EQ(refusal(EObject::timeImage, "KSV_Time_Image_77"), "accepted");
+    EXPECT_EQ(refusal(EObject::APPLIANCE, "alpha-1.example.com"), "accepted");
+    EXPECT_EQ(refusal(EObject::HOST, "backup_2.example-net.org"), "accepted");
+    EXPECT_EQ(refusal(EObject::LUN, "lun_1.a"), "accepted");
+    EXPECT_EQ(refusal(EObject::GROUP, "Payroll (EU) <daily> [1] - \xC3\xA4"), "accepted");
+    EXPECT_EQ(refusal(EObject::ANNOTATION, "before luns=3 upgrade"), "accepted");
+    EXPECT_EQ(refusal(EObject::TIME_IMAGE, "KSV_Time_Image_77"), "accepted");
 }
 
 TEST(Names, UnusableOnes)
 {
-    EXPECT_EQ(refusal(EObject::appliance, ""), "appliance name \"\" is empty");
-    EXPECT_EQ(refusal(EObject::appliance, "appliance.db-wal"),
+    EXPECT_EQ(refusal(EObject::APPLIANCE, ""), "appliance name \"\" is empty");
+    EXPECT_EQ(refusal(EObject::APPLIANCE, "appliance.db-wal"),
               "appliance name \"appliance.db-wal\" is taken by the store's own files");
-    EXPECT_EQ(refusal(EObject::appliance, "faults.db"),
+    EXPECT_EQ(refusal(EObject::APPLIANCE, "faults.db"),
               "appliance name \"faults.db\" is taken by the store's own files");
     EXPECT_EQ(
-        refusal(EObject::appliance, ".."),
+        refusal(EObject::APPLIANCE, ".."),
         "appliance name \"..\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or digit");
     EXPECT_EQ(
-        refusal(EObject::host, "a b"),
+        refusal(EObject::HOST, "a b"),
         "host name \"a b\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or digit");
-    EXPECT_EQ(refusal(EObject::lun, "lun-1"),
+    EXPECT_EQ(refusal(EObject::LUN, "lun-1"),
               "LUN name \"lun-1\" may hold letters and digits, \".\", \"_\" and must begin with a letter or digit");
-    EXPECT_EQ(refusal(EObject::lun, "a/b"),
+    EXPECT_EQ(refusal(EObject::LUN, "a/b"),
               "LUN name \"a/b\" may hold letters and digits, \".\", \"_\" and must begin with a letter or digit");
-    EXPECT_EQ(refusal(EObject::lun, std::string(65, 'a')),
+    EXPECT_EQ(refusal(EObject::LUN, std::string(65, 'a')),
               "LUN name \"" + std::string(65, 'a') + "\" is longer than 64 bytes");
-    EXPECT_EQ(refusal(EObject::group, "a\"b"),
+    EXPECT_EQ(refusal(EObject::GROUP, "a\"b"),
               "group name \"a\"b\" must not hold a double quote or a control character");
-    EXPECT_EQ(refusal(EObject::group, "a\nb"),
+    EXPECT_EQ(refusal(EObject::GROUP, "a\nb"),
               "group name \"a\\x0Ab\" must not hold a double quote or a control character");
-    EXPECT_EQ(refusal(EObject::group, " a"), "group name \" a\" must not begin or end with a blank");
-    EXPECT_EQ(refusal(EObject::group, "x luns=3"), "group name \"x luns=3\" must not hold \"luns=\"");
-    EXPECT_EQ(refusal(EObject::group, "my Permissions:"),
+    EXPECT_EQ(refusal(EObject::GROUP, " a"), "group name \" a\" must not begin or end with a blank");
+    EXPECT_EQ(refusal(EObject::GROUP, "x luns=3"), "group name \"x luns=3\" must not hold \"luns=\"");
+    EXPECT_EQ(refusal(EObject::GROUP, "my Permissions:"),
               "group name \"my Permissions:\" must not hold \"Permissions:\"");
-    EXPECT_EQ(refusal(EObject::annotation, "TimeImage LUNs:"),
+    EXPECT_EQ(refusal(EObject::ANNOTATION, "TimeImage LUNs:"),
               "annotation name \"TimeImage LUNs:\" must not hold \"TimeImage LUNs:\"");
-    EXPECT_EQ(refusal(EObject::timeImage, "a b"), "time image name \"a b\" must not hold a blank");
-    EXPECT_EQ(refusal(EObject::group, std::string(5000, 'a')),
+    EXPECT_EQ(refusal(EObject::TIME_IMAGE, "a b"), "time image name \"a b\" must not hold a blank");
+    EXPECT_EQ(refusal(EObject::GROUP, std::string(5000, 'a')),
               "group name \"" + std::string(40, 'a') + "\"... is longer than 255 bytes");
 }
 
@@ -67,11 +68,11 @@ TEST(Sizes, AreReadAndWritten)
     EXPECT_EQ(parseSize("4096B"), 4096U);
     EXPECT_EQ(parseSize("512K"), 512U << 10U);
     EXPECT_EQ(parseSize("64MiB"), 64U << 20U);
-    EXPECT_EQ(parseSize("2TiB"), std::uint64_t{2} << 40U);
+    EXPECT_EQ(parseSize("2TiB"), uint64_t{2} << 40U);
     EXPECT_EQ(formatSize(64U << 20U), "64MiB");
     EXPECT_EQ(formatSize(1000), "1000B");
     EXPECT_EQ(formatSize(1536), "1536B");
-    EXPECT_EQ(formatSize(std::uint64_t{3} << 40U), "3TiB");
+    EXPECT_EQ(formatSize(uint64_t{3} << 40U), "3TiB");
 }
 
 TEST(Sizes, AreRefused)
@@ -91,4 +92,5 @@ TEST(StorePath, MustFitIntoADiskListing)
 }
 
 }  // namespace
+
 }  // namespace lumora

@@ -6,6 +6,7 @@
 #include "appliance/core/error.h"
 
 namespace lumora {
+
 namespace {
 
 SScript parse(const std::string& commands)
@@ -94,12 +95,12 @@ TEST_P(ScriptRefusal, NamesTheLineAndTheReason)
         parseScript(GetParam().text);
         FAIL() << "accepted";
     } catch (const EApplianceError& error) {
-        EXPECT_EQ(error.status(), EStatus::malformed);
+        EXPECT_EQ(error.status(), EStatus::MALFORMED);
         EXPECT_EQ(error.what(), GetParam().why);
     }
 }
 
-const SRefusal refusals[] = {
+const SRefusal REFUSALS[] = {
     {"", "line 1: the script is empty"},
     {"\n \n", "line 1: the script is empty"},
     {"exit\n", "line 1: \"server NAME\" expected instead of: exit"},
@@ -158,11 +159,11 @@ const SRefusal refusals[] = {
     {"server a\nupdate timeimage\nexit\n", "line 2: not a command: update timeimage"},
 };
 
-INSTANTIATE_TEST_SUITE_P(All, ScriptRefusal, testing::ValuesIn(refusals));
+INSTANTIATE_TEST_SUITE_P(All, ScriptRefusal, testing::ValuesIn(REFUSALS));
 
 TEST(Script, RefusesOneThatIsTooLong)
 {
-    EXPECT_THROW(parseScript(std::string(maxScriptSize + 1, '\n')), EApplianceError);
+    EXPECT_THROW(parseScript(std::string(MAX_SCRIPT_SIZE + 1, '\n')), EApplianceError);
 }
 
 TEST(Script, LongLinesAreCutInTheMessage)
@@ -176,4 +177,5 @@ TEST(Script, LongLinesAreCutInTheMessage)
 }
 
 }  // namespace
+
 }  // namespace lumora

@@ -32,9 +32,7 @@ Lines linesOf(const fs::path& file)
 CTempFolder::CTempFolder()
 {
     std::string name = (fs::temp_directory_path() / "appliance-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) {
-        throw std::runtime_error("no temporary folder");
-    }
+    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
     m_path = fs::canonical(name);
 }
 
@@ -48,9 +46,7 @@ CProcess::CProcess(const std::vector<std::string>& command, const std::string& i
 {
     writeAll(m_folder.path() / "in", input);
     std::vector<std::string> environment = {"LC_ALL=C"};
-    if (!hostRoot.empty()) {
-        environment.push_back("OBZX_ROOT=" + hostRoot);
-    }
+    if (!hostRoot.empty()) environment.push_back("OBZX_ROOT=" + hostRoot);
     std::vector<std::string> words = command;
     std::vector<char*> argv;
     std::vector<char*> envp;
@@ -69,9 +65,7 @@ CProcess::CProcess(const std::vector<std::string>& command, const std::string& i
     posix_spawn_file_actions_addopen(&actions, 2, (m_folder.path() / "err").c_str(), O_WRONLY | O_CREAT, 0600);
     const int error = posix_spawn(&m_pid, words.front().c_str(), &actions, nullptr, argv.data(), envp.data());
     posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) {
-        throw std::runtime_error("cannot start " + words.front());
-    }
+    if (error != 0) throw std::runtime_error("cannot start " + words.front());
 }
 
 CProcess::~CProcess()
@@ -179,9 +173,9 @@ void writeAll(const fs::path& file, const std::string& text)
     std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
 }
 
-std::size_t entriesIn(const fs::path& folder)
+size_t entriesIn(const fs::path& folder)
 {
-    return static_cast<std::size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
+    return static_cast<size_t>(std::distance(fs::directory_iterator(folder), fs::directory_iterator()));
 }
 
 Lines normalised(Lines lines)

@@ -11,7 +11,7 @@ namespace lumora::test {
 
 using Lines = std::vector<std::string>;
 
-// A directory of its own for one test, removed at the end. Its name holds "-", which listings have to cope with.
+/// A directory of its own for one test, removed at the end. Its name holds "-", which listings have to cope with.
 class CTempFolder
 {
   public:
@@ -28,12 +28,12 @@ class CTempFolder
 
 struct SResult
 {
-    int status = -1;  // exit status, or 128 + signal
+    int status = -1;  ///< exit status, or 128 + signal
     Lines out;
     Lines err;
 };
 
-// A program that runs with its input from a text and its output in files.
+/// A program that runs with its input from a text and its output in files.
 class CProcess
 {
   public:
@@ -50,15 +50,15 @@ class CProcess
     pid_t m_pid = -1;
 };
 
-// An appliance "alpha" with the group "cg1" of the LUNs lun1 and lun2 (256 KiB each, presented to prod) and the hosts
-// prod and backup, each with a root of its own.
+/// An appliance "alpha" with the group "cg1" of the LUNs lun1 and lun2 (256 KiB each, presented to prod) and the hosts
+/// prod and backup, each with a root of its own.
 class CDemoStore
 {
   public:
     CDemoStore();
 
-    SResult lmadm(std::vector<std::string> arguments) const;  // --store is added
-    // A script for the server alpha between "server" and "exit", run on the host prod.
+    SResult lmadm(std::vector<std::string> arguments) const;  ///< --store is added
+    /// A script for the server alpha between "server" and "exit", run on the host prod.
     SResult lmsh(const std::string& commands) const;
     SResult rawLmsh(const std::string& script) const;
     SResult kforutil(const std::string& host, const std::string& word) const;
@@ -82,12 +82,12 @@ std::string script(const std::string& commands);
 
 std::string readAll(const std::filesystem::path& file);
 void writeAll(const std::filesystem::path& file, const std::string& text);
-std::size_t entriesIn(const std::filesystem::path& folder);
-// Serials and times differ from run to run: "LM" and hexadecimal digits become SERIAL, times become TIME, folder
-// numbers ID.
+size_t entriesIn(const std::filesystem::path& folder);
+/// Serials and times differ from run to run: "LM" and hexadecimal digits become SERIAL, times become TIME, folder
+/// numbers ID.
 Lines normalised(Lines lines);
 
-// Waits until the condition holds; false when it did not within half a minute.
+/// Waits until the condition holds; false when it did not within half a minute.
 template <class Condition>
 bool eventually(Condition condition);
 void pauseBriefly();
@@ -96,9 +96,7 @@ template <class Condition>
 bool eventually(Condition condition)
 {
     for (int tries = 0; tries < 30000; ++tries) {
-        if (condition()) {
-            return true;
-        }
+        if (condition()) return true;
         pauseBriefly();
     }
     return false;

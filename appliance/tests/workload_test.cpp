@@ -17,29 +17,29 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-constexpr std::uint64_t sectors = 8;
+constexpr uint64_t SECTORS = 8;
 
 class Workload : public testing::Test
 {
   protected:
-    Workload() : m_log(m_folder.path() / "log", {{"a", sectors * workloadSector}, {"b", sectors * workloadSector}})
+    Workload() : m_log(m_folder.path() / "log", {{"a", SECTORS * WORKLOAD_SECTOR}, {"b", SECTORS * WORKLOAD_SECTOR}})
     {
-        m_content["a"] = m_content["b"] = std::string(sectors * workloadSector, '\0');
+        m_content["a"] = m_content["b"] = std::string(SECTORS * WORKLOAD_SECTOR, '\0');
     }
 
-    std::uint64_t write(std::size_t lun, std::uint64_t sector, std::uint64_t count)
+    uint64_t write(size_t lun, uint64_t sector, uint64_t count)
     {
-        const std::uint64_t number = m_log.enter({lun, sector, count});
+        const uint64_t number = m_log.enter({lun, sector, count});
         const std::string name = lun == 0 ? "a" : "b";
-        for (std::uint64_t i = 0; i < count; ++i) {
-            m_content[name].replace((sector + i) * workloadSector, workloadSector,
+        for (uint64_t i = 0; i < count; ++i) {
+            m_content[name].replace((sector + i) * WORKLOAD_SECTOR, WORKLOAD_SECTOR,
                                     workloadContent(number, name, sector + i));
         }
         return number;
     }
     // Keeps the present content of a LUN as its image.
     void image(const std::string& lun) const { writeAll(m_folder.path() / lun, m_content.at(lun)); }
-    std::uint64_t prefix() const
+    uint64_t prefix() const
     {
         return findPrefix(readWorkload(m_folder.path() / "log"),
                           {{"a", m_folder.path() / "a"}, {"b", m_folder.path() / "b"}});
@@ -65,7 +65,7 @@ TEST_F(Workload, ImagesOfEveryMomentAreItsPrefix)
     image("a");
     image("b");
     EXPECT_EQ(prefix(), 0U);
-    std::uint64_t expected = 0;
+    uint64_t expected = 0;
     for (const SWorkloadWrite& each : {SWorkloadWrite{0, 0, 3}, {1, 2, 2}, {0, 1, 1}, {1, 0, 8}, {0, 7, 1}}) {
         write(each.lun, each.sector, each.count);
         image("a");
@@ -89,7 +89,7 @@ TEST_F(Workload, ImagesOfDifferentMomentsAreNoPrefix)
     write(0, 4, 2);
     write(1, 4, 2);
     image("b");
-    EXPECT_EQ(refusal(EStatus::unexpected),
+    EXPECT_EQ(refusal(EStatus::UNEXPECTED),
               "the images are no prefix of the log: up to write 2, sector 4 of LUN \"a\" is of write 1, its image says "
               "0");
 }
@@ -97,10 +97,10 @@ TEST_F(Workload, ImagesOfDifferentMomentsAreNoPrefix)
 TEST_F(Workload, AWriteThatIsMissingHalfIsNoPrefix)
 {
     write(0, 4, 2);
-    const std::string half = m_content["a"].substr(0, 5 * workloadSector) + std::string(3 * workloadSector, '\0');
+    const std::string half = m_content["a"].substr(0, 5 * WORKLOAD_SECTOR) + std::string(3 * WORKLOAD_SECTOR, '\0');
     writeAll(m_folder.path() / "a", half);
     image("b");
-    EXPECT_THAT(refusal(EStatus::unexpected), HasSubstr("sector 5 of LUN \"a\" is of write 1, its image says 0"));
+    EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("sector 5 of LUN \"a\" is of write 1, its image says 0"));
 }
 
 TEST_F(Workload, AWriteThatWasUndoneIsNoPrefix)
@@ -110,18 +110,18 @@ TEST_F(Workload, AWriteThatWasUndoneIsNoPrefix)
     write(0, 0, 1);
     write(1, 0, 1);
     image("b");
-    EXPECT_THAT(refusal(EStatus::unexpected), HasSubstr("sector 0 of LUN \"a\" is of write 2, its image says 1"));
+    EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("sector 0 of LUN \"a\" is of write 2, its image says 1"));
 }
 
 TEST_F(Workload, OneWrongByteIsNoPrefix)
 {
     write(0, 0, 8);
     image("b");
-    for (const std::size_t at : {std::size_t{9}, std::size_t{511}, sectors * workloadSector - 1}) {
+    for (const size_t at : {size_t{9}, size_t{511}, SECTORS * WORKLOAD_SECTOR - 1}) {
         std::string content = m_content["a"];
         content[at] = static_cast<char>(content[at] ^ 1);
         writeAll(m_folder.path() / "a", content);
-        EXPECT_THAT(refusal(EStatus::unexpected), HasSubstr("is of write 1, its image says 1"));
+        EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("is of write 1, its image says 1"));
     }
 }
 
@@ -129,26 +129,26 @@ TEST_F(Workload, ContentOfAnotherPlaceIsNoPrefix)
 {
     write(0, 0, 2);
     std::string content = m_content["a"];
-    content.replace(workloadSector, workloadSector, content.substr(0, workloadSector));
+    content.replace(WORKLOAD_SECTOR, WORKLOAD_SECTOR, content.substr(0, WORKLOAD_SECTOR));
     writeAll(m_folder.path() / "a", content);
     image("b");
-    EXPECT_THAT(refusal(EStatus::unexpected), HasSubstr("sector 1 of LUN \"a\""));
+    EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("sector 1 of LUN \"a\""));
 }
 
 TEST_F(Workload, AWriteThatIsNotInTheLogIsNoPrefix)
 {
-    std::string content(sectors * workloadSector, '\0');
-    content.replace(0, workloadSector, workloadContent(5, "a", 0));
+    std::string content(SECTORS * WORKLOAD_SECTOR, '\0');
+    content.replace(0, WORKLOAD_SECTOR, workloadContent(5, "a", 0));
     writeAll(m_folder.path() / "a", content);
     image("b");
-    EXPECT_EQ(refusal(EStatus::unexpected), "the images are no prefix of the log: write 5 is not in it, which has 0");
+    EXPECT_EQ(refusal(EStatus::UNEXPECTED), "the images are no prefix of the log: write 5 is not in it, which has 0");
 }
 
 TEST_F(Workload, ImagesHaveToBeThoseOfTheLog)
 {
     image("a");
     writeAll(m_folder.path() / "b", "short");
-    EXPECT_THAT(refusal(EStatus::malformed), HasSubstr("has not the 4096 bytes of LUN \"b\""));
+    EXPECT_THAT(refusal(EStatus::MALFORMED), HasSubstr("has not the 4096 bytes of LUN \"b\""));
     const SWorkload workload = readWorkload(m_folder.path() / "log");
     EXPECT_THROW(findPrefix(workload, {{"a", m_folder.path() / "a"}}), EApplianceError);
 }
@@ -231,4 +231,5 @@ TEST(LmadmWorkload, EndsInOrderWhenNotAllWritersCanBeStarted)
 #endif
 
 }  // namespace
+
 }  // namespace lumora::test

@@ -28,16 +28,18 @@ std::string numbered(const char* prefix, size_t number)
 std::vector<CString> shuffledTexts(const char* prefix, size_t count)
 {
     std::vector<CString> list;
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         list.emplace_back(numbered(prefix, i).c_str());
+    }
     std::shuffle(list.begin(), list.end(), std::mt19937(7));
     return list;
 }
 
 void fill(CLMRLunTable& table, size_t count)
 {
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         table.set(numbered("/dev/lumora/lun", i), numbered("LMR", i));
+    }
 }
 
 void readDiskLine(benchmark::State& state)
@@ -46,19 +48,22 @@ void readDiskLine(benchmark::State& state)
     SLMRDisk disk;
     listing.read(std::string(122, '='), disk);
     const std::string line = DISK;
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(listing.read(line, disk));
+    }
 }
 BENCHMARK(readDiskLine);
 
 void readGroupOf100(benchmark::State& state)
 {
     std::vector<std::string> lines{"Consistency Group: group00000", "Protected LUNS:"};
-    for (size_t i = 0; i < 100; ++i)
+    for (size_t i = 0; i < 100; ++i) {
         lines.push_back(numbered("/dev/lumora/lun", i) + " [" + numbered("LMR", i) + "] 10.0GiB");
+    }
     lines.insert(lines.end(), {"Monitor LUNS:", "Permissions:", "production", "Stillmark LUNs:"});
-    for (auto _ : state)
+    for (auto _ : state) {
         benchmark::DoNotOptimize(parseGroup(lines).luns.data());
+    }
 }
 BENCHMARK(readGroupOf100);
 
@@ -72,8 +77,9 @@ void fillLunTable(benchmark::State& state)
     }
     for (auto _ : state) {
         CLMRLunTable table;
-        for (size_t i = 0; i < count; ++i)
+        for (size_t i = 0; i < count; ++i) {
             table.set(paths[i], serials[i]);
+        }
     }
 }
 BENCHMARK(fillLunTable)->Arg(100)->Arg(100000)->Unit(benchmark::kMicrosecond);
@@ -101,8 +107,9 @@ void groupOfSerial(benchmark::State& state, const char* prefix)
     for (size_t i = 0; i < groups.size(); ++i) {
         groups[i].setName(numbered("group", i).c_str());
         index.append(groups[i]);
-        for (size_t lun = i * LUNS; lun < (i + 1) * LUNS; ++lun)
+        for (size_t lun = i * LUNS; lun < (i + 1) * LUNS; ++lun) {
             groups[i].addDevice(numbered("/dev/lumora/lun", lun).c_str(), numbered("LMR", lun).c_str());
+        }
     }
     const std::vector<CString> wanted = shuffledTexts(prefix, count);
     size_t next = 0;

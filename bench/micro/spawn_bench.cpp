@@ -19,16 +19,18 @@ bool makeResident(size_t size)
     void* const mapped = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) return false;
     madvise(mapped, size, MADV_NOHUGEPAGE);
-    for (size_t i = 0; i < size; i += 4096)
+    for (size_t i = 0; i < size; i += 4096) {
         static_cast<volatile char*>(mapped)[i] = 1;
+    }
     return true;
 }
 
 bool finish(pid_t pid, int output)
 {
     char buffer[4096];
-    while (read(output, buffer, sizeof buffer) > 0)
+    while (read(output, buffer, sizeof buffer) > 0) {
         continue;
+    }
     close(output);
     int status = 0;
     return waitpid(pid, &status, 0) == pid && status == 0;

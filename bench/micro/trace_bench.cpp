@@ -69,17 +69,19 @@ BENCHMARK(disabledLine);
 void enabledLine(benchmark::State& state)
 {
     CFiTraceLog& log = traceLog();
-    for (auto _ : state)
+    for (auto _ : state) {
         writeLine(log, obzx_pdk_4_4::TRACE_FAILURE);
+    }
 }
 BENCHMARK(enabledLine)->Threads(1)->Threads(8)->UseRealTime();
 
 void rawSpdlogLine(benchmark::State& state)
 {
     spdlog::logger& logger = rawLogger();
-    for (auto _ : state)
+    for (auto _ : state) {
         logger.info("CCDPPlugin::makeSnapshots - Adding node {} in NEW CG {} for New applinace {}", NODE, GROUP,
                     APPLIANCE);
+    }
 }
 BENCHMARK(rawSpdlogLine)->Threads(1)->Threads(8)->UseRealTime();
 

@@ -55,8 +55,9 @@ static void run_one(const struct run* run)
     posix_spawn_file_actions_destroy(&actions);
     close(input);
     close(ends[1]);
-    while (read(ends[0], buffer, sizeof buffer) > 0)
+    while (read(ends[0], buffer, sizeof buffer) > 0) {
         continue;
+    }
     close(ends[0]);
     int status = 0;
     if (waitpid(pid, &status, 0) != pid || status != 0) fail(run->words[1]);
@@ -74,8 +75,9 @@ static size_t read_list(const char* path, struct run** runs)
         struct run* const run = &(*runs)[count++];
         memset(run, 0, sizeof *run);
         char* at = strdup(line);
-        for (int word = 0; word < MAX_WORDS && at != NULL; ++word)
+        for (int word = 0; word < MAX_WORDS && at != NULL; ++word) {
             run->words[word] = strsep(&at, "\t");
+        }
         if (run->words[1] == NULL) fail("a line without a program");
     }
     fclose(file);
@@ -98,8 +100,9 @@ int main(int argc, char** argv)
     struct run* runs = NULL;
     const size_t count = read_list(argv[1], &runs);
     const double start = seconds();
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         run_one(&runs[i]);
+    }
     printf("%.9f %zu\n", seconds() - start, count);
     return 0;
 }

@@ -34,8 +34,9 @@ static size_t input_size;
 static void read_input(void)
 {
     ssize_t count;
-    while ((count = read(STDIN_FILENO, input + input_size, INPUT_SIZE - 1 - input_size)) > 0)
+    while ((count = read(STDIN_FILENO, input + input_size, INPUT_SIZE - 1 - input_size)) > 0) {
         input_size += (size_t)count;
+    }
     input[input_size] = '\0';
 }
 
@@ -50,8 +51,9 @@ static void record(int argc, char** argv)
     if (path == NULL) return;
     static char text[INPUT_SIZE + PATH_SIZE];
     size_t size = (size_t)snprintf(text, sizeof text, "run %d %zu\n", argc, input_size);
-    for (int i = 0; i < argc; ++i)
+    for (int i = 0; i < argc; ++i) {
         size += (size_t)snprintf(text + size, sizeof text - size, "%s\n", argv[i]);
+    }
     if (size + input_size > sizeof text) _exit(91);
     memcpy(text + size, input, input_size);
     const int file = open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
@@ -72,14 +74,16 @@ static char* add_command(char* end, const char* command)
             ++at;
         } else if (*at == '"') {
             name = ++at;
-            while (*at != '\0' && *at != '"')
+            while (*at != '\0' && *at != '"') {
                 ++at;
+            }
             name_size = (size_t)(at - name);
             if (*at == '"') ++at;
         } else {
             if (words++ > 0) *end++ = '_';
-            while (*at != '\0' && *at != '\n' && *at != ' ' && *at != '"')
+            while (*at != '\0' && *at != '\n' && *at != ' ' && *at != '"') {
                 *end++ = *at++;
+            }
         }
     }
     *end++ = '.';
@@ -139,7 +143,8 @@ int main(int argc, char** argv)
     const int answer = open_answer(argc, argv);
     if (answer < 0) return 0;
     ssize_t sent;
-    while ((sent = sendfile(STDOUT_FILENO, answer, NULL, 1 << 20)) > 0)
+    while ((sent = sendfile(STDOUT_FILENO, answer, NULL, 1 << 20)) > 0) {
         continue;
+    }
     return sent < 0 ? 94 : 0;
 }

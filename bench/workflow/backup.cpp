@@ -67,8 +67,9 @@ int32_t CBackup::make(const std::string& session)
 
 void CBackup::import()
 {
-    for (size_t i = 0; i < m_nodes.size(); ++i)
+    for (size_t i = 0; i < m_nodes.size(); ++i) {
         importNode(*m_nodes[i], m_disks[i]);
+    }
 }
 
 void CBackup::importNode(CNode& node, const SDisk& disk)
@@ -100,8 +101,9 @@ void CBackup::dispose()
 void CBackup::takeDown()
 {
     for (const auto& nodes : {&m_nodes, &m_groups}) {
-        for (const auto& node : *nodes)
+        for (const auto& node : *nodes) {
             m_host.call().deinit_node(node->record());
+        }
     }
     m_splits.clear();
     m_nodes.clear();

@@ -45,8 +45,9 @@ size_t bytesFrom(const char* path, const char* name)
 {
     std::ifstream file(path);
     std::string word;
-    while (file >> word && word != name)
+    while (file >> word && word != name) {
         continue;
+    }
     size_t kilobytes = 0;
     file >> kilobytes;
     return kilobytes * 1024;
@@ -120,12 +121,14 @@ json commandCycles(const CHostProgram& host, const std::string& site, const std:
     for (int cycle = 1; cycle <= count; ++cycle) {
         forgetDiscovery(site);
         runBackup(host, disks, "session");
-        if (cycle == first || cycle == count || (cycle > first && cycle % step == 0))
+        if (cycle == first || cycle == count || (cycle > first && cycle % step == 0)) {
             samples.push_back({cycle, residentBytes(), openDescriptors()});
+        }
     }
     json result = json::array();
-    for (const SHolding& sample : samples)
+    for (const SHolding& sample : samples) {
         result.push_back({{"cycle", sample.cycle}, {"resident", sample.resident}, {"descriptors", sample.descriptors}});
+    }
     return {{"samples", result}};
 }
 
@@ -157,8 +160,9 @@ class CDeviceCalls
             nodes.push_back(std::make_unique<CNode>("<cdpfi>" + m_disks[index].serial));
         }
         const STime start = STime::now();
-        for (size_t i = 0; i < batch.size(); ++i)
+        for (size_t i = 0; i < batch.size(); ++i) {
             callOne(*offered[i], *nodes[i], !m_disks[batch[i]].group.empty());
+        }
         return STime::now() - start;
     }
 

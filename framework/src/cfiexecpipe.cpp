@@ -34,8 +34,9 @@ SFiExecError failure(int result, long code, const std::string& message)
     error.result = result;
     error.code = code;
     error.message = message;
-    for (const char c : message)
+    for (const char c : message) {
         error.wideMessage += static_cast<wchar_t>(static_cast<unsigned char>(c));
+    }
     return error;
 }
 
@@ -47,13 +48,15 @@ SFiExecError notStarted(const std::string& command, int error)
 SFiExecError ended(const std::string& command, const SExitStatus& exit)
 {
     const std::string text = "Command [" + command + "] ";
-    if (exit.lost)
+    if (exit.lost) {
         return failure(EXEC_FAILED, ECHILD,
                        text + "ended, but its exit status is lost: the host ignores SIGCHLD or waits for any child");
+    }
     if (exit.status == 0) return {};
-    if (exit.killed)
+    if (exit.killed) {
         return failure(EXEC_FAILED, exit.status,
                        text + "was killed by signal " + std::to_string(exit.status - SIGNAL_STATUS));
+    }
     return failure(EXEC_FAILED, exit.status, text + "exited with status " + std::to_string(exit.status));
 }
 
@@ -126,8 +129,9 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
     CRunCancel cancel;
     SSpawned spawned;
     int error = EINVAL;
-    if (isCommand && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) && !holdsNul(environment))
+    if (isCommand && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) && !holdsNul(environment)) {
         error = spawnProcess(request, spawned);
+    }
     if (error != 0) {
         record.notStarted(error);
         m_error = notStarted(commandLine, error);

@@ -40,8 +40,9 @@ std::string CFiIcuMessage::format(const std::string& pattern, const std::string&
     const icu::MessageFormat format(icu::UnicodeString::fromUTF8(pattern),
                                     name.empty() ? icu::Locale::getRoot() : icu::Locale(name.c_str()), status);
     std::vector<icu::Formattable> values;
-    for (const std::string& argument : getArguments())
+    for (const std::string& argument : getArguments()) {
         values.emplace_back(icu::UnicodeString::fromUTF8(argument));
+    }
     icu::UnicodeString text;
     if (U_SUCCESS(status)) {
         icu::FieldPosition position(icu::FieldPosition::DONT_CARE);

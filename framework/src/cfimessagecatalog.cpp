@@ -30,8 +30,9 @@ std::vector<std::string> argumentsOf(const obz_msg_info& info)
 {
     std::vector<std::string> arguments;
     if (info.arguments == nullptr) return arguments;
-    for (int32_t i = 0; i < info.argument_count; ++i)
+    for (int32_t i = 0; i < info.argument_count; ++i) {
         arguments.push_back(textOf(info.arguments[i]));
+    }
     return arguments;
 }
 

@@ -9,8 +9,9 @@ std::string CFiOutputText::start(size_t most) const
     const size_t size = std::min(most, m_size);
     std::string text;
     text.reserve(size);
-    while (text.size() < size)
+    while (text.size() < size) {
         text += restOfBlock(text.size()).substr(0, size - text.size());
+    }
     return text;
 }
 
@@ -34,15 +35,17 @@ size_t CFiOutputText::takeLines(std::span<std::string_view> lines)
 {
     freeTaken();
     size_t count = 0;
-    while (count < lines.size() && m_taken < m_size)
+    while (count < lines.size() && m_taken < m_size) {
         lines[count++] = takeLine();
+    }
     return count;
 }
 
 void CFiOutputText::appendLinesTo(std::vector<std::string>& lines)
 {
-    for (std::string_view line; takeLines({&line, 1}) > 0;)
+    for (std::string_view line; takeLines({&line, 1}) > 0;) {
         lines.emplace_back(line);
+    }
 }
 
 std::span<char> CFiOutputText::room()
@@ -100,8 +103,9 @@ std::string_view CFiOutputText::takeLongLine(std::string_view start)
 void CFiOutputText::freeTaken()
 {
     m_long.clear();
-    for (; m_freed < m_taken / BLOCK_SIZE; ++m_freed)
+    for (; m_freed < m_taken / BLOCK_SIZE; ++m_freed) {
         m_blocks[m_freed].reset();
+    }
 }
 
 }  // namespace obzx_pdk_4_4

@@ -49,8 +49,9 @@ std::string CFiPlatformError::errorText(int error)
 
 std::string CFiPlatformError::trimLineEnds(std::string text)
 {
-    for (int removed = 0; removed < 2 && text.size() > 1 && (text.back() == '\n' || text.back() == '\r'); ++removed)
+    for (int removed = 0; removed < 2 && text.size() > 1 && (text.back() == '\n' || text.back() == '\r'); ++removed) {
         text.pop_back();
+    }
     return text;
 }
 

@@ -109,8 +109,9 @@ std::vector<CFiPrivateDataPtr> CFiPrivateDataFactory::getPrivateDataList(bool is
 {
     std::vector<CFiPrivateDataPtr> list;
     const std::lock_guard lock(m_mutex);
-    for (const auto& entry : mapFor(isAltNode))
+    for (const auto& entry : mapFor(isAltNode)) {
         list.push_back(entry.second);
+    }
     return list;
 }
 

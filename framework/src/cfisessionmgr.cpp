@@ -90,8 +90,9 @@ std::vector<CFiSplitNode> CFiSession::getNodes() const
 {
     std::vector<CFiSplitNode> list;
     const std::lock_guard lock(m_mutex);
-    for (const auto& [name, node] : m_nodes)
+    for (const auto& [name, node] : m_nodes) {
         list.push_back(node);
+    }
     return list;
 }
 
@@ -117,8 +118,9 @@ void CFiSession::markPrepared()
 void CFiSession::mark(int32_t CFiSplitNode::*flag)
 {
     const std::lock_guard lock(m_mutex);
-    for (auto& [name, node] : m_nodes)
+    for (auto& [name, node] : m_nodes) {
         node.*flag = 1;
+    }
 }
 
 CFiSessionManager::CFiSessionManager() = default;

@@ -36,10 +36,12 @@ void readStore(STraceSettings& settings, CFiConfiguration& store)
     ACE_String_Base<char> text;
     if (store.getIntegerValue("LEVEL", number) == 0) settings.level = static_cast<int32_t>(number);
     if (store.getStringValue("FILE", text) == 0 && !text.empty()) settings.file.path = CFiStringTool::tstr2str(text);
-    if (store.getIntegerValue("MAX_SIZE", number) == 0 && number >= MIN_FILE_SIZE)
+    if (store.getIntegerValue("MAX_SIZE", number) == 0 && number >= MIN_FILE_SIZE) {
         settings.file.maxSize = static_cast<size_t>(number);
-    if (store.getIntegerValue("MAX_FILES", number) == 0 && number <= MAX_FILES)
+    }
+    if (store.getIntegerValue("MAX_FILES", number) == 0 && number <= MAX_FILES) {
         settings.file.maxFiles = static_cast<size_t>(number);
+    }
 }
 
 std::optional<int32_t> levelFromEnvironment()
@@ -56,8 +58,9 @@ std::optional<int32_t> levelFromEnvironment()
 std::string defaultPath(const std::string& component, const std::string& directory)
 {
     // A component that cannot name a file has no trace file.
-    if (component.empty() || component.find('/') != std::string::npos || component.find('\0') != std::string::npos)
+    if (component.empty() || component.find('/') != std::string::npos || component.find('\0') != std::string::npos) {
         return {};
+    }
     return (directory.empty() ? "/var/log/qz" : directory) + "/" + component + ".log";
 }
 

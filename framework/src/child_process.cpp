@@ -49,8 +49,9 @@ bool CChildProcess::ended()
 bool CChildProcess::waitFor(int output, Clock::time_point until, CRunCancel* cancel)
 {
     // Most programs end within a few milliseconds, and their output with them: to watch that is enough for them.
-    if (!m_end && (m_lasts || output < 0))
+    if (!m_end && (m_lasts || output < 0)) {
         m_end = base::CFileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0)));
+    }
     const int cancelled = cancel != nullptr && m_end ? cancel->descriptor() : -1;
     const bool isAllWatched = m_end && (cancel == nullptr || cancelled >= 0);
     const auto left = std::chrono::ceil<milliseconds>(until - Clock::now());

@@ -61,8 +61,9 @@ void reap(pid_t pid)
 void defaultSignals()
 {
     const unsigned long none[4] = {};  // the kernel's record of a signal's action, and its set of signals
-    for (int signal = 1; signal <= LAST_SIGNAL; ++signal)
+    for (int signal = 1; signal <= LAST_SIGNAL; ++signal) {
         ::syscall(SYS_rt_sigaction, signal, none, nullptr, sizeof none[0]);
+    }
     ::syscall(SYS_rt_sigprocmask, SIG_SETMASK, none, nullptr, sizeof none[0]);
 }
 
@@ -73,8 +74,9 @@ bool prepare(const SChild& child)
     if (::getppid() != child.host) ::_exit(0);  // the host was killed before it could be watched
     if (::syscall(SYS_dup3, start.input, STDIN_FILENO, 0) < 0 ||
         ::syscall(SYS_dup3, start.output, STDOUT_FILENO, 0) < 0 ||
-        ::syscall(SYS_dup3, start.output, STDERR_FILENO, 0) < 0)
+        ::syscall(SYS_dup3, start.output, STDERR_FILENO, 0) < 0) {
         return false;
+    }
     ::closefrom(STDERR_FILENO + 1);
     if (start.directory != nullptr && ::chdir(start.directory) != 0) return false;
     defaultSignals();

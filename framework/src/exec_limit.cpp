@@ -48,8 +48,9 @@ unsigned long knownLimit(const ACE_String_Base<char>& component)
     const FileIdentity identity(status.st_dev, status.st_ino, status.st_mtim.tv_sec, status.st_mtim.tv_nsec,
                                 status.st_size);
     const std::lock_guard<std::mutex> guard(g_mutex);
-    if (const auto known = g_known.find(path); known != g_known.end() && known->second.identity == identity)
+    if (const auto known = g_known.find(path); known != g_known.end() && known->second.identity == identity) {
         return known->second.limit;
+    }
     if (g_known.size() >= MAX_KNOWN) g_known.clear();
     return (g_known[path] = {identity, readLimit(component)}).limit;
 }

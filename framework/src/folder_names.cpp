@@ -21,8 +21,9 @@ std::vector<std::string> folderNames(const std::string& folder)
     const std::unique_ptr<DIR, SCloseFolder> listing(::opendir(folder.c_str()));
     if (listing == nullptr) return names;
     // NOLINTNEXTLINE(concurrency-mt-unsafe): unsafe only where threads share a stream; this one is the call's own
-    while (const dirent* const entry = ::readdir(listing.get()))
+    while (const dirent* const entry = ::readdir(listing.get())) {
         names.emplace_back(entry->d_name);
+    }
     return names;
 }
 

@@ -30,8 +30,9 @@ CIcuMessageCatalog::CIcuMessageCatalog(std::string folder, std::string rootName)
     : m_folder(std::move(folder)), m_rootName(std::move(rootName))
 {
     for (const std::string& name : folderNames(m_folder)) {
-        if (name.size() > BUNDLE.size() && name.ends_with(BUNDLE))
+        if (name.size() > BUNDLE.size() && name.ends_with(BUNDLE)) {
             m_locales.emplace(name.substr(0, name.size() - BUNDLE.size()));
+        }
     }
 }
 

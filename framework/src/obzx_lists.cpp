@@ -43,8 +43,9 @@ obz_provider_list* obzx_build_providerlist_node(const char* name, int32_t kind, 
     if (node == nullptr) return nullptr;
     node->kind = kind;
     node->level = level;
-    for (size_t i = 0; version != nullptr && i < 4; ++i)
+    for (size_t i = 0; version != nullptr && i < 4; ++i) {
         node->version[i] = version[i];
+    }
     if (!copyField(node->name, name) || !copyAttributes(*node, attributes, attribute_count)) {
         obzx_free_provider_list(node);
         return nullptr;
@@ -69,8 +70,9 @@ void obzx_free_provider_list(obz_provider_list* list)
     while (list != nullptr) {
         obz_provider_list* next = list->next;
         obzx_free_buf(list->name, 0);
-        for (int32_t i = 0; list->attributes != nullptr && i < list->attribute_count; ++i)
+        for (int32_t i = 0; list->attributes != nullptr && i < list->attribute_count; ++i) {
             obzx_free_buf(list->attributes[i], 0);
+        }
         obzx_free_buf(list->attributes, 0);
         obzx_free_buf(list, sizeof(*list));
         list = next;

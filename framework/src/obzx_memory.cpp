@@ -47,8 +47,9 @@ void obzx_free_objid(obzx_objid* identity)
 void obzx_free_objid_array(obzx_objid** identities, int32_t count)
 {
     if (identities == nullptr) return;
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < count; ++i) {
         obzx_free_objid(identities[i]);
+    }
     obzx_free_buf(identities, 0);
 }
 

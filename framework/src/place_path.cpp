@@ -9,8 +9,9 @@ std::string placePath(const std::string& path)
     const char* root = ::secure_getenv("OBZX_ROOT");
     if (root == nullptr || *root == '\0') return path;
     std::string placed = root;
-    while (!placed.empty() && placed.back() == '/')
+    while (!placed.empty() && placed.back() == '/') {
         placed.pop_back();
+    }
     if (path.empty() || path.front() != '/') placed += '/';
     return placed + path;
 }

@@ -48,8 +48,9 @@ std::vector<const char*> childEnvironment(const std::string& added)
     const std::string_view addedName = std::string_view(added).substr(0, added.find('='));
     std::vector<const char*> variables;
     for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-        if (!isFor(*variable, "LC_ALL") && (added.empty() || !isFor(*variable, addedName)))
+        if (!isFor(*variable, "LC_ALL") && (added.empty() || !isFor(*variable, addedName))) {
             variables.push_back(*variable);
+        }
     }
     if (!added.empty() && addedName != "LC_ALL") variables.push_back(added.c_str());
     variables.insert(variables.end(), {"LC_ALL=C", nullptr});
@@ -60,8 +61,9 @@ std::vector<const char*> pointers(const std::vector<std::string>& texts)
 {
     std::vector<const char*> result;
     result.reserve(texts.size() + 1);
-    for (const std::string& text : texts)
+    for (const std::string& text : texts) {
         result.push_back(text.c_str());
+    }
     result.push_back(nullptr);
     return result;
 }
@@ -86,8 +88,9 @@ std::vector<std::string> programPaths(const std::string& program)
 int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
 {
     const size_t equals = request.environment.find('=');
-    if (request.words.empty() || (!request.environment.empty() && (equals == std::string::npos || equals == 0)))
+    if (request.words.empty() || (!request.environment.empty() && (equals == std::string::npos || equals == 0))) {
         return EINVAL;
+    }
     // Everything that can fail is made ready before there is a child.
     base::CFileDescriptor readEnd, writeEnd;
     const base::CFileDescriptor input = openInput(request.inputFile);

@@ -91,8 +91,9 @@ void cancelRuns() noexcept
 {
     const int savedErrno = errno;
     SState state = g_state.load();
-    while (!g_state.compare_exchange_weak(state, SState{state.round + 1, -1}))
+    while (!g_state.compare_exchange_weak(state, SState{state.round + 1, -1})) {
         continue;
+    }
     if (state.event >= 0) {
         ::eventfd_write(state.event, 1);
         ::close(state.event);

@@ -29,8 +29,9 @@ thread_local bool t_observing = false;
 bool isRunning(uint64_t observer)
 {
     const SCall* call = g_calls;
-    while (call != nullptr && call->observer != observer)
+    while (call != nullptr && call->observer != observer) {
         call = call->next;
+    }
     return call != nullptr;
 }
 
@@ -38,8 +39,9 @@ void endCall(SCall& ended)
 {
     const std::lock_guard<std::mutex> guard(g_mutex);
     SCall** link = &g_calls;
-    while (*link != &ended)
+    while (*link != &ended) {
         link = &(*link)->next;
+    }
     *link = ended.next;
     g_callEnded.notify_all();
 }

@@ -32,8 +32,9 @@ CRunRecord::CRunRecord(const std::string& commandLine, const std::vector<std::st
     m_run.argument_count = 1;
     try {
         m_arguments.reserve(words.size() + 1);
-        for (const std::string& word : words)
+        for (const std::string& word : words) {
             m_arguments.push_back(word.c_str());
+        }
         m_arguments.push_back(nullptr);
     } catch (const std::bad_alloc&) {
         m_arguments.clear();

@@ -68,8 +68,9 @@ bool fillSnapshotHandle(CFiSession& session, obz_snaphandle& handle)
     // Every node is handed out once, also when two callers ask at the same time.
     std::vector<std::string> names;
     names.reserve(nodes.size());
-    for (const CFiSplitNode& node : nodes)
+    for (const CFiSplitNode& node : nodes) {
         names.push_back(CFiStringTool::tstr2str(node.m_name));
+    }
     std::vector<bool> isOurs(nodes.size(), false);
     for (size_t i = 0; i < nodes.size(); ++i) {
         session.update(names[i], [&](CFiSplitNode& node) {

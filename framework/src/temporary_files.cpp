@@ -35,8 +35,9 @@ std::string place()
     const std::filesystem::path processes = std::filesystem::read_symlink("/proc/self/ns/pid", error);
     if (!run || error) return {};
     uint64_t hash = 0xcbf29ce484222325U;  // FNV-1a
-    for (const char c : *run + processes.string())
+    for (const char c : *run + processes.string()) {
         hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3U;
+    }
     char digits[17];
     std::snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(hash));
     return digits;
@@ -56,8 +57,9 @@ std::optional<uint64_t> startTime(pid_t pid)
     std::string state, skipped;
     fields >> state;
     if (state == "Z" || state == "X") return 0;
-    for (int i = 0; i < BETWEEN_STATE_AND_START; ++i)
+    for (int i = 0; i < BETWEEN_STATE_AND_START; ++i) {
         fields >> skipped;
+    }
     uint64_t start = 0;
     return fields >> start ? std::optional<uint64_t>(start) : std::nullopt;
 }
@@ -111,8 +113,9 @@ void removeLeftTemporaryFiles(const std::string& folder, const std::string& pref
         if (!isLeft(name, prefix, here)) continue;
         const std::string path = folder + "/" + name;
         struct stat status = {};
-        if (::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid())
+        if (::lstat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && status.st_uid == ::geteuid()) {
             ::unlink(path.c_str());
+        }
     }
 }
 

@@ -30,8 +30,9 @@ int64_t monotonicSeconds()
 // Makes the missing folders above the file, for this user only.
 void makeFolders(const std::string& path)
 {
-    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1))
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
         ::mkdir(path.substr(0, slash).c_str(), 0700);
+    }
 }
 
 // The writer opens files without a mode and waits where a FIFO has no reader, so the file is made, and looked at, here.
@@ -40,8 +41,9 @@ void prepareFile(const std::string& path)
     const base::CFileDescriptor file(
         ::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0600));
     struct stat status = {};
-    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         throw spdlog::spdlog_ex("not a writable regular file", errno);
+    }
 }
 
 void prepareStream(std::FILE* stream)

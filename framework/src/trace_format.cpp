@@ -55,8 +55,9 @@ class CConversionReader
             conversion.type = m_format[cursor++];
             return true;
         }
-        while (readFlag(conversion, at(cursor)))
+        while (readFlag(conversion, at(cursor))) {
             ++cursor;
+        }
         if (!readNumber(conversion.width, cursor)) return false;
         if (conversion.width < 0) {
             conversion.left = true;
@@ -66,8 +67,9 @@ class CConversionReader
             conversion.precision = 0;
             if (!readNumber(conversion.precision, ++cursor)) return false;
         }
-        while (cursor < m_format.size() && LENGTHS.find(m_format[cursor]) != std::string_view::npos)
+        while (cursor < m_format.size() && LENGTHS.find(m_format[cursor]) != std::string_view::npos) {
             ++cursor;
+        }
         if (cursor >= m_format.size() || TYPES.find(m_format[cursor]) == std::string_view::npos) return false;
         conversion.type = m_format[cursor++];
         return true;
@@ -100,17 +102,20 @@ class CConversionReader
             number = starValue(m_args[m_next++]);
             return true;
         }
-        for (; at(cursor) >= '0' && at(cursor) <= '9'; ++cursor)
+        for (; at(cursor) >= '0' && at(cursor) <= '9'; ++cursor) {
             number = std::min(number, MAX_NUMBER / 10 - 1) * 10 + (at(cursor) - '0');
+        }
         return true;
     }
 
     static int starValue(const CFiTraceArg& arg)
     {
-        if (arg.kind() == CFiTraceArg::EKind::SIGNED)
+        if (arg.kind() == CFiTraceArg::EKind::SIGNED) {
             return static_cast<int>(std::clamp<int64_t>(arg.asSigned(), -MAX_NUMBER, MAX_NUMBER));
-        if (arg.kind() == CFiTraceArg::EKind::UNSIGNED)
+        }
+        if (arg.kind() == CFiTraceArg::EKind::UNSIGNED) {
             return static_cast<int>(std::min<uint64_t>(arg.asUnsigned(), MAX_NUMBER));
+        }
         return 0;
     }
 

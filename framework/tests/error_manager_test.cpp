@@ -94,8 +94,9 @@ TEST(ErrorManager, RemovesTheNewestMatch)
 TEST(ErrorManager, DropsTheOldestPastTwoHundredAndFiftySix)
 {
     CFiErrorManager manager;
-    for (int32_t i = 0; i < 257; ++i)
+    for (int32_t i = 0; i < 257; ++i) {
         manager.push(message("A", "f.cpp", i));
+    }
     EXPECT_EQ(manager.size(), 256u);
     EXPECT_FALSE(manager.remove("A", "f.cpp", 0));
     EXPECT_TRUE(manager.remove("A", "f.cpp", 1));
@@ -154,8 +155,9 @@ TEST(ErrorManager, ServesEightThreads)
             manager.push(message("A", "f.cpp", thread * 100 + i));
             EXPECT_TRUE(manager.top());
         }
-        for (int32_t i = 0; i < 10; ++i)
+        for (int32_t i = 0; i < 10; ++i) {
             EXPECT_TRUE(manager.remove("A", "f.cpp", thread * 100 + i));
+        }
     });
     EXPECT_EQ(manager.size(), 80u);
     EXPECT_EQ(seen.size(), 160u);

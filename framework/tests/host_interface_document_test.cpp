@@ -60,8 +60,9 @@ std::map<std::string, SType> readHeader()
         if (!std::regex_match(line, match, type)) continue;
         const std::string name = match[2];
         std::string parameters = match[3];
-        while (parameters.back() != ';' && std::getline(header, line))
+        while (parameters.back() != ';' && std::getline(header, line)) {
             parameters += line;
+        }
         types[name] = SType{isGated, parameters};
         isGated = false;  // a comment is about the type that follows it
     }
@@ -76,8 +77,9 @@ TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
 #undef OBZX_ADD_NAME
     EXPECT_EQ(expected.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
     std::set<std::string> listed;
-    for (const auto& row : readTable())
+    for (const auto& row : readTable()) {
         listed.insert(row.first);
+    }
     EXPECT_EQ(listed, expected);
 }
 

@@ -20,8 +20,9 @@ std::vector<std::string> namesIn(const std::string& xml)
     CFiConfigParamInfoList list;
     EXPECT_TRUE(parseParameterDescription(xml, list)) << xml;
     std::vector<std::string> names;
-    for (const CFiConfigParamInfo& parameter : list)
+    for (const CFiConfigParamInfo& parameter : list) {
         names.push_back(parameter.name);
+    }
     return names;
 }
 
@@ -77,10 +78,12 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(ParameterDescription, TakesDeepNesting)
 {
     std::string xml = "<parameters>";
-    for (int i = 0; i < 20000; ++i)
+    for (int i = 0; i < 20000; ++i) {
         xml += "<x>";
-    for (int i = 0; i < 20000; ++i)
+    }
+    for (int i = 0; i < 20000; ++i) {
         xml += "</x>";
+    }
     EXPECT_THAT(namesIn(xml + "</parameters>"), IsEmpty());
 }
 

@@ -58,8 +58,9 @@ TEST_F(PluginErrors, CodesHaveTextsInTheNativeLanguage)
 
 TEST_F(PluginErrors, CodesWithoutATextHaveNone)
 {
-    for (const int32_t code : {0, 6000, 6999, -1, INT32_MAX, INT32_MIN})
+    for (const int32_t code : {0, 6000, 6999, -1, INT32_MAX, INT32_MIN}) {
         EXPECT_EQ(errMsg(code), "(none)");
+    }
     m_plugin.setMessageIndexOffset(7000);
     EXPECT_EQ(errMsg(7001), "Plain text");
     EXPECT_EQ(errMsg(6001), "(none)");

@@ -210,8 +210,9 @@ TEST_F(PrivateData, IsListedInNameOrder)
     m_factory.allocate(b.get(), false);
     m_factory.allocate(a.get(), false);
     std::vector<std::string> names;
-    for (const CFiPrivateDataPtr& data : m_factory.getPrivateDataList(false))
+    for (const CFiPrivateDataPtr& data : m_factory.getPrivateDataList(false)) {
         names.push_back(data->getKey());
+    }
     EXPECT_THAT(names, ElementsAre("a", "b"));
     m_factory.deallocate(a.get());
     m_factory.deallocate(b.get());

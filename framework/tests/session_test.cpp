@@ -18,8 +18,9 @@ using testing::StartsWith;
 std::vector<std::string> namesOf(const std::vector<CFiSplitNode>& nodes)
 {
     std::vector<std::string> names;
-    for (const CFiSplitNode& node : nodes)
+    for (const CFiSplitNode& node : nodes) {
         names.emplace_back(node.m_name.c_str());
+    }
     return names;
 }
 
@@ -133,8 +134,9 @@ TEST(Session, MarksAllNodesPrepared)
     CSplitNodes nodes({"a", "b"});
     session.addNodes(nodes.list(), 2);
     session.markPrepared();
-    for (const CFiSplitNode& node : session.getNodes())
+    for (const CFiSplitNode& node : session.getNodes()) {
         EXPECT_EQ(node.m_prepareDone, 1);
+    }
     EXPECT_THAT(session.getSplitNodeList(PHASE_PREPARE), IsEmpty());
 }
 
@@ -183,8 +185,9 @@ TEST(Session, ListsNothingForANumberThatIsNoPhase)
     session.registerTraceLog(capture.log());
     CSplitNodes nodes({"a"});
     session.addNodes(nodes.list(), 1);
-    for (const int phase : {0, 5, -1, 1 << 30})
+    for (const int phase : {0, 5, -1, 1 << 30}) {
         EXPECT_THAT(session.getSplitNodeList(phase), IsEmpty());
+    }
     EXPECT_THAT(capture.lines(), SizeIs(8));  // entered and left, four times
 }
 

@@ -77,11 +77,13 @@ TEST_F(SnapshotHandle, LeavesNodesThatAreNotMadeForLater)
 TEST_F(SnapshotHandle, HandsEachNodeToOneOfEightThreads)
 {
     std::vector<std::string> names;
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < 200; ++i) {
         names.push_back("n" + std::to_string(i));
+    }
     add(names);
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         make(name, "t");
+    }
     std::atomic<size_t> handedOut{0};
     test::onEightThreads([&](int) { handedOut += update().size(); });
     EXPECT_EQ(handedOut, 200u);

@@ -16,10 +16,12 @@ Lines linesOf(std::string_view text)
     while (!text.empty()) {
         std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        while (!line.empty() && line.front() == ' ')
+        while (!line.empty() && line.front() == ' ') {
             line.remove_prefix(1);
-        while (!line.empty() && line.back() == ' ')
+        }
+        while (!line.empty() && line.back() == ' ') {
             line.remove_suffix(1);
+        }
         if (!line.empty()) lines.push_back(line);
     }
     return lines;
@@ -56,8 +58,9 @@ class CCursor
   private:
     void skipBlanks()
     {
-        while (!m_rest.empty() && m_rest.front() == ' ')
+        while (!m_rest.empty() && m_rest.front() == ' ') {
             m_rest.remove_prefix(1);
+        }
     }
     std::string take(size_t size)
     {
@@ -142,11 +145,13 @@ EAnswer judge(const SRunRecord& run)
     if (!run.endedByItself() || !run.isInputWhole() || !run.isOutputWhole()) return EAnswer::UNKNOWN;
     const std::optional<SObjectCommand> command = objectCommandOf(run.input);
     if (!command) return EAnswer::UNKNOWN;
-    if (run.exitStatus == MISSING && isAnswer(run.output, answerText(*command, "does not exist")))
+    if (run.exitStatus == MISSING && isAnswer(run.output, answerText(*command, "does not exist"))) {
         return EAnswer::NOT_THERE;
+    }
     if (run.exitStatus == EXISTS && command->verb == "create" &&
-        isAnswer(run.output, answerText(*command, "exists already")))
+        isAnswer(run.output, answerText(*command, "exists already"))) {
         return EAnswer::EXISTS_ALREADY;
+    }
     return EAnswer::UNKNOWN;
 }
 

@@ -122,8 +122,9 @@ std::vector<SRunRecord> SApplianceReport::blamed() const
 SApplianceReport reportOf(SRuns runs, std::vector<std::string> messages)
 {
     SApplianceReport report;
-    for (SRunRecord& run : runs.runs)
+    for (SRunRecord& run : runs.runs) {
         (run.result == 0 ? report.succeeded : report.failed).push_back(std::move(run));
+    }
     report.lost = runs.lost;
     report.messages = std::move(messages);
     return report;
@@ -147,8 +148,9 @@ bool saysAlreadyThere(const SApplianceReport& report)
 std::string commandLine(const SRunRecord& run)
 {
     std::string line = run.arguments.empty() ? "a program" : run.program();
-    for (size_t i = 1; i < run.arguments.size(); ++i)
+    for (size_t i = 1; i < run.arguments.size(); ++i) {
         line += " " + run.arguments[i];
+    }
     const std::string script = scriptText(run);
     return script.empty() ? line : line + ": " + script;
 }

@@ -145,8 +145,9 @@ CCatalog::CCatalog() : m_path(prepareCatalogFile()), m_lock(m_path + "-owners")
 
 void CCatalog::prepareSchema()
 {
-    if (pragma(*m_db, "PRAGMA user_version") == VERSION && pragma(*m_db, "PRAGMA application_id") == APPLICATION_ID)
+    if (pragma(*m_db, "PRAGMA user_version") == VERSION && pragma(*m_db, "PRAGMA application_id") == APPLICATION_ID) {
         return;
+    }
     CTransaction transaction(*m_db);
     // Another process may have created or changed the tables meanwhile.
     const int64_t version = pragma(*m_db, "PRAGMA user_version");

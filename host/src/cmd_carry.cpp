@@ -105,8 +105,9 @@ class CNewFile
     {
         constexpr mode_t OF_OTHERS = 077;
         if (S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1 &&
-            (status.st_mode & OF_OTHERS) == 0)
+            (status.st_mode & OF_OTHERS) == 0) {
             return;
+        }
         errno = EEXIST;
         fail("create", m_part);
     }

@@ -52,8 +52,9 @@ SResult listNamedDevices(const SContext& context, const std::vector<std::string>
     }
     // A provider that could not read an appliance's inventory serves none of its devices.
     const std::string report = reportText(provider.takeReport());
-    if (!report.empty())
+    if (!report.empty()) {
         CProgress::warn("an appliance did not answer everything\n" + report.substr(0, report.size() - 1));
+    }
     result.text = formatTable(rows);
     return result;
 }

@@ -233,8 +233,10 @@ void CSnapshotImport::requireCheckpoint(const GroupKey& group, bool wasImported)
 void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
 {
     const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
-    if (std::none_of(devices.begin(), devices.end(), [](const SDevice* device) { return device->importPath.empty(); }))
+    if (std::none_of(devices.begin(), devices.end(),
+                     [](const SDevice* device) { return device->importPath.empty(); })) {
         return;
+    }
     stopPoint();
     const bool wasImported = std::any_of(devices.begin(), devices.end(),
                                          [](const SDevice* device) { return !device->importSerial.empty(); });
@@ -248,9 +250,7 @@ void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
                          " makes a new one of the checkpoint")
             .about(m_snapshot.name);
     }
-    if (!isImageThere(group, image) && !wasImported) {
-        makeImage(importer, group, image.owner == EImageOwner::UNKNOWN);
-    }
+    if (!isImageThere(group, image) && !wasImported) makeImage(importer, group, image.owner == EImageOwner::UNKNOWN);
     findCopies(importer, group);
 }
 

@@ -75,8 +75,9 @@ std::string parameterTable(const json& values)
 {
     if (values.empty()) return "";
     Rows rows = {{"VALUE", "TYPE", "DEFAULT", "MEANING"}};
-    for (const json& value : values)
+    for (const json& value : values) {
         rows.push_back({value["name"], value["type"], value["default"], value["help"]});
+    }
     return "\n" + formatTable(rows);
 }
 

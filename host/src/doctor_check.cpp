@@ -35,9 +35,7 @@ std::string checksText(const Checks& checks)
     for (const SCheck& check : checks) {
         std::string line = levelText(check.level);
         line.append(LEVEL_WIDTH - line.size(), ' ');
-        if (!check.file.empty()) {
-            line += check.file + (check.line == 0 ? "" : ":" + std::to_string(check.line)) + ": ";
-        }
+        if (!check.file.empty()) line += check.file + (check.line == 0 ? "" : ":" + std::to_string(check.line)) + ": ";
         line += check.text;
         if (!check.next.empty()) line += "; next: " + check.next;
         text += printable(line) + "\n";

@@ -120,8 +120,9 @@ json snapshotJson(const SSnapshot& snapshot)
 json errorJson(const EFictl& error)
 {
     json commands = json::array();
-    for (const SRunRecord& run : error.report().blamed())
+    for (const SRunRecord& run : error.report().blamed()) {
         commands.push_back(runJson(run));
+    }
     json document = {{"exit", static_cast<int>(error.exit())},
                      {"code", exitName(error.exit())},
                      {"message", error.what()},
@@ -135,11 +136,13 @@ json errorJson(const EFictl& error)
 std::string reportText(const SApplianceReport& report)
 {
     std::string text;
-    for (const SRunRecord& run : report.blamed())
+    for (const SRunRecord& run : report.blamed()) {
         text += "  appliance command: " + printable(commandLine(run)) + "\n  " + printable(answerLine(run)) + "\n";
+    }
     if (report.lost > 0) text += "  and " + std::to_string(report.lost) + " commands more, of which nothing was kept\n";
-    for (const std::string& message : report.messages)
+    for (const std::string& message : report.messages) {
         text += "  reported: " + printable(oneLine(message)) + "\n";
+    }
     return text;
 }
 

@@ -40,8 +40,9 @@ EStop stopOf(int32_t stopped)
 size_t bytesOf(const SRunRecord& record)
 {
     size_t bytes = sizeof record + record.input.size() + record.output.size();
-    for (const std::string& argument : record.arguments)
+    for (const std::string& argument : record.arguments) {
         bytes += argument.capacity() + sizeof(std::string);
+    }
     return bytes;
 }
 
@@ -77,8 +78,9 @@ SRunRecord runRecordOf(const obzx_run& run) noexcept
     record.outputSize = run.output_size;
     try {
         record.entryPoint = textOf(run.entry_point);
-        for (int32_t i = 0; run.arguments != nullptr && i < run.argument_count; ++i)
+        for (int32_t i = 0; run.arguments != nullptr && i < run.argument_count; ++i) {
             record.arguments.push_back(textOf(run.arguments[i]));
+        }
         record.input = textOf(run.input, run.input_kept);
         // Nobody judges by what a command said that succeeded, and listings are long.
         if (run.result != 0) record.output = textOf(run.output, run.output_kept);

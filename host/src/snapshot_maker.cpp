@@ -134,9 +134,7 @@ void CSnapshotMaker::thaw(CFreezing& freezing, EThaw cause, const SFreezeOrder& 
     if (!thawed) return;
     m_progress.step("thaw");
     result.frozenSeconds = thawed->seconds;
-    if (!thawed->result.ok) {
-        result.thawFailure = "\"" + printable(order.hooks.thaw) + "\": " + thawed->result.reason;
-    }
+    if (!thawed->result.ok) result.thawFailure = "\"" + printable(order.hooks.thaw) + "\": " + thawed->result.reason;
     if (thawed->isEarly()) tellEarlyThaw(*thawed, result);
 }
 

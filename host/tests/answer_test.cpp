@@ -31,8 +31,9 @@ class CAnswerTest : public CFictlTest
         arguments.insert(arguments.begin(),
                          {"/usr/bin/env", "OBZX_ROOT=" + m_root, FICTL_PROGRAM, "--provider", FICTL_FAKE_PROVIDER});
         std::vector<char*> words;
-        for (std::string& argument : arguments)
+        for (std::string& argument : arguments) {
             words.push_back(argument.data());
+        }
         words.push_back(nullptr);
         posix_spawn_file_actions_t files;
         posix_spawn_file_actions_init(&files);

@@ -67,8 +67,9 @@ TEST(ApplianceAnswer, DoesNotTakeOtherScriptsForCommands)
           "server alpha\ncreate annotation \"C\" \"G\"\nexit\n",
           "server alpha\ncreate annotation \"C\" \"G\"\ncommit\ncommit\nexit\n",
           "server alpha\ncreate annotation \"C\" \"G\"\ndelete annotation \"C\" \"G\"\ncommit\nexit\n",
-          "server alpha\ndelete annotation \"C\" \"G\"\nexit\nexit\n"})
+          "server alpha\ndelete annotation \"C\" \"G\"\nexit\nexit\n"}) {
         EXPECT_FALSE(objectCommandOf(text)) << text;
+    }
 }
 
 TEST(ApplianceAnswer, SuccessIsDone)
@@ -86,8 +87,9 @@ TEST(ApplianceAnswer, NotThereIsStatus3AndTheExactLine)
     EXPECT_EQ(
         judge(runs::refused("delete timeimage \"T\" \"G\"", 3, "time image \"T\" does not exist in group \"G\"\n")),
         EAnswer::NOT_THERE);
-    for (const int status : {0, 1, 2, 4, 5, 6, 7, 127})
+    for (const int status : {0, 1, 2, 4, 5, 6, 7, 127}) {
         EXPECT_EQ(judge(runs::refused(REMOVE, status, NOT_THERE + "\n")), EAnswer::UNKNOWN) << status;
+    }
 }
 
 TEST(ApplianceAnswer, AnythingAroundTheLineMakesItAnotherAnswer)
@@ -96,8 +98,9 @@ TEST(ApplianceAnswer, AnythingAroundTheLineMakesItAnotherAnswer)
          {std::string(), std::string("\n"), NOT_THERE + "\n\n", "\n" + NOT_THERE, NOT_THERE + " ", " " + NOT_THERE,
           NOT_THERE + "\nWelcome\n", "Welcome\n" + NOT_THERE + "\n", NOT_THERE + "\r\n", NOT_THERE + ".",
           ": " + NOT_THERE, "a b: " + NOT_THERE, "error in \"x\": " + NOT_THERE, "lmsh:" + NOT_THERE,
-          "lmsh:  " + NOT_THERE, NOT_THERE.substr(1), std::string(1, '\0') + NOT_THERE})
+          "lmsh:  " + NOT_THERE, NOT_THERE.substr(1), std::string(1, '\0') + NOT_THERE}) {
         EXPECT_EQ(judge(runs::refused(REMOVE, 3, answer)), EAnswer::UNKNOWN) << answer;
+    }
 }
 
 TEST(ApplianceAnswer, AnotherMissingObjectSaysNothingOfThisOne)
@@ -106,8 +109,9 @@ TEST(ApplianceAnswer, AnotherMissingObjectSaysNothingOfThisOne)
          {"group \"G\" does not exist on appliance \"alpha\"\n", "appliance \"alpha\" does not exist\n",
           "annotation \"D\" does not exist in group \"G\"\n", "annotation \"C\" does not exist in group \"H\"\n",
           "annotation \"C\" does not exist\n", "time image \"C\" does not exist in group \"G\"\n",
-          "annotation \"C\" exists already in group \"G\"\n"})
+          "annotation \"C\" exists already in group \"G\"\n"}) {
         EXPECT_EQ(judge(runs::refused(REMOVE, 3, answer)), EAnswer::UNKNOWN) << answer;
+    }
     EXPECT_EQ(judge(runs::refused("create timeimage \"T\" \"G\"\nuse annotation \"C\"\ncommit", 3, NOT_THERE)),
               EAnswer::UNKNOWN);
 }

@@ -40,8 +40,9 @@ class CDeviceUseTest : public testing::Test
         if (m_child == 0) {
             use();
             const ssize_t told = write(ends[1], "x", 1);
-            while (told == 1)
+            while (told == 1) {
                 pause();
+            }
             _exit(1);
         }
         close(ends[1]);

@@ -25,8 +25,9 @@ class CDoctorTest : public CInspectedTest
         fs::create_directories(m_root + "/etc/qz");
         fs::create_directories(m_root + "/tool");
         fs::create_directories(m_root + "/var/log/qz");
-        for (const std::string& file : {m_list, m_store, m_tool})
+        for (const std::string& file : {m_list, m_store, m_tool}) {
             writeFile(file, "");
+        }
         json& configuration = m_seen["configuration"];
         configuration["files"] = {file(m_list, true), file(m_store, true)};
         configuration["values"] = {
@@ -402,8 +403,9 @@ TEST_F(CDoctorTest, ADamagedCatalogIsTold)
     }
     std::string content = readFile(catalog());
     ASSERT_GT(content.size(), 4 * 4096U);
-    for (size_t page = 1; page * 4096 < content.size(); ++page)
+    for (size_t page = 1; page * 4096 < content.size(); ++page) {
         content.replace(page * 4096, 64, std::string(64, '\x55'));
+    }
     writeFile(catalog(), content);
     const std::vector<std::string> lines = complaints();
     ASSERT_EQ(lines.size(), 1U);

@@ -46,16 +46,19 @@ TEST_F(CFictlTest, TheManualListsTheKeysOfAFailedCommand)
     arm("make:g1 fail busy\n");
     std::vector<std::string> fromDocument;
     const nlohmann::json error = fictlJson({"snapshot", "create", "s", "/dev/fake1"}).document()["error"];
-    for (const auto& entry : error["commands"][0].items())
+    for (const auto& entry : error["commands"][0].items()) {
         fromDocument.push_back(entry.key());
+    }
     std::vector<std::string> fromManual;
     bool inside = false;
     for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
         if (inside && line.empty()) break;
         // The first column names one key or several: "| `a`, `b` | meaning |".
         const std::string column = inside ? line.substr(0, line.find(" | ")) : "";
-        for (size_t at = column.find('`'); at != std::string::npos; at = column.find('`', column.find('`', at + 1) + 1))
+        for (size_t at = column.find('`'); at != std::string::npos;
+             at = column.find('`', column.find('`', at + 1) + 1)) {
             fromManual.push_back(column.substr(at + 1, column.find('`', at + 1) - at - 1));
+        }
         inside = inside || line == "| Key | Value |";
     }
     std::sort(fromManual.begin(), fromManual.end());

@@ -114,8 +114,9 @@ TEST_F(CFailedCommandTest, ABannerInFrontOfARefusalIsPartOfTheAnswer)
     leaveInspectorAway();
     ASSERT_EQ(create().exit, 0);
     writeTool("echo Welcome\nexec '" FICTL_FAKE_TOOL "'\n");
-    for (const std::string& object : objects())
+    for (const std::string& object : objects()) {
         std::filesystem::remove(fake("objects/" + object));
+    }
     const SRun run = fictl({"snapshot", "delete", "s"});
     EXPECT_EQ(run.exit, 10);
     EXPECT_NE(
@@ -163,8 +164,9 @@ TEST_P(COddNameTest, ARefusedDeletionIsNoConfirmation)
 TEST_P(COddNameTest, AMissingCheckpointIsAConfirmation)
 {
     ASSERT_EQ(create().exit, 0);
-    for (const std::string& object : objects())
+    for (const std::string& object : objects()) {
         std::filesystem::remove(fake("objects/" + object));
+    }
     const SRun run = fictl({"snapshot", "delete", "s"});
     EXPECT_EQ(run.exit, 0) << run.err;
 }

@@ -57,8 +57,9 @@ TEST_F(CFictlTest, TheInspectorIsAskedForAPart)
     EXPECT_EQ(document["appliances"][0]["groups_read"], true);
     EXPECT_EQ(inspection({"--appliance", "nosuch"})["appliances"], json::array());
     for (const std::vector<std::string>& wrong : std::vector<std::vector<std::string>>{
-             {"--nosuch", "x"}, {"--group"}, {"release", "g1", "x"}, {"release", "g1"}, {"word"}})
+             {"--nosuch", "x"}, {"--group"}, {"release", "g1", "x"}, {"release", "g1"}, {"word"}}) {
         EXPECT_EQ(runProgram(FICTL_FAKE_INSPECTOR, wrong).exit, 2);
+    }
 }
 
 TEST_F(CFictlTest, TheInspectorListsAmbiguousSerials)

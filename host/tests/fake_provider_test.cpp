@@ -54,10 +54,12 @@ class CFakeProviderTest : public CFictlTest
     static std::vector<std::string> commandsOf(const fictl::SApplianceReport& report)
     {
         std::vector<std::string> commands;
-        for (const fictl::SRunRecord& run : report.succeeded)
+        for (const fictl::SRunRecord& run : report.succeeded) {
             commands.push_back(fictl::commandLine(run));
-        for (const fictl::SRunRecord& run : report.failed)
+        }
+        for (const fictl::SRunRecord& run : report.failed) {
             commands.push_back(fictl::commandLine(run));
+        }
         return commands;
     }
 };

@@ -243,14 +243,13 @@ std::string CFictlTest::state(const std::string& name) const
 void CFictlTest::expectClean() const
 {
     for (const std::string& call : calls()) {
-        if (call.starts_with("fini")) {
-            EXPECT_EQ(call, "fini nodes=0");
-        }
+        if (call.starts_with("fini")) EXPECT_EQ(call, "fini nodes=0");
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(m_root + "/tmp")) {
         EXPECT_TRUE(entry.path().filename().string().starts_with("run")) << entry.path();
     }
     if (!fs::exists(fake("scripts"))) return;
-    for (const fs::directory_entry& entry : fs::directory_iterator(fake("scripts")))
+    for (const fs::directory_entry& entry : fs::directory_iterator(fake("scripts"))) {
         ADD_FAILURE() << entry.path() << " is left over";
+    }
 }

@@ -39,8 +39,9 @@ class CFreezeTest : public CFictlTest
     /// Starts a creation and returns once its application is frozen and its make has done all but return.
     pid_t startFrozen(const std::string& maxFreeze = "60", const std::string& thaw = {})
     {
-        for (const char* file : {"hooks", "go", "go.reached"})
+        for (const char* file : {"hooks", "go", "go.reached"}) {
             fs::remove(fake(file));
+        }
         arm("made wait go\n");
         const pid_t pid =
             startHeld({"--output", "json", "snapshot", "create", "s", "/dev/fake1", "/dev/fake3", "--freeze",
@@ -54,8 +55,9 @@ class CFreezeTest : public CFictlTest
     {
         std::istringstream text(readFile(fake("hooks")));
         Lines lines;
-        for (std::string line; std::getline(text, line);)
+        for (std::string line; std::getline(text, line);) {
             lines.push_back(line);
+        }
         return lines;
     }
 

@@ -89,8 +89,9 @@ TEST(Heartbeat, SaysNothingOfShortStepsAndEndsAtOnce)
     CLines lines;
     {
         CHeartbeat heartbeat(NEVER, lines.writer());
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             heartbeat.step("one of many");
+        }
     }
     EXPECT_EQ(lines.size(), 0U);
     const CHeartbeat unused(NEVER, lines.writer());

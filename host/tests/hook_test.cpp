@@ -55,8 +55,9 @@ class Hook : public testing::Test
     // It is no child of this process, so its end can only be looked for.
     static void expectGone(pid_t pid)
     {
-        for (int i = 0; i < 1000 && isThere(pid); ++i)
+        for (int i = 0; i < 1000 && isThere(pid); ++i) {
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
         EXPECT_FALSE(isThere(pid));
     }
 

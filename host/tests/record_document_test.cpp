@@ -162,14 +162,16 @@ TEST(RecordDocument, CarriesARecord)
 
 TEST(RecordDocument, RefusesWhatIsNotARecord)
 {
-    for (const SRefused& refused : refusedDocuments())
+    for (const SRefused& refused : refusedDocuments()) {
         expectRefused(refused);
+    }
 }
 
 TEST(RecordDocument, RefusesDevicesThatAreNotOfOneRecord)
 {
-    for (const SRefused& refused : refusedDevices())
+    for (const SRefused& refused : refusedDevices()) {
         expectRefused(refused);
+    }
 }
 
 TEST(RecordDocument, RefusesWhatIsNotJson)

@@ -134,8 +134,9 @@ TEST_F(CRunLogTest, HandsEachRunOutOnceAndCountsThemAll)
 TEST_F(CRunLogTest, KeepsTheFirstRunsAndRoomForFailures)
 {
     CRunLog log;
-    for (int i = 0; i < 1005; ++i)
+    for (int i = 0; i < 1005; ++i) {
         run("/bin/true");
+    }
     shell("exit 9\n");
     const SRuns taken = log.take();
     EXPECT_EQ(taken.lost, 5U);
@@ -147,8 +148,9 @@ TEST_F(CRunLogTest, KeepsTheFirstRunsAndRoomForFailures)
 TEST_F(CRunLogTest, LongAnswersOfFailuresAreKeptUpToABound)
 {
     CRunLog log;
-    for (int i = 0; i < 18; ++i)
+    for (int i = 0; i < 18; ++i) {
         shell("head -c 2000000 /dev/zero; exit 1\n");
+    }
     const SRuns taken = log.take();
     EXPECT_EQ(taken.runs.size() + taken.lost, 18U);
     EXPECT_EQ(taken.lost, 3U);
@@ -163,12 +165,14 @@ TEST_F(CRunLogTest, ObservesRunsOfEveryThread)
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([this] {
-            for (int j = 0; j < 5; ++j)
+            for (int j = 0; j < 5; ++j) {
                 shell("exit 2\n");
+            }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(log.take().runs.size(), 20U);
 }
 

@@ -112,8 +112,9 @@ class COwnerLockTest : public testing::Test
             const COwnerLock lock(m_file);
             const SProcessIdentity self = thisProcess();
             const ssize_t told = write(ends[1], &self.lock, sizeof self.lock);
-            while (told > 0)
+            while (told > 0) {
                 pause();
+            }
             _exit(1);
         }
         close(ends[1]);

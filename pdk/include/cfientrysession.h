@@ -161,8 +161,9 @@ class FI_PRIVATE CFiEntrySession
 
     static void freeIdentities(obzx_objid** list, size_t filled, size_t size)
     {
-        for (size_t i = 0; i < filled; ++i)
+        for (size_t i = 0; i < filled; ++i) {
             obzx_free_objid(list[i]);
+        }
         obzx_free_buf(list, size * sizeof(obzx_objid*));
     }
 };

@@ -56,8 +56,9 @@ class FI_PRIVATE CFiErrorHandler : public CFiErrorHandlerBase
   private:
     void deliver(const char* localized, const char* text, obz_eseverity severity) const
     {
-        if (m_context != nullptr && m_context->callback != nullptr)
+        if (m_context != nullptr && m_context->callback != nullptr) {
             m_context->callback(m_context, localized, text, severity);
+        }
     }
 
     obz_context* m_context;

@@ -40,8 +40,9 @@ class FI_PRIVATE CFiList
         if (element == nullptr) return;
         element->next = nullptr;
         ListRecord** link = &m_head;
-        while (*link != nullptr)
+        while (*link != nullptr) {
             link = &(*link)->next;
+        }
         *link = element;
         if (m_count != nullptr) ++*m_count;
     }
@@ -71,8 +72,9 @@ class FI_PRIVATE CFiProviderInfoListFactory : public CFiList<obz_provider_list, 
     obz_provider_list* allocateListElement(const CFiProviderInfo& item) override
     {
         std::vector<const char*> attributes;
-        for (const std::string& attribute : item.m_attributes)
+        for (const std::string& attribute : item.m_attributes) {
             attributes.push_back(attribute.c_str());
+        }
         return obzx_build_providerlist_node(m_providerName.c_str(), item.m_kind, item.m_level, m_version.data(),
                                             attributes.data(), static_cast<int32_t>(attributes.size()));
     }

@@ -119,8 +119,9 @@ class FI_PRIVATE CFiObjctlArgs
         while (cursor.token() == "<OBJCTL_INPUT") {
             CFiKeyValuePair pair;
             if (!cursor.attribute("arg", pair.m_arg) || !cursor.attribute("value", pair.m_value) ||
-                !cursor.attribute("type", pair.m_type) || cursor.token() != "/>")
+                !cursor.attribute("type", pair.m_type) || cursor.token() != "/>") {
                 return;
+            }
             append(m_inputs, pair);
         }
     }

@@ -89,8 +89,9 @@ const std::array<SEntryFacts, OBZX_FI_ENTRY_POINT_COUNT> ENTRY_FACTS = {{
 
 const SEntryFacts& factsOf(std::string_view name)
 {
-    for (const SEntryFacts& facts : ENTRY_FACTS)
+    for (const SEntryFacts& facts : ENTRY_FACTS) {
         if (facts.name == name) return facts;
+    }
     throw std::runtime_error("no such entry point: " + std::string(name));
 }
 
@@ -98,8 +99,9 @@ CWords validArguments(const SEntryType& type, CHostObjects& objects)
 {
     CWords words = type.validArguments(objects);
     const std::string_view parameters = factsOf(type.name).parameters;
-    for (size_t i = 0; i < words.size(); ++i)
+    for (size_t i = 0; i < words.size(); ++i) {
         if (parameters[i] == 'z') words[i] = 0;
+    }
     return words;
 }
 

@@ -36,8 +36,9 @@ void deinitNodes(const CLoadedProvider& provider, const SEntryType& type, const 
     std::vector<size_t> places;
     if (type.name == "init_node" || type.name == "process_providerstate") places = {0};
     if (type.name == "init_altnode" || type.name == "init_remnode") places = {0, 2};
-    for (const size_t place : places)
+    for (const size_t place : places) {
         provider.get<obzx_fi_deinit_node_fn>("deinit_node")(fromWord<obz_domain*>(words[place]));
+    }
 }
 
 }  // namespace
@@ -45,15 +46,17 @@ void deinitNodes(const CLoadedProvider& provider, const SEntryType& type, const 
 CWords argumentsToConsume(const SEntryType& type, CHostObjects& objects)
 {
     CWords words = validArguments(type, objects);
-    if (type.name == "del_last_error" || type.name == "del_locale_message")
+    if (type.name == "del_last_error" || type.name == "del_locale_message") {
         words[0] = testfi::toWord(obzx_alloc_buf(256));
+    }
     return words;
 }
 
 SOwnAnswers CNullMatrix::answersOf(const SEntryType& type) const
 {
-    for (const SOwnAnswers& answers : m_answers)
+    for (const SOwnAnswers& answers : m_answers) {
         if (answers.name == type.name) return answers;
+    }
     const SEntryFacts& facts = factsOf(type.name);
     const bool needsAny = facts.parameters.find('n') != std::string_view::npos;
     return {facts.name, facts.parameters, facts.defaultStatus, needsAny ? facts.nullStatus : facts.defaultStatus};
@@ -85,8 +88,9 @@ void CNullMatrix::callWithAllPointersNull()
         if (type.name == "fini") continue;
         SCOPED_TRACE(type.name);
         CWords words = validArguments(type, m_objects);
-        for (size_t i = 0; i < words.size(); ++i)
+        for (size_t i = 0; i < words.size(); ++i) {
             if (type.isPointer[i]) words[i] = 0;
+        }
         expectStatus(type, words, answersOf(type).allNullStatus);
     }
 }

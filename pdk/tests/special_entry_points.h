@@ -22,8 +22,9 @@ class SpecialEntryPoints : public ::testing::Test
     std::vector<obz_splitnode*> list(const std::vector<const char*>& names)
     {
         std::vector<obz_splitnode*> nodes;
-        for (const char* const name : names)
+        for (const char* const name : names) {
             nodes.push_back(objects.splitNode(name));
+        }
         return nodes;
     }
     int32_t select(const char* session, std::vector<obz_splitnode*> nodes)
@@ -45,8 +46,9 @@ class SpecialEntryPoints : public ::testing::Test
     std::vector<std::string> identityNames() const
     {
         std::vector<std::string> names;
-        for (int32_t i = 0; i < identityCount; ++i)
+        for (int32_t i = 0; i < identityCount; ++i) {
             names.emplace_back(identities[i]->name);
+        }
         return names;
     }
     /// Lets makeSnapshots make the nodes of these names.
@@ -54,8 +56,9 @@ class SpecialEntryPoints : public ::testing::Test
     {
         record.answers["make"] = OBZ_USE_SESSION;
         record.onSession = [names](obzx_pdk_4_4::CFiSession& session) {
-            for (const std::string& name : names)
+            for (const std::string& name : names) {
                 session.update(name, [](obzx_pdk_4_4::CFiSplitNode& node) { node.m_makeDone = 1; });
+            }
         };
     }
 

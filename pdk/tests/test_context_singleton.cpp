@@ -179,14 +179,16 @@ TEST(ContextSingleton, CreationRacedByManyThreadsMakesOneObject)
         std::vector<CCounted<8>*> seen(THREADS);
         std::latch start(THREADS);
         std::vector<std::thread> threads;
-        for (size_t i = 0; i < THREADS; ++i)
+        for (size_t i = 0; i < THREADS; ++i) {
             threads.emplace_back([&, i] {
                 start.arrive_and_wait();
                 const auto pointer = CSingleton<8>::instance();
                 seen[i] = pointer.get();
             });
-        for (std::thread& thread : threads)
+        }
+        for (std::thread& thread : threads) {
             thread.join();
+        }
         EXPECT_EQ(CCounted<8>::s_made, madeBefore + 1);
         EXPECT_EQ(std::set<void*>(seen.begin(), seen.end()).size(), 1u);
         CSingleton<8>::instance(true);
@@ -198,18 +200,21 @@ TEST(ContextSingleton, UseRacedWithDestructionNeverSeesADeadObject)
 {
     std::atomic<bool> isDone{false};
     std::vector<std::thread> users;
-    for (int i = 0; i < 7; ++i)
+    for (int i = 0; i < 7; ++i) {
         users.emplace_back([&] {
             while (!isDone) {
                 const auto pointer = CSingleton<9>::instance();
                 ASSERT_TRUE(pointer);
             }
         });
-    for (int i = 0; i < 500; ++i)
+    }
+    for (int i = 0; i < 500; ++i) {
         CSingleton<9>::instance(true);
+    }
     isDone = true;
-    for (std::thread& user : users)
+    for (std::thread& user : users) {
         user.join();
+    }
     CSingleton<9>::instance(true);
     EXPECT_EQ(CCounted<9>::s_made, CCounted<9>::s_destroyed);
 }

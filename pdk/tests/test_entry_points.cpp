@@ -49,8 +49,9 @@ CWords distinctArguments(const SEntryType& type, CHostObjects& objects)
 {
     CWords words = validArguments(type, objects);
     if (TAKE_A_SINGLE_NODE.count(type.name) != 0) return words;  // has one count, which goes with the list
-    for (size_t i = 0; i < words.size(); ++i)
+    for (size_t i = 0; i < words.size(); ++i) {
         if (factsOf(type.name).parameters[i] == 'i') words[i] = 40 + i;
+    }
     return words;
 }
 
@@ -84,10 +85,11 @@ TEST_F(EntryPoints, TableNamesEveryEntryPointWithItsParameters)
         SCOPED_TRACE(type.name);
         EXPECT_EQ(ENTRY_FACTS[i].name, type.name);
         ASSERT_EQ(ENTRY_FACTS[i].parameters.size(), type.isPointer.size());
-        for (size_t p = 0; p < type.isPointer.size(); ++p)
+        for (size_t p = 0; p < type.isPointer.size(); ++p) {
             EXPECT_EQ(std::string_view("no").find(ENTRY_FACTS[i].parameters[p]) != std::string_view::npos,
                       type.isPointer[p])
                 << "parameter " << p;
+        }
     }
 }
 

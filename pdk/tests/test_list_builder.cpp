@@ -12,8 +12,9 @@ using namespace obzx_pdk_4_4;
 std::vector<std::string> names(const obz_fim_list* list)
 {
     std::vector<std::string> found;
-    for (; list != nullptr; list = list->next)
+    for (; list != nullptr; list = list->next) {
         found.push_back(std::string(list->name) + "|" + list->version + "|" + list->provider);
+    }
     return found;
 }
 
@@ -90,8 +91,9 @@ TEST(ListBuilder, AppendsNothingForARecordThatCouldNotBeMade)
     int32_t count = 0;
     {
         CRecords builder(&list, &count);
-        for (const char* const name : {"none", "a", "none", "b"})
+        for (const char* const name : {"none", "a", "none", "b"}) {
             builder.append({name, ""});
+        }
     }
     EXPECT_THAT(names(list), ::testing::ElementsAre("a||", "b||"));
     EXPECT_EQ(count, 2);

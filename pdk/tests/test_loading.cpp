@@ -33,8 +33,9 @@ std::vector<std::pair<std::string, char>> definedSymbols(const std::string& name
     std::array<char, 4096> line;
     char symbol[1024];
     char kind = 0;
-    while (fgets(line.data(), line.size(), pipe.get()) != nullptr)
+    while (fgets(line.data(), line.size(), pipe.get()) != nullptr) {
         if (sscanf(line.data(), "%1023s %c", symbol, &kind) == 2) symbols.emplace_back(symbol, kind);
+    }
     return symbols;
 }
 
@@ -55,8 +56,9 @@ TEST(ProviderLibrary, ExportsItsEntryPointsAndNothingElse)
     for (const std::string name : {"testfi", "othertestfi", "plainfi"}) {
         SCOPED_TRACE(name);
         std::set<std::pair<std::string, char>> expected;
-        for (const SEntryType& type : entryTypes())
+        for (const SEntryType& type : entryTypes()) {
             expected.emplace(name + "_fi_pgn_" + type.name, 'T');
+        }
         const auto symbols = definedSymbols(name);
         EXPECT_THAT(symbols, ::testing::UnorderedElementsAreArray(expected));
     }
@@ -133,11 +135,13 @@ void useOnce()
 TEST(ProviderLibrary, LeavesNothingBehindInAThousandLives)
 {
     const CTestRoot root;
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
         useOnce();  // what the process sets up once
+    }
     const SFootprint before = SFootprint::take();
-    for (int i = 0; i < 1000; ++i)
+    for (int i = 0; i < 1000; ++i) {
         useOnce();
+    }
     expectNoGrowth(before, SFootprint::take(), 1000);
 }
 

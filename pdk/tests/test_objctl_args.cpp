@@ -16,8 +16,9 @@ std::vector<std::string> inputs(std::string request)
     CFiObjctlArgs args;
     EXPECT_EQ(args.importArgs(request.data()), 0);
     std::vector<std::string> texts;
-    for (const CFiKeyValuePair& pair : args.getInputs())
+    for (const CFiKeyValuePair& pair : args.getInputs()) {
         texts.push_back(std::string(pair.m_arg.c_str()) + "|" + pair.m_value.c_str() + "|" + pair.m_type.c_str());
+    }
     return texts;
 }
 

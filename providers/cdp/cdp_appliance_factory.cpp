@@ -76,8 +76,9 @@ std::vector<CAppliancePtr> CCDPApplianceFactory::getApplianceList() const
     const CFiTraceLogFunction tracer(m_traceLog, "getApplianceList", __LINE__, __FILE__);
     std::vector<CAppliancePtr> appliances;
     appliances.reserve(m_appliances.size());
-    for (const auto& entry : m_appliances)
+    for (const auto& entry : m_appliances) {
         appliances.push_back(entry.second);
+    }
     return appliances;
 }
 

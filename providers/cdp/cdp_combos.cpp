@@ -57,8 +57,9 @@ bool appendCombo(obz_domain* node, const CString& quiesceName, const CString& sp
         return false;
     }
     obz_combo** tail = &node->combos;
-    while (*tail != nullptr)
+    while (*tail != nullptr) {
         tail = &(*tail)->next;
+    }
     *tail = combo;
     return true;
 }
@@ -66,8 +67,9 @@ bool appendCombo(obz_domain* node, const CString& quiesceName, const CString& sp
 void releaseCombos(obz_domain* node)
 {
     obz_combo* combo = std::exchange(node->combos, nullptr);
-    while (combo != nullptr)
+    while (combo != nullptr) {
         freeCombo(std::exchange(combo, combo->next));
+    }
 }
 
 void CNodeCombos::startOver(obz_domain* node)

@@ -18,8 +18,9 @@ void traceHost(const CFiTraceable& log, const char* format, const SHostInfo& hos
 {
     if (!log.isTraceEnabled(TRACE_INFO)) return;
     std::string names;
-    for (const std::string& name : host.names)
+    for (const std::string& name : host.names) {
         names += name;
+    }
     log.trace(TRACE_INFO, format, host.name, names, host.addressText);
 }
 

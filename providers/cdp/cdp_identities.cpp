@@ -30,8 +30,9 @@ obzx_objid** newGroupList(const CString* names, int32_t count)
     for (size_t i = 0; i < entries; ++i) {
         list[i] = newIdentity(names[i]).release();
         if (list[i] != nullptr) continue;
-        for (size_t made = 0; made < i; ++made)
+        for (size_t made = 0; made < i; ++made) {
             obzx_free_objid(list[made]);
+        }
         obzx_free_buf(list, size);
         return nullptr;
     }

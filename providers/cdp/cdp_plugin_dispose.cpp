@@ -81,9 +81,7 @@ int32_t CCDPPlugin::disposeTarget(const CString& name)
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deviceNode = [%s] ", target.m_source);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - checkpoint = [%s] ", target.m_checkPoint);
     const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);
-    if (!isClaimed(*this, static_cast<bool>(appliance), "dispose", "appliance", target.m_source)) {
-        return OBZ_ERR_FAILED;
-    }
+    if (!isClaimed(*this, static_cast<bool>(appliance), "dispose", "appliance", target.m_source)) return OBZ_ERR_FAILED;
     const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
     if (!isClaimed(*this, static_cast<bool>(group), "dispose", "consistency group", target.m_source)) {
         return OBZ_ERR_FAILED;

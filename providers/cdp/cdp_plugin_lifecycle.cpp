@@ -195,8 +195,9 @@ int32_t CCDPPlugin::enumerateFims(obz_fim_list** fims)
         CFiFimListFactory list(fims, cfi_pgn_name_str);
         for (const CAppliancePtr& appliance : registry()->getApplianceList()) {
             if (!appliance) continue;
-            for (const CFiFim& fim : appliance->getFimList())
+            for (const CFiFim& fim : appliance->getFimList()) {
                 list.append(fim);
+            }
         }
         return OBZ_OK;
     });

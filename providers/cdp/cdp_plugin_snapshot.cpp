@@ -96,8 +96,9 @@ int32_t CCDPPlugin::makeCheckPoint(const CAppliancePtr& appliance, const CString
               group->getName());
         return OBZ_ERR_FAILED;
     }
-    for (const std::string& node : nodes)
+    for (const std::string& node : nodes) {
         recordCopy(textOf(node), checkPoint, session);
+    }
     return OBZ_OK;
 }
 

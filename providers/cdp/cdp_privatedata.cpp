@@ -92,8 +92,9 @@ int32_t CCDPPrivateData::setNodeState(const obz_blob* blob)
     }
     // Nothing can fail from here on: a record holds one state, never half of another.
     value = values;
-    for (const SField& field : READ_ORDER)
+    for (const SField& field : READ_ORDER) {
         (this->*field.m_value).swap(*value++);
+    }
     return OBZ_OK;
 }
 

@@ -7,8 +7,9 @@ namespace cdpfi {
 CString join(std::initializer_list<std::string_view> pieces)
 {
     std::string whole;
-    for (const std::string_view piece : pieces)
+    for (const std::string_view piece : pieces) {
         whole += piece;
+    }
     return textOf(whole);
 }
 

@@ -38,8 +38,9 @@ int takeMostOfOneName()
 {
     const std::lock_guard<std::mutex> guard(g_mutex);
     int most = 0;
-    for (const auto& [name, times] : g_asked)
+    for (const auto& [name, times] : g_asked) {
         most = std::max(most, times);
+    }
     g_asked.clear();
     return most;
 }

@@ -45,8 +45,9 @@ int complain(const std::string& what)
 int report(const CWorkflow& workflow)
 {
     int failed = 0;
-    for (const std::string& complaint : workflow.complaints())
+    for (const std::string& complaint : workflow.complaints()) {
         failed = complain(complaint);
+    }
     return failed;
 }
 
@@ -76,8 +77,9 @@ int runCase(const SSweep& sweep, uint64_t number, bool isWarm)
         if (request != "=== lmsh\n" && !sweep.requests.contains(request)) failed |= complain("sent: " + request);
     }
     // An exception out of a run leaves its script for whoever looks into it.
-    if (sweep.kind == EKind::SPAWN && !sweep.host.leftFiles().empty())
+    if (sweep.kind == EKind::SPAWN && !sweep.host.leftFiles().empty()) {
         failed |= complain("left over: " + sweep.host.leftFiles());
+    }
     failed |= runUndisturbed(sweep);
     const int64_t more = failing_calls::liveBlocks() - sweep.blocks;
     if (isWarm && more > 0) failed |= complain(std::to_string(more) + " blocks of memory are lost");
@@ -112,8 +114,9 @@ uint64_t countCold(SSweep& sweep)
     }
     close(ends[1]);  // so that a child that ends early ends the reading
     uint64_t calls = 0;
-    if (read(ends[0], &calls, sizeof calls) != sizeof calls || calls == 0)
+    if (read(ends[0], &calls, sizeof calls) != sizeof calls || calls == 0) {
         throw std::runtime_error("an undisturbed workflow does not succeed");
+    }
     close(ends[0]);
     waitpid(child, nullptr, 0);
     for (std::string request : sweep.host.takeSent(child)) {
@@ -149,8 +152,9 @@ int run(int argc, char** argv)
     int failed = 0;
     const auto sweepOver = [&](uint64_t calls, bool isWarm) {
         const int64_t from = first < 0 ? std::max<int64_t>(static_cast<int64_t>(calls) + first, 0) + 1 : first;
-        for (auto number = static_cast<uint64_t>(from); number <= calls; number += step, ++cases)
+        for (auto number = static_cast<uint64_t>(from); number <= calls; number += step, ++cases) {
             failed += passes(sweep, number, isWarm) ? 0 : 1;
+        }
     };
     const uint64_t cold = countCold(sweep);
     sweepOver(cold, false);

@@ -42,8 +42,9 @@ std::string scenario(const std::string& host)
 
 void replaceAll(std::string& text, const std::string& from, const std::string& to)
 {
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
         text.replace(at, from.size(), to);
+    }
 }
 
 }  // namespace
@@ -93,7 +94,8 @@ std::vector<std::string> CScratchHost::takeSent(pid_t process) const
 
 std::string CScratchHost::leftFiles() const
 {
-    for (const fs::directory_entry& entry : fs::directory_iterator(m_root / "tmp"))
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_root / "tmp")) {
         return entry.path().filename();
+    }
     return {};
 }

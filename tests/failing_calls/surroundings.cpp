@@ -57,8 +57,9 @@ int runWorkflow(const CProviderLibrary& library, bool succeeds)
     CWorkflow workflow(library);
     workflow.run();
     int failed = 0;
-    for (const std::string& complaint : workflow.complaints())
+    for (const std::string& complaint : workflow.complaints()) {
         failed = fail(complaint);
+    }
     if (workflow.succeeded() != succeeds) failed = fail(succeeds ? "does not succeed" : "succeeds");
     return failed;
 }
@@ -78,8 +79,9 @@ class COpenDescriptors
     }
     ~COpenDescriptors()
     {
-        for (const int descriptor : m_descriptors)
+        for (const int descriptor : m_descriptors) {
             close(descriptor);
+        }
     }
     COpenDescriptors(const COpenDescriptors&) = delete;
     COpenDescriptors& operator=(const COpenDescriptors&) = delete;

@@ -86,8 +86,9 @@ int32_t CWorkflow::step(const char* name, std::initializer_list<int32_t> documen
         return call();
     }();
     if (status != *documented.begin()) m_succeeded = false;
-    if (std::find(documented.begin(), documented.end(), status) == documented.end())
+    if (std::find(documented.begin(), documented.end(), status) == documented.end()) {
         m_complaints.push_back(std::string(name) + " gave " + std::to_string(status));
+    }
     return status;
 }
 
@@ -143,8 +144,9 @@ void CWorkflow::describe()
     obz_confspec* parameters = nullptr;
     step("config", GATED,
          [&] { return m_library.entry<obzx_fi_config_fn>("config")(&node, nullptr, nullptr, &parameters); });
-    for (const obz_confspec* entry = parameters; entry != nullptr; entry = entry->next)
+    for (const obz_confspec* entry = parameters; entry != nullptr; entry = entry->next) {
         expect(entry->name != nullptr && entry->name[0] != '\0', "a parameter record is whole");
+    }
     obzx_free_confspec(parameters);
 }
 
@@ -201,8 +203,9 @@ void CWorkflow::make(obz_splitnode& split)
     });
     expect((identities == nullptr) == (count == 0), "make gives an array and its count, or neither");
     // A node that was never selected is no part of the session, whose snapshot then holds nothing.
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < count; ++i) {
         expect(isNamed(identities[i], NODE), "make names the node that was made");
+    }
     if (status == OBZ_OK && m_succeeded) expect(count == 1, "make names every node that was made");
     obzx_free_objid_array(identities, count);
 }

@@ -16,8 +16,9 @@ class InspectorConfiguration : public CInspectorTest
 void collectKeys(const nlohmann::json& json, const std::string& path, std::set<std::string>& keys)
 {
     if (json.is_array()) {
-        for (const nlohmann::json& entry : json)
+        for (const nlohmann::json& entry : json) {
             collectKeys(entry, path, keys);
+        }
     } else if (json.is_object()) {
         for (const auto& [key, value] : json.items()) {
             const std::string inner = path.empty() ? key : path + "." + key;
@@ -65,8 +66,9 @@ TEST_F(InspectorConfiguration, TheValuesAreThoseOfTheParameterDescription)
     const std::string description = contentOf(PARAMETER_DESCRIPTION);
     const std::regex parameter("<parameter name=\"([^\"]*)\" type=\"[a-z]*\" default=\"([^\"]*)\"");
     CJson expected = CJson::array();
-    for (std::sregex_iterator each(description.begin(), description.end(), parameter), end; each != end; ++each)
+    for (std::sregex_iterator each(description.begin(), description.end(), parameter), end; each != end; ++each) {
         expected.push_back({{"name", (*each)[1]}, {"value", (*each)[2]}, {"file", nullptr}, {"line", nullptr}});
+    }
     EXPECT_GE(expected.size(), 10u);
     EXPECT_EQ(configuration().at("values"), expected);
 }
@@ -160,8 +162,9 @@ TEST_F(InspectorConfiguration, NothingIsWrittenOnTheHost)
     std::set<std::string> before;
     std::set<std::string> after;
     const auto files = [&](std::set<std::string>& names) {
-        for (const auto& entry : std::filesystem::recursive_directory_iterator(place("/")))
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(place("/"))) {
             names.insert(entry.path());
+        }
     };
     files(before);
     document({});
@@ -213,10 +216,12 @@ TEST_F(InspectorConfiguration, EveryKeyOfTheDocumentsIsAlwaysThereAndDocumented)
     const std::string manual = contentOf(INSPECTOR_MANUAL);
     const size_t release = manual.find("## The release document");
     ASSERT_NE(release, std::string::npos);
-    for (const std::string& key : keys)
+    for (const std::string& key : keys) {
         EXPECT_LT(manual.find("\n| `" + key + "` |"), release) << key;
-    for (const std::string& key : keysOfRelease)
+    }
+    for (const std::string& key : keysOfRelease) {
         EXPECT_NE(manual.find("\n| `" + key + "` |", release), std::string::npos) << key;
+    }
 
     // Of an empty site the document has the same keys as far as its lists go.
     std::filesystem::remove_all(place("/etc"));
@@ -245,6 +250,7 @@ TEST_F(InspectorConfiguration, EveryKeyOfTheDocumentsIsAlwaysThereAndDocumented)
                                   "host.reason",
                                   "disks.read",
                                   "disks.reason",
-                                  "disks.devices"})
+                                  "disks.devices"}) {
         EXPECT_EQ(few.count(key), 1u) << key;
+    }
 }

@@ -8,8 +8,9 @@ SRun CInspectorTest::run(const std::vector<std::string>& words, const std::strin
     std::string commandLine = CDPFI_INSPECTOR;
     for (const std::string& word : words) {
         commandLine += " '";
-        for (const char character : word)
+        for (const char character : word) {
             commandLine += character == '\'' ? std::string("'\\''") : std::string(1, character);
+        }
         commandLine += "'";
     }
     return site.shell(host, "exec " + commandLine);
@@ -65,7 +66,8 @@ void CInspectorTest::makeImage(const std::string& appliance, const std::string& 
 
 const nlohmann::json& named(const nlohmann::json& list, const std::string& name)
 {
-    for (const nlohmann::json& entry : list)
+    for (const nlohmann::json& entry : list) {
         if (entry.at("name") == name) return entry;
+    }
     throw std::runtime_error("nothing of the name " + name + " in " + list.dump());
 }

@@ -12,16 +12,18 @@ class Inspector : public CInspectorTest
     std::string comparable(std::string text) const
     {
         const auto replaceAll = [&](const std::string& what, const std::string& by) {
-            for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+            for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size())) {
                 text.replace(at, what.size(), by);
+            }
         };
         replaceAll(site.folder().string(), "SITE");
         replaceAll(CDPFI_BIN_DIR, "BIN");
         text = std::regex_replace(text, std::regex("\"[0-9-]{10}T[0-9:]{8}Z\""), "\"TIME\"");
         text = std::regex_replace(text, std::regex("\"seconds\": [0-9.e-]+"), "\"seconds\": \"SECONDS\"");
         text = std::regex_replace(text, std::regex("images/[0-9a-f]+/"), "images/ID/");
-        for (const std::string lun : {"data", "journal"})
+        for (const std::string lun : {"data", "journal"}) {
             replaceAll(site.serial("alpha", lun), "SERIAL-" + lun);
+        }
         text = std::regex_replace(text, std::regex("\"target\": \"LM[0-9A-F]+\""), "\"target\": \"TARGET\"");
         return text;
     }
@@ -66,8 +68,9 @@ TEST_F(Inspector, NamesOfAnyKindAreToldAsTheyAre)
     const std::vector<std::string> names{
         "db that does not exist", "a<b",   "x images=1", "Time images:",      "Annotations:", "x] failed with error [y",
         "exists already",         "[a,b]", "release",    "Gr\xc3\xbc\xc3\x9f"};
-    for (size_t i = 0; i < names.size(); ++i)
+    for (size_t i = 0; i < names.size(); ++i) {
         site.addGroup("alpha", names[i], {"lun" + std::to_string(i)});
+    }
     site.setUpHosts();
     for (const std::string& name : names) {
         const SRun made =

@@ -47,8 +47,9 @@ TEST_F(InspectorTools, EveryCommandButReleaseOnlyListsAndShows)
             for (const CWords& timeout : {CWords{}, {"--timeout", "30"}}) {
                 for (const CWords& raw : {CWords{}, {"--raw"}}) {
                     CWords words;
-                    for (const CWords& part : {appliance, group, timeout, raw})
+                    for (const CWords& part : {appliance, group, timeout, raw}) {
                         words.insert(words.end(), part.begin(), part.end());
+                    }
                     document(words);
                     ++runs;
                 }
@@ -56,10 +57,12 @@ TEST_F(InspectorTools, EveryCommandButReleaseOnlyListsAndShows)
         }
     }
     EXPECT_EQ(runs, 36u);
-    for (const CWords& words : {CWords{"--help"}, {"--version"}, {"release", "--help"}})
+    for (const CWords& words : {CWords{"--help"}, {"--version"}, {"release", "--help"}}) {
         EXPECT_EQ(run(words).status, 0);
-    for (const CWords& words : {CWords{"delete"}, {"release"}, {"release", "cg1"}, {"release", "cg1", "i"}})
+    }
+    for (const CWords& words : {CWords{"delete"}, {"release"}, {"release", "cg1"}, {"release", "cg1", "i"}}) {
         EXPECT_EQ(run(words).status, 2);
+    }
     const CWords commands = sent();
     EXPECT_GT(commands.size(), 36u);
     for (const std::string& command : commands) {
@@ -227,8 +230,9 @@ TEST_F(InspectorTools, AnAnswerWhoseLastLineDoesNotEndIsNoListing)
 {
     site.addGroup("alpha", "cg1", {"a1"});
     site.setUpHosts();
-    for (const std::string tool : {"lmsh", "kforutil"})
+    for (const std::string tool : {"lmsh", "kforutil"}) {
         replaceTool(tool, "answer=$(" + realTool(tool) + ")\nprintf %s \"$answer\"");
+    }
     const CJson told = document({});
     const CJson& appliance = told.at("appliances").at(0);
     EXPECT_FALSE(appliance.at("hosts_read"));

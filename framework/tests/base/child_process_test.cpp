@@ -91,8 +91,9 @@ TEST_P(ChildProcess, StatusIsTakenOnce)
     const pid_t pid = spawned.pid;
     const auto limit = descriptors();
     CChildProcess process(pid);
-    while (!process.ended())
+    while (!process.ended()) {
         process.waitFor(-1, Clock::now() + std::chrono::seconds(60));
+    }
     EXPECT_TRUE(isCollected(pid));
     EXPECT_TRUE(process.ended());
     EXPECT_EQ(process.exitStatus().status, 7);

@@ -39,9 +39,7 @@ class Configuration : public obzx_test::CScratch
         ACE_Configuration_Section_Key key;
         long found = -77;
         EXPECT_EQ(store.openSection("S", key, 1), 0);
-        if (store.getIntegerValue(name.c_str(), found) != 0) {
-            EXPECT_EQ(found, -77);
-        }
+        if (store.getIntegerValue(name.c_str(), found) != 0) EXPECT_EQ(found, -77);
         return found;
     }
 };
@@ -95,8 +93,9 @@ TEST_F(Configuration, TellsWhereItLiesAndOnWhichLineAValueStands)
     EXPECT_EQ(store.lineOf("S", "A"), 10);
     EXPECT_EQ(store.lineOf("S", "B"), 6);
     EXPECT_EQ(store.lineOf("T", "A"), 8) << "an empty value is one";
-    for (const auto& [section, name] : {std::pair("S", "C"), {"U", "A"}, {"s", "A"}, {"", ""}})
+    for (const auto& [section, name] : {std::pair("S", "C"), {"U", "A"}, {"s", "A"}, {"", ""}}) {
         EXPECT_EQ(store.lineOf(section, name), 0) << section << name;
+    }
     EXPECT_EQ(store.lineOf(nullptr, "A"), 0);
     EXPECT_EQ(store.lineOf("S", nullptr), 0);
 }
@@ -167,8 +166,9 @@ TEST_F(Configuration, WholeNumbersOnly)
     EXPECT_EQ(number("ZERO"), 0);
     EXPECT_EQ(number("MAX"), 2147483647);
     EXPECT_EQ(number("QUOTED"), 12);
-    for (const char* bad : {"OVER", "HUGE", "NEG", "WORD", "TAIL", "HEX", "PLUS", "NONE", "REAL", "MISSING"})
+    for (const char* bad : {"OVER", "HUGE", "NEG", "WORD", "TAIL", "HEX", "PLUS", "NONE", "REAL", "MISSING"}) {
         EXPECT_EQ(number(bad), -77) << bad;
+    }
 }
 
 TEST_F(Configuration, MissingStoreHasNoSections)
@@ -196,8 +196,9 @@ TEST_F(Configuration, StoreIsReadUpToOneMiB)
     const std::string head = "[S]\nA=1\n";
     const size_t limit = 1024 * 1024;
     std::string content = head;
-    while (content.size() + 100 < limit)
+    while (content.size() + 100 < limit) {
         content += "#" + std::string(98, 'x') + "\n";
+    }
     content += std::string(limit - content.size(), '\n');
     configure(content);
     EXPECT_EQ(value("S", "A"), "1");
@@ -276,8 +277,9 @@ TEST_F(Configuration, ComponentThatCannotNameAFileHasNoSections)
 {
     obzx_test::writeFile(root() + "/etc/outside.conf", "[S]\nA=1\n");
     configure("[S]\nA=1\n");
-    for (const std::string& name : {""s, "../outside"s, "/unit"s, "unit\0"s, std::string(5000, 'x')})
+    for (const std::string& name : {""s, "../outside"s, "/unit"s, "unit\0"s, std::string(5000, 'x')}) {
         EXPECT_EQ(value("S", "A", name), "<none>") << name;
+    }
 }
 
 #if OBZX_TEST_LIMITS_MEMORY

@@ -219,8 +219,9 @@ TEST(CountedPointer, ThreadsShareAnObject)
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(shared->getCount(), 1);
     EXPECT_EQ(shared.release(), 0u);
     EXPECT_EQ(g_alive, 0);

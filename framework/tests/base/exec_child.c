@@ -14,8 +14,9 @@ extern char** environ;
 
 static void waitForEver(void)
 {
-    for (;;)
+    for (;;) {
         pause();
+    }
 }
 
 /* Writes so many MiB of one letter. */
@@ -23,8 +24,9 @@ static int flood(const char* megabytes, int lineLength)
 {
     static char block[1024 * 1024];
     memset(block, 'x', sizeof block);
-    for (size_t i = (size_t)lineLength - 1; lineLength > 0 && i < sizeof block; i += (size_t)lineLength)
+    for (size_t i = (size_t)lineLength - 1; lineLength > 0 && i < sizeof block; i += (size_t)lineLength) {
         block[i] = '\n';
+    }
     for (int i = atoi(megabytes); i > 0; --i) {
         for (size_t done = 0; done < sizeof block;) {
             const ssize_t count = write(STDOUT_FILENO, block + done, sizeof block - done);
@@ -85,8 +87,9 @@ static int leaveGrandchild(int exitStatus, int stubborn)
 
 static int copyInput(void)
 {
-    for (int c; (c = getchar()) != EOF;)
+    for (int c; (c = getchar()) != EOF;) {
         putchar(c);
+    }
     return 0;
 }
 
@@ -129,13 +132,15 @@ int main(int count, char** words)
     if (strcmp(name, "grandchild") == 0) return leaveGrandchild(atoi(argument), 0);
     if (strcmp(name, "stubborn-grandchild") == 0) return leaveGrandchild(-1, 1);
     if (strcmp(name, "environment") == 0) {
-        for (char** variable = environ; *variable != NULL; ++variable)
+        for (char** variable = environ; *variable != NULL; ++variable) {
             puts(*variable);
+        }
         return 0;
     }
     if (strcmp(name, "arguments") == 0) {
-        for (int i = 2; i < count; ++i)
+        for (int i = 2; i < count; ++i) {
             printf("[%s]\n", words[i]);
+        }
         return 0;
     }
     if (strcmp(name, "hang") == 0 || strcmp(name, "stubborn") == 0) {

@@ -41,8 +41,9 @@ class CExecTest : public CScratch
     static std::vector<std::string> openDescriptors()
     {
         std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd"))
+        for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
             names.push_back(entry.path());
+        }
         return names;
     }
 
@@ -57,8 +58,9 @@ class CExecTest : public CScratch
     // A killed process takes a moment to go; the test's own time limit ends the wait for one that stays.
     static bool goesAway(const std::string& pid)
     {
-        while (!isGone(pid))
+        while (!isGone(pid)) {
             ::usleep(1000);
+        }
         return true;
     }
 

@@ -46,10 +46,12 @@ TEST_F(ExecPipeHost, ThatIsKilledTakesTheProgramWithIt)
 {
     const std::string file = root() + "/pid";
     const pid_t host = ::fork();
-    if (host == 0)
+    if (host == 0) {
         ::_exit(run("/bin/sh -c \"echo $$ >" + file + ".new; mv " + file + ".new " + file + "; exec sleep 60\""));
-    while (::access(file.c_str(), F_OK) != 0)
+    }
+    while (::access(file.c_str(), F_OK) != 0) {
         ::usleep(1000);
+    }
     const pid_t program = std::stoi(obzx_test::readLines(file).at(0));
     ::kill(host, SIGKILL);
     EXPECT_EQ(::waitpid(host, nullptr, 0), host);
@@ -64,8 +66,9 @@ TEST_F(ExecPipeHost, SignalHandlingIsNotTouched)
     sigaddset(&maskBefore, SIGUSR2);
     ::pthread_sigmask(SIG_SETMASK, &maskBefore, nullptr);
     ::signal(SIGUSR1, SIG_IGN);
-    for (int number = 1; number < 65; ++number)
+    for (int number = 1; number < 65; ++number) {
         ::sigaction(number, nullptr, &before[number]);
+    }
     run(child("both"));
     run(child("hang"), "", 0);
     for (int number = 1; number < 65; ++number) {
@@ -131,8 +134,9 @@ TEST_F(ExecPipeHost, NoDescriptorLeftIsAFailureToStart)
         const std::string command = child("exit 0");
         bool failed = run(command) == EXEC_OK;
         int last = -1;
-        for (int next = ::dup(2); next >= 0; next = ::dup(2))
+        for (int next = ::dup(2); next >= 0; next = ::dup(2)) {
             last = next;
+        }
         failed = run(command) == EXEC_FAILED && failed;
         ::close(last);
         return failed && code() == EMFILE;
@@ -185,8 +189,9 @@ TEST_F(ExecPipeHost, RunsOfManyThreadsDoNotMeet)
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 }  // namespace

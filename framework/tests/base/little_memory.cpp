@@ -33,8 +33,9 @@ void leaveBlocks(size_t blocks)
     const rlimit limit = {pages * BLOCK, pages * BLOCK};
     if (::setrlimit(RLIMIT_AS, &limit) != 0) ::_exit(2);
     for (size_t size = BLOCK; size >= 16; size /= 2) {
-        while (std::malloc(size) != nullptr)
+        while (std::malloc(size) != nullptr) {
             continue;
+        }
     }
     std::free(piece);
 }

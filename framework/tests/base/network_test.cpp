@@ -49,8 +49,9 @@ TEST_F(Network, ResolvesAName)
     EXPECT_THAT(host.names, Contains("127.0.0.1"));
     EXPECT_THAT(host.addresses, Contains("127.0.0.1"));
     std::string joined;
-    for (const std::string& address : host.addresses)
+    for (const std::string& address : host.addresses) {
         joined += (joined.empty() ? "" : " ") + address;
+    }
     EXPECT_EQ(host.addressText, joined);
 }
 

@@ -17,7 +17,7 @@ class CNoDescriptorLeft
   public:
     CNoDescriptorLeft()
     {
-        const obzx_pdk_4_4::CFileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
+        const base::CFileDescriptor next(::open("/dev/null", O_RDONLY | O_CLOEXEC));
         ::getrlimit(RLIMIT_NOFILE, &m_former);
         const rlimit none{static_cast<rlim_t>(next.get()), m_former.rlim_max};
         EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);

@@ -27,8 +27,9 @@ Lines take(CFiOutputText& text, size_t atOnce)
 {
     Lines lines;
     std::vector<std::string_view> taken(atOnce);
-    for (size_t count = text.takeLines(taken); count > 0; count = text.takeLines(taken))
+    for (size_t count = text.takeLines(taken); count > 0; count = text.takeLines(taken)) {
         lines.insert(lines.end(), taken.begin(), taken.begin() + static_cast<ptrdiff_t>(count));
+    }
     return lines;
 }
 

@@ -20,8 +20,9 @@ std::vector<std::string> linesOf(const std::string& text, size_t most = CProcess
     EXPECT_EQ(std::fwrite(text.data(), 1, text.size(), file), text.size());
     std::rewind(file);
     CProcessOutput output(::fileno(file));
-    while (output.descriptor() >= 0)
+    while (output.descriptor() >= 0) {
         output.read();
+    }
     std::vector<std::string> lines{"before"};
     output.takeText(most).appendLinesTo(lines);
     std::fclose(file);
@@ -32,8 +33,9 @@ std::vector<std::string> expected(const std::string& text)
 {
     std::vector<std::string> lines{"before"};
     std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -48,8 +50,9 @@ TEST(ProcessOutput, LinesAreTheSameWhereverABlockEnds)
         }
     }
     std::string many;
-    for (size_t i = 0; many.size() < 5 * BLOCK; ++i)
+    for (size_t i = 0; many.size() < 5 * BLOCK; ++i) {
         many += std::string(i % 97, 'y') + "\n";
+    }
     EXPECT_EQ(linesOf(many), expected(many));
 }
 

@@ -58,8 +58,9 @@ class RunCancel : public obzx_test::CRunTest
     /// The test's own time limit ends the wait for runs that do not begin to wait.
     static void waitUntilRunsWait(size_t count)
     {
-        while (countEvents() != count + 1)
+        while (countEvents() != count + 1) {
             ::usleep(1000);
+        }
     }
     int32_t m_stopped = -1;
 
@@ -100,15 +101,18 @@ TEST_F(RunCancel, EndsWhatRunsAndSaysSo)
 TEST_F(RunCancel, EndsTenRunsAtOnce)
 {
     std::vector<std::unique_ptr<CRunner>> runners;
-    for (int i = 0; i < 10; ++i)
+    for (int i = 0; i < 10; ++i) {
         runners.push_back(std::make_unique<CRunner>(child("hang")));
+    }
     waitUntilRunsWait(10);
     obzx_cancel_runs();
-    for (const auto& runner : runners)
+    for (const auto& runner : runners) {
         EXPECT_EQ(runner->join(), EXEC_TIMED_OUT);
+    }
     EXPECT_THAT(ends(), SizeIs(10));
-    for (const SSeenRun& end : ends())
+    for (const SSeenRun& end : ends()) {
         expectCancelled(end);
+    }
     EXPECT_EQ(countEvents(), 0u);
 }
 
@@ -128,8 +132,9 @@ TEST_F(RunCancel, LosesNoRunThatBeginsAtTheSameTime)
 {
     std::atomic<bool> isDone{false};
     std::thread runner([&] {
-        for (int i = 0; i < 30; ++i)
+        for (int i = 0; i < 30; ++i) {
             EXPECT_EQ(run(child("hang")), EXEC_TIMED_OUT);
+        }
         isDone = true;
     });
     while (!isDone) {
@@ -138,8 +143,9 @@ TEST_F(RunCancel, LosesNoRunThatBeginsAtTheSameTime)
     }
     runner.join();
     EXPECT_THAT(ends(), SizeIs(30));
-    for (const SSeenRun& end : ends())
+    for (const SSeenRun& end : ends()) {
         expectCancelled(end);
+    }
     EXPECT_EQ(countEvents(), 0u);
 }
 
@@ -159,11 +165,13 @@ TEST_F(RunCancel, LaterRunsCanBeCancelledWhileEarlierOnesAreBeingStopped)
                                "/go ]; do sleep 0.01; done; exit 4' TERM; touch " + root() +
                                "/ready; while :; do sleep 0.01; done";
     CRunner first("/bin/sh -c \"" + script + "\"");
-    while (::access((root() + "/ready").c_str(), F_OK) != 0)
+    while (::access((root() + "/ready").c_str(), F_OK) != 0) {
         ::usleep(1000);
+    }
     obzx_cancel_runs();
-    while (::access((root() + "/told").c_str(), F_OK) != 0)
+    while (::access((root() + "/told").c_str(), F_OK) != 0) {
         ::usleep(1000);
+    }
     CRunner second(child("hang"));
     waitForStarts(2);
     obzx_cancel_runs();
@@ -183,8 +191,9 @@ TEST_F(RunCancel, LeavesARunThatTheLimitIsStoppingToTheLimit)
     const std::string script = "trap 'touch " + root() + "/told; until [ -e " + root() +
                                "/go ]; do sleep 0.01; done; exit 4' TERM; while :; do sleep 0.01; done";
     std::thread canceller([this] {
-        while (::access((root() + "/told").c_str(), F_OK) != 0)
+        while (::access((root() + "/told").c_str(), F_OK) != 0) {
             ::usleep(1000);
+        }
         obzx_cancel_runs();
         obzx_test::writeFile(root() + "/go", "");
     });
@@ -225,8 +234,9 @@ TEST_F(RunCancel, WorksForAHostWithoutADescriptorLeft)
         },
         &host);
     CRunner runner(child("hang"));
-    while (!host.isStarted)
+    while (!host.isStarted) {
         ::usleep(1000);
+    }
     obzx_cancel_runs();
     EXPECT_EQ(runner.join(), EXEC_TIMED_OUT);
     EXPECT_EQ(host.stopped, OBZX_RUN_STOPPED_BY_CANCEL);

@@ -80,8 +80,9 @@ class CRunTest : public CExecTest
     {
         const std::lock_guard<std::mutex> guard(m_mutex);
         std::vector<SSeenRun> found;
-        for (const SSeenRun& record : m_seen)
+        for (const SSeenRun& record : m_seen) {
             if (record.phase == OBZX_RUN_ENDED) found.push_back(record);
+        }
         return found;
     }
     void forget()
@@ -92,8 +93,9 @@ class CRunTest : public CExecTest
     /// Waits until so many programs were started; the test's own time limit ends the wait for one that is not.
     void waitForStarts(size_t count) const
     {
-        while (m_starts < count)
+        while (m_starts < count) {
             ::usleep(1000);
+        }
     }
 
   private:

@@ -23,10 +23,12 @@ class RunObserver : public obzx_test::CRunTest
     static void onThreads(int count, const F& piece)
     {
         std::vector<std::thread> threads;
-        for (int t = 0; t < count; ++t)
+        for (int t = 0; t < count; ++t) {
             threads.emplace_back(piece);
-        for (std::thread& thread : threads)
+        }
+        for (std::thread& thread : threads) {
             thread.join();
+        }
     }
 };
 
@@ -55,8 +57,9 @@ TEST_F(RunObserver, HearsOfTheRunsOfEveryThreadOnThatThread)
         EXPECT_EQ(records[1].output, "[a]\n");
     }
     EXPECT_THAT(threads, SizeIs(8));
-    for (const auto& [thread, calls] : threads)
+    for (const auto& [thread, calls] : threads) {
         EXPECT_EQ(calls, 10);
+    }
 }
 
 TEST_F(RunObserver, ThatIsRemovedHearsNothingMore)
@@ -103,8 +106,9 @@ TEST_F(RunObserver, HearsNothingOfARunThatBeganBefore)
         const std::string wait = "touch " + go + ".begun; until [ -e " + go + " ]; do sleep 0.01; done";
         EXPECT_EQ(pipe.Exec("/bin/sh -c \"" + wait + "\"", lines, "", 60, "", "", ""), EXEC_OK);
     });
-    while (::access((go + ".begun").c_str(), F_OK) != 0)
+    while (::access((go + ".begun").c_str(), F_OK) != 0) {
         ::usleep(1000);
+    }
     observe();
     obzx_test::writeFile(go, "");
     runner.join();
@@ -125,14 +129,16 @@ TEST_F(RunObserver, RemovalWaitsForTheCallThatRuns)
         [](void* context, const obzx_run* run) {
             auto* const state = static_cast<SSlow*>(context);
             if (run->phase != OBZX_RUN_STARTED || state->running.exchange(true)) return;
-            while (!state->mayReturn)
+            while (!state->mayReturn) {
                 std::this_thread::yield();
+            }
             state->left = true;
         },
         &slow);
     std::thread runner([this] { EXPECT_EQ(run(child("exit 0")), EXEC_OK); });
-    while (!slow.running)
+    while (!slow.running) {
         std::this_thread::yield();
+    }
     std::atomic<bool> removed{false};
     std::thread remover([&] {
         obzx_set_run_observer(nullptr, nullptr);
@@ -155,8 +161,9 @@ TEST_F(RunObserver, MayRemoveItselfInsideACallAlsoOnTwoThreads)
     obzx_set_run_observer(
         [](void* context, const obzx_run*) {
             auto& count = *static_cast<std::atomic<int>*>(context);
-            for (++count; count < 2;)
+            for (++count; count < 2;) {
                 std::this_thread::yield();
+            }
             obzx_set_run_observer(nullptr, nullptr);
         },
         &calls);
@@ -239,8 +246,9 @@ TEST_F(RunObserver, CanBeChangedWhileProgramsRun)
     onThreads(4, [&left] {
         CFiExecPipePosix pipe(1);
         std::vector<std::string> lines;
-        for (int i = 0; i < 25; ++i)
+        for (int i = 0; i < 25; ++i) {
             EXPECT_EQ(pipe.Exec(child("exit 0"), lines, "", 60, "", "", ""), EXEC_OK);
+        }
         --left;
     });
     changer.join();

@@ -20,8 +20,9 @@ TEST(RuntimeFunctions, BuffersAreZeroed)
 {
     auto* buffer = static_cast<unsigned char*>(obzx_alloc_buf(4096));
     ASSERT_NE(buffer, nullptr);
-    for (int i = 0; i < 4096; ++i)
+    for (int i = 0; i < 4096; ++i) {
         ASSERT_EQ(buffer[i], 0);
+    }
     obzx_free_buf(buffer, 4096);
 }
 

@@ -14,8 +14,9 @@ std::vector<std::string> readLines(const std::string& path)
 {
     std::ifstream file(path, std::ios::binary);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         lines.push_back(line);
+    }
     return lines;
 }
 
@@ -61,8 +62,9 @@ obzx_pdk_4_4::CFiTraceLogPtr CScratch::makeLog() const
 std::vector<std::string> CScratch::traceLines() const
 {
     std::vector<std::string> lines = readLines(tracePath());
-    for (std::string& line : lines)
+    for (std::string& line : lines) {
         line.erase(0, line.find(" L") + 1);
+    }
     return lines;
 }
 

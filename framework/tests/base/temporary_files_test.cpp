@@ -109,10 +109,12 @@ TEST_F(TemporaryFiles, OfALivingProcessStayWhenItCannotBeLookedAt)
 TEST_F(TemporaryFiles, LackOfMemoryIsAnExceptionNotTheEndOfTheHost)
 {
     std::string folder = root();  // deep, so that each path in it takes much memory
-    for (int i = 0; i < 15; ++i)
+    for (int i = 0; i < 15; ++i) {
         folder += "/" + std::string(200, 'x');
-    for (const char* name : {"/a", "/b", "/c"})
+    }
+    for (const char* name : {"/a", "/b", "/c"}) {
         obzx_test::writeFile(folder + name, "");
+    }
     obzx_test::runWithLittleMemory([&folder] {
         removeLeftTemporaryFiles(folder, "job");
         return true;

@@ -187,8 +187,9 @@ TEST_F(TraceFile, IsRotatedAndOnlySoManyAreKept)
 {
     configure("[FI_TRACE]\nMAX_SIZE=2000\nMAX_FILES=2\n");
     const CFiTraceLogPtr log = makeLog();
-    for (int i = 0; i < 200; ++i)
+    for (int i = 0; i < 200; ++i) {
         log->trace(1, "line %d", i);
+    }
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(root() + "/var/log/qz")) {
         names.insert(entry.path().filename());
@@ -207,12 +208,14 @@ TEST_F(TraceFile, EightThreadsWriteWholeLines)
     std::vector<std::thread> threads;
     for (int t = 0; t < 8; ++t) {
         threads.emplace_back([&log, &filler, t] {
-            for (int i = 0; i < 200; ++i)
+            for (int i = 0; i < 200; ++i) {
                 log->trace(1, "<%d %d %s>", t, i, filler);
+            }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     std::vector<int> next(8, 0);
     for (const std::string& line : traceLines()) {
         ASSERT_EQ(line.rfind("L1 unit <", 0), 0u);
@@ -269,8 +272,9 @@ TEST_F(TraceFile, WriteThatFailsHalfWayDoesNotStopTheHost)
         ::signal(SIGXFSZ, SIG_IGN);
         const CFiTraceLogPtr log = makeLog();
         ::setrlimit(RLIMIT_FSIZE, &limit);
-        for (int i = 0; i < 100; ++i)
+        for (int i = 0; i < 100; ++i) {
             log->trace(1, "line %d", i);
+        }
         ::_exit(0);
     }
     int status = -1;
@@ -372,8 +376,9 @@ TEST_F(TraceFile, EightThreadsInitialiseOnce)
             log->trace(1, "%d", t);
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_EQ(traceLines().size(), 8u);
 }
 

@@ -121,22 +121,25 @@ TEST_F(TraceObserver, RemovalWaitsForTheCallThatRuns)
         [](void* user, int32_t, const char*, const char*) {
             auto* state = static_cast<SSlow*>(user);
             state->running = true;
-            while (!state->mayReturn)
+            while (!state->mayReturn) {
                 std::this_thread::yield();
+            }
             state->left = true;
         },
         &slow, 6);
     std::thread writer([&log] { log->trace(1, "x"); });
-    while (!slow.running)
+    while (!slow.running) {
         std::this_thread::yield();
+    }
     std::atomic<bool> removed{false};
     std::thread remover([&] {
         obzx_set_trace_observer(nullptr, nullptr, 0);
         EXPECT_TRUE(slow.left);
         removed = true;
     });
-    while (log->isEnabled(6))
+    while (log->isEnabled(6)) {
         std::this_thread::yield();
+    }
     EXPECT_FALSE(removed);
     slow.mayReturn = true;
     writer.join();
@@ -188,8 +191,9 @@ TEST_F(TraceObserver, CanBeChangedWhileThreadsWrite)
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t) {
         threads.emplace_back([&log] {
-            for (int i = 0; i < 500; ++i)
+            for (int i = 0; i < 500; ++i) {
                 log->trace(5, "x");
+            }
         });
     }
     for (int i = 0; i < 200; ++i) {
@@ -199,8 +203,9 @@ TEST_F(TraceObserver, CanBeChangedWhileThreadsWrite)
         std::this_thread::yield();
         EXPECT_EQ(calls, before);
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
 }
 
 }  // namespace

@@ -136,8 +136,9 @@ int32_t fakefi_fi_pgn_init(obz_context* context, obz_version* version, const cha
         return OBZ_ERR_INIT;
     }
     // An appliance that does not answer now serves nothing, but the provider starts.
-    for (const std::string& appliance : g_fake->store.appliances())
+    for (const std::string& appliance : g_fake->store.appliances()) {
         g_fake->tool.run(appliance, " list  hosts ");
+    }
     return OBZ_OK;
 }
 
@@ -317,8 +318,9 @@ int32_t makeGroups(SSession& session)
 {
     const std::string checkpoint = CHECKPOINT_PREFIX + std::to_string(getpid());
     std::map<std::pair<std::string, std::string>, std::vector<obz_domain*>> groups;
-    for (const auto& [name, node] : session.nodes)
+    for (const auto& [name, node] : session.nodes) {
         groups[{dataOf(node).appliance, dataOf(node).group}].push_back(node);
+    }
     for (const auto& [key, nodes] : groups) {
         if (!createAnnotation(dataOf(nodes.front()), checkpoint)) return OBZ_ERR_FAILED;
         for (obz_domain* node : nodes) {
@@ -432,8 +434,9 @@ int32_t disposeTarget(const std::string& name)
 // Of a plain path the states tell everything: the primary's appliance and group, the target's image.
 int32_t disposeDevice(obz_domain* primary, obz_domain* target)
 {
-    if (primary == nullptr || primary->private_data == nullptr || target->private_data == nullptr)
+    if (primary == nullptr || primary->private_data == nullptr || target->private_data == nullptr) {
         return OBZ_ERR_FAILED;
+    }
     const SGroup group = dataOf(primary).groupKey();
     const std::string image = dataOf(target).image;
     if (!g_fake->store.isGroup(group)) return OBZ_ERR_FAILED;

@@ -101,8 +101,9 @@ class CInspection
     json document() const
     {
         json appliances = json::array();
-        for (const std::string& name : m_store.appliances())
+        for (const std::string& name : m_store.appliances()) {
             if (isWanted(m_request.appliances, name)) appliances.push_back(appliance(name));
+        }
         return {{"format", "obzx-inspection"},
                 {"schema_version", 1},
                 {"provider", "fakefi"},
@@ -122,9 +123,10 @@ class CInspection
     json configuration() const
     {
         json appliances = json::array();
-        for (const std::string& name : m_store.appliances())
+        for (const std::string& name : m_store.appliances()) {
             appliances.push_back(
                 {{"name", name}, {"port", nullptr}, {"file", m_store.folder() + "devices"}, {"line", 1}});
+        }
         return {{"files", json::array({{{"path", m_store.folder() + "devices"}, {"read", true}, {"reason", nullptr}}})},
                 {"values", json::array()},
                 {"unreadable_lines", json::array()},
@@ -149,11 +151,13 @@ class CInspection
     json disks() const
     {
         json devices = json::array();
-        for (const SLun& lun : m_store.luns())
+        for (const SLun& lun : m_store.luns()) {
             devices.push_back({{"path", lun.path}, {"serial", lun.serial}});
+        }
         for (const std::string& appliance : m_store.appliances()) {
-            for (const std::string& name : m_store.groups(appliance))
+            for (const std::string& name : m_store.groups(appliance)) {
                 addCopies({appliance, name}, devices);
+            }
         }
         return {{"read", true}, {"reason", nullptr}, {"devices", std::move(devices)}};
     }
@@ -206,8 +210,9 @@ json CInspection::appliance(const std::string& name) const
         document["hosts"].push_back({{"name", host}, {"luns", nullptr}});
         if (host == m_store.hostName()) document["host_here"] = {{"name", host}, {"by", "name"}};
     }
-    for (const std::string& groupName : m_store.groups(name))
+    for (const std::string& groupName : m_store.groups(name)) {
         if (isWanted(m_request.groups, groupName)) document["groups"].push_back(group({name, groupName}));
+    }
     return document;
 }
 
@@ -224,22 +229,25 @@ json CInspection::group(const SGroup& group) const
                      {"images_read", false},
                      {"images", json::array()}};
     if (unread.action != EAction::NONE) return document;
-    for (const SLun& lun : m_store.lunsOf(group))
+    for (const SLun& lun : m_store.lunsOf(group)) {
         document["luns"].push_back(
             {{"device", "/dev/appliance/" + lun.serial}, {"serial", lun.serial}, {"path", lun.path}});
+    }
     document["permissions"] = document["annotations"] = json::array();
-    for (const SAnnotation& annotation : m_store.annotations(group))
+    for (const SAnnotation& annotation : m_store.annotations(group)) {
         document["annotations"].push_back({{"name", annotation.name},
                                            {"time", textOrNull(annotation.time)},
                                            {"message", textOrNull(annotation.message)}});
+    }
     if (m_request.inventory) return document;
     if (imagesUnread.action != EAction::NONE) {
         document["reason"] = textOrNull(imagesUnread.text);
         return document;
     }
     document["images_read"] = true;
-    for (const SImage& each : m_store.images(group))
+    for (const SImage& each : m_store.images(group)) {
         document["images"].push_back(image(group, each));
+    }
     return document;
 }
 
@@ -270,19 +278,23 @@ json CInspection::image(const SGroup& group, const SImage& image) const
 json CInspection::ambiguous() const
 {
     std::set<std::string> groupNames;
-    for (const std::string& appliance : m_store.appliances())
-        for (const std::string& name : m_store.groups(appliance))
+    for (const std::string& appliance : m_store.appliances()) {
+        for (const std::string& name : m_store.groups(appliance)) {
             groupNames.insert(name);
+        }
+    }
     std::map<std::string, std::set<std::pair<std::string, std::string>>> places;
-    for (const SLun& lun : m_store.luns())
+    for (const SLun& lun : m_store.luns()) {
         places[lun.serial].insert({lun.appliance, lun.group});
+    }
     json all = json::array();
     for (const auto& [serial, where] : places) {
         const bool isGroup = groupNames.contains(serial);
         if (!isGroup && where.size() == 1) continue;
         json list = json::array();
-        for (const auto& [appliance, group] : where)
+        for (const auto& [appliance, group] : where) {
             list.push_back({{"appliance", appliance}, {"group", group}});
+        }
         const std::string reason =
             isGroup ? "the serial is also the name of a group" : "the serial stands in two places";
         all.push_back({{"serial", serial}, {"reason", reason}, {"places", std::move(list)}});

@@ -100,8 +100,9 @@ void CFaults::waitFor(const std::string& name) const
 // Nothing is left behind when the host has died.
 void CFaults::waitForTheEnd() const
 {
-    while (hostLives())
+    while (hostLives()) {
         usleep(A_MOMENT);
+    }
     _exit(1);
 }
 

@@ -43,8 +43,9 @@ bool createFile(const std::string& path, const Facts& facts)
     const std::string part = path + "." + std::to_string(getpid()) + ".part";
     {
         std::ofstream file(part);
-        for (const auto& [key, value] : facts)
+        for (const auto& [key, value] : facts) {
             file << key << ' ' << value << '\n';
+        }
     }
     const bool isNew = link(part.c_str(), path.c_str()) == 0;
     unlink(part.c_str());
@@ -71,13 +72,15 @@ std::vector<std::string> fieldsOf(const std::string& line)
     std::vector<std::string> fields;
     if (line.find('\t') == std::string::npos) {
         std::istringstream words(line);
-        for (std::string word; words >> word;)
+        for (std::string word; words >> word;) {
             fields.push_back(word);
+        }
         return fields;
     }
     std::istringstream parts(line);
-    for (std::string part; std::getline(parts, part, '\t');)
+    for (std::string part; std::getline(parts, part, '\t');) {
         fields.push_back(part);
+    }
     return fields;
 }
 
@@ -126,18 +129,21 @@ std::vector<std::vector<std::string>> CStore::table(const std::string& name) con
 std::vector<SLun> CStore::luns() const
 {
     std::vector<SLun> all;
-    for (const std::vector<std::string>& row : table("devices"))
+    for (const std::vector<std::string>& row : table("devices")) {
         if (row.size() == 4) all.push_back({row[0], row[1], row[2], row[3]});
+    }
     return all;
 }
 
 std::vector<std::string> CStore::appliances() const
 {
     std::vector<std::string> names;
-    for (const SLun& lun : luns())
+    for (const SLun& lun : luns()) {
         addOnce(names, lun.appliance);
-    for (const std::vector<std::string>& row : table("groups"))
+    }
+    for (const std::vector<std::string>& row : table("groups")) {
         addOnce(names, row[0]);
+    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -145,10 +151,12 @@ std::vector<std::string> CStore::appliances() const
 std::vector<std::string> CStore::groups(const std::string& appliance) const
 {
     std::vector<std::string> names;
-    for (const SLun& lun : luns())
+    for (const SLun& lun : luns()) {
         if (lun.appliance == appliance) addOnce(names, lun.group);
-    for (const std::vector<std::string>& row : table("groups"))
+    }
+    for (const std::vector<std::string>& row : table("groups")) {
         if (row.size() == 2 && row[0] == appliance) addOnce(names, row[1]);
+    }
     return names;
 }
 
@@ -156,8 +164,9 @@ std::vector<std::string> CStore::hosts(const std::string& appliance) const
 {
     std::vector<std::string> names;
     if (!fs::exists(m_folder + "hosts")) return {hostName()};
-    for (const std::vector<std::string>& row : table("hosts"))
+    for (const std::vector<std::string>& row : table("hosts")) {
         if (row.size() == 2 && row[0] == appliance) names.push_back(row[1]);
+    }
     return names;
 }
 
@@ -186,8 +195,9 @@ bool CStore::find(const std::string& pathOrSerial, SLun& found) const
 std::vector<SLun> CStore::lunsOf(const SGroup& group) const
 {
     std::vector<SLun> all;
-    for (const SLun& lun : luns())
+    for (const SLun& lun : luns()) {
         if (lun.appliance == group.appliance && lun.group == group.name) all.push_back(lun);
+    }
     return all;
 }
 
@@ -265,8 +275,9 @@ bool CStore::create(const SGroup& group, const SAnnotation& annotation) const
 bool CStore::create(const SGroup& group, const SImage& image) const
 {
     Facts facts = {{"annotation", image.annotation}, {"created", image.created}};
-    for (const std::string& host : image.permissions)
+    for (const std::string& host : image.permissions) {
         facts.emplace_back("permission", host);
+    }
     return createFile(objectPath(group, image.name), facts);
 }
 

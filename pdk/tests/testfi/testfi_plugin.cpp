@@ -49,11 +49,14 @@ int32_t CTestPlugin::init()
 int64_t CTestPlugin::objctl(const ACE_String_Base<char>& name, obzx_pdk_4_4::CFiObjctlArgs& args)
 {
     std::vector<std::string> texts = {name.c_str()};
-    for (const CFiKeyValuePair& input : args.getInputs())
+    for (const CFiKeyValuePair& input : args.getInputs()) {
         texts.push_back(std::string(input.m_arg.c_str()) + "|" + input.m_value.c_str() + "|" + input.m_type.c_str());
-    if (m_record != nullptr)
-        for (const auto& [arg, value] : m_record->outputs)
+    }
+    if (m_record != nullptr) {
+        for (const auto& [arg, value] : m_record->outputs) {
             args.addOutput({arg.c_str(), value.c_str(), "string"});
+        }
+    }
     return note({"objctl", {}, texts, references()});
 }
 
@@ -66,16 +69,18 @@ int32_t CTestPlugin::references()
 std::vector<std::string> CTestPlugin::nodeNames(obz_splitnode** nodes, int32_t count)
 {
     std::vector<std::string> names;
-    for (int32_t i = 0; nodes != nullptr && i < count; ++i)
+    for (int32_t i = 0; nodes != nullptr && i < count; ++i) {
         names.emplace_back(nodes[i]->node->name);
+    }
     return names;
 }
 
 std::vector<std::string> CTestPlugin::sessionNames(const obzx_pdk_4_4::CFiSession& session)
 {
     std::vector<std::string> names;
-    for (const obzx_pdk_4_4::CFiSplitNode& node : session.getNodes())
+    for (const obzx_pdk_4_4::CFiSplitNode& node : session.getNodes()) {
         names.emplace_back(node.m_name.c_str());
+    }
     return names;
 }
 

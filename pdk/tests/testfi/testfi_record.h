@@ -61,8 +61,9 @@ struct STestRecord
     {
         const std::lock_guard lock(mutex);
         std::vector<SCall> found;
-        for (const SCall& call : calls)
+        for (const SCall& call : calls) {
             if (call.operation == operation) found.push_back(call);
+        }
         return found;
     }
     /// Names of all operations called, in order.
@@ -70,8 +71,9 @@ struct STestRecord
     {
         const std::lock_guard lock(mutex);
         std::vector<std::string> names;
-        for (const SCall& call : calls)
+        for (const SCall& call : calls) {
             names.push_back(call.operation);
+        }
         return names;
     }
 

@@ -19,8 +19,9 @@ std::string describe(const CPlace& place)
 std::string listed(const std::set<CPlace>& places)
 {
     std::string text;
-    for (const CPlace& place : places)
+    for (const CPlace& place : places) {
         text += (text.empty() ? "" : ", ") + describe(place);
+    }
     return text;
 }
 
@@ -42,15 +43,18 @@ std::vector<SAmbiguousSerial> findAmbiguous(const std::vector<SAppliance>& appli
     CPlaces named;
     CPlaces holding;
     for (const SAppliance& appliance : appliances) {
-        for (const std::string& name : appliance.groupNames)
+        for (const std::string& name : appliance.groupNames) {
             named[name].emplace(appliance.name, name);
+        }
         for (const SGroup& group : appliance.groups) {
-            for (const SGroupLun& lun : group.luns)
+            for (const SGroupLun& lun : group.luns) {
                 holding[lun.serial].emplace(appliance.name, group.name);
+            }
         }
     }
-    for (const SDevice& device : disks.devices)
+    for (const SDevice& device : disks.devices) {
         holding[device.serial];
+    }
 
     std::vector<SAmbiguousSerial> ambiguous;
     for (const auto& [serial, groups] : holding) {
@@ -61,8 +65,9 @@ std::vector<SAmbiguousSerial> findAmbiguous(const std::vector<SAppliance>& appli
         places.insert(called.begin(), called.end());
         if (serial.empty() || places.empty() || (places.size() == 1 && !groups.empty())) continue;
         SAmbiguousSerial entry{serial, reasonFor(called, groups), {}};
-        for (const auto& [appliance, group] : places)
+        for (const auto& [appliance, group] : places) {
             entry.places.push_back({appliance, group});
+        }
         ambiguous.push_back(std::move(entry));
     }
     return ambiguous;

@@ -36,8 +36,9 @@ std::optional<std::vector<SAnnotation>> textsOf(const std::optional<std::vector<
     if (!listed) return std::nullopt;
     std::vector<SAnnotation> annotations;
     annotations.reserve(listed->size());
-    for (const SLMRAnnotation& each : *listed)
+    for (const SLMRAnnotation& each : *listed) {
         annotations.push_back({std::string(each.name), textOf(each.time), textOf(each.message)});
+    }
     return annotations;
 }
 
@@ -119,8 +120,9 @@ class CApplianceSection
     {
         SNoListing& noted = m_section.noListings.emplace_back();
         noted.command = readableCommand(command.m_text);
-        for (size_t i = 0; i < std::min(lines.size(), SHOWN_LINES); ++i)
+        for (size_t i = 0; i < std::min(lines.size(), SHOWN_LINES); ++i) {
             noted.lines.push_back(shortLine(lines[i]));
+        }
         return "the answer to \"" + noted.command + "\" is no listing: " + defect;
     }
 
@@ -147,8 +149,9 @@ class CApplianceSection
             SHost& host = m_section.hosts.emplace_back(SHost{name, {}});
             CReason ignored;  // what a host shows is told where it is known
             if (m_options.inventory || !m_options.groups.empty()) continue;
-            if (const auto lines = ask(lmr_commands::showHost(cdpfi::textOf(name)), ignored))
+            if (const auto lines = ask(lmr_commands::showHost(cdpfi::textOf(name)), ignored)) {
                 host.luns = textsOf(parsePresentedLuns(*lines));
+            }
         }
     }
 
@@ -188,8 +191,9 @@ class CApplianceSection
     static void fill(SGroup& group, const SLMRGroupListing& listing, const SLMRGroupDetails& details)
     {
         group.read = true;
-        for (const SLMRGroupLun& lun : listing.luns)
+        for (const SLMRGroupLun& lun : listing.luns) {
             group.luns.push_back({std::string(lun.device), std::string(lun.serial), {}});
+        }
         group.permissions = textsOf(details.permissions);
         group.annotations = textsOf(details.annotations);
     }
@@ -208,8 +212,9 @@ class CApplianceSection
         if (!group.problem) group.problem = problem;
         if (!names) return;
         group.imagesRead = !problem;
-        for (const std::string& name : *names)
+        for (const std::string& name : *names) {
             group.images.push_back(readImage(group.name, name));
+        }
     }
 
     SImage readImage(const std::string& group, const std::string& name)
@@ -224,8 +229,9 @@ class CApplianceSection
             image.problem = noListing(command, *lines, defect);
             return image;
         }
-        for (const SLMRImageLun& lun : listing.luns)
+        for (const SLMRImageLun& lun : listing.luns) {
             image.luns.push_back({std::string(lun.sourceSerial), std::string(lun.targetSerial), {}});
+        }
         const SLMRImageDetails details = parseTimeImageDetails(*lines);
         image.annotation = textOf(details.annotation);
         image.created = textOf(details.created);

@@ -81,8 +81,9 @@ void readApplianceList(SConfiguration& configuration)
             configuration.unreadableLines.push_back(line);
         }
     }
-    for (auto& [name, appliance] : appliances)
+    for (auto& [name, appliance] : appliances) {
         configuration.appliances.push_back(std::move(appliance));
+    }
 }
 
 SValue readValue(CFiConfiguration& store, const SKnownValue& known)
@@ -100,10 +101,12 @@ void readStore(SConfiguration& configuration)
 {
     CFiConfiguration store(cfi_pgn_name_tstr);
     configuration.files.push_back({store.path(), problemOf(store.path(), MAX_STORE_SIZE)});
-    for (const auto& line : store.unreadableLines())
+    for (const auto& line : store.unreadableLines()) {
         configuration.unreadableLines.push_back({store.path(), line.m_line, line.m_text});
-    for (const SKnownValue& known : KNOWN_VALUES)
+    }
+    for (const SKnownValue& known : KNOWN_VALUES) {
         configuration.values.push_back(readValue(store, known));
+    }
 }
 
 }  // namespace

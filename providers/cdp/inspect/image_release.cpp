@@ -34,8 +34,9 @@ CReason whyNotGone(CToolRunner& runner, const SImageRelease& release)
     const SAnswer answer = runner.send(release.appliance, lmr_commands::listTimeImages(textOf(release.group)));
     if (answer.problem) return "whether it is gone is not known: " + *answer.problem;
     const SLMRNameListing listing = readTimeImageListing(answer.lines);
-    if (!listing.isListing || answer.isCut)
+    if (!listing.isListing || answer.isCut) {
         return "whether it is gone is not known: the answer to \"" + answer.run.command + "\" is no listing";
+    }
     if (std::ranges::find(listing.names, release.image) == listing.names.end()) return {};
     return "time image " + release.image + " of group " + release.group + " is still there";
 }

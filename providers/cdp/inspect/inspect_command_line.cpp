@@ -64,8 +64,9 @@ void build(CLI::App& app, SCommandLine& line)
 
 bool write(const std::string& document)
 {
-    if (std::fwrite(document.data(), 1, document.size(), stdout) == document.size() && std::fflush(stdout) == 0)
+    if (std::fwrite(document.data(), 1, document.size(), stdout) == document.size() && std::fflush(stdout) == 0) {
         return true;
+    }
     std::fprintf(stderr, "%s: cannot write to standard output: %s\n", PROGRAM,
                  obzx_pdk_4_4::CFiPlatformError::errorText(errno).c_str());
     return false;

@@ -68,8 +68,9 @@ SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SCon
         if (isAsked(options, appliance.name)) gathered.appliances.emplace_back().name = appliance.name;
     }
     std::vector<std::function<void()>> questions;
-    for (SAppliance& section : gathered.appliances)
+    for (SAppliance& section : gathered.appliances) {
         questions.emplace_back([&] { askSafely(runner, options, section); });
+    }
     const CCmnNetwork network(cfi_pgn_name_str);
     runSideBySide({[&] { runSideBySide(questions, APPLIANCES_AT_ONCE); }, [&] { gathered.disks = runner.listDisks(); },
                    [&] {
@@ -93,11 +94,13 @@ void placeOnThisHost(SAppliance& appliance, const CDevicePaths& paths, const SGa
 {
     appliance.hostHere = findHostHere(appliance.hosts, gathered.local, gathered.localName, resolve);
     for (SGroup& group : appliance.groups) {
-        for (SGroupLun& lun : group.luns)
+        for (SGroupLun& lun : group.luns) {
             lun.path = paths.pathOf(lun.serial);
+        }
         for (SImage& image : group.images) {
-            for (SImageLun& lun : image.luns)
+            for (SImageLun& lun : image.luns) {
                 lun.path = paths.pathOf(lun.target);
+            }
         }
     }
 }
@@ -106,8 +109,9 @@ std::vector<SToolRun> takeRuns(SGathered& gathered)
 {
     std::vector<SToolRun> runs;
     if (gathered.disks.use.tried) runs.push_back(std::move(gathered.disks.run));
-    for (SAppliance& appliance : gathered.appliances)
+    for (SAppliance& appliance : gathered.appliances) {
         std::ranges::move(appliance.runs, std::back_inserter(runs));
+    }
     return runs;
 }
 

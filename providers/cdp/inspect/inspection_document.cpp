@@ -22,8 +22,9 @@ template <class T>
 static CJson listOf(const std::vector<T>& records)
 {
     CJson list = CJson::array();
-    for (const T& record : records)
+    for (const T& record : records) {
         list.push_back(toJson(record));
+    }
     return list;
 }
 

@@ -25,8 +25,9 @@ void runSideBySide(const std::vector<std::function<void()>>& tasks, size_t atOnc
         std::vector<std::jthread> helpers;
         helpers.reserve(atOnce);
         try {
-            while (helpers.size() + 1 < std::min(atOnce, tasks.size()))
+            while (helpers.size() + 1 < std::min(atOnce, tasks.size())) {
                 helpers.emplace_back(work);
+            }
         } catch (const std::system_error&) {
             // No thread left: those that are there do all of it.
         }

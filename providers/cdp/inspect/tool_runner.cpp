@@ -205,8 +205,9 @@ std::string readableCommand(const std::string& text)
         if (blank && (readable.empty() || readable.back() == ' ')) continue;
         readable += blank ? ' ' : character;
     }
-    while (readable.ends_with(' '))
+    while (readable.ends_with(' ')) {
         readable.pop_back();
+    }
     return readable;
 }
 

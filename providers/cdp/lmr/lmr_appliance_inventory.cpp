@@ -100,8 +100,9 @@ bool CLMRAppliance::loadGroup(const CString& name)
     m_groupIndex.append(*group);
 
     trace(TRACE_DETAIL, "Printing the command output");
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         trace(TRACE_DETAIL, "LMR line = [%s]", line);
+    }
     return storeDevices(*group, lines);
 }
 

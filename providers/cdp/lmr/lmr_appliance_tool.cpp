@@ -47,8 +47,9 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, s
     }
     std::remove(script.c_str());
     if (isTraceEnabled(TRACE_DETAIL)) {
-        for (size_t i = 0; i < lines.size(); ++i)
+        for (size_t i = 0; i < lines.size(); ++i) {
             trace(TRACE_DETAIL, "Line [%d] = [%s]", i, lines[i]);
+        }
     }
     return result;
 }

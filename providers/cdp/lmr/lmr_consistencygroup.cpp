@@ -26,8 +26,9 @@ void CLMRConsistencyGroup::addDevice(const CString& device, const CString& seria
 void CLMRConsistencyGroup::reserveDevices(const std::vector<SLMRGroupLun>& luns)
 {
     size_t bytes = 0;
-    for (const SLMRGroupLun& lun : luns)
+    for (const SLMRGroupLun& lun : luns) {
         bytes += CLMRTextBlocks::roomFor(lun.device) + CLMRTextBlocks::roomFor(lun.serial);
+    }
     m_texts.reserve(bytes);
     m_devices.reserve(m_devices.size() + luns.size());
 }
@@ -215,8 +216,9 @@ void CLMRConsistencyGroup::unmapHost(CHostPtr host)
 CLMRConsistencyGroup::CTimeImageMap CLMRConsistencyGroup::getTimeImageList()
 {
     CTimeImageMap images;
-    for (const auto& [name, image] : m_timeImages.all())
+    for (const auto& [name, image] : m_timeImages.all()) {
         appendTo(images, name) = image;
+    }
     return images;
 }
 

@@ -95,8 +95,9 @@ int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& com
 void CLMRDeviceManager::traceOutput(CFiOutputText& output) const
 {
     std::array<std::string_view, 1> line;
-    while (output.takeLines(line) > 0)
+    while (output.takeLines(line) > 0) {
         trace(TRACE_FAILURE, "CLIDATA: [%s]", line[0]);
+    }
 }
 
 void CLMRDeviceManager::readListing(CFiOutputText& output)
@@ -108,8 +109,9 @@ void CLMRDeviceManager::readListing(CFiOutputText& output)
     disks.reserve(AT_ONCE);
     while (const size_t count = output.takeLines(lines)) {
         const bool complete = readDisks(listing, std::span(lines).first(count), disks);
-        for (const SLMRDisk& disk : disks)
+        for (const SLMRDisk& disk : disks) {
             m_lunMap.set(disk.path, disk.serial);
+        }
         if (!complete) return;
     }
 }

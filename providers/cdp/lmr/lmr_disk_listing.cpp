@@ -23,8 +23,9 @@ template <size_t N>
 size_t countStarts(const char* characters)
 {
     uint8_t starts = 0;
-    for (size_t i = 0; i < N; ++i)
+    for (size_t i = 0; i < N; ++i) {
         starts = static_cast<uint8_t>(starts + (endsField(characters[i]) > endsField(characters[i + 1]) ? 1 : 0));
+    }
     return starts;
 }
 
@@ -34,10 +35,12 @@ size_t countFields(std::string_view line)
     constexpr size_t PART = 16;
     size_t count = !line.empty() && !endsField(line[0]) ? 1 : 0;
     size_t i = 1;
-    for (; i + PART <= line.size(); i += PART)
+    for (; i + PART <= line.size(); i += PART) {
         count += countStarts<PART>(&line[i - 1]);
-    for (; i < line.size(); ++i)
+    }
+    for (; i < line.size(); ++i) {
         count += countStarts<1>(&line[i - 1]);
+    }
     return count;
 }
 

@@ -26,8 +26,9 @@ void CLMRGroupIndex::append(CLMRConsistencyGroup& group)
 
 void CLMRGroupIndex::clear()
 {
-    for (CLMRConsistencyGroup* group : m_groups)
+    for (CLMRConsistencyGroup* group : m_groups) {
         group->attachIndex(nullptr, 0);
+    }
     m_places.clear();
     m_records.clear();
     m_groups.clear();
@@ -43,8 +44,9 @@ uint32_t CLMRGroupIndex::find(const CString& serialOrName) const
 void CLMRGroupIndex::expect(const std::vector<SLMRGroupLun>& luns)
 {
     m_places.reserve(m_places.size() + luns.size());
-    for (const SLMRGroupLun& lun : luns)
+    for (const SLMRGroupLun& lun : luns) {
         m_places.prefetch(lun.serial);
+    }
 }
 
 void CLMRGroupIndex::deviceAdded(uint32_t group, std::string_view serial)
@@ -56,15 +58,17 @@ void CLMRGroupIndex::groupRenamed()
 {
     m_places.clear();
     m_records.clear();
-    for (uint32_t group = 0; group < m_groups.size(); ++group)
+    for (uint32_t group = 0; group < m_groups.size(); ++group) {
         noteGroup(group);
+    }
 }
 
 void CLMRGroupIndex::noteGroup(uint32_t group)
 {
     note(group, bytesOf(m_groups[group]->name()));
-    for (const SCDPDeviceInfo& device : m_groups[group]->devices())
+    for (const SCDPDeviceInfo& device : m_groups[group]->devices()) {
         note(group, bytesOf(device.m_serial));
+    }
 }
 
 std::string_view CLMRGroupIndex::SKeys::keyOf(CLMRArena::CPlace place) const

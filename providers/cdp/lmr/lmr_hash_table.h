@@ -41,8 +41,9 @@ class CLMRHashTable
     void reserve(size_t count)
     {
         size_t capacity = m_slots.empty() ? MINIMUM : m_slots.size();
-        while (count > capacity / 2)  // the search for what is not there stays within a line of the cache
+        while (count > capacity / 2) {  // the search for what is not there stays within a line of the cache
             capacity *= 2;
+        }
         if (capacity != m_slots.size()) grow(capacity);
     }
 
@@ -147,8 +148,9 @@ class CLMRHashTable
     {
         const size_t mask = m_slots.size() - 1;
         size_t slot = tag & mask;
-        while (m_slots[slot].tag != EMPTY)
+        while (m_slots[slot].tag != EMPTY) {
             slot = (slot + 1) & mask;
+        }
         return m_slots[slot];
     }
 

@@ -6,18 +6,21 @@ std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& 
 {
     std::vector<std::string> pieces;
     CLMRPieceCursor cursor(text, separators);
-    for (std::string_view piece; cursor.next(piece);)
+    for (std::string_view piece; cursor.next(piece);) {
         pieces.emplace_back(piece);
+    }
     return pieces;
 }
 
 std::string_view trimBlanks(std::string_view text)
 {
     static constexpr CLMRSeparators BLANKS(LMR_BLANKS);
-    while (!text.empty() && BLANKS.contains(text.front()))
+    while (!text.empty() && BLANKS.contains(text.front())) {
         text.remove_prefix(1);
-    while (!text.empty() && BLANKS.contains(text.back()))
+    }
+    while (!text.empty() && BLANKS.contains(text.back())) {
         text.remove_suffix(1);
+    }
     return text;
 }
 

@@ -23,8 +23,9 @@ class CLMRSeparators
   public:
     constexpr explicit CLMRSeparators(std::string_view characters)
     {
-        for (const char character : characters)
+        for (const char character : characters) {
             m_contains[static_cast<unsigned char>(character)] = true;
+        }
     }
     constexpr bool contains(char character) const { return m_contains[static_cast<unsigned char>(character)]; }
 
@@ -42,12 +43,14 @@ class CLMRPieceCursor
     bool next(std::string_view& piece)
     {
         size_t begin = 0;
-        while (begin < m_rest.size() && m_separators.contains(m_rest[begin]))
+        while (begin < m_rest.size() && m_separators.contains(m_rest[begin])) {
             ++begin;
+        }
         if (begin == m_rest.size()) return false;
         size_t end = begin;
-        while (end < m_rest.size() && !m_separators.contains(m_rest[end]))
+        while (end < m_rest.size() && !m_separators.contains(m_rest[end])) {
             ++end;
+        }
         piece = m_rest.substr(begin, end - begin);
         m_rest.remove_prefix(end);
         return true;

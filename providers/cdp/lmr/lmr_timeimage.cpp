@@ -59,8 +59,9 @@ CString CLMRTimeImage::getName()
 std::map<CString, CString> CLMRTimeImage::getTargetDeviceMap()
 {
     std::map<CString, CString> devices;
-    for (const auto& [source, target] : m_targetDevices)
+    for (const auto& [source, target] : m_targetDevices) {
         assign(appendTo(devices, source), target);
+    }
     return devices;
 }
 

@@ -49,16 +49,18 @@ std::string textOf(const char* key, const std::string& locale)
 TEST(Catalogs, EveryLanguageHasEveryMessageAndNoOther)
 {
     const std::set<std::string> expected(std::begin(KEYS), std::end(KEYS));
-    for (const char* locale : LOCALES)
+    for (const char* locale : LOCALES) {
         EXPECT_EQ(expected, keysOf(locale)) << locale;
+    }
 }
 
 TEST(Catalogs, NoTwoLanguagesTellAMessageInTheSameWords)
 {
     for (const char* key : KEYS) {
         std::set<std::string> texts;
-        for (const char* locale : {"", "de", "fr", "ja"})
+        for (const char* locale : {"", "de", "fr", "ja"}) {
             texts.insert(textOf(key, locale));
+        }
         EXPECT_EQ(4u, texts.size()) << key;
     }
 }
@@ -78,8 +80,9 @@ TEST(Catalogs, EveryArgumentIsNamedInEveryLanguage)
 TEST(Catalogs, EveryMessageSaysWhatHappenedAndInASecondSentenceWhatToDo)
 {
     for (const char* key : KEYS) {
-        for (const char* locale : {"", "de", "fr"})
+        for (const char* locale : {"", "de", "fr"}) {
             EXPECT_NE(std::string::npos, textOf(key, locale).find(". ")) << key << locale;
+        }
         const std::string japanese = textOf(key, "ja");
         EXPECT_NE(japanese.find("。"), japanese.rfind("。")) << key;
     }

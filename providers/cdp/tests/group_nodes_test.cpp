@@ -57,8 +57,9 @@ TEST(GroupNodes, ManyThreadsMayUseThem)
             }
         });
     }
-    for (std::thread& thread : threads)
+    for (std::thread& thread : threads) {
         thread.join();
+    }
     EXPECT_LE(nodes.size(), 1u);  // the shared one may have been taken out with the last node
 }
 

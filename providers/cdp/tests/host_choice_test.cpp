@@ -26,8 +26,9 @@ class HostChoice : public testing::Test
     CHostPtr choose(const std::vector<const char*>& names)
     {
         m_hosts.clear();
-        for (const char* name : names)
+        for (const char* name : names) {
             m_hosts.emplace_back(CHostPtr(new CLMRHost(CString(name))));
+        }
         return chooseLocalHost(m_hosts, m_network, m_tracer);
     }
 

@@ -18,8 +18,9 @@ std::vector<std::string> flat(const CNodeGrouping& grouping)
     for (const auto& [appliance, groups] : grouping.appliances()) {
         for (const auto& [group, nodes] : groups) {
             std::string line = appliance + "/" + group + ":";
-            for (const std::string& node : nodes)
+            for (const std::string& node : nodes) {
                 line += " " + node;
+            }
             lines.push_back(line);
         }
     }
@@ -57,8 +58,9 @@ TEST(NodeGrouping, TenThousandNodesInAHundredGroupsAreGrouped)
     }
     const CNodeGrouping::CGroups& groups = grouping.appliances().begin()->second;
     ASSERT_EQ(100u, groups.size());
-    for (const auto& group : groups)
+    for (const auto& group : groups) {
         EXPECT_EQ(100u, group.second.size());
+    }
 }
 
 }  // namespace cdpfi

@@ -89,11 +89,13 @@ obzx_pdk_4_4::CFiSessionPtr CPluginTest::session(const char* name, const std::ve
     auto session =
         CFiContextSingleton<obzx_pdk_4_4::CFiSessionManager, FI_PLUGIN_NAME>::instance(false)->getSession(name);
     std::vector<obz_splitnode> splits;
-    for (CNode* node : nodes)
+    for (CNode* node : nodes) {
         splits.push_back({nullptr, node->get()});
+    }
     std::vector<obz_splitnode*> list;
-    for (obz_splitnode& split : splits)
+    for (obz_splitnode& split : splits) {
         list.push_back(&split);
+    }
     session->addNodes(list.data(), static_cast<int>(list.size()));
     return session;
 }

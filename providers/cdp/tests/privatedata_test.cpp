@@ -194,8 +194,9 @@ TEST(PrivateData, ABlobOfOneByteEmptiesEveryField)
         fill(record);
         const obz_blob blob = {1, &byte, OBZ_ENCODING_STRING};
         EXPECT_EQ(0, record.setNodeState(&blob));
-        for (const SField& field : FIELDS)
+        for (const SField& field : FIELDS) {
             EXPECT_EQ(CString(""), record.*field.m_value) << field.m_tag;
+        }
     }
 }
 

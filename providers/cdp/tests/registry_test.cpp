@@ -27,8 +27,9 @@ class Registry : public CPluginTest
     std::vector<std::string> names() const
     {
         std::vector<std::string> names;
-        for (const CAppliancePtr& appliance : m_registry.getApplianceList())
+        for (const CAppliancePtr& appliance : m_registry.getApplianceList()) {
             names.push_back(str(appliance->getName()));
+        }
         return names;
     }
 

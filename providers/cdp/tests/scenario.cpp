@@ -74,14 +74,16 @@ void CScenario::addAppliance(const std::string& name, const CGroups& groups, con
     for (const auto& [group, serials] : groups) {
         groupLines += group + " luns=" + std::to_string(serials.size()) + "\n";
         std::string listing = "Group " + group + "\nProtected LUNS:\n";
-        for (const std::string& serial : serials)
+        for (const std::string& serial : serials) {
             listing += "lun" + serial + " [" + serial + "] 10GB\n";
+        }
         writeState(name + "/cg." + group, listing + "Permissions:\nStillmark LUNs:\n");
     }
     writeState(name + "/cgroups", groupLines);
     std::string hostLines;
-    for (const std::string& host : hosts)
+    for (const std::string& host : hosts) {
         hostLines += host + "\n";
+    }
     writeState(name + "/hosts", hosts.empty() ? std::string("192.0.2.1\n") + LOCAL_HOST + "\n" : hostLines);
     m_configuration += "RSURL=" + name + ":1\n";
     write("etc/qz/hls.conf", m_configuration);
@@ -119,8 +121,9 @@ std::vector<std::string> CScenario::takeCommands() const
 {
     std::ifstream file(m_root / TOOLS / "state" / "log");
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line);) {
         lines.push_back(line);
+    }
     file.close();
     fs::remove(m_root / TOOLS / "state" / "log");
     return lines;

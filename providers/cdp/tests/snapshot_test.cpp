@@ -48,8 +48,9 @@ TEST_F(Snapshot, EveryGroupGetsOneCheckPointAndEveryNodeATarget)
     CNode first("<cdpfi>S1");
     CNode second("<cdpfi>S2");
     CNode third("<cdpfi>S3");
-    for (CNode* node : {&first, &second, &third})
+    for (CNode* node : {&first, &second, &third}) {
         ASSERT_EQ(OBZ_OK, initNode(*node));
+    }
     CFiSessionPtr session = this->session("s", {&third, &second, &first});
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().makeSnapshots(session));

@@ -50,8 +50,9 @@ TEST(StateText, EveryCombinationOfMissingTagsGivesTheWrappedArithmetic)
         {"</SerialNo><SerialNo>42", "42"},       // close before open: the rest
         {"</SerialNo><SerialNo>42</SerialNo>", "42</SerialNo>"},
     };
-    for (const SCase& one : cases)
+    for (const SCase& one : cases) {
         EXPECT_EQ(one.value, read(one.text)) << one.text;
+    }
 }
 
 TEST(StateText, ATaggedValueEndsInTheNameBeforeTheSlash)

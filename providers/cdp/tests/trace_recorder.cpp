@@ -94,8 +94,9 @@ bool CTraceRecorder::has(const std::string& line) const
 void CTraceRecorder::expect(const std::string& name, const std::string& root) const
 {
     std::string actual;
-    for (const std::string& line : lines())
+    for (const std::string& line : lines()) {
         actual += withoutRunValues(line, root) + "\n";
+    }
     const std::string path = std::string(EXPECTED_DIR) + "/" + name + ".trace";
     if (std::getenv("UPDATE_EXPECTED") != nullptr) {
         std::ofstream(path) << actual;

@@ -28,8 +28,9 @@ std::string hostHere(const std::vector<std::string>& names, const SHostInfo& loc
                      const std::map<std::string, SHostInfo>& known)
 {
     std::vector<SHost> hosts;
-    for (const std::string& name : names)
+    for (const std::string& name : names) {
         hosts.push_back({name, {}});
+    }
     const auto found = findHostHere(hosts, local, "prod", [&](const std::string& name) {
         const auto entry = known.find(name);
         return entry == known.end() ? SHostInfo{name, {name}, {}, {}} : entry->second;
@@ -87,8 +88,9 @@ SAppliance appliance(const std::string& name, const std::map<std::string, std::v
     for (const auto& [group, serials] : groups) {
         made.groupNames.push_back(group);
         made.groups.emplace_back().name = group;
-        for (const std::string& serial : serials)
+        for (const std::string& serial : serials) {
             made.groups.back().luns.push_back({"/dev/x", serial, {}});
+        }
     }
     return made;
 }
@@ -96,13 +98,15 @@ SAppliance appliance(const std::string& name, const std::map<std::string, std::v
 std::string ambiguous(const std::vector<SAppliance>& appliances, const std::vector<std::string>& disks = {})
 {
     SDisks listed;
-    for (const std::string& serial : disks)
+    for (const std::string& serial : disks) {
         listed.devices.push_back({"/dev/x", serial});
+    }
     std::string text;
     for (const SAmbiguousSerial& entry : findAmbiguous(appliances, listed)) {
         text += entry.serial + ": " + entry.reason + " [";
-        for (const SPlace& place : entry.places)
+        for (const SPlace& place : entry.places) {
             text += place.appliance + "/" + place.group + " ";
+        }
         text.back() = ']';
         text += "\n";
     }
@@ -153,8 +157,9 @@ TEST(InspectorDisks, AListingNeedsItsHeading)
     const auto read = [](const std::vector<std::string>& lines) {
         const SDisks disks = readDisks(lines);
         std::string text = disks.problem ? *disks.problem + "|" : "";
-        for (const SDevice& device : disks.devices)
+        for (const SDevice& device : disks.devices) {
             text += device.path + "=" + device.serial + " ";
+        }
         return text;
     };
     const std::string none = "the answer to \"kforutil listdisk\" is no listing";
@@ -235,8 +240,9 @@ TEST(ApplianceLines, NameAnApplianceWithAMarkAnywhereAndTwoTextsAroundOneSign)
     EXPECT_EQ(read("RSURL = alpha :1:2"), " alpha |1");
     EXPECT_EQ(read("name=RSURL"), "RSURL|-");
     EXPECT_EQ(read("RSURL=::"), "|-");
-    for (const char* line : {"", "RSURL", "RSURL=", "=RSURL", "RSURL=a=b", "rsurl=a", "RS URL=a"})
+    for (const char* line : {"", "RSURL", "RSURL=", "=RSURL", "RSURL=a=b", "rsurl=a", "RS URL=a"}) {
         EXPECT_EQ(read(line), "none") << line;
+    }
 }
 
 }  // namespace

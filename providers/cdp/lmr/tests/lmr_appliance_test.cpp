@@ -33,8 +33,9 @@ class CLmrAppliance : public CLmrTest
         for (const auto& [name, serials] : groups) {
             names += name + " luns=1\n";
             std::string luns;
-            for (const std::string& serial : serials)
+            for (const std::string& serial : serials) {
                 luns += "dev [" + serial + "] x\n";
+            }
             answers += answerTo("\"" + name + "\"", "Protected LUNS:\n" + luns + "Permissions:\nStillmark LUNs:\n");
         }
         setScenario(answerTo(" list  cgroups ", names) + answers);
@@ -52,8 +53,9 @@ class CLmrAppliance : public CLmrTest
     static std::string diskAnswer(const std::vector<std::pair<std::string, std::string>>& disks)
     {
         std::string output = "Disks\n" + std::string(122, '=') + "\n";
-        for (const auto& [path, serial] : disks)
+        for (const auto& [path, serial] : disks) {
             output += path + " (a) b (c) d (e) (" + serial + ")\n";
+        }
         return answerTo("[listdisk]", output);
     }
     /// The group's position in the list, -1 for none; the same with the lines of the walk and without them.
@@ -241,27 +243,32 @@ TEST_F(CLmrAppliance, IndexAnswersWhatTheWalkAnswers)
         std::vector<std::pair<std::string, CLines>> groups;
         for (unsigned i = draw(8); i > 0; --i) {
             CLines serials;
-            for (unsigned j = draw(12); j > 0; --j)
+            for (unsigned j = draw(12); j > 0; --j) {
                 serials.push_back(draw(9) == 0 ? " " : text(range));
+            }
             groups.emplace_back(text(range), serials);
         }
         // A name that stands twice is asked for once: the answer of its first listing serves both.
         loadGroups(groups);
         std::vector<std::pair<std::string, std::string>> disks;
-        for (unsigned i = 0; i < 10; ++i)
+        for (unsigned i = 0; i < 10; ++i) {
             disks.emplace_back("/dev/d" + std::to_string(draw(12)), text(range));
+        }
         loadDisks(disks);
-        for (unsigned i = 0; i < range; ++i)
+        for (unsigned i = 0; i < range; ++i) {
             positionFor("k" + std::to_string(i));
-        for (unsigned i = 0; i < 12; ++i)
+        }
+        for (unsigned i = 0; i < 12; ++i) {
             positionFor("/dev/d" + std::to_string(i));
+        }
         for (unsigned i = 0; i < 4 && !groups.empty(); ++i) {
             const auto list = m_appliance->getConsistencyGroupList();
             const CConsistencyGroupPtr& group = list[random() % list.size()];
             if (draw(2) == 0) group->addDevice("d", text(range).c_str());
             if (draw(2) == 0) group->setName(text(range).c_str());
-            for (unsigned j = 0; j < range; ++j)
+            for (unsigned j = 0; j < range; ++j) {
                 positionFor("k" + std::to_string(j));
+            }
         }
     }
 }

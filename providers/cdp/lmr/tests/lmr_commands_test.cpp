@@ -102,8 +102,9 @@ TEST_F(CLmrCommands, QuoteNewlineAndControlCharactersAreRefusedInEveryPlace)
 TEST_F(CLmrCommands, EmptyNamePassesTheCheck)
 {
     EXPECT_TRUE(isSendableName(""));
-    for (const SCommandCase& command : commandCases())
+    for (const SCommandCase& command : commandCases()) {
         EXPECT_FALSE(command.build("").m_refused) << command.name;
+    }
 }
 
 TEST_F(CLmrCommands, RefusedCommandIsTracedAndNothingIsSent)

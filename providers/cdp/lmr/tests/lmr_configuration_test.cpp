@@ -111,11 +111,15 @@ TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndep
         EXPECT_EQ(std::string(shellPath.result) + "|" + shellName.result, shell()) << values;
         EXPECT_EQ(std::string(utilityPath.result) + "|" + utilityName.result, utility()) << values;
     };
-    for (const SValue& shellPath : shellPaths)
-        for (const SValue& shellName : shellNames)
-            for (const SValue& utilityPath : utilityPaths)
-                for (const SValue& utilityName : utilityNames)
+    for (const SValue& shellPath : shellPaths) {
+        for (const SValue& shellName : shellNames) {
+            for (const SValue& utilityPath : utilityPaths) {
+                for (const SValue& utilityName : utilityNames) {
                     check(shellPath, shellName, utilityPath, utilityName);
+                }
+            }
+        }
+    }
 }
 
 TEST_F(CLmrConfiguration, LookUpsAreTracedAsFunctions)

@@ -33,8 +33,9 @@ class CLmrConsistencyGroup : public CLmrTest
     CLines imageNames() const
     {
         CLines names;
-        for (const auto& [name, image] : m_group->getTimeImageList())
+        for (const auto& [name, image] : m_group->getTimeImageList()) {
             names.emplace_back(name.c_str());
+        }
         return names;
     }
 

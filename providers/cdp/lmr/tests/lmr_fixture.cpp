@@ -48,10 +48,12 @@ CLmrTest::CLmrTest()
     if (::mkdtemp(folder.data()) == nullptr) ADD_FAILURE() << "no temporary directory";
     m_root = folder;
     m_scenario = m_root + "/scenario";
-    for (const char* name : {"/etc/qz", "/tools", "/tmp", "/var/log/qz"})
+    for (const char* name : {"/etc/qz", "/tools", "/tmp", "/var/log/qz"}) {
         fs::create_directories(m_root + name);
-    for (const char* name : {"/tools/lmsh", "/tools/kforutil"})
+    }
+    for (const char* name : {"/tools/lmsh", "/tools/kforutil"}) {
         fs::create_symlink(FAKE_TOOL, m_root + name);
+    }
     ::unsetenv("OBZX_TRACE_LEVEL");
     ::setenv("OBZX_ROOT", m_root.c_str(), 1);
     ::setenv("TMPDIR", (m_root + "/tmp").c_str(), 1);
@@ -204,8 +206,9 @@ void CLmrTest::expectFile(const std::string& name, const std::string& actual)
 std::string CLmrTest::joined(const std::vector<std::string>& lines)
 {
     std::string text;
-    for (const std::string& line : lines)
+    for (const std::string& line : lines) {
         text += line + "\n";
+    }
     return text;
 }
 

@@ -33,8 +33,9 @@ class CLmrInventory : public CLmrTest
     CLines hosts() const
     {
         CLines names;
-        for (const CHostPtr& host : m_appliance->getHostList())
+        for (const CHostPtr& host : m_appliance->getHostList()) {
             names.emplace_back(host->getName().c_str());
+        }
         return names;
     }
     /// Loads group "cg", which has that listing, and group "later" behind it.

@@ -20,8 +20,9 @@ std::string show(const std::optional<std::vector<std::string_view>>& texts)
 {
     if (!texts) return NOT_TOLD;
     std::string shown;
-    for (const std::string_view text : *texts)
+    for (const std::string_view text : *texts) {
         shown.append("<").append(text).append(">");
+    }
     return shown;
 }
 
@@ -37,9 +38,10 @@ std::string annotations(std::string_view text)
     const SLMRGroupDetails details = parseGroupDetails(lines);
     if (!details.annotations) return NOT_TOLD;
     std::string shown;
-    for (const SLMRAnnotation& annotation : *details.annotations)
+    for (const SLMRAnnotation& annotation : *details.annotations) {
         shown +=
             "<" + std::string(annotation.name) + "|" + show(annotation.time) + "|" + show(annotation.message) + ">";
+    }
     return shown;
 }
 
@@ -64,8 +66,9 @@ std::string presented(std::string_view text)
 
 void expectAll(std::string (*reader)(std::string_view), const std::vector<SListingCase>& cases)
 {
-    for (const SListingCase& entry : cases)
+    for (const SListingCase& entry : cases) {
         EXPECT_EQ(entry.result, reader(entry.text)) << entry.text;
+    }
 }
 
 TEST(CLmrListingDetails, PermissionsOfAGroupAreOneHostALine)

@@ -35,8 +35,9 @@ std::string record(const CLines& fields)
 std::string readHosts(const CLines& lines)
 {
     std::string read;
-    for (const CString& name : parseHostNames(lines))
+    for (const CString& name : parseHostNames(lines)) {
         read += record({std::string(bytesOf(name))});
+    }
     return read;
 }
 
@@ -89,8 +90,9 @@ std::string readGroup(const CLines& lines)
             break;
     }
     read += std::to_string(listing.begin) + "-" + std::to_string(listing.end);
-    for (const SLMRGroupLun& lun : listing.luns)
+    for (const SLMRGroupLun& lun : listing.luns) {
         read += record({std::string(lun.device), std::string(lun.serial)});
+    }
     if (listing.result == EGroupListing::BAD_DEVICE) read += "bad line " + std::string(listing.badLine);
     if (listing.result == EGroupListing::BAD_SERIAL) read += "bad serial of " + std::string(listing.badDevice);
     return read;

@@ -53,8 +53,9 @@ struct SRead
     std::string asText() const
     {
         std::string text;
-        for (const CLines& record : records)
+        for (const CLines& record : records) {
             text += "<" + joinTexts(record, "=") + ">";
+        }
         return text + end;
     }
 };
@@ -62,8 +63,9 @@ struct SRead
 SRead readHosts(const CLines& lines)
 {
     SRead read;
-    for (const CString& name : parseHostNames(lines))
+    for (const CString& name : parseHostNames(lines)) {
         read.records.push_back({std::string(bytesOf(name))});
+    }
     return read;
 }
 
@@ -82,8 +84,9 @@ SRead readGroup(const CLines& lines)
     static const char* const ends[] = {"", "no protected", "no permission", "no stillmark", "bad device", "bad serial"};
     const SLMRGroupListing listing = parseGroup(lines);
     SRead read;
-    for (const auto& lun : listing.luns)
+    for (const auto& lun : listing.luns) {
         read.records.push_back({std::string(lun.device), std::string(lun.serial)});
+    }
     read.end = ends[static_cast<int>(listing.result)];
     return read;
 }

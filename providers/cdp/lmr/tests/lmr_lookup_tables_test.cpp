@@ -26,8 +26,9 @@ template <bool FILTERED>
 void expectWhatWasAddedAndNothingElse()
 {
     std::vector<std::string> texts;
-    for (int i = 0; i < 5000; ++i)
+    for (int i = 0; i < 5000; ++i) {
         texts.push_back("text" + std::to_string(i));
+    }
     CLMRHashTable<SNumber, SNumberKeys, FILTERED> table{SNumberKeys()};
     EXPECT_EQ(nullptr, table.find("text0"));
     for (size_t i = 0; i < texts.size(); ++i) {
@@ -70,11 +71,13 @@ TEST(CLmrTextBlocks, KeepsTextsWhereTheyAreWithAndWithoutRoomMadeForThem)
 TEST(CLmrLunTable, KeepsPathsInByteOrder)
 {
     CLMRLunTable table;
-    for (const char* path : {"b", "a", "\xff", "aa", "B", ""})
+    for (const char* path : {"b", "a", "\xff", "aa", "B", ""}) {
         table.set(path, "S");
+    }
     std::string order;
-    for (const auto& [path, serial] : table.map())
+    for (const auto& [path, serial] : table.map()) {
         order += std::string(path.c_str()) + "|";
+    }
     EXPECT_EQ("|B|a|aa|b|\xff|", order);
     EXPECT_STREQ("", table.firstPathOf("S")->c_str());
 }
@@ -116,13 +119,12 @@ TEST(CLmrLunTable, LookUpsAnswerWhatAWalkAnswers)
                 std::find_if(model.begin(), model.end(), [&](const auto& entry) { return entry.second == serial; });
             const bool expected = walked != model.end() && !serial.empty();
             ASSERT_EQ(expected, found != nullptr);
-            if (expected) {
-                EXPECT_EQ(walked->first, found->c_str());
-            }
+            if (expected) EXPECT_EQ(walked->first, found->c_str());
         }
         ASSERT_EQ(model.size(), table.map().size());
-        for (const auto& [path, serial] : table.map())
+        for (const auto& [path, serial] : table.map()) {
             EXPECT_EQ(model[path.c_str()], serial.c_str());
+        }
     }
 }
 

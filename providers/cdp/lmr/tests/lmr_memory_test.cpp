@@ -47,8 +47,9 @@ class CLmrMemory : public CLmrTest
                 happened = fault.happened();
             }
             look();
-            for (const std::string& request : requests())
+            for (const std::string& request : requests()) {
                 EXPECT_TRUE(whole.contains(request)) << "at " << skipped << "\n" << request;
+            }
             if (!happened) break;
         }
         EXPECT_GT(failures, 0);
@@ -118,8 +119,9 @@ TEST_F(CLmrMemory, GrantOfATimeImageIsWholeOrNotSent)
         [&] {
             const std::map<CString, CString> copy = listed->getTargetDeviceMap();
             EXPECT_EQ(2U, copy.size());
-            for (const auto& [source, target] : copy)
+            for (const auto& [source, target] : copy) {
                 EXPECT_TRUE(bytesOf(source).starts_with('S') && bytesOf(target).starts_with('T'));
+            }
         },
         [] {});
 }
@@ -127,8 +129,9 @@ TEST_F(CLmrMemory, GrantOfATimeImageIsWholeOrNotSent)
 TEST_F(CLmrMemory, InventoryHoldsOnlyWhatTheApplianceListed)
 {
     std::string luns;
-    for (int i = 0; i < 6; ++i)
+    for (int i = 0; i < 6; ++i) {
         luns += "/dev/sd" + std::to_string(i) + " [S" + std::to_string(i) + "] x\n";
+    }
     setScenario(answerTo(" list  hosts ", "h1\nh2\n") + answerTo(" list  cgroups ", "cg1 luns=1\ncg2 luns=2\n") +
                 answerTo(" show  cgroup ", "Protected LUNS:\n" + luns + "Permissions:\nStillmark LUNs:\n") +
                 "exit 0\n");
@@ -136,8 +139,9 @@ TEST_F(CLmrMemory, InventoryHoldsOnlyWhatTheApplianceListed)
     sweep([&] { appliance->generateHostList(); },
           [&] {
               size_t index = 0;
-              for (const CHostPtr& host : appliance->getHostList())
+              for (const CHostPtr& host : appliance->getHostList()) {
                   EXPECT_EQ("h" + std::to_string(++index), host->getName().c_str());
+              }
           });
     sweep([&] { appliance->generateConsistencyGroupList(); },
           [&] {
@@ -158,8 +162,9 @@ TEST_F(CLmrMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
 {
     const auto listing = [](const std::string& prefix) {
         std::string output = "Disks\n" + std::string(122, '=') + "\n";
-        for (int i = 0; i < 6; ++i)
+        for (int i = 0; i < 6; ++i) {
             output += "/dev/sd" + std::to_string(i) + " (a) b (c) d (e) (" + prefix + std::to_string(i) + ")\n";
+        }
         return answerTo("[listdisk]", output);
     };
     const CLMRDeviceManagerPtr devices = setUpDevices();
@@ -197,9 +202,7 @@ TEST_F(CLmrMemory, LookUpsAnswerWholeOrNotAtAll)
     sweep(
         [&] {
             CString found = "/dev/other";
-            if (appliance->importDevicePath(lun, found)) {
-                EXPECT_EQ(path, found.c_str());
-            }
+            if (appliance->importDevicePath(lun, found)) EXPECT_EQ(path, found.c_str());
         },
         [] {});
     sweep([&] { EXPECT_EQ(serial, appliance->findLun(textOf(path)).c_str()); }, [] {});
@@ -219,8 +222,9 @@ TEST_F(CLmrMemory, GroupThatGrowsKeepsItsDevices)
         },
         [&] {
             EXPECT_EQ(added, group->devices().size());
-            for (const SCDPDeviceInfo& device : group->devices())
+            for (const SCDPDeviceInfo& device : group->devices()) {
                 EXPECT_TRUE(device.m_device == m_timeImage && device.m_serial == m_checkPoint);
+            }
         });
 }
 

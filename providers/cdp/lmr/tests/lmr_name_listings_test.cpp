@@ -18,15 +18,17 @@ std::string read(SLMRNameListing (*reader)(const CListingLines&), std::string_vi
         return listing.strayLine ? "no listing, line " + std::to_string(*listing.strayLine) : "no listing";
     }
     std::string names;
-    for (const std::string_view name : listing.names)
+    for (const std::string_view name : listing.names) {
         names.append("<").append(name).append(">");
+    }
     return names;
 }
 
 void expectAll(SLMRNameListing (*reader)(const CListingLines&), const std::vector<SListingCase>& cases)
 {
-    for (const SListingCase& entry : cases)
+    for (const SListingCase& entry : cases) {
         EXPECT_EQ(entry.result, read(reader, entry.text)) << entry.text;
+    }
 }
 
 TEST(CLmrNameListings, HostsAreOneNameALineWithOrWithoutAnAddress)
