@@ -82,7 +82,7 @@ std::optional<SScript> read(std::string_view text)
     try {
         return parseScript(text);
     } catch (const EApplianceError& error) {
-        require(error.status() == EStatus::malformed, "what cannot be understood is malformed");
+        require(error.status() == EStatus::MALFORMED, "what cannot be understood is malformed");
         const std::string reason = error.what();
         require(reason.starts_with("line ") && reason.find('\n') == std::string::npos, "the reason is one line");
         return std::nullopt;

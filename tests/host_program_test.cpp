@@ -182,7 +182,9 @@ class HostProgram : public testing::Test
         if (other == 0) {
             start();
             if (!HasFailure()) takeCopy();
-            if (!HasFailure()) EXPECT_EQ(import(), OBZ_OK);
+            if (!HasFailure()) {
+                EXPECT_EQ(import(), OBZ_OK);
+            }
             std::fflush(nullptr);
             _exit(HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
         }

@@ -162,7 +162,9 @@ TEST_F(BadSurroundings, DiskThatFillsUpLeavesNoCheckpointThatTheCatalogDoesNotKn
         EXPECT_TRUE(run.status == 0 || (run.status >= 1 && run.status <= 15))
             << blocks << ": " << run.status << run.err;
         const SRun shown = m_site.fictl("production", {"snapshot", "show", "nightly"});
-        if (shown.status != 0) EXPECT_TRUE(copies().empty()) << blocks;
+        if (shown.status != 0) {
+            EXPECT_TRUE(copies().empty()) << blocks;
+        }
         succeeded += run.status == 0 ? 1 : 0;
         m_site.fictl("production", {"snapshot", "delete", "nightly"});
         EXPECT_TRUE(copies().empty()) << blocks;

@@ -77,7 +77,9 @@ class CDefaultCalls
         if constexpr (std::is_pointer_v<P>) {
             using T = std::remove_pointer_t<P>;
             if (argument == nullptr || !isOutput(kind)) return;
-            if constexpr (std::is_pointer_v<T> || std::is_integral_v<T>) EXPECT_EQ(*argument, T{});
+            if constexpr (std::is_pointer_v<T> || std::is_integral_v<T>) {
+                EXPECT_EQ(*argument, T{});
+            }
         }
     }
 

@@ -42,7 +42,9 @@ TEST_F(CFictlTest, WithoutRootAndRootFolderFictlUsesTheStateFolder)
     fs::create_directories(state);
     fs::permissions(m_root, fs::perms(0755));
     constexpr uid_t NOBODY = 65534;
-    if (geteuid() == 0) ASSERT_EQ(chown(state.c_str(), NOBODY, NOBODY), 0);
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(state.c_str(), NOBODY, NOBODY), 0);
+    }
     const pid_t pid = fork();
     if (pid == 0) {
         const bool isDropped =

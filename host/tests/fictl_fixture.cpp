@@ -243,7 +243,9 @@ std::string CFictlTest::state(const std::string& name) const
 void CFictlTest::expectClean() const
 {
     for (const std::string& call : calls()) {
-        if (call.starts_with("fini")) EXPECT_EQ(call, "fini nodes=0");
+        if (call.starts_with("fini")) {
+            EXPECT_EQ(call, "fini nodes=0");
+        }
     }
     for (const fs::directory_entry& entry : fs::directory_iterator(m_root + "/tmp")) {
         EXPECT_TRUE(entry.path().filename().string().starts_with("run")) << entry.path();

@@ -39,7 +39,9 @@ class Configuration : public obzx_test::CScratch
         ACE_Configuration_Section_Key key;
         long found = -77;
         EXPECT_EQ(store.openSection("S", key, 1), 0);
-        if (store.getIntegerValue(name.c_str(), found) != 0) EXPECT_EQ(found, -77);
+        if (store.getIntegerValue(name.c_str(), found) != 0) {
+            EXPECT_EQ(found, -77);
+        }
         return found;
     }
 };

@@ -255,7 +255,9 @@ TEST_F(TraceFile, FifoInItsPlaceDoesNotHoldUpTheHost)
 
 TEST_F(TraceFile, FullDiskSilencesTracing)
 {
-    if (::access("/dev/full", W_OK) != 0) FAIL() << "no /dev/full on this host";
+    if (::access("/dev/full", W_OK) != 0) {
+        FAIL() << "no /dev/full on this host";
+    }
     ::unsetenv("OBZX_ROOT");
     CFiTraceLogPtr log(true);
     log->initialize("unit", "/dev/full", "", 1, false);

@@ -72,7 +72,9 @@ class OutOfMemory : public CPluginTest
         const bool reached = callWithout(sweep, skipped);
         sweep.m_settle(m_status);
         m_trace.clear();
-        if (skipped != NONE) EXPECT_EQ(before, liveBlocks()) << sweep.m_operation << " without allocation " << skipped;
+        if (skipped != NONE) {
+            EXPECT_EQ(before, liveBlocks()) << sweep.m_operation << " without allocation " << skipped;
+        }
         return reached;
     }
 
@@ -106,8 +108,12 @@ TEST_F(OutOfMemory, InterposeGivesZeroOrAWholeAnswer)
     sweep({"interpose", 0, [&] { return plugin().interpose(device.get(), &interposed, &groups, &count); },
            [&](int32_t status) {
                EXPECT_EQ(status == 1, interposed != nullptr);
-               if (interposed != nullptr) EXPECT_STREQ("<cdpfi>S1", interposed->name);
-               if (groups != nullptr) EXPECT_STREQ("cg1", groups[0]->name);
+               if (interposed != nullptr) {
+                   EXPECT_STREQ("<cdpfi>S1", interposed->name);
+               }
+               if (groups != nullptr) {
+                   EXPECT_STREQ("cg1", groups[0]->name);
+               }
                obzx_free_objid(interposed);
                obzx_free_objid_array(groups, count);
                interposed = nullptr;
@@ -243,12 +249,16 @@ TEST_F(OutOfMemory, ASnapshotIsRecordedWholeOrNotAtAll)
            [&](int32_t status) {
                session->update("<cdpfi>S1", [&](CFiSplitNode& entry) {
                    EXPECT_EQ(status == OBZ_OK, entry.m_makeDone == 1);
-                   if (status == OBZ_OK) EXPECT_EQ(targetName("S1", checkPoint()), str(entry.m_target));
+                   if (status == OBZ_OK) {
+                       EXPECT_EQ(targetName("S1", checkPoint()), str(entry.m_target));
+                   }
                    CString().swap(entry.m_target);
                    entry.m_makeDone = 0;
                });
                CString& recorded = plugin().GetPrivateData(node.get())->m_checkPointName;
-               if (status == OBZ_OK) EXPECT_EQ(checkPoint(), str(recorded));
+               if (status == OBZ_OK) {
+                   EXPECT_EQ(checkPoint(), str(recorded));
+               }
                CString().swap(recorded);
            }});
 }
@@ -295,7 +305,9 @@ TEST_F(OutOfMemory, ImportsOfAnImageFailOrAreDone)
            [&] { return plugin().importTreeNode(primary.get(), &(*node)->identity, &output, 0, nullptr); },
            [&](int32_t status) {
                EXPECT_EQ(status == OBZ_OK, output != nullptr);
-               if (output != nullptr) EXPECT_STREQ("/dev/imageS1", output->name);
+               if (output != nullptr) {
+                   EXPECT_STREQ("/dev/imageS1", output->name);
+               }
                obzx_free_objid(output);
                node.reset();
            },

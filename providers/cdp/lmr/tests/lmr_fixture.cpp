@@ -45,7 +45,9 @@ CLmrTest::CLmrTest()
 {
     static const std::string base = ::testing::TempDir();  // as it is before a test sets TMPDIR
     std::string folder = base + "lmrXXXXXX";
-    if (::mkdtemp(folder.data()) == nullptr) ADD_FAILURE() << "no temporary directory";
+    if (::mkdtemp(folder.data()) == nullptr) {
+        ADD_FAILURE() << "no temporary directory";
+    }
     m_root = folder;
     m_scenario = m_root + "/scenario";
     for (const char* name : {"/etc/qz", "/tools", "/tmp", "/var/log/qz"}) {

@@ -119,7 +119,9 @@ TEST(CLmrLunTable, LookUpsAnswerWhatAWalkAnswers)
                 std::find_if(model.begin(), model.end(), [&](const auto& entry) { return entry.second == serial; });
             const bool expected = walked != model.end() && !serial.empty();
             ASSERT_EQ(expected, found != nullptr);
-            if (expected) EXPECT_EQ(walked->first, found->c_str());
+            if (expected) {
+                EXPECT_EQ(walked->first, found->c_str());
+            }
         }
         ASSERT_EQ(model.size(), table.map().size());
         for (const auto& [path, serial] : table.map()) {

@@ -202,7 +202,9 @@ TEST_F(CLmrMemory, LookUpsAnswerWholeOrNotAtAll)
     sweep(
         [&] {
             CString found = "/dev/other";
-            if (appliance->importDevicePath(lun, found)) EXPECT_EQ(path, found.c_str());
+            if (appliance->importDevicePath(lun, found)) {
+                EXPECT_EQ(path, found.c_str());
+            }
         },
         [] {});
     sweep([&] { EXPECT_EQ(serial, appliance->findLun(textOf(path)).c_str()); }, [] {});
