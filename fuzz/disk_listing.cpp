@@ -2,7 +2,7 @@
 #include <utility>
 
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
 
 using cdpfi::CLMRDiskListing;
 using cdpfi::EDiskLine;

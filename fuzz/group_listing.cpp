@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 
 using cdpfi::EGroupListing;
 using cdpfi::SLMRGroupListing;

@@ -1,6 +1,6 @@
 // The appliance's answer to "list cgroups".
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 
 using fuzz::require;
 

@@ -1,5 +1,5 @@
 // The appliance's answer to "list hosts".
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 
 #include "fuzz/listing.h"
 

@@ -2,7 +2,7 @@
 
 #include "framework/include/cfioutputtext.h"
 #include "fuzz/fuzz.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace fuzz {
 

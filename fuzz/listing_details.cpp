@@ -1,8 +1,8 @@
 // What the answers to "show host", "show cgroup" and "show timeimage" tell beyond their LUNs.
-#include "providers/cdp/lmr/lmr_listing_details.h"
+#include "providers/cdp/lmr/listings/lmr_listing_details.h"
 
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
 
 using cdpfi::SLMRAnnotation;
 using cdpfi::SLMRGroupDetails;

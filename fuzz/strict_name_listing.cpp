@@ -1,7 +1,7 @@
 // The answers to "list hosts", "list cgroups" and "list timeimages", as readers take them that must not believe a
 // banner.
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
 
 using cdpfi::SLMRNameListing;
 using fuzz::require;

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 using cdpfi::EImageListing;
 using cdpfi::SLMRImageListing;

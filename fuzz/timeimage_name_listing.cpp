@@ -1,6 +1,6 @@
 // The appliance's answer to "list timeimages".
 #include "fuzz/listing.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 using fuzz::require;
 

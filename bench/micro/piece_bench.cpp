@@ -6,11 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "providers/cdp/lmr/index/lmr_group_index.h"
+#include "providers/cdp/lmr/index/lmr_lun_table.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
-#include "providers/cdp/lmr/lmr_disk_listing.h"
-#include "providers/cdp/lmr/lmr_group_index.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
-#include "providers/cdp/lmr/lmr_lun_table.h"
 
 namespace {
 

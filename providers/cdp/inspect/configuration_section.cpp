@@ -12,7 +12,7 @@
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi::inspect {
 

@@ -1,7 +1,7 @@
 #include "providers/cdp/inspect/disk_section.h"
 
-#include "providers/cdp/lmr/lmr_disk_listing.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi::inspect {
 

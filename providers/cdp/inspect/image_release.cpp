@@ -5,8 +5,8 @@
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/inspect/configuration_section.h"
 #include "providers/cdp/inspect/tool_runner.h"
-#include "providers/cdp/lmr/lmr_name_listings.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi::inspect {
 

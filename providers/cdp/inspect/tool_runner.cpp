@@ -7,8 +7,8 @@
 #include "framework/include/cfiplatformerror.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/include/cfipluginname.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_configuration.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi::inspect {
 

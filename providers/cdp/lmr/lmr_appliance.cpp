@@ -1,7 +1,7 @@
 #include "providers/cdp/lmr/lmr_appliance.h"
 
 #include "framework/include/cficonfiguration.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 

@@ -5,11 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "providers/cdp/lmr/index/lmr_group_index.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/lmr_appliance_tool.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
 #include "providers/cdp/lmr/lmr_device_manager.h"
-#include "providers/cdp/lmr/lmr_group_index.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
 #include "providers/cdp/model/base_appliance.h"
 
 namespace cdpfi {

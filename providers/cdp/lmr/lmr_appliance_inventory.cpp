@@ -1,9 +1,9 @@
 // How an appliance reads its hosts and consistency groups.
 
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_commands.h"
 #include "providers/cdp/lmr/lmr_host.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 

@@ -6,8 +6,8 @@
 #include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfiplatformerror.h"
 #include "framework/include/cfistringtool.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 

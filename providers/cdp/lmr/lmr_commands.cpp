@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_appliance_tool.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 namespace {

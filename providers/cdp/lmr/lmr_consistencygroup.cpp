@@ -2,12 +2,12 @@
 
 #include <string>
 
+#include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_commands.h"
 #include "providers/cdp/lmr/lmr_device_manager.h"
-#include "providers/cdp/lmr/lmr_text.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
 
 namespace cdpfi {
 

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "providers/cdp/lmr/lmr_group_index.h"
-#include "providers/cdp/lmr/lmr_text_blocks.h"
+#include "providers/cdp/lmr/index/lmr_group_index.h"
+#include "providers/cdp/lmr/index/lmr_text_blocks.h"
 #include "providers/cdp/lmr/lmr_time_images.h"
 #include "providers/cdp/model/base_consistencygroup.h"
 

@@ -3,8 +3,8 @@
 #include <array>
 
 #include "framework/include/cfistringtool.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 

@@ -8,9 +8,9 @@
 #include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
+#include "providers/cdp/lmr/index/lmr_lun_table.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
 #include "providers/cdp/lmr/lmr_configuration.h"
-#include "providers/cdp/lmr/lmr_disk_listing.h"
-#include "providers/cdp/lmr/lmr_lun_table.h"
 
 namespace cdpfi {
 

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <string>
 
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 

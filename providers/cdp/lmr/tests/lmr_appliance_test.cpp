@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <random>
 
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/tests/lmr_fixture.h"
 
 namespace cdpfi {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "providers/cdp/lmr/lmr_listing_details.h"
+#include "providers/cdp/lmr/listings/lmr_listing_details.h"
 #include "providers/cdp/lmr/tests/listing_tables.h"
 
 namespace cdpfi {

@@ -7,10 +7,10 @@
 #include <random>
 
 #include "framework/include/cfistringtool.h"
-#include "providers/cdp/lmr/lmr_disk_listing.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
-#include "providers/cdp/lmr/lmr_text.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 namespace cdpfi {
 namespace {

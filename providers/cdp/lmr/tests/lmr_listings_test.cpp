@@ -4,10 +4,10 @@
 
 #include <functional>
 
-#include "providers/cdp/lmr/lmr_disk_listing.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
-#include "providers/cdp/lmr/lmr_text.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 namespace cdpfi {
 namespace {

@@ -7,8 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "providers/cdp/lmr/lmr_lun_table.h"
-#include "providers/cdp/lmr/lmr_text_blocks.h"
+#include "providers/cdp/lmr/index/lmr_lun_table.h"
+#include "providers/cdp/lmr/index/lmr_text_blocks.h"
 
 namespace cdpfi {
 namespace {

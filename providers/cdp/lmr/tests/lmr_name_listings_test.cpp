@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "providers/cdp/lmr/lmr_name_listings.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/tests/listing_tables.h"
 
 namespace cdpfi {

@@ -1,11 +1,11 @@
-#include "providers/cdp/lmr/lmr_group_index.h"
+#include "providers/cdp/lmr/index/lmr_group_index.h"
 
 #include <cstring>
 #include <limits>
 #include <stdexcept>
 
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
-#include "providers/cdp/lmr/lmr_text.h"
 
 namespace cdpfi {
 

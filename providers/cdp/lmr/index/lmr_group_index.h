@@ -4,9 +4,9 @@
 #include <string_view>
 #include <vector>
 
-#include "providers/cdp/lmr/lmr_arena.h"
-#include "providers/cdp/lmr/lmr_hash_table.h"
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/index/lmr_arena.h"
+#include "providers/cdp/lmr/index/lmr_hash_table.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {

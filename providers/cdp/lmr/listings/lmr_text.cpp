@@ -1,4 +1,4 @@
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 

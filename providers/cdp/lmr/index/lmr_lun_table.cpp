@@ -1,4 +1,4 @@
-#include "providers/cdp/lmr/lmr_lun_table.h"
+#include "providers/cdp/lmr/index/lmr_lun_table.h"
 
 #include <algorithm>
 #include <cstring>

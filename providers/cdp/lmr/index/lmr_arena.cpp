@@ -1,4 +1,4 @@
-#include "providers/cdp/lmr/lmr_arena.h"
+#include "providers/cdp/lmr/index/lmr_arena.h"
 
 #include <algorithm>
 #include <new>

@@ -3,9 +3,9 @@
 #include <map>
 #include <string_view>
 
-#include "providers/cdp/lmr/lmr_arena.h"
-#include "providers/cdp/lmr/lmr_hash_table.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/index/lmr_arena.h"
+#include "providers/cdp/lmr/index/lmr_hash_table.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {

@@ -1,4 +1,4 @@
-#include "providers/cdp/lmr/lmr_text_blocks.h"
+#include "providers/cdp/lmr/index/lmr_text_blocks.h"
 
 #include <algorithm>
 

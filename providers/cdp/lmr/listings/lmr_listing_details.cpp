@@ -1,11 +1,11 @@
-#include "providers/cdp/lmr/lmr_listing_details.h"
+#include "providers/cdp/lmr/listings/lmr_listing_details.h"
 
 #include <algorithm>
 #include <span>
 
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
-#include "providers/cdp/lmr/lmr_name_listings.h"
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 

@@ -1,8 +1,8 @@
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 #include <algorithm>
 
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 

@@ -1,12 +1,12 @@
-#include "providers/cdp/lmr/lmr_name_listings.h"
+#include "providers/cdp/lmr/listings/lmr_name_listings.h"
 
 #include <arpa/inet.h>
 
 #include <algorithm>
 
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
-#include "providers/cdp/lmr/lmr_text.h"
-#include "providers/cdp/lmr/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 
 namespace cdpfi {
 

@@ -1,6 +1,6 @@
-#include "providers/cdp/lmr/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 

@@ -1,9 +1,9 @@
-#include "providers/cdp/lmr/lmr_disk_listing.h"
+#include "providers/cdp/lmr/listings/lmr_disk_listing.h"
 
 #include <algorithm>
 #include <cstdint>
 
-#include "providers/cdp/lmr/lmr_text.h"
+#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 
