@@ -1,8 +1,8 @@
 // Scripts of the appliance's shell.
 #include <optional>
 
-#include "appliance/core/error.h"
-#include "appliance/core/script.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/shell/script.h"
 #include "fuzz/fuzz.h"
 
 using namespace lumora;

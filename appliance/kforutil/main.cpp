@@ -3,13 +3,13 @@
 #include <string>
 #include <string_view>
 
-#include "appliance/core/disk_table.h"
-#include "appliance/core/error.h"
-#include "appliance/core/faulty_tool.h"
-#include "appliance/core/files_engine.h"
-#include "appliance/core/host_config.h"
-#include "appliance/core/listing.h"
-#include "appliance/core/tool.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/tool.h"
+#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/faults/faulty_tool.h"
+#include "appliance/core/hosts/disk_table.h"
+#include "appliance/core/hosts/host_config.h"
+#include "appliance/core/shell/listing.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <memory>
 
-#include "appliance/core/error.h"
-#include "appliance/core/fault_table.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/faults/fault_table.h"
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {

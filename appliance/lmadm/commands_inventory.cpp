@@ -1,9 +1,9 @@
 #include <memory>
 
-#include "appliance/core/catalog.h"
-#include "appliance/core/files_engine.h"
-#include "appliance/core/names.h"
-#include "appliance/core/work_folder.h"
+#include "appliance/core/catalog/catalog.h"
+#include "appliance/core/conventions/names.h"
+#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/store/work_folder.h"
 #include "appliance/lmadm/commands.h"
 #include "appliance/lmadm/host_setup.h"
 

@@ -5,10 +5,10 @@
 #include <memory>
 #include <optional>
 
-#include "appliance/core/error.h"
-#include "appliance/core/file_io.h"
-#include "appliance/core/names.h"
-#include "appliance/core/tool.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/names.h"
+#include "appliance/core/conventions/tool.h"
+#include "appliance/core/files/file_io.h"
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {

@@ -4,8 +4,8 @@
 #include <random>
 #include <thread>
 
-#include "appliance/core/error.h"
-#include "appliance/core/workload.h"
+#include "appliance/core/content/workload.h"
+#include "appliance/core/conventions/error.h"
 #include "appliance/lmadm/commands.h"
 
 namespace lumora {

@@ -6,9 +6,9 @@
 #include <sstream>
 #include <system_error>
 
-#include "appliance/core/error.h"
-#include "appliance/core/file_io.h"
-#include "appliance/core/names.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/names.h"
+#include "appliance/core/files/file_io.h"
 
 namespace lumora {
 namespace fs = std::filesystem;

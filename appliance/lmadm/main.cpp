@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <string>
 
-#include "appliance/core/error.h"
-#include "appliance/core/tool.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/tool.h"
 #include "appliance/lmadm/commands.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "appliance/core/tool.h"
+#include "appliance/core/conventions/tool.h"
 
 namespace lumora {
 

@@ -1,7 +1,7 @@
 #include "appliance/lmadm/session.h"
 
-#include "appliance/core/error.h"
-#include "appliance/core/names.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/names.h"
 
 namespace lumora {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "appliance/core/inventory.h"
-#include "appliance/core/lun_data.h"
-#include "appliance/core/store.h"
+#include "appliance/core/catalog/inventory.h"
+#include "appliance/core/content/lun_data.h"
+#include "appliance/core/store/store.h"
 #include "appliance/lmadm/output.h"
 
 namespace lumora {

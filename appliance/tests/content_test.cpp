@@ -7,11 +7,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "appliance/core/error.h"
-#include "appliance/core/file_copy.h"
-#include "appliance/core/files_engine.h"
-#include "appliance/core/gate.h"
-#include "appliance/core/work_folder.h"
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/files/file_copy.h"
+#include "appliance/core/files/gate.h"
+#include "appliance/core/store/work_folder.h"
 #include "appliance/tests/test_support.h"
 
 namespace lumora::test {

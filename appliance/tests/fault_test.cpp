@@ -8,8 +8,8 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
-#include "appliance/core/fault_table.h"
-#include "appliance/core/layout.h"
+#include "appliance/core/faults/fault_table.h"
+#include "appliance/core/store/layout.h"
 #include "appliance/tests/test_support.h"
 
 namespace lumora::test {

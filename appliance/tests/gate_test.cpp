@@ -1,5 +1,5 @@
 // The gate among real processes: order, exclusion, and what happens when one of them is killed.
-#include "appliance/core/gate.h"
+#include "appliance/core/files/gate.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "appliance/core/error.h"
+#include "appliance/core/conventions/error.h"
 #include "appliance/tests/test_support.h"
 
 namespace lumora::test {

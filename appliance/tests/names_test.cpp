@@ -1,5 +1,5 @@
 // Which names and sizes are usable, and in which words the others are refused.
-#include "appliance/core/names.h"
+#include "appliance/core/conventions/names.h"
 
 #include <gtest/gtest.h>
 

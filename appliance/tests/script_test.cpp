@@ -1,9 +1,9 @@
 // The shell language: what is understood, and what is refused with which words.
-#include "appliance/core/script.h"
+#include "appliance/core/shell/script.h"
 
 #include <gtest/gtest.h>
 
-#include "appliance/core/error.h"
+#include "appliance/core/conventions/error.h"
 
 namespace lumora {
 

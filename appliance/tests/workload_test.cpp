@@ -1,12 +1,12 @@
 // The workload's log and what the check makes of images: exact prefixes and everything that is none.
-#include "appliance/core/workload.h"
+#include "appliance/core/content/workload.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
 
-#include "appliance/core/error.h"
+#include "appliance/core/conventions/error.h"
 #include "appliance/tests/test_support.h"
 
 namespace lumora::test {

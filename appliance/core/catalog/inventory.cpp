@@ -1,0 +1,216 @@
+#include "appliance/core/catalog/inventory.h"
+
+#include <array>
+#include <ctime>
+#include <system_error>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/names.h"
+#include "appliance/core/files/file_io.h"
+#include "appliance/core/store/work_folder.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* GROUP_COLUMNS =
+    "SELECT id, name, (SELECT count(*) FROM lun WHERE cgroup_id = cgroup.id), "
+    "(SELECT count(*) FROM annotation WHERE cgroup_id = cgroup.id), "
+    "(SELECT count(*) FROM time_image WHERE cgroup_id = cgroup.id) FROM cgroup WHERE appliance_id = ? ";
+
+SGroup readGroup(const CQuery& query)
+{
+    return {query.integer(0), query.text(1), query.integer(2), query.integer(3), query.integer(4)};
+}
+
+[[noreturn]] void throwInUse(EObject object, const std::string& name, const std::string& why)
+{
+    throw EApplianceError(EStatus::IN_USE, std::string(objectWord(object)) + " " + inQuotes(name) + " " + why, object);
+}
+
+}  // namespace
+
+std::string deviceName(const std::string& lun)
+{
+    return "/dev/lumora/" + lun;
+}
+
+std::string imageDeviceName(int64_t image, const std::string& lun)
+{
+    return "/dev/lumora/ti" + std::to_string(image) + "_" + lun;
+}
+
+std::string newSerial()
+{
+    uint64_t number = randomNumber();
+    std::string serial = "LM";
+    for (int digit = 0; digit < 14; ++digit, number >>= 4U) {
+        serial += "0123456789ABCDEF"[number & 0x0FU];
+    }
+    return serial;
+}
+
+std::string timeStamp()
+{
+    const std::time_t now = std::time(nullptr);
+    std::tm parts = {};
+    ::gmtime_r(&now, &parts);
+    std::array<char, 32> text = {};
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &parts)};
+}
+
+std::string onAppliance(const SAppliance& appliance)
+{
+    return "on appliance " + inQuotes(appliance.name);
+}
+
+std::string inGroup(const SGroup& group)
+{
+    return "in group " + inQuotes(group.name);
+}
+
+bool CInventory::any(const char* sql, int64_t id)
+{
+    return CQuery(m_database, sql, id).next();
+}
+
+SAppliance CInventory::appliance(std::string_view name)
+{
+    CQuery query(m_database, "SELECT id, name, created FROM appliance WHERE name = ?", name);
+    if (!query.next()) throwMissing(EObject::APPLIANCE, name, "");
+    return {query.integer(0), query.text(1), query.text(2)};
+}
+
+std::vector<SAppliance> CInventory::appliances()
+{
+    std::vector<SAppliance> list;
+    CQuery query(m_database, "SELECT id, name, created FROM appliance ORDER BY name");
+    while (query.next()) {
+        list.push_back({query.integer(0), query.text(1), query.text(2)});
+    }
+    return list;
+}
+
+void CInventory::createAppliance(const std::string& name)
+{
+    checkName(EObject::APPLIANCE, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    if (CQuery(m_database, "SELECT 1 FROM appliance WHERE name = ?", name).next()) {
+        throwExists(EObject::APPLIANCE, name, "");
+    }
+    const std::filesystem::path folder = m_store.layout().appliance(name);
+    for (const EArea area : {EArea::ANNOTATIONS, EArea::IMAGES, EArea::WORK}) {
+        makeFolder(areaFolder(folder, area));
+    }
+    makeFolder(m_store.layout().devices(name));
+    makeFolder(folder / "gate");
+    syncFolder(folder);
+    CQuery(m_database, "INSERT INTO appliance (name, created) VALUES (?, ?)", name, timeStamp()).run();
+    transaction.commit();
+}
+
+void CInventory::deleteAppliance(const std::string& name)
+{
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    const SAppliance found = appliance(name);
+    if (any("SELECT 1 FROM cgroup WHERE appliance_id = ?", found.id)) {
+        throwInUse(EObject::APPLIANCE, name, "still has groups");
+    }
+    if (any("SELECT 1 FROM host WHERE appliance_id = ?", found.id)) {
+        throwInUse(EObject::APPLIANCE, name, "still has hosts");
+    }
+    CQuery(m_database, "DELETE FROM appliance WHERE id = ?", found.id).run();
+    // The folder holds nothing that is listed any more, and is removed while nobody can make the appliance anew.
+    std::error_code ignored;
+    std::filesystem::remove_all(m_store.layout().appliance(name), ignored);
+    transaction.commit();
+}
+
+SHost CInventory::host(const SAppliance& appliance, std::string_view name)
+{
+    CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name);
+    if (!query.next()) throwMissing(EObject::HOST, name, onAppliance(appliance));
+    return {query.integer(0), query.text(1)};
+}
+
+std::vector<SHost> CInventory::hosts(const SAppliance& appliance)
+{
+    std::vector<SHost> list;
+    CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? ORDER BY name", appliance.id);
+    while (query.next()) {
+        list.push_back({query.integer(0), query.text(1)});
+    }
+    return list;
+}
+
+void CInventory::createHost(const SAppliance& appliance, const std::string& name)
+{
+    checkName(EObject::HOST, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    if (CQuery(m_database, "SELECT 1 FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
+        throwExists(EObject::HOST, name, onAppliance(appliance));
+    }
+    CQuery(m_database, "INSERT INTO host (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
+    transaction.commit();
+}
+
+void CInventory::deleteHost(const SAppliance& appliance, const std::string& name)
+{
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    const SHost found = host(appliance, name);
+    if (any("SELECT 1 FROM presentation WHERE host_id = ?", found.id)) {
+        throwInUse(EObject::HOST, name, "still has LUNs presented to it");
+    }
+    if (any("SELECT 1 FROM group_grant WHERE host_id = ?1 UNION SELECT 1 FROM time_image_grant WHERE host_id = ?1",
+            found.id)) {
+        throwInUse(EObject::HOST, name, "still has permission for groups or time images");
+    }
+    CQuery(m_database, "DELETE FROM host WHERE id = ?", found.id).run();
+    transaction.commit();
+}
+
+SGroup CInventory::group(const SAppliance& appliance, std::string_view name)
+{
+    CQuery query(m_database, (std::string(GROUP_COLUMNS) + "AND name = ?").c_str(), appliance.id, name);
+    if (!query.next()) throwMissing(EObject::GROUP, name, onAppliance(appliance));
+    return readGroup(query);
+}
+
+std::vector<SGroup> CInventory::groups(const SAppliance& appliance)
+{
+    std::vector<SGroup> list;
+    CQuery query(m_database, (std::string(GROUP_COLUMNS) + "ORDER BY name").c_str(), appliance.id);
+    while (query.next()) {
+        list.push_back(readGroup(query));
+    }
+    return list;
+}
+
+void CInventory::createGroup(const SAppliance& appliance, const std::string& name)
+{
+    checkName(EObject::GROUP, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    if (CQuery(m_database, "SELECT 1 FROM cgroup WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
+        throwExists(EObject::GROUP, name, onAppliance(appliance));
+    }
+    CQuery(m_database, "INSERT INTO cgroup (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
+    transaction.commit();
+}
+
+void CInventory::deleteGroup(const SAppliance& appliance, const std::string& name)
+{
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    const SGroup found = group(appliance, name);
+    if (found.luns + found.annotations + found.timeImages != 0) {
+        throwInUse(EObject::GROUP, name,
+                   "still has " + std::to_string(found.luns) + " LUNs, " + std::to_string(found.annotations) +
+                       " annotations and " + std::to_string(found.timeImages) + " time images");
+    }
+    CQuery(m_database, "DELETE FROM group_grant WHERE cgroup_id = ?", found.id).run();
+    CQuery(m_database, "DELETE FROM cgroup WHERE id = ?", found.id).run();
+    transaction.commit();
+    std::error_code ignored;
+    std::filesystem::remove(m_store.layout().gate(appliance.name, found.id), ignored);
+}
+
+}  // namespace lumora

@@ -1,0 +1,153 @@
+#include "appliance/core/content/lun_data.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <vector>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/names.h"
+#include "appliance/core/files/file_copy.h"
+#include "appliance/core/files/file_io.h"
+#include "appliance/core/files/gate.h"
+#include "appliance/core/store/work_folder.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+uint64_t sizeOfFile(const fs::path& file)
+{
+    std::error_code error;
+    const uint64_t size = fs::is_regular_file(file, error) ? fs::file_size(file, error) : 0;
+    if (error || size == 0) {
+        throw EApplianceError(EStatus::MALFORMED,
+                              "file " + inQuotes(file.string()) + " is not a regular file with content");
+    }
+    return size;
+}
+
+uint64_t chooseSize(std::optional<uint64_t> size, const std::optional<fs::path>& file)
+{
+    if (!size && !file) throw EApplianceError(EStatus::MALFORMED, "a LUN needs a size or a file");
+    const uint64_t content = file ? sizeOfFile(*file) : 0;
+    const uint64_t chosen = size.value_or(content);
+    if (chosen < content) {
+        throw EApplianceError(EStatus::MALFORMED, "file " + inQuotes(file->string()) + " is larger than the LUN of " +
+                                                      formatSize(chosen) + "; leave the size out or raise it");
+    }
+    return chosen;
+}
+
+void checkRange(const SLun& lun, uint64_t offset, uint64_t length)
+{
+    if (offset > lun.size || length > lun.size - offset) {
+        throw EApplianceError(EStatus::MALFORMED, "LUN " + inQuotes(lun.name) + " has " + std::to_string(lun.size) +
+                                                      " bytes: " + std::to_string(length) + " bytes at offset " +
+                                                      std::to_string(offset) + " are not inside it");
+    }
+}
+
+}  // namespace
+
+fs::path CLunData::path(const SAppliance& appliance, const SLun& lun) const
+{
+    return m_store.layout().lun(appliance.name, lun.name);
+}
+
+SLun CLunData::create(const SAppliance& appliance, const std::string& groupName, const std::string& name,
+                      std::optional<uint64_t> size, const std::optional<fs::path>& file)
+{
+    checkName(EObject::LUN, name);
+    const SGroup group = m_inventory.group(appliance, groupName);
+    const fs::path home = m_store.layout().appliance(appliance.name);
+    collectLeftovers(
+        home, EArea::WORK, [](const std::string&) { return false; },
+        [](const fs::path& folder) {
+            std::error_code ignored;  // the next one tries again
+            fs::remove_all(folder, ignored);
+        });
+
+    SLun lun;
+    lun.name = name;
+    lun.serial = newSerial();
+    lun.size = chooseSize(size, file);
+    lun.group = groupName;
+    const CWorkFolder folder(home, EArea::WORK);
+    const fs::path data = folder.path() / name;
+    if (file) copyFile(*file, data, lun.size);
+    {
+        const CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
+        if (::ftruncate(made.get(), static_cast<off_t>(lun.size)) != 0) throwStorage("write", data.string(), errno);
+        syncFile(made.get(), data);
+    }
+
+    CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
+    m_inventory.insertLun(appliance, m_inventory.group(appliance, groupName), lun);
+    // Data of a LUN that is not listed belongs to a creation that was killed right here, or to a LUN that is gone.
+    if (::rename(data.c_str(), path(appliance, lun).c_str()) != 0) {
+        throwStorage("create", path(appliance, lun).string(), errno);
+    }
+    syncFolder(m_store.layout().devices(appliance.name));
+    transaction.commit();
+    return lun;
+}
+
+void CLunData::remove(const SAppliance& appliance, const std::string& name)
+{
+    SLun lun;
+    {
+        CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
+        lun = m_inventory.lun(appliance, name);
+        m_inventory.removeLun(lun);
+        transaction.commit();
+    }
+    // A second look under the write lock: a LUN of the same name may have been made since, and the file is its own
+    // then.
+    const CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
+    const std::vector<SLun> present = m_inventory.luns(appliance);
+    if (std::none_of(present.begin(), present.end(), [&name](const SLun& other) { return other.name == name; })) {
+        std::error_code ignored;
+        fs::remove(path(appliance, lun), ignored);
+    }
+}
+
+uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
+                         const Source& source)
+{
+    checkRange(lun, offset, length);
+    const SGroup group = m_inventory.group(appliance, lun.group);
+    const fs::path data = path(appliance, lun);
+    const CGate gate(m_store.layout().gate(appliance.name, group.id));
+    const CFileDescriptor file = openFile(data, O_RDWR);
+    uint64_t done = 0;
+    while (done < length) {
+        const std::string_view bytes = source(length - done);
+        if (bytes.empty()) break;
+        writeAt(file.get(), bytes.substr(0, length - done), offset + done, data);
+        done += std::min<uint64_t>(bytes.size(), length - done);
+    }
+    syncFile(file.get(), data);
+    return done;
+}
+
+void CLunData::read(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
+                    const std::function<void(std::string_view)>& sink)
+{
+    checkRange(lun, offset, length);
+    const fs::path data = path(appliance, lun);
+    const CFileDescriptor file = openFile(data, O_RDONLY);
+    std::vector<char> buffer(size_t{1} << 20U);
+    while (length > 0) {
+        const size_t wanted = std::min<uint64_t>(buffer.size(), length);
+        const size_t count = readAt(file.get(), buffer.data(), wanted, offset, data);
+        if (count == 0) throwStorage("read", data.string(), EIO);
+        sink(std::string_view(buffer.data(), count));
+        offset += count;
+        length -= count;
+    }
+}
+
+}  // namespace lumora

@@ -1,0 +1,43 @@
+#include "appliance/core/conventions/tool.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+
+#include "appliance/core/conventions/error.h"
+
+namespace lumora {
+
+int runTool(const char* program, const std::function<int()>& body)
+{
+    EStatus status = EStatus::UNEXPECTED;
+    std::string text;
+    try {
+        return body();
+    } catch (const EApplianceError& error) {
+        status = error.status();
+        text = error.what();
+    } catch (const std::exception& error) {
+        text = std::string("unexpected failure: ") + error.what();
+    }
+    std::fprintf(stderr, "%s: %s\n", program, text.c_str());
+    return static_cast<int>(status);
+}
+
+void printBytes(std::string_view bytes)
+{
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size() || std::fflush(stdout) != 0) {
+        throwStorage("write", "standard output", errno);
+    }
+}
+
+void printLines(const std::vector<std::string>& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + '\n';
+    }
+    printBytes(text);
+}
+
+}  // namespace lumora

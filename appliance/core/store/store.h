@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+
+#include "appliance/core/store/database.h"
+#include "appliance/core/store/layout.h"
+
+namespace lumora {
+
+/// An opened store: its layout and its database, checked to be of the version that this program knows.
+class CStore
+{
+  public:
+    enum class EMode : uint8_t
+    {
+        EXISTING,  ///< status unusable when there is no store
+        CREATE     ///< makes folder and database where missing; several processes may try at once
+    };
+
+    CStore(const std::filesystem::path& root, EMode mode);
+
+    /// The root is absolute and free of links, so that paths below it are the same for every tool.
+    const SLayout& layout() const noexcept { return m_layout; }
+    CDatabase& database() noexcept { return m_database; }
+
+  private:
+    SLayout m_layout;
+    CDatabase m_database;
+};
+
+}  // namespace lumora

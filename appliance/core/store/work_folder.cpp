@@ -1,0 +1,111 @@
+#include "appliance/core/store/work_folder.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <charconv>
+#include <system_error>
+#include <vector>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/files/range_lock.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+// A folder's name is a number, and its owner holds the lock on the byte of that number in the owners file. The lock is
+// taken before the folder is made, so a collector never meets a folder whose living owner it cannot see, and no lock
+// files have to be made or removed.
+constexpr size_t ID_LENGTH = 15;
+
+CFileDescriptor openOwners(const fs::path& appliance)
+{
+    return openFile(appliance / "owners", O_RDWR | O_CREAT);
+}
+
+std::string toId(uint64_t number)
+{
+    std::string text(ID_LENGTH, '0');
+    for (size_t i = ID_LENGTH; i-- > 0; number >>= 4U) {
+        text[i] = "0123456789abcdef"[number & 0x0FU];
+    }
+    return text;
+}
+
+bool fromId(const std::string& id, uint64_t& number)
+{
+    const char* const end = id.data() + id.size();
+    const auto [rest, error] = std::from_chars(id.data(), end, number, 16);
+    return id.size() == ID_LENGTH && error == std::errc() && rest == end;
+}
+
+}  // namespace
+
+fs::path areaFolder(const fs::path& appliance, EArea area)
+{
+    switch (area) {
+        case EArea::ANNOTATIONS:
+            return appliance / "annotations";
+        case EArea::IMAGES:
+            return appliance / "images";
+        case EArea::WORK:
+            break;
+    }
+    return appliance / "work";
+}
+
+CWorkFolder::CWorkFolder(const fs::path& appliance, EArea area) : m_owners(openOwners(appliance))
+{
+    for (;;) {
+        const uint64_t number = randomNumber() >> 4U;
+        if (!tryLockRange(m_owners.get(), ERangeLock::EXCLUSIVE, number, 1, appliance / "owners")) continue;
+        m_id = toId(number);
+        m_path = areaFolder(appliance, area) / m_id;
+        if (::mkdir(m_path.c_str(), 0700) == 0) return;
+        if (errno != EEXIST) throwStorage("create folder", m_path.string(), errno);
+        unlockRange(m_owners.get(), number, 1);
+    }
+}
+
+CWorkFolder::~CWorkFolder()
+{
+    if (!m_kept) {
+        std::error_code ignored;
+        fs::remove_all(m_path, ignored);
+    }
+}
+
+void collectLeftovers(const fs::path& appliance, EArea area, const std::function<bool(const std::string& id)>& isListed,
+                      const std::function<void(const fs::path& folder)>& drop)
+{
+    std::error_code error;
+    std::vector<std::string> unlisted;
+    for (fs::directory_iterator entry(areaFolder(appliance, area), error), end; !error && entry != end;
+         entry.increment(error)) {
+        std::string id = entry->path().filename().string();
+        if (!isListed(id)) unlisted.push_back(std::move(id));
+    }
+    if (unlisted.empty()) return;
+    const CFileDescriptor owners = openOwners(appliance);
+    for (const std::string& id : unlisted) {
+        uint64_t number = 0;
+        if (!fromId(id, number) ||
+            !tryLockRange(owners.get(), ERangeLock::EXCLUSIVE, number, 1, appliance / "owners")) {
+            continue;
+        }
+        // Its owner may have listed it and gone since the first look.
+        if (!isListed(id)) {
+            try {
+                drop(areaFolder(appliance, area) / id);
+            } catch (const EApplianceError&) {
+                // Not worth failing the command that met it; the next one tries again.
+                continue;
+            }
+        }
+        unlockRange(owners.get(), number, 1);
+    }
+}
+
+}  // namespace lumora
