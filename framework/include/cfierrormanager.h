@@ -54,6 +54,4 @@ class OBZX_API CFiErrorManager : public virtual CFiRefCount, public virtual CFiT
     std::vector<CFiMessagePtr> m_stack;  // newest last
 };
 
-using CFiErrorManagerPtr = CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>;
-
 }  // namespace obzx_pdk_4_4

@@ -87,4 +87,7 @@ class OBZX_API CFiMessageCatalogManager : public virtual CFiRefCount, public vir
     std::string m_nativeLanguage;
 };
 
+using CFiMessageCatalogManagerPtr =
+    CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>>;
+
 }  // namespace obzx_pdk_4_4

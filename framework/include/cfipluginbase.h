@@ -142,11 +142,7 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     int32_t getMessageIndexOffset() const { return m_messageIndexOffset; }
 
     void registerErrorManager(const CFiErrorManagerPtr& manager) { m_errorManager = manager; }
-    void registerCatalogManager(
-        const CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>>& manager)
-    {
-        m_catalogManager = manager;
-    }
+    void registerCatalogManager(const CFiMessageCatalogManagerPtr& manager) { m_catalogManager = manager; }
     void registerPrivateDataManager(const CFiPrivateDataManagerPtr& manager) { m_privateDataManager = manager; }
     void registerSessionManager(const CFiSessionManagerPtr& manager) { m_sessionManager = manager; }
 
@@ -157,7 +153,7 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     ACE_String_Base<char> m_providerName;
     ACE_Recursive_Thread_Mutex m_mutex;  // serialises delayed initialisation and interpose
     CFiErrorManagerPtr m_errorManager;
-    CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>> m_catalogManager;
+    CFiMessageCatalogManagerPtr m_catalogManager;
     CFiPrivateDataManagerPtr m_privateDataManager;
     CFiSessionManagerPtr m_sessionManager;
     CFiConfigParamInfoList m_globalConfigInfo;      // read on the first call that asks for it

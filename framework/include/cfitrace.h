@@ -15,6 +15,7 @@
 namespace obzx_pdk_4_4 {
 
 class CFiErrorManager;
+using CFiErrorManagerPtr = CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>;
 
 /// Levels of trace lines; a log writes the lines whose level is at most its own.
 enum ETraceLevel : int32_t
@@ -133,8 +134,8 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
 
     void write(int32_t level, const char* format, const CFiTraceArg* args, size_t count);
 
-    void setErrorManager(const CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>& manager);
-    CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>> getErrorManager() const;
+    void setErrorManager(const CFiErrorManagerPtr& manager);
+    CFiErrorManagerPtr getErrorManager() const;
 
   private:
     friend struct CFiTraceObserver;

@@ -6,9 +6,6 @@
 namespace obzx_pdk_4_4 {
 namespace {
 
-using CCatalogManagerPtr =
-    CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>>;
-
 class PluginErrors : public testing::Test
 {
   protected:
@@ -42,7 +39,7 @@ class PluginErrors : public testing::Test
     }
 
     CFiPluginBase m_plugin;
-    CCatalogManagerPtr m_catalogs{true};
+    CFiMessageCatalogManagerPtr m_catalogs{true};
     CFiErrorManagerPtr m_errors{true};
 };
 

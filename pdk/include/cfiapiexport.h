@@ -52,15 +52,16 @@ using CFiSingleCalls = CFiEntryCalls<FI_PLUGIN_CLASS>;
 
 }  // namespace obzx_pdk_4_4
 
-// In the order of obz_entry_points.h.
+// The definitions, in the order of obz_entry_points.h. They stand in headers because the trace lines of an entry point
+// name the header that it stands in.
 // clang-format off
-#include "pdk/include/cfiapiexport_start.h"
-#include "pdk/include/cfiapiexport_errors.h"
-#include "pdk/include/cfiapiexport_claim.h"
-#include "pdk/include/cfiapiexport_nodes.h"
-#include "pdk/include/cfiapiexport_enumerate.h"
-#include "pdk/include/cfiapiexport_snapshot.h"
-#include "pdk/include/cfiapiexport_import.h"
-#include "pdk/include/cfiapiexport_dispose.h"
-#include "pdk/include/cfiapiexport_control.h"
+#include "pdk/include/definitions/cfiapiexport_start.h"
+#include "pdk/include/definitions/cfiapiexport_errors.h"
+#include "pdk/include/definitions/cfiapiexport_claim.h"
+#include "pdk/include/definitions/cfiapiexport_nodes.h"
+#include "pdk/include/definitions/cfiapiexport_enumerate.h"
+#include "pdk/include/definitions/cfiapiexport_snapshot.h"
+#include "pdk/include/definitions/cfiapiexport_import.h"
+#include "pdk/include/definitions/cfiapiexport_dispose.h"
+#include "pdk/include/definitions/cfiapiexport_control.h"
 // clang-format on

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "pdk/include/cfientryguard.h"
-#include "pdk/include/cfierrorhandler.h"
+#include "pdk/include/cfitracelog.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -41,7 +41,7 @@ class FI_PRIVATE CFiEntryLifecycle
   private:
     struct FI_PRIVATE SManagers
     {
-        CFiErrorHandler::CCatalogManagerPtr catalogs = CFiContext::fetch<CFiMessageCatalogManager>();
+        CFiMessageCatalogManagerPtr catalogs = CFiContext::fetch<CFiMessageCatalogManager>();
         CFiTraceLogPtr traceLog = CFiContext::fetch<CFiTraceLog>();
         CFiErrorManagerPtr errors = CFiContext::fetch<CFiErrorManager>();
         CFiPrivateDataManagerPtr privateData = CFiContext::fetch<CFiPrivateDataManager>();

@@ -4,37 +4,9 @@
 
 #include "framework/include/obzx_runtime.h"
 #include "pdk/include/cfientryguard.h"
+#include "pdk/include/cfisessionmgr.h"
 
 namespace obzx_pdk_4_4 {
-
-/**
- * The nodes that a call on split nodes is about: when the list is null, its count 0 and the single node is there, a
- * list of that one node, which lives in this object; otherwise the list and count as they were given.
- */
-class FI_PRIVATE CFiNodeArgument
-{
-  public:
-    CFiNodeArgument(obz_splitnode* single, obz_splitnode** nodes, int32_t count)
-        : m_single(single),
-          m_useSingle(nodes == nullptr && count == 0 && single != nullptr),
-          m_nodes(nodes),
-          m_count(count)
-    {
-    }
-    CFiNodeArgument(const CFiNodeArgument&) = delete;
-    CFiNodeArgument& operator=(const CFiNodeArgument&) = delete;
-
-    obz_splitnode** nodes() { return m_useSingle ? &m_single : m_nodes; }
-    int32_t count() const { return m_useSingle ? 1 : m_count; }
-    /// A null list is passed on with any count: an operation of the provider may know what is meant.
-    bool hasGap() { return nodes() != nullptr && !isWholeNodeList(nodes(), count()); }
-
-  private:
-    obz_splitnode* m_single;
-    bool m_useSingle;
-    obz_splitnode** m_nodes;
-    int32_t m_count;
-};
 
 /**
  * Calls that may go through a session. An operation that answers OBZ_USE_SESSION asks for its session form, which is

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "pdk/include/cfierrorhandler.h"
+#include "pdk/include/cfitracelog.h"
 
 namespace pdktest {
 namespace {
@@ -48,7 +48,7 @@ class ErrorHandler : public ::testing::Test
   protected:
     ErrorHandler() { catalogs->registerFactory(CFiMessageCatalogFactoryPtr(new CLocaleCatalogFactory())); }
 
-    CFiErrorHandler::CCatalogManagerPtr catalogs{true};
+    CFiMessageCatalogManagerPtr catalogs{true};
     std::vector<SDelivered> delivered;
     obz_context context{keep, &delivered, nullptr, nullptr};
     CFiMessagePtr message{new CFiMessage("testfi", "KEY", {}, "file.cpp", 7, OBZ_SEV_ERROR)};

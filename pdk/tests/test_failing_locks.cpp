@@ -2,10 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "framework/include/cfierrormanager.h"
-#include "framework/include/cfimessagecatalog.h"
 #include "framework/include/cfiprivatedata.h"
-#include "framework/include/cfisessionmgr.h"
+#include "pdk/include/cfisessionmgr.h"
+#include "pdk/include/cfitracelog.h"
 #include "pdk/tests/faults.h"
 #include "pdk/tests/host_objects.h"
 #include "pdk/tests/loaded_provider.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_appliance.h"
 
 namespace cdpfi {

@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "framework/include/ccmnnetwork.h"
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_host.h"
 
 namespace cdpfi {

@@ -26,8 +26,8 @@ void pushError(const CFiErrorManagerPtr& errors, const char* key, std::vector<st
         new CFiIcuMessage(cfi_pgn_name_str, key, std::move(arguments), source.m_file, source.m_line, OBZ_SEV_ERROR)));
 }
 
-void reportError(const CFiErrorManagerPtr& errors, const CCatalogManagerPtr& catalogs, const char* key,
-                 std::vector<std::string> arguments, const SMessageSource& source)
+void reportError(const CFiErrorManagerPtr& errors, const obzx_pdk_4_4::CFiMessageCatalogManagerPtr& catalogs,
+                 const char* key, std::vector<std::string> arguments, const SMessageSource& source)
 {
     if (!errors) return;
     // A catalog manager of its own leaves the registered catalogs as they are.

@@ -3,8 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/include/cfierrormanager.h"
-#include "framework/include/cfimessagecatalog.h"
+#include "pdk/include/cfitracelog.h"
 
 namespace cdpfi {
 
@@ -16,10 +15,6 @@ constexpr const char* NO_APPLIANCE_CONFIGURED = "MSG_ERROR_NO_APPLIANCE_CONFIGUR
 constexpr const char* TOOL_NOT_USABLE = "MSG_ERROR_TOOL_NOT_USABLE";                  ///< {0} tool, {1} appliances
 constexpr const char* DISK_LISTING_FAILED = "MSG_ERROR_DISK_LISTING_FAILED";          ///< {0} tool, {1} its error
 }  // namespace message
-
-using CCatalogManagerPtr =
-    obzx_pdk_4_4::CFiSmartPtr<obzx_pdk_4_4::CFiMessageCatalogManager,
-                              obzx_pdk_4_4::CFiContextSingletonAllocator<obzx_pdk_4_4::CFiMessageCatalogManager>>;
 
 /// Where a message is reported from.
 struct SMessageSource
@@ -36,7 +31,8 @@ void pushError(const obzx_pdk_4_4::CFiErrorManagerPtr& errors, const char* key, 
                const SMessageSource& source);
 
 /// Reports an error as texts in the host's locale and in the default one, for a time when no catalog is registered yet.
-void reportError(const obzx_pdk_4_4::CFiErrorManagerPtr& errors, const CCatalogManagerPtr& catalogs, const char* key,
+void reportError(const obzx_pdk_4_4::CFiErrorManagerPtr& errors,
+                 const obzx_pdk_4_4::CFiMessageCatalogManagerPtr& catalogs, const char* key,
                  std::vector<std::string> arguments, const SMessageSource& source);
 
 }  // namespace cdpfi

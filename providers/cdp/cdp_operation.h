@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {

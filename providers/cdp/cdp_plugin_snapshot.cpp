@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "framework/include/cfistringtool.h"
+#include "pdk/include/cfisessionmgr.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
 #include "providers/cdp/cdp_text.h"

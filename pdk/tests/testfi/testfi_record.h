@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "framework/include/cfisessionmgr.h"
+#include "pdk/include/cfisessionmgr.h"
 
 namespace testfi {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/lmr/lmr_configuration.h"
 
 namespace cdpfi {

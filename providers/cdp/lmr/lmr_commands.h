@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "framework/include/cfiexecpipe.h"
-#include "framework/include/cfitrace.h"
 #include "pdk/include/cficontextsingleton.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/lmr/index/lmr_lun_table.h"
 #include "providers/cdp/lmr/listings/lmr_disk_listing.h"
 #include "providers/cdp/lmr/lmr_configuration.h"

@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_volume.h"
 
 namespace cdpfi {

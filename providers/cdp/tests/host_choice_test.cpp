@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/tests/scenario.h"
 #include "providers/cdp/tests/trace_recorder.h"

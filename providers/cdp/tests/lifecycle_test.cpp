@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "framework/include/cfierrormanager.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/cdp_messages.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "framework/include/cfitrace.h"
+#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 
 namespace cdpfi {

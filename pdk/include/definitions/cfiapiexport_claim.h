@@ -1,6 +1,6 @@
 #pragma once
 
-// Claiming: entry points; see obz_entry_points.h.
+// Definitions of entry points, included by cfiapiexport.h alone: claiming. Contracts: obz_entry_points.h.
 
 #ifndef FI_ENTRY
 #error "include cfiapiexport.h"

@@ -1,5 +1,16 @@
 #pragma once
 
+/*
+ * Tracing and error reporting, as a provider's source includes them.
+ *
+ * From the runtime, through this header: the trace log, the function tracer and the base of what traces
+ * (framework/include/cfitrace.h), the error stack (cfierrormanager.h), messages and their catalogs (cfimessage.h,
+ * cfimessagecatalog.h). The trace log of this provider is CFiContextSingleton<CFiTraceLog, FI_PLUGIN_NAME>::instance();
+ * a plug-in is given it, the error stack and the catalogs as m_traceLog, m_errorManager and m_catalogManager.
+ *
+ * Of the glue: the handler through which the host hears of messages.
+ */
+
 #include <ace/SString.h>
 
 #include <string>
@@ -8,6 +19,7 @@
 #include "framework/include/cfierrormanager.h"
 #include "framework/include/cfimessagecatalog.h"
 #include "framework/include/cfistringtool.h"
+#include "framework/include/cfitrace.h"
 #include "pdk/include/cfipluginname.h"
 
 namespace obzx_pdk_4_4 {
@@ -19,12 +31,9 @@ namespace obzx_pdk_4_4 {
 class FI_PRIVATE CFiErrorHandler : public CFiErrorHandlerBase
 {
   public:
-    using CCatalogManagerPtr =
-        CFiSmartPtr<CFiMessageCatalogManager, CFiContextSingletonAllocator<CFiMessageCatalogManager>>;
-
     /// @param context the host's, may be null; must outlive the handler
     /// @param locale the host's locale name, empty when it gave none
-    CFiErrorHandler(obz_context* context, std::string locale, const CCatalogManagerPtr& catalogManager)
+    CFiErrorHandler(obz_context* context, std::string locale, const CFiMessageCatalogManagerPtr& catalogManager)
         : m_context(context), m_locale(std::move(locale)), m_catalogManager(catalogManager)
     {
     }
@@ -63,7 +72,7 @@ class FI_PRIVATE CFiErrorHandler : public CFiErrorHandlerBase
 
     obz_context* m_context;
     std::string m_locale;
-    CCatalogManagerPtr m_catalogManager;
+    CFiMessageCatalogManagerPtr m_catalogManager;
 };
 
 }  // namespace obzx_pdk_4_4

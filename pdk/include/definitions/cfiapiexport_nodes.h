@@ -1,6 +1,6 @@
 #pragma once
 
-// Nodes: entry points; see obz_entry_points.h.
+// Definitions of entry points, included by cfiapiexport.h alone: nodes. Contracts: obz_entry_points.h.
 
 #ifndef FI_ENTRY
 #error "include cfiapiexport.h"

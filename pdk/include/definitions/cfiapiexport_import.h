@@ -1,6 +1,7 @@
 #pragma once
 
-// Bringing a copy to a host: entry points; see obz_entry_points.h.
+// Definitions of entry points, included by cfiapiexport.h alone: bringing a copy to a host. Contracts:
+// obz_entry_points.h.
 
 #ifndef FI_ENTRY
 #error "include cfiapiexport.h"

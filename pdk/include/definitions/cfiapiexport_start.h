@@ -1,6 +1,7 @@
 #pragma once
 
-// Start-up and description: entry points; see obz_entry_points.h.
+// Definitions of entry points, included by cfiapiexport.h alone: start-up and description. Contracts:
+// obz_entry_points.h.
 
 #ifndef FI_ENTRY
 #error "include cfiapiexport.h"

@@ -1,6 +1,7 @@
 #pragma once
 
-// Disposal, restore and status: entry points; see obz_entry_points.h.
+// Definitions of entry points, included by cfiapiexport.h alone: disposal, restore and status. Contracts:
+// obz_entry_points.h.
 
 #ifndef FI_ENTRY
 #error "include cfiapiexport.h"
