@@ -3,9 +3,9 @@
 #include <string>
 
 #include "fuzz/fuzz.h"
-#include "host/src/appliance_answer.h"
-#include "host/src/appliance_report.h"
-#include "host/src/names.h"
+#include "host/src/runs/appliance_answer.h"
+#include "host/src/runs/appliance_report.h"
+#include "host/src/text/plain_text.h"
 
 using fictl::EAnswer;
 using fuzz::require;

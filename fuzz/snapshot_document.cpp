@@ -2,9 +2,9 @@
 #include <optional>
 
 #include "fuzz/fuzz.h"
-#include "host/src/error.h"
-#include "host/src/names.h"
-#include "host/src/record_document.h"
+#include "host/src/catalog/record_document.h"
+#include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
 
 using fuzz::require;
 

@@ -1,6 +1,6 @@
-#include "host/src/cli.h"
-#include "host/src/signals.h"
-#include "host/src/standard_files.h"
+#include "host/src/commands/cli.h"
+#include "host/src/process/signals.h"
+#include "host/src/process/standard_files.h"
 
 int main(int argc, char** argv)
 {

@@ -1,8 +1,8 @@
-#include "host/src/appliance_answer.h"
+#include "host/src/runs/appliance_answer.h"
 
 #include <gtest/gtest.h>
 
-#include "host/src/appliance_report.h"
+#include "host/src/runs/appliance_report.h"
 #include "host/tests/run_records.h"
 
 namespace fictl {

@@ -1,11 +1,11 @@
-#include "host/src/appliance_report.h"
+#include "host/src/runs/appliance_report.h"
 
 #include <gtest/gtest.h>
 
 #include <csignal>
 
-#include "host/src/error.h"
-#include "host/src/record_json.h"
+#include "host/src/catalog/record_json.h"
+#include "host/src/output/error.h"
 #include "host/tests/run_records.h"
 
 namespace fictl {

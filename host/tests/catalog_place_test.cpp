@@ -1,4 +1,4 @@
-#include "host/src/catalog_place.h"
+#include "host/src/catalog/catalog_place.h"
 
 #include <grp.h>
 #include <sys/wait.h>

@@ -1,7 +1,7 @@
 // Devices under any of their names, and the list of all that the provider knows.
 #include <filesystem>
 
-#include "host/src/device_name.h"
+#include "host/src/devices/device_name.h"
 #include "host/tests/canned_inspector.h"
 
 namespace fs = std::filesystem;

@@ -1,4 +1,4 @@
-#include "host/src/device_use.h"
+#include "host/src/devices/device_use.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "host/src/display_text.h"
+#include "host/src/text/display_text.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <random>
 #include <vector>
 
-#include "host/src/result.h"
+#include "host/src/output/result.h"
 
 namespace fictl {
 

@@ -2,7 +2,7 @@
 #include <functional>
 #include <sstream>
 
-#include "host/src/exit_codes.h"
+#include "host/src/output/exit_codes.h"
 #include "host/tests/fictl_fixture.h"
 
 namespace {

@@ -2,8 +2,8 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "host/src/node.h"
-#include "host/src/provider.h"
+#include "host/src/provider/node.h"
+#include "host/src/provider/provider.h"
 #include "host/tests/fictl_fixture.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "host/src/guardian.h"
+#include "host/src/guardian/guardian.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -15,7 +15,7 @@
 #include <string>
 #include <thread>
 
-#include "host/src/error.h"
+#include "host/src/output/error.h"
 
 namespace fs = std::filesystem;
 

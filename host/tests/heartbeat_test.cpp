@@ -1,4 +1,4 @@
-#include "host/src/heartbeat.h"
+#include "host/src/output/heartbeat.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "host/src/hook.h"
+#include "host/src/guardian/hook.h"
 
 #include <gtest/gtest.h>
 

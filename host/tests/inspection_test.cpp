@@ -1,8 +1,8 @@
-#include "host/src/inspection.h"
+#include "host/src/inspection/inspection.h"
 
 #include <gtest/gtest.h>
 
-#include "host/src/image_owner.h"
+#include "host/src/inspection/image_owner.h"
 
 namespace fictl {
 namespace {

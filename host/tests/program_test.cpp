@@ -1,4 +1,4 @@
-#include "host/src/program.h"
+#include "host/src/guardian/program.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

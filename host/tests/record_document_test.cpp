@@ -1,12 +1,12 @@
-#include "host/src/record_document.h"
+#include "host/src/catalog/record_document.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <nlohmann/json.hpp>
 
-#include "host/src/error.h"
-#include "host/src/naming.h"
+#include "host/src/output/error.h"
+#include "host/src/provider/naming.h"
 
 namespace fictl {
 

@@ -1,4 +1,4 @@
-#include "host/src/run_log.h"
+#include "host/src/runs/run_log.h"
 
 #include <gtest/gtest.h>
 

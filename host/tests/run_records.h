@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/src/run_log.h"
+#include "host/src/runs/run_log.h"
 
 /// Records of runs as a test wants them.
 namespace runs {

@@ -4,12 +4,12 @@
 
 #include <csignal>
 
-#include "host/src/exit_codes.h"
-#include "host/src/names.h"
-#include "host/src/naming.h"
-#include "host/src/process_identity.h"
-#include "host/src/snapshot_record.h"
-#include "host/src/state_text.h"
+#include "host/src/catalog/snapshot_record.h"
+#include "host/src/output/exit_codes.h"
+#include "host/src/process/process_identity.h"
+#include "host/src/provider/naming.h"
+#include "host/src/provider/node_state.h"
+#include "host/src/text/plain_text.h"
 
 namespace fictl {
 

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/src/catalog/snapshot_record.h"
+#include "host/src/catalog/sqlite_db.h"
+
+namespace fictl {
+
+/**
+ * The catalog of this host's snapshots: the file that catalogPath names, SQLite in WAL mode, folder 0700,
+ * file 0600. Any number of fictl processes may use it at once. Every change is one transaction that is on disk when the
+ * call returns. All calls throw EFictl (CATALOG) when the catalog cannot be read or written; those that need a record
+ * throw EFictl (NOT_FOUND) when there is none.
+ */
+class CCatalog
+{
+  public:
+    /// Creates folder, file and tables where missing; refuses a file that is not a catalog of this version.
+    CCatalog();
+
+    const std::string& path() const { return m_path; }
+
+    std::vector<SSnapshot> list();
+    SSnapshot get(const std::string& name);
+    bool has(const std::string& name);
+
+    /// Enters a new record. Throws EFictl (EXISTS) when the name is taken, saying how.
+    void insert(const SSnapshot& snapshot);
+    /// Replaces a record as a whole.
+    void update(const SSnapshot& snapshot);
+    /// Replaces a record's head and some of its devices, at a cost that does not grow with the others.
+    void updateDevices(const SSnapshot& snapshot, const std::vector<size_t>& positions);
+    /// Remembers that another host may have the record; does not touch the rest of it.
+    void markExported(const std::string& name);
+    void remove(const std::string& name);
+
+    /**
+     * Makes this process the owner of a record and puts it into the given state, when it is in one of the states
+     * allowed and no living process is at work on it; else throws EFictl (STATE) saying why. Returns the record as it
+     * was before.
+     */
+    SSnapshot take(const std::string& name, EState into, std::initializer_list<EState> allowed, const char* what);
+
+    /// Name of a record, other than the one named, that owns a group's checkpoint; nothing when there is none.
+    std::optional<std::string> otherOwner(const std::string& name, const GroupKey& group,
+                                          const std::string& checkpoint);
+    /// Name of a record that carries a checkpoint's name at all; nothing when there is none.
+    std::optional<std::string> carrierOf(const std::string& checkpoint);
+
+  private:
+    template <class Work>
+    auto guarded(const char* doing, Work work);
+    void prepareSchema();
+    std::optional<SSnapshot> find(const std::string& name);
+    void write(const SSnapshot& snapshot);
+    void writeHead(const SSnapshot& snapshot);
+    void writeDevice(const std::string& snapshot, int64_t position, const SDevice& device);
+
+    std::string m_path;
+    COwnerLock m_lock;
+    std::optional<CSqliteDb> m_db;
+};
+
+}  // namespace fictl

@@ -1,0 +1,177 @@
+#include "host/src/catalog/record_document.h"
+
+#include <initializer_list>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <set>
+#include <vector>
+
+#include "host/src/catalog/record_check.h"
+#include "host/src/output/error.h"
+#include "host/src/provider/naming.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* FORMAT = "fictl-snapshot";
+constexpr int64_t VERSION = 1;
+constexpr int DEEPEST = 4;
+constexpr size_t LONGEST_TEXT = 4096;
+constexpr size_t MOST_DEVICES = 4096;
+
+[[noreturn]] void reject(const std::string& reason)
+{
+    throw EFictl(EExit::BAD_RECORD, "not a usable snapshot document: " + reason,
+                 "write it again with fictl snapshot export NAME on the host that has the snapshot");
+}
+
+// Watches the parser: the library itself would keep the last of two equal keys and go to any depth.
+class CStrictness
+{
+  public:
+    bool operator()(int depth, json::parse_event_t event, json& parsed)
+    {
+        if (depth > DEEPEST) reject("it is nested too deeply");
+        if (event == json::parse_event_t::object_start) m_keys.emplace_back();
+        if (event == json::parse_event_t::object_end) m_keys.pop_back();
+        if (event == json::parse_event_t::key && !m_keys.back().insert(parsed.get<std::string>()).second) {
+            reject("key \"" + printable(parsed.get<std::string>()) + "\" stands twice");
+        }
+        return true;
+    }
+
+  private:
+    std::vector<std::set<std::string>> m_keys;
+};
+
+json parse(std::string_view text)
+{
+    if (text.size() > DOCUMENT_LIMIT) reject("it is larger than 1 MiB");
+    try {
+        return json::parse(text.begin(), text.end(), CStrictness());
+    } catch (const json::exception& error) {
+        reject(printable(error.what()));
+    }
+}
+
+void checkKeys(const json& object, std::initializer_list<const char*> keys, const std::string& what)
+{
+    if (!object.is_object()) reject(what + " is not an object");
+    const std::set<std::string> known(keys.begin(), keys.end());
+    for (const auto& [key, value] : object.items()) {
+        if (!known.contains(key)) reject(what + " has the unknown key \"" + printable(key) + "\"");
+    }
+    for (const std::string& key : known) {
+        if (!object.contains(key)) reject(what + " has no \"" + key + "\"");
+    }
+}
+
+std::string rawText(const json& object, const char* key, const std::string& what)
+{
+    const json& value = object.at(key);
+    if (!value.is_string()) reject(what + ": \"" + key + "\" is not a text");
+    std::string text = value.get<std::string>();
+    if (text.empty() || text.size() > LONGEST_TEXT) reject(what + ": \"" + key + "\" is empty or too long");
+    return text;
+}
+
+std::string plainText(const json& object, const char* key, const std::string& what)
+{
+    std::string text = rawText(object, key, what);
+    if (!isPlainText(text)) reject(what + ": \"" + key + "\" holds control characters");
+    return text;
+}
+
+SDevice readDevice(const json& entry, const std::string& what)
+{
+    checkKeys(entry, {"source", "node", "target", "state"}, what);
+    SDevice device;
+    device.source = plainText(entry, "source", what);
+    device.node = plainText(entry, "node", what);
+    device.target = plainText(entry, "target", what);
+    device.made = EMade::YES;
+    const std::optional<SNodeState> state = parseNodeState(rawText(entry, "state", what));
+    if (!state) reject(what + ": \"state\" is not a node's state");
+    device.state = *state;
+    const std::string text = state->applianceType + state->applianceName + state->consistencyGroup + state->serialNo;
+    if (!isPlainText(text)) reject(what + ": \"state\" holds control characters");
+    return device;
+}
+
+void checkHead(const json& document)
+{
+    if (!document.is_object()) reject("it is not an object");
+    const auto format = document.find("format");
+    if (format == document.end() || *format != FORMAT) reject("its \"format\" is not \"fictl-snapshot\"");
+    const auto version = document.find("version");
+    if (version == document.end() || !version->is_number_integer()) reject("its \"version\" is not a number");
+    if (*version != VERSION) reject("version " + version->dump() + " is unknown; this fictl reads version 1");
+    // The version of the documents of fictl's answers, of which this can be one; it says nothing about the record.
+    json record = document;
+    if (record.value("schema_version", json(VERSION)) != VERSION) reject("its \"schema_version\" is unknown");
+    record.erase("schema_version");
+    checkKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
+}
+
+}  // namespace
+
+std::string writeDocument(const SSnapshot& snapshot)
+{
+    json devices = json::array();
+    for (const SDevice& device : snapshot.devices) {
+        devices.push_back({{"source", device.source},
+                           {"node", device.node},
+                           {"target", device.target},
+                           {"state", writeNodeState(device.state)}});
+    }
+    const json document = {{"format", FORMAT},
+                           {"version", VERSION},
+                           {"schema_version", VERSION},
+                           {"name", snapshot.name},
+                           {"provider", snapshot.provider},
+                           {"created", snapshot.created},
+                           {"checkpoint", snapshot.checkpoint},
+                           {"devices", devices}};
+    std::string text = document.dump(1) + "\n";
+    // Reading it back shows now, not on the other host, that it cannot be carried.
+    readDocument(text);
+    return text;
+}
+
+SSnapshot readDocument(std::string_view text)
+{
+    const json document = parse(text);
+    checkHead(document);
+    SSnapshot snapshot;
+    snapshot.state = EState::COMPLETE;
+    snapshot.origin = "received";
+    snapshot.name = plainText(document, "name", "the document");
+    snapshot.provider = plainText(document, "provider", "the document");
+    snapshot.created = plainText(document, "created", "the document");
+    snapshot.checkpoint = plainText(document, "checkpoint", "the document");
+    if (!isSnapshotName(snapshot.name)) reject("its \"name\" is not a snapshot's name");
+    if (!isProviderName(snapshot.provider)) reject("its \"provider\" is not a provider's name");
+    if (!naming::isCheckpointName(snapshot.checkpoint)) reject("its \"checkpoint\" is not a checkpoint's name");
+    const json& devices = document.at("devices");
+    if (!devices.is_array() || devices.empty() || devices.size() > MOST_DEVICES) {
+        reject("its \"devices\" is not a list of 1 to " + std::to_string(MOST_DEVICES) + " devices");
+    }
+    std::set<std::string> sources;
+    std::set<std::string> nodes;
+    for (const json& entry : devices) {
+        const std::string what = "device " + std::to_string(snapshot.devices.size() + 1);
+        snapshot.devices.push_back(readDevice(entry, what));
+        const SDevice& device = snapshot.devices.back();
+        if (!sources.insert(device.source).second) reject(what + ": its \"source\" stands twice");
+        if (!nodes.insert(device.node).second) reject(what + ": its \"node\" stands twice");
+    }
+    const std::string found = findDisagreement(snapshot);
+    if (!found.empty()) reject(found);
+    return snapshot;
+}
+
+}  // namespace fictl

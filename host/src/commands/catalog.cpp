@@ -1,0 +1,71 @@
+#include <algorithm>
+#include <set>
+
+#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/record_json.h"
+#include "host/src/commands/commands.h"
+#include "host/src/text/display_text.h"
+
+namespace fictl {
+
+namespace {
+
+std::string groupNames(const SSnapshot& snapshot)
+{
+    std::set<std::string, SNameOrder> names;
+    for (const GroupKey& group : snapshot.groups()) {
+        names.insert(group.first + "/" + group.second);
+    }
+    std::string list;
+    for (const std::string& name : names) {
+        list += (list.empty() ? "" : ",") + name;
+    }
+    return list;
+}
+
+const char* yesNo(EMade made)
+{
+    if (made == EMade::UNKNOWN) return "unknown";
+    return made == EMade::YES ? "yes" : "no";
+}
+
+}  // namespace
+
+SResult listSnapshots()
+{
+    CCatalog catalog;
+    SResult result;
+    result.document = {{"snapshots", json::array()}};
+    std::vector<std::vector<std::string>> rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
+    std::vector<SSnapshot> snapshots = catalog.list();
+    std::sort(snapshots.begin(), snapshots.end(),
+              [](const SSnapshot& a, const SSnapshot& b) { return SNameOrder()(a.name, b.name); });
+    for (const SSnapshot& snapshot : snapshots) {
+        result.document["snapshots"].push_back(summaryJson(snapshot));
+        rows.push_back({snapshot.name, snapshot.shownState(), snapshot.created, std::to_string(snapshot.devices.size()),
+                        groupNames(snapshot)});
+    }
+    result.text = formatTable(rows);
+    return result;
+}
+
+SResult showSnapshot(const std::string& name)
+{
+    CCatalog catalog;
+    const SSnapshot snapshot = catalog.get(name);
+    std::vector<std::vector<std::string>> head = {
+        {"SNAPSHOT", snapshot.name},   {"STATE", snapshot.shownState()},    {"PROVIDER", snapshot.provider},
+        {"CREATED", snapshot.created}, {"CHECKPOINT", snapshot.checkpoint}, {"ORIGIN", snapshot.origin},
+    };
+    if (!snapshot.message.empty()) head.push_back({"MESSAGE", snapshot.message});
+    if (!snapshot.thaw.empty()) head.push_back({"THAW", snapshot.thaw});
+    std::vector<std::vector<std::string>> rows = {
+        {"DEVICE", "APPLIANCE", "GROUP", "SERIAL", "MADE", "IMPORTED AS", "TARGET"}};
+    for (const SDevice& device : snapshot.devices) {
+        rows.push_back({device.source, device.state.applianceName, device.state.consistencyGroup, device.state.serialNo,
+                        yesNo(device.made), device.importPath, device.target});
+    }
+    return {{{"snapshot", snapshotJson(snapshot)}}, formatValues(head) + "\n" + formatTable(rows)};
+}
+
+}  // namespace fictl

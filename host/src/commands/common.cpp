@@ -1,0 +1,51 @@
+#include <map>
+#include <set>
+
+#include "host/src/commands/commands.h"
+#include "host/src/devices/device_name.h"
+#include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+std::string SContext::providerFor(const SSnapshot& snapshot) const
+{
+    if (provider.empty()) return snapshot.provider;
+    const std::string given = CProviderLibrary::nameOf(provider);
+    if (given == snapshot.provider) return provider;
+    throw EFictl(
+        EExit::USAGE,
+        "snapshot \"" + snapshot.name + "\" was made by provider \"" + snapshot.provider + "\", not \"" + given + "\"",
+        "leave --provider away, or give the path of lib" + snapshot.provider + ".so");
+}
+
+void requireSnapshotName(const std::string& name)
+{
+    if (isSnapshotName(name)) return;
+    throw EFictl(EExit::USAGE, "\"" + printable(name) + "\" cannot be a snapshot's name",
+                 "use 1 to 128 letters, digits or ._:+@-, beginning with a letter or digit");
+}
+
+void requireDevices(const std::vector<std::string>& devices)
+{
+    constexpr size_t LONGEST = 4096;
+    std::set<std::string> seen;
+    std::map<SDeviceIdentity, std::string> identities;
+    for (const std::string& device : devices) {
+        if (device.empty() || device.size() > LONGEST || !isPlainText(device)) {
+            throw EFictl(EExit::USAGE, "\"" + printable(device) + "\" cannot be a device path");
+        }
+        if (!seen.insert(device).second) {
+            throw EFictl(EExit::USAGE, "device " + device + " is given twice", "give every device once");
+        }
+        const std::optional<SDeviceIdentity> identity = identifyDevice(device);
+        if (!identity) continue;
+        const auto [other, isFirst] = identities.emplace(*identity, device);
+        if (!isFirst) {
+            throw EFictl(EExit::USAGE, other->second + " and " + device + " are names of one device",
+                         "give every device once");
+        }
+    }
+}
+
+}  // namespace fictl

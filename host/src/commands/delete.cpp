@@ -1,0 +1,225 @@
+#include <algorithm>
+#include <optional>
+
+#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/record_check.h"
+#include "host/src/catalog/record_json.h"
+#include "host/src/commands/commands.h"
+#include "host/src/guardian/guardian.h"
+#include "host/src/output/error.h"
+#include "host/src/process/signals.h"
+#include "host/src/snapshot/copy_guard.h"
+#include "host/src/snapshot/disposal.h"
+#include "host/src/snapshot/lun_place.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+constexpr std::initializer_list<EState> DELETABLE = {
+    EState::CREATING,       EState::PARTIAL,       EState::FAILED,        EState::COMPLETE,
+    EState::IMPORTING,      EState::IMPORT_FAILED, EState::IMPORTED,      EState::RELEASING,
+    EState::RELEASE_FAILED, EState::DELETING,      EState::DELETE_FAILED,
+};
+
+/// Deletes what a record names, group by group: looks at all of them first, and enters each group that is gone.
+class CSnapshotDeletion
+{
+  public:
+    CSnapshotDeletion(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+        : m_context(context),
+          m_catalog(catalog),
+          m_snapshot(snapshot),
+          m_groups(snapshot.groupsToDispose()),
+          m_knowledge(context.providerFor(snapshot), context.timeout, m_groups)
+    {
+    }
+
+    /// Disposes of every group; returns what became of each. Throws when one was refused or not confirmed.
+    json run(bool evenIfInUse);
+    bool touched() const { return m_touched; }  ///< whether the provider was asked to delete anything
+
+  private:
+    void keepOthers();
+    void guard();
+    void requireHome(const GroupKey& group);
+    void dispose(const GroupKey& group);
+    void enterRemoved(const GroupKey& group);
+    CProvider& provider();
+    json entryOf(const GroupKey& group) const;
+
+    const SContext& m_context;
+    CCatalog& m_catalog;
+    SSnapshot& m_snapshot;
+    std::set<GroupKey> m_groups;
+    CKnowledge m_knowledge;
+    std::optional<CProvider> m_provider;
+    bool m_touched = false;
+    json m_results = json::array();
+    std::string m_failed;  // groups that were not confirmed
+    SApplianceReport m_report;
+};
+
+CProvider& CSnapshotDeletion::provider()
+{
+    if (!m_provider) {
+        m_context.progress.step("start provider");
+        m_provider.emplace(m_context.providerFor(m_snapshot));
+    }
+    return *m_provider;
+}
+
+json CSnapshotDeletion::entryOf(const GroupKey& group) const
+{
+    return {{"appliance", group.first}, {"group", group.second}, {"checkpoint", m_snapshot.checkpoint}};
+}
+
+json CSnapshotDeletion::run(bool evenIfInUse)
+{
+    requireAgreement(m_snapshot, "deleted");
+    keepOthers();
+    if (!evenIfInUse && !m_groups.empty()) guard();
+    for (const GroupKey& group : m_groups) {
+        stopPoint();
+        dispose(group);
+    }
+    if (m_failed.empty()) return m_results;
+    throw EFictl(EExit::NOT_DELETED,
+                 "snapshot \"" + m_snapshot.name + "\": not deleted from group " + m_failed + "; the record stays",
+                 "mend what the appliance reports, then fictl snapshot delete " + m_snapshot.name)
+        .withReport(m_report)
+        .about(m_snapshot.name);
+}
+
+// Process ids come again: a checkpoint may be one that another snapshot made under the same name.
+void CSnapshotDeletion::keepOthers()
+{
+    for (auto group = m_groups.begin(); group != m_groups.end();) {
+        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, *group, m_snapshot.checkpoint);
+        if (!owner) {
+            ++group;
+            continue;
+        }
+        m_context.progress.step("keep the checkpoint of group " + groupText(*group));
+        CProgress::warn("checkpoint " + m_snapshot.checkpoint + " of group " + groupText(*group) +
+                        " belongs to snapshot \"" + *owner + "\" and stays");
+        json entry = entryOf(*group);
+        entry["result"] = "kept";
+        entry["owner"] = *owner;
+        m_results.push_back(std::move(entry));
+        group = m_groups.erase(group);
+    }
+}
+
+// Everything is looked at before anything is deleted.
+void CSnapshotDeletion::guard()
+{
+    m_context.progress.step("look at the copies");
+    m_knowledge.look();
+    stopPoint();
+    CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::DELETE);
+    for (const GroupKey& group : m_groups) {
+        guard.requireOwnImage(group);
+        guard.requireUnused(group);
+        requireHome(group);
+    }
+}
+
+void CSnapshotDeletion::requireHome(const GroupKey& group)
+{
+    for (const SDevice* device : m_snapshot.devicesOf(group)) {
+        const SInspection* const seen = m_knowledge.seen();
+        if (seen != nullptr && seen->hasLun(group, device->state.serialNo) == EThere::YES) continue;
+        const std::optional<GroupKey> home = findLunPlace(provider(), device->state.serialNo);
+        if (!home || *home == group) continue;
+        throw EFictl(EExit::NOT_DELETED,
+                     "snapshot \"" + m_snapshot.name + "\": LUN " + printable(device->state.serialNo) + " of " +
+                         printable(device->source) + " is in group " + groupText(*home) +
+                         " now, and was recorded in group " + groupText(group) +
+                         "; nothing was deleted and the record stays",
+                     "see which of the two is right; fictl snapshot delete " + m_snapshot.name +
+                         " --even-if-in-use deletes what the recorded group has")
+            .about(m_snapshot.name);
+    }
+}
+
+void CSnapshotDeletion::dispose(const GroupKey& group)
+{
+    CProvider& asked = provider();
+    m_context.progress.step("delete time image and checkpoint of group " + groupText(group));
+    m_touched = true;
+    const SDisposal disposal = disposeGroup(asked, m_knowledge, *m_snapshot.devicesOf(group).front());
+    json entry = entryOf(group);
+    entry["result"] = disposal.confirmed ? "removed" : "failed";
+    m_results.push_back(std::move(entry));
+    if (disposal.confirmed) {
+        enterRemoved(group);
+        return;
+    }
+    const std::string status = std::to_string(disposal.status);
+    m_failed += (m_failed.empty() ? "" : ", ") + groupText(group) +
+                (disposal.status == OBZ_OK ? " (not confirmed)" : " (status " + status + ")");
+    m_report.add(disposal.report);
+}
+
+// The record tells the truth also when a later group is not deleted.
+void CSnapshotDeletion::enterRemoved(const GroupKey& group)
+{
+    std::vector<size_t> positions;
+    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
+        SDevice& device = m_snapshot.devices[i];
+        if (device.group() != group) continue;
+        device.made = EMade::NO;
+        device.forgetCopy();
+        positions.push_back(i);
+    }
+    m_catalog.updateDevices(m_snapshot, positions);
+}
+
+SResult deletedResult(const std::string& name, const json& groups, bool forgotten)
+{
+    const json document = {{"deleted", {{"name", name}, {"groups", groups}, {"forgotten", forgotten}}}};
+    return {document,
+            "snapshot \"" + name + (forgotten ? "\" is forgotten; the appliance was not asked\n" : "\" is deleted\n")};
+}
+
+}  // namespace
+
+SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
+{
+    requireSnapshotName(request.name);
+    std::optional<CGuardian> guardian;
+    if (!request.forget) guardian.emplace();
+    CCatalog catalog;
+    if (!request.forget) context.providerFor(catalog.get(request.name));  // refuses another one than the record's
+    const SSnapshot before = catalog.take(request.name, EState::DELETING, DELETABLE, "deleted");
+    if (!before.thaw.empty()) {
+        // A killed creation cannot tell what its guardian did.
+        const std::string doubt = before.state == EState::CREATING ? "unless its guardian thawed it, " : "";
+        CProgress::warn(doubt + "the application may still be frozen; its thaw command was: " + printable(before.thaw));
+    }
+    if (request.forget) {
+        catalog.remove(request.name);
+        return deletedResult(request.name, json::array(), true);
+    }
+    SSnapshot snapshot = before;
+    snapshot.state = EState::DELETING;
+    snapshot.owner = thisProcess();
+    CSnapshotDeletion deletion(context, catalog, snapshot);
+    json groups;
+    try {
+        groups = deletion.run(request.evenIfInUse);
+    } catch (const EFictl& error) {
+        // An error of the catalog would only come again.
+        if (error.exit() == EExit::CATALOG) throw;
+        snapshot.state = EState::DELETE_FAILED;
+        snapshot.message = error.what();
+        catalog.update(deletion.touched() ? snapshot : before);
+        throw;
+    }
+    catalog.remove(request.name);
+    return deletedResult(request.name, groups, false);
+}
+
+}  // namespace fictl

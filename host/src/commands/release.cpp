@@ -1,0 +1,132 @@
+#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/record_json.h"
+#include "host/src/commands/commands.h"
+#include "host/src/guardian/guardian.h"
+#include "host/src/output/error.h"
+#include "host/src/process/signals.h"
+#include "host/src/provider/naming.h"
+#include "host/src/snapshot/copy_guard.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+/// Gives the copies of a record back: the time images go, the checkpoints stay.
+class CSnapshotRelease
+{
+  public:
+    CSnapshotRelease(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+        : m_context(context),
+          m_catalog(catalog),
+          m_snapshot(snapshot),
+          m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
+    {
+    }
+
+    void run(bool evenIfInUse);
+    bool touched() const { return m_touched; }  ///< whether an image was asked to be deleted, or found gone
+
+  private:
+    void requireInspection();
+    void releaseGroup(const GroupKey& group);
+    void enterReleased(const GroupKey& group);
+
+    const SContext& m_context;
+    CCatalog& m_catalog;
+    SSnapshot& m_snapshot;
+    CKnowledge m_knowledge;
+    bool m_touched = false;
+};
+
+void CSnapshotRelease::requireInspection()
+{
+    if (m_knowledge.look() != nullptr) return;
+    stopPoint();
+    throw EFictl(EExit::FAILED,
+                 "snapshot \"" + m_snapshot.name + "\": the copies cannot be given back alone: " + m_knowledge.why(),
+                 m_knowledge.inspector().isThere() ? "mend that, then fictl snapshot release " + m_snapshot.name
+                                                   : "fictl snapshot delete " + m_snapshot.name +
+                                                         " deletes the copies together with their checkpoints")
+        .about(m_snapshot.name);
+}
+
+void CSnapshotRelease::run(bool evenIfInUse)
+{
+    m_context.progress.step("look at the copies");
+    requireInspection();
+    CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::RELEASE);
+    for (const GroupKey& group : m_snapshot.groups()) {
+        // That another host holds the image is no reason to override here: it is not this host's to give back.
+        guard.requireOwnImage(group);
+        if (!evenIfInUse) guard.requireUnused(group);
+    }
+    for (const GroupKey& group : m_snapshot.groups()) {
+        stopPoint();
+        releaseGroup(group);
+    }
+}
+
+void CSnapshotRelease::releaseGroup(const GroupKey& group)
+{
+    const std::string image = naming::imageOfCheckpoint(m_snapshot.checkpoint);
+    m_touched = true;
+    if (m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
+        m_context.progress.step("delete the time image of group " + groupText(group));
+        if (!m_knowledge.inspector().release(group, image)) {
+            throw EFictl(EExit::NOT_DELETED,
+                         "snapshot \"" + m_snapshot.name + "\": time image " + image + " of group " + groupText(group) +
+                             " was not deleted: " + m_knowledge.inspector().why(),
+                         "mend that, then fictl snapshot release " + m_snapshot.name)
+                .about(m_snapshot.name);
+        }
+    }
+    enterReleased(group);
+}
+
+void CSnapshotRelease::enterReleased(const GroupKey& group)
+{
+    std::vector<size_t> positions;
+    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
+        SDevice& device = m_snapshot.devices[i];
+        if (device.group() != group) continue;
+        device.forgetCopy();
+        positions.push_back(i);
+    }
+    m_catalog.updateDevices(m_snapshot, positions);
+}
+
+}  // namespace
+
+SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse)
+{
+    requireSnapshotName(name);
+    const CGuardian guardian;
+    CCatalog catalog;
+    context.providerFor(catalog.get(name));  // refuses another one than the record's
+    const SSnapshot before = catalog.take(name, EState::RELEASING,
+                                          {EState::COMPLETE, EState::IMPORTING, EState::IMPORT_FAILED, EState::IMPORTED,
+                                           EState::RELEASING, EState::RELEASE_FAILED},
+                                          "released");
+    SSnapshot snapshot = before;
+    snapshot.state = EState::RELEASING;
+    snapshot.owner = thisProcess();
+    CSnapshotRelease release(context, catalog, snapshot);
+    try {
+        release.run(evenIfInUse);
+    } catch (const EFictl& error) {
+        // An error of the catalog would only come again.
+        if (error.exit() == EExit::CATALOG) throw;
+        snapshot.state = EState::RELEASE_FAILED;
+        snapshot.message = error.what();
+        catalog.update(release.touched() ? snapshot : before);
+        throw;
+    }
+    snapshot.state = EState::COMPLETE;
+    snapshot.message.clear();
+    catalog.update(snapshot);
+    return {{{"snapshot", snapshotJson(snapshot)}},
+            "snapshot \"" + name + "\" is released: its copies are gone from this host, its checkpoints stay\n"};
+}
+
+}  // namespace fictl

@@ -1,0 +1,45 @@
+#include "host/src/devices/device_offer.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "host/src/devices/device_name.h"
+#include "host/src/inspection/inspector.h"
+
+namespace fictl {
+
+KnownPaths inspectedPaths(const std::string& provider, std::chrono::seconds timeout)
+{
+    const auto paths = std::make_shared<std::optional<std::set<std::string>>>();
+    return [provider, timeout, paths] {
+        if (*paths) return **paths;
+        paths->emplace();
+        const std::optional<SInspection> seen = CInspector(provider, timeout).look({});
+        if (seen) {
+            for (const auto& [path, serial] : seen->disks) {
+                (*paths)->insert(path);
+            }
+        }
+        return **paths;
+    };
+}
+
+SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const KnownPaths& knownPaths)
+{
+    SNamedOffer refused{given, {}};
+    const std::vector<std::string> names = localNames(given);
+    for (const std::string& name : names) {
+        SOffer offer = tree.offer(name);
+        if (offer.claimed) return {name, std::move(offer)};
+        if (refused.offer.reason.empty()) refused.offer = std::move(offer);
+    }
+    // Only where there is something can it be the same as what the provider knows under another name.
+    if (!identifyDevice(given)) return refused;
+    const std::optional<std::string> known = resolveDevice(given, knownPaths());
+    if (!known || std::find(names.begin(), names.end(), *known) != names.end()) return refused;
+    SOffer offer = tree.offer(*known);
+    return offer.claimed ? SNamedOffer{*known, std::move(offer)} : refused;
+}
+
+}  // namespace fictl

@@ -1,0 +1,107 @@
+#include "host/src/doctor/catalog_checks.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <utility>
+
+#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/sqlite_db.h"
+#include "host/src/doctor/file_checks.h"
+#include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+constexpr const char* NAME = "catalog";
+constexpr const char* MOVE_AWAY = "keep a copy of the file, move it away, and look up what the appliances hold";
+
+SCheck checkRights(const std::string& path, const struct stat& status)
+{
+    constexpr mode_t OF_OTHERS = 077;
+    const std::string file = "catalog " + path;
+    if (!S_ISREG(status.st_mode)) return {ELevel::FAIL, NAME, file + " is no regular file", "move it away"};
+    if (access(path.c_str(), R_OK | W_OK) != 0) {
+        return {ELevel::FAIL, NAME, file + " cannot be read and written by this user",
+                "run fictl as the user who owns it (" + std::to_string(status.st_uid) + "), or chown it"};
+    }
+    if ((status.st_mode & OF_OTHERS) != 0) {
+        return {ELevel::WARN, NAME, file + " can be read or written by others", "chmod 600 " + path};
+    }
+    return {ELevel::OK, NAME, file + " belongs to this user alone"};
+}
+
+SCheck checkFolderRights(const std::string& path)
+{
+    const std::string folder = std::filesystem::path(path).parent_path();
+    struct stat status = {};
+    constexpr mode_t WRITABLE_BY_OTHERS = 022;
+    if (stat(folder.c_str(), &status) == 0 && (status.st_mode & WRITABLE_BY_OTHERS) != 0) {
+        return {ELevel::WARN, NAME, "folder of the catalog " + folder + " can be written to by others",
+                "chmod 700 " + folder};
+    }
+    return checkFolder(NAME, "folder of the catalog", folder, ELevel::FAIL);
+}
+
+// By SQLite's own look at the whole file, before anything else trusts it.
+SCheck checkIntegrity(const std::string& path)
+{
+    try {
+        const CSqliteDb db(path, SQLITE_OPEN_READONLY);
+        CStatement check(db, "PRAGMA integrity_check(1)");
+        const std::string verdict = check.step() ? check.text(0) : "no answer";
+        if (verdict == "ok") return {ELevel::OK, NAME, "catalog " + path + " is sound"};
+        return {ELevel::FAIL, NAME, "catalog " + path + " is damaged: " + verdict, MOVE_AWAY};
+    } catch (const ESqlite& error) {
+        return {ELevel::FAIL, NAME, "catalog " + path + " cannot be read: " + error.what(), MOVE_AWAY};
+    }
+}
+
+void checkRecord(const SSnapshot& snapshot, Checks& checks)
+{
+    const std::string quoted = "snapshot \"" + printable(snapshot.name) + "\"";
+    if (!snapshot.thaw.empty() && !snapshot.isHeld()) {
+        checks.push_back({ELevel::WARN, NAME, quoted + ": the application may still be frozen",
+                          "run its thaw command if it is: " + snapshot.thaw});
+    }
+    if (snapshot.isInterrupted()) {
+        checks.push_back(
+            {ELevel::WARN, NAME, quoted + " is " + snapshot.shownState(), "fictl snapshot show " + snapshot.name});
+    }
+}
+
+void checkRecords(Checks& checks)
+{
+    try {
+        const std::vector<SSnapshot> snapshots = CCatalog().list();
+        const std::string count = std::to_string(snapshots.size()) + (snapshots.size() == 1 ? " record" : " records");
+        checks.push_back({ELevel::OK, NAME, "the catalog holds " + count + ", each of which can be read"});
+        for (const SSnapshot& snapshot : snapshots) {
+            checkRecord(snapshot, checks);
+        }
+    } catch (const EFictl& error) {
+        checks.push_back({ELevel::FAIL, NAME, error.what(), error.next().empty() ? MOVE_AWAY : error.next()});
+    }
+}
+
+}  // namespace
+
+Checks checkCatalog(const std::string& path)
+{
+    Checks checks = {checkFolderRights(path)};
+    struct stat status = {};
+    if (lstat(path.c_str(), &status) != 0) {
+        checks.push_back({ELevel::OK, NAME, "there is no catalog yet; the first snapshot begins it"});
+        return checks;
+    }
+    checks.push_back(checkRights(path, status));
+    if (checks.back().level == ELevel::FAIL) return checks;
+    checks.push_back(checkIntegrity(path));
+    if (checks.back().level == ELevel::OK) checkRecords(checks);
+    return checks;
+}
+
+}  // namespace fictl

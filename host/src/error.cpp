@@ -1,7 +1,0 @@
-#include "host/src/error.h"
-
-namespace fictl {
-
-EFictl::~EFictl() = default;
-
-}  // namespace fictl

@@ -1,0 +1,94 @@
+#include "host/src/guardian/guardian_link.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/uio.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <type_traits>
+
+namespace fictl {
+
+namespace {
+
+// As it travels, the text behind it. Both sides are the same program.
+struct SHead
+{
+    EGuard type;
+    EThaw cause;
+    int64_t number;
+    double seconds;
+    bool ok;
+};
+static_assert(std::is_trivially_copyable_v<SHead>);
+
+constexpr timeval MOST_WAIT{1, 0};
+
+}  // namespace
+
+const char* thawText(EThaw cause)
+{
+    switch (cause) {
+        case EThaw::MADE:
+            return "made";
+        case EThaw::FAILED:
+            return "failed";
+        case EThaw::STOPPED:
+            return "stopped";
+        case EThaw::TIMED_OUT:
+            return "timed-out";
+        case EThaw::KILLED:
+            break;
+    }
+    return "killed";
+}
+
+std::optional<std::pair<CGuardianLink, CGuardianLink>> CGuardianLink::pair()
+{
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return std::nullopt;
+    CDescriptor one = aboveStandard(CDescriptor(ends[0]));
+    CDescriptor other = aboveStandard(CDescriptor(ends[1]));
+    if (!one || !other) return std::nullopt;
+    for (const CDescriptor* const end : {&one, &other}) {
+        // Nobody is held up for good by a side that somebody has stopped.
+        if (::setsockopt(end->get(), SOL_SOCKET, SO_SNDTIMEO, &MOST_WAIT, sizeof MOST_WAIT) != 0) return std::nullopt;
+    }
+    return std::pair(CGuardianLink(std::move(one)), CGuardianLink(std::move(other)));
+}
+
+bool CGuardianLink::send(const SGuardMessage& message) const
+{
+    SHead head{message.type, message.cause, message.number, message.seconds, message.ok};
+    iovec parts[] = {{&head, sizeof head},
+                     {const_cast<char*>(message.text.data()), std::min(message.text.size(), MOST_TEXT)}};
+    msghdr packet{};
+    packet.msg_iov = parts;
+    packet.msg_iovlen = 2;
+    while (::sendmsg(m_socket.get(), &packet, MSG_NOSIGNAL) < 0) {
+        if (errno != EINTR) return false;
+    }
+    return true;
+}
+
+CGuardianLink::EReceived CGuardianLink::receive(SGuardMessage& message, std::chrono::milliseconds timeout) const
+{
+    pollfd readable{m_socket.get(), POLLIN, 0};
+    if (::poll(&readable, 1, static_cast<int>(timeout.count())) <= 0) return EReceived::NOTHING;
+    SHead head{};
+    std::string text(MOST_TEXT, '\0');
+    iovec parts[] = {{&head, sizeof head}, {text.data(), text.size()}};
+    msghdr packet{};
+    packet.msg_iov = parts;
+    packet.msg_iovlen = 2;
+    const ssize_t size = ::recvmsg(m_socket.get(), &packet, MSG_DONTWAIT);
+    if (size < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) return EReceived::NOTHING;
+    if (size < static_cast<ssize_t>(sizeof head)) return EReceived::GONE;
+    text.resize(static_cast<size_t>(size) - sizeof head);
+    message = {head.type, head.cause, head.ok, head.number, head.seconds, std::move(text)};
+    return EReceived::MESSAGE;
+}
+
+}  // namespace fictl

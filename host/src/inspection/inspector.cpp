@@ -1,0 +1,113 @@
+#include "host/src/inspection/inspector.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <system_error>
+
+#include "host/src/guardian/program.h"
+#include "host/src/process/signals.h"
+#include "host/src/provider/provider_library.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+using nlohmann::json;
+
+// An inspector asks appliances side by side, each command within its own limit; this is for one that hangs by itself.
+constexpr std::chrono::seconds WHOLE_LIMIT{3600};
+
+bool isProgram(const std::filesystem::path& path)
+{
+    std::error_code ignored;
+    return std::filesystem::is_regular_file(path, ignored) && access(path.c_str(), X_OK) == 0;
+}
+
+std::string findInspector(const std::string& provider)
+{
+    const std::string file = CProviderLibrary::nameOf(provider) + "-inspect";
+    if (provider.find('/') != std::string::npos) {
+        const std::filesystem::path beside = std::filesystem::path(provider).parent_path() / file;
+        if (isProgram(beside)) return beside;
+    }
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::filesystem::path path = (program.parent_path() / ".." / FICTL_INSPECTOR_DIR / file).lexically_normal();
+    return !error && isProgram(path) ? path.string() : std::string();
+}
+
+std::string firstLineOf(const std::string& text)
+{
+    return printable(text.substr(0, text.find('\n')));
+}
+
+}  // namespace
+
+CInspector::CInspector(const std::string& provider, std::chrono::seconds limit)
+    : m_provider(CProviderLibrary::nameOf(provider)), m_path(findInspector(provider)), m_limit(limit)
+{
+    if (m_path.empty()) m_why = "provider \"" + m_provider + "\" ships no inspector";
+}
+
+std::vector<std::string> CInspector::words(std::initializer_list<std::string> first) const
+{
+    std::vector<std::string> words = {m_path};
+    words.insert(words.end(), first);
+    if (m_limit.count() > 0) words.push_back("--timeout=" + std::to_string(m_limit.count()));
+    return words;
+}
+
+std::optional<SInspection> CInspector::look(const std::set<GroupKey>& groups, bool stopOnSignal)
+{
+    if (!isThere()) return std::nullopt;
+    std::vector<std::string> command = words({});
+    std::set<std::string> appliances;
+    std::set<std::string> names;
+    for (const GroupKey& key : groups) {
+        if (appliances.insert(key.first).second) command.push_back("--appliance=" + key.first);
+        if (names.insert(key.second).second) command.push_back("--group=" + key.second);
+    }
+    return document(std::move(command), stopOnSignal);
+}
+
+std::optional<SInspection> CInspector::lookAtInventory()
+{
+    return isThere() ? document(words({"--inventory"}), true) : std::nullopt;
+}
+
+std::optional<SInspection> CInspector::document(std::vector<std::string> command, bool stopOnSignal)
+{
+    const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).stoppingOnSignal(stopOnSignal).run();
+    if (end.exit != 0) {
+        m_why = m_path + " " + end.reason + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
+        return std::nullopt;
+    }
+    std::string reason;
+    std::optional<SInspection> inspection = SInspection::read(end.output, reason);
+    m_why = inspection ? std::string() : m_path + ": " + reason;
+    return inspection;
+}
+
+void CInspector::hurry()
+{
+    if (m_limit.count() == 0 || m_limit > SETTLING_SECONDS) m_limit = SETTLING_SECONDS;
+}
+
+bool CInspector::release(const GroupKey& group, const std::string& image)
+{
+    if (!isThere()) return false;
+    std::vector<std::string> command = words({"release", "--appliance=" + group.first});
+    command.insert(command.end(), {"--", group.second, image});
+    const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).run();
+    const json document = json::parse(end.output, nullptr, false);
+    if (document.is_object() && document.value("released", false) && end.exit == 0) return true;
+    m_why = document.is_object() && document.contains("reason") && document["reason"].is_string()
+                ? printable(document["reason"].get<std::string>())
+                : m_path + " " + (end.reason.empty() ? "gave no document" : end.reason);
+    return false;
+}
+
+}  // namespace fictl

@@ -1,0 +1,47 @@
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "host/src/inspection/inspector.h"
+
+namespace fictl {
+
+/**
+ * What one command knows of the appliances. It looks when it is asked to, and says once for each guard that could not
+ * be applied, so that a user knows what was not looked at.
+ */
+class CKnowledge
+{
+  public:
+    /// @param provider name or path; groups are those that the command is about
+    CKnowledge(const std::string& provider, std::chrono::seconds limit, std::set<GroupKey> groups)
+        : m_inspector(provider, limit), m_groups(std::move(groups))
+    {
+    }
+
+    /// Looks now; null when there is nothing to look with, or it did not work. Gives up when fictl is asked to stop.
+    const SInspection* look();
+    /// The same to learn what has become of what was asked for: goes on when fictl is asked to stop, but then each
+    /// command has to be answered soon.
+    const SInspection* lookToSettle();
+    /// Looks at the LUNs and checkpoints of every group there is, and at no time image.
+    const SInspection* lookAtInventory();
+    /// What was seen last; null before the first look and after one that did not work.
+    const SInspection* seen() const { return m_seen ? &*m_seen : nullptr; }
+    /// Why nothing was seen; empty when something was.
+    const std::string& why() const { return m_inspector.why(); }
+
+    CInspector& inspector() { return m_inspector; }
+
+    /// Warns, once for each text, that something could not be looked at.
+    void warnUnguarded(const std::string& guard, const std::string& why);
+
+  private:
+    CInspector m_inspector;
+    std::set<GroupKey> m_groups;
+    std::optional<SInspection> m_seen;
+    std::set<std::string> m_warned;
+};
+
+}  // namespace fictl

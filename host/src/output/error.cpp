@@ -1,0 +1,7 @@
+#include "host/src/output/error.h"
+
+namespace fictl {
+
+EFictl::~EFictl() = default;
+
+}  // namespace fictl

@@ -1,0 +1,108 @@
+#include "host/src/output/result.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <numeric>
+#include <system_error>
+
+#include "host/src/output/error.h"
+#include "host/src/text/display_text.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+constexpr size_t GAP = 2;
+
+Rows shown(const Rows& rows)
+{
+    Rows cells = rows;
+    for (std::vector<std::string>& row : cells) {
+        for (std::string& cell : row) {
+            cell = cell.empty() ? "-" : printable(cell);
+        }
+    }
+    return cells;
+}
+
+std::vector<size_t> widthsOf(const Rows& rows)
+{
+    std::vector<size_t> widths;
+    for (const std::vector<std::string>& row : rows) {
+        widths.resize(std::max(widths.size(), row.size()));
+        for (size_t i = 0; i < row.size(); ++i) {
+            widths[i] = std::max(widths[i], displayWidth(row[i]));
+        }
+    }
+    return widths;
+}
+
+// Takes from the widest column what the lines are too long by, as long as it stays readable.
+void fit(std::vector<size_t>& widths, size_t lineWidth)
+{
+    constexpr size_t READABLE = 8;
+    const size_t all = std::accumulate(widths.begin(), widths.end(), GAP * (widths.size() - 1));
+    if (all <= lineWidth) return;
+    size_t& widest = *std::max_element(widths.begin(), widths.end());
+    if (widest > READABLE) widest -= std::min(all - lineWidth, widest - READABLE);
+}
+
+}  // namespace
+
+std::string formatTable(const Rows& rows)
+{
+    return formatTable(rows, outputWidth());
+}
+
+std::string formatValues(const Rows& rows)
+{
+    return formatTable(rows, 0);
+}
+
+std::string formatTable(const Rows& rows, size_t lineWidth)
+{
+    const Rows cells = shown(rows);
+    std::vector<size_t> widths = widthsOf(cells);
+    if (lineWidth != 0 && !widths.empty()) fit(widths, lineWidth);
+    std::string text;
+    for (const std::vector<std::string>& row : cells) {
+        for (size_t i = 0; i < row.size(); ++i) {
+            const std::string cell = cutToWidth(row[i], widths[i]);
+            text += cell;
+            if (i + 1 < row.size()) text.append(widths[i] - displayWidth(cell) + GAP, ' ');
+        }
+        text += '\n';
+    }
+    return text;
+}
+
+bool writeOutput(const std::string& text)
+{
+    const char* at = text.data();
+    size_t left = text.size();
+    while (left > 0) {
+        const ssize_t done = ::write(STDOUT_FILENO, at, left);
+        if (done < 0 && errno == EINTR) continue;
+        if (done < 0 && errno == EPIPE) return false;
+        if (done <= 0) {
+            const std::string reason = std::error_code(errno, std::generic_category()).message();
+            throw EFictl(EExit::IO, "cannot write to standard output: " + reason, "fictl snapshot list");
+        }
+        at += done;
+        left -= static_cast<size_t>(done);
+    }
+    return true;
+}
+
+std::string documentText(json document)
+{
+    constexpr int INDENT = 2;
+    constexpr int SCHEMA_VERSION = 1;
+    document["schema_version"] = SCHEMA_VERSION;
+    return document.dump(INDENT, ' ', false, json::error_handler_t::replace) + "\n";
+}
+
+}  // namespace fictl

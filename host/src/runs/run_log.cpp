@@ -1,0 +1,175 @@
+#include "host/src/runs/run_log.h"
+
+#include <new>
+#include <utility>
+
+namespace fictl {
+
+namespace {
+
+// Far more than one step of a sound provider takes.
+constexpr size_t MOST_RUNS = 1000;
+constexpr size_t MOST_BYTES = size_t{16} * 1024 * 1024;
+
+SRunWatch g_watch;
+
+std::string textOf(const char* text)
+{
+    return text == nullptr ? std::string() : std::string(text);
+}
+
+std::string textOf(const char* text, size_t size)
+{
+    return text == nullptr ? std::string() : std::string(text, size);
+}
+
+EStop stopOf(int32_t stopped)
+{
+    switch (stopped) {
+        case OBZX_RUN_NOT_STOPPED:
+            return EStop::NOT_STOPPED;
+        case OBZX_RUN_STOPPED_BY_LIMIT:
+            return EStop::LIMIT;
+        case OBZX_RUN_STOPPED_BY_OUTPUT:
+            return EStop::OUTPUT;
+        default:
+            return EStop::CANCEL;
+    }
+}
+
+size_t bytesOf(const SRunRecord& record)
+{
+    size_t bytes = sizeof record + record.input.size() + record.output.size();
+    for (const std::string& argument : record.arguments) {
+        bytes += argument.capacity() + sizeof(std::string);
+    }
+    return bytes;
+}
+
+// "server NAME", by which a script begins; a tool without a script has none, and is silent by itself alone.
+std::string serverLine(const SRunRecord& run)
+{
+    return run.input.empty() ? run.program() : run.input.substr(0, run.input.find('\n'));
+}
+
+}  // namespace
+
+std::string SRunRecord::program() const
+{
+    if (arguments.empty()) return {};
+    return arguments.front().substr(arguments.front().rfind('/') + 1);
+}
+
+SRunRecord runRecordOf(const obzx_run& run) noexcept
+{
+    SRunRecord record;
+    record.number = run.number;
+    record.inputSize = run.input_size;
+    record.process = run.process;
+    record.startSeconds = run.start_seconds;
+    record.startNanoseconds = run.start_nanoseconds;
+    record.limitSeconds = run.limit_seconds;
+    record.result = run.result;
+    record.exitStatus = run.exit_status;
+    record.signal = run.signal;
+    record.error = run.error;
+    record.stopped = stopOf(run.stopped);
+    record.duration = std::chrono::nanoseconds(run.duration_nanoseconds);
+    record.outputSize = run.output_size;
+    try {
+        record.entryPoint = textOf(run.entry_point);
+        for (int32_t i = 0; run.arguments != nullptr && i < run.argument_count; ++i) {
+            record.arguments.push_back(textOf(run.arguments[i]));
+        }
+        record.input = textOf(run.input, run.input_kept);
+        // Nobody judges by what a command said that succeeded, and listings are long.
+        if (run.result != 0) record.output = textOf(run.output, run.output_kept);
+    } catch (const std::bad_alloc&) {
+        // Half a text must not be taken for a whole one.
+        record.input.clear();
+    }
+    return record;
+}
+
+CRunLog::CRunLog()
+{
+    obzx_set_run_observer(&CRunLog::onRun, this);
+}
+
+CRunLog::~CRunLog()
+{
+    obzx_set_run_observer(nullptr, nullptr);
+}
+
+void CRunLog::setWatch(SRunWatch watch)
+{
+    g_watch = std::move(watch);
+}
+
+void CRunLog::onRun(void* context, const obzx_run* run)
+{
+    auto* const self = static_cast<CRunLog*>(context);
+    SRunRecord record = runRecordOf(*run);
+    if (run->phase == OBZX_RUN_STARTED) {
+        if (g_watch.onStarted) g_watch.onStarted(record);
+        if (self->isSilent(record)) obzx_cancel_runs();
+        return;
+    }
+    if (g_watch.onEnded) g_watch.onEnded(record);
+    self->add(std::move(record));
+}
+
+void CRunLog::spareSilentServers(bool spare)
+{
+    const std::lock_guard guard(m_lock);
+    m_spares = spare;
+    m_silent.clear();
+}
+
+bool CRunLog::isSilent(const SRunRecord& run) const
+{
+    const std::lock_guard guard(m_lock);
+    return m_spares && m_silent.contains(serverLine(run));
+}
+
+void CRunLog::add(SRunRecord record)
+{
+    const std::lock_guard guard(m_lock);
+    ++m_count;
+    if (m_spares && record.stopped == EStop::CANCEL && m_silent.contains(serverLine(record))) return;
+    if (m_spares && record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
+    SRoom& room = record.result == 0 ? m_succeeded : m_failed;
+    const size_t bytes = bytesOf(record);
+    if (room.runs == MOST_RUNS || room.bytes + bytes > MOST_BYTES) {
+        ++m_kept.lost;
+        return;
+    }
+    try {
+        m_kept.runs.push_back(std::move(record));
+        ++room.runs;
+        room.bytes += bytes;
+    } catch (const std::bad_alloc&) {
+        ++m_kept.lost;
+    }
+}
+
+SRuns CRunLog::take()
+{
+    const std::lock_guard guard(m_lock);
+    m_failed = {};
+    m_succeeded = {};
+    return std::exchange(m_kept, {});
+}
+
+void CRunLog::forget()
+{
+    take();
+}
+
+uint64_t CRunLog::count() const
+{
+    const std::lock_guard guard(m_lock);
+    return m_count;
+}
+
+}  // namespace fictl
