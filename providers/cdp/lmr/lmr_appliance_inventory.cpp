@@ -2,7 +2,7 @@
 
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
-#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_command_sending.h"
 #include "providers/cdp/lmr/lmr_host.h"
 
 namespace cdpfi {
@@ -126,7 +126,10 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
           "Found all the sections for consistency group strPosProtectedLUNS = [%d], strPosProtectedLUNS_END = [%d]",
           listing.begin, listing.end);
     group.reserveDevices(listing.luns);
-    m_groupIndex.expect(listing.luns);
+    m_groupIndex.reserveMore(listing.luns.size());
+    for (const SLMRGroupLun& lun : listing.luns) {
+        m_groupIndex.prefetch(lun.serial);
+    }
     for (const SLMRGroupLun& lun : listing.luns) {
         traceLun(lun);
         group.addListedDevice(lun.device, lun.serial);

@@ -2,10 +2,6 @@
 
 #include <algorithm>
 
-#include "providers/cdp/lmr/listings/lmr_text.h"
-#include "providers/cdp/lmr/lmr_appliance.h"
-#include "providers/cdp/lmr/lmr_appliance_tool.h"
-
 namespace cdpfi {
 namespace {
 
@@ -62,11 +58,20 @@ class CBuilder
         m_command.m_text += '"';
         return *this;
     }
+    CBuilder& names(const CString& first, const CString& second) { return name(first).words(" ").name(second); }
     SLMRCommand take() const { return m_command; }
 
   private:
     SLMRCommand m_command;
 };
+
+/// A command that gives a host a permission or takes it away.
+/// @param update names what the permission is for
+/// @param change ADD or DELETE
+SLMRCommand changePermission(CBuilder update, const char* change, const CString& host)
+{
+    return update.words(NEW_LINE, change, PERMISSION).name(host).words(NEW_LINE, COMMIT).take();
+}
 
 }  // namespace
 
@@ -111,9 +116,7 @@ SLMRCommand createCheckPoint(const CString& checkpoint, const CString& group)
 {
     return CBuilder()
         .words(CREATE, ANNOTATION)
-        .name(checkpoint)
-        .words(" ")
-        .name(group)
+        .names(checkpoint, group)
         .words(NEW_LINE)
         .words(SET, MESSAGE, CREATED_BY, NEW_LINE)
         .words(COMMIT)
@@ -123,7 +126,7 @@ SLMRCommand createCheckPoint(const CString& checkpoint, const CString& group)
 //  delete  annotation "CP" "G"
 SLMRCommand deleteCheckPoint(const CString& checkpoint, const CString& group)
 {
-    return CBuilder().words(DELETE, ANNOTATION).name(checkpoint).words(" ").name(group).take();
+    return CBuilder().words(DELETE, ANNOTATION).names(checkpoint, group).take();
 }
 
 //  create  timeimage "TI" "G"
@@ -138,9 +141,7 @@ SLMRCommand createTimeImage(const CString& timeImage, const CString& group, cons
 {
     return CBuilder()
         .words(CREATE, TIMEIMAGE)
-        .name(timeImage)
-        .words(" ")
-        .name(group)
+        .names(timeImage, group)
         .words(NEW_LINE)
         .words(USE, ANNOTATION)
         .name(checkpoint)
@@ -158,7 +159,7 @@ SLMRCommand createTimeImage(const CString& timeImage, const CString& group, cons
 //  delete  timeimage "TI" "G"
 SLMRCommand deleteTimeImage(const CString& timeImage, const CString& group)
 {
-    return CBuilder().words(DELETE, TIMEIMAGE).name(timeImage).words(" ").name(group).take();
+    return CBuilder().words(DELETE, TIMEIMAGE).names(timeImage, group).take();
 }
 
 //  list  timeimages "G"
@@ -170,7 +171,7 @@ SLMRCommand listTimeImages(const CString& group)
 //  show  timeimage "TI" "G"
 SLMRCommand showTimeImage(const CString& timeImage, const CString& group)
 {
-    return CBuilder().words(SHOW, TIMEIMAGE).name(timeImage).words(" ").name(group).take();
+    return CBuilder().words(SHOW, TIMEIMAGE).names(timeImage, group).take();
 }
 
 //  update  timeimage "G"
@@ -178,15 +179,7 @@ SLMRCommand showTimeImage(const CString& timeImage, const CString& group)
 //  commit
 SLMRCommand permitGroup(const CString& group, const CString& host)
 {
-    return CBuilder()
-        .words(UPDATE, TIMEIMAGE)
-        .name(group)
-        .words(NEW_LINE)
-        .words(ADD, PERMISSION)
-        .name(host)
-        .words(NEW_LINE)
-        .words(COMMIT)
-        .take();
+    return changePermission(CBuilder().words(UPDATE, TIMEIMAGE).name(group), ADD, host);
 }
 
 //  update  timeimage "G"
@@ -194,15 +187,7 @@ SLMRCommand permitGroup(const CString& group, const CString& host)
 //  commit
 SLMRCommand forbidGroup(const CString& group, const CString& host)
 {
-    return CBuilder()
-        .words(UPDATE, TIMEIMAGE)
-        .name(group)
-        .words(NEW_LINE)
-        .words(DELETE, PERMISSION)
-        .name(host)
-        .words(NEW_LINE)
-        .words(COMMIT)
-        .take();
+    return changePermission(CBuilder().words(UPDATE, TIMEIMAGE).name(group), DELETE, host);
 }
 
 //  update  timeimage "TI" "G"
@@ -210,17 +195,7 @@ SLMRCommand forbidGroup(const CString& group, const CString& host)
 //  commit
 SLMRCommand permitTimeImage(const CString& timeImage, const CString& group, const CString& host)
 {
-    return CBuilder()
-        .words(UPDATE, TIMEIMAGE)
-        .name(timeImage)
-        .words(" ")
-        .name(group)
-        .words(NEW_LINE)
-        .words(ADD, PERMISSION)
-        .name(host)
-        .words(NEW_LINE)
-        .words(COMMIT)
-        .take();
+    return changePermission(CBuilder().words(UPDATE, TIMEIMAGE).names(timeImage, group), ADD, host);
 }
 
 }  // namespace lmr_commands
@@ -240,24 +215,5 @@ std::string listDisks(const std::string& program)
 }
 
 }  // namespace lmr_utility
-
-int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
-                std::vector<std::string>& lines)
-{
-    constexpr int NOT_SENT = -1;
-    lines.clear();
-    if (command.m_refused) {
-        caller.trace(obzx_pdk_4_4::TRACE_INVALID,
-                     "Name [%s] holds a double quote or a control character, command is not sent",
-                     command.m_refusedName);
-        return NOT_SENT;
-    }
-    const auto tool = CLMRAppliance::getCLMRApplianceToolSingletonPtr();
-    if (!tool) {
-        caller.trace(obzx_pdk_4_4::TRACE_FAILURE, "No appliance is initialized, command is not sent");
-        return NOT_SENT;
-    }
-    return tool->execLMSH(server, textOf(command.m_text), lines);
-}
 
 }  // namespace cdpfi

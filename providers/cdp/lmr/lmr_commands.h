@@ -1,10 +1,7 @@
 #pragma once
 
 #include <string>
-#include <string_view>
-#include <vector>
 
-#include "pdk/include/cfitracelog.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
@@ -56,13 +53,5 @@ std::string discover(const std::string& program);
 std::string listDisks(const std::string& program);
 
 }  // namespace lmr_utility
-
-/**
- * Sends a command to an appliance and collects the answer's lines.
- * @param caller whose trace log tells of a refused command
- * @return the runner's result; -1 when the command is refused or the runner is not set up, with nothing sent
- */
-int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
-                std::vector<std::string>& lines);
 
 }  // namespace cdpfi

@@ -5,7 +5,7 @@
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
-#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_command_sending.h"
 #include "providers/cdp/lmr/lmr_device_manager.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
 
@@ -36,7 +36,7 @@ void CLMRConsistencyGroup::reserveDevices(const std::vector<SLMRGroupLun>& luns)
 void CLMRConsistencyGroup::addListedDevice(std::string_view device, std::string_view serial)
 {
     m_devices.emplace_back(SCDPDeviceInfo::SInPlace{m_texts.keep(device), m_texts.keep(serial)});
-    if (m_index != nullptr) m_index->deviceAdded(m_position, serial);
+    keyAdded(serial);
 }
 
 std::vector<CVolumePtr> CLMRConsistencyGroup::getVolList()
@@ -120,7 +120,7 @@ int CLMRConsistencyGroup::deleteCheckPoint(CString name)
 void CLMRConsistencyGroup::setName(CString name)
 {
     assign(m_name, name);
-    if (m_index != nullptr) m_index->groupRenamed();
+    keysChanged();
 }
 
 void CLMRConsistencyGroup::setAppliance(const CString& applianceName)
@@ -255,10 +255,12 @@ void CLMRConsistencyGroup::printTimeImages()
     if (isTraceEnabled(TRACE_INFO)) printMap(getTimeImageList());
 }
 
-void CLMRConsistencyGroup::attachIndex(CLMRGroupIndex* index, uint32_t position)
+void CLMRConsistencyGroup::forEachKey(const std::function<void(std::string_view key)>& action) const
 {
-    m_index = index;
-    m_position = position;
+    action(bytesOf(m_name));
+    for (const SCDPDeviceInfo& device : m_devices) {
+        action(bytesOf(device.m_serial));
+    }
 }
 
 CString CLMRConsistencyGroup::serialOfDevice(const CString& device) const

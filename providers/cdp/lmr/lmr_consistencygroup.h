@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -9,6 +8,7 @@
 
 #include "providers/cdp/lmr/index/lmr_group_index.h"
 #include "providers/cdp/lmr/index/lmr_text_blocks.h"
+#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/lmr_time_images.h"
 #include "providers/cdp/model/base_consistencygroup.h"
 
@@ -19,7 +19,7 @@ namespace cdpfi {
  * keeps which checkpoint became which time image. Name, appliance and devices are set while the appliance reads its
  * inventory; after that any thread may call it. No lock is held while a command runs.
  */
-class CLMRConsistencyGroup : public CBaseConsistencyGroup
+class CLMRConsistencyGroup : public CBaseConsistencyGroup, public CLMRIndexedGroup
 {
   public:
     using CTimeImageMap = std::map<CString, CTimeImagePtr>;
@@ -58,8 +58,7 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
     void reserveDevices(const std::vector<SLMRGroupLun>& luns);
     /// As addDevice, without texts in between.
     void addListedDevice(std::string_view device, std::string_view serial);
-    /// The index to tell of changes, and the group's position in it; null for none.
-    void attachIndex(CLMRGroupIndex* index, uint32_t position);
+    void forEachKey(const std::function<void(std::string_view key)>& action) const override;
 
   private:
     CString serialOfDevice(const CString& device) const;
@@ -72,8 +71,6 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup
     std::vector<SCDPDeviceInfo> m_devices;
     std::vector<CVolumePtr> m_volumes;
     CLMRTimeImages m_timeImages;
-    CLMRGroupIndex* m_index = nullptr;
-    uint32_t m_position = 0;
 };
 
 }  // namespace cdpfi

@@ -20,7 +20,7 @@ constexpr size_t LINES_WITHOUT_DISKS = 2;
 void CLMRDeviceManager::rescan()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "rescan", __LINE__, __FILE__);
-    const std::string commandLine = lmr_utility::discover(program());
+    const std::string commandLine = lmr_utility::discover(m_utility.program());
     CFiExecPipePosix pipe(1);
     CFiOutputText output;
     const int result = runUtility(pipe, commandLine, output);
@@ -36,7 +36,7 @@ void CLMRDeviceManager::refresh(bool discover)
 {
     const CFiTraceLogFunction tracer(m_traceLog, "refresh", __LINE__, __FILE__);
     if (discover) rescan();
-    const std::string commandLine = lmr_utility::listDisks(program());
+    const std::string commandLine = lmr_utility::listDisks(m_utility.program());
     CFiExecPipePosix pipe(1);
     CFiOutputText output;
     const int result = runUtility(pipe, commandLine, output);
@@ -72,12 +72,6 @@ bool CLMRDeviceManager::firstPathOf(const CString& serial, CString& path)
     if (found == nullptr) return false;
     assign(path, *found);
     return true;
-}
-
-CLMRLunMap CLMRDeviceManager::getLunMap()
-{
-    const std::lock_guard<std::mutex> lock(m_lunMapLock);
-    return m_lunMap.map();
 }
 
 int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& commandLine, CFiOutputText& output)
@@ -135,7 +129,7 @@ bool CLMRDeviceManager::readDisks(CLMRDiskListing& listing, std::span<const std:
             traceGroups(line);
             return false;
         }
-        m_lunMap.expect(disk.path);
+        m_lunMap.prefetch(disk.path);
         disks.push_back(disk);
     }
     return true;
@@ -159,11 +153,6 @@ void CLMRDeviceManager::traceGroups(std::string_view line) const
     for (size_t i = 0; i < groups.size(); ++i) {
         trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - token[%d] = [%s]", i, groups[i]);
     }
-}
-
-std::string CLMRDeviceManager::program() const
-{
-    return CFiStringTool::tstr2str(m_utility.path) + CFiStringTool::tstr2str(m_utility.name);
 }
 
 }  // namespace cdpfi

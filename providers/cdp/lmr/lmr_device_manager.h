@@ -39,8 +39,6 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
     CString serialOf(const CString& path);
     /// The first device path, in path order, that shows a LUN. False when none does, and for an empty serial.
     bool firstPathOf(const CString& serial, CString& path);
-    /// A copy of the table.
-    CLMRLunMap getLunMap();
 
   private:
     int runUtility(obzx_pdk_4_4::CFiExecPipePosix& pipe, const std::string& commandLine,
@@ -51,7 +49,6 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
                    std::vector<SLMRDisk>& disks) const;
     void traceFields(std::string_view line) const;
     void traceGroups(std::string_view line) const;
-    std::string program() const;
 
     SLMRCliPath m_utility;
     CLMRLunTable m_lunMap;

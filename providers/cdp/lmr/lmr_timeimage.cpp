@@ -4,7 +4,7 @@
 #include <string>
 
 #include "providers/cdp/lmr/listings/lmr_text.h"
-#include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_command_sending.h"
 
 namespace cdpfi {
 

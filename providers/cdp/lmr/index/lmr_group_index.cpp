@@ -4,10 +4,17 @@
 #include <limits>
 #include <stdexcept>
 
-#include "providers/cdp/lmr/listings/lmr_text.h"
-#include "providers/cdp/lmr/lmr_consistencygroup.h"
-
 namespace cdpfi {
+
+void CLMRIndexedGroup::keyAdded(std::string_view key)
+{
+    if (m_index != nullptr) m_index->note(m_position, key);
+}
+
+void CLMRIndexedGroup::keysChanged()
+{
+    if (m_index != nullptr) m_index->rebuild();
+}
 
 CLMRGroupIndex::CLMRGroupIndex() : m_places(SKeys{&m_records}) {}
 
@@ -16,18 +23,19 @@ CLMRGroupIndex::~CLMRGroupIndex()
     clear();
 }
 
-void CLMRGroupIndex::append(CLMRConsistencyGroup& group)
+void CLMRGroupIndex::append(CLMRIndexedGroup& group)
 {
     const auto position = static_cast<uint32_t>(m_groups.size());
     m_groups.push_back(&group);
-    group.attachIndex(this, position);
+    group.m_index = this;
+    group.m_position = position;
     noteGroup(position);
 }
 
 void CLMRGroupIndex::clear()
 {
-    for (CLMRConsistencyGroup* group : m_groups) {
-        group->attachIndex(nullptr, 0);
+    for (CLMRIndexedGroup* group : m_groups) {
+        group->m_index = nullptr;
     }
     m_places.clear();
     m_records.clear();
@@ -41,20 +49,7 @@ uint32_t CLMRGroupIndex::find(const CString& serialOrName) const
     return place == nullptr ? NO_GROUP : headAt(m_records, *place).group;
 }
 
-void CLMRGroupIndex::expect(const std::vector<SLMRGroupLun>& luns)
-{
-    m_places.reserve(m_places.size() + luns.size());
-    for (const SLMRGroupLun& lun : luns) {
-        m_places.prefetch(lun.serial);
-    }
-}
-
-void CLMRGroupIndex::deviceAdded(uint32_t group, std::string_view serial)
-{
-    note(group, serial);
-}
-
-void CLMRGroupIndex::groupRenamed()
+void CLMRGroupIndex::rebuild()
 {
     m_places.clear();
     m_records.clear();
@@ -65,10 +60,7 @@ void CLMRGroupIndex::groupRenamed()
 
 void CLMRGroupIndex::noteGroup(uint32_t group)
 {
-    note(group, bytesOf(m_groups[group]->name()));
-    for (const SCDPDeviceInfo& device : m_groups[group]->devices()) {
-        note(group, bytesOf(device.m_serial));
-    }
+    m_groups[group]->forEachKey([&](std::string_view key) { note(group, key); });
 }
 
 std::string_view CLMRGroupIndex::SKeys::keyOf(CLMRArena::CPlace place) const

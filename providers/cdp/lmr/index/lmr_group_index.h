@@ -1,22 +1,48 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string_view>
 #include <vector>
 
 #include "providers/cdp/lmr/index/lmr_arena.h"
 #include "providers/cdp/lmr/index/lmr_hash_table.h"
-#include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
 
-class CLMRConsistencyGroup;
+class CLMRGroupIndex;
+
+/**
+ * A consistency group as the index knows it, which is its keys: its name and the serials of its LUNs. The group tells
+ * of every change, so that the index that holds it stays right.
+ */
+class CLMRIndexedGroup
+{
+  public:
+    CLMRIndexedGroup() = default;
+    virtual ~CLMRIndexedGroup() = default;
+    CLMRIndexedGroup(const CLMRIndexedGroup&) = delete;
+    CLMRIndexedGroup& operator=(const CLMRIndexedGroup&) = delete;
+
+    /// Calls the action for the name and then for each serial. An empty key is no key.
+    virtual void forEachKey(const std::function<void(std::string_view key)>& action) const = 0;
+
+  protected:
+    void keyAdded(std::string_view key);
+    /// A key is another one now, or gone.
+    void keysChanged();
+
+  private:
+    friend class CLMRGroupIndex;
+    CLMRGroupIndex* m_index = nullptr;  // null: in no index
+    uint32_t m_position = 0;            // in its list
+};
 
 /**
  * Finds the first group of an appliance, in list order, that has a given name or holds a LUN with a given serial, at a
- * cost that does not grow with groups or LUNs. The groups tell the index of every device that is added and of a new
- * name, so it stays right. It refers to the groups: who owns them calls clear() before one of them goes.
+ * cost that does not grow with groups or LUNs. It refers to the groups: who owns them calls clear() before one of them
+ * goes.
  *
  * Changes need what a change of a group needs, one thread at a time; look-ups may run side by side.
  */
@@ -31,20 +57,21 @@ class CLMRGroupIndex
     CLMRGroupIndex& operator=(const CLMRGroupIndex&) = delete;
 
     /// Adds a group at the end of the list.
-    void append(CLMRConsistencyGroup& group);
+    void append(CLMRIndexedGroup& group);
     /// Forgets all groups.
     void clear();
     /// Position of the first group for a serial or name, or NO_GROUP. An empty text finds none.
     uint32_t find(const CString& serialOrName) const;
 
-    /// Tells of serials that are to be added next.
-    void expect(const std::vector<SLMRGroupLun>& luns);
-
-    // Called by the groups.
-    void deviceAdded(uint32_t group, std::string_view serial);
-    void groupRenamed();
+    /// Makes room for so many keys more.
+    void reserveMore(size_t count) { m_places.reserve(m_places.size() + count); }
+    /// Has the memory fetched that adding a key begins with. Keys that are added after a call of this for each of them
+    /// wait for the memory once, not once each.
+    void prefetch(std::string_view key) const { m_places.prefetch(key); }
 
   private:
+    friend class CLMRIndexedGroup;
+
     // A record: this and the name or serial. The texts are kept here, too, so that a look-up reads nothing but the slot
     // and the record; groups and their devices lie scattered in memory.
     struct SHead
@@ -59,11 +86,12 @@ class CLMRGroupIndex
     };
 
     static SHead& headAt(const CLMRArena& records, CLMRArena::CPlace place);
+    void rebuild();
     void noteGroup(uint32_t group);
     void note(uint32_t group, std::string_view key);
     CLMRArena::CPlace newRecord(uint32_t group, std::string_view key);
 
-    std::vector<CLMRConsistencyGroup*> m_groups;
+    std::vector<CLMRIndexedGroup*> m_groups;
     CLMRArena m_records;
     // Of each name and serial, the first group's. A host asks for all its disks, and most are no group's.
     CLMRHashTable<CLMRArena::CPlace, SKeys, true> m_places;

@@ -47,16 +47,6 @@ class CLMRHashTable
         if (capacity != m_slots.size()) grow(capacity);
     }
 
-    /// Adds an entry whose key is not in the table.
-    void add(const Entry& entry)
-    {
-        reserve(m_count + 1);
-        const uint32_t tag = tagOf(m_keys.keyOf(entry));
-        freeSlotFor(tag) = {tag, entry};
-        mark(m_filter, tag);
-        ++m_count;
-    }
-
     /// The entry with that key. Where there is none, make() gives one of that key, which is added first. Valid until
     /// the table changes. What throws leaves the table as it was.
     template <class Make>

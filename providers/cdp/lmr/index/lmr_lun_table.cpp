@@ -60,19 +60,6 @@ void CLMRLunTable::clear()
     m_records.clear();
 }
 
-CLMRLunMap CLMRLunTable::map()
-{
-    CLMRLunMap copy;
-    m_byPath.forEach([&](CPlace place) {
-        const std::string_view path = pathAt(m_records, place);
-        const std::string_view serial = serialAt(m_records, place);
-        const auto entry = copy.emplace(std::piecewise_construct, std::forward_as_tuple(path.data(), path.size()),
-                                        std::forward_as_tuple(serial.data(), serial.size()));
-        if (bytesOf(entry.first->first) != path || bytesOf(entry.first->second) != serial) throw std::bad_alloc();
-    });
-    return copy;
-}
-
 CLMRLunTable::SHead& CLMRLunTable::headAt(const CLMRArena& records, CPlace place)
 {
     return *reinterpret_cast<SHead*>(records.at(place));

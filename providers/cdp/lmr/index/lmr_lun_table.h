@@ -1,23 +1,12 @@
 #pragma once
 
-#include <map>
 #include <string_view>
 
 #include "providers/cdp/lmr/index/lmr_arena.h"
 #include "providers/cdp/lmr/index/lmr_hash_table.h"
-#include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
-
-/// Order of texts by their bytes, a shorter one before a longer one that it begins.
-struct SLMRByteOrder
-{
-    bool operator()(const CString& a, const CString& b) const { return bytesOf(a) < bytesOf(b); }
-};
-
-/// Device path to LUN serial, in path order.
-using CLMRLunMap = std::map<CString, CString, SLMRByteOrder>;
 
 /**
  * The table of this host's devices and the LUNs that they show, with an index each way, so that a look-up costs the
@@ -33,8 +22,9 @@ class CLMRLunTable
 
     /// Makes room for a total of count devices.
     void reserve(size_t count) { m_byPath.reserve(count); }
-    /// Tells of a path that is to be set soon.
-    void expect(std::string_view path) const { m_byPath.prefetch(path); }
+    /// Has the memory fetched that setting the path begins with. Paths that are set after a call of this for each of
+    /// them wait for the memory once, not once each.
+    void prefetch(std::string_view path) const { m_byPath.prefetch(path); }
     /// Adds a path or gives it another serial.
     void set(std::string_view path, std::string_view serial);
     /**
@@ -42,13 +32,10 @@ class CLMRLunTable
      * it known, and the entry is there for a later listing to fill.
      */
     CString serialOf(const CString& path);
-    /// The first path in path order that shows a LUN; null when none does. An empty serial is no LUN's, so it has none.
-    /// Valid until the next call.
+    /// The first path, in the order of the bytes, that shows a LUN; null when none does. An empty serial is no LUN's,
+    /// so it has none. Valid until the next call.
     const CString* firstPathOf(const CString& serial);
     void clear();
-
-    /// A copy of the table.
-    CLMRLunMap map();
 
   private:
     using CPlace = CLMRArena::CPlace;

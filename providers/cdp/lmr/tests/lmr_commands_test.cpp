@@ -2,6 +2,7 @@
 
 #include <functional>
 
+#include "providers/cdp/lmr/lmr_command_sending.h"
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
 #include "providers/cdp/lmr/tests/lmr_fixture.h"

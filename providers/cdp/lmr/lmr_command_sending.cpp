@@ -1,0 +1,27 @@
+#include "providers/cdp/lmr/lmr_command_sending.h"
+
+#include "providers/cdp/lmr/lmr_appliance.h"
+#include "providers/cdp/lmr/lmr_appliance_tool.h"
+
+namespace cdpfi {
+
+int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
+                std::vector<std::string>& lines)
+{
+    constexpr int NOT_SENT = -1;
+    lines.clear();
+    if (command.m_refused) {
+        caller.trace(obzx_pdk_4_4::TRACE_INVALID,
+                     "Name [%s] holds a double quote or a control character, command is not sent",
+                     command.m_refusedName);
+        return NOT_SENT;
+    }
+    const auto tool = CLMRAppliance::getCLMRApplianceToolSingletonPtr();
+    if (!tool) {
+        caller.trace(obzx_pdk_4_4::TRACE_FAILURE, "No appliance is initialized, command is not sent");
+        return NOT_SENT;
+    }
+    return tool->execLMSH(server, textOf(command.m_text), lines);
+}
+
+}  // namespace cdpfi
