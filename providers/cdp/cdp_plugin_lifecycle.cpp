@@ -112,7 +112,7 @@ int32_t CCDPPlugin::startUp()
     registerPrivateData();
     if (!checkAppliances(list)) {
         trace(TRACE_INFO, "CCDPPlugin::init - None of the appliances are valid return PTP.");
-        pushError(m_errorManager, message::TOOL_NOT_USABLE, {obzx_pdk_4_4::placePath(LMR_FIXED_SHELL), namesOf(list)},
+        pushError(m_errorManager, message::TOOL_NOT_USABLE, {obzx_pdk_4_4::placePath(fixedShellPath()), namesOf(list)},
                   {__FILE__, __LINE__});
         return OBZ_ERR_INIT;
     }

@@ -1,18 +1,15 @@
 #include "providers/cdp/inspect/configuration_section.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <map>
 
+#include "base/file_read.h"
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfiplatformerror.h"
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/lmr_configuration.h"
 
 namespace cdpfi::inspect {
 
@@ -21,8 +18,9 @@ using obzx_pdk_4_4::CFiPlatformError;
 
 namespace {
 
-constexpr off_t MAX_LIST_SIZE = off_t{16} * 1024 * 1024;
-constexpr off_t MAX_STORE_SIZE = off_t{1024} * 1024;
+constexpr size_t MEBIBYTE = size_t{1024} * 1024;
+constexpr size_t MAX_LIST_SIZE = 16 * MEBIBYTE;
+constexpr size_t MAX_STORE_SIZE = MEBIBYTE;
 
 struct SKnownValue
 {
@@ -33,10 +31,10 @@ struct SKnownValue
 
 // What the provider and the runtime under it read; the provider's parameter description has the same.
 constexpr SKnownValue KNOWN_VALUES[] = {
-    {"LMR_CLI_CONFIG", "LMR_LMSH_PATH", "/opt/QXPKlm/bin/"},
-    {"LMR_CLI_CONFIG", "LMR_LMSH_NAME", "lmsh"},
-    {"LMR_CLI_CONFIG", "LMR_KFORUTIL_PATH", "/usr/sbin/"},
-    {"LMR_CLI_CONFIG", "LMR_KFORUTIL_NAME", "kforutil"},
+    {LMR_TOOL_SECTION, LMR_SHELL.pathKey, LMR_SHELL.path},
+    {LMR_TOOL_SECTION, LMR_SHELL.nameKey, LMR_SHELL.name},
+    {LMR_TOOL_SECTION, LMR_DISK_UTILITY.pathKey, LMR_DISK_UTILITY.path},
+    {LMR_TOOL_SECTION, LMR_DISK_UTILITY.nameKey, LMR_DISK_UTILITY.name},
     {"FI_TRACE", "LEVEL", "2"},
     {"FI_TRACE", "FILE", "/var/log/qz/cdpfi.log"},
     {"FI_TRACE", "MAX_SIZE", "10485760"},
@@ -46,15 +44,19 @@ constexpr SKnownValue KNOWN_VALUES[] = {
 };
 
 /// Why a file cannot be read as a regular file of a size to be expected.
-CReason problemOf(const std::string& path, off_t most)
+CReason problemOf(const std::string& path, size_t most)
 {
-    const int fd = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (fd < 0) return CFiPlatformError::errorText(errno);
-    struct stat status = {};
-    const bool known = fstat(fd, &status) == 0;
-    close(fd);
-    if (!known || !S_ISREG(status.st_mode)) return "not a regular file";
-    if (status.st_size > most) return "larger than " + std::to_string(most / 1024 / 1024) + " MiB";
+    const base::SFileText file = base::readFile(path, most);
+    switch (file.outcome) {
+        case base::EFileRead::NOT_READABLE:
+            return CFiPlatformError::errorText(file.error);
+        case base::EFileRead::NOT_REGULAR_FILE:
+            return "not a regular file";
+        case base::EFileRead::TOO_LARGE:
+            return "larger than " + std::to_string(most / MEBIBYTE) + " MiB";
+        case base::EFileRead::DONE:
+            break;
+    }
     return {};
 }
 

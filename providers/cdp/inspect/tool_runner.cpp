@@ -56,11 +56,6 @@ void onRun(void* /*context*/, const obzx_run* run)
     facts.isWhole = run->output_kept == run->output_size;
 }
 
-std::string pathOf(const SLMRCliPath& tool)
-{
-    return std::string(bytesOf(tool.path)) + std::string(bytesOf(tool.name));
-}
-
 uint64_t configuredLimit()
 {
     CFiConfiguration store(cfi_pgn_name_tstr);
@@ -157,8 +152,8 @@ CRunWatch::~CRunWatch()
 CToolRunner::CToolRunner()
 {
     m_shell.setShell(CLMRConfiguration({}).importlmshPathInfo());
-    m_shellPath = pathOf(m_shell.getShell());
-    m_utilityPath = pathOf(CLMRConfiguration({}).importkforUtilPathInfo());
+    m_shellPath = m_shell.getShell().program();
+    m_utilityPath = CLMRConfiguration({}).importkforUtilPathInfo().program();
 }
 
 SAnswer CToolRunner::send(const std::string& appliance, const SLMRCommand& command)

@@ -38,7 +38,7 @@ STool describe(const char* name, const std::string& path, const SToolUse& use)
 std::vector<STool> describeTools(const CToolRunner& runner, const SToolUse& shell, const SToolUse& utility)
 {
     return {describe("lmsh", runner.shellPath(), shell),
-            describe("lmsh-fixed", obzx_pdk_4_4::placePath(LMR_FIXED_SHELL), {}),
+            describe("lmsh-fixed", obzx_pdk_4_4::placePath(fixedShellPath()), {}),
             describe("kforutil", runner.utilityPath(), utility)};
 }
 

@@ -128,9 +128,10 @@ bool CLMRAppliance::interpose(const CString& device)
 
 bool CLMRAppliance::verify()
 {
-    const int result = CFiConfigurationPathTool::verify(LMR_FIXED_SHELL);
+    const std::string shell = fixedShellPath();
+    const int result = CFiConfigurationPathTool::verify(textOf(shell));
     trace(TRACE_INFO, "CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value %d for %s", result,
-          LMR_FIXED_SHELL);
+          shell);
     return result == 0;
 }
 

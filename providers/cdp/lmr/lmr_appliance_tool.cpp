@@ -5,7 +5,6 @@
 
 #include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfiplatformerror.h"
-#include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
 
@@ -29,8 +28,7 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, s
     if (!isSendable(server, command)) return NOT_STARTED;
     trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
 
-    const std::string commandLine =
-        '"' + CFiStringTool::tstr2str(m_shell.path) + CFiStringTool::tstr2str(m_shell.name) + '"';
+    const std::string commandLine = '"' + m_shell.program() + '"';
     const std::string script = CFiPlatformError::getTempFileName(nullptr, nullptr);
     if (!writeScript(script, server, command)) {
         std::remove(script.c_str());

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <string_view>
+#include <string>
 
 #include "framework/include/cficonfiguration.h"
 #include "pdk/include/cfitracelog.h"
@@ -8,10 +8,28 @@
 
 namespace cdpfi {
 
-/// Where an appliance insists on finding its shell, below the root directory, whatever is configured.
-inline constexpr const char* LMR_FIXED_SHELL = "/opt/QXPKlm/bin/lmsh";
+/// Section of the configuration store in which the tools stand.
+inline constexpr const char* LMR_TOOL_SECTION = "LMR_CLI_CONFIG";
 
-/// An external tool: the full program path is the directory followed directly by the name.
+/// How the place of a tool is configured, and where it is when that is not set.
+struct SLMRToolSetting
+{
+    const char* pathKey;
+    const char* nameKey;
+    const char* path;  ///< directory, ends in "/"
+    const char* name;  ///< file name
+};
+inline constexpr SLMRToolSetting LMR_SHELL = {"LMR_LMSH_PATH", "LMR_LMSH_NAME", "/opt/QXPKlm/bin/", "lmsh"};
+inline constexpr SLMRToolSetting LMR_DISK_UTILITY = {"LMR_KFORUTIL_PATH", "LMR_KFORUTIL_NAME", "/usr/sbin/",
+                                                     "kforutil"};
+
+/// Where an appliance insists on finding its shell, below the root directory, whatever is configured.
+inline std::string fixedShellPath()
+{
+    return std::string(LMR_SHELL.path) + LMR_SHELL.name;
+}
+
+/// An external tool.
 struct SLMRCliPath
 {
     CString name;  ///< file name
@@ -23,9 +41,11 @@ struct SLMRCliPath
         assign(name, other.name);
         assign(path, other.path);
     }
+    /// The full path of the program: the name follows the directory directly. @throw std::bad_alloc
+    std::string program() const { return std::string(bytesOf(path)).append(bytesOf(name)); }
 };
 
-/// Reads where the tools are from the provider's configuration store. Made for one lookup and dropped.
+/// Reads where the tools are from the provider's configuration store. Made for one look-up and dropped, on one thread.
 class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
 {
   public:
@@ -37,12 +57,7 @@ class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
     SLMRCliPath importkforUtilPathInfo();
 
   private:
-    struct SDefaults
-    {
-        std::string_view path;
-        std::string_view name;
-    };
-    SLMRCliPath readTool(const char* pathKey, const char* nameKey, const SDefaults& defaults);
+    SLMRCliPath readTool(const SLMRToolSetting& setting);
 
     obzx_pdk_4_4::CFiTraceLogPtr m_traceLog;
 };
