@@ -65,9 +65,9 @@ uint64_t parsePosition(const std::string& text)
 }
 
 // Opens a regular file to read from. A pipe would keep the gate closed for as long as its writer likes.
-CFileDescriptor openInput(const std::string& path, uint64_t& size)
+base::CFileDescriptor openInput(const std::string& path, uint64_t& size)
 {
-    CFileDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
+    base::CFileDescriptor file = openFile(path, O_RDONLY | O_NONBLOCK);
     struct stat info = {};
     if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) {
         throw EApplianceError(EStatus::MALFORMED, "input " + inQuotes(path) + " is not a regular file");
@@ -102,7 +102,7 @@ uint64_t writeFile(CSession& session, const SAppliance& appliance, const SLun& l
                    std::optional<uint64_t> length, const std::string& path)
 {
     uint64_t size = 0;
-    const CFileDescriptor file = openInput(path, size);
+    const base::CFileDescriptor file = openInput(path, size);
     std::vector<char> buffer(size_t{1} << 18U);
     uint64_t position = 0;
     return session.lunData().write(appliance, lun, offset, std::min(length.value_or(size), size), [&](uint64_t wanted) {

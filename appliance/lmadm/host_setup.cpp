@@ -9,6 +9,7 @@
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/files/file_io.h"
+#include "base/process_stat.h"
 
 namespace lumora {
 namespace fs = std::filesystem;
@@ -22,8 +23,8 @@ constexpr const char* APPLIANCE_PORT = "9000";
 fs::path findTools(const std::string& given)
 {
     std::error_code error;
-    const fs::path program = fs::read_symlink("/proc/self/exe", error);
-    const fs::path folder = given.empty() ? program.parent_path() : fs::absolute(given, error).lexically_normal();
+    const fs::path folder =
+        given.empty() ? base::thisProgram().parent_path() : fs::absolute(given, error).lexically_normal();
     for (const char* const tool : {"lmsh", "kforutil"}) {
         if (::access((folder / tool).c_str(), X_OK) != 0) {
             throw EApplianceError(EStatus::MALFORMED, "no program " + std::string(tool) + " in folder " +

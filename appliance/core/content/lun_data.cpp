@@ -79,7 +79,7 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
     const fs::path data = folder.path() / name;
     if (file) copyFile(*file, data, lun.size);
     {
-        const CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
+        const base::CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
         if (::ftruncate(made.get(), static_cast<off_t>(lun.size)) != 0) throwStorage("write", data.string(), errno);
         syncFile(made.get(), data);
     }
@@ -121,7 +121,7 @@ uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t 
     const SGroup group = m_inventory.group(appliance, lun.group);
     const fs::path data = path(appliance, lun);
     const CGate gate(m_store.layout().gate(appliance.name, group.id));
-    const CFileDescriptor file = openFile(data, O_RDWR);
+    const base::CFileDescriptor file = openFile(data, O_RDWR);
     uint64_t done = 0;
     while (done < length) {
         const std::string_view bytes = source(length - done);
@@ -138,7 +138,7 @@ void CLunData::read(const SAppliance& appliance, const SLun& lun, uint64_t offse
 {
     checkRange(lun, offset, length);
     const fs::path data = path(appliance, lun);
-    const CFileDescriptor file = openFile(data, O_RDONLY);
+    const base::CFileDescriptor file = openFile(data, O_RDONLY);
     std::vector<char> buffer(size_t{1} << 20U);
     while (length > 0) {
         const size_t wanted = std::min<uint64_t>(buffer.size(), length);

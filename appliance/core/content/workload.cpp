@@ -42,7 +42,7 @@ uint64_t numberIn(std::string_view sector)
 
 std::string readImage(const SWorkloadLun& lun, const fs::path& file)
 {
-    const CFileDescriptor image = openFile(file, O_RDONLY);
+    const base::CFileDescriptor image = openFile(file, O_RDONLY);
     std::string bytes(lun.bytes + 1, '\0');
     bytes.resize(readAt(image.get(), bytes.data(), bytes.size(), 0, file));
     if (bytes.size() != lun.bytes) {
@@ -102,7 +102,7 @@ std::string workloadContent(uint64_t number, std::string_view lun, uint64_t sect
 }
 
 CWorkloadLog::CWorkloadLog(const fs::path& file, const std::vector<SWorkloadLun>& luns)
-    : m_path(file), m_file(fs::exists(file) ? CFileDescriptor() : openFile(file, O_WRONLY | O_CREAT | O_EXCL))
+    : m_path(file), m_file(fs::exists(file) ? base::CFileDescriptor() : openFile(file, O_WRONLY | O_CREAT | O_EXCL))
 {
     if (m_file.get() < 0) throw EApplianceError(EStatus::EXISTS, "log " + inQuotes(file.string()) + " exists already");
     std::string head;

@@ -50,7 +50,7 @@ class CWorkloadLog
     void append(const std::string& text);
 
     std::filesystem::path m_path;
-    CFileDescriptor m_file;
+    base::CFileDescriptor m_file;
     mutable std::mutex m_mutex;
     uint64_t m_size = 0;
     uint64_t m_writes = 0;

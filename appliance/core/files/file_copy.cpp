@@ -19,9 +19,9 @@ namespace {
 
 struct SCopy
 {
-    const CFileDescriptor& from;
+    const base::CFileDescriptor& from;
     const fs::path& fromPath;
-    const CFileDescriptor& to;
+    const base::CFileDescriptor& to;
     const fs::path& toPath;
 };
 
@@ -76,8 +76,8 @@ void copySparse(const SCopy& copy, uint64_t size)
 
 void copyFile(const fs::path& source, const fs::path& target, uint64_t size)
 {
-    const CFileDescriptor from = openFile(source, O_RDONLY);
-    const CFileDescriptor to = openFile(target, O_RDWR | O_CREAT | O_EXCL);
+    const base::CFileDescriptor from = openFile(source, O_RDONLY);
+    const base::CFileDescriptor to = openFile(target, O_RDWR | O_CREAT | O_EXCL);
     const bool cloned = ::ioctl(to.get(), FICLONE, from.get()) == 0;
     if (::ftruncate(to.get(), static_cast<off_t>(size)) != 0) throwStorage("write", target.string(), errno);
     if (!cloned) copySparse({from, source, to, target}, size);

@@ -5,105 +5,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include "appliance/core/conventions/error.h"
+#include "base/file_read.h"
 
 namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
 constexpr mode_t PUBLIC_FOLDER = 0755;
-
-}  // namespace
-
-CFileDescriptor& CFileDescriptor::operator=(CFileDescriptor&& other) noexcept
-{
-    std::swap(m_fd, other.m_fd);
-    return *this;
-}
-
-CFileDescriptor::~CFileDescriptor()
-{
-    if (m_fd >= 0) ::close(m_fd);
-}
-
-CFileDescriptor openFile(const fs::path& path, int flags, mode_t mode)
-{
-    int fd = -1;
-    do {
-        fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
-    } while (fd < 0 && errno == EINTR);
-    if (fd < 0) throwStorage("open", path.string(), errno);
-    return CFileDescriptor(fd);
-}
-
-void writeAt(int fd, std::string_view bytes, uint64_t offset, const fs::path& path)
-{
-    while (!bytes.empty()) {
-        const ssize_t count = ::pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) throwStorage("write", path.string(), count == 0 ? EIO : errno);
-        bytes.remove_prefix(static_cast<size_t>(count));
-        offset += static_cast<uint64_t>(count);
-    }
-}
-
-size_t readAt(int fd, char* bytes, size_t size, uint64_t offset, const fs::path& path)
-{
-    size_t done = 0;
-    while (done < size) {
-        const ssize_t count = ::pread(fd, bytes + done, size - done, static_cast<off_t>(offset + done));
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) throwStorage("read", path.string(), errno);
-        if (count == 0) break;
-        done += static_cast<size_t>(count);
-    }
-    return done;
-}
-
-void syncFile(int fd, const fs::path& path)
-{
-    if (::fsync(fd) != 0) throwStorage("write", path.string(), errno);
-}
-
-void syncFolder(const fs::path& path)
-{
-    const CFileDescriptor folder = openFile(path, O_RDONLY | O_DIRECTORY);
-    syncFile(folder.get(), path);
-}
-
-void makeFolder(const fs::path& path, mode_t mode)
-{
-    std::error_code error;
-    if (fs::is_directory(path, error)) return;
-    if (path.has_relative_path() && path.has_parent_path() && path.parent_path() != path) {
-        makeFolder(path.parent_path(), PUBLIC_FOLDER);
-    }
-    if (::mkdir(path.c_str(), mode) != 0 && (errno != EEXIST || !fs::is_directory(path, error))) {
-        throwStorage("create folder", path.string(), errno);
-    }
-}
-
-std::string readSmallFile(const fs::path& path, size_t limit)
-{
-    const auto refuse = [&path](const std::string& why) {
-        throw EApplianceError(EStatus::UNUSABLE, "cannot read " + path.string() + ": " + why);
-    };
-    // A FIFO without a writer would otherwise hold the open call up for ever.
-    const CFileDescriptor file(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-    if (file.get() < 0) refuse(std::error_code(errno, std::generic_category()).message());
-    struct stat info = {};
-    if (::fstat(file.get(), &info) != 0 || !S_ISREG(info.st_mode)) refuse("not a regular file");
-    std::string text(limit + 1, '\0');
-    text.resize(readAt(file.get(), text.data(), text.size(), 0, path));
-    if (text.size() > limit) refuse("larger than " + std::to_string(limit) + " bytes");
-    return text;
-}
-
-namespace {
 
 fs::path temporaryBeside(const fs::path& path)
 {
@@ -122,12 +35,72 @@ void moveIntoPlace(const fs::path& temporary, const fs::path& path)
 
 }  // namespace
 
+base::CFileDescriptor openFile(const fs::path& path, int flags, mode_t mode)
+{
+    int fd = -1;
+    do {
+        fd = ::open(path.c_str(), flags | O_CLOEXEC, mode);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) throwStorage("open", path.string(), errno);
+    return base::CFileDescriptor(fd);
+}
+
+void writeAt(int fd, std::string_view bytes, uint64_t offset, const fs::path& path)
+{
+    while (!bytes.empty()) {
+        const ssize_t count = ::pwrite(fd, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+        if (count < 0 && errno == EINTR) continue;
+        if (count <= 0) throwStorage("write", path.string(), count == 0 ? EIO : errno);
+        bytes.remove_prefix(static_cast<size_t>(count));
+        offset += static_cast<uint64_t>(count);
+    }
+}
+
+size_t readAt(int fd, char* bytes, size_t size, uint64_t offset, const fs::path& path)
+{
+    const ptrdiff_t count = base::readAt(fd, bytes, size, offset);
+    if (count < 0) throwStorage("read", path.string(), errno);
+    return static_cast<size_t>(count);
+}
+
+void syncFile(int fd, const fs::path& path)
+{
+    if (::fsync(fd) != 0) throwStorage("write", path.string(), errno);
+}
+
+void syncFolder(const fs::path& path)
+{
+    const base::CFileDescriptor folder = openFile(path, O_RDONLY | O_DIRECTORY);
+    syncFile(folder.get(), path);
+}
+
+void makeFolder(const fs::path& path, mode_t mode)
+{
+    std::error_code error;
+    if (fs::is_directory(path, error)) return;
+    if (path.has_relative_path() && path.has_parent_path() && path.parent_path() != path) {
+        makeFolder(path.parent_path(), PUBLIC_FOLDER);
+    }
+    if (::mkdir(path.c_str(), mode) != 0 && (errno != EEXIST || !fs::is_directory(path, error))) {
+        throwStorage("create folder", path.string(), errno);
+    }
+}
+
+std::string readSmallFile(const fs::path& path, size_t limit)
+{
+    base::SFileText file = base::readFile(path.string(), limit);
+    if (!file) {
+        throw EApplianceError(EStatus::UNUSABLE, "cannot read " + path.string() + ": " + base::reasonOf(file, limit));
+    }
+    return std::move(file.text);
+}
+
 void replaceFile(const fs::path& path, std::string_view text, mode_t mode)
 {
     makeFolder(path.parent_path(), PUBLIC_FOLDER);
     const fs::path temporary = temporaryBeside(path);
     try {
-        const CFileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
+        const base::CFileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
         writeAt(file.get(), text, 0, temporary);
         // The mode asked for holds whatever the umask of the caller is.
         if (::fchmod(file.get(), mode) != 0) throwStorage("write", temporary.string(), errno);

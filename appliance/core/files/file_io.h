@@ -6,31 +6,15 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
-#include <utility>
+
+#include "base/file_descriptor.h"
 
 namespace lumora {
-
-/// Owns one descriptor; closes it at the end of its life.
-class CFileDescriptor
-{
-  public:
-    explicit CFileDescriptor(int fd = -1) noexcept : m_fd(fd) {}
-    CFileDescriptor(CFileDescriptor&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
-    CFileDescriptor& operator=(CFileDescriptor&& other) noexcept;
-    CFileDescriptor(const CFileDescriptor&) = delete;
-    CFileDescriptor& operator=(const CFileDescriptor&) = delete;
-    ~CFileDescriptor();
-
-    int get() const noexcept { return m_fd; }
-
-  private:
-    int m_fd;
-};
 
 /// All functions throw EApplianceError with status storage and the path in the text, unless said otherwise.
 
 /// Opens with O_CLOEXEC added.
-CFileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
+base::CFileDescriptor openFile(const std::filesystem::path& path, int flags, mode_t mode = 0600);
 void writeAt(int fd, std::string_view bytes, uint64_t offset, const std::filesystem::path& path);
 /// Reads until `size` bytes or the end of the file; returns the count.
 size_t readAt(int fd, char* bytes, size_t size, uint64_t offset, const std::filesystem::path& path);
@@ -40,7 +24,7 @@ void syncFolder(const std::filesystem::path& path);
 void makeFolder(const std::filesystem::path& path, mode_t mode = 0700);
 
 /// The content of a regular file of at most `limit` bytes. A folder, FIFO, device or larger file is refused without
-/// waiting for anything (status unusable); so is a file that cannot be opened.
+/// waiting for anything (status unusable); so is a file that cannot be read.
 std::string readSmallFile(const std::filesystem::path& path, size_t limit);
 
 /// Puts `text` (or a link to `target`) in place of `path` in one step: readers see the old or the new one, never a

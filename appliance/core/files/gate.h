@@ -25,7 +25,7 @@ class CGate
     CGate& operator=(const CGate&) = delete;
 
   private:
-    CFileDescriptor m_file;
+    base::CFileDescriptor m_file;
 };
 
 }  // namespace lumora

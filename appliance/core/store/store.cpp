@@ -81,7 +81,7 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 {
     if (mode == CStore::EMode::EXISTING) return CDatabase::EMode::EXISTING;
     // One process makes the tables; those that come meanwhile wait and find them.
-    const CFileDescriptor lock = openFile(layout.createLock(), O_RDWR | O_CREAT);
+    const base::CFileDescriptor lock = openFile(layout.createLock(), O_RDWR | O_CREAT);
     lockRange(lock.get(), ERangeLock::EXCLUSIVE, 0, 1, layout.createLock());
     // The database library would make the file readable by others; its log files take the rights of this one.
     openFile(layout.database(), O_RDWR | O_CREAT);

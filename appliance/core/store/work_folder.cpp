@@ -20,7 +20,7 @@ namespace {
 // files have to be made or removed.
 constexpr size_t ID_LENGTH = 15;
 
-CFileDescriptor openOwners(const fs::path& appliance)
+base::CFileDescriptor openOwners(const fs::path& appliance)
 {
     return openFile(appliance / "owners", O_RDWR | O_CREAT);
 }
@@ -88,7 +88,7 @@ void collectLeftovers(const fs::path& appliance, EArea area, const std::function
         if (!isListed(id)) unlisted.push_back(std::move(id));
     }
     if (unlisted.empty()) return;
-    const CFileDescriptor owners = openOwners(appliance);
+    const base::CFileDescriptor owners = openOwners(appliance);
     for (const std::string& id : unlisted) {
         uint64_t number = 0;
         if (!fromId(id, number) ||

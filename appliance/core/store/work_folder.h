@@ -38,7 +38,7 @@ class CWorkFolder
     void keep() noexcept { m_kept = true; }
 
   private:
-    CFileDescriptor m_owners;
+    base::CFileDescriptor m_owners;
     std::string m_id;
     std::filesystem::path m_path;
     bool m_kept = false;
