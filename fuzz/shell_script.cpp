@@ -10,69 +10,13 @@ using fuzz::require;
 
 namespace {
 
-std::string q(const std::string& name)
-{
-    return " \"" + name + "\"";
-}
-
-// Writes a command in the form that the grammar has it.
-struct SWriter
-{
-    std::string operator()(const SListHosts&) const { return "list hosts\n"; }
-    std::string operator()(const SListGroups&) const { return "list cgroups\n"; }
-    std::string operator()(const SShowHost& c) const { return "show host" + q(c.host) + "\n"; }
-    std::string operator()(const SShowGroup& c) const { return "show cgroup" + q(c.group) + "\n"; }
-    std::string operator()(const SCreateAnnotation& c) const
-    {
-        return "create annotation" + q(c.name) + q(c.group) + "\nset message" + q(c.message) + "\ncommit\n";
-    }
-    std::string operator()(const SDeleteAnnotation& c) const
-    {
-        return "delete annotation" + q(c.name) + q(c.group) + "\n";
-    }
-    std::string operator()(const SCreateTimeImage& c) const
-    {
-        const STimeImageRequest& image = c.request;
-        std::string text = "create timeimage" + q(image.name) + q(image.group) + "\nuse annotation" +
-                           q(image.annotation) + "\nset preserve mode " + (image.retention.preserve ? "yes" : "no") +
-                           "\nset prevent expiration timeout " + std::to_string(image.retention.preventExpiration) +
-                           "\nset proactive expiration timeout " + std::to_string(image.retention.proactiveExpiration) +
-                           "\n";
-        for (const std::string& host : image.hosts) {
-            text += "add permission" + q(host) + "\n";
-        }
-        return text + "commit\n";
-    }
-    std::string operator()(const SDeleteTimeImage& c) const
-    {
-        return "delete timeimage" + q(c.name) + q(c.group) + "\n";
-    }
-    std::string operator()(const SUpdateGroup& c) const
-    {
-        return "update timeimage" + q(c.group) + "\n" + changes(c.changes);
-    }
-    std::string operator()(const SUpdateTimeImage& c) const
-    {
-        return "update timeimage" + q(c.name) + q(c.group) + "\n" + changes(c.changes);
-    }
-    std::string operator()(const SListTimeImages& c) const { return "list timeimages" + q(c.group) + "\n"; }
-    std::string operator()(const SShowTimeImage& c) const { return "show timeimage" + q(c.name) + q(c.group) + "\n"; }
-
-    static std::string changes(const std::vector<SPermissionChange>& list)
-    {
-        std::string text;
-        for (const SPermissionChange& change : list) {
-            text += (change.add ? "add permission" : "delete permission") + q(change.host) + "\n";
-        }
-        return text + "commit\n";
-    }
-};
-
 std::string write(const SScript& script)
 {
-    std::string text = "server" + q(script.server) + "\n";
-    for (const Command& command : script.commands) {
-        text += std::visit(SWriter(), command);
+    std::string text = "server \"" + script.server + "\"\n";
+    for (const SCommand& command : script.commands) {
+        for (const std::string& line : commandLines(command)) {
+            text += line + "\n";
+        }
     }
     return text + "exit\n";
 }

@@ -7,9 +7,8 @@
 #include "appliance/core/conventions/tool.h"
 #include "appliance/core/engines/files_engine.h"
 #include "appliance/core/faults/faulty_tool.h"
-#include "appliance/core/hosts/disk_table.h"
+#include "appliance/core/hosts/disk_listing.h"
 #include "appliance/core/hosts/host_config.h"
-#include "appliance/core/shell/listing.h"
 
 namespace {
 

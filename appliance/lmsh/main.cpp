@@ -10,23 +10,16 @@
 #include "appliance/core/engines/files_engine.h"
 #include "appliance/core/faults/faulty_tool.h"
 #include "appliance/core/hosts/host_config.h"
-#include "appliance/core/shell/command_runner.h"
-#include "appliance/core/shell/command_text.h"
+#include "appliance/core/shell/command_table.h"
+#include "appliance/core/shell/script.h"
 
 namespace {
 
 constexpr const char* USAGE =
     "Usage: lmsh < SCRIPT\n"
     "Runs a script of appliance commands: a line \"server NAME\", commands, a line \"exit\".\n"
-    "\n"
-    "  list hosts | list cgroups | show host \"H\" | show cgroup \"G\"\n"
-    "  create annotation \"A\" \"G\" ... set message WORD ... commit\n"
-    "  delete annotation \"A\" \"G\"\n"
-    "  create timeimage \"T\" \"G\" ... use annotation \"A\" ... add permission \"H\" ... set preserve mode no|yes "
-    "...\n"
-    "      set prevent expiration timeout N ... set proactive expiration timeout N ... commit\n"
-    "  delete timeimage \"T\" \"G\" | list timeimages \"G\" | show timeimage \"T\" \"G\"\n"
-    "  update timeimage [\"T\"] \"G\" ... add permission \"H\" ... delete permission \"H\" ... commit\n"
+    "\n";
+constexpr const char* STATUSES =
     "\n"
     "Exit status: 0 done, 2 malformed script, 3 an object does not exist, 4 an object exists already, 5 an object is\n"
     "in use, 6 storage failure, 7 store or configuration unusable, 1 anything else.\n";
@@ -55,9 +48,11 @@ int run()
     CFilesEngine engine;
     const CFaultTable faults(store.layout());
     const SAppliance appliance = CInventory(store).appliance(script.server);
-    for (const Command& command : script.commands) {
-        runCommand(faults, appliance.name + ": " + commandText(command), engine,
-                   [&](CBaseStorageEngine& chosen) { return CCommandRunner(store, chosen, appliance).run(command); });
+    for (const SCommand& command : script.commands) {
+        runCommand(faults, appliance.name + ": " + commandText(command), engine, [&](CBaseStorageEngine& chosen) {
+            SShellTarget target(store, chosen, appliance);
+            return command.kind->run(target, command);
+        });
     }
     return 0;
 }
@@ -69,6 +64,8 @@ int main(int argc, char** argv)
     return lumora::runTool("lmsh", [argc, argv] {
         if (argc == 2 && std::string_view(argv[1]) == "--help") {
             lumora::printBytes(USAGE);
+            lumora::printLines(lumora::commandHelp());
+            lumora::printBytes(STATUSES);
             return 0;
         }
         if (argc > 1) {

@@ -253,9 +253,30 @@ TEST(Lmsh, RefusesAFileThatIsNoDatabase)
                                         " is unusable: file is not a database"));
 }
 
+TEST(Lmsh, ShowsItsCommandsInTheHelp)
+{
+    const SResult result = CProcess({LMSH_PATH, "--help"}, "").wait();
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(
+        result.out,
+        ElementsAre(
+            "Usage: lmsh < SCRIPT",
+            "Runs a script of appliance commands: a line \"server NAME\", commands, a line \"exit\".", "",
+            "  list hosts", "  list cgroups", "  show host \"H\"", "  show cgroup \"G\"",
+            "  create annotation \"A\" \"G\" ... set message WORD ... commit", "  delete annotation \"A\" \"G\"",
+            "  create timeimage \"T\" \"G\" ... use annotation \"A\" ... add permission \"H\" ... set preserve mode "
+            "no|yes ...",
+            "      set prevent expiration timeout N ... set proactive expiration timeout N ... commit",
+            "  delete timeimage \"T\" \"G\"", "  list timeimages \"G\"", "  show timeimage \"T\" \"G\"",
+            "  update timeimage \"G\" ... add permission \"H\" ... delete permission \"H\" ... commit",
+            "  update timeimage \"T\" \"G\" ... add permission \"H\" ... delete permission \"H\" ... commit", "",
+            "Exit status: 0 done, 2 malformed script, 3 an object does not exist, 4 an object exists already, 5 an "
+            "object is",
+            "in use, 6 storage failure, 7 store or configuration unusable, 1 anything else."));
+}
+
 TEST(Lmsh, TakesNoArguments)
 {
-    EXPECT_EQ(CProcess({LMSH_PATH, "--help"}, "").wait().status, 0);
     EXPECT_EQ(CProcess({LMSH_PATH, "list"}, "").wait().status, 2);
 }
 

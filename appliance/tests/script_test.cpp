@@ -1,6 +1,7 @@
 // The shell language: what is understood, and what is refused with which words.
 #include "appliance/core/shell/script.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "appliance/core/conventions/error.h"
@@ -9,66 +10,78 @@ namespace lumora {
 
 namespace {
 
+using testing::ElementsAre;
+using testing::IsEmpty;
+
 SScript parse(const std::string& commands)
 {
     return parseScript("server alpha\n" + commands + "\nexit\n");
 }
 
-template <class Record>
-Record only(const std::string& commands)
+SCommand only(const std::string& commands)
 {
     const SScript script = parse(commands);
     EXPECT_EQ(script.commands.size(), 1U);
-    return std::get<Record>(script.commands.at(0));
+    return script.commands.at(0);
+}
+
+// The command in its plainest spelling.
+std::vector<std::string> plain(const std::string& commands)
+{
+    return commandLines(only(commands));
 }
 
 TEST(Script, UnderstandsSingleLineCommandsWithAnyBlanks)
 {
-    EXPECT_TRUE(std::holds_alternative<SListHosts>(parse(" list  hosts ").commands.at(0)));
-    EXPECT_TRUE(std::holds_alternative<SListGroups>(parse("\tlist\tcgroups").commands.at(0)));
-    EXPECT_EQ(only<SShowHost>(" show  host \"h1\"").host, "h1");
-    EXPECT_EQ(only<SShowGroup>(" show  cgroup \"a group\"").group, "a group");
-    EXPECT_EQ(only<SDeleteAnnotation>(" delete  annotation \"A\" \"G\"").name, "A");
-    EXPECT_EQ(only<SDeleteTimeImage>(" delete  timeimage \"\" \"G\"").name, "");
-    EXPECT_EQ(only<SListTimeImages>(" list  timeimages \"G\"").group, "G");
-    EXPECT_EQ(only<SShowTimeImage>(" show  timeimage \"T\" \"G\"").group, "G");
+    EXPECT_THAT(plain(" list  hosts "), ElementsAre("list hosts"));
+    EXPECT_THAT(plain("\tlist\tcgroups"), ElementsAre("list cgroups"));
+    EXPECT_THAT(plain(" show  host \"h1\""), ElementsAre("show host \"h1\""));
+    EXPECT_THAT(plain(" show  cgroup \"a group\""), ElementsAre("show cgroup \"a group\""));
+    EXPECT_THAT(plain(" delete  annotation \"A\" \"G\""), ElementsAre("delete annotation \"A\" \"G\""));
+    EXPECT_THAT(plain(" delete  timeimage \"\" \"G\""), ElementsAre("delete timeimage \"\" \"G\""));
+    EXPECT_THAT(plain(" list  timeimages \"G\""), ElementsAre("list timeimages \"G\""));
+    EXPECT_THAT(plain(" show  timeimage \"T\" \"G\""), ElementsAre("show timeimage \"T\" \"G\""));
+}
+
+TEST(Script, KeepsTheNamesOfAKeywordLineInTheirOrder)
+{
+    EXPECT_THAT(only("list hosts").names, IsEmpty());
+    EXPECT_THAT(only("show cgroup \"a group\"").names, ElementsAre("a group"));
+    EXPECT_THAT(only("delete timeimage \"\" \"G\"").names, ElementsAre("", "G"));
 }
 
 TEST(Script, UnderstandsAnAnnotation)
 {
-    const auto made =
-        only<SCreateAnnotation>(" create  annotation \"A\" \"G\"\n set  message  CreatedByKestrav \n commit ");
-    EXPECT_EQ(made.name, "A");
-    EXPECT_EQ(made.group, "G");
-    EXPECT_EQ(made.message, "CreatedByKestrav");
+    EXPECT_THAT(plain(" create  annotation \"A\" \"G\"\n set  message  CreatedByKestrav \n commit "),
+                ElementsAre("create annotation \"A\" \"G\"", "set message \"CreatedByKestrav\"", "commit"));
+    EXPECT_THAT(plain("create annotation \"A\" \"G\"\nset message \"two words\"\ncommit"),
+                ElementsAre("create annotation \"A\" \"G\"", "set message \"two words\"", "commit"));
+    EXPECT_THAT(plain("create annotation \"A\" \"G\"\ncommit"), ElementsAre("create annotation \"A\" \"G\"", "commit"));
 }
 
 TEST(Script, UnderstandsATimeImage)
 {
-    const STimeImageRequest made =
-        only<SCreateTimeImage>(
-            " create  timeimage \"T\" \"G\"\n use  annotation \"A\"\n add  permission \"H\"\n"
-            " set  preserve  mode  no \n set  prevent  expiration  timeout 0\n"
-            " set  proactive  expiration  timeout 7\n commit ")
-            .request;
-    EXPECT_EQ(made.name, "T");
-    EXPECT_EQ(made.group, "G");
-    EXPECT_EQ(made.annotation, "A");
-    EXPECT_EQ(made.hosts, std::vector<std::string>{"H"});
-    EXPECT_FALSE(made.retention.preserve);
-    EXPECT_EQ(made.retention.preventExpiration, 0U);
-    EXPECT_EQ(made.retention.proactiveExpiration, 7U);
+    const SCommand made = only(
+        " create  timeimage \"T\" \"G\"\n add  permission \"H\"\n use  annotation \"A\"\n"
+        " set  preserve  mode  no \n set  prevent  expiration  timeout 0\n add permission \"I\"\n"
+        " set  proactive  expiration  timeout \"7\"\n commit ");
+    EXPECT_THAT(commandLines(made),
+                ElementsAre("create timeimage \"T\" \"G\"", "add permission \"H\"", "use annotation \"A\"",
+                            "set preserve mode no", "set prevent expiration timeout 0", "add permission \"I\"",
+                            "set proactive expiration timeout 7", "commit"));
+    EXPECT_EQ(commandText(made), "create timeimage \"T\" \"G\"");
+    EXPECT_EQ(made.value({"use annotation \"A\""}), "A");
+    EXPECT_THAT(made.values({"add permission \"H\""}), ElementsAre("H", "I"));
+    EXPECT_EQ(made.value({"set message WORD"}, "none"), "none");
 }
 
 TEST(Script, TakesOneNameForTheGroupAndTwoForATimeImage)
 {
-    const auto group = only<SUpdateGroup>(" update  timeimage \"G\"\n add  permission \"H\"\n commit ");
-    EXPECT_EQ(group.group, "G");
-    EXPECT_TRUE(group.changes.at(0).add);
-    const auto image = only<SUpdateTimeImage>(" update  timeimage \"T\" \"G\"\n delete  permission \"H\"\n commit ");
-    EXPECT_EQ(image.name, "T");
-    EXPECT_EQ(image.group, "G");
-    EXPECT_FALSE(image.changes.at(0).add);
+    const SCommand group = only(" update  timeimage \"G\"\n add  permission \"H\"\n commit ");
+    EXPECT_THAT(commandLines(group), ElementsAre("update timeimage \"G\"", "add permission \"H\"", "commit"));
+    const SCommand image = only(" update  timeimage \"T\" \"G\"\n delete  permission \"H\"\n commit ");
+    EXPECT_THAT(commandLines(image), ElementsAre("update timeimage \"T\" \"G\"", "delete permission \"H\"", "commit"));
+    EXPECT_NE(group.kind, image.kind);
 }
 
 TEST(Script, TakesSeveralCommandsEmptyLinesAndNoNewlineAtTheEnd)

@@ -31,7 +31,7 @@ void printBytes(std::string_view bytes)
     }
 }
 
-void printLines(const std::vector<std::string>& lines)
+void printLines(const Lines& lines)
 {
     std::string text;
     for (const std::string& line : lines) {

@@ -1,13 +1,13 @@
 #include "appliance/core/shell/listing.h"
 
+#include <string>
+
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 
 namespace lumora {
 
 namespace {
-
-constexpr size_t DISK_RULE_LENGTH = 122;
 
 std::string describe(const STimeImage& image)
 {
@@ -108,18 +108,6 @@ Lines showTimeImage(const STimeImageDetails& details)
     for (const SImageLun& lun : details.luns) {
         lines.push_back(imageDeviceName(image.id, lun.source.name) + " [" + lun.serial + "] <- " +
                         deviceName(lun.source.name) + " [" + lun.source.serial + "]");
-    }
-    return lines;
-}
-
-Lines listDisks(const std::string& host, const std::vector<SDisk>& disks)
-{
-    if (disks.empty()) return {"Host " + inQuotes(host) + " has no disks."};
-    Lines lines = {"Disks of host " + host, "Device (Vendor) (Type) (Size) (Serial) State Access",
-                   std::string(DISK_RULE_LENGTH, '=')};
-    for (const SDisk& disk : disks) {
-        lines.push_back(disk.path.string() + " (LUMORA) (VDISK) (" + formatSize(disk.size) + ") (" + disk.serial +
-                        ") online rw");
     }
     return lines;
 }

@@ -1,17 +1,14 @@
 #pragma once
 
-#include <string>
 #include <vector>
 
 #include "appliance/core/catalog/catalog.h"
 #include "appliance/core/catalog/inventory.h"
-#include "appliance/core/hosts/disk_table.h"
+#include "appliance/core/conventions/tool.h"
 
 namespace lumora {
 
-using Lines = std::vector<std::string>;
-
-/// The texts that the tools print, from records; one element a line. What a program may rely on is said at each; the
+/// The texts that the shell prints, from records; one element a line. What a program may rely on is said at each; the
 /// other lines are for people.
 
 /// One host name a line, nothing else.
@@ -48,10 +45,5 @@ struct STimeImageDetails
     std::vector<SImageLun> luns;
 };
 Lines showTimeImage(const STimeImageDetails& details);
-
-/// Two heading lines, a line of 122 "=", then one disk a line:
-/// PATH (LUMORA) (VDISK) (SIZE) (SERIAL) online rw
-/// One line that says so when there is no disk.
-Lines listDisks(const std::string& host, const std::vector<SDisk>& disks);
 
 }  // namespace lumora
