@@ -5,11 +5,11 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/tests/test_root.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/faults.h"
 #include "pdk/tests/footprint.h"
 #include "pdk/tests/null_matrix.h"
-#include "pdk/tests/test_root.h"
 #include "tests/site.h"
 
 namespace {
@@ -140,7 +140,7 @@ class CHostWithoutDiskUtility
     }
 
   private:
-    pdktest::CTestRoot m_root;
+    base_test::CTestRoot m_root;
 };
 
 void liveWithoutAStart()

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/test_root.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/host_objects.h"
 #include "pdk/tests/loaded_provider.h"
-#include "pdk/tests/test_root.h"
 #include "pdk/tests/testfi/testfi_record.h"
 
 namespace pdktest {
@@ -62,7 +62,7 @@ class SpecialEntryPoints : public ::testing::Test
         };
     }
 
-    CTestRoot root;
+    base_test::CTestRoot root;
     testfi::STestRecord record;
     CHostObjects objects;
     CLoadedProvider provider{providerPath("testfi"), "testfi"};

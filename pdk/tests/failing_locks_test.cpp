@@ -2,13 +2,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cfiprivatedata.h"
 #include "pdk/include/cfisessionmgr.h"
 #include "pdk/include/cfitracelog.h"
 #include "pdk/tests/faults.h"
 #include "pdk/tests/host_objects.h"
 #include "pdk/tests/loaded_provider.h"
-#include "pdk/tests/test_root.h"
 
 namespace pdktest {
 namespace {
@@ -88,7 +88,7 @@ TEST(FailingLock, OfASessionIsNoCrash)
 
 TEST(FailingLock, OfAWholeLifeOfAProviderIsNoCrash)
 {
-    const CTestRoot root;
+    const base_test::CTestRoot root;
     const auto steps = [] {
         CHostObjects objects;
         obz_domain* const node = objects.domain("node");

@@ -1,41 +1,13 @@
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
 #include <mutex>
-#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "framework/include/obzx_runtime.h"
 
 namespace pdktest {
-
-/// A directory of the test's own that stands for the root directory.
-class CTestRoot
-{
-  public:
-    CTestRoot()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "pdk-test-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("mkdtemp");
-        m_path = name;
-        setenv("OBZX_ROOT", name.c_str(), 1);
-    }
-    ~CTestRoot()
-    {
-        unsetenv("OBZX_ROOT");
-        std::error_code ignored;
-        std::filesystem::remove_all(m_path, ignored);
-    }
-    CTestRoot(const CTestRoot&) = delete;
-    CTestRoot& operator=(const CTestRoot&) = delete;
-
-    const std::filesystem::path& path() const { return m_path; }
-
-  private:
-    std::filesystem::path m_path;
-};
 
 /// Keeps the trace lines of all providers of the process, of all levels.
 class CTraceLines

@@ -5,11 +5,12 @@
 #include <set>
 #include <thread>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cfientrypoint.h"
 #include "framework/include/cfiexecpipe.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/entry_calls.h"
-#include "pdk/tests/test_root.h"
+#include "pdk/tests/trace_lines.h"
 
 namespace pdktest {
 namespace {
@@ -22,7 +23,7 @@ using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::SizeIs;
 
-// They do more than call one operation; test_special_entry_points.cpp follows them step by step.
+// They do more than call one operation; special_entry_points_test.cpp follows them step by step.
 const std::set<std::string> SPECIAL = {"init", "fini", "preselect", "objctl", "update_snapshot_handle"};
 
 const std::set<std::string> TAKE_A_SINGLE_NODE = {
@@ -71,7 +72,7 @@ class EntryPoints : public ::testing::Test
         record.forget();
     }
 
-    CTestRoot root;
+    base_test::CTestRoot root;
     testfi::STestRecord record;
     CHostObjects objects;
     CLoadedProvider provider{providerPath("testfi"), "testfi"};

@@ -10,10 +10,11 @@
 #include <memory>
 #include <set>
 
+#include "base/tests/test_root.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/tests/entry_calls.h"
 #include "pdk/tests/footprint.h"
-#include "pdk/tests/test_root.h"
+#include "pdk/tests/trace_lines.h"
 
 namespace pdktest {
 namespace {
@@ -66,7 +67,7 @@ TEST(ProviderLibrary, ExportsItsEntryPointsAndNothingElse)
 
 TEST(ProviderLibrary, IsGoneFromTheProcessAfterItWasUnloaded)
 {
-    const CTestRoot root;
+    const base_test::CTestRoot root;
     {
         const CLoadedProvider provider(providerPath("testfi"), "testfi");
         provider.init();
@@ -83,7 +84,7 @@ TEST(ProviderLibrary, IsGoneFromTheProcessAfterItWasUnloaded)
 
 TEST(ProviderLibrary, SharesNothingWithAnotherProviderOfTheProcess)
 {
-    const CTestRoot root;
+    const base_test::CTestRoot root;
     testfi::STestRecord record;
     const CLoadedProvider one(providerPath("testfi"), "testfi");
     const CLoadedProvider other(providerPath("othertestfi"), "othertestfi");
@@ -134,7 +135,7 @@ void useOnce()
 
 TEST(ProviderLibrary, LeavesNothingBehindInAThousandLives)
 {
-    const CTestRoot root;
+    const base_test::CTestRoot root;
     for (int i = 0; i < 10; ++i) {
         useOnce();  // what the process sets up once
     }

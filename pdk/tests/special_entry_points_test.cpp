@@ -1,5 +1,6 @@
 // The entry points that do more than pass their arguments on, step by step; those on sessions have a file of their own.
 #include "pdk/tests/special_entry_points.h"
+#include "pdk/tests/trace_lines.h"
 
 #include <chrono>
 #include <future>

@@ -2,9 +2,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "base/tests/test_root.h"
 #include "pdk/tests/faults.h"
 #include "pdk/tests/null_matrix.h"
-#include "pdk/tests/test_root.h"
 
 namespace pdktest {
 namespace {
@@ -17,7 +17,7 @@ class NullArguments : public ::testing::TestWithParam<bool>
         if (GetParam()) provider.init();
     }
 
-    CTestRoot root;
+    base_test::CTestRoot root;
     CHostObjects objects;
     CLoadedProvider provider{providerPath("plainfi"), "plainfi"};
     CNullMatrix nulls{provider};

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "base/tests/test_root.h"
 #include "pdk/tests/faults.h"
 #include "pdk/tests/null_matrix.h"
-#include "pdk/tests/test_root.h"
 
 namespace pdktest {
 namespace {
@@ -38,7 +38,7 @@ bool givesStatus(const SEntryType& type, int32_t status)
 // A reference that could not be given back is kept on purpose, so this runs in a process of its own.
 TEST(UnreachablePlugin, GivesTheStatusOfAFailure)
 {
-    const CTestRoot root;
+    const base_test::CTestRoot root;
     const auto checkAll = [] {
         for (const SEntryType& type : entryTypes()) {
             if (givesStatus(type, expectedStatus(type))) continue;
