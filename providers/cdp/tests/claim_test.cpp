@@ -1,6 +1,6 @@
 #include "framework/include/cfiprivatedata.h"
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -61,7 +61,7 @@ TEST_F(Claiming, InterposePutsANodeNamedByItsLunBeforeAProtectedDevice)
 {
     CNode node("/dev/sda");
     EXPECT_EQ(1, interpose(node));
-    expectTrace("interpose");
+    expectTrace();
     ASSERT_NE(nullptr, m_interposed);
     EXPECT_STREQ("<cdpfi>S1", m_interposed->name);
     EXPECT_EQ(3, m_interposed->type);
@@ -77,13 +77,13 @@ TEST_F(Claiming, ANameThatIsNoDevicePathIsNotInterposed)
     CNode node("sda");
     fillOutputs();
     EXPECT_EQ(0, interpose(node));
-    expectTrace("interpose_no_device_path");
+    expectTrace("no_path");
     expectClearedOutputs();
     m_trace.clear();
     obz_domain nameless{};
     EXPECT_EQ(0, plugin().interpose(&nameless, &m_interposed, &m_groups, &m_groupCount));
     EXPECT_EQ(0, plugin().interpose(nullptr, &m_interposed, &m_groups, &m_groupCount));
-    expectTrace("interpose_nameless");
+    expectTrace("nameless");
 }
 
 TEST_F(Claiming, ADeviceThatNoApplianceProtectsIsNotInterposed)
@@ -91,7 +91,7 @@ TEST_F(Claiming, ADeviceThatNoApplianceProtectsIsNotInterposed)
     CNode known("/dev/sdb");
     fillOutputs();
     EXPECT_EQ(0, interpose(known));
-    expectTrace("interpose_no_appliance");
+    expectTrace();
     expectClearedOutputs();
     CNode unknown("/dev/sdz");
     fillOutputs();
@@ -143,7 +143,7 @@ TEST_F(Claiming, ClaimTakesTheProvidersOwnNodesAsSecondaries)
 {
     fillOutputs();
     EXPECT_EQ(OBZ_CLAIM_SECONDARY, claim("<cdpfi>S1"));
-    expectTrace("claim");
+    expectTrace();
     EXPECT_EQ(nullptr, m_secondaries);
     EXPECT_EQ(0, m_groupCount);
     EXPECT_EQ(OBZ_CLAIM_SECONDARY, claim("before<cdpfi>")) << "anywhere in the name";
@@ -153,7 +153,7 @@ TEST_F(Claiming, ClaimLeavesOtherNodesAlone)
 {
     fillOutputs();
     EXPECT_EQ(OBZ_CLAIM_NONE, claim("/dev/sda"));
-    expectTrace("claim_other");
+    expectTrace();
     EXPECT_EQ(nullptr, m_secondaries);
     EXPECT_EQ(0, m_groupCount);
     EXPECT_EQ(OBZ_CLAIM_NONE, claim("<CDPFI>S1"));
@@ -167,7 +167,7 @@ TEST_F(Claiming, ClaimOfAnIdentityWithoutANameGivesNoClaim)
         m_trace.clear();
         fillOutputs();
         EXPECT_EQ(OBZ_CLAIM_NONE, plugin().claim(primary, &m_secondaries, &m_groupCount));
-        expectTrace("claim_nameless");
+        expectTrace();
         EXPECT_EQ(nullptr, m_secondaries);
         EXPECT_EQ(0, m_groupCount);
     }
@@ -187,7 +187,7 @@ TEST_F(Claiming, AMatchingFimOrsTheRecordsAccessIntoTheNodes)
 {
     CNode node("<cdpfi>S1");
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
-    expectTrace("supports_fitype");
+    expectTrace();
     EXPECT_EQ(3, node.access());
     node.setAccess(4);
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
@@ -203,7 +203,7 @@ TEST_F(Claiming, AnyMatchesTheFirstFimOfTheFirstAppliance)
 {
     CNode node("<cdpfi>S1");
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "any"));
-    expectTrace("supports_fitype_any");
+    expectTrace();
     EXPECT_EQ(3, node.access());
 }
 
@@ -212,7 +212,7 @@ TEST_F(Claiming, AnotherFimIsNotSupported)
     CNode node("<cdpfi>S1");
     node.setAccess(3);
     EXPECT_EQ(0, plugin().supportsFiType(node.get(), "lumora"));
-    expectTrace("supports_fitype_other");
+    expectTrace();
     EXPECT_EQ(OBZ_ACCESS_NONE, node.access());
     EXPECT_EQ(0, plugin().supportsFiType(node.get(), ""));
 }
@@ -223,7 +223,7 @@ TEST_F(Claiming, PrivateDataWithoutHostsCountsAsNone)
     ASSERT_EQ(OBZ_OK, initNode(node));
     m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(node.get(), "Lumora"));
-    expectTrace("supports_fitype_no_hosts");
+    expectTrace();
     EXPECT_EQ(3, node.access());
 }
 
@@ -235,13 +235,13 @@ TEST_F(Claiming, ANodeWithHostsIsSupportedLocallyUnlessItIsTransportable)
     m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(local.get(), "Lumora"));
     EXPECT_EQ(OBZ_ACCESS_LOCAL, local.access());
-    expectTrace("supports_fitype_local");
+    expectTrace("local");
     CNode remote("<cdpfi>S2");
     setHosts(remote, true);
     m_trace.clear();
     EXPECT_EQ(1, plugin().supportsFiType(remote.get(), "Lumora"));
     EXPECT_EQ(OBZ_ACCESS_REMOTE, remote.access());
-    expectTrace("supports_fitype_remote");
+    expectTrace("transportable");
 }
 
 TEST_F(Claiming, WithoutAPlaceForTheAccessValueNothingIsWritten)

@@ -6,7 +6,7 @@
 
 #include "framework/include/obzx_runtime.h"
 #include "providers/cdp/cdp_identities.h"
-#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 

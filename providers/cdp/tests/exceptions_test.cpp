@@ -4,8 +4,8 @@
 #include <functional>
 #include <optional>
 
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 

@@ -5,7 +5,7 @@
 #include "pdk/include/cfitracelog.h"
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/tests/scenario.h"
-#include "providers/cdp/tests/trace_recorder.h"
+#include "providers/cdp/tests/support/trace_recorder.h"
 
 namespace cdpfi {
 

@@ -1,5 +1,5 @@
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -51,7 +51,7 @@ TEST_F(ImportTree, WithoutAnImageOneIsMadeAndTheOutputStaysNull)
 {
     setPrimaryUp();
     EXPECT_EQ(OBZ_OK, importTree(m_target));
-    expectTrace("import_tree_new_image");
+    expectTrace();
     EXPECT_EQ(nullptr, m_output);
     EXPECT_TRUE(m_scenario.hasState("server1/ti.cg1.KSV_Time_Image_77"));
 }
@@ -61,7 +61,7 @@ TEST_F(ImportTree, WithAnImageTheOutputIsTheDevicePathThatShowsIt)
     setPrimaryUp();
     makeImage();
     EXPECT_EQ(OBZ_OK, importTree(m_target));
-    expectTrace("import_tree_image_of_target");
+    expectTrace();
     ASSERT_NE(nullptr, m_output);
     EXPECT_STREQ("/dev/imageS1", m_output->name);
     obzx_free_objid(m_output);
@@ -73,7 +73,7 @@ TEST_F(ImportTree, ADevicePathIsServedByTheImageThatThePrimaryNames)
     setPrimaryUp();
     makeImage();
     EXPECT_EQ(OBZ_OK, importTree("/dev/imageS1"));
-    expectTrace("import_tree_image_of_state");
+    expectTrace();
     ASSERT_NE(nullptr, m_output);
     EXPECT_STREQ("/dev/imageS1", m_output->name);
     obzx_free_objid(m_output);
@@ -82,12 +82,12 @@ TEST_F(ImportTree, ADevicePathIsServedByTheImageThatThePrimaryNames)
 TEST_F(ImportTree, APrimaryWithoutPrivateDataIsImportedByNameAndHandedOut)
 {
     EXPECT_EQ(OBZ_OK, importTree("/dev/sda"));
-    expectTrace("import_tree_primary_without_data");
+    expectTrace("imported");
     EXPECT_EQ(m_primary->identity, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), SizeIs(1));
     m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
-    expectTrace("import_tree_primary_without_data_fails");
+    expectTrace("fails");
     EXPECT_EQ(nullptr, m_output);
 }
 
@@ -98,7 +98,7 @@ TEST_F(ImportTree, InvalidInputIsRefused)
     obzx_objid* none = nullptr;
     obzx_objid* withoutName = &nameless;
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(nullptr, &input->identity, &m_output, 0, nullptr));
-    expectTrace("import_tree_invalid");
+    expectTrace();
     EXPECT_EQ(nullptr, m_output);
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), nullptr, &m_output, 0, nullptr));
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().importTreeNode(m_primary.get(), &none, &m_output, 0, nullptr));
@@ -111,7 +111,7 @@ TEST_F(ImportTree, ACheckPointWithoutAnImageFails)
     setPrimaryUp();
     primaryData().m_timeImage = "KSV_Time_Image_78";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(targetName("S1", "KSV_Check_Point_78")));
-    expectTrace("import_tree_no_image_of_checkpoint");
+    expectTrace();
     EXPECT_EQ(nullptr, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
@@ -124,7 +124,7 @@ TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
     m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
     primaryData().m_timeImage = "KSV_Time_Image_77";
     EXPECT_EQ(OBZ_OK, importTree("/dev/sda"));
-    expectTrace("import_tree_listed_image_of_state");
+    expectTrace();
     ASSERT_NE(nullptr, m_output);
     EXPECT_STREQ("/dev/imageS1", m_output->name);
     obzx_free_objid(m_output);
@@ -136,7 +136,7 @@ TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
     m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1"});
     primaryData().m_timeImage = "KSV_Time_Image_77";
     EXPECT_EQ(OBZ_OK, importTree(m_target));
-    expectTrace("import_tree_listed_image_of_target");
+    expectTrace();
     ASSERT_NE(nullptr, m_output);
     EXPECT_STREQ("/dev/imageS1", m_output->name);
     obzx_free_objid(m_output);
@@ -147,12 +147,12 @@ TEST_F(ImportTree, ATransportableOrIntendedPrimaryIsNotImported)
     setPrimaryUp();
     primaryData().setTransportable(true);
     EXPECT_EQ(OBZ_OK, importTree(m_target));
-    expectTrace("import_tree_transportable");
+    expectTrace("transportable");
     primaryData().setTransportable(false);
     primaryData().setIntent(OBZ_INTENT_DEPORT);
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, importTree(m_target));
-    expectTrace("import_tree_intended");
+    expectTrace("intended");
     EXPECT_EQ(nullptr, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
@@ -161,7 +161,7 @@ TEST_F(ImportTree, ANameThatCannotBeImportedFails)
 {
     setPrimaryUp();
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/unknown"));
-    expectTrace("import_tree_import_fails");
+    expectTrace();
 }
 
 TEST_F(ImportTree, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
@@ -169,16 +169,15 @@ TEST_F(ImportTree, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
     setPrimaryUp();
     primaryData().m_timeImage = "KSV_Time_Image_1";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
-    expectTrace("import_tree_unknown_image");
+    expectTrace("image");
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     m_trace.clear();
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
-    expectTrace("import_tree_unknown_group");
-    m_trace.clear();
+    expectTrace("group");
     primaryData().m_applianceName = "server9";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("/dev/sda"));
-    expectTrace("import_tree_unknown_appliance");
+    expectTrace("appliance");
     EXPECT_EQ(nullptr, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
@@ -188,10 +187,9 @@ TEST_F(ImportTree, ATargetDeviceNameThatLeadsNowhereFails)
     setPrimaryUp();
     primaryData().m_timeImage = "KSV_Time_Image_77";
     EXPECT_EQ(OBZ_ERR_FAILED, importTree("<cdpfi>"));
-    expectTrace("import_tree_prefix_only");
-    m_trace.clear();
+    expectTrace("prefix_only");
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(targetName("S9", "KSV_Check_Point_77")));
-    expectTrace("import_tree_unclaimed");
+    expectTrace("unclaimed");
     EXPECT_EQ(nullptr, m_output);
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
@@ -202,7 +200,7 @@ TEST_F(ImportTree, ALunThatNeverShowsUpFailsAndTheOutputStaysNull)
     makeImage();
     m_scenario.writeState("delay", "100");
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
-    expectTrace("import_tree_lun_never");
+    expectTrace();
     EXPECT_EQ(nullptr, m_output);
 }
 
@@ -212,7 +210,7 @@ TEST_F(ImportTree, AFailedListingDuringTheImportFailsWithTheTraceOfAnException)
     makeImage();
     m_scenario.refuse("kforutil listdisk");
     EXPECT_EQ(OBZ_ERR_FAILED, importTree(m_target));
-    expectTrace("import_tree_listing_fails");
+    expectTrace();
     EXPECT_EQ(nullptr, m_output);
 }
 

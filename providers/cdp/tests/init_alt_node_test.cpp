@@ -1,5 +1,5 @@
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -48,7 +48,7 @@ TEST_F(InitAltNode, ATargetWithoutAnImageGetsOneAndTheStateOfThePrimary)
 {
     CNode target(m_target.c_str());
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_new_image");
+    expectTrace();
     EXPECT_EQ(4098, target->value);
     const CCDPPrivateData& data = targetData(target);
     EXPECT_TRUE(data.getIsAltNode());
@@ -68,7 +68,7 @@ TEST_F(InitAltNode, WithAnImageTheTargetGetsTheDevicePathThatShowsIt)
     target->value = 1;
     obzx_objid* const former = target->identity;
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_image_of_target");
+    expectTrace();
     EXPECT_NE(former, target->identity);
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
@@ -91,7 +91,7 @@ TEST_F(InitAltNode, ADevicePathIsServedByTheImageThatThePrimaryNames)
     makeImage(first);
     CNode target("/dev/imageS1");
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_image_of_state");
+    expectTrace();
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
 }
@@ -107,12 +107,13 @@ TEST_P(ALunShowsUpLate, AndIsFoundAtTheNextPass)
     const int rescans = GetParam();
     m_scenario.writeState("delay", std::to_string(rescans));
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_lun_after_" + std::to_string(rescans));
+    expectTrace();
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(2u * static_cast<size_t>(rescans), m_scenario.takeCommands().size()) << "each a discover and a listing";
 }
 
-INSTANTIATE_TEST_SUITE_P(Passes, ALunShowsUpLate, testing::Values(1, 2, 3, 4));
+INSTANTIATE_TEST_SUITE_P(Passes, ALunShowsUpLate, testing::Values(1, 2, 3, 4),
+                         [](const auto& rescans) { return "After" + std::to_string(rescans.param); });
 
 TEST_F(InitAltNode, ALunThatNeverShowsUpFailsAfterFourRescans)
 {
@@ -120,7 +121,7 @@ TEST_F(InitAltNode, ALunThatNeverShowsUpFailsAfterFourRescans)
     makeImage(target);
     m_scenario.writeState("delay", "100");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_lun_never");
+    expectTrace();
     EXPECT_EQ(8u, m_scenario.takeCommands().size());
     EXPECT_STREQ(m_target.c_str(), target->identity->name);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo) << "nothing is undone";
@@ -129,7 +130,7 @@ TEST_F(InitAltNode, ALunThatNeverShowsUpFailsAfterFourRescans)
 TEST_F(InitAltNode, ANullTargetIsInvalid)
 {
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().initAltNode(m_primary.get(), nullptr, nullptr, false));
-    expectTrace("init_alt_node_null_target");
+    expectTrace();
 }
 
 TEST_F(InitAltNode, APrimaryWithoutPrivateDataFails)
@@ -137,7 +138,7 @@ TEST_F(InitAltNode, APrimaryWithoutPrivateDataFails)
     CNode target(m_target.c_str());
     CNode fresh("<cdpfi>S2");
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(fresh.get(), nullptr, target.get(), false));
-    expectTrace("init_alt_node_primary_without_data");
+    expectTrace();
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(nullptr, nullptr, target.get(), false));
 }
 
@@ -145,26 +146,26 @@ TEST_F(InitAltNode, ATargetWithoutANameFails)
 {
     obz_domain nameless{};
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(m_primary.get(), nullptr, &nameless, false));
-    expectTrace("init_alt_node_nameless_target");
+    expectTrace();
 }
 
 TEST_F(InitAltNode, ARemoteTransportableOrIntendedNodeOnlyGetsTheState)
 {
     CNode remote("remote");
     EXPECT_EQ(OBZ_OK, initAltNode(remote, true));
-    expectTrace("init_alt_node_remote");
+    expectTrace("remote");
     EXPECT_EQ(CString("server1"), targetData(remote).m_applianceName);
     primaryData().setTransportable(true);
     CNode transportable("transportable");
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(transportable));
-    expectTrace("init_alt_node_transportable");
+    expectTrace("transportable");
     primaryData().setTransportable(false);
     primaryData().setIntent(OBZ_INTENT_DEPORT);
     CNode intended("intended");
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(intended));
-    expectTrace("init_alt_node_intended");
+    expectTrace("intended");
     primaryData().setIntent(OBZ_INTENT_NONE);
     targetData(transportable).setTransportable(true);
     EXPECT_EQ(OBZ_OK, initAltNode(transportable));
@@ -177,7 +178,7 @@ TEST_F(InitAltNode, ATargetThatCannotBeImportedFails)
 {
     CNode target("<cdpfi>");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_import_fails");
+    expectTrace();
 }
 
 TEST_F(InitAltNode, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
@@ -185,16 +186,15 @@ TEST_F(InitAltNode, AnApplianceGroupOrImageThatTheStateNamesInVainFails)
     CNode target("/dev/sda");
     primaryData().m_timeImage = "KSV_Time_Image_1";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_unknown_image");
+    expectTrace("image");
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     m_trace.clear();
     primaryData().m_consistencyGroup = "cg9";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_unknown_group");
-    m_trace.clear();
+    expectTrace("group");
     primaryData().m_applianceName = "server9";
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_unknown_appliance");
+    expectTrace("appliance");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -203,15 +203,13 @@ TEST_F(InitAltNode, ATargetDeviceNameThatLeadsNowhereFails)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode tagOnly("<cdpfi>");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(tagOnly));
-    expectTrace("init_alt_node_prefix_only");
-    m_trace.clear();
+    expectTrace("prefix_only");
     CNode unclaimed(targetName("S9", "KSV_Check_Point_77").c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(unclaimed));
-    expectTrace("init_alt_node_unclaimed");
-    m_trace.clear();
+    expectTrace("unclaimed");
     CNode noImage(targetName("S1", "KSV_Check_Point_78").c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(noImage));
-    expectTrace("init_alt_node_no_image_of_checkpoint");
+    expectTrace("no_image_of_checkpoint");
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -221,7 +219,7 @@ TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode target("/dev/sda");
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_listed_image_of_state");
+    expectTrace();
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
     EXPECT_THAT(m_scenario.takeCommands(),
@@ -235,7 +233,7 @@ TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode target(m_target.c_str());
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_listed_image_of_target");
+    expectTrace();
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(CString("KSV_Time_Image_77"), targetData(target).m_timeImage);
     EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
@@ -272,7 +270,7 @@ TEST_F(InitAltNode, ATargetDeviceWhoseImageTheListDoesNotHoldEitherFails)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode target(m_target.c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_image_not_listed");
+    expectTrace();
     EXPECT_STREQ(m_target.c_str(), target->identity->name);
     EXPECT_THAT(m_scenario.takeCommands(),
                 ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_78\" \"cg1\""));
@@ -285,7 +283,7 @@ TEST_F(InitAltNode, AListThatIsRefusedIsAskedForOnceAndTheImportFails)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode target(m_target.c_str());
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_list_refused");
+    expectTrace();
     EXPECT_THAT(m_scenario.takeCommands(), ElementsAre(LIST_OF_IMAGES));
     m_scenario.refuseNothing();
     EXPECT_EQ(OBZ_OK, initAltNode(target)) << "the next call asks again";
@@ -299,7 +297,7 @@ TEST_F(InitAltNode, AListedImageThatCannotBeShownFailsAndIsAskedForAgainByTheNex
     primaryData().m_timeImage = "KSV_Time_Image_77";
     CNode target("/dev/sda");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_listed_image_not_shown");
+    expectTrace();
     m_scenario.refuseNothing();
     EXPECT_EQ(OBZ_OK, initAltNode(target));
     EXPECT_STREQ("/dev/imageS1", target->identity->name);
@@ -345,7 +343,7 @@ TEST_F(InitAltNode, AFailedListingDuringTheImportFailsWithTheTraceOfAnException)
     makeImage(target);
     m_scenario.refuse("kforutil listdisk");
     EXPECT_EQ(OBZ_ERR_FAILED, initAltNode(target));
-    expectTrace("init_alt_node_listing_fails");
+    expectTrace();
 }
 
 TEST_F(InitAltNode, AnImportMayBeRepeated)
@@ -356,7 +354,7 @@ TEST_F(InitAltNode, AnImportMayBeRepeated)
     obzx_objid* const imported = target->identity;
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, initAltNode(target));
-    expectTrace("init_alt_node_again");
+    expectTrace();
     EXPECT_EQ(imported, target->identity) << "the path is the name already";
 }
 

@@ -39,7 +39,7 @@ TEST_F(Lifecycle, InitReadsTheConfigurationAnnouncesTheFimAndLoadsTheInventory)
 {
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     EXPECT_EQ(OBZ_OK, init());
-    expectTrace("init");
+    expectTrace();
     ASSERT_EQ(1u, plugin().getAnnouncedFims().size());
     const SFiAnnouncedFim fim = plugin().getAnnouncedFims().front();
     EXPECT_EQ("Lumora", fim.m_fimName);
@@ -70,7 +70,7 @@ TEST_F(Lifecycle, ALineOfTheConfigurationThatCannotBeReadIsTracedOnceByEachStart
 TEST_F(Lifecycle, WithoutAnApplianceInitFailsAndRegistersNothing)
 {
     EXPECT_EQ(OBZ_ERR_INIT, init());
-    expectTrace("init_no_appliance");
+    expectTrace();
     EXPECT_THAT(plugin().getAnnouncedFims(), IsEmpty());
     EXPECT_FALSE(makesProviderData());
     EXPECT_EQ(0u, errors()->size());
@@ -118,7 +118,7 @@ TEST_F(Lifecycle, WhenNoApplianceIsValidInitFailsAfterTheCatalogAndThePrivateDat
     m_scenario.addAppliance("server2", {});
     removeShell();
     EXPECT_EQ(OBZ_ERR_INIT, init("fr"));
-    expectTrace("init_no_valid_appliance");
+    expectTrace();
     EXPECT_THAT(plugin().getAnnouncedFims(), IsEmpty());
     EXPECT_TRUE(makesProviderData());
     std::string pattern;
@@ -137,7 +137,7 @@ TEST_F(Lifecycle, TheFimsOfAllAppliancesAreAnnouncedWithoutLookingForDuplicates)
     m_scenario.addAppliance("server1", {});
     m_scenario.addAppliance("server2", {});
     EXPECT_EQ(OBZ_OK, init());
-    expectTrace("init_two_appliances");
+    expectTrace();
     EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
 }
 
@@ -148,7 +148,7 @@ TEST_F(Lifecycle, WithOneValidAndOneInvalidApplianceTheFimsOfBothAreAnnounced)
     m_scenario.addAppliance("server2", {});
     m_trace.onLine("L3 CCDPPlugin::init - Found a valid Appliance.", [this] { removeShell(); });
     EXPECT_EQ(OBZ_OK, init());
-    expectTrace("init_one_valid_appliance");
+    expectTrace();
     EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
 }
 
@@ -157,7 +157,7 @@ TEST_F(Lifecycle, AnApplianceThatAnswersNothingDoesNotKeepTheProviderFromStartin
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     m_scenario.refuse("server1: *");
     EXPECT_EQ(OBZ_OK, init());
-    expectTrace("init_mute_appliance");
+    expectTrace();
 }
 
 TEST_F(Lifecycle, AnExceptionOnTheWayUpIsReportedOnTheErrorStack)
@@ -165,7 +165,7 @@ TEST_F(Lifecycle, AnExceptionOnTheWayUpIsReportedOnTheErrorStack)
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     m_scenario.refuse("kforutil listdisk");
     EXPECT_EQ(OBZ_ERR_INIT, init());
-    expectTrace("init_listing_fails");
+    expectTrace();
     const auto message = errors()->top();
     ASSERT_TRUE(message);
     EXPECT_EQ("MSG_ERROR_INITIALIZATION_FAILED", message->getMessageId());
@@ -196,7 +196,7 @@ TEST_F(Lifecycle, ALaterInitReadsTheConfigurationAgain)
     m_scenario.addAppliance("server2", {{"cg2", {"S2"}}});
     m_trace.clear();
     ASSERT_EQ(OBZ_OK, init());
-    expectTrace("init_again");
+    expectTrace();
     EXPECT_EQ(2u, plugin().getAnnouncedFims().size());
     CNode group("cg2");
     EXPECT_EQ(OBZ_OK, initNode(group));
@@ -215,7 +215,7 @@ TEST_F(Lifecycle, DelayedInitAndFiniOnlyTraceTheirLife)
     start();
     EXPECT_EQ(OBZ_OK, plugin().delayedInit());
     EXPECT_EQ(OBZ_OK, plugin().fini());
-    expectTrace("delayed_init_and_fini");
+    expectTrace();
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 
@@ -234,7 +234,7 @@ TEST_F(Lifecycle, ProviderInfoIsOneNodeAlsoBeforeInit)
     m_scenario.addAppliance("server1", {});
     start();
     EXPECT_EQ(OBZ_OK, plugin().getProviderInfo(&provider));
-    expectTrace("get_provider_info");
+    expectTrace();
     ASSERT_NE(nullptr, provider);
     EXPECT_STREQ("cdpfi", provider->name);
     EXPECT_EQ(nullptr, provider->next);
@@ -250,7 +250,7 @@ TEST_F(Lifecycle, FimsOfEveryApplianceAreEnumerated)
     m_scenario.addAppliance("server2", {});
     start();
     EXPECT_EQ(OBZ_OK, plugin().enumerateFims(&fims));
-    expectTrace("enumerate_fims");
+    expectTrace();
     ASSERT_NE(nullptr, fims);
     EXPECT_STREQ("Lumora", fims->name);
     EXPECT_STREQ("6.5", fims->version);

@@ -1,8 +1,8 @@
 #include <sstream>
 
 #include "framework/include/cfiprivatedata.h"
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -35,7 +35,7 @@ TEST_F(Nodes, ADeviceNodeRecordsItsApplianceGroupAndSerial)
 {
     CNode node("<cdpfi>S1");
     EXPECT_EQ(OBZ_OK, initNode(node));
-    expectTrace("init_node_device");
+    expectTrace();
     const CCDPPrivateData* data = plugin().GetPrivateData(node.get());
     ASSERT_NE(nullptr, data);
     EXPECT_EQ(CString("Lumora"), data->m_applianceType);
@@ -51,7 +51,7 @@ TEST_F(Nodes, AGroupNodeIsTakenByItsGroupsName)
 {
     CNode group("cg1");
     EXPECT_EQ(OBZ_OK, initNode(group));
-    expectTrace("init_node_group");
+    expectTrace();
     const CCDPPrivateData* data = plugin().GetPrivateData(group.get());
     ASSERT_NE(nullptr, data);
     EXPECT_EQ(CString("cg1"), data->m_serialNo);
@@ -88,7 +88,7 @@ TEST_F(Nodes, ANodeNamedLikeThePrefixAloneIsRefused)
 {
     CNode node("<cdpfi>");
     EXPECT_EQ(OBZ_ERR_FAILED, initNode(node));
-    expectTrace("init_node_prefix_only");
+    expectTrace();
     EXPECT_EQ(nullptr, node->combos);
     EXPECT_EQ(0, node->value);
 }
@@ -97,11 +97,10 @@ TEST_F(Nodes, ANodeThatNoApplianceClaimsIsRefusedAndLeavesNothingBehind)
 {
     CNode device("<cdpfi>S9");
     EXPECT_EQ(OBZ_ERR_FAILED, initNode(device));
-    expectTrace("init_node_unclaimed_device");
-    m_trace.clear();
+    expectTrace("device");
     CNode group("cg9");
     EXPECT_EQ(OBZ_ERR_FAILED, initNode(group));
-    expectTrace("init_node_unclaimed_group");
+    expectTrace("group");
     EXPECT_EQ(nullptr, group->private_data);
     EXPECT_EQ(0u, privateDataCount());
 }
@@ -112,7 +111,7 @@ TEST_F(Nodes, ANullNodeIsInvalidAndANamelessOneFails)
     obz_domain nameless{};
     m_trace.clear();
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
-    expectTrace("init_node_nameless");
+    expectTrace();
     obzx_objid identity{};
     nameless.identity = &identity;
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initNode(&nameless, nullptr, 0, nullptr));
@@ -126,7 +125,7 @@ TEST_F(Nodes, ADeviceNodeOfAKnownGroupNodeIsTracedLikeAnyOther)
     m_trace.clear();
     CNode node("<cdpfi>S2");
     ASSERT_EQ(OBZ_OK, initNode(node));
-    expectTrace("init_node_device_of_group_node");
+    expectTrace();
 }
 
 TEST_F(Nodes, ANodeThatComesAgainKeepsOneSetOfCombinations)
@@ -228,7 +227,7 @@ TEST_F(Nodes, DeinitGivesTheCombinationsAndThePrivateDataBack)
     ASSERT_EQ(OBZ_OK, initNode(node));
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
-    expectTrace("deinit_node_no_group_node");
+    expectTrace();
     EXPECT_EQ(nullptr, node->combos);
     EXPECT_EQ(nullptr, node->private_data);
     EXPECT_EQ(0u, privateDataCount());
@@ -240,11 +239,11 @@ TEST_F(Nodes, DeinitOfTheGroupNodeEndsItsEntry)
     ASSERT_EQ(OBZ_OK, initNode(group));
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(group.get()));
-    expectTrace("deinit_node_group");
     std::ostringstream address;
     address << std::hex << reinterpret_cast<uintptr_t>(group.get());
     EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found map entry for ConsistencyGroup [cg1] with addres " +
                             address.str()));
+    expectTrace();
     CNode node("<cdpfi>S1");
     ASSERT_EQ(OBZ_OK, initNode(node));
     EXPECT_EQ(nullptr, node->combos->quiesce->group);
@@ -258,7 +257,7 @@ TEST_F(Nodes, DeinitOfADeviceNodeKeepsItsGroupsEntry)
     ASSERT_EQ(OBZ_OK, initNode(first));
     m_trace.clear();
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(first.get()));
-    expectTrace("deinit_node_device");
+    expectTrace();
     CNode second("<cdpfi>S2");
     ASSERT_EQ(OBZ_OK, initNode(second));
     EXPECT_EQ(group.get(), second->combos->quiesce->group);
@@ -280,7 +279,7 @@ TEST_F(Nodes, DeinitOfANodeThatWasNeverSetUpDoesNothing)
 {
     CNode node("<cdpfi>S1");
     EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
-    expectTrace("deinit_node_unknown");
+    expectTrace();
     EXPECT_EQ(OBZ_ERR_INVALID_ARG, plugin().deInitNode(nullptr));
 }
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "providers/cdp/lmr/lmr_appliance.h"
+#include "providers/cdp/tests/support/expected_file.h"
 
 namespace cdpfi {
 
@@ -113,6 +114,11 @@ std::string CPluginTest::checkPoint()
 std::string CPluginTest::timeImage()
 {
     return "KSV_Time_Image_" + std::to_string(getpid());
+}
+
+void CPluginTest::expectTrace(const std::string& part)
+{
+    expectFile(EXPECTED_FOLDER, part.empty() ? ".trace" : "." + part + ".trace", joined(m_trace.take()));
 }
 
 std::string str(const CString& text)

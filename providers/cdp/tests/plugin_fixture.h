@@ -13,7 +13,7 @@
 #include "pdk/include/cficontextsingleton.h"
 #include "providers/cdp/cdp_plugin.h"
 #include "providers/cdp/tests/scenario.h"
-#include "providers/cdp/tests/trace_recorder.h"
+#include "providers/cdp/tests/support/trace_recorder.h"
 
 extern "C" {
 OBZX_FI_DECLARE(cdpfi, init);
@@ -69,7 +69,9 @@ class CPluginTest : public testing::Test
     static std::string targetName(const std::string& serial, const std::string& checkPoint);
     static std::string checkPoint();
     static std::string timeImage();
-    void expectTrace(const std::string& name) { m_trace.expect(name, m_scenario.root().string()); }
+    /// Compares what was traced since the last look, all of it, with the file of the running test,
+    /// expected/<suite>/<test>[.<part>].trace.
+    void expectTrace(const std::string& part = "");
 
     CScenario m_scenario;
     CTraceRecorder m_trace;

@@ -10,7 +10,7 @@
 #include <utility>
 
 #include "framework/include/obzx_runtime.h"
-#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 

@@ -1,7 +1,7 @@
 #include <cstring>
 
-#include "providers/cdp/tests/memory_faults.h"
 #include "providers/cdp/tests/plugin_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -32,7 +32,7 @@ TEST_F(ProviderState, AStateGoesOutOfOneNodeAndIntoAnother)
     m_trace.clear();
     obz_blob blob{};
     ASSERT_EQ(OBZ_OK, process(from, &blob, OBZ_STATE_GET));
-    expectTrace("provider_state_get");
+    expectTrace("get");
     EXPECT_STREQ(
         "<ApplianceType>Lumora</ApplianceType>\n<ApplianceName>server1</ApplianceName>\n"
         "<ConsistencyGroup>cg1</ConsistencyGroup>\n<TimeImage></TimeImage>\n<CheckPointName></CheckPointName>\n"
@@ -42,7 +42,7 @@ TEST_F(ProviderState, AStateGoesOutOfOneNodeAndIntoAnother)
     m_trace.clear();
     CNode to("<cdpfi>elsewhere");
     EXPECT_EQ(OBZ_OK, process(to, &blob, OBZ_STATE_SET));
-    expectTrace("provider_state_set");
+    expectTrace("set");
     const CCDPPrivateData* data = plugin().GetPrivateData(to.get());
     ASSERT_NE(nullptr, data);
     EXPECT_EQ(CString("server1"), data->m_applianceName);
@@ -67,7 +67,7 @@ TEST_F(ProviderState, AnotherEncodingIsTracedAndGivesZero)
     char text[] = "<SerialNo>S2</SerialNo>";
     obz_blob blob = {sizeof text, text, 7};
     EXPECT_EQ(OBZ_OK, process(node, &blob, OBZ_STATE_SET));
-    expectTrace("provider_state_other_encoding");
+    expectTrace();
     EXPECT_EQ(CString(""), plugin().GetPrivateData(node.get())->m_serialNo);
 }
 
@@ -81,7 +81,7 @@ TEST_F(ProviderState, ABlobWithoutDataOrSizeTracesNothingButTheFunction)
     for (obz_blob* blob : {&withoutData, &withoutSize}) {
         m_trace.clear();
         EXPECT_EQ(OBZ_OK, process(node, blob, OBZ_STATE_SET));
-        expectTrace("provider_state_empty_blob");
+        expectTrace();
         EXPECT_EQ(CString("S1"), plugin().GetPrivateData(node.get())->m_serialNo);
     }
 }
@@ -91,10 +91,9 @@ TEST_F(ProviderState, WhatCannotBeServedGivesThree)
     CNode node("<cdpfi>S1");
     obz_blob blob{};
     EXPECT_EQ(3, process(node, &blob, OBZ_STATE_GET)) << "no private data";
-    expectTrace("provider_state_without_data");
-    m_trace.clear();
+    expectTrace("without_data");
     EXPECT_EQ(3, process(node, &blob, 2));
-    expectTrace("provider_state_other_operation");
+    expectTrace("other_operation");
     EXPECT_EQ(3, process(node, nullptr, OBZ_STATE_SET));
     EXPECT_EQ(3, plugin().processProviderState(nullptr, &blob, OBZ_STATE_GET));
     obz_domain nameless{};
@@ -138,7 +137,7 @@ TEST_F(ProviderState, RestoreAndDeportAreAcceptedWithoutDoingAnything)
 {
     EXPECT_EQ(OBZ_OK, plugin().restore(nullptr, nullptr, 0, nullptr, nullptr, nullptr, nullptr, 0, nullptr));
     EXPECT_EQ(OBZ_OK, plugin().deportTree(nullptr, nullptr, nullptr));
-    expectTrace("restore_and_deport");
+    expectTrace();
     EXPECT_THAT(m_scenario.takeCommands(), IsEmpty());
 }
 

@@ -43,34 +43,34 @@ TEST_F(Registry, RsurlIsFoundAnywhereInALine)
 {
     initialize("RSURL=alpha:1\n# RSURL=beta:2\nXRSURL=gamma");
     EXPECT_THAT(names(), ElementsAre("alpha", "beta", "gamma"));
-    expectTrace("registry_initialize");
+    expectTrace();
 }
 
 TEST_F(Registry, BlanksBelongToTheName)
 {
     initialize("RSURL = alpha:1\nRSURL=beta :2");
-    expectTrace("registry_blanks");
+    expectTrace();
     EXPECT_THAT(names(), ElementsAre(" alpha", "beta "));
 }
 
 TEST_F(Registry, LineOfThreePiecesIsSkipped)
 {
     initialize("RSURL=a=b");
-    expectTrace("registry_three_pieces");
+    expectTrace();
     EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(Registry, LinesThatAreNoPairAreSkipped)
 {
     initialize("RSURL\nRSURL=\nRSURL:alpha\nOTHER=x\nrsurl=x\n\nRSURL=::\n");
-    expectTrace("registry_no_pairs");
+    expectTrace();
     EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(Registry, EmptyPiecesDoNotCount)
 {
     initialize("RSURL==alpha\nRSURL=:beta:1");
-    expectTrace("registry_empty_pieces");
+    expectTrace();
     EXPECT_THAT(names(), ElementsAre("alpha", "beta"));
 }
 
@@ -80,7 +80,7 @@ TEST_F(Registry, ALaterLineForTheSameNameReplacesTheAppliance)
     const CAppliancePtr first = m_registry.getApplianceInstance("alpha");
     m_trace.clear();
     initialize("RSURL=alpha:1\nRSURL=alpha:2\n");
-    expectTrace("registry_same_name");
+    expectTrace();
     EXPECT_THAT(names(), ElementsAre("alpha"));
     EXPECT_NE(first, m_registry.getApplianceInstance("alpha"));
 }
@@ -94,14 +94,14 @@ TEST_F(Registry, NamesAreOrderedByByte)
 TEST_F(Registry, AnEmptyFileNamesNoAppliance)
 {
     initialize("");
-    expectTrace("registry_empty_file");
+    expectTrace();
     EXPECT_THAT(names(), IsEmpty());
 }
 
 TEST_F(Registry, AMissingOrUnusableFileNamesNoAppliance)
 {
     traced().initialize();
-    expectTrace("registry_missing_file");
+    expectTrace();
     EXPECT_THAT(names(), IsEmpty());
     std::filesystem::create_directories(m_scenario.root() / "etc/qz/hls.conf");
     m_registry.initialize();
@@ -132,7 +132,7 @@ TEST_F(Registry, OfTwoAppliancesThatClaimADeviceTheFirstByNameIsTakenAndTheOther
     const CAppliancePtr appliance = m_registry.getClaimAppliance("S1");
     ASSERT_TRUE(appliance);
     EXPECT_EQ(CString("a"), appliance->getName());
-    expectTrace("registry_claim");
+    expectTrace();
 }
 
 TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
@@ -142,7 +142,7 @@ TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
     m_registry.initializeAppliances();
     m_trace.clear();
     EXPECT_FALSE(m_registry.getClaimAppliance("S2"));
-    expectTrace("registry_no_claim");
+    expectTrace();
     EXPECT_FALSE(CCDPApplianceFactory().getClaimAppliance("S1")) << "no appliance at all";
 }
 
@@ -153,7 +153,7 @@ TEST_F(Registry, AppliancesAreInitializedInNameOrder)
     traced().initialize();
     m_trace.clear();
     m_registry.initializeAppliances();
-    expectTrace("registry_initialize_appliances");
+    expectTrace();
     EXPECT_THAT(m_scenario.takeCommands(),
                 ElementsAre("kforutil listdisk", "a: list hosts", "a: show host \"192.0.2.1\"",
                             "a: show host \"192.0.2.77\"", "a: list cgroups", "kforutil listdisk", "b: list hosts",

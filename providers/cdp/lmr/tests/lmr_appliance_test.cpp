@@ -6,7 +6,7 @@
 #include <random>
 
 #include "providers/cdp/lmr/listings/lmr_text.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
@@ -16,10 +16,10 @@ using CLines = std::vector<std::string>;
 
 constexpr int QUIET = 2;  // below the level of the look-ups' lines
 
-class CLmrAppliance : public CLmrTest
+class Appliance : public CFakeToolTest
 {
   protected:
-    CLmrAppliance() : m_appliance(makeAppliance("alpha"))
+    Appliance() : m_appliance(makeAppliance("alpha"))
     {
         setUpTool();
         setUpDevices();
@@ -77,10 +77,10 @@ class CLmrAppliance : public CLmrTest
         return -1;
     }
 
-    CApplianceTestPtr m_appliance;
+    CLMRAppliancePtr m_appliance;
 };
 
-TEST_F(CLmrAppliance, DescribesItself)
+TEST_F(Appliance, DescribesItself)
 {
     EXPECT_STREQ("Lumora", m_appliance->getApplianceType().c_str());
     EXPECT_STREQ("Lumora", m_appliance->getSplitName().c_str());
@@ -101,7 +101,7 @@ TEST_F(CLmrAppliance, DescribesItself)
     EXPECT_EQ("6.5", list[0].m_version);
 }
 
-TEST_F(CLmrAppliance, StartsEmpty)
+TEST_F(Appliance, StartsEmpty)
 {
     EXPECT_TRUE(m_appliance->getVolumeList().empty());
     EXPECT_TRUE(m_appliance->getTimeImageList().empty());
@@ -112,36 +112,35 @@ TEST_F(CLmrAppliance, StartsEmpty)
     EXPECT_EQ(7, m_appliance->manageStorage());
 }
 
-TEST_F(CLmrAppliance, VerifyTellsWhetherTheShellIsThere)
+TEST_F(Appliance, VerifyTellsWhetherTheShellIsThere)
 {
     EXPECT_FALSE(m_appliance->verify());
     EXPECT_EQ((CLines{"L3 CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value 2 for "
                       "/opt/QXPKlm/bin/lmsh"}),
               takeTrace());
-    std::filesystem::create_directories(root() + "/opt/QXPKlm/bin");
-    writeFile(root() + "/opt/QXPKlm/bin/lmsh", "#!/bin/sh\n");
-    ::chmod((root() + "/opt/QXPKlm/bin/lmsh").c_str(), 0755);
+    root().write("opt/QXPKlm/bin/lmsh", "#!/bin/sh\n");
+    ::chmod((root() / "opt/QXPKlm/bin/lmsh").c_str(), 0755);
     EXPECT_TRUE(m_appliance->verify());
     EXPECT_EQ((CLines{"L3 CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value 0 for "
                       "/opt/QXPKlm/bin/lmsh"}),
               takeTrace());
 }
 
-TEST_F(CLmrAppliance, LunOfAPathComesFromTheDeviceTable)
+TEST_F(Appliance, LunOfAPathComesFromTheDeviceTable)
 {
     loadDisks({{"/dev/sdb", "S1"}});
     EXPECT_STREQ("S1", m_appliance->findLun("/dev/sdb").c_str());
     expectCall();
 }
 
-TEST_F(CLmrAppliance, TextThatIsNoPathIsItsOwnLun)
+TEST_F(Appliance, TextThatIsNoPathIsItsOwnLun)
 {
     EXPECT_STREQ("S1", m_appliance->findLun("S1").c_str());
     EXPECT_STREQ("", m_appliance->findLun("").c_str());
     expectCall();
 }
 
-TEST_F(CLmrAppliance, LunOfAnUnknownPathIsEmptyAndThePathBecomesKnown)
+TEST_F(Appliance, LunOfAnUnknownPathIsEmptyAndThePathBecomesKnown)
 {
     EXPECT_STREQ("", m_appliance->findLun("/dev/sdx").c_str());
     EXPECT_STREQ("", m_appliance->findLun("x/dev/y").c_str());  // "/dev/" may stand anywhere
@@ -151,7 +150,7 @@ TEST_F(CLmrAppliance, LunOfAnUnknownPathIsEmptyAndThePathBecomesKnown)
     EXPECT_STREQ("S2", m_appliance->findLun("x/dev/y").c_str());
 }
 
-TEST_F(CLmrAppliance, LooksUpNothingBeforeItIsInitialized)
+TEST_F(Appliance, LooksUpNothingBeforeItIsInitialized)
 {
     CLMRAppliance::setCLMRDeviceManagerSingletonPtr({});
     EXPECT_STREQ("", m_appliance->findLun("/dev/sdb").c_str());
@@ -161,7 +160,7 @@ TEST_F(CLmrAppliance, LooksUpNothingBeforeItIsInitialized)
     EXPECT_STREQ("", path.c_str());
 }
 
-TEST_F(CLmrAppliance, GroupOfADeviceIsFoundAndTheWalkIsTraced)
+TEST_F(Appliance, GroupOfADeviceIsFoundAndTheWalkIsTraced)
 {
     loadGroups({{"a", {"S1", "S2"}}, {"b", {"S3", "S4"}}, {"c", {"S3"}}});
     loadDisks({{"/dev/sdb", "S3"}});
@@ -169,28 +168,28 @@ TEST_F(CLmrAppliance, GroupOfADeviceIsFoundAndTheWalkIsTraced)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, GroupNameStandsForADevice)
+TEST_F(Appliance, GroupNameStandsForADevice)
 {
     loadGroups({{"a", {"S1"}}, {"b", {"S2"}}});
     EXPECT_EQ(1, position(m_appliance->getAssociatedConsistencyGroup("b")));
     expectCall();
 }
 
-TEST_F(CLmrAppliance, DeviceOfNoGroupIsWalkedToTheEnd)
+TEST_F(Appliance, DeviceOfNoGroupIsWalkedToTheEnd)
 {
     loadGroups({{"a", {"S1"}}});
     EXPECT_FALSE(m_appliance->getAssociatedConsistencyGroup("/dev/none"));
     expectCall();
 }
 
-TEST_F(CLmrAppliance, GroupThatIsNamedLikeTheLunOfALaterOneIsTaken)
+TEST_F(Appliance, GroupThatIsNamedLikeTheLunOfALaterOneIsTaken)
 {
     loadGroups({{"S1", {"S0"}}, {"b", {"S1"}}});
     EXPECT_EQ(0, position(m_appliance->getAssociatedConsistencyGroup("S1")));
     expectCall();
 }
 
-TEST_F(CLmrAppliance, FirstGroupInListOrderWins)
+TEST_F(Appliance, FirstGroupInListOrderWins)
 {
     loadGroups({{"z", {"S1", "S1"}}, {"S2", {"S1"}}, {"a", {"S2", "z", "a"}}, {"S3", {"S3", "a"}}});
     EXPECT_EQ(0, positionFor("S1"));
@@ -202,14 +201,14 @@ TEST_F(CLmrAppliance, FirstGroupInListOrderWins)
     EXPECT_EQ(-1, positionFor("S11"));
 }
 
-TEST_F(CLmrAppliance, EmptyIdIsOfNoGroup)
+TEST_F(Appliance, EmptyIdIsOfNoGroup)
 {
     loadGroups({{"", {"S1"}}, {"b", {" "}}});
     EXPECT_EQ(-1, positionFor("/dev/unknown"));
     EXPECT_EQ(-1, positionFor(""));
 }
 
-TEST_F(CLmrAppliance, DevicesAddedAndNamesChangedAfterTheLoadAreFound)
+TEST_F(Appliance, DevicesAddedAndNamesChangedAfterTheLoadAreFound)
 {
     loadGroups({{"a", {"S1"}}, {"b", {}}});
     const auto groups = m_appliance->getConsistencyGroupList();
@@ -223,7 +222,7 @@ TEST_F(CLmrAppliance, DevicesAddedAndNamesChangedAfterTheLoadAreFound)
     EXPECT_EQ(0, positionFor("S1"));
 }
 
-TEST_F(CLmrAppliance, GroupsOutliveTheirAppliance)
+TEST_F(Appliance, GroupsOutliveTheirAppliance)
 {
     loadGroups({{"a", {"S1"}}});
     const CConsistencyGroupPtr group = m_appliance->getConsistencyGroup("a");
@@ -233,7 +232,7 @@ TEST_F(CLmrAppliance, GroupsOutliveTheirAppliance)
     EXPECT_EQ(2U, group->getDeviceList().size());
 }
 
-TEST_F(CLmrAppliance, IndexAnswersWhatTheWalkAnswers)
+TEST_F(Appliance, IndexAnswersWhatTheWalkAnswers)
 {
     std::mt19937 random(20240501);
     const auto draw = [&](unsigned range) { return static_cast<unsigned>(random() % range); };
@@ -273,7 +272,7 @@ TEST_F(CLmrAppliance, IndexAnswersWhatTheWalkAnswers)
     }
 }
 
-TEST_F(CLmrAppliance, InterposesTheDeviceOfAGroup)
+TEST_F(Appliance, InterposesTheDeviceOfAGroup)
 {
     loadGroups({{"a", {"S1"}}});
     EXPECT_TRUE(m_appliance->interpose("S1"));
@@ -286,7 +285,7 @@ TEST_F(CLmrAppliance, InterposesTheDeviceOfAGroup)
     EXPECT_TRUE(takeTrace().empty());
 }
 
-TEST_F(CLmrAppliance, ImportTakesTheFirstPathOfTheLun)
+TEST_F(Appliance, ImportTakesTheFirstPathOfTheLun)
 {
     loadDisks({{"/dev/sdc", "S1"}, {"/dev/sdb", "S1"}, {"/dev/sda", "S2"}});
     CString path = "old";
@@ -295,7 +294,7 @@ TEST_F(CLmrAppliance, ImportTakesTheFirstPathOfTheLun)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, ImportOfAnUnknownLunRefreshesFourTimes)
+TEST_F(Appliance, ImportOfAnUnknownLunRefreshesFourTimes)
 {
     setScenario(answerTo("[discover]", "") + diskAnswer({{"/dev/sdb", "S1"}}));
     CString path = "old";
@@ -304,7 +303,7 @@ TEST_F(CLmrAppliance, ImportOfAnUnknownLunRefreshesFourTimes)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, ImportOfAnEmptySerialNeverMatches)
+TEST_F(Appliance, ImportOfAnEmptySerialNeverMatches)
 {
     setScenario(answerTo("[discover]", "") + diskAnswer({{"/dev/sdb", "S1"}}));
     m_appliance->findLun("/dev/nobody");
@@ -314,7 +313,7 @@ TEST_F(CLmrAppliance, ImportOfAnEmptySerialNeverMatches)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, ImportFindsTheLunOnceItShows)
+TEST_F(Appliance, ImportFindsTheLunOnceItShows)
 {
     setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 2\noutput\nDisks\nx\ny\n.\nexit 0\n" +
                 diskAnswer({{"/dev/sdb", "S1"}}));
@@ -324,7 +323,7 @@ TEST_F(CLmrAppliance, ImportFindsTheLunOnceItShows)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, ImportFindsTheLunInTheLastPass)
+TEST_F(Appliance, ImportFindsTheLunInTheLastPass)
 {
     setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 3\noutput\nDisks\nx\ny\n.\nexit 0\n" +
                 diskAnswer({{"/dev/sdb", "S1"}}));
@@ -334,7 +333,7 @@ TEST_F(CLmrAppliance, ImportFindsTheLunInTheLastPass)
     expectCall();
 }
 
-TEST_F(CLmrAppliance, ImportPassesTheFailureOfAListingOn)
+TEST_F(Appliance, ImportPassesTheFailureOfAListingOn)
 {
     loadDisks({{"/dev/sdb", "S2"}});
     setScenario(answerTo("[discover]", "") + answerTo("[listdisk]", "gone\n", 6));

@@ -11,8 +11,8 @@
 #include <filesystem>
 
 #include "framework/include/cfiplatformerror.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
-#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 namespace {
@@ -20,25 +20,25 @@ namespace {
 using namespace obzx_pdk_4_4;
 using CLines = std::vector<std::string>;
 
-class CLmrApplianceTool : public CLmrTest
+class ApplianceTool : public CFakeToolTest
 {
 };
 
-TEST_F(CLmrApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
+TEST_F(ApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nfirst\n\nthird\n.\nexit 0\n");
     CLines lines = {"old"};
     EXPECT_EQ(0, tool->execLMSH("alpha", " list  hosts ", lines));
     EXPECT_EQ((CLines{"first", "", "third"}), lines);
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                       "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].", "L6 Line [0] = [first]",
                       "L6 Line [1] = []", "L6 Line [2] = [third]",
-                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
               takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
+TEST_F(ApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
@@ -47,7 +47,7 @@ TEST_F(CLmrApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
     EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
 }
 
-TEST_F(CLmrApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
+TEST_F(ApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
@@ -56,57 +56,57 @@ TEST_F(CLmrApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
     EXPECT_EQ("=== lmsh\nserver al pha\none\n two \n\nthree\nexit\n", takeSent());
 }
 
-TEST_F(CLmrApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
+TEST_F(ApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     // The shell of this test lists the script that is its standard input.
-    writeFile(root() + "/tools/list", "#!/bin/sh\nstat -L -c %a /dev/stdin\nls \"$TMPDIR\" | wc -l\n");
-    ::chmod((root() + "/tools/list").c_str(), 0700);
-    tool->setShell({"list", CString((root() + "/tools/").c_str())});
+    root().write("tools/list", "#!/bin/sh\nstat -L -c %a /dev/stdin\nls \"$TMPDIR\" | wc -l\n");
+    ::chmod((root() / "tools/list").c_str(), 0700);
+    tool->setShell({"list", CString((root() / "tools/").c_str())});
     CLines lines;
     EXPECT_EQ(0, tool->execLMSH("alpha", "x", lines));
     EXPECT_EQ((CLines{"600", "1"}), lines);
     EXPECT_EQ(0U, countScripts());
 }
 
-TEST_F(CLmrApplianceTool, EmptyServerIsRefusedWithoutAScript)
+TEST_F(ApplianceTool, EmptyServerIsRefusedWithoutAScript)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
     CLines lines = {"old"};
-    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);  // a script could not even be made
+    ::setenv("TMPDIR", (root() / "missing").c_str(), 1);  // a script could not even be made
     EXPECT_EQ(-1, tool->execLMSH("", "x", lines));
     EXPECT_TRUE(lines.empty());
     EXPECT_EQ("", takeSent());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                       "L1 CLMRApplianceTool::execLMSH - No server is specified",
-                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
               takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, EmptyCommandIsRefusedWithoutAScript)
+TEST_F(ApplianceTool, EmptyCommandIsRefusedWithoutAScript)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
     CLines lines = {"old"};
-    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);
+    ::setenv("TMPDIR", (root() / "missing").c_str(), 1);
     EXPECT_EQ(-1, tool->execLMSH("alpha", "", lines));
     EXPECT_TRUE(lines.empty());
     EXPECT_EQ("", takeSent());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                       "L1 CLMRApplianceTool::execLMSH - No command is specified",
-                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
               takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, EmptyServerIsNamedBeforeTheEmptyCommand)
+TEST_F(ApplianceTool, EmptyServerIsNamedBeforeTheEmptyCommand)
 {
     CLines lines;
     EXPECT_EQ(-1, setUpTool()->execLMSH("", "", lines));
     EXPECT_EQ("L1 CLMRApplianceTool::execLMSH - No server is specified", takeTrace().at(1));
 }
 
-TEST_F(CLmrApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
+TEST_F(ApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("exit 0\n");
@@ -121,7 +121,7 @@ TEST_F(CLmrApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
     EXPECT_EQ("", takeSent());
 }
 
-TEST_F(CLmrApplianceTool, FailedCommandTracesItsOutputRunTogetherAndKeepsTheLines)
+TEST_F(ApplianceTool, FailedCommandTracesItsOutputRunTogetherAndKeepsTheLines)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nno such\ngroup\n.\nexit 3\n");
@@ -129,14 +129,14 @@ TEST_F(CLmrApplianceTool, FailedCommandTracesItsOutputRunTogetherAndKeepsTheLine
     EXPECT_EQ(11, tool->execLMSH("alpha", " show ", lines));
     EXPECT_EQ((CLines{"no such", "group"}), lines);
     EXPECT_EQ(0U, countScripts());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                       "L6 CLMRApplianceTool::execLMSH - Running command [ show ].",
                       "L2 CLI Command [ show ] failed with error [3] and output \n[no suchgroup]\n.",
-                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
               takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, KilledShellIsAFailedCommand)
+TEST_F(ApplianceTool, KilledShellIsAFailedCommand)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nhalf\n.\nsignal 9\n");
@@ -146,7 +146,7 @@ TEST_F(CLmrApplianceTool, KilledShellIsAFailedCommand)
     EXPECT_EQ("L2 CLI Command [x] failed with error [137] and output \n[half]\n.", takeTrace().at(2));
 }
 
-TEST_F(CLmrApplianceTool, MissingShellIsAFailedCommand)
+TEST_F(ApplianceTool, MissingShellIsAFailedCommand)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     tool->setShell({"nothing", "/nowhere/"});
@@ -157,7 +157,7 @@ TEST_F(CLmrApplianceTool, MissingShellIsAFailedCommand)
     EXPECT_EQ("L2 CLI Command [x] failed with error [2] and output \n[]\n.", takeTrace().at(2));
 }
 
-TEST_F(CLmrApplianceTool, RunnerWithoutAShellFails)
+TEST_F(ApplianceTool, RunnerWithoutAShellFails)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     tool->setShell({});
@@ -166,7 +166,7 @@ TEST_F(CLmrApplianceTool, RunnerWithoutAShellFails)
     EXPECT_EQ(0U, countScripts());
 }
 
-TEST_F(CLmrApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMessage)
+TEST_F(ApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMessage)
 {
     writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
     const CLMRApplianceToolPtr tool = setUpTool();
@@ -176,16 +176,16 @@ TEST_F(CLmrApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMess
     EXPECT_EQ((CLines{"first", "second"}), lines);
     EXPECT_EQ(0U, countScripts());
     EXPECT_EQ(
-        (CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+        (CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                 "L6 CLMRApplianceTool::execLMSH - Running command [x].",
                 "L1 CFiExecPipePosix::Exec - Command [\"<root>/tools/lmsh\"] did not end within 1 seconds and was "
                 "stopped",
                 "L6 Line [0] = [first]", "L6 Line [1] = [second]",
-                "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
         takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, WithoutATraceLogNothingIsTraced)
+TEST_F(ApplianceTool, WithoutATraceLogNothingIsTraced)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     tool->registerTraceLog({});
@@ -197,17 +197,17 @@ TEST_F(CLmrApplianceTool, WithoutATraceLogNothingIsTraced)
     EXPECT_EQ(CLines(), takeTrace());
 }
 
-TEST_F(CLmrApplianceTool, MissingTemporaryDirectoryReachesTheCaller)
+TEST_F(ApplianceTool, MissingTemporaryDirectoryReachesTheCaller)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
-    ::setenv("TMPDIR", (root() + "/missing").c_str(), 1);
+    ::setenv("TMPDIR", (root() / "missing").c_str(), 1);
     CLines lines = {"old"};
     EXPECT_THROW(tool->execLMSH("alpha", "x", lines), CFiPlatformError);
     EXPECT_TRUE(lines.empty());
-    EXPECT_EQ("L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]", takeTrace().back());
+    EXPECT_EQ("L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]", takeTrace().back());
 }
 
-TEST_F(CLmrApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScript)
+TEST_F(ApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScript)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     constexpr size_t LARGE = size_t{1} << 20;  // nothing but the output of the shell is as large
@@ -221,11 +221,11 @@ TEST_F(CLmrApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScrip
     EXPECT_TRUE(lines.empty());
     EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
     ASSERT_EQ(1U, countScripts());
-    const auto script = std::filesystem::directory_iterator(root() + "/tmp")->path();
-    EXPECT_EQ("server alpha\n list  hosts \nexit\n", readFile(script));
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [LINE, lmr_appliance_tool.cpp]",
+    const auto script = std::filesystem::directory_iterator(root() / "tmp")->path();
+    EXPECT_EQ("server alpha\n list  hosts \nexit\n", base_test::contentOf(script));
+    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
                       "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].",
-                      "L6 Exiting Function execLMSH [LINE, lmr_appliance_tool.cpp]"}),
+                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
               takeTrace());
 }
 
@@ -246,7 +246,7 @@ void forbidTruncation()
     ASSERT_EQ(0, ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
 }
 
-TEST_F(CLmrApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
+TEST_F(ApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
 {
     const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nnothing to do\n.\nexit 0\n");
@@ -256,15 +256,14 @@ TEST_F(CLmrApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithout
             CLines lines;
             const int result = tool->execLMSH("alpha", "x", lines);
             const CLines trace = takeTrace();
-            const bool told =
-                trace.at(2).starts_with("L1 Failed to open file [<root>/tmp/ksv_fi") && trace.at(2).ends_with("].");
+            const bool told = trace.at(2) == "L1 Failed to open file [<root><temp>].";
             ::_exit(result == 0 && told && lines == CLines{"nothing to do"} && countScripts() == 0 ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
     EXPECT_EQ("=== lmsh\n", takeSent());
 }
 
-TEST_F(CLmrApplianceTool, InstanceIsCreatedEmptyAndReleased)
+TEST_F(ApplianceTool, InstanceIsCreatedEmptyAndReleased)
 {
     using CTool = CFiContextSingleton<CLMRApplianceTool, CLMRApplianceTool>;
     const CLMRApplianceToolPtr tool = CTool::instance(false);

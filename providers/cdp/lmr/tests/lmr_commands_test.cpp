@@ -5,7 +5,8 @@
 #include "providers/cdp/lmr/lmr_command_sending.h"
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
+#include "providers/cdp/tests/support/expected_file.h"
 
 namespace cdpfi {
 namespace {
@@ -47,7 +48,7 @@ const std::vector<SCommandCase>& commandCases()
     return cases;
 }
 
-class CLmrCommands : public CLmrTest
+class Commands : public CFakeToolTest
 {
   protected:
     /// What reaches the shell for a command to appliance "alpha", the runner's part included.
@@ -59,33 +60,38 @@ class CLmrCommands : public CLmrTest
         EXPECT_EQ(0, sendCommand(*setUpTool(), "alpha", command, lines));
         return takeSent();
     }
+    /// Compares it with the file of the running test and that name.
+    void expectSent(const std::string& name, const SLMRCommand& command)
+    {
+        expectFile(EXPECTED_FOLDER, "." + name + ".sent", sentFor(command));
+    }
 };
 
-TEST_F(CLmrCommands, ScriptOfEachCommandIsTheExpectedBytes)
+TEST_F(Commands, ScriptOfEachCommandIsTheExpectedBytes)
 {
     using namespace lmr_commands;
-    expectFile("commands/list_hosts.sent", sentFor(listHosts()));
-    expectFile("commands/show_host.sent", sentFor(showHost("backup01")));
-    expectFile("commands/list_groups.sent", sentFor(listGroups()));
-    expectFile("commands/show_group.sent", sentFor(showGroup("cg1")));
-    expectFile("commands/create_checkpoint.sent", sentFor(createCheckPoint("cp1", "cg1")));
-    expectFile("commands/delete_checkpoint.sent", sentFor(deleteCheckPoint("cp1", "cg1")));
-    expectFile("commands/create_timeimage.sent", sentFor(createTimeImage("ti1", "cg1", "cp1", "backup01")));
-    expectFile("commands/delete_timeimage.sent", sentFor(deleteTimeImage("ti1", "cg1")));
-    expectFile("commands/list_timeimages.sent", sentFor(listTimeImages("cg1")));
-    expectFile("commands/show_timeimage.sent", sentFor(showTimeImage("ti1", "cg1")));
-    expectFile("commands/permit_group.sent", sentFor(permitGroup("cg1", "backup01")));
-    expectFile("commands/forbid_group.sent", sentFor(forbidGroup("cg1", "backup01")));
-    expectFile("commands/permit_timeimage.sent", sentFor(permitTimeImage("ti1", "cg1", "backup01")));
+    expectSent("list_hosts", listHosts());
+    expectSent("show_host", showHost("backup01"));
+    expectSent("list_groups", listGroups());
+    expectSent("show_group", showGroup("cg1"));
+    expectSent("create_checkpoint", createCheckPoint("cp1", "cg1"));
+    expectSent("delete_checkpoint", deleteCheckPoint("cp1", "cg1"));
+    expectSent("create_timeimage", createTimeImage("ti1", "cg1", "cp1", "backup01"));
+    expectSent("delete_timeimage", deleteTimeImage("ti1", "cg1"));
+    expectSent("list_timeimages", listTimeImages("cg1"));
+    expectSent("show_timeimage", showTimeImage("ti1", "cg1"));
+    expectSent("permit_group", permitGroup("cg1", "backup01"));
+    expectSent("forbid_group", forbidGroup("cg1", "backup01"));
+    expectSent("permit_timeimage", permitTimeImage("ti1", "cg1", "backup01"));
 }
 
-TEST_F(CLmrCommands, CommandLinesOfTheDiskUtilityQuoteTheProgram)
+TEST_F(Commands, CommandLinesOfTheDiskUtilityQuoteTheProgram)
 {
     EXPECT_EQ("\"/usr/sbin/kforutil\" discover ", lmr_utility::discover("/usr/sbin/kforutil"));
     EXPECT_EQ("\"/usr/sbin/kforutil\" listdisk ", lmr_utility::listDisks("/usr/sbin/kforutil"));
 }
 
-TEST_F(CLmrCommands, QuoteNewlineAndControlCharactersAreRefusedInEveryPlace)
+TEST_F(Commands, QuoteNewlineAndControlCharactersAreRefusedInEveryPlace)
 {
     for (int byte = 0; byte < 0x100; ++byte) {
         const char hostile[] = {'a', static_cast<char>(byte), 'b'};
@@ -100,7 +106,7 @@ TEST_F(CLmrCommands, QuoteNewlineAndControlCharactersAreRefusedInEveryPlace)
     }
 }
 
-TEST_F(CLmrCommands, EmptyNamePassesTheCheck)
+TEST_F(Commands, EmptyNamePassesTheCheck)
 {
     EXPECT_TRUE(isSendableName(""));
     for (const SCommandCase& command : commandCases()) {
@@ -108,7 +114,7 @@ TEST_F(CLmrCommands, EmptyNamePassesTheCheck)
     }
 }
 
-TEST_F(CLmrCommands, RefusedCommandIsTracedAndNothingIsSent)
+TEST_F(Commands, RefusedCommandIsTracedAndNothingIsSent)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -124,7 +130,7 @@ TEST_F(CLmrCommands, RefusedCommandIsTracedAndNothingIsSent)
     EXPECT_EQ(0U, countScripts());
 }
 
-TEST_F(CLmrCommands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
+TEST_F(Commands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
 {
     std::vector<std::string> lines = {"old"};
     EXPECT_EQ(-1, sendCommand(*makeGroup("g"), "alpha", lmr_commands::listHosts(), lines));
@@ -132,7 +138,7 @@ TEST_F(CLmrCommands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
     EXPECT_EQ(std::vector<std::string>{"L1 No appliance is initialized, command is not sent"}, takeTrace());
 }
 
-TEST_F(CLmrCommands, OperationsOfAGroupRefuseHostileNames)
+TEST_F(Commands, OperationsOfAGroupRefuseHostileNames)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -148,7 +154,7 @@ TEST_F(CLmrCommands, OperationsOfAGroupRefuseHostileNames)
     expectCall();
 }
 
-TEST_F(CLmrCommands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
+TEST_F(Commands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -162,17 +168,17 @@ TEST_F(CLmrCommands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
     expectCall();
 }
 
-TEST_F(CLmrCommands, HostNamedInAListingWithAQuoteIsNeverAskedFor)
+TEST_F(Commands, HostNamedInAListingWithAQuoteIsNeverAskedFor)
 {
     setUpTool();
     setScenario(answerTo(" list  hosts ", "a\"b 10.0.0.7\n") + "exit 0\n");
-    const CApplianceTestPtr appliance = makeAppliance("alpha");
+    const CLMRAppliancePtr appliance = makeAppliance("alpha");
     appliance->generateHostList();
     expectCall();
     EXPECT_TRUE(appliance->getHostList().empty());
 }
 
-TEST_F(CLmrCommands, TimeImageNamedInAListingWithAQuoteIsNeverShown)
+TEST_F(Commands, TimeImageNamedInAListingWithAQuoteIsNeverShown)
 {
     setUpTool();
     setScenario(answerTo(" list  timeimages ", "ti\"1 2024-05-01\n") + "exit 0\n");
@@ -182,7 +188,7 @@ TEST_F(CLmrCommands, TimeImageNamedInAListingWithAQuoteIsNeverShown)
     EXPECT_FALSE(group->getTimeImage("ti\"1"));
 }
 
-TEST_F(CLmrCommands, GroupWithAHostileNameSendsNothing)
+TEST_F(Commands, GroupWithAHostileNameSendsNothing)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -199,21 +205,21 @@ TEST_F(CLmrCommands, GroupWithAHostileNameSendsNothing)
     expectCall();
 }
 
-TEST_F(CLmrCommands, ApplianceWithAHostileNameSendsNothing)
+TEST_F(Commands, ApplianceWithAHostileNameSendsNothing)
 {
     setUpTool();
     setScenario("exit 0\n");
-    const CApplianceTestPtr appliance = makeAppliance("alpha\nexit");
+    const CLMRAppliancePtr appliance = makeAppliance("alpha\nexit");
     appliance->generateHostList();
     appliance->generateConsistencyGroupList();
     expectCall();
 }
 
-TEST_F(CLmrCommands, GroupNamedInAListingWithAQuoteIsNeverAskedFor)
+TEST_F(Commands, GroupNamedInAListingWithAQuoteIsNeverAskedFor)
 {
     setUpTool();
     setScenario(answerTo(" list  cgroups ", "a\"\tb luns=1\n") + "exit 0\n");
-    const CApplianceTestPtr appliance = makeAppliance("alpha");
+    const CLMRAppliancePtr appliance = makeAppliance("alpha");
     appliance->generateConsistencyGroupList();
     expectCall();
     EXPECT_TRUE(appliance->getConsistencyGroupList().empty());

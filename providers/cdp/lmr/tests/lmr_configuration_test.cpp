@@ -4,12 +4,12 @@
 
 #include <filesystem>
 
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
 
-class CLmrConfiguration : public CLmrTest
+class ToolConfiguration : public CFakeToolTest
 {
   protected:
     std::string shell() const { return program(CLMRConfiguration(log()).importlmshPathInfo()); }
@@ -25,60 +25,60 @@ class CLmrConfiguration : public CLmrTest
     }
 };
 
-TEST_F(CLmrConfiguration, MissingStoreGivesTheDefaults)
+TEST_F(ToolConfiguration, MissingStoreGivesTheDefaults)
 {
-    std::filesystem::remove(root() + "/etc/qz/cdpfi.conf");
+    std::filesystem::remove(root() / "etc/qz/cdpfi.conf");
     expectDefaults();
 }
 
-TEST_F(CLmrConfiguration, MissingSectionGivesTheDefaults)
+TEST_F(ToolConfiguration, MissingSectionGivesTheDefaults)
 {
     writeConfiguration("[FI_TRACE]\nLEVEL=2\n");
     expectDefaults();
 }
 
-TEST_F(CLmrConfiguration, EmptySectionGivesTheDefaults)
+TEST_F(ToolConfiguration, EmptySectionGivesTheDefaults)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\n");
     expectDefaults();
 }
 
-TEST_F(CLmrConfiguration, UnreadableStoreGivesTheDefaults)
+TEST_F(ToolConfiguration, UnreadableStoreGivesTheDefaults)
 {
-    std::filesystem::remove(root() + "/etc/qz/cdpfi.conf");
-    std::filesystem::create_directory(root() + "/etc/qz/cdpfi.conf");
+    std::filesystem::remove(root() / "etc/qz/cdpfi.conf");
+    std::filesystem::create_directory(root() / "etc/qz/cdpfi.conf");
     expectDefaults();
 }
 
-TEST_F(CLmrConfiguration, DirectoryWithoutASlashGainsOne)
+TEST_F(ToolConfiguration, DirectoryWithoutASlashGainsOne)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b\nLMR_KFORUTIL_PATH=/c\n");
     EXPECT_EQ("/a/b/|lmsh", shell());
     EXPECT_EQ("/c/|kforutil", utility());
 }
 
-TEST_F(CLmrConfiguration, DirectoryWithASlashIsKept)
+TEST_F(ToolConfiguration, DirectoryWithASlashIsKept)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b/\nLMR_KFORUTIL_PATH=/\n");
     EXPECT_EQ("/a/b/|lmsh", shell());
     EXPECT_EQ("/|kforutil", utility());
 }
 
-TEST_F(CLmrConfiguration, NameAloneGoesWithTheDefaultDirectory)
+TEST_F(ToolConfiguration, NameAloneGoesWithTheDefaultDirectory)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=sh2\nLMR_KFORUTIL_NAME=util2\n");
     EXPECT_EQ("/opt/QXPKlm/bin/|sh2", shell());
     EXPECT_EQ("/usr/sbin/|util2", utility());
 }
 
-TEST_F(CLmrConfiguration, EmptyDirectoryBecomesTheRoot)
+TEST_F(ToolConfiguration, EmptyDirectoryBecomesTheRoot)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=\nLMR_KFORUTIL_PATH=\"\"\n");
     EXPECT_EQ("/|lmsh", shell());
     EXPECT_EQ("/|kforutil", utility());
 }
 
-TEST_F(CLmrConfiguration, EmptyNameStaysEmpty)
+TEST_F(ToolConfiguration, EmptyNameStaysEmpty)
 {
     writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=\"\"\n");
     EXPECT_EQ("/opt/QXPKlm/bin/|", shell());
@@ -91,7 +91,7 @@ struct SValue
     const char* result;
 };
 
-TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndependent)
+TEST_F(ToolConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndependent)
 {
     const SValue shellPaths[] = {{"", "/opt/QXPKlm/bin/"},
                                  {"LMR_LMSH_PATH=\"\"\n", "/"},
@@ -122,14 +122,14 @@ TEST_F(CLmrConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndep
     }
 }
 
-TEST_F(CLmrConfiguration, LookUpsAreTracedAsFunctions)
+TEST_F(ToolConfiguration, LookUpsAreTracedAsFunctions)
 {
     shell();
     utility();
-    EXPECT_EQ((std::vector<std::string>{"L6 Entering Function importlmshPathInfo [LINE, lmr_configuration.cpp]",
-                                        "L6 Exiting Function importlmshPathInfo [LINE, lmr_configuration.cpp]",
-                                        "L6 Entering Function importkforUtilPathInfo [LINE, lmr_configuration.cpp]",
-                                        "L6 Exiting Function importkforUtilPathInfo [LINE, lmr_configuration.cpp]"}),
+    EXPECT_EQ((std::vector<std::string>{"L6 Entering Function importlmshPathInfo [<line>, lmr_configuration.cpp]",
+                                        "L6 Exiting Function importlmshPathInfo [<line>, lmr_configuration.cpp]",
+                                        "L6 Entering Function importkforUtilPathInfo [<line>, lmr_configuration.cpp]",
+                                        "L6 Exiting Function importkforUtilPathInfo [<line>, lmr_configuration.cpp]"}),
               takeTrace());
 }
 

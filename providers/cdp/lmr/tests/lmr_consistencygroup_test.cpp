@@ -2,7 +2,7 @@
 
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
@@ -13,10 +13,10 @@ using CLines = std::vector<std::string>;
 constexpr const char* IMAGE =
     "Name: image\nTimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n/dev/t2 [T2] <- /dev/s2 [S2]\n";
 
-class CLmrConsistencyGroup : public CLmrTest
+class ConsistencyGroup : public CFakeToolTest
 {
   protected:
-    CLmrConsistencyGroup() : m_group(makeGroup("cg1"))
+    ConsistencyGroup() : m_group(makeGroup("cg1"))
     {
         setUpTool();
         setUpDevices();
@@ -43,7 +43,7 @@ class CLmrConsistencyGroup : public CLmrTest
     const CHostPtr m_host{new CLMRHost("backup01")};
 };
 
-TEST_F(CLmrConsistencyGroup, HoldsItsNameAndDevices)
+TEST_F(ConsistencyGroup, HoldsItsNameAndDevices)
 {
     m_group->addDevice("d1", "S1");
     m_group->addDevice("d1", "S1");
@@ -57,7 +57,7 @@ TEST_F(CLmrConsistencyGroup, HoldsItsNameAndDevices)
     EXPECT_TRUE(m_group->getTimeImageList().empty());
 }
 
-TEST_F(CLmrConsistencyGroup, PlaceholdersChangeNothing)
+TEST_F(ConsistencyGroup, PlaceholdersChangeNothing)
 {
     addImage("ti1", "cp1");
     EXPECT_STREQ("", m_group->insertCheckPoint("cp2", "ti1").c_str());
@@ -69,7 +69,7 @@ TEST_F(CLmrConsistencyGroup, PlaceholdersChangeNothing)
     EXPECT_EQ((CLines{"ti1"}), imageNames());
 }
 
-TEST_F(CLmrConsistencyGroup, CheckpointIsCreated)
+TEST_F(ConsistencyGroup, CheckpointIsCreated)
 {
     setScenario("exit 0\n");
     EXPECT_EQ(0, m_group->createCheckPoint("cp1"));
@@ -77,14 +77,14 @@ TEST_F(CLmrConsistencyGroup, CheckpointIsCreated)
     EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
 }
 
-TEST_F(CLmrConsistencyGroup, FailedCheckpointIsReportedWithItsCommand)
+TEST_F(ConsistencyGroup, FailedCheckpointIsReportedWithItsCommand)
 {
     setScenario("exit 4\n");
     EXPECT_EQ(11, m_group->createCheckPoint("cp1"));
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, DeletedCheckpointIsForgottenAlsoWhenTheCommandFails)
+TEST_F(ConsistencyGroup, DeletedCheckpointIsForgottenAlsoWhenTheCommandFails)
 {
     addImage("ti1", "cp1");
     addImage("ti2", "cp2");
@@ -99,7 +99,7 @@ TEST_F(CLmrConsistencyGroup, DeletedCheckpointIsForgottenAlsoWhenTheCommandFails
     EXPECT_EQ(0, m_group->deleteCheckPoint("unknown"));
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageIsCreatedShownAndRemembered)
+TEST_F(ConsistencyGroup, TimeImageIsCreatedShownAndRemembered)
 {
     addImage("ti0", "cp0");
     setScenario(answerTo(" show  timeimage ", IMAGE) + "exit 0\n");
@@ -113,7 +113,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageIsCreatedShownAndRemembered)
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, FailedTimeImageLeavesBothMapsUnchanged)
+TEST_F(ConsistencyGroup, FailedTimeImageLeavesBothMapsUnchanged)
 {
     setScenario("exit 1\n");
     EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
@@ -123,7 +123,7 @@ TEST_F(CLmrConsistencyGroup, FailedTimeImageLeavesBothMapsUnchanged)
     EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp1"));
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageWithoutALunSectionKeepsTheCheckpointEntry)
+TEST_F(ConsistencyGroup, TimeImageWithoutALunSectionKeepsTheCheckpointEntry)
 {
     setScenario(answerTo(" show  timeimage ", "Name: x\nnothing\n") + "exit 0\n");
     EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
@@ -134,7 +134,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageWithoutALunSectionKeepsTheCheckpointEntry)
     EXPECT_TRUE(m_group->getTimeImageFromCheckPoint("cp1"));
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageThatCannotBeShownKeepsTheCheckpointEntry)
+TEST_F(ConsistencyGroup, TimeImageThatCannotBeShownKeepsTheCheckpointEntry)
 {
     setScenario(answerTo(" show  timeimage ", "", 1) + "exit 0\n");
     EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", m_host));
@@ -144,7 +144,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageThatCannotBeShownKeepsTheCheckpointEntry)
     EXPECT_TRUE(m_group->getTimeImageFromCheckPoint("cp1"));
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageNeedsAHost)
+TEST_F(ConsistencyGroup, TimeImageNeedsAHost)
 {
     setScenario("exit 0\n");
     EXPECT_FALSE(m_group->createTimeImage("ti1", "cp1", {}));
@@ -153,7 +153,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageNeedsAHost)
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageObjectIsNotEnteredIntoTheMap)
+TEST_F(ConsistencyGroup, TimeImageObjectIsNotEnteredIntoTheMap)
 {
     setScenario(answerTo(" show  timeimage ", IMAGE));
     EXPECT_TRUE(m_group->createTimeImageObject("ti1"));
@@ -161,7 +161,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageObjectIsNotEnteredIntoTheMap)
     EXPECT_EQ(CLines(), imageNames());
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageObjectKnowsItsApplianceAndTheLogOfTheGroup)
+TEST_F(ConsistencyGroup, TimeImageObjectKnowsItsApplianceAndTheLogOfTheGroup)
 {
     setScenario(answerTo(" show  timeimage ", IMAGE) + "exit 0\n");
     const CTimeImagePtr image = m_group->createTimeImageObject("ti1");
@@ -169,31 +169,33 @@ TEST_F(CLmrConsistencyGroup, TimeImageObjectKnowsItsApplianceAndTheLogOfTheGroup
     takeSent();
     image->setConsistencyGroup(m_group);
     image->mapHost(m_host);
-    EXPECT_EQ(readFile(std::string(EXPECTED_FOLDER) + "/commands/permit_timeimage.sent"), takeSent());
+    EXPECT_EQ(
+        "=== lmsh\nserver alpha\n update  timeimage \"ti1\" \"cg1\"\n add  permission \"backup01\"\n commit \nexit\n",
+        takeSent());
 }
 
-TEST_F(CLmrConsistencyGroup, FailedShowOfATimeImageGivesNone)
+TEST_F(ConsistencyGroup, FailedShowOfATimeImageGivesNone)
 {
     setScenario(answerTo(" show  timeimage ", IMAGE, 1));
     EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, DifferentlyShapedLunLineFailsTheTimeImage)
+TEST_F(ConsistencyGroup, DifferentlyShapedLunLineFailsTheTimeImage)
 {
     setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\na [b] c\n"));
     EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, EmptyLunLineFailsTheTimeImage)
+TEST_F(ConsistencyGroup, EmptyLunLineFailsTheTimeImage)
 {
     setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n\n"));
     EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageWithoutLunsIsWhole)
+TEST_F(ConsistencyGroup, TimeImageWithoutLunsIsWhole)
 {
     setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n"));
     const CTimeImagePtr image = m_group->createTimeImageObject("ti1");
@@ -202,7 +204,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageWithoutLunsIsWhole)
     EXPECT_TRUE(image->getTargetDeviceMap().empty());
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImagesOfTheApplianceAreListed)
+TEST_F(ConsistencyGroup, TimeImagesOfTheApplianceAreListed)
 {
     setScenario(answerTo(" list  timeimages ", "ti1 2024-05-01\n\n  ti2\n") + answerTo("\"ti1\"", IMAGE) +
                 answerTo("\"ti2\"", "broken\n"));
@@ -217,7 +219,7 @@ TEST_F(CLmrConsistencyGroup, TimeImagesOfTheApplianceAreListed)
     m_group->printMap(m_group->getTimeImageList());
 }
 
-TEST_F(CLmrConsistencyGroup, ListOfThereAreNoneLeavesTheMapUnchanged)
+TEST_F(ConsistencyGroup, ListOfThereAreNoneLeavesTheMapUnchanged)
 {
     addImage("ti1", "cp1");
     setScenario(answerTo(" list  timeimages ", "  There are none!\n"));
@@ -226,7 +228,7 @@ TEST_F(CLmrConsistencyGroup, ListOfThereAreNoneLeavesTheMapUnchanged)
     EXPECT_EQ((CLines{"ti1"}), imageNames());
 }
 
-TEST_F(CLmrConsistencyGroup, NoneAmongOtherLinesIsAName)
+TEST_F(ConsistencyGroup, NoneAmongOtherLinesIsAName)
 {
     setScenario(answerTo(" list  timeimages ", "There are none!\nti2\n") + "exit 1\n");
     m_group->populateTimeImageInformation();
@@ -234,7 +236,7 @@ TEST_F(CLmrConsistencyGroup, NoneAmongOtherLinesIsAName)
     EXPECT_EQ((CLines{"There", "ti2"}), imageNames());
 }
 
-TEST_F(CLmrConsistencyGroup, FailedListLeavesTheMap)
+TEST_F(ConsistencyGroup, FailedListLeavesTheMap)
 {
     addImage("ti1", "cp1");
     setScenario("exit 1\n");
@@ -243,7 +245,7 @@ TEST_F(CLmrConsistencyGroup, FailedListLeavesTheMap)
     EXPECT_EQ((CLines{"ti1"}), imageNames());
 }
 
-TEST_F(CLmrConsistencyGroup, DeletedTimeImageTakesOnlyItsFirstCheckpointAlong)
+TEST_F(ConsistencyGroup, DeletedTimeImageTakesOnlyItsFirstCheckpointAlong)
 {
     addImage("ti1", "cpB");
     addImage("ti1", "cpA");
@@ -257,7 +259,7 @@ TEST_F(CLmrConsistencyGroup, DeletedTimeImageTakesOnlyItsFirstCheckpointAlong)
     EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cpA"));
 }
 
-TEST_F(CLmrConsistencyGroup, DeletedTimeImageIsForgottenAlsoWhenTheCommandFails)
+TEST_F(ConsistencyGroup, DeletedTimeImageIsForgottenAlsoWhenTheCommandFails)
 {
     addImage("ti1", "cp1");
     setScenario("exit 1\n");
@@ -268,7 +270,7 @@ TEST_F(CLmrConsistencyGroup, DeletedTimeImageIsForgottenAlsoWhenTheCommandFails)
     EXPECT_EQ(0, m_group->deleteTimeImage(""));
 }
 
-TEST_F(CLmrConsistencyGroup, HostPermissionsNameTheGroup)
+TEST_F(ConsistencyGroup, HostPermissionsNameTheGroup)
 {
     setScenario("exit 0\n");
     m_group->mapHost(m_host);
@@ -277,7 +279,7 @@ TEST_F(CLmrConsistencyGroup, HostPermissionsNameTheGroup)
     expectCall("unmap");
 }
 
-TEST_F(CLmrConsistencyGroup, FailedHostPermissionsAreTraced)
+TEST_F(ConsistencyGroup, FailedHostPermissionsAreTraced)
 {
     setScenario("exit 1\n");
     m_group->mapHost(m_host);
@@ -286,7 +288,7 @@ TEST_F(CLmrConsistencyGroup, FailedHostPermissionsAreTraced)
     expectCall("unmap");
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageOfATargetDeviceIsFound)
+TEST_F(ConsistencyGroup, TimeImageOfATargetDeviceIsFound)
 {
     addImage("ti1", "cp1");
     addImage("ti2", "cp2", "TimeImage LUNs:\n/dev/t3 [T3] <- /dev/s1 [S1]\n");
@@ -295,7 +297,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageOfATargetDeviceIsFound)
     EXPECT_EQ(m_group->getTimeImage("ti2"), image);
 }
 
-TEST_F(CLmrConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
+TEST_F(ConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
 {
     addImage("ti1", "cp1");
     setScenario(answerTo("[listdisk]", "Disks\n" + std::string(122, '=') + "\n/dev/t (a) b (c) d (e) (T2)\n"));
@@ -306,7 +308,7 @@ TEST_F(CLmrConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTargetAndBecomesKnown)
+TEST_F(ConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTargetAndBecomesKnown)
 {
     addImage("ti1", "cp1");
     EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/unknown"));
@@ -317,27 +319,27 @@ TEST_F(CLmrConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTargetAndBecomesKnown)
     expectCall("empty_target");
 }
 
-TEST_F(CLmrConsistencyGroup, TextThatDoesNotBeginAsAPathIsItsOwnSerial)
+TEST_F(ConsistencyGroup, TextThatDoesNotBeginAsAPathIsItsOwnSerial)
 {
     addImage("ti1", "cp1", "TimeImage LUNs:\nt [x/dev/y] <- s [S]\n");
     EXPECT_TRUE(m_group->getAssociatedTimeImage("x/dev/y"));
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, LooksUpNoPathBeforeAnApplianceIsInitialized)
+TEST_F(ConsistencyGroup, LooksUpNoPathBeforeAnApplianceIsInitialized)
 {
     CLMRAppliance::setCLMRDeviceManagerSingletonPtr({});
     EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/t"));
 }
 
-TEST_F(CLmrConsistencyGroup, UnknownNamesFindNoTimeImage)
+TEST_F(ConsistencyGroup, UnknownNamesFindNoTimeImage)
 {
     addImage("ti1", "cp1");
     EXPECT_FALSE(m_group->getTimeImage("ti2"));
     EXPECT_FALSE(m_group->getTimeImageFromCheckPoint("cp2"));
 }
 
-TEST_F(CLmrConsistencyGroup, MapIsPrintedInTheOrderOfItsNames)
+TEST_F(ConsistencyGroup, MapIsPrintedInTheOrderOfItsNames)
 {
     addImage("ti2", "cp2", "TimeImage LUNs:\nt [T9] <- s [S9]\nt [T8] <- s [S8]\n");
     addImage("ti10", "cp1");
@@ -345,7 +347,7 @@ TEST_F(CLmrConsistencyGroup, MapIsPrintedInTheOrderOfItsNames)
     expectCall();
 }
 
-TEST_F(CLmrConsistencyGroup, MapIsNotPrintedBelowItsLevel)
+TEST_F(ConsistencyGroup, MapIsNotPrintedBelowItsLevel)
 {
     addImage("ti1", "cp1");
     observe(2);

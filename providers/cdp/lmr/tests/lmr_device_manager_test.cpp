@@ -1,6 +1,6 @@
 #include "providers/cdp/lmr/lmr_device_manager.h"
 
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
@@ -8,7 +8,7 @@ namespace {
 using namespace obzx_pdk_4_4;
 using CLines = std::vector<std::string>;
 
-class CLmrDeviceManager : public CLmrTest
+class DeviceManager : public CFakeToolTest
 {
   protected:
     static std::string rule(size_t width = 122) { return std::string(width, '=') + "\n"; }
@@ -37,21 +37,21 @@ class CLmrDeviceManager : public CLmrTest
     }
 };
 
-TEST_F(CLmrDeviceManager, ListingIsReadAndTraced)
+TEST_F(DeviceManager, ListingIsReadAndTraced)
 {
     refreshWith("Disks of this host\n" + rule() + disk("/dev/sdc", "S3") + disk("/dev/sdb", "S2"));
     EXPECT_EQ((CLines{"/dev/sdb=S2", "/dev/sdc=S3"}), table());
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, RefreshWithDiscoveryRescansFirst)
+TEST_F(DeviceManager, RefreshWithDiscoveryRescansFirst)
 {
     setScenario(answerTo("[discover]", "found 1\n") + listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
     setUpDevices()->refresh(true);
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, FailedDiscoveryIsTracedAndTheListingIsReadRegardless)
+TEST_F(DeviceManager, FailedDiscoveryIsTracedAndTheListingIsReadRegardless)
 {
     setScenario(answerTo("[discover]", "no adapter\nno link\n", 4) +
                 listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
@@ -60,7 +60,7 @@ TEST_F(CLmrDeviceManager, FailedDiscoveryIsTracedAndTheListingIsReadRegardless)
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
+TEST_F(DeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
 {
     writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
     setScenario("output\nlooking\n.\ndelay 60000\nexit 0\n");
@@ -68,7 +68,7 @@ TEST_F(CLmrDeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
+TEST_F(DeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
     takeSent();
@@ -87,7 +87,7 @@ TEST_F(CLmrDeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, ListingThatTimesOutIsThrownWithoutTheFailureMessage)
+TEST_F(DeviceManager, ListingThatTimesOutIsThrownWithoutTheFailureMessage)
 {
     writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
     setScenario("output\nlooking\n.\ndelay 60000\nexit 0\n");
@@ -95,14 +95,14 @@ TEST_F(CLmrDeviceManager, ListingThatTimesOutIsThrownWithoutTheFailureMessage)
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, ThreeLinesWithTheSeparatorSecondAddOneEntry)
+TEST_F(DeviceManager, ThreeLinesWithTheSeparatorSecondAddOneEntry)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
 }
 
-TEST_F(CLmrDeviceManager, SeparatorOf121Or123CharactersIsNotRecognised)
+TEST_F(DeviceManager, SeparatorOf121Or123CharactersIsNotRecognised)
 {
     for (const size_t width : {121U, 123U}) {
         refreshWith("Disks\n" + rule(width) + disk("/dev/sdb", "S"));
@@ -111,28 +111,28 @@ TEST_F(CLmrDeviceManager, SeparatorOf121Or123CharactersIsNotRecognised)
     }
 }
 
-TEST_F(CLmrDeviceManager, SixFieldsStopTheReadingThere)
+TEST_F(DeviceManager, SixFieldsStopTheReadingThere)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) (S2) x\n" + disk("/dev/sdc", "S3"));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
-TEST_F(CLmrDeviceManager, SevenFieldsWithThreeParenthesesStopTheReadingThere)
+TEST_F(DeviceManager, SevenFieldsWithThreeParenthesesStopTheReadingThere)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) a b c\n" + disk("/dev/sdc", "S3"));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
-TEST_F(CLmrDeviceManager, BlankLineBelowTheSeparatorStopsTheReading)
+TEST_F(DeviceManager, BlankLineBelowTheSeparatorStopsTheReading)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "\n" + disk("/dev/sdc", "S3"));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
-TEST_F(CLmrDeviceManager, TwoLinesOrFewerClearTheTable)
+TEST_F(DeviceManager, TwoLinesOrFewerClearTheTable)
 {
     const CLines outputs = {"", "none\n", "Disks\n" + rule()};
     for (size_t count = 0; count < outputs.size(); ++count) {
@@ -146,7 +146,7 @@ TEST_F(CLmrDeviceManager, TwoLinesOrFewerClearTheTable)
     }
 }
 
-TEST_F(CLmrDeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
+TEST_F(DeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
 {
     refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + disk("/dev/sdb", "S2"));
     takeSent();
@@ -160,7 +160,7 @@ TEST_F(CLmrDeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
     EXPECT_STREQ("/dev/sdb", path.c_str());
 }
 
-TEST_F(CLmrDeviceManager, UnknownPathShowsNoLunAndIsNoLunsDevice)
+TEST_F(DeviceManager, UnknownPathShowsNoLunAndIsNoLunsDevice)
 {
     EXPECT_STREQ("", setUpDevices()->serialOf("/dev/x").c_str());
     CString path = "untouched";
@@ -168,7 +168,7 @@ TEST_F(CLmrDeviceManager, UnknownPathShowsNoLunAndIsNoLunsDevice)
     EXPECT_STREQ("untouched", path.c_str());
 }
 
-TEST_F(CLmrDeviceManager, MissingUtilityIsThrownWithTheSystemsError)
+TEST_F(DeviceManager, MissingUtilityIsThrownWithTheSystemsError)
 {
     const CLMRDeviceManagerPtr devices = setUpDevices();
     devices->setUtility({"nothing", "/nowhere/"});
@@ -181,7 +181,7 @@ TEST_F(CLmrDeviceManager, MissingUtilityIsThrownWithTheSystemsError)
     expectCall();
 }
 
-TEST_F(CLmrDeviceManager, InstanceIsCreatedEmptyAndReleased)
+TEST_F(DeviceManager, InstanceIsCreatedEmptyAndReleased)
 {
     using CManager = CFiContextSingleton<CLMRDeviceManager, CLMRDeviceManager>;
     const CLMRDeviceManagerPtr devices = CManager::instance(false);

@@ -1,6 +1,6 @@
 // How an appliance reads its hosts and groups.
 
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
@@ -13,10 +13,10 @@ std::string groupListing(const std::string& protectedLuns)
     return "Name: group\nProtected LUNS:\n" + protectedLuns + "Monitor LUNS:\nPermissions:\nStillmark LUNs:\n";
 }
 
-class CLmrInventory : public CLmrTest
+class Inventory : public CFakeToolTest
 {
   protected:
-    CLmrInventory() : m_appliance(makeAppliance("alpha")) { setUpTool(); }
+    Inventory() : m_appliance(makeAppliance("alpha")) { setUpTool(); }
 
     CLines groups() const
     {
@@ -46,10 +46,10 @@ class CLmrInventory : public CLmrTest
         m_appliance->generateConsistencyGroupList();
     }
 
-    CApplianceTestPtr m_appliance;
+    CLMRAppliancePtr m_appliance;
 };
 
-TEST_F(CLmrInventory, InitializationReadsDisksHostsAndGroups)
+TEST_F(Inventory, InitializationReadsDisksHostsAndGroups)
 {
     setScenario(answerTo("[listdisk]", "Disks\n" + std::string(122, '=') +
                                            "\n/dev/sdb (0:0:1:0) LUMORA (disk) 10GB (online) (ABC123)\n") +
@@ -64,7 +64,7 @@ TEST_F(CLmrInventory, InitializationReadsDisksHostsAndGroups)
     EXPECT_STREQ("ABC123", m_appliance->findLun("/dev/sdb").c_str());
 }
 
-TEST_F(CLmrInventory, InitializationStopsWhenTheDisksCannotBeListed)
+TEST_F(Inventory, InitializationStopsWhenTheDisksCannotBeListed)
 {
     setScenario(answerTo("[listdisk]", "no driver\n", 5));
     EXPECT_THROW(m_appliance->initialize(), EFiExecPipe);
@@ -72,7 +72,7 @@ TEST_F(CLmrInventory, InitializationStopsWhenTheDisksCannotBeListed)
     EXPECT_FALSE(CLMRAppliance::getCLMRDeviceManagerSingletonPtr());
 }
 
-TEST_F(CLmrInventory, InitializationGoesOnToTheGroupsWhenTheHostsCannotBeListed)
+TEST_F(Inventory, InitializationGoesOnToTheGroupsWhenTheHostsCannotBeListed)
 {
     setScenario(answerTo("[listdisk]", "") + answerTo(" list  hosts ", "refused\n", 1) +
                 answerTo(" list  cgroups ", "cg1 luns=0\n") + answerTo("\"cg1\"", groupListing("")));
@@ -82,7 +82,7 @@ TEST_F(CLmrInventory, InitializationGoesOnToTheGroupsWhenTheHostsCannotBeListed)
     EXPECT_EQ((CLines{"cg1:"}), groups());
 }
 
-TEST_F(CLmrInventory, HostNameIsTheFirstPieceOfEachLine)
+TEST_F(Inventory, HostNameIsTheFirstPieceOfEachLine)
 {
     setScenario(answerTo(" list  hosts ", "Host Address\n\tb\t1\n\n  \t \n-\r\na\n") + "exit 0\n");
     m_appliance->generateHostList();
@@ -90,7 +90,7 @@ TEST_F(CLmrInventory, HostNameIsTheFirstPieceOfEachLine)
     EXPECT_EQ((CLines{"Host", "b", "-", "a"}), hosts());
 }
 
-TEST_F(CLmrInventory, RepeatedHostStaysTwiceInTheList)
+TEST_F(Inventory, RepeatedHostStaysTwiceInTheList)
 {
     setScenario(answerTo(" list  hosts ", "a\na\n") + "exit 0\n");
     m_appliance->generateHostList();
@@ -99,14 +99,14 @@ TEST_F(CLmrInventory, RepeatedHostStaysTwiceInTheList)
     EXPECT_FALSE(m_appliance->getHostList()[0] == m_appliance->getHostList()[1]);
 }
 
-TEST_F(CLmrInventory, HostsTraceIntoTheLogOfTheirAppliance)
+TEST_F(Inventory, HostsTraceIntoTheLogOfTheirAppliance)
 {
     setScenario(answerTo(" list  hosts ", "a\n") + "exit 0\n");
     m_appliance->generateHostList();
     EXPECT_EQ(log(), m_appliance->getHostList().at(0)->traceLog());
 }
 
-TEST_F(CLmrInventory, FailedHostListLeavesNoHosts)
+TEST_F(Inventory, FailedHostListLeavesNoHosts)
 {
     setScenario(answerTo(" list  hosts ", "a\n") + "exit 0\n");
     m_appliance->generateHostList();
@@ -118,7 +118,7 @@ TEST_F(CLmrInventory, FailedHostListLeavesNoHosts)
     EXPECT_EQ(CLines(), hosts());
 }
 
-TEST_F(CLmrInventory, FailedHostStopsTheWalkAndEarlierOnesStay)
+TEST_F(Inventory, FailedHostStopsTheWalkAndEarlierOnesStay)
 {
     setScenario(answerTo(" list  hosts ", "a\nb\nc\n") + answerTo("\"b\"", "", 1) + "exit 0\n");
     m_appliance->generateHostList();
@@ -126,7 +126,7 @@ TEST_F(CLmrInventory, FailedHostStopsTheWalkAndEarlierOnesStay)
     EXPECT_EQ((CLines{"a"}), hosts());
 }
 
-TEST_F(CLmrInventory, GroupLineWithoutLunsIsSkipped)
+TEST_F(Inventory, GroupLineWithoutLunsIsSkipped)
 {
     setScenario(answerTo(" list  cgroups ", "Name Luns\n\ncg0 luns\ncg1 luns=3\n"));
     m_appliance->generateConsistencyGroupNameList();
@@ -134,7 +134,7 @@ TEST_F(CLmrInventory, GroupLineWithoutLunsIsSkipped)
     EXPECT_TRUE(std::vector<CString>{"cg1"} == m_appliance->getConsistencyGroupNameList());
 }
 
-TEST_F(CLmrInventory, GroupNameIsTheTextBeforeItsLunsWithAnyBlanksAroundIt)
+TEST_F(Inventory, GroupNameIsTheTextBeforeItsLunsWithAnyBlanksAroundIt)
 {
     setScenario(answerTo(" list  cgroups ", "cg1 luns=3\n \t cg 2 \tluns=1 luns=2\ncg3luns=1\nluns=0\n"));
     m_appliance->generateConsistencyGroupNameList();
@@ -143,7 +143,7 @@ TEST_F(CLmrInventory, GroupNameIsTheTextBeforeItsLunsWithAnyBlanksAroundIt)
     EXPECT_TRUE(expected == m_appliance->getConsistencyGroupNameList());
 }
 
-TEST_F(CLmrInventory, FailedGroupListLeavesNoGroups)
+TEST_F(Inventory, FailedGroupListLeavesNoGroups)
 {
     loadGroup(groupListing(""));
     EXPECT_EQ((CLines{"cg:", "later:"}), groups());
@@ -156,7 +156,7 @@ TEST_F(CLmrInventory, FailedGroupListLeavesNoGroups)
     EXPECT_FALSE(m_appliance->getConsistencyGroup("cg"));
 }
 
-TEST_F(CLmrInventory, ListWithoutGroupsAsksForNone)
+TEST_F(Inventory, ListWithoutGroupsAsksForNone)
 {
     setScenario(answerTo(" list  cgroups ", ""));
     m_appliance->generateConsistencyGroupList();
@@ -164,7 +164,7 @@ TEST_F(CLmrInventory, ListWithoutGroupsAsksForNone)
     EXPECT_EQ(CLines(), groups());
 }
 
-TEST_F(CLmrInventory, FailedSecondGroupKeepsTheFirstAndNeverAsksForTheThird)
+TEST_F(Inventory, FailedSecondGroupKeepsTheFirstAndNeverAsksForTheThird)
 {
     setScenario(answerTo(" list  cgroups ", "a luns=1\nb luns=1\nc luns=1\n") +
                 answerTo("\"a\"", groupListing("d [S] x\n")) + answerTo("\"b\"", "", 1) + "exit 0\n");
@@ -174,7 +174,7 @@ TEST_F(CLmrInventory, FailedSecondGroupKeepsTheFirstAndNeverAsksForTheThird)
     EXPECT_FALSE(m_appliance->getConsistencyGroup("b"));
 }
 
-TEST_F(CLmrInventory, GroupKnowsItsNameItsApplianceAndTheLog)
+TEST_F(Inventory, GroupKnowsItsNameItsApplianceAndTheLog)
 {
     loadGroup(groupListing(""));
     takeSent();
@@ -188,7 +188,7 @@ TEST_F(CLmrInventory, GroupKnowsItsNameItsApplianceAndTheLog)
         takeSent());
 }
 
-TEST_F(CLmrInventory, MalformedGroupIsKeptAndStopsTheWalk)
+TEST_F(Inventory, MalformedGroupIsKeptAndStopsTheWalk)
 {
     loadGroup(groupListing("d1 [S1] x\nbroken\nd3 [S3] x\n"));
     expectCall();
@@ -196,83 +196,83 @@ TEST_F(CLmrInventory, MalformedGroupIsKeptAndStopsTheWalk)
     EXPECT_TRUE(m_appliance->getConsistencyGroup("cg"));
 }
 
-TEST_F(CLmrInventory, ProtectedLineGivesDeviceAndSerial)
+TEST_F(Inventory, ProtectedLineGivesDeviceAndSerial)
 {
     loadGroup(groupListing("/dev/sdb [ABC123] 10GB\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg: /dev/sdb=ABC123", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, MissingProtectedSectionStopsTheWalk)
+TEST_F(Inventory, MissingProtectedSectionStopsTheWalk)
 {
     loadGroup("Monitor LUNS:\nPermissions:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg:"}), groups());
 }
 
-TEST_F(CLmrInventory, MissingPermissionsSectionStopsTheWalk)
+TEST_F(Inventory, MissingPermissionsSectionStopsTheWalk)
 {
     loadGroup("Protected LUNS:\nd [S] x\nMonitor LUNS:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg:"}), groups());
 }
 
-TEST_F(CLmrInventory, MissingStillmarkSectionStopsTheWalk)
+TEST_F(Inventory, MissingStillmarkSectionStopsTheWalk)
 {
     loadGroup("Protected LUNS:\nd [S] x\nMonitor LUNS:\nPermissions:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg:"}), groups());
 }
 
-TEST_F(CLmrInventory, MissingMonitorSectionIsOnlyTold)
+TEST_F(Inventory, MissingMonitorSectionIsOnlyTold)
 {
     loadGroup("Protected LUNS:\nd [S] x\nPermissions:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg: d=S", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, MonitorSectionBeforeTheProtectedOneLeavesNoLuns)
+TEST_F(Inventory, MonitorSectionBeforeTheProtectedOneLeavesNoLuns)
 {
     loadGroup("x\nMonitor LUNS:\nProtected LUNS:\nd [S] x\nPermissions:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg:", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, MonitorSectionInTheFirstLineDoesNotEndTheProtectedOne)
+TEST_F(Inventory, MonitorSectionInTheFirstLineDoesNotEndTheProtectedOne)
 {
     loadGroup("Monitor LUNS:\nProtected LUNS:\nd [S] x\nPermissions:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg: d=S", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, MonitorSectionBehindThePermissionsDoesNotEndTheProtectedOne)
+TEST_F(Inventory, MonitorSectionBehindThePermissionsDoesNotEndTheProtectedOne)
 {
     loadGroup("Protected LUNS:\nd [S] x\nPermissions:\nMonitor LUNS:\nStillmark LUNs:\n");
     expectCall();
     EXPECT_EQ((CLines{"cg: d=S", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, ContentsOfTheMonitorAndStillmarkSectionsAreNotRead)
+TEST_F(Inventory, ContentsOfTheMonitorAndStillmarkSectionsAreNotRead)
 {
     loadGroup("Protected LUNS:\nd [S] x\nMonitor LUNS:\nm [M] x\nPermissions:\nbackup01\nStillmark LUNs:\ns [Q] x\n");
     EXPECT_EQ((CLines{"cg: d=S", "later:"}), groups());
 }
 
-TEST_F(CLmrInventory, SerialWithoutFurtherTextStopsTheWalk)
+TEST_F(Inventory, SerialWithoutFurtherTextStopsTheWalk)
 {
     loadGroup(groupListing("/dev/sdb [ABC123]\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg:"}), groups());
 }
 
-TEST_F(CLmrInventory, BlankLineAmongTheLunsStopsTheWalk)
+TEST_F(Inventory, BlankLineAmongTheLunsStopsTheWalk)
 {
     loadGroup(groupListing("d [S] x\n\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg: d=S"}), groups());
 }
 
-TEST_F(CLmrInventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
+TEST_F(Inventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
 {
     setScenario(answerTo(" list  cgroups ", "a luns=1\na luns=1\n") + answerTo("\"a\"", groupListing("")));
     m_appliance->generateConsistencyGroupList();
@@ -282,7 +282,7 @@ TEST_F(CLmrInventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
     EXPECT_TRUE(m_appliance->getAssociatedConsistencyGroup("a") == m_appliance->getConsistencyGroupList()[0]);
 }
 
-TEST_F(CLmrInventory, GroupListIsBuiltAnewEachTime)
+TEST_F(Inventory, GroupListIsBuiltAnewEachTime)
 {
     loadGroup(groupListing("d [S] x\n"));
     const CConsistencyGroupPtr old = m_appliance->getConsistencyGroup("cg");

@@ -71,14 +71,14 @@ void expectAll(std::string (*reader)(std::string_view), const std::vector<SListi
     }
 }
 
-TEST(CLmrListingDetails, PermissionsOfAGroupAreOneHostALine)
+TEST(ListingDetails, PermissionsOfAGroupAreOneHostALine)
 {
     expectAll(permissions, {{"Permissions:\nStillmark LUNs:\n", ""},
                             {"Permissions:\nbackup\n  prod-2\r\n\nStillmark LUNs:\nx y\n", "<backup><prod-2>"},
                             {"Monitor LUNS:\nx\n Permissions: \nbackup\nAnnotations:\n\"a\"\n", "<backup>"}});
 }
 
-TEST(CLmrListingDetails, PermissionsInAnotherFormAreNotKnown)
+TEST(ListingDetails, PermissionsInAnotherFormAreNotKnown)
 {
     expectAll(permissions, {{"", NOT_TOLD},
                             {"Permissions:\n", NOT_TOLD},
@@ -94,7 +94,7 @@ TEST(CLmrListingDetails, PermissionsInAnotherFormAreNotKnown)
                             {"x Permissions:\nbackup\n", NOT_TOLD}});
 }
 
-TEST(CLmrListingDetails, AnnotationsAreNamesInQuotesWithTimeAndMessage)
+TEST(ListingDetails, AnnotationsAreNamesInQuotesWithTimeAndMessage)
 {
     const std::string head = "Annotations:\n";
     const std::string end = "Time images:\n";
@@ -112,7 +112,7 @@ TEST(CLmrListingDetails, AnnotationsAreNamesInQuotesWithTimeAndMessage)
                {head + "\n  \"a\"\t2026\t\"m\"\n" + end, "<a|2026|m>"}});
 }
 
-TEST(CLmrListingDetails, AnnotationsInAnotherFormAreNotKnown)
+TEST(ListingDetails, AnnotationsInAnotherFormAreNotKnown)
 {
     const std::string head = "Annotations:\n";
     const std::string end = "Time images:\n";
@@ -130,12 +130,12 @@ TEST(CLmrListingDetails, AnnotationsInAnotherFormAreNotKnown)
                             {head + "\"a\"\n" + head + "\"b\"\n" + end, NOT_TOLD}});
 }
 
-TEST(CLmrListingDetails, AnnotationsThatNothingFollowsMayHaveLostTheirEnd)
+TEST(ListingDetails, AnnotationsThatNothingFollowsMayHaveLostTheirEnd)
 {
     expectAll(annotations, {{"Annotations:\n", NOT_TOLD}, {"Annotations:\n\"a\" 2026\n", NOT_TOLD}});
 }
 
-TEST(CLmrListingDetails, AGroupNamesItsTimeImages)
+TEST(ListingDetails, AGroupNamesItsTimeImages)
 {
     expectAll(imageNames, {{"", ""},
                            {"Time images:\n", ""},
@@ -144,7 +144,7 @@ TEST(CLmrListingDetails, AGroupNamesItsTimeImages)
                            {"Time images:\nti1\nTime images:\nti2\n", ""}});
 }
 
-TEST(CLmrListingDetails, AnImageTellsItsAnnotationItsTimeAndItsHosts)
+TEST(ListingDetails, AnImageTellsItsAnnotationItsTimeAndItsHosts)
 {
     const std::string end = "TimeImage LUNs:\nx\n";
     expectAll(image, {{"TimeImage: t\nAnnotation: KSV_Check_Point_77\nCreated: 2026-11-21T01:51:22Z\n"
@@ -156,7 +156,7 @@ TEST(CLmrListingDetails, AnImageTellsItsAnnotationItsTimeAndItsHosts)
                       {"Consistency Group: Created: never\n\tCreated:\t2026 \r\n" + end, "?|2026|?"}});
 }
 
-TEST(CLmrListingDetails, AnImageInAnotherFormTellsNothing)
+TEST(ListingDetails, AnImageInAnotherFormTellsNothing)
 {
     const std::string end = "TimeImage LUNs:\n";
     expectAll(image, {{"", "?|?|?"},
@@ -171,7 +171,7 @@ TEST(CLmrListingDetails, AnImageInAnotherFormTellsNothing)
                       {"Permissions: backup\n  prod\n" + end, "?|?|?"}});
 }
 
-TEST(CLmrListingDetails, AHostTellsTheLunsThatArePresentedToIt)
+TEST(ListingDetails, AHostTellsTheLunsThatArePresentedToIt)
 {
     expectAll(presented, {{"Host: prod\nPresented LUNs:\n", ""},
                           {"Presented LUNs:\r\n/dev/lumora/lun1 [LM1] 64MiB\r\n\n x [LM2] y\n", "<LM1><LM2>"},
@@ -184,7 +184,7 @@ TEST(CLmrListingDetails, AHostTellsTheLunsThatArePresentedToIt)
                           {"Presented LUNs:\nPresented LUNs:\n", NOT_TOLD}});
 }
 
-TEST(CLmrListingDetails, AnAnswerThatWasCutTellsNothingThatTheWholeOneDoesNot)
+TEST(ListingDetails, AnAnswerThatWasCutTellsNothingThatTheWholeOneDoesNot)
 {
     const std::string whole = "Permissions:\nbackup\nStillmark LUNs:\nAnnotations:\n\"a\" 2026 \"m\"\nTime images:\n";
     for (size_t size = 0; size < whole.size(); ++size) {

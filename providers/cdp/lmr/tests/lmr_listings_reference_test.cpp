@@ -251,7 +251,7 @@ CLines toLines(const std::string& text)
     return lines;
 }
 
-TEST(CLmrListingsReference, SamplesCutOffAtEveryByteAreReadByTheRules)
+TEST(ListingsByTheRules, SamplesCutOffAtEveryByteAreReadByTheRules)
 {
     for (const SListing& listing : listings()) {
         for (size_t size = 0; size <= listing.sample.size(); ++size) {
@@ -261,7 +261,7 @@ TEST(CLmrListingsReference, SamplesCutOffAtEveryByteAreReadByTheRules)
     }
 }
 
-TEST(CLmrListingsReference, SamplesWithOneByteMoreLessOrOtherAreReadByTheRules)
+TEST(ListingsByTheRules, SamplesWithOneByteMoreLessOrOtherAreReadByTheRules)
 {
     const std::string bytes = std::string(" \t\r\n[]()<->=:\"x\xff", 17) + '\0';
     for (const SListing& listing : listings()) {
@@ -279,7 +279,7 @@ TEST(CLmrListingsReference, SamplesWithOneByteMoreLessOrOtherAreReadByTheRules)
     }
 }
 
-TEST(CLmrListingsReference, SamplesThatWereCutUpAndMixedAreReadByTheRules)
+TEST(ListingsByTheRules, SamplesThatWereCutUpAndMixedAreReadByTheRules)
 {
     std::mt19937 random(20260401);
     const auto draw = [&](size_t range) { return static_cast<size_t>(random() % range); };

@@ -168,7 +168,7 @@ void expectCutsToBePrefixes(SRead (*read)(const CLines&), const std::string& sam
     }
 }
 
-TEST(CLmrListings, MalformedHostListings)
+TEST(Listings, MalformedHostListings)
 {
     expectResults(readHosts, {{"", ""},
                               {"\n", ""},
@@ -201,7 +201,7 @@ TEST(CLmrListings, MalformedHostListings)
                               {"a #\n", "<a>"}});
 }
 
-TEST(CLmrListings, MalformedGroupLists)
+TEST(Listings, MalformedGroupLists)
 {
     expectResults(readGroupNames, {{"", ""},
                                    {"\n\n", ""},
@@ -233,7 +233,7 @@ TEST(CLmrListings, MalformedGroupLists)
                                    {"#\n", ""}});
 }
 
-TEST(CLmrListings, MalformedGroups)
+TEST(Listings, MalformedGroups)
 {
     const std::string head = "Protected LUNS:\n";
     const std::string tail = "Permissions:\nStillmark LUNs:\n";
@@ -275,7 +275,7 @@ TEST(CLmrListings, MalformedGroups)
     }
 }
 
-TEST(CLmrListings, GroupsWithMissingDoubledOrSwappedSections)
+TEST(Listings, GroupsWithMissingDoubledOrSwappedSections)
 {
     expectResults(readGroup, {{"", "no protected"},
                               {"\n", "no protected"},
@@ -304,7 +304,7 @@ TEST(CLmrListings, GroupsWithMissingDoubledOrSwappedSections)
                               {"Protected LUNS:\nPermissions:\nStillmark LUNs:\na [b] c\n", ""}});
 }
 
-TEST(CLmrListings, MalformedTimeImageLists)
+TEST(Listings, MalformedTimeImageLists)
 {
     expectResults(readImageNames, {{"", ""},
                                    {"There are none!\n", "none"},
@@ -335,7 +335,7 @@ TEST(CLmrListings, MalformedTimeImageLists)
                                    {"# x\n", "<#>"}});
 }
 
-TEST(CLmrListings, MalformedTimeImages)
+TEST(Listings, MalformedTimeImages)
 {
     const std::string head = "Name\nTimeImage LUNs:\n";
     const std::vector<SCase> bodies = {{"t [T] <- s [S]\n", "<t=T=s=S>"},
@@ -381,7 +381,7 @@ TEST(CLmrListings, MalformedTimeImages)
     EXPECT_EQ("", readImage({"x TimeImage LUNs: y"}).asText());
 }
 
-TEST(CLmrListings, MalformedDiskLists)
+TEST(Listings, MalformedDiskLists)
 {
     const char* const good = "p (a) b (c) d (e) (S)\n";
     const std::string head = "Disks\n~\n";
@@ -425,7 +425,7 @@ TEST(CLmrListings, MalformedDiskLists)
     EXPECT_EQ("<p=S>", readDisks(toLines(expand(std::string(" \t~ \n") + good))).asText());
 }
 
-TEST(CLmrListings, SamplesCutOffAnywhereGiveWhatStandsInThem)
+TEST(Listings, SamplesCutOffAnywhereGiveWhatStandsInThem)
 {
     expectCutsToBePrefixes(readHosts, "backup01 10.0.0.7\nbackup02 10.0.0.8\n\nbackup03\n");
     expectCutsToBePrefixes(readGroupNames, "Groups:\ncg1 luns=3\ncg 2 luns=1\n");

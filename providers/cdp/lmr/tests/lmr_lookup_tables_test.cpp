@@ -45,17 +45,17 @@ void expectWhatWasAddedAndNothingElse()
     EXPECT_EQ(nullptr, table.find("text0"));
 }
 
-TEST(CLmrHashTable, FindsWhatWasAddedAndNothingElse)
+TEST(HashTable, FindsWhatWasAddedAndNothingElse)
 {
     expectWhatWasAddedAndNothingElse<false>();
 }
 
-TEST(CLmrHashTable, FindsTheSameWithAFilter)
+TEST(HashTable, FindsTheSameWithAFilter)
 {
     expectWhatWasAddedAndNothingElse<true>();
 }
 
-TEST(CLmrTextBlocks, KeepsTextsWhereTheyAreWithAndWithoutRoomMadeForThem)
+TEST(TextBlocks, KeepsTextsWhereTheyAreWithAndWithoutRoomMadeForThem)
 {
     CLMRTextBlocks blocks;
     blocks.reserve(CLMRTextBlocks::roomFor("first") + CLMRTextBlocks::roomFor(""));
@@ -68,7 +68,7 @@ TEST(CLmrTextBlocks, KeepsTextsWhereTheyAreWithAndWithoutRoomMadeForThem)
     }
 }
 
-TEST(CLmrLunTable, FirstPathIsTheFirstInTheOrderOfTheBytes)
+TEST(LunTable, FirstPathIsTheFirstInTheOrderOfTheBytes)
 {
     CLMRLunTable table;
     for (const char* path : {"\xff", "b", "aa", "a", "B", ""}) {
@@ -81,7 +81,7 @@ TEST(CLmrLunTable, FirstPathIsTheFirstInTheOrderOfTheBytes)
     }
 }
 
-TEST(CLmrLunTable, TextsMayHoldAnyByte)
+TEST(LunTable, TextsMayHoldAnyByte)
 {
     CLMRLunTable table;
     table.set(std::string_view("a\0b", 3), std::string_view("S\0T", 3));
@@ -91,7 +91,7 @@ TEST(CLmrLunTable, TextsMayHoldAnyByte)
     EXPECT_STREQ("a", table.firstPathOf("S")->c_str());
 }
 
-TEST(CLmrLunTable, LookUpsAnswerWhatAWalkAnswers)
+TEST(LunTable, LookUpsAnswerWhatAWalkAnswers)
 {
     std::mt19937 random(42);
     const auto draw = [&](unsigned range) { return static_cast<unsigned>(random() % range); };

@@ -7,8 +7,8 @@
 #include <set>
 
 #include "providers/cdp/lmr/lmr_host.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
-#include "providers/cdp/tests/memory_faults.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 namespace {
@@ -18,10 +18,10 @@ using CRequests = std::set<std::string>;
 
 constexpr const char* IMAGE = "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n/dev/t2 [T2] <- /dev/s2 [S2]\n";
 
-class CLmrMemory : public CLmrTest
+class ModelOutOfMemory : public CFakeToolTest
 {
   protected:
-    CLmrMemory()
+    ModelOutOfMemory()
     {
         observe(0);                         // the lines of the trace are not what is looked at here
         setUpTool()->registerTraceLog({});  // nor is the limit that the configuration sets to a run
@@ -81,7 +81,7 @@ class CLmrMemory : public CLmrTest
     const CHostPtr m_host{new CLMRHost("backup01")};
 };
 
-TEST_F(CLmrMemory, CommandsOfAGroupAreWholeOrNotSent)
+TEST_F(ModelOutOfMemory, CommandsOfAGroupAreWholeOrNotSent)
 {
     setScenario(answerTo(" show  timeimage ", IMAGE) + answerTo(" list  timeimages ", "ti1\nti2\n") + "exit 0\n");
     const CGroupPtr group = quietGroup();
@@ -102,7 +102,7 @@ TEST_F(CLmrMemory, CommandsOfAGroupAreWholeOrNotSent)
     sweep([&] { group->populateTimeImageInformation(); }, onlyKnown);
 }
 
-TEST_F(CLmrMemory, GrantOfATimeImageIsWholeOrNotSent)
+TEST_F(ModelOutOfMemory, GrantOfATimeImageIsWholeOrNotSent)
 {
     setScenario(answerTo(" show  timeimage ", IMAGE) + "exit 0\n");
     const CGroupPtr group = quietGroup();
@@ -126,7 +126,7 @@ TEST_F(CLmrMemory, GrantOfATimeImageIsWholeOrNotSent)
         [] {});
 }
 
-TEST_F(CLmrMemory, InventoryHoldsOnlyWhatTheApplianceListed)
+TEST_F(ModelOutOfMemory, InventoryHoldsOnlyWhatTheApplianceListed)
 {
     std::string luns;
     for (int i = 0; i < 6; ++i) {
@@ -135,7 +135,7 @@ TEST_F(CLmrMemory, InventoryHoldsOnlyWhatTheApplianceListed)
     setScenario(answerTo(" list  hosts ", "h1\nh2\n") + answerTo(" list  cgroups ", "cg1 luns=1\ncg2 luns=2\n") +
                 answerTo(" show  cgroup ", "Protected LUNS:\n" + luns + "Permissions:\nStillmark LUNs:\n") +
                 "exit 0\n");
-    const CApplianceTestPtr appliance(new CLMRAppliance("alpha"));
+    const CLMRAppliancePtr appliance(new CLMRAppliance("alpha"));
     sweep([&] { appliance->generateHostList(); },
           [&] {
               size_t index = 0;
@@ -158,7 +158,7 @@ TEST_F(CLmrMemory, InventoryHoldsOnlyWhatTheApplianceListed)
           });
 }
 
-TEST_F(CLmrMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
+TEST_F(ModelOutOfMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
 {
     const auto listing = [](const std::string& prefix) {
         std::string output = "Disks\n" + std::string(122, '=') + "\n";
@@ -190,14 +190,14 @@ TEST_F(CLmrMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
           });
 }
 
-TEST_F(CLmrMemory, LookUpsAnswerWholeOrNotAtAll)
+TEST_F(ModelOutOfMemory, LookUpsAnswerWholeOrNotAtAll)
 {
     const std::string path = "/dev/" + std::string(40, 'p');
     const std::string serial(40, 's');
     setScenario(answerTo("[listdisk]",
                          "Disks\n" + std::string(122, '=') + "\n" + path + " (a) b (c) d (e) (" + serial + ")\n"));
     setUpDevices()->refresh(false);
-    const CApplianceTestPtr appliance(new CLMRAppliance("alpha"));
+    const CLMRAppliancePtr appliance(new CLMRAppliance("alpha"));
     const CString lun(serial.c_str());
     takeSent();
     sweep(
@@ -214,7 +214,7 @@ TEST_F(CLmrMemory, LookUpsAnswerWholeOrNotAtAll)
     EXPECT_EQ(serial, setUpDevices()->serialOf(textOf(path)).c_str());
 }
 
-TEST_F(CLmrMemory, GroupThatGrowsKeepsItsDevices)
+TEST_F(ModelOutOfMemory, GroupThatGrowsKeepsItsDevices)
 {
     const CGroupPtr group = quietGroup();
     size_t added = 0;

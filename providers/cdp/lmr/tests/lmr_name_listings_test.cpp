@@ -31,7 +31,7 @@ void expectAll(SLMRNameListing (*reader)(const CListingLines&), const std::vecto
     }
 }
 
-TEST(CLmrNameListings, HostsAreOneNameALineWithOrWithoutAnAddress)
+TEST(NameListings, HostsAreOneNameALineWithOrWithoutAnAddress)
 {
     expectAll(readHostListing, {{"", ""},
                                 {"\n", ""},
@@ -41,7 +41,7 @@ TEST(CLmrNameListings, HostsAreOneNameALineWithOrWithoutAnAddress)
                                 {"a.b-c_d\n\n9\n", "<a.b-c_d><9>"}});
 }
 
-TEST(CLmrNameListings, WhatIsNoHostSpoilsTheListingOfHosts)
+TEST(NameListings, WhatIsNoHostSpoilsTheListingOfHosts)
 {
     expectAll(readHostListing, {{"Welcome to the storage shell\nproduction\n", "no listing, line 0"},
                                 {"production\nbackup\nLast login: today\n", "no listing, line 2"},
@@ -64,7 +64,7 @@ TEST(CLmrNameListings, WhatIsNoHostSpoilsTheListingOfHosts)
                                 {std::string("a 10.0.0.7\0\n", 12), "no listing, line 0"}});
 }
 
-TEST(CLmrNameListings, GroupsAreTheirNamesWithTheirNumbersOfLuns)
+TEST(NameListings, GroupsAreTheirNamesWithTheirNumbersOfLuns)
 {
     expectAll(readGroupListing, {{"", ""},
                                  {"\r\n\n", ""},
@@ -76,7 +76,7 @@ TEST(CLmrNameListings, GroupsAreTheirNamesWithTheirNumbersOfLuns)
                                  {"say \"hi\" luns=1\n", "<say \"hi\">"}});
 }
 
-TEST(CLmrNameListings, WhatIsNoGroupSpoilsTheListingOfGroups)
+TEST(NameListings, WhatIsNoGroupSpoilsTheListingOfGroups)
 {
     expectAll(readGroupListing, {{"Welcome to the storage shell\ncg1 luns=2\n", "no listing, line 0"},
                                  {"cg1 luns=2\nbye\n", "no listing, line 1"},
@@ -94,7 +94,7 @@ TEST(CLmrNameListings, WhatIsNoGroupSpoilsTheListingOfGroups)
                                  {"There are none!\n", "no listing, line 0"}});
 }
 
-TEST(CLmrNameListings, TimeImagesAreNamesBeforeTheirTimeOrAnnotation)
+TEST(NameListings, TimeImagesAreNamesBeforeTheirTimeOrAnnotation)
 {
     expectAll(readTimeImageListing,
               {{"There are none!\n", ""},
@@ -105,7 +105,7 @@ TEST(CLmrNameListings, TimeImagesAreNamesBeforeTheirTimeOrAnnotation)
                {"There 1\n", "<There>"}});
 }
 
-TEST(CLmrNameListings, WhatIsNoTimeImageSpoilsTheListingOfTimeImages)
+TEST(NameListings, WhatIsNoTimeImageSpoilsTheListingOfTimeImages)
 {
     expectAll(readTimeImageListing, {{"", "no listing"},
                                      {"\n\r\n", "no listing"},
@@ -117,7 +117,7 @@ TEST(CLmrNameListings, WhatIsNoTimeImageSpoilsTheListingOfTimeImages)
                                      {"Time images: none\n", "no listing, line 0"}});
 }
 
-TEST(CLmrNameListings, AListingOfManyNamesIsReadWhole)
+TEST(NameListings, AListingOfManyNamesIsReadWhole)
 {
     CListingLines lines(100'000, "cg luns=1");
     EXPECT_EQ(readGroupListing(lines).names.size(), lines.size());

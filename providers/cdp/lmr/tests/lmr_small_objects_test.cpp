@@ -3,12 +3,12 @@
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
 #include "providers/cdp/lmr/lmr_volume.h"
-#include "providers/cdp/lmr/tests/lmr_fixture.h"
+#include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
 namespace {
 
-class CLmrTimeImage : public CLmrTest
+class TimeImage : public CFakeToolTest
 {
   protected:
     CTimeImagePtr makeImage() const
@@ -22,7 +22,7 @@ class CLmrTimeImage : public CLmrTest
     const CHostPtr m_host{new CLMRHost("backup01")};
 };
 
-TEST_F(CLmrTimeImage, GrantIsSentAndTraced)
+TEST_F(TimeImage, GrantIsSentAndTraced)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -30,7 +30,7 @@ TEST_F(CLmrTimeImage, GrantIsSentAndTraced)
     expectCall();
 }
 
-TEST_F(CLmrTimeImage, SecondGrantToTheSameHostIsNotSent)
+TEST_F(TimeImage, SecondGrantToTheSameHostIsNotSent)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -42,7 +42,7 @@ TEST_F(CLmrTimeImage, SecondGrantToTheSameHostIsNotSent)
     expectCall();
 }
 
-TEST_F(CLmrTimeImage, GrantAfterAFailedOneIsSentAgain)
+TEST_F(TimeImage, GrantAfterAFailedOneIsSentAgain)
 {
     setUpTool();
     setScenario("times 1\nexit 2\nexit 0\n");
@@ -53,7 +53,7 @@ TEST_F(CLmrTimeImage, GrantAfterAFailedOneIsSentAgain)
     expectCall("again");
 }
 
-TEST_F(CLmrTimeImage, AnotherHostIsGrantedToo)
+TEST_F(TimeImage, AnotherHostIsGrantedToo)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -65,7 +65,7 @@ TEST_F(CLmrTimeImage, AnotherHostIsGrantedToo)
     expectCall();
 }
 
-TEST_F(CLmrTimeImage, NothingIsSentWithoutAHostOrAGroup)
+TEST_F(TimeImage, NothingIsSentWithoutAHostOrAGroup)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -76,7 +76,7 @@ TEST_F(CLmrTimeImage, NothingIsSentWithoutAHostOrAGroup)
     expectCall();
 }
 
-TEST_F(CLmrTimeImage, WithdrawingDoesNothing)
+TEST_F(TimeImage, WithdrawingDoesNothing)
 {
     setUpTool();
     setScenario("exit 0\n");
@@ -84,7 +84,7 @@ TEST_F(CLmrTimeImage, WithdrawingDoesNothing)
     expectCall();
 }
 
-TEST_F(CLmrTimeImage, DeviceEntryReplacesTheTargetOfItsSource)
+TEST_F(TimeImage, DeviceEntryReplacesTheTargetOfItsSource)
 {
     const CTimeImagePtr image = makeImage();
     image->addDeviceEntry("S2", "T2");
@@ -95,7 +95,7 @@ TEST_F(CLmrTimeImage, DeviceEntryReplacesTheTargetOfItsSource)
     EXPECT_STREQ("ti1", image->getName().c_str());
 }
 
-TEST_F(CLmrTimeImage, TargetOfASourceIsWhatTheMapHolds)
+TEST_F(TimeImage, TargetOfASourceIsWhatTheMapHolds)
 {
     const CTimeImagePtr image = makeImage();
     image->addDeviceEntry("S1", "T1");
@@ -106,7 +106,7 @@ TEST_F(CLmrTimeImage, TargetOfASourceIsWhatTheMapHolds)
     EXPECT_STREQ("", image->getTargetDevice("").c_str());
 }
 
-TEST_F(CLmrTimeImage, GroupIsHeldUntilAnotherOneIsSet)
+TEST_F(TimeImage, GroupIsHeldUntilAnotherOneIsSet)
 {
     const CTimeImagePtr image = makeImage();
     const CGroupPtr first = makeGroup("a");
@@ -117,7 +117,7 @@ TEST_F(CLmrTimeImage, GroupIsHeldUntilAnotherOneIsSet)
     EXPECT_EQ(1, first->getCount());
 }
 
-TEST(CLmrHost, StartsWithItsNameOrEmpty)
+TEST(ApplianceHost, StartsWithItsNameOrEmpty)
 {
     CLMRHost host("h");
     EXPECT_STREQ("h", host.getName().c_str());
@@ -126,7 +126,7 @@ TEST(CLmrHost, StartsWithItsNameOrEmpty)
     EXPECT_STREQ("", CLMRHost().getName().c_str());
 }
 
-TEST(CLmrHost, PortIsReplacedAndRemovingLeavesIt)
+TEST(ApplianceHost, PortIsReplacedAndRemovingLeavesIt)
 {
     CLMRHost host("h");
     EXPECT_EQ(1, host.addPortNumber("1"));
@@ -137,7 +137,7 @@ TEST(CLmrHost, PortIsReplacedAndRemovingLeavesIt)
     EXPECT_STREQ("h", host.getName().c_str());
 }
 
-TEST(CLmrHost, PropertyOfAGroupIsAppendedAndNoOther)
+TEST(ApplianceHost, PropertyOfAGroupIsAppendedAndNoOther)
 {
     std::vector<CString> groups = {"old"};
     setProp({"Consistency Group:", "G"}, "", groups);
@@ -151,7 +151,7 @@ TEST(CLmrHost, PropertyOfAGroupIsAppendedAndNoOther)
     EXPECT_TRUE(expected == groups);
 }
 
-TEST(CLmrHost, ParsingAGroupChangesNothing)
+TEST(ApplianceHost, ParsingAGroupChangesNothing)
 {
     CString group = "g";
     std::vector<CString> pieces = {"p"};
@@ -162,7 +162,7 @@ TEST(CLmrHost, ParsingAGroupChangesNothing)
     EXPECT_EQ(1U, groups.size());
 }
 
-TEST(CLmrVolume, HoldsItsName)
+TEST(Volume, HoldsItsName)
 {
     CLMRVolume volume("v");
     EXPECT_STREQ("v", volume.getName().c_str());
