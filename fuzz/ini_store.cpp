@@ -107,8 +107,8 @@ std::vector<std::string> allValues()
 bool isTame(const std::string& text)
 {
     // Whether it takes names that differ in case for one depends on where they fall in its tables.
-    constexpr std::string_view nameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
-    constexpr size_t longest = 200;
+    constexpr std::string_view NAME_CHARACTERS = "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    constexpr size_t LONGEST = 200;
     size_t begin = 0;
     for (size_t i = 0; i <= text.size(); ++i) {
         if (i < text.size() && text[i] != '\n') {
@@ -117,14 +117,14 @@ bool isTame(const std::string& text)
         }
         const std::string line = obzx_pdk_4_4::CFiStringTool::trim(text.substr(begin, i - begin), " \t");
         begin = i + 1;
-        if (line.size() > longest || line.ends_with("=\"") || line.ends_with(" \"") || line.ends_with("\t\"")) {
+        if (line.size() > LONGEST || line.ends_with("=\"") || line.ends_with(" \"") || line.ends_with("\t\"")) {
             return false;
         }
         if (line.empty() || line[0] == ';' || line[0] == '#') continue;
         const bool isSection = line[0] == '[';
         const std::string name = obzx_pdk_4_4::CFiStringTool::trim(
             isSection ? line.substr(1, line.rfind(']') - 1) : line.substr(0, line.find('=')), isSection ? "" : " \t");
-        if (name.empty() || name.find_first_not_of(nameCharacters) != std::string::npos) return false;
+        if (name.empty() || name.find_first_not_of(NAME_CHARACTERS) != std::string::npos) return false;
     }
     return true;
 }

@@ -28,9 +28,9 @@ std::string write(const CFiObjctlArgs::CPairs& pairs)
         args.addOutput(pair);
     }
     std::string reply = bytes(args.exportArgs());
-    constexpr std::string_view output = "OBJCTL_OUTPUT arg=";
-    for (size_t at = reply.find(output); at != std::string::npos; at = reply.find(output, at)) {
-        reply.replace(at, output.size(), "OBJCTL_INPUT arg=");
+    constexpr std::string_view OUTPUT = "OBJCTL_OUTPUT arg=";
+    for (size_t at = reply.find(OUTPUT); at != std::string::npos; at = reply.find(OUTPUT, at)) {
+        reply.replace(at, OUTPUT.size(), "OBJCTL_INPUT arg=");
     }
     return reply;
 }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr uint64_t MOST_SECTORS = 16;
 
-std::atomic<bool> stopAsked = false;  // lock-free, so that the handler may set it
+std::atomic<bool> g_stopAsked = false;  // lock-free, so that the handler may set it
 
 struct SRunArguments
 {
@@ -41,7 +41,7 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
     CSession session(options);
     const SAppliance appliance = session.appliance();
     std::mt19937_64 random(seed);
-    while (!stopAsked && (most == 0 || log.writes() < most)) {
+    while (!g_stopAsked && (most == 0 || log.writes() < most)) {
         SWorkloadWrite write;
         write.lun = random() % luns.size();
         const SLun& lun = luns[write.lun];
@@ -78,7 +78,7 @@ void run(const SOptions& options, const SRunArguments& given)
                               EObject::LUN);
     }
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-        std::signal(signal, [](int /*signal*/) { stopAsked = true; });
+        std::signal(signal, [](int /*signal*/) { g_stopAsked = true; });
     }
     CWorkloadLog log(given.log, logged);
     std::mutex failing;
@@ -86,7 +86,7 @@ void run(const SOptions& options, const SRunArguments& given)
     const auto fail = [&] {
         const std::lock_guard<std::mutex> lock(failing);
         failure = std::current_exception();
-        stopAsked = true;
+        g_stopAsked = true;
     };
     std::vector<std::thread> writers;
     try {

@@ -15,14 +15,14 @@ namespace obzx_pdk_4_4 {
 template <class T>
 struct CFiNullAllocator
 {
-    static constexpr bool canCreate = false;
+    static constexpr bool CAN_CREATE = false;
 };
 
 /// Pointers to singletons: the pointer may create its object.
 template <class T>
 struct CFiContextSingletonAllocator
 {
-    static constexpr bool canCreate = true;
+    static constexpr bool CAN_CREATE = true;
     static T* create() { return new T(); }
 };
 
@@ -44,7 +44,7 @@ class CFiSmartPtr
     explicit CFiSmartPtr(T* object) { acquire(object); }
 
     /// true: holds a new default-constructed T with a count of 1; false: holds nothing.
-    template <class B, class = std::enable_if_t<std::is_same_v<B, bool> && Alloc::canCreate>>
+    template <class B, class = std::enable_if_t<std::is_same_v<B, bool> && Alloc::CAN_CREATE>>
     explicit CFiSmartPtr(B create)
     {
         if (create) acquire(Alloc::create());

@@ -117,7 +117,7 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
     bool isEnabled(int32_t level) const
     {
         return level <= m_level.load(std::memory_order_relaxed) ||
-               level <= s_observerLevel.load(std::memory_order_relaxed);
+               level <= g_observerLevel.load(std::memory_order_relaxed);
     }
 
     template <class... Args>
@@ -143,7 +143,7 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
     static constexpr int32_t NO_LEVEL = INT32_MIN;
 
     // Level asked for by the process's trace observer; NO_LEVEL when there is none.
-    static std::atomic<int32_t> s_observerLevel;
+    static std::atomic<int32_t> g_observerLevel;
 
     struct SState;
     std::unique_ptr<SState> m_state;

@@ -9,12 +9,12 @@
 namespace obzx_pdk_4_4 {
 namespace {
 
-const char s_marker = 0;  // its address lies in this library
+const char MARKER = 0;  // its address lies in this library
 
 std::string catalogsOfThisLibrary()
 {
     Dl_info info{};
-    if (dladdr(&s_marker, &info) == 0 || info.dli_fname == nullptr) return {};
+    if (dladdr(&MARKER, &info) == 0 || info.dli_fname == nullptr) return {};
     // The loader may have been given a relative path or a link to the library. No memory is asked for: what is found
     // here is kept for the life of the process.
     char library[PATH_MAX];

@@ -121,23 +121,23 @@ struct SAnswer
     CClock::time_point time;
 };
 
-std::mutex answersMutex;
-std::map<std::string, SAnswer> answers;
+std::mutex g_answersMutex;
+std::map<std::string, SAnswer> g_answers;
 
 bool recall(const std::string& name, SHostInfo& host)
 {
-    const std::lock_guard<std::mutex> guard(answersMutex);
-    const auto found = answers.find(name);
-    if (found == answers.end() || CClock::now() - found->second.time > ANSWER_LIFE) return false;
+    const std::lock_guard<std::mutex> guard(g_answersMutex);
+    const auto found = g_answers.find(name);
+    if (found == g_answers.end() || CClock::now() - found->second.time > ANSWER_LIFE) return false;
     host = found->second.host;
     return true;
 }
 
 void remember(const std::string& name, const SHostInfo& host)
 {
-    const std::lock_guard<std::mutex> guard(answersMutex);
-    if (answers.size() >= MAX_ANSWERS) answers.clear();
-    answers[name] = {host, CClock::now()};
+    const std::lock_guard<std::mutex> guard(g_answersMutex);
+    if (g_answers.size() >= MAX_ANSWERS) g_answers.clear();
+    g_answers[name] = {host, CClock::now()};
 }
 
 }  // namespace

@@ -16,13 +16,13 @@ struct SPhase
 // null: the number is no phase.
 const SPhase* findPhase(int phase)
 {
-    static constexpr SPhase phases[] = {
+    static constexpr SPhase PHASES[] = {
         {&CFiSplitNode::m_selectDone, "DBG : Found selectDone zero, adding node"},
         {&CFiSplitNode::m_prepareDone, "DBG : Found prepareDone zero, adding node"},
         {&CFiSplitNode::m_makeDone, "DBG : Found makeDone zero, adding node"},
         {&CFiSplitNode::m_updateDone, "DBG : Found updateDone zero, adding node"},
     };
-    return phase < PHASE_SELECT || phase > PHASE_UPDATE ? nullptr : &phases[phase - PHASE_SELECT];
+    return phase < PHASE_SELECT || phase > PHASE_UPDATE ? nullptr : &PHASES[phase - PHASE_SELECT];
 }
 
 }  // namespace

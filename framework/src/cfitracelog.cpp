@@ -125,7 +125,7 @@ void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* ar
     try {
         const std::string text = formatTrace(format, args, count);
         if (level <= m_level.load(std::memory_order_relaxed)) m_state->file->write(level, m_state->component, text);
-        if (level <= s_observerLevel.load(std::memory_order_relaxed)) observeTrace(level, m_state->component, text);
+        if (level <= g_observerLevel.load(std::memory_order_relaxed)) observeTrace(level, m_state->component, text);
     } catch (...) {
         // No memory for the line: it is lost, the caller goes on.
     }

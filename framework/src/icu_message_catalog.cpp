@@ -18,7 +18,7 @@ constexpr std::string_view BUNDLE = ".res";
 
 // ICU sets its cache of bundles up once for the life of the process. If it found no memory then, no bundle could ever
 // be opened. So that comes when this library is loaded, with a bundle that cannot be there.
-[[maybe_unused]] const bool s_cacheIsSetUp = [] {
+[[maybe_unused]] const bool CACHE_IS_SET_UP = [] {
     UErrorCode status = U_ZERO_ERROR;
     ures_close(ures_openDirect("/dev/null", "root", &status));
     return status != U_MEMORY_ALLOCATION_ERROR;

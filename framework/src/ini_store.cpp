@@ -10,10 +10,10 @@ constexpr size_t MAX_NAME = 255;
 
 std::string_view trimmed(std::string_view text)
 {
-    constexpr std::string_view blanks = " \t\r\v\f";
-    const size_t begin = text.find_first_not_of(blanks);
+    constexpr std::string_view BLANKS = " \t\r\v\f";
+    const size_t begin = text.find_first_not_of(BLANKS);
     if (begin == std::string_view::npos) return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+    return text.substr(begin, text.find_last_not_of(BLANKS) - begin + 1);
 }
 
 std::string_view unquoted(std::string_view text)

@@ -123,18 +123,18 @@ void initializeParser()
 {
     // Never terminated: the count that the library keeps is not safe against the host's own use of it, and what it
     // holds is held once for the life of the process. A start that found no memory cannot be undone or repeated.
-    static CPanicHandler s_handler;
-    static std::once_flag s_once;
-    static bool s_initialized = false;
-    std::call_once(s_once, [] {
+    static CPanicHandler handler;
+    static std::once_flag once;
+    static bool initialized = false;
+    std::call_once(once, [] {
         try {
-            XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale, nullptr, &s_handler);
-            s_initialized = true;
+            XMLPlatformUtils::Initialize(XMLUni::fgXercescDefaultLocale, nullptr, &handler);
+            initialized = true;
         } catch (...) {
-            s_initialized = false;
+            initialized = false;
         }
     });
-    if (!s_initialized) throw SNotInitialized();
+    if (!initialized) throw SNotInitialized();
 }
 
 // The memory of one parse. What the parser loses on its way when it finds no more is given back here.

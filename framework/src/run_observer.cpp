@@ -5,7 +5,7 @@
 
 namespace obzx_pdk_4_4 {
 
-std::atomic<uint64_t> CRunObserver::s_current{CRunObserver::NONE};
+std::atomic<uint64_t> CRunObserver::g_current{CRunObserver::NONE};
 
 namespace {
 
@@ -24,7 +24,7 @@ uint64_t g_lastSet = CRunObserver::NONE;
 SCall* g_calls = nullptr;
 
 // A run of the observer's own must not be told to it, and one that takes itself away must not wait for itself.
-thread_local bool t_observing = false;
+thread_local bool g_observing = false;
 
 bool isRunning(uint64_t observer)
 {
@@ -50,7 +50,7 @@ void endCall(SCall& ended)
 
 uint64_t CRunObserver::ofThread() noexcept
 {
-    return t_observing ? NONE : s_current.load(std::memory_order_acquire);
+    return g_observing ? NONE : g_current.load(std::memory_order_acquire);
 }
 
 void CRunObserver::call(uint64_t observer, const obzx_run& run) noexcept
@@ -60,30 +60,30 @@ void CRunObserver::call(uint64_t observer, const obzx_run& run) noexcept
     void* context = nullptr;
     {
         const std::lock_guard<std::mutex> guard(g_mutex);
-        if (s_current.load(std::memory_order_relaxed) != observer) return;
+        if (g_current.load(std::memory_order_relaxed) != observer) return;
         function = g_function;
         context = g_context;
         running.next = g_calls;
         g_calls = &running;
     }
-    t_observing = true;
+    g_observing = true;
     try {
         function(context, &run);
     } catch (...) {
         // The observer's own failure; the run goes on.
     }
-    t_observing = false;
+    g_observing = false;
     endCall(running);
 }
 
 void CRunObserver::set(obzx_run_observer function, void* context) noexcept
 {
     std::unique_lock<std::mutex> guard(g_mutex);
-    const uint64_t former = s_current.load(std::memory_order_relaxed);
+    const uint64_t former = g_current.load(std::memory_order_relaxed);
     g_function = function;
     g_context = context;
-    s_current.store(function == nullptr ? NONE : ++g_lastSet, std::memory_order_release);
-    if (t_observing) return;
+    g_current.store(function == nullptr ? NONE : ++g_lastSet, std::memory_order_release);
+    if (g_observing) return;
     g_callEnded.wait(guard, [former] { return !isRunning(former); });
 }
 

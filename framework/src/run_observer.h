@@ -15,7 +15,7 @@ class CRunObserver
 
     /// Which observer is to be told about a run that begins now on this thread; NONE when none is set, and inside the
     /// call of one.
-    static uint64_t current() noexcept { return s_current.load(std::memory_order_acquire) == NONE ? NONE : ofThread(); }
+    static uint64_t current() noexcept { return g_current.load(std::memory_order_acquire) == NONE ? NONE : ofThread(); }
     /// Calls it, unless it is no longer the one that is set.
     static void call(uint64_t observer, const obzx_run& run) noexcept;
 
@@ -24,7 +24,7 @@ class CRunObserver
   private:
     static uint64_t ofThread() noexcept;
 
-    static std::atomic<uint64_t> s_current;
+    static std::atomic<uint64_t> g_current;
 };
 
 }  // namespace obzx_pdk_4_4

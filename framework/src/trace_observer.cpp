@@ -17,11 +17,11 @@ struct CFiTraceObserver
     int32_t level;
     int running = 0;
 
-    static void setLevel(int32_t level) { CFiTraceLog::s_observerLevel.store(level, std::memory_order_relaxed); }
+    static void setLevel(int32_t level) { CFiTraceLog::g_observerLevel.store(level, std::memory_order_relaxed); }
     static constexpr int32_t NO_LEVEL = CFiTraceLog::NO_LEVEL;
 };
 
-std::atomic<int32_t> CFiTraceLog::s_observerLevel{CFiTraceLog::NO_LEVEL};
+std::atomic<int32_t> CFiTraceLog::g_observerLevel{CFiTraceLog::NO_LEVEL};
 
 namespace {
 
@@ -31,7 +31,7 @@ std::shared_ptr<CFiTraceObserver> g_observer;
 
 // An observer that causes a trace line must not be called for it, and one that takes itself away must not wait for
 // itself.
-thread_local bool t_observing = false;
+thread_local bool g_observing = false;
 
 std::shared_ptr<CFiTraceObserver> beginCall(int32_t level)
 {
@@ -51,16 +51,16 @@ void endCall(CFiTraceObserver& observer)
 
 void observeTrace(int32_t level, const std::string& component, const std::string& text)
 {
-    if (t_observing) return;
+    if (g_observing) return;
     const std::shared_ptr<CFiTraceObserver> observer = beginCall(level);
     if (observer == nullptr) return;
-    t_observing = true;
+    g_observing = true;
     try {
         observer->function(observer->user, level, component.c_str(), text.c_str());
     } catch (...) {
         // The observer's own failure; tracing goes on.
     }
-    t_observing = false;
+    g_observing = false;
     endCall(*observer);
 }
 
@@ -78,6 +78,6 @@ void obzx_set_trace_observer(obzx_trace_observer observer, void* user, int32_t l
     std::unique_lock<std::mutex> guard(g_mutex);
     g_observer.swap(next);
     CFiTraceObserver::setLevel(observer == nullptr ? CFiTraceObserver::NO_LEVEL : level);
-    if (next == nullptr || t_observing) return;
+    if (next == nullptr || g_observing) return;
     g_callEnded.wait(guard, [&next] { return next->running == 0; });
 }

@@ -23,8 +23,8 @@ struct SRunning
 
 SRunning& running()
 {
-    static SRunning g_running;
-    return g_running;
+    static SRunning state;
+    return state;
 }
 
 std::string textOf(const SRunRecord& run)
