@@ -5,23 +5,26 @@
 #include <cstring>
 
 #include "framework/include/cfiplatformerror.h"
-#include "framework/src/child_process.h"
 #include "framework/src/command_line.h"
 #include "framework/src/exec_limit.h"
 #include "framework/src/process_output.h"
 #include "framework/src/process_spawn.h"
 #include "framework/src/run_cancel.h"
 #include "framework/src/run_record.h"
+#include "framework/src/running_program.h"
 
 namespace obzx_pdk_4_4 {
 
 namespace {
 
-using Clock = CChildProcess::Clock;
+using Clock = CRunningProgram::Clock;
 
 constexpr unsigned long MAX_SECONDS = 10UL * 365 * 24 * 3600;  // the clock's range is not for callers to test
 // Lines cost more memory than their text; of an output that nobody can use only the start is handed over.
 constexpr size_t SHOWN_OF_TOO_LONG = size_t{1024} * 1024;
+
+// What is added to a signal's number, as a shell does, to tell it from an exit status.
+constexpr long SIGNAL_STATUS = 128;
 
 bool holdsNul(const std::string& text)
 {
@@ -45,19 +48,19 @@ SFiExecError notStarted(const std::string& command, int error)
     return failure(EXEC_FAILED, error, "Cannot start [" + command + "]: " + CFiPlatformError::errorText(error));
 }
 
-SFiExecError ended(const std::string& command, const SExitStatus& exit)
+SFiExecError ended(const std::string& command, const base::SExitStatus& exit)
 {
     const std::string text = "Command [" + command + "] ";
     if (exit.lost) {
         return failure(EXEC_FAILED, ECHILD,
                        text + "ended, but its exit status is lost: the host ignores SIGCHLD or waits for any child");
     }
-    if (exit.status == 0) return {};
-    if (exit.killed) {
-        return failure(EXEC_FAILED, exit.status,
-                       text + "was killed by signal " + std::to_string(exit.status - SIGNAL_STATUS));
+    if (exit.signal != 0) {
+        return failure(EXEC_FAILED, SIGNAL_STATUS + exit.signal,
+                       text + "was killed by signal " + std::to_string(exit.signal));
     }
-    return failure(EXEC_FAILED, exit.status, text + "exited with status " + std::to_string(exit.status));
+    if (exit.exit == 0) return {};
+    return failure(EXEC_FAILED, exit.exit, text + "exited with status " + std::to_string(exit.exit));
 }
 
 SFiExecError stopped(obzx_run_stop stop, const std::string& command, unsigned long seconds)
@@ -77,12 +80,12 @@ SFiExecError stopped(obzx_run_stop stop, const std::string& command, unsigned lo
 }
 
 // Collects the output until the process has ended or must be stopped.
-obzx_run_stop collect(CChildProcess& process, CProcessOutput& output, Clock::time_point deadline, CRunCancel& cancel)
+obzx_run_stop collect(CRunningProgram& process, CProcessOutput& output, Clock::time_point deadline, CRunCancel& cancel)
 {
     while (!output.tooLong()) {
         const bool ready = process.waitFor(output.descriptor(), deadline, &cancel);
         if (ready) output.read();
-        if (process.ended()) {
+        if (process.hasEnded()) {
             // Somebody it left behind may hold the output open for ever; what the process itself wrote is there by now.
             output.readRest();
             break;
@@ -139,7 +142,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
     }
     // The observer's time is the run's: a slow one does not make the limit longer.
     const Clock::time_point deadline = Clock::now() + std::chrono::seconds(allowed);
-    CChildProcess process(spawned.pid);
+    CRunningProgram process(spawned.pid);
     record.started(spawned.pid);
     CProcessOutput output(spawned.output.get());
     const obzx_run_stop stop = collect(process, output, deadline, cancel);

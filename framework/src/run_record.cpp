@@ -73,14 +73,15 @@ void CRunRecord::notStarted(int error) noexcept
     m_run.error = error;
 }
 
-void CRunRecord::ended(int result, obzx_run_stop stop, const SExitStatus& exit, const CFiOutputText& output) noexcept
+void CRunRecord::ended(int result, obzx_run_stop stop, const base::SExitStatus& exit,
+                       const CFiOutputText& output) noexcept
 {
     if (!isObserved()) return;
     m_isEndKnown = true;
     m_run.result = result;
     m_run.stopped = stop;
-    m_run.exit_status = exit.lost || exit.killed ? 0 : exit.status;
-    m_run.signal = exit.killed ? exit.status - SIGNAL_STATUS : 0;
+    m_run.exit_status = exit.exit;
+    m_run.signal = exit.signal;
     m_run.error = exit.lost ? ECHILD : 0;
     m_run.output_size = output.size();
     try {

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "base/child_process.h"
 #include "framework/include/cfioutputtext.h"
 #include "framework/include/obzx_runtime.h"
-#include "framework/src/child_process.h"
 #include "framework/src/input_text.h"
 
 namespace obzx_pdk_4_4 {
@@ -32,7 +32,7 @@ class CRunRecord
     /// @param error errno value
     void notStarted(int error) noexcept;
     /// @param result an EExecResult
-    void ended(int result, obzx_run_stop stop, const SExitStatus& exit, const CFiOutputText& output) noexcept;
+    void ended(int result, obzx_run_stop stop, const base::SExitStatus& exit, const CFiOutputText& output) noexcept;
 
   private:
     static constexpr size_t MOST_KEPT = size_t{1024} * 1024;  // of the output

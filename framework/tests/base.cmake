@@ -11,9 +11,9 @@ if(NOT CDPFI_SANITIZE)
 endif()
 
 cdpfi_add_tests(framework_base_tests
-  SOURCES tests/base/child_process_test.cpp tests/base/command_line_test.cpp tests/base/configuration_test.cpp tests/base/counted_pointer_test.cpp
+  SOURCES tests/base/command_line_test.cpp tests/base/configuration_test.cpp tests/base/counted_pointer_test.cpp
     tests/base/exec_pipe_ending_test.cpp tests/base/exec_pipe_host_test.cpp tests/base/exec_pipe_output_test.cpp
-    tests/base/little_memory.cpp tests/base/network_test.cpp tests/base/output_text_test.cpp tests/base/platform_error_test.cpp tests/base/process_output_test.cpp tests/base/record_layout.c
+    tests/base/little_memory.cpp tests/base/network_test.cpp tests/base/output_text_test.cpp tests/base/platform_error_test.cpp tests/base/process_output_test.cpp tests/base/running_program_test.cpp tests/base/record_layout.c
     tests/base/run_cancel_test.cpp tests/base/run_observer_test.cpp tests/base/run_record_test.cpp
     tests/base/runtime_functions_test.cpp tests/base/scratch.cpp tests/base/string_tool_test.cpp
     tests/base/temporary_files_test.cpp
@@ -21,9 +21,9 @@ cdpfi_add_tests(framework_base_tests
     tests/base/trace_observer_test.cpp
     ${counting}
     # Inside the library; not exported.
-    src/child_process.cpp src/child_start.cpp src/command_line.cpp src/folder_names.cpp
-    src/input_text.cpp src/process_output.cpp src/process_spawn.cpp src/regular_file.cpp src/run_cancel.cpp src/run_observer.cpp src/run_record.cpp
+    src/command_line.cpp src/folder_names.cpp
+    src/input_text.cpp src/process_output.cpp src/process_spawn.cpp src/regular_file.cpp src/run_cancel.cpp src/run_observer.cpp src/run_record.cpp src/running_program.cpp
     src/temporary_files.cpp
-  LIBRARIES obzx_pdk Threads::Threads
+  LIBRARIES cdpfi_base obzx_pdk Threads::Threads
   DEPENDS exec_child
   DEFINITIONS EXEC_CHILD="$<TARGET_FILE:exec_child>")

@@ -6,13 +6,13 @@
 #include <csignal>
 #include <memory>
 
-#include "framework/tests/base/no_descriptor_left.h"
+#include "base/tests/no_descriptor_left.h"
 #include "framework/tests/base/run_fixture.h"
 
 namespace {
 
 using namespace obzx_pdk_4_4;
-using obzx_test::CNoDescriptorLeft;
+using base_test::CNoDescriptorLeft;
 using obzx_test::SSeenRun;
 using testing::ElementsAre;
 using testing::IsEmpty;

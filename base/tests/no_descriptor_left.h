@@ -9,7 +9,7 @@
 
 #include "base/file_descriptor.h"
 
-namespace obzx_test {
+namespace base_test {
 
 /// Lets the host have no descriptor left.
 class CNoDescriptorLeft
@@ -32,4 +32,4 @@ class CNoDescriptorLeft
     rlimit m_former = {};
 };
 
-}  // namespace obzx_test
+}  // namespace base_test

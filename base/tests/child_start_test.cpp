@@ -1,0 +1,183 @@
+#include "base/child_start.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+
+#include "base/pipe.h"
+#include "base/process_stat.h"
+#include "base/tests/script.h"
+#include "base/tests/temporary_folder.h"
+
+namespace {
+
+using base::SChildStart;
+using base_test::CScript;
+
+int exitStatus(const CScript& script)
+{
+    int status = -1;
+    EXPECT_EQ(::waitpid(script.pid(), &status, 0), script.pid());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+int startOf(const std::vector<std::string>& programs)
+{
+    const base::CFileDescriptor nothing = base::openInput();
+    SChildStart start{.programs = programs, .words = {"exit"}, .environment = {}, .directory = {}};
+    start.input = start.output = start.errors = nothing.get();
+    pid_t pid = -7;
+    const int error = base::startChild(start, pid);
+    EXPECT_EQ(pid == -7, error != 0) << "the id is that of a child";
+    if (error == 0) ::waitpid(pid, nullptr, 0);
+    return error;
+}
+
+TEST(ChildStart, LeadsAGroupOfItsOwn)
+{
+    const CScript script("cat /proc/$$/stat | cut -d' ' -f5");
+    EXPECT_EQ(script.line(), std::to_string(script.pid()));
+    EXPECT_EQ(exitStatus(script), 0);
+}
+
+TEST(ChildStart, GetsThreeDescriptorsAndNoOther)
+{
+    const base::CFileDescriptor inherited(::open("/dev/null", O_RDONLY));  // without O_CLOEXEC
+    const base::CFileDescriptor high(::fcntl(inherited.get(), F_DUPFD, 200));
+    const CScript script("ls -m /proc/$$/fd; cat");
+    EXPECT_EQ(script.line(), "0, 1, 2");
+    EXPECT_EQ(script.line(), "") << "nothing to read";
+    EXPECT_EQ(exitStatus(script), 0);
+}
+
+TEST(ChildStart, MayWriteToThisProcesssStandardError)
+{
+    const base::CFileDescriptor nothing = base::openInput();
+    const int flags = ::fcntl(STDERR_FILENO, F_GETFD);
+    ::fcntl(STDERR_FILENO, F_SETFD, FD_CLOEXEC);
+    const SChildStart start{.programs = {"/bin/sh"},
+                            .words = {"sh", "-c", "[ -e /proc/$$/fd/1 ] && [ /proc/$$/fd/1 -ef /proc/$$/fd/2 ]"},
+                            .environment = {},
+                            .directory = {},
+                            .input = nothing.get(),
+                            .output = STDERR_FILENO,
+                            .errors = STDERR_FILENO};
+    pid_t pid = -1;
+    ASSERT_EQ(base::startChild(start, pid), 0);
+    ::fcntl(STDERR_FILENO, F_SETFD, flags);
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    EXPECT_EQ(status, 0);
+}
+
+TEST(ChildStart, HasDefaultSignalHandlingAndNoBlockedSignal)
+{
+    sigset_t all, former;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &former);
+    ::signal(SIGUSR1, SIG_IGN);
+    const CScript script("grep -E 'SigBlk|SigIgn' /proc/self/status | tr -d '\\n\\t'");
+    ::signal(SIGUSR1, SIG_DFL);
+    ::pthread_sigmask(SIG_SETMASK, &former, nullptr);
+    EXPECT_EQ(script.line(), "SigBlk:0000000000000000SigIgn:0000000000000000");
+    EXPECT_EQ(exitStatus(script), 0);
+}
+
+TEST(ChildStart, RunsInItsDirectoryWithItsEnvironment)
+{
+    const base_test::CTemporaryFolder folder;
+    ::setenv("CHILD_START_TEST", "old", 1);
+    ::setenv("CHILD_START_TEST_MORE", "stays", 1);
+    const CScript script("pwd; echo \"$CHILD_START_TEST,$CHILD_START_TEST_MORE\"",
+                         {.programs = {},
+                          .words = {},
+                          .environment = {"CHILD_START_TEST=new"},
+                          .directory = std::filesystem::canonical(folder.path())});
+    ::unsetenv("CHILD_START_TEST");
+    ::unsetenv("CHILD_START_TEST_MORE");
+    EXPECT_EQ(script.line(), std::filesystem::canonical(folder.path()));
+    EXPECT_EQ(script.line(), "new,stays");
+    EXPECT_EQ(exitStatus(script), 0);
+}
+
+TEST(ChildStart, TriesOneProgramAfterTheOther)
+{
+    const base_test::CTemporaryFolder folder;
+    const std::string missing = folder / "missing";
+    const std::string denied = folder / "denied";
+    ::close(::open(denied.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
+    EXPECT_EQ(startOf({missing, denied, "/bin/true"}), 0);
+    EXPECT_EQ(startOf({missing}), ENOENT);
+    EXPECT_EQ(startOf({denied, missing}), EACCES) << "says more than that there is none further on";
+}
+
+// Started by a thread that has ended by the time the function returns.
+pid_t startFromThread(bool endsWithThread)
+{
+    pid_t pid = -1;
+    std::thread([&] {
+        SChildStart start;
+        start.endsWithThread = endsWithThread;
+        const CScript script("echo ready; exec sleep 60", start);
+        script.line();
+        pid = script.pid();
+    }).join();
+    return pid;
+}
+
+TEST(ChildStart, EndsWithItsThreadWhereThatIsWanted)
+{
+    const pid_t pid = startFromThread(true);
+    int status = 0;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(WTERMSIG(status), SIGKILL);
+}
+
+TEST(ChildStart, OutlivesItsThreadOtherwise)
+{
+    const pid_t pid = startFromThread(false);
+    ::usleep(50 * 1000);
+    EXPECT_EQ(::waitpid(pid, nullptr, WNOHANG), 0);
+    ::kill(pid, SIGTERM);
+    int status = 0;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(WTERMSIG(status), SIGTERM) << "it still ran";
+}
+
+TEST(ChildInput, OfAFifoDoesNotWaitToBeOpenedAndWaitsToBeRead)
+{
+    const base_test::CTemporaryFolder folder;
+    const std::string fifo = folder / "fifo";
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const base::CFileDescriptor input = base::openInput(fifo);
+    ASSERT_TRUE(input);
+    EXPECT_GT(input.get(), STDERR_FILENO);
+    EXPECT_EQ(::fcntl(input.get(), F_GETFL) & O_NONBLOCK, 0);
+    EXPECT_FALSE(base::openInput(folder / "missing"));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(ChildEnvironment, ReplacesNamesAndNotTheirBeginnings)
+{
+    ::setenv("CHILD_START_TEST", "old", 1);
+    ::setenv("CHILD_START_TES", "stays", 1);
+    const std::vector<std::string> added = {"CHILD_START_TEST=new", "CHILD_START_OTHER="};
+    const std::vector<char*> variables = base::environmentWith(added);
+    std::vector<std::string> found;
+    for (size_t i = 0; i + 1 < variables.size(); ++i) {
+        if (std::strncmp(variables[i], "CHILD_START_", 12) == 0) found.emplace_back(variables[i]);
+    }
+    EXPECT_EQ(found, (std::vector<std::string>{"CHILD_START_TES=stays", "CHILD_START_TEST=new", "CHILD_START_OTHER="}));
+    EXPECT_EQ(variables.back(), nullptr);
+    ::unsetenv("CHILD_START_TEST");
+    ::unsetenv("CHILD_START_TES");
+}
+
+}  // namespace
