@@ -22,6 +22,17 @@ SAnnotation readAnnotation(const CQuery& query)
     return {query.integer(0), query.text(1), query.text(2), query.text(3), query.text(4), query.integer(5)};
 }
 
+// Without the group, which the caller knows.
+SLun readLun(const CQuery& query)
+{
+    return {query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), ""};
+}
+
+SHost readHost(const CQuery& query)
+{
+    return {query.integer(0), query.text(1)};
+}
+
 STimeImage readImage(const CQuery& query)
 {
     return {query.integer(0),
@@ -48,25 +59,18 @@ SAnnotation CCatalog::annotation(const SGroup& group, std::string_view name)
 
 std::vector<SAnnotation> CCatalog::annotations(const SGroup& group)
 {
-    std::vector<SAnnotation> list;
-    CQuery query(m_database, (std::string(ANNOTATION_COLUMNS) + "ORDER BY id").c_str(), group.id);
-    while (query.next()) {
-        list.push_back(readAnnotation(query));
-    }
-    return list;
+    return readRows(CQuery(m_database, (std::string(ANNOTATION_COLUMNS) + "ORDER BY id").c_str(), group.id),
+                    readAnnotation);
 }
 
 std::vector<SLun> CCatalog::annotationLuns(const SAnnotation& annotation)
 {
-    std::vector<SLun> list;
-    CQuery query(m_database,
-                 "SELECT lun.id, lun.name, lun.serial, lun.size FROM annotation_lun JOIN lun ON lun.id = lun_id "
-                 "WHERE annotation_id = ? ORDER BY lun.name",
-                 annotation.id);
-    while (query.next()) {
-        list.push_back({query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), ""});
-    }
-    return list;
+    return readRows(
+        CQuery(m_database,
+               "SELECT lun.id, lun.name, lun.serial, lun.size FROM annotation_lun JOIN lun ON lun.id = lun_id "
+               "WHERE annotation_id = ? ORDER BY lun.name",
+               annotation.id),
+        readLun);
 }
 
 void CCatalog::checkAnnotationIsNew(const SGroup& group, std::string_view name)
@@ -79,11 +83,9 @@ void CCatalog::checkAnnotationIsNew(const SGroup& group, std::string_view name)
 void CCatalog::insertAnnotation(const SGroup& group, const SAnnotation& annotation, const std::vector<SLun>& luns)
 {
     checkAnnotationIsNew(group, annotation.name);
-    std::vector<int64_t> present;
-    CQuery query(m_database, "SELECT id FROM lun WHERE cgroup_id = ? ORDER BY name", group.id);
-    while (query.next()) {
-        present.push_back(query.integer(0));
-    }
+    const std::vector<int64_t> present =
+        readRows(CQuery(m_database, "SELECT id FROM lun WHERE cgroup_id = ? ORDER BY name", group.id),
+                 [](const CQuery& row) { return row.integer(0); });
     if (!std::equal(present.begin(), present.end(), luns.begin(), luns.end(),
                     [](int64_t id, const SLun& lun) { return id == lun.id; })) {
         throw EApplianceError(EStatus::IN_USE,
@@ -121,26 +123,19 @@ STimeImage CCatalog::timeImage(const SGroup& group, std::string_view name)
 
 std::vector<STimeImage> CCatalog::timeImages(const SGroup& group)
 {
-    std::vector<STimeImage> list;
-    CQuery query(m_database, (std::string(IMAGE_COLUMNS) + "ORDER BY time_image.id").c_str(), group.id);
-    while (query.next()) {
-        list.push_back(readImage(query));
-    }
-    return list;
+    return readRows(CQuery(m_database, (std::string(IMAGE_COLUMNS) + "ORDER BY time_image.id").c_str(), group.id),
+                    readImage);
 }
 
 std::vector<SImageLun> CCatalog::timeImageLuns(const STimeImage& image)
 {
-    std::vector<SImageLun> list;
-    CQuery query(m_database,
-                 "SELECT lun.id, lun.name, lun.serial, lun.size, time_image_lun.serial FROM time_image_lun "
-                 "JOIN lun ON lun.id = lun_id WHERE time_image_id = ? ORDER BY lun.name",
-                 image.id);
-    while (query.next()) {
-        list.push_back({{query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), ""},
-                        query.text(4)});
-    }
-    return list;
+    return readRows(CQuery(m_database,
+                           "SELECT lun.id, lun.name, lun.serial, lun.size, time_image_lun.serial FROM time_image_lun "
+                           "JOIN lun ON lun.id = lun_id WHERE time_image_id = ? ORDER BY lun.name",
+                           image.id),
+                    [](const CQuery& row) {
+                        return SImageLun{readLun(row), row.text(4)};
+                    });
 }
 
 void CCatalog::checkTimeImageIsNew(const SGroup& group, std::string_view name)
@@ -180,31 +175,23 @@ void CCatalog::removeTimeImage(const STimeImage& image)
     CQuery(m_database, "DELETE FROM time_image WHERE id = ?", image.id).run();
 }
 
-std::vector<SHost> CCatalog::readHosts(CQuery& query)
-{
-    std::vector<SHost> list;
-    while (query.next()) {
-        list.push_back({query.integer(0), query.text(1)});
-    }
-    return list;
-}
-
 std::vector<SHost> CCatalog::grantedHosts(const SGroup& group)
 {
-    CQuery query(m_database,
-                 "SELECT host.id, host.name FROM group_grant JOIN host ON host.id = host_id WHERE cgroup_id = ? "
-                 "ORDER BY host.name",
-                 group.id);
-    return readHosts(query);
+    return readRows(
+        CQuery(m_database,
+               "SELECT host.id, host.name FROM group_grant JOIN host ON host.id = host_id WHERE cgroup_id = ? "
+               "ORDER BY host.name",
+               group.id),
+        readHost);
 }
 
 std::vector<SHost> CCatalog::grantedHosts(const STimeImage& image)
 {
-    CQuery query(m_database,
-                 "SELECT host.id, host.name FROM time_image_grant JOIN host ON host.id = host_id "
-                 "WHERE time_image_id = ? ORDER BY host.name",
-                 image.id);
-    return readHosts(query);
+    return readRows(CQuery(m_database,
+                           "SELECT host.id, host.name FROM time_image_grant JOIN host ON host.id = host_id "
+                           "WHERE time_image_id = ? ORDER BY host.name",
+                           image.id),
+                    readHost);
 }
 
 void CCatalog::grant(const SGroup& group, const SHost& host)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -56,9 +55,9 @@ class CCatalog
     SAnnotation annotation(const SGroup& group, std::string_view name);
     std::vector<SAnnotation> annotations(const SGroup& group);
     std::vector<SLun> annotationLuns(const SAnnotation& annotation);
-    /// Status exists; or inUse when the group's LUNs are not `luns` any more.
+    /// Status exists; or in use when the group's LUNs are not `luns` any more.
     void insertAnnotation(const SGroup& group, const SAnnotation& annotation, const std::vector<SLun>& luns);
-    /// Status inUse while a time image depends on it.
+    /// Status in use while a time image depends on it.
     void removeAnnotation(const SGroup& group, const SAnnotation& annotation);
     void checkAnnotationIsNew(const SGroup& group, std::string_view name);
 
@@ -86,7 +85,6 @@ class CCatalog
 
   private:
     bool found(const char* sql, int64_t id, std::string_view name);
-    std::vector<SHost> readHosts(CQuery& query);
     void forgetDisks();
 
     CDatabase& m_database;

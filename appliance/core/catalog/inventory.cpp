@@ -23,6 +23,16 @@ SGroup readGroup(const CQuery& query)
     return {query.integer(0), query.text(1), query.integer(2), query.integer(3), query.integer(4)};
 }
 
+SAppliance readAppliance(const CQuery& query)
+{
+    return {query.integer(0), query.text(1), query.text(2)};
+}
+
+SHost readHost(const CQuery& query)
+{
+    return {query.integer(0), query.text(1)};
+}
+
 [[noreturn]] void throwInUse(EObject object, const std::string& name, const std::string& why)
 {
     throw EApplianceError(EStatus::IN_USE, std::string(objectWord(object)) + " " + inQuotes(name) + " " + why, object);
@@ -78,17 +88,12 @@ SAppliance CInventory::appliance(std::string_view name)
 {
     CQuery query(m_database, "SELECT id, name, created FROM appliance WHERE name = ?", name);
     if (!query.next()) throwMissing(EObject::APPLIANCE, name, "");
-    return {query.integer(0), query.text(1), query.text(2)};
+    return readAppliance(query);
 }
 
 std::vector<SAppliance> CInventory::appliances()
 {
-    std::vector<SAppliance> list;
-    CQuery query(m_database, "SELECT id, name, created FROM appliance ORDER BY name");
-    while (query.next()) {
-        list.push_back({query.integer(0), query.text(1), query.text(2)});
-    }
-    return list;
+    return readRows(CQuery(m_database, "SELECT id, name, created FROM appliance ORDER BY name"), readAppliance);
 }
 
 void CInventory::createAppliance(const std::string& name)
@@ -126,32 +131,38 @@ void CInventory::deleteAppliance(const std::string& name)
     transaction.commit();
 }
 
+void CInventory::checkIsNew(EObject object, const char* table, const SAppliance& appliance, const std::string& name)
+{
+    const std::string sql = std::string("SELECT 1 FROM ") + table + " WHERE appliance_id = ? AND name = ?";
+    if (CQuery(m_database, sql.c_str(), appliance.id, name).next()) throwExists(object, name, onAppliance(appliance));
+}
+
+void CInventory::createNamed(EObject object, const char* table, const SAppliance& appliance, const std::string& name)
+{
+    checkName(object, name);
+    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+    checkIsNew(object, table, appliance, name);
+    const std::string sql = std::string("INSERT INTO ") + table + " (appliance_id, name) VALUES (?, ?)";
+    CQuery(m_database, sql.c_str(), appliance.id, name).run();
+    transaction.commit();
+}
+
 SHost CInventory::host(const SAppliance& appliance, std::string_view name)
 {
     CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name);
     if (!query.next()) throwMissing(EObject::HOST, name, onAppliance(appliance));
-    return {query.integer(0), query.text(1)};
+    return readHost(query);
 }
 
 std::vector<SHost> CInventory::hosts(const SAppliance& appliance)
 {
-    std::vector<SHost> list;
-    CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? ORDER BY name", appliance.id);
-    while (query.next()) {
-        list.push_back({query.integer(0), query.text(1)});
-    }
-    return list;
+    return readRows(CQuery(m_database, "SELECT id, name FROM host WHERE appliance_id = ? ORDER BY name", appliance.id),
+                    readHost);
 }
 
 void CInventory::createHost(const SAppliance& appliance, const std::string& name)
 {
-    checkName(EObject::HOST, name);
-    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
-    if (CQuery(m_database, "SELECT 1 FROM host WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
-        throwExists(EObject::HOST, name, onAppliance(appliance));
-    }
-    CQuery(m_database, "INSERT INTO host (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
-    transaction.commit();
+    createNamed(EObject::HOST, "host", appliance, name);
 }
 
 void CInventory::deleteHost(const SAppliance& appliance, const std::string& name)
@@ -178,23 +189,13 @@ SGroup CInventory::group(const SAppliance& appliance, std::string_view name)
 
 std::vector<SGroup> CInventory::groups(const SAppliance& appliance)
 {
-    std::vector<SGroup> list;
-    CQuery query(m_database, (std::string(GROUP_COLUMNS) + "ORDER BY name").c_str(), appliance.id);
-    while (query.next()) {
-        list.push_back(readGroup(query));
-    }
-    return list;
+    return readRows(CQuery(m_database, (std::string(GROUP_COLUMNS) + "ORDER BY name").c_str(), appliance.id),
+                    readGroup);
 }
 
 void CInventory::createGroup(const SAppliance& appliance, const std::string& name)
 {
-    checkName(EObject::GROUP, name);
-    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
-    if (CQuery(m_database, "SELECT 1 FROM cgroup WHERE appliance_id = ? AND name = ?", appliance.id, name).next()) {
-        throwExists(EObject::GROUP, name, onAppliance(appliance));
-    }
-    CQuery(m_database, "INSERT INTO cgroup (appliance_id, name) VALUES (?, ?)", appliance.id, name).run();
-    transaction.commit();
+    createNamed(EObject::GROUP, "cgroup", appliance, name);
 }
 
 void CInventory::deleteGroup(const SAppliance& appliance, const std::string& name)

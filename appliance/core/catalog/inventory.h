@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "appliance/core/conventions/error.h"
 #include "appliance/core/store/store.h"
 
 namespace lumora {
@@ -62,19 +63,19 @@ class CInventory
     std::vector<SAppliance> appliances();
     /// Checks the name, makes the folders; status exists when it is there. Own transaction.
     void createAppliance(const std::string& name);
-    /// Status inUse while it has groups or hosts. Own transaction.
+    /// Status in use while it has groups or hosts. Own transaction.
     void deleteAppliance(const std::string& name);
 
     SHost host(const SAppliance& appliance, std::string_view name);
     std::vector<SHost> hosts(const SAppliance& appliance);
     void createHost(const SAppliance& appliance, const std::string& name);  ///< own transaction
-    /// Status inUse while a LUN is presented or a group or time image is granted to it. Own transaction.
+    /// Status in use while a LUN is presented or a group or time image is granted to it. Own transaction.
     void deleteHost(const SAppliance& appliance, const std::string& name);
 
     SGroup group(const SAppliance& appliance, std::string_view name);
     std::vector<SGroup> groups(const SAppliance& appliance);
     void createGroup(const SAppliance& appliance, const std::string& name);  ///< own transaction
-    /// Status inUse while it has LUNs, annotations or time images. Own transaction.
+    /// Status in use while it has LUNs, annotations or time images. Own transaction.
     void deleteGroup(const SAppliance& appliance, const std::string& name);
 
     SLun lun(const SAppliance& appliance, std::string_view name);
@@ -83,7 +84,7 @@ class CInventory
     std::vector<SLun> lunsPresentedTo(const SHost& host);
     /// Only the row; the caller has put the data in place. Status exists, or malformed for a bad name.
     void insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun);
-    /// Only the row, with its presentations. Status inUse while an annotation holds content of it.
+    /// Only the row, with its presentations. Status in use while an annotation holds content of it.
     void removeLun(const SLun& lun);
     /// Presenting twice is fine; taking back what was not given is status missing. Own transaction.
     void present(const SAppliance& appliance, const std::string& lun, const std::string& host);
@@ -91,7 +92,9 @@ class CInventory
 
   private:
     bool any(const char* sql, int64_t id);
-    std::vector<SLun> readLuns(CQuery& query);
+    // The rows of hosts, groups and LUNs have a name that is unique on their appliance.
+    void checkIsNew(EObject object, const char* table, const SAppliance& appliance, const std::string& name);
+    void createNamed(EObject object, const char* table, const SAppliance& appliance, const std::string& name);
 
     CStore& m_store;
     CDatabase& m_database;

@@ -9,6 +9,11 @@ namespace {
 constexpr const char* LUN_COLUMNS =
     "SELECT lun.id, lun.name, lun.serial, lun.size, cgroup.name FROM lun JOIN cgroup ON cgroup.id = lun.cgroup_id ";
 
+SLun readLun(const CQuery& query)
+{
+    return {query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), query.text(4)};
+}
+
 std::string select(const char* condition)
 {
     return std::string(LUN_COLUMNS) + condition;
@@ -16,34 +21,23 @@ std::string select(const char* condition)
 
 }  // namespace
 
-std::vector<SLun> CInventory::readLuns(CQuery& query)
-{
-    std::vector<SLun> list;
-    while (query.next()) {
-        list.push_back(
-            {query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), query.text(4)});
-    }
-    return list;
-}
-
 SLun CInventory::lun(const SAppliance& appliance, std::string_view name)
 {
     CQuery query(m_database, select("WHERE lun.appliance_id = ? AND lun.name = ?").c_str(), appliance.id, name);
-    std::vector<SLun> list = readLuns(query);
-    if (list.empty()) throwMissing(EObject::LUN, name, onAppliance(appliance));
-    return list.front();
+    if (!query.next()) throwMissing(EObject::LUN, name, onAppliance(appliance));
+    return readLun(query);
 }
 
 std::vector<SLun> CInventory::luns(const SAppliance& appliance)
 {
     CQuery query(m_database, select("WHERE lun.appliance_id = ? ORDER BY lun.name").c_str(), appliance.id);
-    return readLuns(query);
+    return readRows(query, readLun);
 }
 
 std::vector<SLun> CInventory::luns(const SGroup& group)
 {
     CQuery query(m_database, select("WHERE lun.cgroup_id = ? ORDER BY lun.name").c_str(), group.id);
-    return readLuns(query);
+    return readRows(query, readLun);
 }
 
 std::vector<SLun> CInventory::lunsPresentedTo(const SHost& host)
@@ -52,15 +46,13 @@ std::vector<SLun> CInventory::lunsPresentedTo(const SHost& host)
         m_database,
         select("JOIN presentation ON presentation.lun_id = lun.id WHERE host_id = ? ORDER BY lun.name").c_str(),
         host.id);
-    return readLuns(query);
+    return readRows(query, readLun);
 }
 
 void CInventory::insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun)
 {
     checkName(EObject::LUN, lun.name);
-    if (CQuery(m_database, "SELECT 1 FROM lun WHERE appliance_id = ? AND name = ?", appliance.id, lun.name).next()) {
-        throwExists(EObject::LUN, lun.name, onAppliance(appliance));
-    }
+    checkIsNew(EObject::LUN, "lun", appliance, lun.name);
     CQuery(m_database, "INSERT INTO lun (appliance_id, cgroup_id, name, serial, size) VALUES (?, ?, ?, ?, ?)",
            appliance.id, group.id, lun.name, lun.serial, lun.size)
         .run();

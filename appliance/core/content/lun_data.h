@@ -20,7 +20,7 @@ class CLunData
     /// as large as the file. Status malformed when there is neither, or the file is larger. Returns the LUN as stored.
     SLun create(const SAppliance& appliance, const std::string& group, const std::string& name,
                 std::optional<uint64_t> size, const std::optional<std::filesystem::path>& file);
-    /// Status inUse while an annotation holds content of it.
+    /// Status in use while an annotation holds content of it.
     void remove(const SAppliance& appliance, const std::string& name);
 
     /// Where a host sees the LUN.

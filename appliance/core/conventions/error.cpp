@@ -2,55 +2,40 @@
 
 #include <array>
 #include <system_error>
+#include <utility>
 
 namespace lumora {
 
+namespace {
+
+// In the order of EStatus.
+constexpr std::array<std::string_view, 8> STATUS_WORDS = {"ok",     "unexpected", "malformed", "missing",
+                                                          "exists", "in-use",     "storage",   "unusable"};
+// In the order of EObject.
+constexpr std::array<std::string_view, 9> OBJECT_WORDS = {
+    "object", "appliance", "host", "group", "LUN", "annotation", "time image", "permission of host", "fault"};
+
+// The text, and where the object was looked for.
+std::string joined(std::string text, const std::string& where)
+{
+    return where.empty() ? text : std::move(text) + " " + where;
+}
+
+std::string named(EObject object, std::string_view name)
+{
+    return std::string(objectWord(object)) + " " + inQuotes(name);
+}
+
+}  // namespace
+
 std::string_view statusWord(EStatus status) noexcept
 {
-    switch (status) {
-        case EStatus::OK:
-            return "ok";
-        case EStatus::MALFORMED:
-            return "malformed";
-        case EStatus::MISSING:
-            return "missing";
-        case EStatus::EXISTS:
-            return "exists";
-        case EStatus::IN_USE:
-            return "in-use";
-        case EStatus::STORAGE:
-            return "storage";
-        case EStatus::UNUSABLE:
-            return "unusable";
-        case EStatus::UNEXPECTED:
-            break;
-    }
-    return "unexpected";
+    return STATUS_WORDS[static_cast<size_t>(status)];
 }
 
 std::string_view objectWord(EObject object) noexcept
 {
-    switch (object) {
-        case EObject::APPLIANCE:
-            return "appliance";
-        case EObject::HOST:
-            return "host";
-        case EObject::GROUP:
-            return "group";
-        case EObject::LUN:
-            return "LUN";
-        case EObject::ANNOTATION:
-            return "annotation";
-        case EObject::TIME_IMAGE:
-            return "time image";
-        case EObject::PERMISSION:
-            return "permission of host";
-        case EObject::FAULT:
-            return "fault";
-        case EObject::NONE:
-            break;
-    }
-    return "object";
+    return OBJECT_WORDS[static_cast<size_t>(object)];
 }
 
 std::string inQuotes(std::string_view name)
@@ -72,14 +57,12 @@ std::string inQuotes(std::string_view name)
 
 void throwMissing(EObject object, std::string_view name, const std::string& where)
 {
-    std::string text = std::string(objectWord(object)) + " " + inQuotes(name) + " does not exist";
-    throw EApplianceError(EStatus::MISSING, where.empty() ? text : text + " " + where, object);
+    throw EApplianceError(EStatus::MISSING, joined(named(object, name) + " does not exist", where), object);
 }
 
 void throwExists(EObject object, std::string_view name, const std::string& where)
 {
-    std::string text = std::string(objectWord(object)) + " " + inQuotes(name) + " exists already";
-    throw EApplianceError(EStatus::EXISTS, where.empty() ? text : text + " " + where, object);
+    throw EApplianceError(EStatus::EXISTS, joined(named(object, name) + " exists already", where), object);
 }
 
 void throwStorage(std::string_view doing, const std::string& path, int error)

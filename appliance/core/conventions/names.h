@@ -8,15 +8,18 @@
 
 namespace lumora {
 
-/// Refuses (status malformed) a name that could not stand in every listing and file where the object appears.
-///   appliance  letters, digits, "." "_" "-", begins with a letter or digit, at most 64; it is also a folder name
-///   host       letters, digits, "." "_" "-", begins with a letter or digit, at most 253
-///   LUN        letters, digits, "." "_", begins with a letter or digit, at most 64; the time-image listing has "-" as
-///   a mark group      any text of at most 255 bytes without double quote and control characters, no blank at either
-///   end,
-///              without "luns=" and the section heads of the listings
-///   annotation as a group, but "luns=" is free
-///   time image as an annotation, and without blanks
+/// Refuses (status malformed) a name that could not stand in every listing and file where the object appears. Bytes at
+/// most, and what the name is made of:
+///
+///   appliance   64   letters, digits, "." "_" "-"; none of the store's own files, since it is also a folder's name
+///   host       253   letters, digits, "." "_" "-"
+///   LUN         64   letters, digits, "." "_"; the time-image listing has "-" as a mark
+///   group      255   any text without "luns=" and the section heads of the listings
+///   annotation 255   as a group, but "luns=" is free
+///   time image 255   as an annotation, and without blanks
+///
+/// The first three begin with a letter or digit. The others hold no double quote and no control character, and no blank
+/// at either end.
 void checkName(EObject object, std::string_view name);
 
 /// "64MiB", "1GiB", "512K", "4096": a number of bytes, larger than 0; units are powers of 1024. Status malformed

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <vector>
 
 #include "base/sqlite.h"
 
@@ -25,5 +26,21 @@ class CDatabase : public base::CSqliteDatabase
 
 using CQuery = base::CSqliteQuery;
 using CTransaction = base::CSqliteTransaction;
+
+/// A record for each row that is left, as `read` makes it of the row that the query stands on.
+template <class Read>
+auto readRows(CQuery& query, Read read)
+{
+    std::vector<decltype(read(query))> records;
+    while (query.next()) {
+        records.push_back(read(query));
+    }
+    return records;
+}
+template <class Read>
+auto readRows(CQuery&& query, Read read)
+{
+    return readRows(query, read);
+}
 
 }  // namespace lumora
