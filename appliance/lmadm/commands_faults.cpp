@@ -16,17 +16,13 @@ CFaultTable table(CSession& session)
 
 Json describe(const SFault& fault)
 {
-    Json document = {{"fault", fault.id},
-                     {"kind", faultWord(fault.kind)},
-                     {"match", fault.match},
-                     {"nth", fault.nth},
-                     {"times", fault.times},
-                     {"seen", fault.seen},
-                     {"struck", fault.struck.size()}};
-    if (fault.kind == EFault::SLOW || fault.kind == EFault::TEAR) {
+    Json document = {
+        {"fault", fault.id},    {"kind", fault.kind->word}, {"match", fault.match},         {"nth", fault.nth},
+        {"times", fault.times}, {"seen", fault.seen},       {"struck", fault.struck.size()}};
+    if (fault.kind->takes == EFaultTakes::SECONDS) {
         document["seconds"] = static_cast<double>(fault.milliseconds) / 1000;
     }
-    if (fault.kind == EFault::CUT) document["at"] = fault.bytes;
+    if (fault.kind->takes == EFaultTakes::BYTES) document["at"] = fault.bytes;
     return document;
 }
 
@@ -42,19 +38,21 @@ struct SArmArguments
 SFault checked(const SArmArguments& given)
 {
     SFault fault = given.fault;
-    fault.kind = parseFault(given.kind);
-    const bool takesSeconds = fault.kind == EFault::SLOW || fault.kind == EFault::TEAR;
+    fault.kind = &parseFaultKind(given.kind);
+    const bool takesSeconds = fault.kind->takes == EFaultTakes::SECONDS;
     if (given.hasSeconds && !takesSeconds) {
-        throw EApplianceError(EStatus::MALFORMED, "--seconds goes with slow and tear only");
+        throw EApplianceError(EStatus::MALFORMED,
+                              "--seconds goes with " + wordsOf(kindsThatTake(EFaultTakes::SECONDS), " and ") + " only");
     }
     if (std::isnan(given.seconds)) {  // no range refuses it
         throw EApplianceError(EStatus::MALFORMED, "--seconds is no number");
     }
-    if (given.hasBytes != (fault.kind == EFault::CUT)) {
-        throw EApplianceError(EStatus::MALFORMED, "--at BYTE goes with cut, and cut needs it");
+    if (given.hasBytes != (fault.kind->takes == EFaultTakes::BYTES)) {
+        const std::string words = wordsOf(kindsThatTake(EFaultTakes::BYTES), " and ");
+        throw EApplianceError(EStatus::MALFORMED, "--at BYTE goes with " + words + ", and " + words + " needs it");
     }
     fault.milliseconds = takesSeconds ? std::llround(given.seconds * 1000) : 0;
-    if (fault.kind == EFault::TEAR && fault.match.empty()) fault.match = "create annotation ";
+    if (fault.match.empty()) fault.match = fault.kind->match;
     return fault;
 }
 
@@ -62,10 +60,7 @@ void addArm(CLI::App& parent, const SOptions& options)
 {
     CLI::App* const command = parent.add_subcommand("arm", "Arm a fault for commands that lmsh and kforutil will get");
     const auto given = std::make_shared<SArmArguments>();
-    command
-        ->add_option("kind", given->kind,
-                     "watch, error, slow, hang, garble, cut, lost, kill-before, kill-after, hang-after or tear")
-        ->required();
+    command->add_option("kind", given->kind, wordsOf(faultKinds(), " or "))->required();
     command->add_option("--match", given->fault.match, "Only commands that hold this text (default: any)");
     command->add_option("--nth", given->fault.nth, "The first command that it strikes (default: 1)")
         ->check(CLI::Range(int64_t{1}, int64_t{1} << 40U));

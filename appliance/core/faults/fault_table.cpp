@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 
-#include <algorithm>
-#include <array>
 #include <system_error>
 #include <utility>
 
@@ -27,18 +25,6 @@ CREATE TABLE struck (number INTEGER PRIMARY KEY AUTOINCREMENT,
 
 constexpr const char* COLUMNS = "SELECT id, kind, match, nth, times, milliseconds, bytes, seen FROM fault ";
 
-constexpr std::array<std::pair<EFault, std::string_view>, 11> WORDS = {{{EFault::WATCH, "watch"},
-                                                                        {EFault::ERROR, "error"},
-                                                                        {EFault::SLOW, "slow"},
-                                                                        {EFault::HANG, "hang"},
-                                                                        {EFault::GARBLE, "garble"},
-                                                                        {EFault::CUT, "cut"},
-                                                                        {EFault::LOST, "lost"},
-                                                                        {EFault::KILL_BEFORE, "kill-before"},
-                                                                        {EFault::KILL_AFTER, "kill-after"},
-                                                                        {EFault::HANG_AFTER, "hang-after"},
-                                                                        {EFault::TEAR, "tear"}}};
-
 class CFaultDatabase : public CDatabase
 {
   public:
@@ -52,7 +38,7 @@ SFault readFault(const CQuery& row)
 {
     SFault fault;
     fault.id = row.integer(0);
-    fault.kind = parseFault(row.text(1));
+    fault.kind = &parseFaultKind(row.text(1));
     fault.match = row.text(2);
     fault.nth = row.integer(3);
     fault.times = row.integer(4);
@@ -64,20 +50,16 @@ SFault readFault(const CQuery& row)
 
 std::vector<SFault> readFaults(CDatabase& database)
 {
-    std::vector<SFault> faults;
-    CQuery row(database, (std::string(COLUMNS) + "ORDER BY id").c_str());
-    while (row.next()) {
-        faults.push_back(readFault(row));
-    }
-    return faults;
+    return readRows(CQuery(database, (std::string(COLUMNS) + "ORDER BY id").c_str()), readFault);
 }
 
 void readStruck(CDatabase& database, SFault& fault)
 {
-    CQuery command(database, "SELECT command, finished FROM struck WHERE fault_id = ? ORDER BY number", fault.id);
-    while (command.next()) {
-        fault.struck.push_back({command.text(0), command.integer(1) != 0});
-    }
+    fault.struck =
+        readRows(CQuery(database, "SELECT command, finished FROM struck WHERE fault_id = ? ORDER BY number", fault.id),
+                 [](const CQuery& row) {
+                     return SStruckCommand{row.text(0), row.integer(1) != 0};
+                 });
 }
 
 bool strikes(const SFault& fault)
@@ -91,23 +73,6 @@ bool strikes(const SFault& fault)
 }
 
 }  // namespace
-
-std::string_view faultWord(EFault kind) noexcept
-{
-    return WORDS[static_cast<size_t>(kind)].second;
-}
-
-EFault parseFault(std::string_view word)
-{
-    const auto* const entry =
-        std::find_if(WORDS.begin(), WORDS.end(), [word](const auto& each) { return each.second == word; });
-    if (entry != WORDS.end()) return entry->first;
-    std::string known;
-    for (const auto& each : WORDS) {
-        known += (known.empty() ? "" : ", ") + std::string(each.second);
-    }
-    throw EApplianceError(EStatus::MALFORMED, "fault " + inQuotes(word) + " is none of " + known);
-}
 
 bool CFaultTable::exists() const
 {
@@ -145,7 +110,7 @@ SFault CFaultTable::arm(SFault fault) const
     CFaultDatabase database(m_file);
     CTransaction transaction(database, CTransaction::EKind::WRITE);
     CQuery(database, "INSERT INTO fault (kind, match, nth, times, milliseconds, bytes, seen) VALUES (?,?,?,?,?,?,0)",
-           faultWord(fault.kind), fault.match, fault.nth, fault.times, fault.milliseconds, fault.bytes)
+           fault.kind->word, fault.match, fault.nth, fault.times, fault.milliseconds, fault.bytes)
         .run();
     fault.id = database.lastId();
     transaction.commit();
@@ -199,16 +164,15 @@ std::optional<SStrike> CFaultTable::strike(const std::string& command) const
     if (!CQuery(database, "SELECT 1 FROM fault").next()) return std::nullopt;
     CTransaction transaction(database, CTransaction::EKind::WRITE);
     SStrike strike;
-    strike.fault.kind = EFault::WATCH;
     for (SFault& fault : readFaults(database)) {
         if (command.find(fault.match) == std::string::npos) continue;
         CQuery(database, "UPDATE fault SET seen = seen + 1 WHERE id = ?", fault.id).run();
         ++fault.seen;
-        const bool isSecond = fault.kind != EFault::WATCH && strike.fault.kind != EFault::WATCH;
-        if (!strikes(fault) || isSecond) continue;
+        const bool isTaken = strike.fault.kind != nullptr && !strike.fault.kind->onlyNotes;
+        if (!strikes(fault) || (isTaken && !fault.kind->onlyNotes)) continue;
         CQuery(database, "INSERT INTO struck (fault_id, command) VALUES (?,?)", fault.id, command).run();
         strike.ids.push_back(database.lastId());
-        if (fault.kind != EFault::WATCH) strike.fault = std::move(fault);
+        if (!isTaken) strike.fault = std::move(fault);
     }
     transaction.commit();
     return strike.ids.empty() ? std::nullopt : std::make_optional(std::move(strike));
