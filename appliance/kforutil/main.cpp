@@ -1,11 +1,12 @@
 // kforutil: the disks that the appliances show to this host.
 #include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/tool.h"
-#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/faults/faulty_tool.h"
 #include "appliance/core/hosts/disk_listing.h"
 #include "appliance/core/hosts/host_config.h"
@@ -37,8 +38,8 @@ int run(const std::string& word)
     using namespace lumora;
     const SHostConfiguration configuration = readHostConfiguration(hostRoot());
     CStore store(configuration.store, CStore::EMode::EXISTING);
-    CFilesEngine engine;
-    runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, engine,
+    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(store.engineSetup());
+    runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, *engine,
                [&](const CBaseStorageEngine& chosen) {
                    CDiskTable table(store, chosen);
                    return answer(table, configuration.host, word);

@@ -2,7 +2,7 @@
 
 #include "appliance/core/catalog/catalog.h"
 #include "appliance/core/conventions/names.h"
-#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/store/work_folder.h"
 #include "appliance/lmadm/commands.h"
 #include "appliance/lmadm/host_setup.h"
@@ -30,9 +30,10 @@ Json namesOf(const std::vector<SHost>& hosts)
     return names;
 }
 
-Json describeImage(CSession& session, CCatalog& catalog, const SAppliance& appliance, const STimeImage& image)
+Json describeImage(CSession& session, const CBaseStorageEngine& engine, const SAppliance& appliance,
+                   const STimeImage& image)
 {
-    const CFilesEngine engine;
+    CCatalog catalog(session.store().database());
     const auto folder = areaFolder(session.store().layout().appliance(appliance.name), EArea::IMAGES) / image.folder;
     Json luns = Json::array();
     for (const SImageLun& lun : catalog.timeImageLuns(image)) {
@@ -65,9 +66,10 @@ Json showGroupDocument(CSession& session, const std::string& name)
                                {"message", annotation.message},
                                {"time_images", annotation.timeImages}});
     }
+    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(session.store().engineSetup());
     Json images = Json::array();
     for (const STimeImage& image : catalog.timeImages(group)) {
-        images.push_back(describeImage(session, catalog, appliance, image));
+        images.push_back(describeImage(session, *engine, appliance, image));
     }
     return {{"name", group.name},
             {"appliance", appliance.name},
@@ -87,7 +89,7 @@ Json showApplianceDocument(CSession& session, const std::string& name)
     return {{"name", appliance.name},
             {"created", appliance.created},
             {"folder", session.store().layout().appliance(appliance.name).string()},
-            {"engine", "files"},
+            {"engine", session.store().engineSetup().engine},
             {"hosts", namesOf(session.inventory().hosts(appliance))},
             {"groups", groups}};
 }

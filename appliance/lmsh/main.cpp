@@ -2,12 +2,13 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/tool.h"
-#include "appliance/core/engines/files_engine.h"
+#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/faults/faulty_tool.h"
 #include "appliance/core/hosts/host_config.h"
 #include "appliance/core/shell/command_table.h"
@@ -45,11 +46,11 @@ int run()
     using namespace lumora;
     const SScript script = parseScript(readScript());
     CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::EXISTING);
-    CFilesEngine engine;
+    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(store.engineSetup());
     const CFaultTable faults(store.layout());
     const SAppliance appliance = CInventory(store).appliance(script.server);
     for (const SCommand& command : script.commands) {
-        runCommand(faults, appliance.name + ": " + commandText(command), engine, [&](CBaseStorageEngine& chosen) {
+        runCommand(faults, appliance.name + ": " + commandText(command), *engine, [&](CBaseStorageEngine& chosen) {
             SShellTarget target(store, chosen, appliance);
             return command.kind->run(target, command);
         });

@@ -86,6 +86,13 @@ struct SUnit
 constexpr std::array<SUnit, 4> UNITS = {
     {{"TiB", 1ULL << 40U}, {"GiB", 1ULL << 30U}, {"MiB", 1ULL << 20U}, {"KiB", 1ULL << 10U}}};
 
+// What lies beside the folders of the appliances; a database brings more files with its name.
+bool isStoreFile(std::string_view name)
+{
+    return name.starts_with("appliance.db") || name.starts_with("faults.db") || name == "create.lock" ||
+           name == "engine.conf";
+}
+
 }  // namespace
 
 void checkName(EObject object, std::string_view name)
@@ -97,7 +104,7 @@ void checkName(EObject object, std::string_view name)
     switch (object) {
         case EObject::APPLIANCE:
             checkPlain(object, name, "._-");
-            if (name.starts_with("appliance.db") || name.starts_with("faults.db") || name == "create.lock") {
+            if (isStoreFile(name)) {
                 refuse(object, name, "is taken by the store's own files");
             }
             break;

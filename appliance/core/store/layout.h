@@ -10,6 +10,7 @@ namespace lumora {
 ///
 ///   <root>/var/lib/lumora/appliance.db                      what exists, for all appliances
 ///   <root>/var/lib/lumora/faults.db                         faults that are armed, once one was
+///   <root>/var/lib/lumora/engine.conf                       which engine keeps the content, when it is not `files`
 ///   <root>/var/lib/lumora/<appliance>/dev/<lun>             data of a LUN; also the path a host sees
 ///   <root>/var/lib/lumora/<appliance>/annotations/<id>/     content that an annotation fixed
 ///   <root>/var/lib/lumora/<appliance>/images/<id>/          data of a time image
@@ -23,6 +24,7 @@ struct SLayout
     std::filesystem::path base() const { return root / "var/lib/lumora"; }
     std::filesystem::path database() const { return base() / "appliance.db"; }
     std::filesystem::path faults() const { return base() / "faults.db"; }
+    std::filesystem::path engine() const { return base() / "engine.conf"; }
     std::filesystem::path createLock() const { return base() / "create.lock"; }
     std::filesystem::path appliance(const std::string& name) const { return base() / name; }
     std::filesystem::path devices(const std::string& name) const { return appliance(name) / "dev"; }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/store/database.h"
 #include "appliance/core/store/layout.h"
 
@@ -22,6 +23,8 @@ class CStore
     /// The root is absolute and free of links, so that paths below it are the same for every tool.
     const SLayout& layout() const noexcept { return m_layout; }
     CDatabase& database() noexcept { return m_database; }
+    /// What the store says of the engine that keeps its content. Status unusable when it cannot be read.
+    SEngineSetup engineSetup() const { return readEngineSetup(m_layout.root, m_layout.engine()); }
 
   private:
     SLayout m_layout;
