@@ -71,7 +71,7 @@ TEST(Concurrency, OnlyOneOfSeveralMakesTheSameAnnotation)
 
 TEST(Concurrency, SeveralProcessesMakeTheStoreAtOnce)
 {
-    const CTempFolder folder;
+    const CTemporaryFolder folder;
     Processes makers;
     for (int number = 0; number < MANY; ++number) {
         std::vector<std::string> command = lmadmCommand();

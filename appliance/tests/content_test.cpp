@@ -166,7 +166,7 @@ TEST_F(Content, AListingThatCannotBeWrittenIsAFailure)
 
 TEST(FilesEngine, FixesImagesAndDrops)
 {
-    const CTempFolder folder;
+    const CTemporaryFolder folder;
     const fs::path content = folder.path() / "content";
     const fs::path image = folder.path() / "image";
     fs::create_directories(content);

@@ -38,21 +38,7 @@ class Fault : public testing::Test
         return m_demo.lmsh(MAKE_ANNOTATION);
     }
     bool isMade() const { return entriesIn(m_demo.home() / "annotations") == 1; }
-    nlohmann::json shown(const std::string& id) const
-    {
-        std::string text;
-        for (const std::string& line : m_demo.lmadm({"fault", "show", id, "--output", "json"}).out) {
-            text += line;
-        }
-        return nlohmann::json::parse(text);
-    }
     CFaultTable table() const { return CFaultTable(SLayout{m_demo.store()}); }
-    void expectRefusal(const std::vector<std::string>& command, int status, const std::string& text) const
-    {
-        const SResult result = m_demo.lmadm(command);
-        EXPECT_EQ(result.status, status) << text;
-        EXPECT_THAT(result.err, ElementsAre("lmadm: " + text));
-    }
 
     CDemoStore m_demo;
 };
@@ -215,7 +201,7 @@ TEST_F(Fault, WatchNotesEveryCommandAndChangesNone)
     m_demo.lmsh("show cgroup \"none\"");
     m_demo.kforutil("prod", "discover");
     std::vector<std::pair<std::string, bool>> seen;
-    const auto document = shown("1");
+    const auto document = m_demo.document({"fault", "show", "1"});
     for (const auto& entry : document.at("commands")) {
         seen.emplace_back(entry.at("command"), entry.at("finished"));
     }
@@ -259,7 +245,7 @@ TEST_F(Fault, ListsShowsAndClears)
 TEST_F(Fault, ClearsAllThatAreNamedOrNone)
 {
     arm({"error"});
-    expectRefusal({"fault", "clear", "1", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
+    m_demo.expectRefusal({"fault", "clear", "1", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
     EXPECT_THAT(table().list(), SizeIs(1));
 }
 
@@ -295,21 +281,29 @@ TEST_F(Fault, OnlyTheOwnerReadsWhatWasStruck)
     EXPECT_EQ(status.st_mode & 07777U, 0600U);
 }
 
+TEST_F(Fault, HelpNamesEveryKind)
+{
+    EXPECT_THAT(m_demo.lmadm({"fault", "arm", "--help"}).out,
+                testing::Contains(HasSubstr(
+                    "watch, error, slow, hang, garble, cut, lost, kill-before, kill-after, hang-after or tear")));
+}
+
 TEST_F(Fault, RefusesWhatMakesNoSense)
 {
-    expectRefusal({"fault", "arm", "explode"}, 2,
-                  "fault \"explode\" is none of watch, error, slow, hang, garble, cut, lost, kill-before, kill-after, "
-                  "hang-after, tear; see lmadm --help");
-    expectRefusal({"fault", "arm", "cut"}, 2, "--at BYTE goes with cut, and cut needs it; see lmadm --help");
-    expectRefusal({"fault", "arm", "hang", "--seconds", "2"}, 2,
-                  "--seconds goes with slow and tear only; see lmadm --help");
+    m_demo.expectRefusal(
+        {"fault", "arm", "explode"}, 2,
+        "fault \"explode\" is none of watch, error, slow, hang, garble, cut, lost, kill-before, kill-after, "
+        "hang-after, tear; see lmadm --help");
+    m_demo.expectRefusal({"fault", "arm", "cut"}, 2, "--at BYTE goes with cut, and cut needs it; see lmadm --help");
+    m_demo.expectRefusal({"fault", "arm", "hang", "--seconds", "2"}, 2,
+                         "--seconds goes with slow and tear only; see lmadm --help");
     for (const char* seconds : {"-1", "nan", "inf"}) {
         const SResult result = m_demo.lmadm({"fault", "arm", "slow", "--seconds", seconds});
         EXPECT_EQ(result.status, 2) << seconds;
         EXPECT_THAT(result.err, ElementsAre(HasSubstr("--seconds"))) << seconds;
     }
-    expectRefusal({"fault", "show", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
-    expectRefusal({"fault", "clear", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
+    m_demo.expectRefusal({"fault", "show", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
+    m_demo.expectRefusal({"fault", "clear", "7"}, 3, "fault 7 does not exist; see what exists: lmadm fault list");
 }
 
 }  // namespace

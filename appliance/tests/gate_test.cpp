@@ -62,7 +62,7 @@ class Gate : public testing::Test
         return status;
     }
 
-    CTempFolder m_folder;
+    CTemporaryFolder m_folder;
     fs::path m_gate = m_folder.path() / "gate";
     fs::path m_notes = m_folder.path() / "notes";
 };

@@ -21,6 +21,13 @@ class Kforutil : public testing::Test
         return lines.size() > 3 ? lines.size() - 3 : 0;
     }
     void discover(const std::string& host) const { EXPECT_EQ(m_demo.kforutil(host, "discover").status, 0); }
+    // Makes the time image T of the annotation A, and lets the host see it.
+    void showTimeImageToBackup() const
+    {
+        m_demo.createAnnotation("A");
+        m_demo.createTimeImage("T", "A", "backup");
+        discover("backup");
+    }
     void update(const std::string& commands) const { EXPECT_EQ(m_demo.lmsh(commands).status, 0); }
 
     CDemoStore m_demo;
@@ -60,9 +67,7 @@ TEST_F(Kforutil, ShowsATimeImageAfterGrantAndDiscover)
 
 TEST_F(Kforutil, SerialsAreThoseOfTheTimeImageListing)
 {
-    m_demo.createAnnotation("A");
-    m_demo.createTimeImage("T", "A", "backup");
-    discover("backup");
+    showTimeImageToBackup();
     const Lines image = m_demo.lmsh("show timeimage \"T\" \"cg1\"").out;
     const Lines listing = m_demo.kforutil("backup", "listdisk").out;
     const std::string serial = image.back().substr(image.back().find('[') + 1, 16);
@@ -71,18 +76,14 @@ TEST_F(Kforutil, SerialsAreThoseOfTheTimeImageListing)
 
 TEST_F(Kforutil, ForgetsATimeImageThatIsGone)
 {
-    m_demo.createAnnotation("A");
-    m_demo.createTimeImage("T", "A", "backup");
-    discover("backup");
+    showTimeImageToBackup();
     update("delete timeimage \"T\" \"cg1\"");
     EXPECT_EQ(diskCount("backup"), 0U);
 }
 
 TEST_F(Kforutil, NeedsANewDiscoverAfterAGrantWasWithdrawnAndGivenAgain)
 {
-    m_demo.createAnnotation("A");
-    m_demo.createTimeImage("T", "A", "backup");
-    discover("backup");
+    showTimeImageToBackup();
     update("update timeimage \"T\" \"cg1\"\ndelete permission \"backup\"\ncommit");
     EXPECT_EQ(diskCount("backup"), 0U);
     discover("backup");
@@ -106,9 +107,7 @@ TEST_F(Kforutil, AGrantOfTheGroupCoversItsTimeImages)
 
 TEST_F(Kforutil, WithdrawingAHostFromTheGroupTakesItsTimeImagesToo)
 {
-    m_demo.createAnnotation("A");
-    m_demo.createTimeImage("T", "A", "backup");
-    discover("backup");
+    showTimeImageToBackup();
     update("update timeimage \"cg1\"\ndelete permission \"backup\"\ncommit");
     discover("backup");
     EXPECT_EQ(diskCount("backup"), 0U);

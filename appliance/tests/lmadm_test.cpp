@@ -11,7 +11,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class Lmadm : public testing::Test
 {
@@ -22,22 +21,6 @@ class Lmadm : public testing::Test
         EXPECT_EQ(result.status, 0) << testing::PrintToString(result.err);
         return normalised(result.out);
     }
-    nlohmann::json document(std::vector<std::string> command) const
-    {
-        command.insert(command.end(), {"--output", "json"});
-        std::string text;
-        for (const std::string& line : m_demo.lmadm(command).out) {
-            text += line;
-        }
-        return nlohmann::json::parse(text);
-    }
-    void expectRefusal(const std::vector<std::string>& command, int status, const std::string& text) const
-    {
-        const SResult result = m_demo.lmadm(command);
-        EXPECT_EQ(result.status, status) << text;
-        EXPECT_THAT(result.out, IsEmpty());
-        EXPECT_THAT(result.err, ElementsAre("lmadm: " + text));
-    }
 
     CDemoStore m_demo;
 };
@@ -45,20 +28,20 @@ class Lmadm : public testing::Test
 TEST_F(Lmadm, Appliances)
 {
     EXPECT_THAT(answer({"appliance", "create", "beta"}), ElementsAre("name: beta", "created: TIME"));
-    EXPECT_EQ(document({"appliance", "list"}).at("appliances").at(1).at("name"), "beta");
+    EXPECT_EQ(m_demo.document({"appliance", "list"}).at("appliances").at(1).at("name"), "beta");
     EXPECT_THAT(answer({"appliance", "show", "alpha"}),
                 ElementsAre("name: alpha", "created: TIME", "folder: " + m_demo.home().string(), "engine: files",
                             "hosts:", "  backup", "  prod", "groups:", "  name  luns  annotations  time_images",
                             "  cg1   2     0            0"));
     EXPECT_THAT(answer({"appliance", "delete", "beta"}), ElementsAre("deleted: beta"));
     EXPECT_FALSE(fs::exists(m_demo.store() / "var/lib/lumora/beta"));
-    expectRefusal({"appliance", "delete", "beta"}, 3,
-                  "appliance \"beta\" does not exist; see what exists: lmadm appliance list");
-    expectRefusal({"appliance", "create", "alpha"}, 4,
-                  "appliance \"alpha\" exists already; choose another name, or delete the existing one first");
-    expectRefusal({"appliance", "delete", "alpha"}, 5,
-                  "appliance \"alpha\" still has groups; remove what uses it first");
-    expectRefusal(
+    m_demo.expectRefusal({"appliance", "delete", "beta"}, 3,
+                         "appliance \"beta\" does not exist; see what exists: lmadm appliance list");
+    m_demo.expectRefusal({"appliance", "create", "alpha"}, 4,
+                         "appliance \"alpha\" exists already; choose another name, or delete the existing one first");
+    m_demo.expectRefusal({"appliance", "delete", "alpha"}, 5,
+                         "appliance \"alpha\" still has groups; remove what uses it first");
+    m_demo.expectRefusal(
         {"appliance", "create", "a/b"}, 2,
         "appliance name \"a/b\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or "
         "digit; see lmadm --help");
@@ -67,7 +50,7 @@ TEST_F(Lmadm, Appliances)
 TEST_F(Lmadm, AsksWhichApplianceWhenThereAreSeveral)
 {
     answer({"appliance", "create", "beta"});
-    expectRefusal(
+    m_demo.expectRefusal(
         {"group", "list"}, 2,
         "the store holds several appliances (alpha, beta); choose one with --appliance NAME; see lmadm --help");
     EXPECT_THAT(answer({"group", "list", "--appliance", "beta"}), ElementsAre("(none)"));
@@ -78,14 +61,14 @@ TEST_F(Lmadm, Hosts)
     EXPECT_THAT(answer({"host", "create", "third"}), ElementsAre("name: third"));
     EXPECT_THAT(answer({"host", "list"}), ElementsAre("name", "backup", "prod", "third"));
     EXPECT_THAT(answer({"host", "delete", "third"}), ElementsAre("deleted: third"));
-    expectRefusal({"host", "delete", "third"}, 3,
-                  "host \"third\" does not exist on appliance \"alpha\"; see what exists: lmadm host list");
-    expectRefusal(
+    m_demo.expectRefusal({"host", "delete", "third"}, 3,
+                         "host \"third\" does not exist on appliance \"alpha\"; see what exists: lmadm host list");
+    m_demo.expectRefusal(
         {"host", "create", "prod"}, 4,
         "host \"prod\" exists already on appliance \"alpha\"; choose another name, or delete the existing one "
         "first");
-    expectRefusal({"host", "delete", "prod"}, 5,
-                  "host \"prod\" still has LUNs presented to it; remove what uses it first");
+    m_demo.expectRefusal({"host", "delete", "prod"}, 5,
+                         "host \"prod\" still has LUNs presented to it; remove what uses it first");
 }
 
 TEST_F(Lmadm, Groups)
@@ -95,19 +78,19 @@ TEST_F(Lmadm, Groups)
     EXPECT_THAT(answer({"group", "list"}), ElementsAre("name  luns  annotations  time_images",
                                                        "cg 2  0     0            0", "cg1   2     0            0"));
     EXPECT_THAT(answer({"group", "delete", "cg 2"}), ElementsAre("deleted: cg 2"));
-    expectRefusal({"group", "delete", "cg1"}, 5,
-                  "group \"cg1\" still has 2 LUNs, 0 annotations and 0 time images; remove what uses it first");
-    expectRefusal({"group", "show", "none"}, 3,
-                  "group \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm group list");
-    expectRefusal({"group", "create", "a\"b"}, 2,
-                  "group name \"a\"b\" must not hold a double quote or a control character; see lmadm --help");
+    m_demo.expectRefusal({"group", "delete", "cg1"}, 5,
+                         "group \"cg1\" still has 2 LUNs, 0 annotations and 0 time images; remove what uses it first");
+    m_demo.expectRefusal({"group", "show", "none"}, 3,
+                         "group \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm group list");
+    m_demo.expectRefusal({"group", "create", "a\"b"}, 2,
+                         "group name \"a\"b\" must not hold a double quote or a control character; see lmadm --help");
 }
 
 TEST_F(Lmadm, ShowsAGroupAsADocument)
 {
     m_demo.createAnnotation("A");
     m_demo.createTimeImage("T", "A", "backup");
-    const nlohmann::json group = document({"group", "show", "cg1"});
+    const nlohmann::json group = m_demo.document({"group", "show", "cg1"});
     EXPECT_EQ(group.at("luns").at(0).at("device"), (m_demo.home() / "dev/lun1").string());
     EXPECT_EQ(group.at("luns").at(0).at("bytes"), 262144);
     EXPECT_EQ(group.at("annotations").at(0).at("time_images"), 1);
@@ -126,23 +109,25 @@ TEST_F(Lmadm, Luns)
                 ElementsAre("name: lun3", "group: cg1", "size: 8KiB", "bytes: 8192", "serial: SERIAL",
                             "device: " + (m_demo.home() / "dev/lun3").string()));
     EXPECT_EQ(readAll(m_demo.home() / "dev/lun3"), "hello" + std::string(8187, '\0'));
-    EXPECT_EQ(document({"lun", "list"}).at("luns").size(), 3U);
+    EXPECT_EQ(m_demo.document({"lun", "list"}).at("luns").size(), 3U);
     EXPECT_EQ(entriesIn(m_demo.home() / "work"), 0U);
     EXPECT_THAT(answer({"lun", "delete", "lun3"}), ElementsAre("deleted: lun3"));
     EXPECT_FALSE(fs::exists(m_demo.home() / "dev/lun3"));
-    expectRefusal({"lun", "create", "lun1", "--group", "cg1", "--size", "1MiB"}, 4,
-                  "LUN \"lun1\" exists already on appliance \"alpha\"; choose another name, or delete the existing one "
-                  "first");
-    expectRefusal({"lun", "create", "x", "--group", "none", "--size", "1MiB"}, 3,
-                  "group \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm group list");
-    expectRefusal({"lun", "create", "x", "--group", "cg1"}, 2, "a LUN needs a size or a file; see lmadm --help");
-    expectRefusal({"lun", "create", "x", "--group", "cg1", "--size", "64MB"}, 2,
-                  "size \"64MB\" is not a number of bytes such as 4096, 512KiB, 64MiB or 1GiB; see lmadm --help");
-    expectRefusal({"lun", "delete", "x"}, 3,
-                  "LUN \"x\" does not exist on appliance \"alpha\"; see what exists: lmadm lun list");
+    m_demo.expectRefusal(
+        {"lun", "create", "lun1", "--group", "cg1", "--size", "1MiB"}, 4,
+        "LUN \"lun1\" exists already on appliance \"alpha\"; choose another name, or delete the existing one "
+        "first");
+    m_demo.expectRefusal({"lun", "create", "x", "--group", "none", "--size", "1MiB"}, 3,
+                         "group \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm group list");
+    m_demo.expectRefusal({"lun", "create", "x", "--group", "cg1"}, 2, "a LUN needs a size or a file; see lmadm --help");
+    m_demo.expectRefusal(
+        {"lun", "create", "x", "--group", "cg1", "--size", "64MB"}, 2,
+        "size \"64MB\" is not a number of bytes such as 4096, 512KiB, 64MiB or 1GiB; see lmadm --help");
+    m_demo.expectRefusal({"lun", "delete", "x"}, 3,
+                         "LUN \"x\" does not exist on appliance \"alpha\"; see what exists: lmadm lun list");
     m_demo.createAnnotation("A");
-    expectRefusal({"lun", "delete", "lun1"}, 5,
-                  "LUN \"lun1\" is in use by annotation \"A\" in group \"cg1\"; remove what uses it first");
+    m_demo.expectRefusal({"lun", "delete", "lun1"}, 5,
+                         "LUN \"lun1\" is in use by annotation \"A\" in group \"cg1\"; remove what uses it first");
 }
 
 TEST_F(Lmadm, Presentations)
@@ -151,11 +136,12 @@ TEST_F(Lmadm, Presentations)
                 ElementsAre("lun: lun1", "host: backup", "presented: true"));
     EXPECT_THAT(answer({"lun", "unpresent", "lun1", "backup"}),
                 ElementsAre("lun: lun1", "host: backup", "presented: false"));
-    expectRefusal({"lun", "unpresent", "lun1", "backup"}, 3,
-                  "a presentation of LUN \"lun1\" to host \"backup\" does not exist on appliance \"alpha\"; see what "
-                  "exists: lmadm host list");
-    expectRefusal({"lun", "present", "lun1", "none"}, 3,
-                  "host \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm host list");
+    m_demo.expectRefusal(
+        {"lun", "unpresent", "lun1", "backup"}, 3,
+        "a presentation of LUN \"lun1\" to host \"backup\" does not exist on appliance \"alpha\"; see what "
+        "exists: lmadm host list");
+    m_demo.expectRefusal({"lun", "present", "lun1", "none"}, 3,
+                         "host \"none\" does not exist on appliance \"alpha\"; see what exists: lmadm host list");
 }
 
 TEST_F(Lmadm, WritesReadsAndSums)
@@ -169,12 +155,12 @@ TEST_F(Lmadm, WritesReadsAndSums)
     EXPECT_THAT(answer({"read", "lun1", "--length", "11"}), ElementsAre("from a file"));
     EXPECT_THAT(answer({"checksum", "lun1", "--length", "1", "--offset", "4096"}),
                 ElementsAre("lun: lun1", "fnv1a64: af63dc4c8601ec8c"));
-    expectRefusal({"write", "lun1", "--offset", "256KiB", "--length", "1", "--pattern", "a"}, 2,
-                  "LUN \"lun1\" has 262144 bytes: 1 bytes at offset 262144 are not inside it; see lmadm --help");
-    expectRefusal({"write", "lun1", "--offset", "0"}, 2,
-                  "write needs either --pattern TEXT or --input FILE; see lmadm --help");
-    expectRefusal({"write", "lun1", "--offset", "0", "--input", m_demo.folder().string()}, 2,
-                  "input \"" + m_demo.folder().string() + "\" is not a regular file; see lmadm --help");
+    m_demo.expectRefusal({"write", "lun1", "--offset", "256KiB", "--length", "1", "--pattern", "a"}, 2,
+                         "LUN \"lun1\" has 262144 bytes: 1 bytes at offset 262144 are not inside it; see lmadm --help");
+    m_demo.expectRefusal({"write", "lun1", "--offset", "0"}, 2,
+                         "write needs either --pattern TEXT or --input FILE; see lmadm --help");
+    m_demo.expectRefusal({"write", "lun1", "--offset", "0", "--input", m_demo.folder().string()}, 2,
+                         "input \"" + m_demo.folder().string() + "\" is not a regular file; see lmadm --help");
 }
 
 TEST_F(Lmadm, HostSetupWritesWhatAHostNeeds)
@@ -203,11 +189,12 @@ TEST_F(Lmadm, HostSetupWritesWhatAHostNeeds)
 TEST_F(Lmadm, HostSetupRefuses)
 {
     const std::string root = (m_demo.folder() / "new").string();
-    expectRefusal({"host", "setup", "--root", root, "--host", "none"}, 3,
-                  "host \"none\" does not exist on any appliance of the store; see what exists: lmadm host list");
-    expectRefusal({"host", "setup", "--root", root, "--host", "prod", "--tools", m_demo.folder().string()}, 2,
-                  "no program lmsh in folder \"" + m_demo.folder().string() +
-                      "\"; name the right one with --tools; see lmadm --help");
+    m_demo.expectRefusal(
+        {"host", "setup", "--root", root, "--host", "none"}, 3,
+        "host \"none\" does not exist on any appliance of the store; see what exists: lmadm host list");
+    m_demo.expectRefusal({"host", "setup", "--root", root, "--host", "prod", "--tools", m_demo.folder().string()}, 2,
+                         "no program lmsh in folder \"" + m_demo.folder().string() +
+                             "\"; name the right one with --tools; see lmadm --help");
     EXPECT_FALSE(fs::exists(root));
 }
 
@@ -248,21 +235,22 @@ TEST_F(Lmadm, EveryCommandHasHelp)
 
 TEST_F(Lmadm, WrongUsage)
 {
-    expectRefusal({"lun", "list", "--output", "xml"}, 2, "--output is table or json, not \"xml\"; see lmadm --help");
-    expectRefusal({"lun", "create", "x"}, 2, "--group is required; see lmadm --help");
+    m_demo.expectRefusal({"lun", "list", "--output", "xml"}, 2,
+                         "--output is table or json, not \"xml\"; see lmadm --help");
+    m_demo.expectRefusal({"lun", "create", "x"}, 2, "--group is required; see lmadm --help");
     EXPECT_EQ(m_demo.lmadm({}).status, 2);
-    expectRefusal({"nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
-    expectRefusal({"fault", "nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
+    m_demo.expectRefusal({"nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
+    m_demo.expectRefusal({"fault", "nonsense"}, 2, "\"nonsense\" is not understood; see lmadm --help");
 }
 
 TEST_F(Lmadm, EveryAnswerIsADocumentOfItsVersion)
 {
     for (const char* list : {"appliance", "host", "group", "lun", "fault"}) {
-        EXPECT_EQ(document({list, "list"}).at("schema_version"), 1) << list;
-        EXPECT_TRUE(document({list, "list"}).at(std::string(list) + "s").is_array()) << list;
+        EXPECT_EQ(m_demo.document({list, "list"}).at("schema_version"), 1) << list;
+        EXPECT_TRUE(m_demo.document({list, "list"}).at(std::string(list) + "s").is_array()) << list;
     }
-    EXPECT_EQ(document({"group", "show", "cg1"}).at("schema_version"), 1);
-    EXPECT_EQ(document({"appliance", "show", "none"}),
+    EXPECT_EQ(m_demo.document({"group", "show", "cg1"}).at("schema_version"), 1);
+    EXPECT_EQ(m_demo.document({"appliance", "show", "none"}),
               nlohmann::json({{"schema_version", 1},
                               {"error",
                                {{"exit", 3},
@@ -275,7 +263,7 @@ TEST_F(Lmadm, EveryAnswerIsADocumentOfItsVersion)
                                                {"lun", "create", "x"},
                                                {"lun", "list", "x"},
                                                {"fault", "arm", "slow", "--times", "-1"}}) {
-        const nlohmann::json error = document(wrong).at("error");
+        const nlohmann::json error = m_demo.document(wrong).at("error");
         EXPECT_EQ(error.at("exit"), 2) << testing::PrintToString(wrong);
         EXPECT_EQ(error.at("code"), "malformed") << testing::PrintToString(wrong);
     }
@@ -285,7 +273,7 @@ TEST_F(Lmadm, EveryAnswerIsADocumentOfItsVersion)
 
 TEST(LmadmStore, MustBeThereAndFitIntoListings)
 {
-    const CTempFolder folder;
+    const CTemporaryFolder folder;
     const auto run = [&folder](const std::string& store, const std::vector<std::string>& words) {
         std::vector<std::string> command = lmadmCommand();
         command.insert(command.end(), {"--store", (folder.path() / store).string()});

@@ -220,7 +220,7 @@ TEST(Lmsh, DeletesATimeImageAndThenItsAnnotation)
 
 TEST(Lmsh, TellsWhyItsConfigurationIsUnusable)
 {
-    const CTempFolder root;
+    const CTemporaryFolder root;
     const std::string file = (root.path() / "etc/qz/appliance.conf").string();
     const auto run = [&root] { return CProcess(lmshCommand(), script("list hosts"), root.path().string()).wait(); };
     SResult result = run();

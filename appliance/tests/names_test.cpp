@@ -35,6 +35,8 @@ TEST(Names, UnusableOnes)
               "appliance name \"appliance.db-wal\" is taken by the store's own files");
     EXPECT_EQ(refusal(EObject::APPLIANCE, "faults.db"),
               "appliance name \"faults.db\" is taken by the store's own files");
+    EXPECT_EQ(refusal(EObject::APPLIANCE, "engine.conf"),
+              "appliance name \"engine.conf\" is taken by the store's own files");
     EXPECT_EQ(
         refusal(EObject::APPLIANCE, ".."),
         "appliance name \"..\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or digit");

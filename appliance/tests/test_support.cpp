@@ -1,6 +1,7 @@
 #include "appliance/tests/test_support.h"
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <spawn.h>
@@ -10,8 +11,11 @@
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <sstream>
+
+#include "base/file_read.h"
 
 namespace lumora::test {
 namespace fs = std::filesystem;
@@ -20,7 +24,7 @@ namespace {
 Lines linesOf(const fs::path& file)
 {
     Lines lines;
-    std::ifstream stream(file);
+    std::istringstream stream(readAll(file));
     for (std::string line; std::getline(stream, line);) {
         lines.push_back(line);
     }
@@ -28,19 +32,6 @@ Lines linesOf(const fs::path& file)
 }
 
 }  // namespace
-
-CTempFolder::CTempFolder()
-{
-    std::string name = (fs::temp_directory_path() / "appliance-test-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");
-    m_path = fs::canonical(name);
-}
-
-CTempFolder::~CTempFolder()
-{
-    std::error_code ignored;
-    fs::remove_all(m_path, ignored);
-}
 
 CProcess::CProcess(const std::vector<std::string>& command, const std::string& input, const std::string& hostRoot)
 {
@@ -129,6 +120,24 @@ SResult CDemoStore::lmadm(std::vector<std::string> arguments) const
     return CProcess(arguments, "").wait();
 }
 
+nlohmann::json CDemoStore::document(std::vector<std::string> arguments) const
+{
+    arguments.insert(arguments.end(), {"--output", "json"});
+    std::string text;
+    for (const std::string& line : lmadm(arguments).out) {
+        text += line;
+    }
+    return nlohmann::json::parse(text);
+}
+
+void CDemoStore::expectRefusal(const std::vector<std::string>& arguments, int status, const std::string& text) const
+{
+    const SResult result = lmadm(arguments);
+    EXPECT_EQ(result.status, status) << text;
+    EXPECT_THAT(result.out, testing::IsEmpty());
+    EXPECT_THAT(result.err, testing::ElementsAre("lmadm: " + text));
+}
+
 SResult CDemoStore::lmsh(const std::string& commands) const
 {
     return rawLmsh(script(commands));
@@ -164,8 +173,8 @@ Lines CDemoStore::showGroup() const
 
 std::string readAll(const fs::path& file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+    constexpr size_t LARGEST = size_t{1} << 28U;
+    return base::readFile(file.string(), LARGEST).text;
 }
 
 void writeAll(const fs::path& file, const std::string& text)

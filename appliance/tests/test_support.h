@@ -4,27 +4,16 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "base/tests/temporary_folder.h"
+
 namespace lumora::test {
 
+using base_test::CTemporaryFolder;
 using Lines = std::vector<std::string>;
-
-/// A directory of its own for one test, removed at the end. Its name holds "-", which listings have to cope with.
-class CTempFolder
-{
-  public:
-    CTempFolder();
-    ~CTempFolder();
-    CTempFolder(const CTempFolder&) = delete;
-    CTempFolder& operator=(const CTempFolder&) = delete;
-
-    const std::filesystem::path& path() const noexcept { return m_path; }
-
-  private:
-    std::filesystem::path m_path;
-};
 
 struct SResult
 {
@@ -46,7 +35,7 @@ class CProcess
     SResult wait();
 
   private:
-    CTempFolder m_folder;
+    CTemporaryFolder m_folder;
     pid_t m_pid = -1;
 };
 
@@ -58,6 +47,10 @@ class CDemoStore
     CDemoStore();
 
     SResult lmadm(std::vector<std::string> arguments) const;  ///< --store is added
+    /// What lmadm answers with --output json, which is added.
+    nlohmann::json document(std::vector<std::string> arguments) const;
+    /// Expects that lmadm refuses with this status, in one line behind its name, and answers nothing.
+    void expectRefusal(const std::vector<std::string>& arguments, int status, const std::string& text) const;
     /// A script for the server alpha between "server" and "exit", run on the host prod.
     SResult lmsh(const std::string& commands) const;
     SResult rawLmsh(const std::string& script) const;
@@ -73,13 +66,14 @@ class CDemoStore
     const std::filesystem::path& folder() const { return m_folder.path(); }
 
   private:
-    CTempFolder m_folder;
+    CTemporaryFolder m_folder;
 };
 
 std::vector<std::string> lmshCommand();
 std::vector<std::string> lmadmCommand();
 std::string script(const std::string& commands);
 
+/// The content of a file; empty when there is none.
 std::string readAll(const std::filesystem::path& file);
 void writeAll(const std::filesystem::path& file, const std::string& text);
 size_t entriesIn(const std::filesystem::path& folder);

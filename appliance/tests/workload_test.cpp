@@ -55,7 +55,7 @@ class Workload : public testing::Test
         return "accepted";
     }
 
-    CTempFolder m_folder;
+    CTemporaryFolder m_folder;
     CWorkloadLog m_log;
     std::map<std::string, std::string> m_content;
 };

@@ -8,7 +8,7 @@
 
 namespace base_test {
 
-/// A new empty folder for one test, removed with everything in it at the end.
+/// A new empty folder for one test, by its name without symbolic links, removed with everything in it at the end.
 class CTemporaryFolder
 {
   public:
@@ -16,7 +16,7 @@ class CTemporaryFolder
     {
         std::string name = (std::filesystem::temp_directory_path() / "cdpfi-test-XXXXXX").string();
         if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a folder " + name);
-        m_path = name;
+        m_path = std::filesystem::canonical(name);
     }
     ~CTemporaryFolder()
     {
