@@ -103,7 +103,7 @@ TEST(Concurrency, AnAnnotationNeverCutsThroughAWrite)
         EXPECT_EQ(writer->wait().status, 0);
     }
     for (const auto& entry : std::filesystem::directory_iterator(demo.home() / "annotations")) {
-        const std::string content = readAll(entry.path() / "lun1");
+        const std::string content = contentOf(entry.path() / "lun1");
         EXPECT_EQ(content, std::string(content.size(), content.front()));
     }
 }

@@ -29,7 +29,7 @@ class Content : public testing::Test
     {
         EXPECT_EQ(m_demo.lmadm({"write", lun, "--offset", "0", "--pattern", std::string(1, letter)}).status, 0);
     }
-    std::string lun(const std::string& name) const { return readAll(m_demo.home() / "dev" / name); }
+    std::string lun(const std::string& name) const { return contentOf(m_demo.home() / "dev" / name); }
     fs::path onlyFolder(const std::string& area) const { return fs::directory_iterator(m_demo.home() / area)->path(); }
     size_t groupLinesAfterSections() const { return m_demo.showGroup().size(); }
 
@@ -43,8 +43,8 @@ TEST_F(Content, AnAnnotationIsIndependentOfLaterWrites)
     fill("lun1", 'B');
     fill("lun2", 'B');
     m_demo.createTimeImage("T", "before", "backup");
-    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun1"), std::string(LUN_SIZE, 'A'));
-    EXPECT_EQ(readAll(onlyFolder("images") / "dev/lun2"), std::string(LUN_SIZE, '\0'));
+    EXPECT_EQ(contentOf(onlyFolder("images") / "dev/lun1"), std::string(LUN_SIZE, 'A'));
+    EXPECT_EQ(contentOf(onlyFolder("images") / "dev/lun2"), std::string(LUN_SIZE, '\0'));
     EXPECT_EQ(lun("lun1"), std::string(LUN_SIZE, 'B'));
 }
 
@@ -54,18 +54,18 @@ TEST_F(Content, WritingToATimeImageTouchesNeitherSourceNorAnnotation)
     m_demo.createAnnotation("A");
     m_demo.createTimeImage("T", "A", "backup");
     const fs::path first = onlyFolder("images");
-    writeAll(first / "dev/lun1", std::string(LUN_SIZE, 'X'));
+    writeFile(first / "dev/lun1", std::string(LUN_SIZE, 'X'));
     EXPECT_EQ(lun("lun1"), std::string(LUN_SIZE, 'A'));
     m_demo.createTimeImage("T2", "A", "backup");
     for (const fs::directory_entry& image : fs::directory_iterator(m_demo.home() / "images")) {
-        EXPECT_EQ(readAll(image.path() / "dev/lun1"), std::string(LUN_SIZE, image.path() == first ? 'X' : 'A'));
+        EXPECT_EQ(contentOf(image.path() / "dev/lun1"), std::string(LUN_SIZE, image.path() == first ? 'X' : 'A'));
     }
 }
 
 TEST_F(Content, CopiesLeaveHolesOut)
 {
     const fs::path source = m_demo.folder() / "sparse";
-    writeAll(source, "");
+    writeFile(source, "");
     fs::resize_file(source, uint64_t{8} << 20U);
     {
         std::FILE* const file = std::fopen(source.c_str(), "r+");
@@ -75,7 +75,7 @@ TEST_F(Content, CopiesLeaveHolesOut)
     }
     const fs::path target = m_demo.folder() / "copy";
     copyFile(source, target, (uint64_t{8} << 20U) + 10);
-    const std::string copy = readAll(target);
+    const std::string copy = contentOf(target);
     EXPECT_EQ(copy.size(), (size_t{8} << 20U) + 10);
     EXPECT_EQ(copy.find_first_not_of('\0'), size_t{5} << 20U);
     EXPECT_EQ(copy.substr(size_t{5} << 20U, 14), std::string("in the middle\0", 14));
@@ -171,18 +171,18 @@ TEST(FilesEngine, FixesImagesAndDrops)
     const fs::path image = folder.path() / "image";
     fs::create_directories(content);
     fs::create_directories(image);
-    writeAll(folder.path() / "lun", "data");
+    writeFile(folder.path() / "lun", "data");
     const std::vector<SVolume> volumes = {{"lun", folder.path() / "lun", 4}};
     CFilesEngine engine;
     engine.fixContent(volumes, folder.path() / "gate", content);
-    writeAll(folder.path() / "lun", "DATA");
+    writeFile(folder.path() / "lun", "DATA");
     engine.makeImage(volumes, content, image);
-    EXPECT_EQ(readAll(engine.hostPath(image, "lun")), "data");
+    EXPECT_EQ(contentOf(engine.hostPath(image, "lun")), "data");
     EXPECT_THAT(engine.hostPath(image, "lun").string(), testing::HasSubstr("/dev/"));
     engine.drop(content);
     engine.drop(content);
     EXPECT_FALSE(fs::exists(content));
-    EXPECT_EQ(readAll(engine.hostPath(image, "lun")), "data");
+    EXPECT_EQ(contentOf(engine.hostPath(image, "lun")), "data");
     EXPECT_THROW(engine.makeImage(volumes, content, folder.path() / "other"), EApplianceError);
 }
 

@@ -41,7 +41,7 @@ std::vector<std::string> cellsOf(const std::string& line)
 std::vector<std::vector<std::string>> tableUnder(const std::string& head)
 {
     std::vector<std::vector<std::string>> rows;
-    std::istringstream document(readAll(APPLIANCE_DOCUMENT));
+    std::istringstream document(contentOf(APPLIANCE_DOCUMENT));
     std::string line;
     while (std::getline(document, line) && line != head) {
     }

@@ -17,7 +17,7 @@ TEST(Engine, IsGivenTheFolderOfTheStoreAndItsSettings)
 {
     const CTemporaryFolder folder;
     const std::filesystem::path file = folder / "engine.conf";
-    writeAll(file, "# where the content lies\nENGINE=other\n\nPOOL=fast=1\nSIZE=1\n");
+    writeFile(file, "# where the content lies\nENGINE=other\n\nPOOL=fast=1\nSIZE=1\n");
     const SEngineSetup setup = readEngineSetup(folder.path(), file);
     EXPECT_EQ(setup.store, folder.path());
     EXPECT_EQ(setup.engine, "other");
@@ -28,7 +28,7 @@ TEST(Engine, IsFilesWhereNothingIsSaid)
 {
     const CTemporaryFolder folder;
     EXPECT_EQ(readEngineSetup(folder.path(), folder / "none").engine, "files");
-    writeAll(folder / "engine.conf", "OTHER=1\n");
+    writeFile(folder / "engine.conf", "OTHER=1\n");
     EXPECT_EQ(readEngineSetup(folder.path(), folder / "engine.conf").engine, "files");
 }
 
@@ -43,11 +43,11 @@ TEST(Engine, OfTheStoreIsThatOfEveryTool)
 {
     const CDemoStore demo;
     const std::filesystem::path file = demo.store() / "var/lib/lumora/engine.conf";
-    writeAll(file, "ENGINE=files\n");
+    writeFile(file, "ENGINE=files\n");
     demo.createAnnotation("A");
     EXPECT_THAT(demo.lmadm({"appliance", "show", "alpha"}).out, testing::Contains("engine: files"));
 
-    writeAll(file, "ENGINE=paper\n");
+    writeFile(file, "ENGINE=paper\n");
     const std::string refusal =
         "store " + demo.store().string() + " is kept by engine \"paper\", which is none of files";
     SResult result = demo.lmsh("list hosts");
@@ -67,7 +67,7 @@ TEST(Engine, OfAStoreWithBrokenSettingsIsRefused)
 {
     const CDemoStore demo;
     const std::filesystem::path file = demo.store() / "var/lib/lumora/engine.conf";
-    writeAll(file, "ENGINE=files\nfast\n");
+    writeFile(file, "ENGINE=files\nfast\n");
     const SResult result = demo.lmsh("list hosts");
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.err, ElementsAre("lmsh: configuration " + file.string() + ": line 2 is not KEY=VALUE"));

@@ -159,8 +159,8 @@ TEST_F(Fault, TearLetsAWriteInBetweenTheLuns)
     }
     EXPECT_EQ(process.wait().status, 0);
     const auto content = std::filesystem::directory_iterator(annotations)->path();
-    EXPECT_EQ(readAll(content / "lun1").substr(0, 4), std::string(4, '\0'));
-    EXPECT_EQ(readAll(content / "lun2").substr(0, 4), "late");
+    EXPECT_EQ(contentOf(content / "lun1").substr(0, 4), std::string(4, '\0'));
+    EXPECT_EQ(contentOf(content / "lun2").substr(0, 4), "late");
 }
 
 TEST_F(Fault, StrikesFromTheNthCommandThatMatches)

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 uint64_t ticketsDrawn(const fs::path& gate)
 {
-    const std::string bytes = readAll(gate);
+    const std::string bytes = contentOf(gate);
     uint64_t count = 0;
     if (bytes.size() == sizeof count) std::memcpy(&count, bytes.data(), sizeof count);
     return count;
@@ -53,7 +53,7 @@ class Gate : public testing::Test
         const pid_t child = start([this] { eventually([this] { return fs::exists(m_folder.path() / "open"); }); });
         return child;
     }
-    void open() const { writeAll(m_folder.path() / "open", ""); }
+    void open() const { writeFile(m_folder.path() / "open", ""); }
 
     static int reap(pid_t child)
     {
@@ -76,13 +76,13 @@ TEST_F(Gate, LetsProcessesThroughInTheOrderOfTheirComing)
         children.push_back(start([this, name] { note(std::string(1, name)); }));
         expected += name;
     }
-    EXPECT_EQ(readAll(m_notes), "");
+    EXPECT_EQ(contentOf(m_notes), "");
     open();
     EXPECT_EQ(reap(holder), 0);
     for (const pid_t child : children) {
         EXPECT_EQ(reap(child), 0);
     }
-    EXPECT_EQ(readAll(m_notes), expected);
+    EXPECT_EQ(contentOf(m_notes), expected);
 }
 
 TEST_F(Gate, IsNotHandedBackToAWriterThatComesAgain)
@@ -99,7 +99,7 @@ TEST_F(Gate, IsNotHandedBackToAWriterThatComesAgain)
     }
     reap(waiter);
     reap(writer);
-    EXPECT_EQ(readAll(m_notes), "waiter writer again");
+    EXPECT_EQ(contentOf(m_notes), "waiter writer again");
 }
 
 TEST_F(Gate, SurvivesAKilledHolder)
@@ -108,12 +108,12 @@ TEST_F(Gate, SurvivesAKilledHolder)
         note("inside");
         ::pause();
     });
-    ASSERT_TRUE(eventually([this] { return readAll(m_notes) == "inside"; }));
+    ASSERT_TRUE(eventually([this] { return contentOf(m_notes) == "inside"; }));
     const pid_t waiter = start([this] { note(" next"); });
     ::kill(holder, SIGKILL);
     EXPECT_TRUE(WIFSIGNALED(reap(holder)));
     EXPECT_EQ(reap(waiter), 0);
-    EXPECT_EQ(readAll(m_notes), "inside next");
+    EXPECT_EQ(contentOf(m_notes), "inside next");
 }
 
 TEST_F(Gate, SurvivesAKilledWaiter)
@@ -126,7 +126,7 @@ TEST_F(Gate, SurvivesAKilledWaiter)
     open();
     EXPECT_EQ(reap(holder), 0);
     EXPECT_EQ(reap(next), 0);
-    EXPECT_EQ(readAll(m_notes), "next");
+    EXPECT_EQ(contentOf(m_notes), "next");
 }
 
 TEST_F(Gate, AdmitsOneAtATime)
@@ -147,7 +147,7 @@ TEST_F(Gate, AdmitsOneAtATime)
     for (int count = 0; count < 300; ++count) {
         expected += "()";
     }
-    EXPECT_EQ(readAll(m_notes), expected);
+    EXPECT_EQ(contentOf(m_notes), expected);
 }
 
 }  // namespace

@@ -115,7 +115,8 @@ TEST_F(Kforutil, WithdrawingAHostFromTheGroupTakesItsTimeImagesToo)
 
 TEST_F(Kforutil, DiscoverOfAHostThatNobodyKnowsIsAnError)
 {
-    writeAll(m_demo.root("backup") / "etc/qz/appliance.conf", "STORE=" + m_demo.store().string() + "\nHOST=stranger\n");
+    writeFile(m_demo.root("backup") / "etc/qz/appliance.conf",
+              "STORE=" + m_demo.store().string() + "\nHOST=stranger\n");
     const SResult result = m_demo.kforutil("backup", "discover");
     EXPECT_EQ(result.status, 3);
     EXPECT_THAT(result.err, ElementsAre("kforutil: host \"stranger\" does not exist on any appliance; create it with "

@@ -103,12 +103,12 @@ TEST_F(Lmadm, ShowsAGroupAsADocument)
 
 TEST_F(Lmadm, Luns)
 {
-    writeAll(m_demo.folder() / "content", "hello");
+    writeFile(m_demo.folder() / "content", "hello");
     EXPECT_THAT(answer({"lun", "create", "lun3", "--group", "cg1", "--size", "8KiB", "--file",
                         (m_demo.folder() / "content").string()}),
                 ElementsAre("name: lun3", "group: cg1", "size: 8KiB", "bytes: 8192", "serial: SERIAL",
                             "device: " + (m_demo.home() / "dev/lun3").string()));
-    EXPECT_EQ(readAll(m_demo.home() / "dev/lun3"), "hello" + std::string(8187, '\0'));
+    EXPECT_EQ(contentOf(m_demo.home() / "dev/lun3"), "hello" + std::string(8187, '\0'));
     EXPECT_EQ(m_demo.document({"lun", "list"}).at("luns").size(), 3U);
     EXPECT_EQ(entriesIn(m_demo.home() / "work"), 0U);
     EXPECT_THAT(answer({"lun", "delete", "lun3"}), ElementsAre("deleted: lun3"));
@@ -149,7 +149,7 @@ TEST_F(Lmadm, WritesReadsAndSums)
     EXPECT_THAT(answer({"write", "lun1", "--offset", "4KiB", "--length", "10", "--pattern", "abc"}),
                 ElementsAre("lun: lun1", "offset: 4096", "written: 10"));
     EXPECT_THAT(answer({"read", "lun1", "--offset", "4096", "--length", "10"}), ElementsAre("abcabcabca"));
-    writeAll(m_demo.folder() / "input", "from a file");
+    writeFile(m_demo.folder() / "input", "from a file");
     EXPECT_THAT(answer({"write", "lun1", "--offset", "0", "--input", (m_demo.folder() / "input").string()}),
                 ElementsAre("lun: lun1", "offset: 0", "written: 11"));
     EXPECT_THAT(answer({"read", "lun1", "--length", "11"}), ElementsAre("from a file"));
@@ -168,17 +168,17 @@ TEST_F(Lmadm, HostSetupWritesWhatAHostNeeds)
     answer({"appliance", "create", "beta"});
     const fs::path root = m_demo.root("prod");
     const fs::path tools = fs::path(LMADM_PATH).parent_path();
-    writeAll(root / "etc/qz/hls.conf", "OTHER=1\nRSURL=gone:9000\n");
-    writeAll(root / "etc/qz/cdpfi.conf",
-             "[FI_TRACE]\nLEVEL=6\n[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=old\n[FI_EXEC]\nMAX_TIMEOUT=5\n");
+    writeFile(root / "etc/qz/hls.conf", "OTHER=1\nRSURL=gone:9000\n");
+    writeFile(root / "etc/qz/cdpfi.conf",
+              "[FI_TRACE]\nLEVEL=6\n[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=old\n[FI_EXEC]\nMAX_TIMEOUT=5\n");
     EXPECT_THAT(answer({"host", "setup", "--root", root.string(), "--host", "prod"}),
                 ElementsAre("host: prod", "root: " + root.string(), "tools: " + tools.string(),
                             "written:", "  " + root.string() + "/etc/qz/appliance.conf",
                             "  " + root.string() + "/etc/qz/hls.conf", "  " + root.string() + "/etc/qz/cdpfi.conf",
                             "  " + root.string() + "/opt/QXPKlm/bin/lmsh"));
-    EXPECT_EQ(readAll(root / "etc/qz/appliance.conf"), "STORE=" + m_demo.store().string() + "\nHOST=prod\n");
-    EXPECT_EQ(readAll(root / "etc/qz/hls.conf"), "OTHER=1\nRSURL=alpha:9000\nRSURL=beta:9000\n");
-    EXPECT_EQ(readAll(root / "etc/qz/cdpfi.conf"),
+    EXPECT_EQ(contentOf(root / "etc/qz/appliance.conf"), "STORE=" + m_demo.store().string() + "\nHOST=prod\n");
+    EXPECT_EQ(contentOf(root / "etc/qz/hls.conf"), "OTHER=1\nRSURL=alpha:9000\nRSURL=beta:9000\n");
+    EXPECT_EQ(contentOf(root / "etc/qz/cdpfi.conf"),
               "[FI_TRACE]\nLEVEL=6\n[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=lmsh\nLMR_LMSH_PATH=" + tools.string() +
                   "/\nLMR_KFORUTIL_PATH=" + tools.string() +
                   "/\nLMR_KFORUTIL_NAME=kforutil\n[FI_EXEC]\nMAX_TIMEOUT=5\n[FI_NETWORK]\nLOCAL_NAME=prod\n");

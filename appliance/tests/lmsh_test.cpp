@@ -228,12 +228,12 @@ TEST(Lmsh, TellsWhyItsConfigurationIsUnusable)
     EXPECT_THAT(result.err, ElementsAre("lmsh: cannot read " + file +
                                         ": No such file or directory; write it with lmadm host setup"));
     std::filesystem::create_directories(root.path() / "etc/qz");
-    writeAll(file, "STORE=relative\nHOST=prod\n");
+    writeFile(file, "STORE=relative\nHOST=prod\n");
     EXPECT_THAT(run().err, ElementsAre("lmsh: configuration " + file +
                                        ": STORE is not an absolute path; write it with lmadm host setup"));
-    writeAll(file, "# comment\n\nOTHER=1\nSTORE=" + root.path().string() + "/none\nHOST=prod\n");
+    writeFile(file, "# comment\n\nOTHER=1\nSTORE=" + root.path().string() + "/none\nHOST=prod\n");
     EXPECT_THAT(run().err, ElementsAre("lmsh: folder \"" + root.path().string() + "/none\" holds no appliance store"));
-    writeAll(file, "garbage\n");
+    writeFile(file, "garbage\n");
     result = run();
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.err, ElementsAre("lmsh: configuration " + file +
@@ -246,7 +246,7 @@ TEST(Lmsh, RefusesAFileThatIsNoDatabase)
     const std::filesystem::path base = demo.store() / "var/lib/lumora";
     std::filesystem::remove(base / "appliance.db-wal");
     std::filesystem::remove(base / "appliance.db-shm");
-    writeAll(base / "appliance.db", std::string(8192, 'x'));
+    writeFile(base / "appliance.db", std::string(8192, 'x'));
     const SResult result = demo.lmsh("list hosts");
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.err, ElementsAre("lmsh: store database " + (base / "appliance.db").string() +

@@ -3,82 +3,65 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
+#include <poll.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
-#include <sstream>
 
-#include "base/file_read.h"
+#include "appliance/core/files/file_io.h"
+#include "base/child_start.h"
+#include "base/poll_until.h"
 
 namespace lumora::test {
 namespace fs = std::filesystem;
-namespace {
-
-Lines linesOf(const fs::path& file)
-{
-    Lines lines;
-    std::istringstream stream(readAll(file));
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
-
-}  // namespace
 
 CProcess::CProcess(const std::vector<std::string>& command, const std::string& input, const std::string& hostRoot)
+    : m_process(start(command, input, hostRoot))
 {
-    writeAll(m_folder.path() / "in", input);
-    std::vector<std::string> environment = {"LC_ALL=C"};
-    if (!hostRoot.empty()) environment.push_back("OBZX_ROOT=" + hostRoot);
-    std::vector<std::string> words = command;
-    std::vector<char*> argv;
-    std::vector<char*> envp;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    for (std::string& setting : environment) {
-        envp.push_back(setting.data());
-    }
-    argv.push_back(nullptr);
-    envp.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, (m_folder.path() / "in").c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, (m_folder.path() / "out").c_str(), O_WRONLY | O_CREAT, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, (m_folder.path() / "err").c_str(), O_WRONLY | O_CREAT, 0600);
-    const int error = posix_spawn(&m_pid, words.front().c_str(), &actions, nullptr, argv.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) throw std::runtime_error("cannot start " + words.front());
 }
 
 CProcess::~CProcess()
 {
-    if (m_pid > 0) {
-        kill();
-        ::waitpid(m_pid, nullptr, 0);
-    }
+    kill();
+    wait();
 }
 
-void CProcess::kill() const
+pid_t CProcess::start(const std::vector<std::string>& command, const std::string& input,
+                      const std::string& hostRoot) const
 {
-    ::kill(m_pid, SIGKILL);
+    writeFile(m_folder / "in", input);
+    const base::CFileDescriptor in = openFile(m_folder / "in", O_RDONLY);
+    const base::CFileDescriptor out = openFile(m_folder / "out", O_WRONLY | O_CREAT);
+    const base::CFileDescriptor err = openFile(m_folder / "err", O_WRONLY | O_CREAT);
+    base::SChildStart start;
+    start.programs = {command.front()};
+    start.words = command;
+    start.environment = {"LC_ALL=C"};
+    if (!hostRoot.empty()) start.environment.push_back("OBZX_ROOT=" + hostRoot);
+    start.input = in.get();
+    start.output = out.get();
+    start.errors = err.get();
+    pid_t pid = -1;
+    if (base::startChild(start, pid) != 0) throw std::runtime_error("cannot start " + command.front());
+    return pid;
+}
+
+void CProcess::kill()
+{
+    m_process.kill();
 }
 
 SResult CProcess::wait()
 {
-    int status = 0;
-    ::waitpid(m_pid, &status, 0);
-    m_pid = -1;
-    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), linesOf(m_folder.path() / "out"),
-            linesOf(m_folder.path() / "err")};
+    while (!m_process.hasEnded()) {
+        pollfd ended[] = {{m_process.descriptor(), POLLIN, 0}};
+        base::pollUntil(ended, m_process.lookAt());
+    }
+    const base::SExitStatus& status = m_process.exitStatus();
+    return {status.signal != 0 ? 128 + status.signal : status.exit, linesOf(contentOf(m_folder / "out")),
+            linesOf(contentOf(m_folder / "err"))};
 }
 
 std::vector<std::string> lmshCommand()
@@ -169,17 +152,6 @@ void CDemoStore::createTimeImage(const std::string& name, const std::string& ann
 Lines CDemoStore::showGroup() const
 {
     return lmsh("show cgroup \"cg1\"").out;
-}
-
-std::string readAll(const fs::path& file)
-{
-    constexpr size_t LARGEST = size_t{1} << 28U;
-    return base::readFile(file.string(), LARGEST).text;
-}
-
-void writeAll(const fs::path& file, const std::string& text)
-{
-    std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
 }
 
 size_t entriesIn(const fs::path& folder)

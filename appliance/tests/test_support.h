@@ -1,18 +1,21 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <filesystem>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "base/child_process.h"
 #include "base/tests/temporary_folder.h"
+#include "base/tests/text_file.h"
 
 namespace lumora::test {
 
+using base_test::contentOf;
 using base_test::CTemporaryFolder;
+using base_test::linesOf;
+using base_test::writeFile;
 using Lines = std::vector<std::string>;
 
 struct SResult
@@ -22,7 +25,7 @@ struct SResult
     Lines err;
 };
 
-/// A program that runs with its input from a text and its output in files.
+/// A program that runs with its input from a text and its output in files. It is killed with the object.
 class CProcess
 {
   public:
@@ -31,12 +34,14 @@ class CProcess
     CProcess(const CProcess&) = delete;
     CProcess& operator=(const CProcess&) = delete;
 
-    void kill() const;
+    void kill();
     SResult wait();
 
   private:
+    pid_t start(const std::vector<std::string>& command, const std::string& input, const std::string& hostRoot) const;
+
     CTemporaryFolder m_folder;
-    pid_t m_pid = -1;
+    base::CChildProcess m_process;
 };
 
 /// An appliance "alpha" with the group "cg1" of the LUNs lun1 and lun2 (256 KiB each, presented to prod) and the hosts
@@ -73,9 +78,6 @@ std::vector<std::string> lmshCommand();
 std::vector<std::string> lmadmCommand();
 std::string script(const std::string& commands);
 
-/// The content of a file; empty when there is none.
-std::string readAll(const std::filesystem::path& file);
-void writeAll(const std::filesystem::path& file, const std::string& text);
 size_t entriesIn(const std::filesystem::path& folder);
 /// Serials and times differ from run to run: "LM" and hexadecimal digits become SERIAL, times become TIME, folder
 /// numbers ID.

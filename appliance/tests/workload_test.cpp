@@ -38,7 +38,7 @@ class Workload : public testing::Test
         return number;
     }
     // Keeps the present content of a LUN as its image.
-    void image(const std::string& lun) const { writeAll(m_folder.path() / lun, m_content.at(lun)); }
+    void image(const std::string& lun) const { writeFile(m_folder.path() / lun, m_content.at(lun)); }
     uint64_t prefix() const
     {
         return findPrefix(readWorkload(m_folder.path() / "log"),
@@ -98,7 +98,7 @@ TEST_F(Workload, AWriteThatIsMissingHalfIsNoPrefix)
 {
     write(0, 4, 2);
     const std::string half = m_content["a"].substr(0, 5 * WORKLOAD_SECTOR) + std::string(3 * WORKLOAD_SECTOR, '\0');
-    writeAll(m_folder.path() / "a", half);
+    writeFile(m_folder.path() / "a", half);
     image("b");
     EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("sector 5 of LUN \"a\" is of write 1, its image says 0"));
 }
@@ -120,7 +120,7 @@ TEST_F(Workload, OneWrongByteIsNoPrefix)
     for (const size_t at : {size_t{9}, size_t{511}, SECTORS * WORKLOAD_SECTOR - 1}) {
         std::string content = m_content["a"];
         content[at] = static_cast<char>(content[at] ^ 1);
-        writeAll(m_folder.path() / "a", content);
+        writeFile(m_folder.path() / "a", content);
         EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("is of write 1, its image says 1"));
     }
 }
@@ -130,7 +130,7 @@ TEST_F(Workload, ContentOfAnotherPlaceIsNoPrefix)
     write(0, 0, 2);
     std::string content = m_content["a"];
     content.replace(WORKLOAD_SECTOR, WORKLOAD_SECTOR, content.substr(0, WORKLOAD_SECTOR));
-    writeAll(m_folder.path() / "a", content);
+    writeFile(m_folder.path() / "a", content);
     image("b");
     EXPECT_THAT(refusal(EStatus::UNEXPECTED), HasSubstr("sector 1 of LUN \"a\""));
 }
@@ -139,7 +139,7 @@ TEST_F(Workload, AWriteThatIsNotInTheLogIsNoPrefix)
 {
     std::string content(SECTORS * WORKLOAD_SECTOR, '\0');
     content.replace(0, WORKLOAD_SECTOR, workloadContent(5, "a", 0));
-    writeAll(m_folder.path() / "a", content);
+    writeFile(m_folder.path() / "a", content);
     image("b");
     EXPECT_EQ(refusal(EStatus::UNEXPECTED), "the images are no prefix of the log: write 5 is not in it, which has 0");
 }
@@ -147,7 +147,7 @@ TEST_F(Workload, AWriteThatIsNotInTheLogIsNoPrefix)
 TEST_F(Workload, ImagesHaveToBeThoseOfTheLog)
 {
     image("a");
-    writeAll(m_folder.path() / "b", "short");
+    writeFile(m_folder.path() / "b", "short");
     EXPECT_THAT(refusal(EStatus::MALFORMED), HasSubstr("has not the 4096 bytes of LUN \"b\""));
     const SWorkload workload = readWorkload(m_folder.path() / "log");
     EXPECT_THROW(findPrefix(workload, {{"a", m_folder.path() / "a"}}), EApplianceError);
@@ -156,7 +156,7 @@ TEST_F(Workload, ImagesHaveToBeThoseOfTheLog)
 TEST_F(Workload, AnUnfinishedLineOfTheLogDoesNotCount)
 {
     write(0, 0, 1);
-    writeAll(m_folder.path() / "log", readAll(m_folder.path() / "log") + "0 1");
+    writeFile(m_folder.path() / "log", contentOf(m_folder.path() / "log") + "0 1");
     EXPECT_EQ(readWorkload(m_folder.path() / "log").writes.size(), 1U);
 }
 
@@ -164,7 +164,7 @@ TEST_F(Workload, WhatIsNoLogIsRefused)
 {
     for (const char* text : {"", "what\n", "lun a\n", "0 0 1\n", "lun a 512\n1 0 1\n", "lun a 512\n0 1 1\n",
                              "lun a 512\n0 18446744073709551615 2\n"}) {
-        writeAll(m_folder.path() / "log", text);
+        writeFile(m_folder.path() / "log", text);
         EXPECT_THROW(readWorkload(m_folder.path() / "log"), EApplianceError) << text;
     }
     EXPECT_THROW(readWorkload(m_folder.path()), EApplianceError);
@@ -178,7 +178,7 @@ TEST(LmadmWorkload, WritesUntilItIsToldToStopAndAnAnnotationHoldsAPrefix)
     std::vector<std::string> command = lmadmCommand();
     command.insert(command.end(), {"--store", demo.store().string(), "workload", "run", "cg1", "--log", log});
     CProcess writers(command, "");
-    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(log) && readAll(log).size() > 200; }));
+    EXPECT_TRUE(eventually([&] { return std::filesystem::exists(log) && contentOf(log).size() > 200; }));
     demo.createAnnotation("A");
     writers.kill();
     EXPECT_EQ(writers.wait().status, 128 + SIGKILL);
@@ -209,7 +209,7 @@ TEST(LmadmWorkload, SaysWhatIsWrongWithTheLog)
     EXPECT_THAT(result.err, ElementsAre("lmadm: cannot open " + log +
                                         ": No such file or directory; check free space and access, then repeat the "
                                         "command"));
-    writeAll(log, "lun lun1\n");
+    writeFile(log, "lun lun1\n");
     result = demo.lmadm({"workload", "check", "--log", log, "lun1=x"});
     EXPECT_EQ(result.status, 2);
     EXPECT_THAT(result.err, ElementsAre("lmadm: file \"" + log +
