@@ -5,8 +5,9 @@ file(READ ${CDPFI_ENTRY_POINT_HEADER} header)
 string(REGEX MATCHALL "[^_]X\\([A-Za-z_]+\\)" entries "${header}")
 string(REGEX REPLACE "[^_;]X\\(([A-Za-z_]+)\\)" "\\1" CDPFI_ENTRY_POINTS "${entries}")
 list(LENGTH CDPFI_ENTRY_POINTS count)
-if(NOT count EQUAL 77)
-  message(FATAL_ERROR "${CDPFI_ENTRY_POINT_HEADER} lists ${count} entry points, expected 77")
+string(REGEX MATCH "OBZX_FI_ENTRY_POINT_COUNT = ([0-9]+)" expected "${header}")
+if(NOT count EQUAL CMAKE_MATCH_1)
+  message(FATAL_ERROR "${CDPFI_ENTRY_POINT_HEADER} lists ${count} entry points, expected ${CMAKE_MATCH_1}")
 endif()
 
 # cdpfi_add_provider(TARGET NAME [NO_INSTALL] SOURCES...): lib<NAME>.so, the provider <NAME>, in the folder where hosts look

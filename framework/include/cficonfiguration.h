@@ -27,7 +27,8 @@ struct SFiUnreadableLine
  * object. A store that is missing, unreadable, not a regular file or larger than 1 MiB has no sections. A line that
  * cannot be read costs that line and nothing else: what is below it still belongs to the section above it. The trace
  * log of the component names such lines when it is initialised. Names of sections and values are exact.
- * Construction and reading throw std::bad_alloc; a value is never cut short or passed over for lack of memory.
+ * Construction and reading throw std::bad_alloc; a value is never cut short or passed over for lack of memory. One
+ * thread at a time per object.
  */
 class OBZX_API CFiConfiguration
 {

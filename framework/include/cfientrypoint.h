@@ -4,24 +4,26 @@
 
 namespace obzx_pdk_4_4 {
 
-/// The entry point that a thread is in, as run records name it. One inside another's call counts until it returns.
+/// Notes, as long as it lives, which entry point its thread is in; run records name it (obzx_run). The innermost object
+/// of a thread counts. Made and destroyed on the same thread.
 class OBZX_API CFiEntryPoint
 {
   public:
-    /// @param function the entry point's C function, <provider>_fi_pgn_<name>; a text that stays. A thread that works
-    ///                 for one in an entry point takes over its current() in this way. Null: none.
+    /// @param function name of the entry point's C function, <provider>_fi_pgn_<name>; not copied, must outlive the
+    ///                 object. A thread that a provider starts for an entry point hands its current() on in this way.
+    ///                 Null: none.
     explicit CFiEntryPoint(const char* function) noexcept;
     ~CFiEntryPoint();
     CFiEntryPoint(const CFiEntryPoint&) = delete;
     CFiEntryPoint& operator=(const CFiEntryPoint&) = delete;
 
-    /// The C function of the entry point that this thread is in; null outside of one.
+    /// The text that the object was made from that counts on this thread; null when there is none.
     static const char* current() noexcept;
-    /// Its name without the provider's: "init_altnode"; "" outside of one.
+    /// What follows the provider's part of it, such as "init_altnode"; "" when there is none.
     static const char* name() noexcept;
 
   private:
-    const char* m_outer;
+    const char* m_outer;  // counts again after this one
 };
 
 }  // namespace obzx_pdk_4_4

@@ -58,23 +58,27 @@ class OBZX_API CFiExecPipeBase : public CFiTraceable
     ~CFiExecPipeBase() override;
 
     /**
+     * Runs a program and waits until it has ended and its output was read.
+     *
      * @param lines      output lines; appended to, also by a run that failed (of one that was too long the first MiB)
      * @param inputFile  path as it stands; empty for no input
      * @param timeout    seconds
      * @param directory  working directory; empty: the host's
      * @param user       reserved, must be empty
      * @param environment "NAME=value" added to the child's environment; empty: nothing
-     * @return an EExecResult
+     * @return an EExecResult; getError() tells more of it until the next run
+     * @throw std::bad_alloc; a program that was started is killed first
      */
     virtual int Exec(const std::string& commandLine, std::vector<std::string>& lines, const std::string& inputFile,
                      unsigned long timeout, const std::string& directory, const std::string& user,
                      const std::string& environment) = 0;
-    const SFiExecError& getError() const { return m_error; }
+    const SFiExecError& getError() const { return m_error; }  ///< of the last run
 
   protected:
     SFiExecError m_error;
 };
 
+/// The runner of this system.
 class OBZX_API CFiExecPipePosix : public CFiExecPipeBase
 {
   public:

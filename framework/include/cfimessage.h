@@ -9,7 +9,7 @@
 
 namespace obzx_pdk_4_4 {
 
-/// A message of a catalog: key, arguments, and where it was reported.
+/// A message of a catalog: key, arguments, and where it was reported. Does not change, so any thread may read it.
 class OBZX_API CFiMessage : public virtual CFiRefCount
 {
   public:
@@ -18,9 +18,9 @@ class OBZX_API CFiMessage : public virtual CFiRefCount
     ~CFiMessage() override;
 
     const std::string& getCatalog() const { return m_catalog; }  ///< component whose catalog holds the message
-    const std::string& getMessageId() const { return m_id; }
+    const std::string& getMessageId() const { return m_id; }     ///< key in the catalog
     const std::vector<std::string>& getArguments() const { return m_arguments; }
-    const std::string& getFileName() const { return m_file; }
+    const std::string& getFileName() const { return m_file; }  ///< source that reported it
     int32_t getLineNumber() const { return m_line; }
     obz_eseverity getSeverity() const { return m_severity; }
 
@@ -44,10 +44,12 @@ class OBZX_API CFiIcuMessage : public CFiMessage
   public:
     using CFiMessage::CFiMessage;
     ~CFiIcuMessage() override;
+    /// Arguments are put in as texts. A pattern that cannot be formatted with texts gives itself, followed by the
+    /// arguments. An empty locale, or one of no known form, formats as the root locale does.
     std::string format(const std::string& pattern, const std::string& locale) const override;
 };
 
-/// Exception with a message code.
+/// Exception with a message code, for which the provider's catalog has a text.
 class OBZX_API CFiError : public std::exception
 {
   public:

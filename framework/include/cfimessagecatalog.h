@@ -9,7 +9,7 @@
 
 namespace obzx_pdk_4_4 {
 
-/// Patterns of one component's messages.
+/// Patterns of one component's messages. Any thread may call it.
 class OBZX_API CFiMessageCatalog : public virtual CFiRefCount
 {
   public:
@@ -20,14 +20,15 @@ class OBZX_API CFiMessageCatalog : public virtual CFiRefCount
 
 using CFiMessageCatalogPtr = CFiSmartPtr<CFiMessageCatalog, CFiNullAllocator<CFiMessageCatalog>>;
 
-/// Makes the catalog of one component, and messages of the catalog's kind.
+/// Makes the catalog of one component, and messages of the catalog's kind. Any thread may call it.
 class OBZX_API CFiMessageCatalogFactory : public virtual CFiRefCount
 {
   public:
     ~CFiMessageCatalogFactory() override;
-    virtual const std::string& getComponent() const = 0;
-    /// Empty when there is no such catalog.
+    virtual const std::string& getComponent() const = 0;  ///< whose messages: the provider's name
+    /// The catalog of that component; empty when there is none.
     virtual CFiMessageCatalogPtr allocateCatalog(const char* name) = 0;
+    /// A message with copies of what the record says; empty for a null.
     virtual CFiMessagePtr allocateMessage(const obz_msg_info* info) = 0;
 };
 
@@ -40,6 +41,7 @@ using CFiMessageCatalogFactoryPtr = CFiSmartPtr<CFiMessageCatalogFactory, CFiNul
 class OBZX_API CFiIcuMessageCatalogFactory : public CFiMessageCatalogFactory
 {
   public:
+    /// @param rootName name of the bundle without which a folder is no catalog
     CFiIcuMessageCatalogFactory(std::string rootName, std::string component);
     ~CFiIcuMessageCatalogFactory() override;
     const std::string& getComponent() const override { return m_component; }
@@ -60,7 +62,7 @@ class OBZX_API CFiMessageCatalogManager : public virtual CFiRefCount, public vir
 
     /// The factory registered last for a component wins.
     void registerFactory(const CFiMessageCatalogFactoryPtr& factory);
-    void setNativeLanguage(const std::string& locale);
+    void setNativeLanguage(const std::string& locale);  ///< the host's locale; empty: it gave none
     std::string getNativeLanguage() const;
 
     /**

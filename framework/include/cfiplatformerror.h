@@ -7,7 +7,8 @@
 
 namespace obzx_pdk_4_4 {
 
-/// A failure of the operating system, with the errno value and the system's text for it.
+/// A failure of the operating system, with the errno value and the system's text for it. The static functions keep no
+/// state that a caller could see; any thread may call them.
 class OBZX_API CFiPlatformError : public std::exception
 {
   public:
@@ -17,7 +18,7 @@ class OBZX_API CFiPlatformError : public std::exception
     const char* what() const noexcept override { return m_text.c_str(); }
     const std::string& getPath() const { return m_path; }
     int getError() const { return m_error; }
-    static const char* getCatalogName();  ///< "ksv_fi"
+    static const char* getCatalogName();  ///< of the messages for such failures: "ksv_fi"
 
     /// The system's text for an errno value, without up to two trailing line ends; a value that the system has no text
     /// for reads "Errno 12345 (3039) out of range".

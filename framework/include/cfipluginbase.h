@@ -27,20 +27,31 @@ class CFiObjctlArgs;
  * leaves its outputs null. make and prepare give OBZ_USE_SESSION. A null where an object is needed gives
  * OBZ_ERR_INVALID_ARG. docs/host-interface.md lists the default of each operation.
  *
+ * Operations are called as entry points are: by any thread, several at a time, but init and fini alone, and calls on
+ * one node one at a time. delayedInit and interpose run under getMutex(). They let no exception out, they set their
+ * outputs, which may hold anything, before all else, and what they are given ends with the call. Of the two ways to
+ * name split nodes only the list arrives here. Which operation an entry point calls, where the names differ, the
+ * document tells.
+ *
  * The operations stand in the order of the virtual table, which is part of the binary interface.
  */
 class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTraceable
 {
   public:
-    static constexpr int32_t DEFAULT_MESSAGE_OFFSET = 6000;
+    static constexpr int32_t DEFAULT_MESSAGE_OFFSET = 6000;  ///< message codes of a provider count from here
 
     CFiPluginBase();
     ~CFiPluginBase() override;
 
+    /// The part of the start that can wait: run once, before the first gated call. Non-zero fails that call.
     virtual int32_t delayedInit();
-    /// The configuration values that the provider reads; described in XML beside its message catalogs.
+    /// The configuration values that the provider reads; described in XML beside its message catalogs, and read from
+    /// there by the first call after the provider has its name. Valid as long as the plug-in is.
     virtual const CFiConfigParamInfoList& globalConfigInfoList();
+    /// Starts the provider, after it was given its name and the objects of the register... functions. The status is
+    /// that of the entry point; why it failed belongs onto the error stack.
     virtual int32_t init();
+    /// Ends the provider, while those objects are still there. The plug-in is destroyed after it.
     virtual int32_t fini();
     virtual int32_t claim(obzx_objid* primary, obzx_objid*** secondaries, int32_t* secondaryCount);
     virtual int32_t supportsFiType(obz_domain* node, const char* fim);
@@ -61,15 +72,22 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     virtual int32_t buildAltTree(obz_domain* primary, obz_domain* target);
     virtual int32_t quiesce(obz_splitnode** nodes, int32_t count);
     virtual int32_t unquiesce(obz_splitnode** nodes, int32_t count);
+    /// OBZ_USE_SESSION asks for makeSnapshots.
     virtual int32_t make(const char* session, obz_splitnode** nodes, int32_t count, obzx_objid*** identities,
                          int32_t* identityCount);
+    /// Takes the snapshot of the session's nodes: those of PHASE_MAKE. A node that has its copy gets m_makeDone and the
+    /// name of the copy, m_target, one by one, so that what exists is known after a failure half-way.
     virtual int32_t makeSnapshots(CFiSessionPtr& session);
+    /// OBZ_USE_SESSION asks for prepareSnapshots.
     virtual int32_t prepare(const char* session, obz_splitnode** nodes, int32_t count, int32_t flags);
     /// The default marks the session's nodes prepared.
     virtual int32_t prepareSnapshots(CFiSessionPtr& session);
+    /// OBZ_OK: the nodes are added to the session; OBZ_USE_SESSION asks for selectSnapshots after that.
     virtual int32_t select(const char* session, obz_splitnode** nodes, int32_t count);
+    /// The default marks the session's nodes selected.
     virtual int32_t selectSnapshots(CFiSessionPtr& session);
     virtual int32_t isReady(obz_splitnode** nodes, int32_t count, int32_t* ready);
+    /// flags of the three are 0; no entry point calls cacheFlush.
     virtual int32_t cacheDisable(obz_domain* node, int32_t flags);
     virtual int32_t cacheEnable(obz_domain* node, int32_t flags);
     virtual int32_t cacheFlush(obz_domain* node, int32_t flags);
@@ -83,6 +101,8 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     virtual int32_t isValidNodeAssociation(obzx_objid* first, obzx_objid* second, int32_t* valid);
     virtual int32_t getAssociatedNodes(obzx_objid* identity, obz_objid_list** nodes);
     virtual int32_t checkNodeExistence(obz_domain* node, int32_t* exists);
+    /// Answers a request: its inputs are in args, and outputs are added there. The result is the outcome of the
+    /// request.
     virtual int64_t objctl(const ACE_String_Base<char>& name, CFiObjctlArgs& args);
     virtual int32_t processProviderState(obz_domain* node, obz_blob* blob, obz_op_providerstate operation);
     virtual int32_t getLastError(obz_msg_info** message);
@@ -121,23 +141,29 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     virtual int32_t createSnapReplicaNode(obz_domain* node, obz_snapreplica_ele** replica);
     virtual int32_t updateSnapshotId(const char* session, const char* id);
     virtual int32_t getSnapshotSetId(const char* session, char** id);
+    /// No entry point calls it: preselect adds nodes to a session without asking the provider.
     virtual int32_t preselect(const char* session, obz_splitnode** nodes, int32_t count);
     /// The default fills the handle with every node that is made but not yet updated, and marks it updated.
     virtual int32_t updateSnapshotHandle(CFiSessionPtr& session, obz_snaphandle* handle);
     virtual int32_t getSnapdiff(const char* first, const char* second, obz_objid_list** differences);
     virtual int32_t postDeport(obz_domain* node);
+    /// Node types that an interposer leaves alone, and the type of its own nodes; for the provider's own start.
     virtual int32_t addIgnoreNodeType(int32_t type);
     virtual int32_t setDefaultNodeType(int32_t type);
 
     /// Runs delayedInit() once in the life of the plug-in, under its mutex: its status for the first caller, 0 for
-    /// every later one, also when it failed.
+    /// every later one, also when it failed. OBZ_ERR_DELAYED_INIT when the mutex cannot be locked.
     int32_t invokeDelayedInit();
     ACE_Recursive_Thread_Mutex& getMutex() { return m_mutex; }
 
+    // What init is preceded by. Not locked: the start is one thread's.
+
     void setProviderName(const ACE_String_Base<char>& name);  ///< @throw std::bad_alloc
     const ACE_String_Base<char>& getProviderName() const { return m_providerName; }
+    /// The method that the host means to use; null counts as empty. The framework only keeps it.
     void setFimName(const char* name) { m_fimName = name == nullptr ? "" : name; }
     const std::string& getFimName() const { return m_fimName; }
+    /// What is taken off a message code that is greater (CFiError::getMessageId).
     void setMessageIndexOffset(int32_t offset) { m_messageIndexOffset = offset; }
     int32_t getMessageIndexOffset() const { return m_messageIndexOffset; }
 
@@ -146,7 +172,7 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     void registerPrivateDataManager(const CFiPrivateDataManagerPtr& manager) { m_privateDataManager = manager; }
     void registerSessionManager(const CFiSessionManagerPtr& manager) { m_sessionManager = manager; }
 
-    /// Sets the flag when asked to; tells whether it is set.
+    /// Sets the flag when asked to; tells whether it is set. fini sets it first. Any thread may call it.
     bool isShuttingDown(bool set);
 
   protected:

@@ -14,8 +14,8 @@
 
 namespace obzx_pdk_4_4 {
 
-/// What a provider keeps about one object of the host's tree. Members are the caller's to serialise, as calls on one
-/// node are.
+/// What a provider keeps about one object of the host's tree; a provider derives its own class. Not locked: the host
+/// makes calls on one node one at a time.
 class OBZX_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTraceable
 {
   public:
@@ -23,20 +23,25 @@ class OBZX_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     CFiPrivateData(obzx_objid* identity, bool isAltNode);
     ~CFiPrivateData() override;
 
+    /// The identity that it was made for. The host's, and valid no longer than the node that it belongs to.
     obzx_objid* getObjectId() const { return m_identity; }
-    const std::string& getKey() const { return m_key; }  ///< the object name that it is kept under
-    const std::string& getObjName() const { return m_objName; }
-    const std::string& getSessionId() const { return m_sessionId; }
+    const std::string& getKey() const { return m_key; }              ///< the object name that it is kept under
+    const std::string& getObjName() const { return m_objName; }      ///< empty: the framework sets none
+    const std::string& getSessionId() const { return m_sessionId; }  ///< empty: the framework sets none
     const std::string& getSplitType() const { return m_splitType; }
     void setSplitType(const char* splitType) { m_splitType = splitType == nullptr ? "" : splitType; }
 
+    /// What the host means to do with the copy; anything but OBZ_INTENT_NONE keeps the copy off this host.
     obz_intent getIntent() const { return m_intent; }
     void setIntent(obz_intent intent) { m_intent = intent; }
+    /// Whether the copy is meant for another host.
     bool getTransportable() const { return m_transportable; }
     void setTransportable(bool transportable) { m_transportable = transportable; }
+    /// Whether it belongs to an alternate node, the target of an import.
     bool getIsAltNode() const { return m_isAltNode; }
     void setIsAltNode(bool isAltNode) { m_isAltNode = isAltNode; }
 
+    /// The identity stays its owner's and must outlive this object.
     void addSubObject(obzx_objid* identity) { m_subObjects.push_back(identity); }
     const std::list<obzx_objid*>& getSubObjectList() const { return m_subObjects; }
     size_t getSubObjectListLength() const { return m_subObjects.size(); }
@@ -47,6 +52,7 @@ class OBZX_API CFiPrivateData : public virtual CFiRefCount, public virtual CFiTr
     void setHostList(const obz_host_infn* hosts);
     const std::vector<std::string>& getHostList() const { return m_hosts; }
 
+    /// Lists of configuration values by a number of the provider's choosing; asking for one makes it, empty.
     bool hasConfigInfoList(int index) const { return m_configInfo.count(index) != 0; }
     bool hasConfigDataList(int index) const { return m_configData.count(index) != 0; }
     CFiConfigParamInfoList& configInfoList(int index) { return m_configInfo[index]; }
@@ -72,7 +78,8 @@ using CFiPrivateDataPtr = CFiSmartPtr<CFiPrivateData, CFiNullAllocator<CFiPrivat
 
 /**
  * Creates private data, hangs it on nodes and finds it again. Keeps one map for primary and one for alternate nodes, by
- * object name; two nodes that name the same object share one private-data object. The maps are locked.
+ * object name; two nodes that name the same object share one private-data object. A node owns a counted pointer in
+ * obz_domain::private_data, which only this class writes. Any thread may call it, for one node one at a time.
  */
 class OBZX_API CFiPrivateDataFactory : public virtual CFiRefCount, public virtual CFiTraceable
 {
@@ -83,17 +90,19 @@ class OBZX_API CFiPrivateDataFactory : public virtual CFiRefCount, public virtua
     ~CFiPrivateDataFactory() override;
 
     /// The node's private data, created and entered in the chosen map when there is none for its object yet. Empty for
-    /// a node without an identity or a name.
+    /// a node without an identity or a name. @throw std::bad_alloc, and what create() throws; nothing is entered then
     virtual CFiPrivateDataPtr allocate(obz_domain* domain, bool isAltNode);
     /// Empty when the node has none.
     virtual CFiPrivateDataPtr access(obz_domain* domain);
     /// Takes the private data off the node, and out of the map with the last node that held it. NOTHING_TO_FREE or 0.
     virtual uint32_t deallocate(obz_domain* domain);
+    /// By the name of the object; empty when no node has it.
     CFiPrivateDataPtr accessByName(const ACE_String_Base<char>& name, bool isAltNode);
     /// Copies of all pointers of a map, in name order.
     std::vector<CFiPrivateDataPtr> getPrivateDataList(bool isAltNode);
 
   protected:
+    /// A new object of the provider's class. Called with the maps locked, so it must not use the factory.
     virtual CFiPrivateDataPtr create(obzx_objid* identity, bool isAltNode) = 0;
 
   private:
@@ -126,6 +135,7 @@ class OBZX_API CFiPrivateDataManager : public virtual CFiRefCount, public virtua
     CFiPrivateDataManager();
     ~CFiPrivateDataManager() override;
 
+    /// What the former factory keeps can no longer be found by name. An empty pointer: nothing.
     void registerFactory(const CFiPrivateDataFactoryPtr& factory);
     /// The factory that serves; the manager's own, for CFiPrivateData, until one is registered. Empty only when its
     /// lock failed.

@@ -2,7 +2,6 @@
 
 #include <ace/SString.h>
 
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -68,13 +67,23 @@ class OBZX_API CFiSession : public virtual CFiRefCount, public virtual CFiTracea
     /// @return false when the list is not whole
     bool addNodes(obz_splitnode** nodes, int count);
     /// Copies of the nodes whose flag for the phase is 0, in name order; empty for a number that is no phase.
+    /// Traces its life, and each node with a line of level 3, when the session has a log.
     std::vector<CFiSplitNode> getSplitNodeList(int phase);
     /// Copies of all nodes, in name order.
     std::vector<CFiSplitNode> getNodes() const;
-    /// Changes a node in place under the session's lock; false when there is no such node.
-    bool update(const std::string& name, const std::function<void(CFiSplitNode&)>& change);
-    void markSelected();
-    void markPrepared();
+    /// Has change(CFiSplitNode&) work on a node in place; false when there is no such node. It is called with the
+    /// session locked, so it must not use the session; what it throws passes through.
+    template <class Change>
+    bool update(const std::string& name, const Change& change)
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_nodes.find(name);
+        if (found == m_nodes.end()) return false;
+        change(found->second);
+        return true;
+    }
+    void markSelected();  ///< all nodes
+    void markPrepared();  ///< all nodes
 
   private:
     void mark(int32_t CFiSplitNode::*flag);

@@ -20,7 +20,8 @@ class OBZX_API CFiStringTool
     static std::vector<std::string> tokenize(std::string_view text, std::string_view separators);
     /// The text without the given characters at both ends.
     static std::string trim(std::string_view text, std::string_view characters);
-    /// Index of the first line at or after start that contains the marker, or -1; also stored in index.
+    /// Index of the first line at or after start (below 0 counts as 0) that contains the marker, or -1; also stored in
+    /// index.
     static int find(const std::vector<std::string>& lines, std::string_view marker, int& index, int start);
 
     /// Between the standard string and the framework's text; byte for byte. @throw std::bad_alloc; the text class

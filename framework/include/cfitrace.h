@@ -17,16 +17,17 @@ namespace obzx_pdk_4_4 {
 class CFiErrorManager;
 using CFiErrorManagerPtr = CFiSmartPtr<CFiErrorManager, CFiContextSingletonAllocator<CFiErrorManager>>;
 
-/// Levels of trace lines; a log writes the lines whose level is at most its own.
+/// Levels of trace lines; a log writes the lines whose level is at most its own. Others than these may be used.
 enum ETraceLevel : int32_t
 {
     TRACE_FAILURE = 1,  ///< failures and unhandled exceptions
     TRACE_INVALID = 2,  ///< invalid input; the default level of a log
-    TRACE_INFO = 3,
-    TRACE_DETAIL = 6,  ///< function entry and exit, details
+    TRACE_INFO = 3,     ///< what an operation found and decided
+    TRACE_DETAIL = 6,   ///< function entry and exit, details
 };
 
-/// One argument of a trace line, with its kind, so that a format never reads what was not passed.
+/// One argument of a trace line, with its kind, so that a format never reads what was not passed. A text is not copied:
+/// it must outlive the object.
 class CFiTraceArg
 {
   public:
@@ -109,17 +110,22 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
     /// file overrides FILE, directory the folder of the default file, level the default level when above 1. A log that
     /// is initialised stays as it is. Each line of the configuration store that cannot be read becomes a line of
     /// level 2.
+    /// @throw std::bad_alloc; the log is then not initialised
     void initialize(const ACE_String_Base<char>& component, const ACE_String_Base<char>& file,
                     const ACE_String_Base<char>& directory, int32_t level, bool append);
     bool isInitialized() const { return m_initialized.load(std::memory_order_acquire); }
     const ACE_String_Base<char>& getComponent() const { return m_component; }  ///< empty before initialize
 
+    /// Whether anybody reads lines of that level: the file or the process's observer. For callers whose line costs
+    /// work.
     bool isEnabled(int32_t level) const
     {
         return level <= m_level.load(std::memory_order_relaxed) ||
                level <= g_observerLevel.load(std::memory_order_relaxed);
     }
 
+    /// Writes a line in printf form; any number and kind of arguments that CFiTraceArg can hold. Never throws, keeps
+    /// errno; a line for which there is no memory is lost.
     template <class... Args>
     void trace(int32_t level, const char* format, const Args&... args)
     {
@@ -132,8 +138,10 @@ class OBZX_API CFiTraceLog : public virtual CFiRefCount
         }
     }
 
+    /// The same with a list of arguments, whether or not the level is enabled: what trace() calls.
     void write(int32_t level, const char* format, const CFiTraceArg* args, size_t count);
 
+    /// Kept for whoever has the log alone and something to report; the log itself reports nothing.
     void setErrorManager(const CFiErrorManagerPtr& manager);
     CFiErrorManagerPtr getErrorManager() const;
 
@@ -162,6 +170,7 @@ class OBZX_API CFiTraceable
     CFiTraceable(const CFiTraceable&) = delete;
     CFiTraceable& operator=(const CFiTraceable&) = delete;
     virtual ~CFiTraceable();
+    /// Before the object is used by several threads: the pointer is not locked. Empty: no lines from now on.
     virtual void registerTraceLog(const CFiTraceLogPtr& traceLog);
 
     const CFiTraceLogPtr& traceLog() const { return m_traceLog; }

@@ -36,48 +36,57 @@ enum obz_status
 
 enum
 {
-    OBZ_INTERFACE_VERSION = 7
+    OBZ_INTERFACE_VERSION = 7 /* of these records and entry points; obz_version::version */
 };
+/* Where a node's copy can be used: bits of the access value. */
 enum
 {
-    OBZ_ACCESS_NONE = 0,
-    OBZ_ACCESS_LOCAL = 1,
-    OBZ_ACCESS_REMOTE = 2
+    OBZ_ACCESS_NONE = 0,  /* the method does not suit the node */
+    OBZ_ACCESS_LOCAL = 1, /* on this host */
+    OBZ_ACCESS_REMOTE = 2 /* on another one */
 };
+/* Results of claim. */
 enum
 {
     OBZ_CLAIM_NONE = 0,
-    OBZ_CLAIM_SECONDARY = 2
+    OBZ_CLAIM_SECONDARY = 2 /* the object is a node of the provider, put before one of the host's */
 };
+/* obzx_objid::type of every object that the providers of this system name. */
 enum
 {
     OBZ_OBJID_TYPE_DEVICE = 3
 };
+/* obz_blob::encoding. */
 enum
 {
-    OBZ_ENCODING_STRING = 1
+    OBZ_ENCODING_STRING = 1 /* NUL-terminated text */
 };
 
-/* The last value of each enumeration is never passed: it makes every 32-bit number that a C program may pass a value of
- * the type, so that C++ may look at it and refuse it. */
+/* The last value (..._RANGE) of each enumeration below is never passed: it makes every 32-bit number that a C program
+ * may pass a value of the type, so that C++ may look at it and refuse it. */
+
+/* What becomes of a copy. */
 typedef enum obz_disposition
 {
     OBZ_DISP_KEEP = 0,
     OBZ_DISP_REMOVE = 1,
     OBZ_DISP_RANGE = INT32_MIN
 } obz_disposition;
+/* What a host of the C++ interface means to do with a copy; the entry points carry none. */
 typedef enum obz_intent
 {
     OBZ_INTENT_NONE = 0,
     OBZ_INTENT_DEPORT = 1,
     OBZ_INTENT_RANGE = INT32_MIN
 } obz_intent;
+/* Operations of process_providerstate: state into the node, and out of it. */
 typedef enum obz_op_providerstate
 {
     OBZ_STATE_SET = 0,
     OBZ_STATE_GET = 1,
     OBZ_STATE_RANGE = INT32_MIN
 } obz_op_providerstate;
+/* How serious a message is. */
 typedef enum obz_eseverity
 {
     OBZ_SEV_INFO = 0,
@@ -91,9 +100,9 @@ typedef enum obz_eseverity
 /* Identity of an object; made by obzx_get_objid, freed by obzx_free_objid. */
 typedef struct obzx_objid
 {
-    char* name;
+    char* name;   /* device path, name of a node or group, target-device name */
     int32_t size; /* bytes of the name, its NUL included */
-    int32_t type;
+    int32_t type; /* OBZ_OBJID_TYPE_DEVICE */
 } obzx_objid;
 
 struct obz_domain;
@@ -141,7 +150,7 @@ OBZ_STATIC_ASSERT(offsetof(obz_domain, name) == 152, "obz_domain.name");
 OBZ_STATIC_ASSERT(offsetof(obz_domain, reserved4) == 4, "obz_domain.value is 32 bits wide");
 OBZ_STATIC_ASSERT(offsetof(obzx_objid, name) == 0, "obzx_objid.name");
 
-/* One entry of a snapshot request. */
+/* One entry of a snapshot request; the host's. */
 typedef struct obz_splitnode
 {
     char* text;       /* split name asked for; may be null */
@@ -215,10 +224,10 @@ typedef struct obz_snaphandle
 typedef struct obz_provider_list
 {
     char* name;
-    int32_t kind;
-    int32_t level;
-    uint16_t version[4];
-    char** attributes; /* attribute_count texts; null when there is none */
+    int32_t kind;        /* cdpfi: 1; for the host to show, as is the level */
+    int32_t level;       /* cdpfi: 2 */
+    uint16_t version[4]; /* most significant number first */
+    char** attributes;   /* attribute_count texts; null when there is none */
     int32_t attribute_count;
     struct obz_provider_list* next;
 } obz_provider_list;
@@ -226,9 +235,9 @@ typedef struct obz_provider_list
 /* A snapshot method (FIM) that a provider offers. Freed with obzx_free_fim_list. */
 typedef struct obz_fim_list
 {
-    char* name;
-    char* version;
-    char* provider;
+    char* name;     /* as supports_fitype takes it */
+    char* version;  /* for people; may be null */
+    char* provider; /* name of the provider that offers it */
     struct obz_fim_list* next;
 } obz_fim_list;
 
@@ -246,19 +255,21 @@ typedef struct obz_msg_info
     int32_t argument_count;
 } obz_msg_info;
 
-/* A host by name; private data copies lists of them. */
+/* A host by name; the caller's, and copied where it is kept. */
 typedef struct obz_host_infn
 {
     char* name;
     struct obz_host_infn* next;
 } obz_host_infn;
 
+/* Objects by identity. */
 typedef struct obz_objid_list
 {
     obzx_objid* identity;
     struct obz_objid_list* next;
 } obz_objid_list;
 
+/* Pairs of objects that belong together. */
 typedef struct obz_association_list
 {
     obzx_objid* first;
@@ -266,6 +277,7 @@ typedef struct obz_association_list
     struct obz_association_list* next;
 } obz_association_list;
 
+/* What is told about a node. */
 typedef struct obz_attributes
 {
     char* name;
@@ -273,12 +285,13 @@ typedef struct obz_attributes
     struct obz_attributes* next;
 } obz_attributes;
 
+/* A configuration value that a provider reads. Freed with obzx_free_confspec. */
 typedef struct obz_confspec
 {
-    char* name;
-    char* type;
+    char* name;  /* "SECTION/NAME" in the configuration store */
+    char* type;  /* for people */
     char* value; /* default value */
-    char* help;
+    char* help;  /* one sentence for people */
     struct obz_confspec* next;
 } obz_confspec;
 

@@ -17,19 +17,22 @@ OBZX_API void* obzx_alloc_buf(size_t size);
 /* Frees it. The size is the allocation's, or 0 where the caller does not know it. */
 OBZX_API void obzx_free_buf(void* buffer, size_t size);
 
-/* A new identity with a copy of the name: at most size bytes (NUL included; 0: all of it). Null for a null name. */
+/* A new identity with a copy of the name: at most size bytes (NUL included; 0: all of it). Null for a null name or a
+ * negative size, and when there is no memory. */
 OBZX_API obzx_objid* obzx_get_objid(const char* name, int32_t size, int32_t type);
 OBZX_API void obzx_free_objid(obzx_objid* identity);
 /* Frees an array of identities as interpose, claim and make hand it out, and every identity in it. */
 OBZX_API void obzx_free_objid_array(obzx_objid** identities, int32_t count);
-/* 0 when both have the same type and name; two nulls, or two null names, are the same. */
+/* 0 when both have the same type and name, else 1; two nulls, or two null names, are the same. */
 OBZX_API int32_t obzx_objidcmp(const obzx_objid* a, const obzx_objid* b);
 
-/* New list nodes with copies of all texts, next link null; null when there is no memory. */
+/* New list nodes with copies of all texts, next link null. Null without a name, and when there is no memory. A null
+ * version counts as four zeroes, a null attribute as an empty text. */
 OBZX_API obz_provider_list* obzx_build_providerlist_node(const char* name, int32_t kind, int32_t level,
                                                          const uint16_t version[4], const char* const* attributes,
                                                          int32_t attribute_count);
 OBZX_API obz_fim_list* obzx_build_fim_list_node(const char* name, const char* version, const char* provider);
+/* Free a list with all that its nodes hold. */
 OBZX_API void obzx_free_provider_list(obz_provider_list* list);
 OBZX_API void obzx_free_fim_list(obz_fim_list* list);
 

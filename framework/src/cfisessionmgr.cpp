@@ -96,15 +96,6 @@ std::vector<CFiSplitNode> CFiSession::getNodes() const
     return list;
 }
 
-bool CFiSession::update(const std::string& name, const std::function<void(CFiSplitNode&)>& change)
-{
-    const std::lock_guard lock(m_mutex);
-    const auto found = m_nodes.find(name);
-    if (found == m_nodes.end()) return false;
-    change(found->second);
-    return true;
-}
-
 void CFiSession::markSelected()
 {
     mark(&CFiSplitNode::m_selectDone);

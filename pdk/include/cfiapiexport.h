@@ -10,8 +10,14 @@
  *   #define FI_PLUGIN_CLASS cdpfi::CCDPPlugin
  *   #include "pdk/include/cfiapiexport.h"
  *
- * The plug-in class derives from CFiPluginBase and has a default constructor. What the entry points do, the host reads
- * in obz_entry_points.h; the families below stand in the order of that header.
+ * The plug-in class derives from CFiPluginBase (framework/include/cfipluginbase.h, cfiplugininterposer.h) and has a
+ * default constructor. One object of it is made by the first call, and ends with fini.
+ *
+ * From the runtime, through this header: the entry points' types and contracts (obz_entry_points.h), the records
+ * (obz_records.h) and the plug-in's base class. Of the glue: the entry points themselves, each a few lines over one
+ * guard (cfientryguard.h); what some of them do beyond handing on (cfientrylifecycle.h: init and fini;
+ * cfientrysession.h: calls that go through a session; cfientrycalls.h: interpose and objctl); and the provider's name
+ * (cfipluginname.h).
  */
 
 #if !defined(FI_PROVIDER) || !defined(FI_PLUGIN_CLASS)
@@ -25,6 +31,7 @@
 #include "pdk/include/cfientrylifecycle.h"
 #include "pdk/include/cfientrysession.h"
 
+// Two steps each, so that FI_PROVIDER is replaced by its value before it is pasted or quoted.
 #define FI_PASTE_NAME(provider, op) provider##_fi_pgn_##op
 #define FI_EXPAND_NAME(provider, op) FI_PASTE_NAME(provider, op)
 #define FI_QUOTE_NAME(provider) #provider

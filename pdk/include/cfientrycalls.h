@@ -15,7 +15,7 @@ template <class Plugin>
 struct FI_PRIVATE CFiEntryCalls
 {
     /// The whole call, delayed initialisation included, runs under the plug-in's mutex. A provider that could not
-    /// finish its initialisation may still interpose.
+    /// finish its initialisation may still interpose, so the failure of that is ignored.
     static int32_t interpose(obz_domain* node, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount)
     {
         clearOutputs(interposed, groups, groupCount);
@@ -26,7 +26,8 @@ struct FI_PRIVATE CFiEntryCalls
         return plugin->interpose(node, interposed, groups, groupCount);
     }
 
-    /// The result says only whether the request reached the plug-in. Null outputs are not written.
+    /// The result says only whether the request reached the plug-in; the plug-in's own goes into status. Null outputs
+    /// are not written. reply is for free.
     static int32_t objctl(const char* name, char* request, char** reply, int64_t* status)
     {
         clearOutputs(reply, status);

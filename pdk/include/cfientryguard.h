@@ -14,12 +14,13 @@
 
 namespace obzx_pdk_4_4 {
 
-/// Where an entry point stands, for its trace lines; the function also names it in run records.
+/// Where an entry point stands, for its trace lines; the function also names it in run records. The texts are
+/// literals, which stay as long as the library does.
 struct SFiEntryPlace
 {
-    const char* function;
+    const char* function;  ///< <provider>_fi_pgn_<name>
     int32_t line;
-    const char* file;
+    const char* file;  ///< of which the trace shows what stands behind the last "/"
 };
 
 /// Captures the place of the entry point that it is written in.
@@ -39,13 +40,15 @@ struct FI_PRIVATE CFiContext
         }
     }
 
+    /// Gives the provider's reference to the object back; it goes with the last one that somebody holds.
     template <class T>
     static void end()
     {
         CFiContextSingleton<T, FI_PLUGIN_NAME>::instance(true);
     }
 
-    /// Calls an operation of the plug-in object; the status given when the object cannot be had.
+    /// The status of an operation of the plug-in object, or the one given when the object cannot be had. What the
+    /// operation throws passes through.
     template <class Plugin, class... Params>
     static int32_t call(int32_t unreachable, int32_t (CFiPluginBase::*operation)(Params...),
                         std::type_identity_t<Params>... args)
@@ -54,7 +57,7 @@ struct FI_PRIVATE CFiContext
         return plugin ? (plugin.get()->*operation)(args...) : unreachable;
     }
 
-    /// Runs a step that is the glue's own, not the plug-in's: its failure is OBZ_ERR_FAILED.
+    /// The status of a step that is the glue's own, not the plug-in's; what it throws is OBZ_ERR_FAILED.
     template <class Step>
     static int32_t ownStep(const Step& step)
     {
@@ -125,13 +128,14 @@ class FI_PRIVATE CFiEntryGuard
         return *this;
     }
 
+    /// The status of the check that failed, else of the operation.
     template <class... Params>
     int32_t call(int32_t (CFiPluginBase::*operation)(Params...), std::type_identity_t<Params>... args) const
     {
         return m_isRefused ? m_status : CFiContext::call<Plugin>(m_unreachableStatus, operation, args...);
     }
 
-    /// The same for an entry point with steps of its own.
+    /// The same for an entry point with steps of its own: steps() gives the status.
     template <class Steps>
     int32_t run(const Steps& steps) const
     {

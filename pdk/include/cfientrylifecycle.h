@@ -13,7 +13,8 @@ template <class Plugin>
 class FI_PRIVATE CFiEntryLifecycle
 {
   public:
-    /// Wires the singletons to each other and to the plug-in, then starts it. OBZ_ERR_INIT when one cannot be had.
+    /// Wires the singletons to each other and to the plug-in, then starts it. OBZ_ERR_INIT when one cannot be had, else
+    /// the plug-in's own status. version must not be null and is filled first; context may be null.
     static int32_t start(obz_context* context, obz_version* version, const char* fimName)
     {
         *version = obz_version{OBZ_INTERFACE_VERSION, {}};
@@ -25,7 +26,8 @@ class FI_PRIVATE CFiEntryLifecycle
         return CFiContext::call<Plugin>(OBZ_ERR_INIT, &CFiPluginBase::init);
     }
 
-    /// Ends the plug-in first, what it relies on after it, and the sessions last.
+    /// Ends the plug-in first, what it relies on after it, and the sessions last. An object that somebody else still
+    /// holds goes when that one lets it go.
     static void end()
     {
         if (const auto plugin = CFiContext::fetch<Plugin>()) plugin->isShuttingDown(true);

@@ -25,6 +25,7 @@ class FI_PRIVATE CFiEntrySession
         return addNodes(name, nodes, session);
     }
 
+    /// Adds the nodes that the plug-in agrees to.
     static int32_t select(const char* name, CFiNodeArgument& nodes)
     {
         if (nodes.hasGap()) return OBZ_ERR_INVALID_ARG;
@@ -36,6 +37,7 @@ class FI_PRIVATE CFiEntrySession
         return call(&CFiPluginBase::selectSnapshots, session);
     }
 
+    /// The nodes that are given are checked; those of the session are prepared.
     static int32_t prepare(const char* name, CFiNodeArgument& nodes, int32_t flags)
     {
         if (nodes.hasGap()) return OBZ_ERR_INVALID_ARG;
@@ -43,6 +45,7 @@ class FI_PRIVATE CFiEntrySession
         return status == OBZ_USE_SESSION ? callWithSession(&CFiPluginBase::prepareSnapshots, name) : status;
     }
 
+    /// The same for the snapshot; both outputs are null and 0 unless there is a list of nodes that have a copy.
     static int32_t make(const char* name, CFiNodeArgument& nodes, obzx_objid*** identities, int32_t* identityCount)
     {
         if (nodes.hasGap()) {
@@ -54,6 +57,7 @@ class FI_PRIVATE CFiEntrySession
         return status == OBZ_USE_SESSION ? makeSession(name, identities, identityCount) : status;
     }
 
+    /// The handle is emptied first, without freeing what is in there.
     static int32_t updateSnapshotHandle(const char* name, obz_snaphandle* handle)
     {
         clearOutputs(handle);

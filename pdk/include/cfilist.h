@@ -47,7 +47,7 @@ class FI_PRIVATE CFiList
         if (m_count != nullptr) ++*m_count;
     }
 
-    ListRecord* getHead() const { return m_head; }
+    ListRecord* getHead() const { return m_head; }  ///< of what was built so far
 
   protected:
     /// A new record; null when there is no memory for it.

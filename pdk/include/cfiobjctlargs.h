@@ -18,7 +18,7 @@ struct FI_PRIVATE CFiKeyValuePair
 {
     ACE_String_Base<char> m_arg;  ///< the argument's name
     ACE_String_Base<char> m_value;
-    ACE_String_Base<char> m_type;
+    ACE_String_Base<char> m_type;  ///< in words that host and provider agree on, such as "string"
 };
 
 /// The text class leaves a text empty for which it finds no memory. @throw std::bad_alloc
@@ -70,7 +70,7 @@ class FI_PRIVATE CFiObjctlCursor
  *   <OBJCTL_ARG_LIST> <OBJCTL_INPUT arg=mode value=fast type=string /> </OBJCTL_ARG_LIST>
  *
  * The first text that does not fit ends the reading without an error. What was read before it counts; an element counts
- * once its "/>" was read.
+ * once its "/>" was read. One thread.
  */
 class FI_PRIVATE CFiObjctlArgs
 {
@@ -91,7 +91,7 @@ class FI_PRIVATE CFiObjctlArgs
 
     /**
      * The reply: one line whose elements are called OBJCTL_OUTPUT and which ends with a blank, as hosts expect it.
-     * Values are written as they are, so that one with a blank cannot be read back.
+     * Values are written as they are, so that one with a blank cannot be read back. @throw std::bad_alloc
      */
     ACE_String_Base<char> exportArgs() const
     {
@@ -108,8 +108,9 @@ class FI_PRIVATE CFiObjctlArgs
         return reply;
     }
 
-    const CPairs& getInputs() const { return m_inputs; }
-    const CPairs& getOutputs() const { return m_outputs; }
+    const CPairs& getInputs() const { return m_inputs; }    ///< in the order of the request
+    const CPairs& getOutputs() const { return m_outputs; }  ///< in the order of adding
+    /// @throw std::bad_alloc
     void addOutput(const CFiKeyValuePair& pair) { append(m_outputs, pair); }
 
   private:

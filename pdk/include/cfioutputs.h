@@ -2,7 +2,8 @@
 
 namespace obzx_pdk_4_4 {
 
-/// Sets the outputs of a call to null or 0, those that are there. Done first, so that they are so whatever fails after.
+/// Sets the outputs of a call to null or 0; an output that is itself null is passed over. Called before anything else,
+/// so that the outputs are defined whatever fails later.
 template <class... T>
 void clearOutputs(T*... outputs) noexcept
 {

@@ -24,6 +24,7 @@ namespace obzx_pdk_4_4 {
 class FI_PRIVATE CFiNodeArgument
 {
   public:
+    /// Nothing is copied: the arguments must outlive the object.
     CFiNodeArgument(obz_splitnode* single, obz_splitnode** nodes, int32_t count)
         : m_single(single),
           m_useSingle(nodes == nullptr && count == 0 && single != nullptr),
@@ -36,7 +37,8 @@ class FI_PRIVATE CFiNodeArgument
 
     obz_splitnode** nodes() { return m_useSingle ? &m_single : m_nodes; }
     int32_t count() const { return m_useSingle ? 1 : m_count; }
-    /// A null list is passed on with any count: an operation of the provider may know what is meant.
+    /// Whether an entry, its node or the node's name is null. A null list has no gap, whatever its count: it is passed
+    /// on, as an operation of the provider may know what is meant.
     bool hasGap() { return nodes() != nullptr && !isWholeNodeList(nodes(), count()); }
 
   private:

@@ -56,6 +56,7 @@ class FI_PRIVATE CFiErrorHandler : public CFiErrorHandlerBase
         return 0;
     }
 
+    /// Both texts go out as they are. Always 0.
     int32_t handleTexts(const char* localized, const char* text, obz_eseverity severity) override
     {
         deliver(localized, text, severity);
