@@ -16,8 +16,10 @@ constexpr size_t LONGEST = 4096;
 
 std::string linkTarget(const char* link)
 {
-    std::error_code ignored;
-    return std::filesystem::read_symlink(link, ignored).string();
+    std::error_code error;
+    std::string target = std::filesystem::read_symlink(link, error).string();
+    if (error) errno = error.value();
+    return target;
 }
 
 // The program's name stands in parentheses and may hold blanks and parentheses itself, so the fields are counted from

@@ -32,7 +32,7 @@ std::string bootId();
 /// cannot be told.
 std::string pidNamespace();
 
-/// The program that runs in this process, without symbolic links; empty when it cannot be told.
+/// The program that runs in this process, without symbolic links; empty, with errno set, when it cannot be told.
 std::filesystem::path thisProgram();
 
 }  // namespace base

@@ -3,9 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <nlohmann/json.hpp>
 
-#include "host/src/catalog/record_json.h"
-#include "host/src/output/error.h"
+#include "host/src/output/error_text.h"
 #include "host/tests/run_records.h"
 
 namespace fictl {

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
+
 #include "host/src/inspection/image_owner.h"
 
 namespace fictl {

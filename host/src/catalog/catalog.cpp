@@ -14,6 +14,8 @@ namespace {
 constexpr int64_t APPLICATION_ID = 0x66696374;
 constexpr int64_t VERSION = 2;
 
+constexpr auto WRITE = base::CSqliteTransaction::EKind::WRITE;
+
 constexpr const char* SCHEMA = R"(
 CREATE TABLE snapshot (
     name TEXT PRIMARY KEY, state TEXT NOT NULL, provider TEXT NOT NULL, checkpoint TEXT NOT NULL, created TEXT NOT NULL,
@@ -47,17 +49,24 @@ PRAGMA user_version = 2;
 )";
 static_assert(APPLICATION_ID == 1718182772, "written out in the schema");
 
-int64_t pragma(const CSqliteDb& db, const char* sql)
+int64_t pragma(const base::CSqliteDatabase& database, const char* sql)
 {
-    CStatement statement(db, sql);
-    return statement.step() ? statement.number(0) : 0;
+    base::CSqliteQuery query(database, sql);
+    return query.next() ? query.integer(0) : 0;
+}
+
+// The first column of the first row; nothing without a row.
+std::optional<std::string> firstText(base::CSqliteQuery row)
+{
+    if (!row.next()) return std::nullopt;
+    return row.text(0);
 }
 
 constexpr const char* SNAPSHOT_COLUMNS =
     "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time, exported, "
     "pid_namespace, owner_lock FROM snapshot ";
 
-SSnapshot readSnapshot(const CStatement& row)
+SSnapshot readSnapshot(const base::CSqliteQuery& row)
 {
     SSnapshot snapshot;
     snapshot.name = row.text(0);
@@ -68,27 +77,37 @@ SSnapshot readSnapshot(const CStatement& row)
     snapshot.origin = row.text(5);
     snapshot.thaw = row.text(6);
     snapshot.message = row.text(7);
-    snapshot.owner = {row.number(8), row.text(9), row.number(10), row.text(12), row.number(13)};
-    snapshot.exported = row.number(11) != 0;
+    snapshot.owner = {.pid = row.integer(8),
+                      .bootId = row.text(9),
+                      .startTime = row.integer(10),
+                      .pidNamespace = row.text(12),
+                      .lock = row.integer(13)};
+    snapshot.exported = row.integer(11) != 0;
     return snapshot;
 }
 
-void readDevices(const CSqliteDb& db, SSnapshot& snapshot)
+void readDevices(const base::CSqliteDatabase& database, SSnapshot& snapshot)
 {
-    CStatement row(db,
-                   "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, "
-                   "checkpoint, serial, import_serial, image_asked FROM device WHERE snapshot = ? ORDER BY position");
-    row.bind(snapshot.name);
-    while (row.step()) {
+    base::CSqliteQuery row(database,
+                           "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, "
+                           "time_image, checkpoint, serial, import_serial, image_asked FROM device "
+                           "WHERE snapshot = ? ORDER BY position",
+                           snapshot.name);
+    while (row.next()) {
         SDevice device;
         device.source = row.text(0);
         device.node = row.text(1);
         device.target = row.text(2);
-        device.made = static_cast<EMade>(row.number(3));
+        device.made = static_cast<EMade>(row.integer(3));
         device.importPath = row.text(4);
-        device.state = {row.text(5), row.text(6), row.text(7), row.text(8), row.text(9), row.text(10)};
+        device.state = {.applianceType = row.text(5),
+                        .applianceName = row.text(6),
+                        .consistencyGroup = row.text(7),
+                        .timeImage = row.text(8),
+                        .checkPointName = row.text(9),
+                        .serialNo = row.text(10)};
         device.importSerial = row.text(11);
-        device.imageAsked = row.number(12) != 0;
+        device.imageAsked = row.integer(12) != 0;
         snapshot.devices.push_back(std::move(device));
     }
 }
@@ -125,7 +144,7 @@ auto CCatalog::guarded(const char* doing, Work work)
 {
     try {
         return work();
-    } catch (const ESqlite& error) {
+    } catch (const base::ESqlite& error) {
         throw EFictl(EExit::CATALOG, "catalog " + m_path + ": cannot " + doing + ": " + error.what(),
                      "check the file, the rights on it and the free space beside it");
     } catch (const std::invalid_argument& error) {
@@ -136,28 +155,29 @@ auto CCatalog::guarded(const char* doing, Work work)
 CCatalog::CCatalog() : m_path(prepareCatalogFile()), m_lock(m_path + "-owners")
 {
     guarded("open it", [this] {
-        m_db.emplace(m_path, SQLITE_OPEN_READWRITE);
+        m_database.emplace(m_path, SQLITE_OPEN_READWRITE, PATIENCE);
         // FULL: an intent must be on disk before the appliance is asked for anything.
-        m_db->exec("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
+        m_database->execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
         prepareSchema();
     });
 }
 
 void CCatalog::prepareSchema()
 {
-    if (pragma(*m_db, "PRAGMA user_version") == VERSION && pragma(*m_db, "PRAGMA application_id") == APPLICATION_ID) {
+    if (pragma(*m_database, "PRAGMA user_version") == VERSION &&
+        pragma(*m_database, "PRAGMA application_id") == APPLICATION_ID) {
         return;
     }
-    CTransaction transaction(*m_db);
+    base::CSqliteTransaction transaction(*m_database, WRITE);
     // Another process may have created or changed the tables meanwhile.
-    const int64_t version = pragma(*m_db, "PRAGMA user_version");
-    const int64_t id = pragma(*m_db, "PRAGMA application_id");
+    const int64_t version = pragma(*m_database, "PRAGMA user_version");
+    const int64_t id = pragma(*m_database, "PRAGMA application_id");
     if (version == VERSION && id == APPLICATION_ID) return;
-    const bool isEmpty = pragma(*m_db, "SELECT count(*) FROM sqlite_schema") == 0;
+    const bool isEmpty = pragma(*m_database, "SELECT count(*) FROM sqlite_schema") == 0;
     if (version == 1 && id == APPLICATION_ID) {
-        m_db->exec(FROM_VERSION_1);
+        m_database->execute(FROM_VERSION_1);
     } else if (version == 0 && id == 0 && isEmpty) {
-        m_db->exec(SCHEMA);
+        m_database->execute(SCHEMA);
     } else {
         throw EFictl(EExit::CATALOG,
                      "catalog " + m_path + ": not a catalog of this fictl (layout " + std::to_string(version) +
@@ -171,29 +191,28 @@ std::vector<SSnapshot> CCatalog::list()
 {
     return guarded("read", [this] {
         std::vector<SSnapshot> snapshots;
-        // One read transaction, so that records and devices belong together.
-        m_db->exec("BEGIN");
+        // One transaction, so that records and devices belong together.
+        base::CSqliteTransaction transaction(*m_database, base::CSqliteTransaction::EKind::READ);
         {
-            CStatement row(*m_db, (std::string(SNAPSHOT_COLUMNS) + "ORDER BY name").c_str());
-            while (row.step()) {
+            base::CSqliteQuery row(*m_database, (std::string(SNAPSHOT_COLUMNS) + "ORDER BY name").c_str());
+            while (row.next()) {
                 snapshots.push_back(readSnapshot(row));
             }
         }
         for (SSnapshot& snapshot : snapshots) {
-            readDevices(*m_db, snapshot);
+            readDevices(*m_database, snapshot);
         }
-        m_db->exec("COMMIT");
+        transaction.commit();
         return snapshots;
     });
 }
 
 std::optional<SSnapshot> CCatalog::find(const std::string& name)
 {
-    CStatement row(*m_db, (std::string(SNAPSHOT_COLUMNS) + "WHERE name = ?").c_str());
-    row.bind(name);
-    if (!row.step()) return std::nullopt;
+    base::CSqliteQuery row(*m_database, (std::string(SNAPSHOT_COLUMNS) + "WHERE name = ?").c_str(), name);
+    if (!row.next()) return std::nullopt;
     SSnapshot snapshot = readSnapshot(row);
-    readDevices(*m_db, snapshot);
+    readDevices(*m_database, snapshot);
     return snapshot;
 }
 
@@ -213,9 +232,9 @@ SSnapshot CCatalog::get(const std::string& name)
 
 void CCatalog::write(const SSnapshot& snapshot)
 {
-    CStatement(*m_db, "DELETE FROM device WHERE snapshot = ?").bind(snapshot.name).run();
+    base::CSqliteQuery(*m_database, "DELETE FROM device WHERE snapshot = ?", snapshot.name).run();
     writeHead(snapshot);
-    int64_t position = 0;
+    size_t position = 0;
     for (const SDevice& device : snapshot.devices) {
         writeDevice(snapshot.name, position++, device);
     }
@@ -224,38 +243,37 @@ void CCatalog::write(const SSnapshot& snapshot)
 void CCatalog::writeHead(const SSnapshot& snapshot)
 {
     // The devices refer to the row, so it is changed where it is there already.
-    CStatement row(*m_db,
-                   "INSERT INTO snapshot (name, state, provider, checkpoint, created, origin, thaw, message, pid, "
-                   "boot_id, start_time, exported, pid_namespace, owner_lock) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?) "
-                   "ON CONFLICT (name) DO UPDATE SET state = excluded.state, thaw = excluded.thaw, "
-                   "message = excluded.message, pid = excluded.pid, boot_id = excluded.boot_id, "
-                   "start_time = excluded.start_time, exported = max(exported, excluded.exported), "
-                   "pid_namespace = excluded.pid_namespace, owner_lock = excluded.owner_lock");
-    // The texts are bound by reference and must outlive the step.
-    const std::string state = stateText(snapshot.state);
-    row.bind(snapshot.name).bind(state).bind(snapshot.provider).bind(snapshot.checkpoint).bind(snapshot.created);
-    row.bind(snapshot.origin).bind(snapshot.thaw).bind(snapshot.message);
+    base::CSqliteQuery row(*m_database,
+                           "INSERT INTO snapshot (name, state, provider, checkpoint, created, origin, thaw, message, "
+                           "pid, boot_id, start_time, exported, pid_namespace, owner_lock) "
+                           "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?) "
+                           "ON CONFLICT (name) DO UPDATE SET state = excluded.state, thaw = excluded.thaw, "
+                           "message = excluded.message, pid = excluded.pid, boot_id = excluded.boot_id, "
+                           "start_time = excluded.start_time, exported = max(exported, excluded.exported), "
+                           "pid_namespace = excluded.pid_namespace, owner_lock = excluded.owner_lock");
+    row.bind(snapshot.name).bind(stateText(snapshot.state)).bind(snapshot.provider).bind(snapshot.checkpoint);
+    row.bind(snapshot.created).bind(snapshot.origin).bind(snapshot.thaw).bind(snapshot.message);
     row.bind(snapshot.owner.pid).bind(snapshot.owner.bootId).bind(snapshot.owner.startTime);
-    row.bind(int64_t{snapshot.exported}).bind(snapshot.owner.pidNamespace).bind(snapshot.owner.lock).run();
+    row.bind(snapshot.exported).bind(snapshot.owner.pidNamespace).bind(snapshot.owner.lock).run();
 }
 
-void CCatalog::writeDevice(const std::string& snapshot, int64_t position, const SDevice& device)
+void CCatalog::writeDevice(const std::string& snapshot, size_t position, const SDevice& device)
 {
-    CStatement entry(*m_db,
-                     "INSERT OR REPLACE INTO device (snapshot, position, source, node, target, made, import_path, "
-                     "appliance_type, appliance, cgroup, time_image, checkpoint, serial, import_serial, image_asked) "
-                     "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
-    entry.bind(snapshot).bind(position).bind(device.source).bind(device.node).bind(device.target);
-    entry.bind(static_cast<int64_t>(device.made)).bind(device.importPath).bind(device.state.applianceType);
-    entry.bind(device.state.applianceName).bind(device.state.consistencyGroup).bind(device.state.timeImage);
-    entry.bind(device.state.checkPointName).bind(device.state.serialNo).bind(device.importSerial);
-    entry.bind(int64_t{device.imageAsked}).run();
+    base::CSqliteQuery row(*m_database,
+                           "INSERT OR REPLACE INTO device (snapshot, position, source, node, target, made, "
+                           "import_path, appliance_type, appliance, cgroup, time_image, checkpoint, serial, "
+                           "import_serial, image_asked) VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?)");
+    row.bind(snapshot).bind(position).bind(device.source).bind(device.node).bind(device.target);
+    row.bind(static_cast<int64_t>(device.made)).bind(device.importPath).bind(device.state.applianceType);
+    row.bind(device.state.applianceName).bind(device.state.consistencyGroup).bind(device.state.timeImage);
+    row.bind(device.state.checkPointName).bind(device.state.serialNo).bind(device.importSerial);
+    row.bind(device.imageAsked).run();
 }
 
 void CCatalog::insert(const SSnapshot& snapshot)
 {
     guarded("write", [&] {
-        CTransaction transaction(*m_db);
+        base::CSqliteTransaction transaction(*m_database, WRITE);
         if (const std::optional<SSnapshot> present = find(snapshot.name)) {
             throw EFictl(EExit::EXISTS,
                          quoted(snapshot.name) + " is in the catalog already (" + present->shownState() + ")",
@@ -269,19 +287,30 @@ void CCatalog::insert(const SSnapshot& snapshot)
 void CCatalog::update(const SSnapshot& snapshot)
 {
     guarded("write", [&] {
-        CTransaction transaction(*m_db);
+        base::CSqliteTransaction transaction(*m_database, WRITE);
         write(snapshot);
         transaction.commit();
     });
 }
 
-void CCatalog::updateDevices(const SSnapshot& snapshot, const std::vector<size_t>& positions)
+void CCatalog::updateDevice(const SSnapshot& snapshot, size_t position)
 {
     guarded("write", [&] {
-        CTransaction transaction(*m_db);
+        base::CSqliteTransaction transaction(*m_database, WRITE);
         writeHead(snapshot);
-        for (const size_t position : positions) {
-            writeDevice(snapshot.name, static_cast<int64_t>(position), snapshot.devices.at(position));
+        writeDevice(snapshot.name, position, snapshot.devices.at(position));
+        transaction.commit();
+    });
+}
+
+void CCatalog::updateGroup(const SSnapshot& snapshot, const GroupKey& group)
+{
+    guarded("write", [&] {
+        base::CSqliteTransaction transaction(*m_database, WRITE);
+        writeHead(snapshot);
+        for (size_t position = 0; position < snapshot.devices.size(); ++position) {
+            const SDevice& device = snapshot.devices[position];
+            if (device.group() == group) writeDevice(snapshot.name, position, device);
         }
         transaction.commit();
     });
@@ -289,14 +318,15 @@ void CCatalog::updateDevices(const SSnapshot& snapshot, const std::vector<size_t
 
 void CCatalog::markExported(const std::string& name)
 {
-    guarded("write", [&] { CStatement(*m_db, "UPDATE snapshot SET exported = 1 WHERE name = ?").bind(name).run(); });
+    guarded("write",
+            [&] { base::CSqliteQuery(*m_database, "UPDATE snapshot SET exported = 1 WHERE name = ?", name).run(); });
 }
 
 void CCatalog::remove(const std::string& name)
 {
     guarded("write", [&] {
-        CTransaction transaction(*m_db);
-        CStatement(*m_db, "DELETE FROM snapshot WHERE name = ?").bind(name).run();
+        base::CSqliteTransaction transaction(*m_database, WRITE);
+        base::CSqliteQuery(*m_database, "DELETE FROM snapshot WHERE name = ?", name).run();
         transaction.commit();
     });
 }
@@ -304,7 +334,7 @@ void CCatalog::remove(const std::string& name)
 SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_list<EState> allowed, const char* what)
 {
     return guarded("write", [&] {
-        CTransaction transaction(*m_db);
+        base::CSqliteTransaction transaction(*m_database, WRITE);
         const std::optional<SSnapshot> before = find(name);
         if (!before) throw EFictl(EExit::NOT_FOUND, quoted(name) + " is not in the catalog", "fictl snapshot list");
         if (before->isHeld()) {
@@ -329,23 +359,20 @@ SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_
 std::optional<std::string> CCatalog::otherOwner(const std::string& name, const GroupKey& group,
                                                 const std::string& checkpoint)
 {
-    return guarded("read", [&]() -> std::optional<std::string> {
-        CStatement row(*m_db,
-                       "SELECT s.name FROM snapshot s JOIN device d ON d.snapshot = s.name WHERE s.name <> ? AND "
-                       "s.checkpoint = ? AND d.appliance = ? AND d.cgroup = ? AND d.made = 1 LIMIT 1");
-        row.bind(name).bind(checkpoint).bind(group.first).bind(group.second);
-        if (!row.step()) return std::nullopt;
-        return row.text(0);
+    return guarded("read", [&] {
+        return firstText(base::CSqliteQuery(
+            *m_database,
+            "SELECT s.name FROM snapshot s JOIN device d ON d.snapshot = s.name WHERE s.name <> ? AND "
+            "s.checkpoint = ? AND d.appliance = ? AND d.cgroup = ? AND d.made = 1 LIMIT 1",
+            name, checkpoint, group.first, group.second));
     });
 }
 
 std::optional<std::string> CCatalog::carrierOf(const std::string& checkpoint)
 {
-    return guarded("read", [&]() -> std::optional<std::string> {
-        CStatement row(*m_db, "SELECT name FROM snapshot WHERE checkpoint = ? LIMIT 1");
-        row.bind(checkpoint);
-        if (!row.step()) return std::nullopt;
-        return row.text(0);
+    return guarded("read", [&] {
+        return firstText(
+            base::CSqliteQuery(*m_database, "SELECT name FROM snapshot WHERE checkpoint = ? LIMIT 1", checkpoint));
     });
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <chrono>
 #include <initializer_list>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/sqlite.h"
 #include "host/src/catalog/snapshot_record.h"
-#include "host/src/catalog/sqlite_db.h"
 
 namespace fictl {
 
@@ -19,6 +20,9 @@ namespace fictl {
 class CCatalog
 {
   public:
+    /// How long the lock of another fictl is waited for, which holds it for moments only.
+    static constexpr std::chrono::seconds PATIENCE{20};
+
     /// Creates folder, file and tables where missing; refuses a file that is not a catalog of this version.
     CCatalog();
 
@@ -32,8 +36,10 @@ class CCatalog
     void insert(const SSnapshot& snapshot);
     /// Replaces a record as a whole.
     void update(const SSnapshot& snapshot);
-    /// Replaces a record's head and some of its devices, at a cost that does not grow with the others.
-    void updateDevices(const SSnapshot& snapshot, const std::vector<size_t>& positions);
+    /// Replaces a record's head and one of its devices, or those of one group, at a cost that does not grow with the
+    /// others.
+    void updateDevice(const SSnapshot& snapshot, size_t position);
+    void updateGroup(const SSnapshot& snapshot, const GroupKey& group);
     /// Remembers that another host may have the record; does not touch the rest of it.
     void markExported(const std::string& name);
     void remove(const std::string& name);
@@ -58,11 +64,11 @@ class CCatalog
     std::optional<SSnapshot> find(const std::string& name);
     void write(const SSnapshot& snapshot);
     void writeHead(const SSnapshot& snapshot);
-    void writeDevice(const std::string& snapshot, int64_t position, const SDevice& device);
+    void writeDevice(const std::string& snapshot, size_t position, const SDevice& device);
 
     std::string m_path;
     COwnerLock m_lock;
-    std::optional<CSqliteDb> m_db;
+    std::optional<base::CSqliteDatabase> m_database;
 };
 
 }  // namespace fictl

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "host/src/catalog/snapshot_record.h"
-#include "host/src/output/error.h"
 #include "host/src/output/result.h"
-#include "host/src/runs/appliance_report.h"
 
 namespace fictl {
 
@@ -11,12 +11,7 @@ namespace fictl {
 json snapshotJson(const SSnapshot& snapshot);
 /// A record's line in "snapshot list".
 json summaryJson(const SSnapshot& snapshot);
-/// What went wrong: code, name of the code, message, next step, failed appliance commands, the provider's messages; how
-/// long the application was frozen, if it was.
-json errorJson(const EFictl& error);
-/// Failed appliance commands and the provider's messages, for a terminal; empty when there are none.
-std::string reportText(const SApplianceReport& report);
-/// An error for a terminal.
-std::string errorText(const EFictl& error);
+/// What a command answers that was about one snapshot: its record, and a text for people.
+SResult snapshotResult(const SSnapshot& snapshot, std::string text);
 
 }  // namespace fictl

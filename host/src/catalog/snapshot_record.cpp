@@ -54,6 +54,19 @@ EState stateOf(const std::string& text)
     throw std::invalid_argument("no state is called \"" + printable(text) + "\"");
 }
 
+const char* madeText(EMade made)
+{
+    switch (made) {
+        case EMade::NO:
+            return "no";
+        case EMade::YES:
+            return "yes";
+        case EMade::UNKNOWN:
+            break;
+    }
+    return "unknown";
+}
+
 std::string groupText(const GroupKey& group)
 {
     return "\"" + printable(group.second) + "\" of appliance \"" + printable(group.first) + "\"";

@@ -39,6 +39,9 @@ enum class EMade
     UNKNOWN = 2,  ///< it was asked for, and the answer is not known
 };
 
+/// "yes", "no" or "unknown".
+const char* madeText(EMade made);
+
 /// A consistency group of an appliance.
 using GroupKey = std::pair<std::string, std::string>;
 std::string groupText(const GroupKey& group);  ///< `"group" of appliance "name"`

@@ -1,7 +1,10 @@
 #include "host/src/commands/answer.h"
 
+#include <nlohmann/json.hpp>
+
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_json.h"
+#include "host/src/output/error_text.h"
 #include "host/src/output/progress.h"
 
 namespace fictl {
@@ -23,7 +26,8 @@ json recordOf(const std::string& name)
 int CAnswer::done(const SResult& result) const
 {
     try {
-        const bool isRead = writeOutput(m_form == EForm::JSON ? documentText(result.document) : result.text);
+        const bool isRead = writeOutput(
+            m_form == EForm::JSON ? documentText(result.document ? *result.document : json()) : result.text);
         if (!isRead && result.isDelivery) {
             throw EFictl(EExit::IO, "standard output: its reader went away before it had all of the document",
                          "run the command again with a reader that takes all of it, or with --file");

@@ -1,64 +1,57 @@
 #pragma once
 
-#include <chrono>
-#include <string>
-#include <vector>
-
-#include "host/src/catalog/snapshot_record.h"
-#include "host/src/output/progress.h"
-#include "host/src/output/result.h"
-#include "host/src/snapshot/snapshot_maker.h"
+#include "host/src/commands/command.h"
 
 namespace fictl {
 
-/// What every command is given.
-struct SContext
+/// One command: where it stands on the command line, and how its options are declared. What declare returns runs it,
+/// and owns what the options were read into.
+struct SCommand
 {
-    std::string provider;  ///< name or path; empty when the user gave none
-    CProgress progress{false};
-    std::chrono::seconds timeout{0};  ///< of a single appliance command; 0: the provider's own
-
-    /// The provider for a command that is about no record.
-    std::string chosenProvider() const { return provider.empty() ? "cdpfi" : provider; }
-    /// The provider for a record; throws EFictl (USAGE) when the user gave another one than the record's.
-    std::string providerFor(const SSnapshot& snapshot) const;
+    const char* group;  ///< the word before its name; empty for a command that stands alone
+    const char* name;
+    const char* help;
+    CommandRun (*declare)(COptions& options);
 };
 
-struct SCreateRequest
+/// A word that commands stand behind.
+struct SCommandGroup
 {
-    std::string name;
-    std::vector<std::string> devices;
-    SHooks hooks;
+    const char* name;
+    const char* help;
 };
 
-struct SDeleteRequest
-{
-    std::string name;
-    bool forget = false;       ///< drop the record, ask the appliance for nothing
-    bool evenIfInUse = false;  ///< delete also what somebody works with
+// One source for each, or for two that show the same.
+CommandRun declareDoctor(COptions& options);
+CommandRun declareProviderShow(COptions& options);
+CommandRun declareDeviceList(COptions& options);
+CommandRun declareCreate(COptions& options);
+CommandRun declareImport(COptions& options);
+CommandRun declareRelease(COptions& options);
+CommandRun declareDelete(COptions& options);
+CommandRun declareList(COptions& options);
+CommandRun declareShow(COptions& options);
+CommandRun declareExport(COptions& options);
+CommandRun declareReceive(COptions& options);
+
+/// Every group and every command, in the order of --help.
+inline constexpr SCommandGroup COMMAND_GROUPS[] = {
+    {"provider", "Providers of snapshots"},
+    {"device", "Devices of this host"},
+    {"snapshot", "Snapshots and their records"},
 };
-
-// Every command returns what goes to standard output and throws EFictl when it cannot do its work.
-
-SResult showProvider(const SContext& context);
-/// Looks at all that a snapshot needs on this host; EExit::FAILED in the result when something is wrong.
-SResult runDoctor(const SContext& context);
-SResult listDevices(const SContext& context, const std::vector<std::string>& devices);
-
-SResult createSnapshot(const SContext& context, const SCreateRequest& request);
-SResult listSnapshots();
-SResult showSnapshot(const std::string& name);
-SResult importSnapshot(const SContext& context, const std::string& name);
-SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse);
-SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request);
-/// An empty file means standard output: the document is the command's result. force replaces a file that is there.
-SResult exportSnapshot(const std::string& name, const std::string& file, bool force);
-/// "-" means standard input.
-SResult receiveSnapshot(const SContext& context, const std::string& file);
-
-/// Throws EFictl (USAGE) when the text cannot be a snapshot's name.
-void requireSnapshotName(const std::string& name);
-/// Throws EFictl (USAGE) for an unusable or repeated device path.
-void requireDevices(const std::vector<std::string>& devices);
+inline constexpr SCommand COMMANDS[] = {
+    {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor},
+    {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow},
+    {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList},
+    {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate},
+    {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport},
+    {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease},
+    {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete},
+    {"snapshot", "list", "List the snapshots of this host's catalog", declareList},
+    {"snapshot", "show", "Show a snapshot's record", declareShow},
+    {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport},
+    {"snapshot", "receive", "Enter a record that another host has written", declareReceive},
+};
 
 }  // namespace fictl

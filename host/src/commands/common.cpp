@@ -1,9 +1,13 @@
+#include "host/src/commands/common.h"
+
+#include <cerrno>
 #include <map>
 #include <set>
+#include <system_error>
 
-#include "host/src/commands/commands.h"
+#include "host/src/commands/command.h"
 #include "host/src/devices/device_name.h"
-#include "host/src/output/error.h"
+#include "host/src/provider/provider_library.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -46,6 +50,21 @@ void requireDevices(const std::vector<std::string>& devices)
                          "give every device once");
         }
     }
+}
+
+void failFile(const std::string& doing, const std::string& file)
+{
+    const std::string reason = std::error_code(errno, std::generic_category()).message();
+    throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
+}
+
+void enterFailure(CCatalog& catalog, const SFailedStep& step, const EFictl& error)
+{
+    // An error of the catalog would only come again.
+    if (error.exit() == EExit::CATALOG) return;
+    step.record.state = step.state;
+    step.record.message = error.what();
+    catalog.update(step.isTouched ? step.record : step.before);
 }
 
 }  // namespace fictl

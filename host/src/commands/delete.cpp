@@ -1,10 +1,10 @@
-#include <algorithm>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_check.h"
-#include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
@@ -16,6 +16,13 @@
 namespace fictl {
 
 namespace {
+
+struct SDeleteRequest
+{
+    std::string name{};
+    bool forget = false;       ///< drop the record, ask the appliance for nothing
+    bool evenIfInUse = false;  ///< delete also what somebody works with
+};
 
 constexpr std::initializer_list<EState> DELETABLE = {
     EState::CREATING,       EState::PARTIAL,       EState::FAILED,        EState::COMPLETE,
@@ -166,25 +173,19 @@ void CSnapshotDeletion::dispose(const GroupKey& group)
 // The record tells the truth also when a later group is not deleted.
 void CSnapshotDeletion::enterRemoved(const GroupKey& group)
 {
-    std::vector<size_t> positions;
-    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
-        SDevice& device = m_snapshot.devices[i];
-        if (device.group() != group) continue;
-        device.made = EMade::NO;
-        device.forgetCopy();
-        positions.push_back(i);
+    for (SDevice* const device : m_snapshot.devicesOf(group)) {
+        device->made = EMade::NO;
+        device->forgetCopy();
     }
-    m_catalog.updateDevices(m_snapshot, positions);
+    m_catalog.updateGroup(m_snapshot, group);
 }
 
 SResult deletedResult(const std::string& name, const json& groups, bool forgotten)
 {
-    const json document = {{"deleted", {{"name", name}, {"groups", groups}, {"forgotten", forgotten}}}};
-    return {document,
-            "snapshot \"" + name + (forgotten ? "\" is forgotten; the appliance was not asked\n" : "\" is deleted\n")};
+    return resultOf(
+        {{"deleted", {{"name", name}, {"groups", groups}, {"forgotten", forgotten}}}},
+        "snapshot \"" + name + (forgotten ? "\" is forgotten; the appliance was not asked\n" : "\" is deleted\n"));
 }
-
-}  // namespace
 
 SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
 {
@@ -211,15 +212,22 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
     try {
         groups = deletion.run(request.evenIfInUse);
     } catch (const EFictl& error) {
-        // An error of the catalog would only come again.
-        if (error.exit() == EExit::CATALOG) throw;
-        snapshot.state = EState::DELETE_FAILED;
-        snapshot.message = error.what();
-        catalog.update(deletion.touched() ? snapshot : before);
+        enterFailure(catalog, {before, snapshot, deletion.touched(), EState::DELETE_FAILED}, error);
         throw;
     }
     catalog.remove(request.name);
     return deletedResult(request.name, groups, false);
+}
+
+}  // namespace
+
+CommandRun declareDelete(COptions& options)
+{
+    const auto request = std::make_shared<SDeleteRequest>();
+    options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
+    options.flag("--forget", request->forget, "Drop the record only; ask the appliance for nothing");
+    options.flag("--even-if-in-use", request->evenIfInUse, "Delete also what another host or a program works with");
+    return [request](const SContext& context) { return deleteSnapshot(context, *request); };
 }
 
 }  // namespace fictl

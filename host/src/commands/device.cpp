@@ -1,10 +1,13 @@
-#include "host/src/catalog/record_json.h"
+#include <nlohmann/json.hpp>
+
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/devices/device_list.h"
 #include "host/src/devices/device_offer.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/inspection/inspector.h"
 #include "host/src/output/error.h"
+#include "host/src/output/error_text.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/node_tree.h"
 #include "host/src/text/plain_text.h"
@@ -33,21 +36,19 @@ SResult listNamedDevices(const SContext& context, const std::vector<std::string>
     CProvider provider(context.chosenProvider());
     CNodeTree tree(provider);
     const KnownPaths knownPaths = inspectedPaths(context.chosenProvider(), context.timeout);
-    SResult result;
-    result.document = {{"devices", json::array()}};
+    json answers = json::array();
     Rows rows = {{"DEVICE", "CLAIMED", "APPLIANCE", "GROUP", "SERIAL"}};
     for (const std::string& given : devices) {
         stopPoint();
         context.progress.step("ask for " + given);
         const SNamedOffer named = offerByAnyName(tree, given, knownPaths);
         if (!named.offer.claimed) {
-            result.document["devices"].push_back(
-                {{"device", given}, {"claimed", false}, {"reason", named.offer.reason}});
+            answers.push_back({{"device", given}, {"claimed", false}, {"reason", named.offer.reason}});
             rows.push_back({given, "no", "", "", ""});
             continue;
         }
         const SNodeState state = tree.add(named.offer).state();
-        result.document["devices"].push_back(claimedJson(given, named, state));
+        answers.push_back(claimedJson(given, named, state));
         rows.push_back({given, "yes", state.applianceName, state.consistencyGroup, state.serialNo});
     }
     // A provider that could not read an appliance's inventory serves none of its devices.
@@ -55,8 +56,7 @@ SResult listNamedDevices(const SContext& context, const std::vector<std::string>
     if (!report.empty()) {
         CProgress::warn("an appliance did not answer everything\n" + report.substr(0, report.size() - 1));
     }
-    result.text = formatTable(rows);
-    return result;
+    return resultOf({{"devices", std::move(answers)}}, formatTable(rows));
 }
 
 void warnOfSilence(const SInspection& seen)
@@ -70,7 +70,7 @@ void warnOfSilence(const SInspection& seen)
 
 std::string diskReason(const SInspection& seen)
 {
-    const json& reason = seen.document.at("disks").at("reason");
+    const json& reason = seen.document->at("disks").at("reason");
     return reason.is_string() ? printable(reason.get<std::string>()) : "no reason is told";
 }
 
@@ -91,14 +91,18 @@ SResult listAllDevices(const SContext& context)
     }
     warnOfSilence(*seen);
     const std::vector<SListedDisk> disks = listDisks(*seen);
-    return {{{"devices", devicesJson(disks)}}, formatTable(deviceRows(disks))};
+    return resultOf({{"devices", devicesJson(disks)}}, formatTable(deviceRows(disks)));
 }
 
 }  // namespace
 
-SResult listDevices(const SContext& context, const std::vector<std::string>& devices)
+CommandRun declareDeviceList(COptions& options)
 {
-    return devices.empty() ? listAllDevices(context) : listNamedDevices(context, devices);
+    const auto devices = std::make_shared<std::vector<std::string>>();
+    options.words("DEV", *devices, COptions::EGiven::MAY_BE, "Device paths (all that the provider knows on this host)");
+    return [devices](const SContext& context) {
+        return devices->empty() ? listAllDevices(context) : listNamedDevices(context, *devices);
+    };
 }
 
 }  // namespace fictl

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog_place.h"
 #include "host/src/commands/commands.h"
@@ -11,6 +12,7 @@
 #include "host/src/inspection/inspector.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
+#include "host/src/provider/provider_library.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -63,7 +65,7 @@ class CDoctor
             return;
         }
         add({{ELevel::OK, "inspector", "inspector " + m_inspector + " answers"}});
-        m_seen = std::move(seen->document);
+        m_seen = *seen->document;
         try {
             add(checkSite(m_seen));
         } catch (const json::exception& error) {
@@ -144,17 +146,21 @@ class CDoctor
     Checks m_checks;
 };
 
-}  // namespace
-
 SResult runDoctor(const SContext& context)
 {
     const CGuardian guardian;
     const Checks checks = CDoctor(context).run();
-    SResult result;
-    result.document = {{"doctor", {{"checks", checksJson(checks)}, {"ok", isHealthy(checks)}}}};
-    result.text = checksText(checks);
+    SResult result =
+        resultOf({{"doctor", {{"checks", checksJson(checks)}, {"ok", isHealthy(checks)}}}}, checksText(checks));
     result.exit = isHealthy(checks) ? EExit::OK : EExit::FAILED;
     return result;
+}
+
+}  // namespace
+
+CommandRun declareDoctor(COptions& /*options*/)
+{
+    return runDoctor;
 }
 
 }  // namespace fictl

@@ -7,6 +7,7 @@
 #include "host/src/catalog/record_check.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/inspection/image_owner.h"
 #include "host/src/inspection/knowledge.h"
@@ -23,11 +24,11 @@ namespace {
 
 SResult importedResult(const SSnapshot& snapshot)
 {
-    std::vector<std::vector<std::string>> rows = {{"DEVICE", "IMPORTED AS"}};
+    Rows rows = {{"DEVICE", "IMPORTED AS"}};
     for (const SDevice& device : snapshot.devices) {
         rows.push_back({device.source, device.importPath});
     }
-    return {{{"snapshot", snapshotJson(snapshot)}}, formatTable(rows)};
+    return snapshotResult(snapshot, formatTable(rows));
 }
 
 /**
@@ -63,7 +64,6 @@ class CSnapshotImport
     bool isImageThere(const GroupKey& group, const SImageOwner& image) const;
     void makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere);
     void findCopies(CImporter& importer, const GroupKey& group);
-    void enter(const GroupKey& group);
     [[noreturn]] void fail(const EFictl& error) const;
 
     const SContext& m_context;
@@ -128,7 +128,7 @@ void CSnapshotImport::forgetReleased()
         if (there != EThere::UNKNOWN) continue;
         throw EFictl(EExit::FAILED,
                      quotedName() + ": whether a copy of group " + groupText(group) +
-                         " was given back is not known: " + (seen == nullptr ? m_knowledge.why() : seen->doubt(group)),
+                         " was given back is not known: " + m_knowledge.doubt(group),
                      "mend that and run the command again")
             .about(m_snapshot.name);
     }
@@ -137,7 +137,7 @@ void CSnapshotImport::forgetReleased()
             device->forgetCopy();
         }
         m_touched = true;
-        enter(group);
+        m_catalog.updateGroup(m_snapshot, group);
     }
 }
 
@@ -264,7 +264,7 @@ void CSnapshotImport::makeImage(CImporter& importer, const GroupKey& group, bool
     for (SDevice* device : devices) {
         device->imageAsked = true;
     }
-    enter(group);
+    m_catalog.updateGroup(m_snapshot, group);
     try {
         importer.makeImage(*devices.front());
     } catch (const EFictl& error) {
@@ -293,20 +293,9 @@ void CSnapshotImport::findCopies(CImporter& importer, const GroupKey& group)
         } catch (const EFictl& error) {
             fail(error);
         }
-        m_catalog.updateDevices(m_snapshot, {i});
+        m_catalog.updateDevice(m_snapshot, i);
     }
 }
-
-void CSnapshotImport::enter(const GroupKey& group)
-{
-    std::vector<size_t> positions;
-    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
-        if (m_snapshot.devices[i].group() == group) positions.push_back(i);
-    }
-    m_catalog.updateDevices(m_snapshot, positions);
-}
-
-}  // namespace
 
 SResult importSnapshot(const SContext& context, const std::string& name)
 {
@@ -326,17 +315,22 @@ SResult importSnapshot(const SContext& context, const std::string& name)
     try {
         import.run();
     } catch (const EFictl& error) {
-        // An error of the catalog would only come again.
-        if (error.exit() == EExit::CATALOG) throw;
-        snapshot.state = EState::IMPORT_FAILED;
-        snapshot.message = error.what();
-        catalog.update(import.touched() ? snapshot : before);
+        enterFailure(catalog, {before, snapshot, import.touched(), EState::IMPORT_FAILED}, error);
         throw;
     }
     snapshot.state = EState::IMPORTED;
     snapshot.message.clear();
     catalog.update(snapshot);
     return importedResult(snapshot);
+}
+
+}  // namespace
+
+CommandRun declareImport(COptions& options)
+{
+    const auto name = std::make_shared<std::string>();
+    options.word("NAME", *name, COptions::EGiven::MUST_BE, "Name of the snapshot");
+    return [name](const SContext& context) { return importSnapshot(context, *name); };
 }
 
 }  // namespace fictl

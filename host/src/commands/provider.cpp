@@ -1,9 +1,11 @@
-#include "host/src/provider/provider.h"
+#include <nlohmann/json.hpp>
+
 #include "framework/include/obzx_runtime.h"
-#include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
+#include "host/src/output/error_text.h"
+#include "host/src/provider/provider.h"
 
 namespace fictl {
 
@@ -97,8 +99,6 @@ std::string providerText(const json& document, const std::optional<EFictl>& fail
     return formatValues(rows) + parameterTable(document["parameters"]);
 }
 
-}  // namespace
-
 SResult showProvider(const SContext& context)
 {
     const CGuardian guardian;
@@ -116,10 +116,15 @@ SResult showProvider(const SContext& context)
     if (failure && document["methods"].empty()) document["methods"] = nullptr;
     document["parameters"] = parameters(provider);
     if (failure) CProgress::warn(failure->what() + ("\n" + reportText(failure->report()) + "  next: fictl doctor"));
-    SResult result;
-    result.text = providerText(document, failure);
-    result.document = {{"provider", std::move(document)}};
-    return result;
+    std::string text = providerText(document, failure);
+    return resultOf({{"provider", std::move(document)}}, std::move(text));
+}
+
+}  // namespace
+
+CommandRun declareProviderShow(COptions& /*options*/)
+{
+    return showProvider;
 }
 
 }  // namespace fictl

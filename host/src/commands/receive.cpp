@@ -3,28 +3,25 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <new>
-#include <system_error>
 
+#include "base/file_descriptor.h"
 #include "framework/include/obzx_runtime.h"
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_document.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/inspection/knowledge.h"
 #include "host/src/output/error.h"
+#include "host/src/provider/provider_library.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& doing, const std::string& file)
-{
-    const std::string reason = std::error_code(errno, std::generic_category()).message();
-    throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
-}
+constexpr const char* STANDARD_INPUT = "-";
 
 // One byte more than allowed tells a text that is too long from one that just fits.
 std::string readAll(int descriptor, const std::string& what)
@@ -35,7 +32,7 @@ std::string readAll(int descriptor, const std::string& what)
         const size_t room = std::min(sizeof buffer, DOCUMENT_LIMIT + 1 - text.size());
         const ssize_t count = read(descriptor, buffer, room);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) fail("read", what);
+        if (count < 0) failFile("read", what);
         if (count == 0) break;
         text.append(buffer, static_cast<size_t>(count));
     }
@@ -44,17 +41,10 @@ std::string readAll(int descriptor, const std::string& what)
 
 std::string readInput(const std::string& file)
 {
-    if (file == "-") return readAll(STDIN_FILENO, "standard input");
-    const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) fail("open", file);
-    try {
-        std::string text = readAll(descriptor, file);
-        close(descriptor);
-        return text;
-    } catch (const EFictl&) {
-        close(descriptor);
-        throw;
-    }
+    if (file == STANDARD_INPUT) return readAll(STDIN_FILENO, "standard input");
+    const base::CFileDescriptor input(open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!input) failFile("open", file);
+    return readAll(input.get(), file);
 }
 
 [[noreturn]] void reject(const SSnapshot& snapshot, const std::string& reason, const std::string& next)
@@ -119,9 +109,8 @@ void requireThere(const SSnapshot& snapshot, const SDevice& device, const SInspe
     if (seen.hasCheckpoint(group, snapshot.checkpoint) == EThere::NO) {
         reject(snapshot, "group " + groupText(group) + " has no checkpoint " + snapshot.checkpoint, next);
     }
-    for (const SAmbiguousLun& ambiguous : seen.ambiguous) {
-        if (ambiguous.serial != device.state.serialNo) continue;
-        reject(snapshot, lun + " is ambiguous: " + printable(ambiguous.reason), next);
+    if (const SAmbiguousLun* const ambiguous = seen.ambiguity(device.state.serialNo)) {
+        reject(snapshot, lun + " is ambiguous: " + printable(ambiguous->reason), next);
     }
     if (seen.hasLun(group, device.state.serialNo) == EThere::UNKNOWN) {
         knowledge.warnUnguarded("that group " + groupText(group) + " holds what the record says", seen.doubt(group));
@@ -142,8 +131,6 @@ void requireWhatIsThere(const SContext& context, const SSnapshot& snapshot)
     }
 }
 
-}  // namespace
-
 SResult receiveSnapshot(const SContext& context, const std::string& file)
 {
     const CGuardian guardian;
@@ -155,7 +142,16 @@ SResult receiveSnapshot(const SContext& context, const std::string& file)
     requireWhatIsThere(context, snapshot);
     snapshot.owner = thisProcess();
     catalog.insert(snapshot);
-    return {{{"snapshot", snapshotJson(snapshot)}}, "snapshot \"" + snapshot.name + "\" is received\n"};
+    return snapshotResult(snapshot, "snapshot \"" + snapshot.name + "\" is received\n");
+}
+
+}  // namespace
+
+CommandRun declareReceive(COptions& options)
+{
+    const auto file = std::make_shared<std::string>(STANDARD_INPUT);
+    options.word("FILE", *file, COptions::EGiven::MAY_BE, "File to read (-, standard input)");
+    return [file](const SContext& context) { return receiveSnapshot(context, *file); };
 }
 
 }  // namespace fictl

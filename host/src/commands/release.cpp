@@ -1,6 +1,7 @@
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
@@ -11,6 +12,12 @@
 namespace fictl {
 
 namespace {
+
+struct SReleaseRequest
+{
+    std::string name{};
+    bool evenIfInUse = false;  ///< give back also what a program works with
+};
 
 /// Gives the copies of a record back: the time images go, the checkpoints stay.
 class CSnapshotRelease
@@ -86,20 +93,15 @@ void CSnapshotRelease::releaseGroup(const GroupKey& group)
 
 void CSnapshotRelease::enterReleased(const GroupKey& group)
 {
-    std::vector<size_t> positions;
-    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
-        SDevice& device = m_snapshot.devices[i];
-        if (device.group() != group) continue;
-        device.forgetCopy();
-        positions.push_back(i);
+    for (SDevice* const device : m_snapshot.devicesOf(group)) {
+        device->forgetCopy();
     }
-    m_catalog.updateDevices(m_snapshot, positions);
+    m_catalog.updateGroup(m_snapshot, group);
 }
 
-}  // namespace
-
-SResult releaseSnapshot(const SContext& context, const std::string& name, bool evenIfInUse)
+SResult releaseSnapshot(const SContext& context, const SReleaseRequest& request)
 {
+    const std::string& name = request.name;
     requireSnapshotName(name);
     const CGuardian guardian;
     CCatalog catalog;
@@ -113,20 +115,26 @@ SResult releaseSnapshot(const SContext& context, const std::string& name, bool e
     snapshot.owner = thisProcess();
     CSnapshotRelease release(context, catalog, snapshot);
     try {
-        release.run(evenIfInUse);
+        release.run(request.evenIfInUse);
     } catch (const EFictl& error) {
-        // An error of the catalog would only come again.
-        if (error.exit() == EExit::CATALOG) throw;
-        snapshot.state = EState::RELEASE_FAILED;
-        snapshot.message = error.what();
-        catalog.update(release.touched() ? snapshot : before);
+        enterFailure(catalog, {before, snapshot, release.touched(), EState::RELEASE_FAILED}, error);
         throw;
     }
     snapshot.state = EState::COMPLETE;
     snapshot.message.clear();
     catalog.update(snapshot);
-    return {{{"snapshot", snapshotJson(snapshot)}},
-            "snapshot \"" + name + "\" is released: its copies are gone from this host, its checkpoints stay\n"};
+    return snapshotResult(
+        snapshot, "snapshot \"" + name + "\" is released: its copies are gone from this host, its checkpoints stay\n");
+}
+
+}  // namespace
+
+CommandRun declareRelease(COptions& options)
+{
+    const auto request = std::make_shared<SReleaseRequest>();
+    options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
+    options.flag("--even-if-in-use", request->evenIfInUse, "Give back also a copy that a program works with");
+    return [request](const SContext& context) { return releaseSnapshot(context, *request); };
 }
 
 }  // namespace fictl

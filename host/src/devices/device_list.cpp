@@ -1,6 +1,7 @@
 #include "host/src/devices/device_list.h"
 
 #include <map>
+#include <nlohmann/json.hpp>
 #include <tuple>
 
 #include "host/src/text/display_text.h"
@@ -35,11 +36,6 @@ std::map<std::string, SPlace> placesOf(const SInspection& inspection)
     return places;
 }
 
-json textOrNull(const std::string& text)
-{
-    return text.empty() ? json() : json(text);
-}
-
 }  // namespace
 
 std::vector<SListedDisk> listDisks(const SInspection& inspection)
@@ -52,7 +48,8 @@ std::vector<SListedDisk> listDisks(const SInspection& inspection)
     std::map<std::string, SListedDisk, SNameOrder> disks;
     for (const auto& [path, serial] : inspection.disks) {
         SListedDisk& disk = disks[path];
-        disk = {path, serial, "", "", "", ""};
+        disk.path = path;
+        disk.serial = serial;
         const auto place = places.find(serial);
         if (place == places.end()) {
             disk.reason = "in no consistency group";

@@ -17,6 +17,8 @@
 #include <sstream>
 #include <system_error>
 
+#include "base/file_descriptor.h"
+#include "base/file_read.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -52,10 +54,9 @@ using UsesByTarget = std::map<STarget, Uses>;
 
 std::string firstLineOf(const fs::path& file)
 {
-    std::ifstream stream(file);
-    std::string line;
-    std::getline(stream, line);
-    return line;
+    constexpr size_t LONGEST = 8192;  // a path and a newline, with room
+    const std::string text = base::readFile(file, LONGEST).text;
+    return text.substr(0, text.find('\n'));
 }
 
 bool isNumber(const std::string& text)
@@ -168,12 +169,8 @@ void addLoops(const std::multimap<dev_t, std::string>& mounts, UsesByTarget& use
 
 void addExclusive(const std::string& path, Uses& uses)
 {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor >= 0) {
-        close(descriptor);
-    } else if (errno == EBUSY) {
-        uses.emplace_back("held by the system: an exclusive open is refused");
-    }
+    const base::CFileDescriptor opened(open(path.c_str(), O_RDONLY | O_EXCL | O_NONBLOCK | O_CLOEXEC));
+    if (!opened && errno == EBUSY) uses.emplace_back("held by the system: an exclusive open is refused");
 }
 
 }  // namespace

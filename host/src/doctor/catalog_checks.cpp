@@ -6,8 +6,8 @@
 #include <filesystem>
 #include <utility>
 
+#include "base/sqlite.h"
 #include "host/src/catalog/catalog.h"
-#include "host/src/catalog/sqlite_db.h"
 #include "host/src/doctor/file_checks.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
@@ -50,12 +50,12 @@ SCheck checkFolderRights(const std::string& path)
 SCheck checkIntegrity(const std::string& path)
 {
     try {
-        const CSqliteDb db(path, SQLITE_OPEN_READONLY);
-        CStatement check(db, "PRAGMA integrity_check(1)");
-        const std::string verdict = check.step() ? check.text(0) : "no answer";
+        const base::CSqliteDatabase database(path, SQLITE_OPEN_READONLY, CCatalog::PATIENCE);
+        base::CSqliteQuery check(database, "PRAGMA integrity_check(1)");
+        const std::string verdict = check.next() ? check.text(0) : "no answer";
         if (verdict == "ok") return {ELevel::OK, NAME, "catalog " + path + " is sound"};
         return {ELevel::FAIL, NAME, "catalog " + path + " is damaged: " + verdict, MOVE_AWAY};
-    } catch (const ESqlite& error) {
+    } catch (const base::ESqlite& error) {
         return {ELevel::FAIL, NAME, "catalog " + path + " cannot be read: " + error.what(), MOVE_AWAY};
     }
 }
@@ -77,8 +77,8 @@ void checkRecords(Checks& checks)
 {
     try {
         const std::vector<SSnapshot> snapshots = CCatalog().list();
-        const std::string count = std::to_string(snapshots.size()) + (snapshots.size() == 1 ? " record" : " records");
-        checks.push_back({ELevel::OK, NAME, "the catalog holds " + count + ", each of which can be read"});
+        checks.push_back({ELevel::OK, NAME,
+                          "the catalog holds " + counted(snapshots.size(), "record") + ", each of which can be read"});
         for (const SSnapshot& snapshot : snapshots) {
             checkRecord(snapshot, checks);
         }

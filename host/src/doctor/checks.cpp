@@ -1,6 +1,8 @@
 #include "host/src/doctor/checks.h"
 
 #include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
 
 #include "host/src/text/plain_text.h"
 
@@ -10,20 +12,8 @@ namespace {
 
 const char* levelText(ELevel level)
 {
-    switch (level) {
-        case ELevel::OK:
-            return "OK";
-        case ELevel::WARN:
-            return "WARN";
-        case ELevel::FAIL:
-            break;
-    }
-    return "FAIL";
-}
-
-json textOrNull(const std::string& text)
-{
-    return text.empty() ? json() : json(text);
+    constexpr std::array TEXTS = {"OK", "WARN", "FAIL"};  // in order of ELevel
+    return TEXTS.at(static_cast<size_t>(level));
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "host/src/text/plain_text.h"
 
@@ -18,11 +19,6 @@ std::string quoted(const json& text)
 std::string textOf(const json& value, const char* otherwise)
 {
     return value.is_string() ? value.get<std::string>() : otherwise;
-}
-
-std::string counted(size_t number, const std::string& noun)
-{
-    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
 
 /// Goes through a document and notes what it finds.

@@ -39,7 +39,7 @@ constexpr std::chrono::milliseconds MOST_WAIT{1000};
 // True once the process has ended and is reaped; waits for that.
 bool hasEnded(pid_t pid, std::chrono::milliseconds timeout)
 {
-    const CDescriptor process(pidfd_open(pid, 0));
+    const base::CFileDescriptor process(pidfd_open(pid, 0));
     pollfd end{process.get(), POLLIN, 0};
     poll(&end, 1, static_cast<int>(timeout.count()));
     siginfo_t info = {};
@@ -60,7 +60,7 @@ CGuardian::CGuardian()
     std::optional<std::pair<CGuardianLink, CGuardianLink>> links = CGuardianLink::pair();
     if (!links) refuse("no socket");
     // The end of the socket tells the same, unless a process that the runtime did not start has inherited it.
-    CDescriptor fictl = aboveStandard(CDescriptor(pidfd_open(getpid(), 0)));
+    base::CFileDescriptor fictl = base::aboveStandard(base::CFileDescriptor(pidfd_open(getpid(), 0)));
     m_pid = fork();
     if (m_pid < 0) refuse("no process");
     if (m_pid == 0) {

@@ -6,6 +6,7 @@
 #include <sys/uio.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <type_traits>
 
@@ -30,29 +31,18 @@ constexpr timeval MOST_WAIT{1, 0};
 
 const char* thawText(EThaw cause)
 {
-    switch (cause) {
-        case EThaw::MADE:
-            return "made";
-        case EThaw::FAILED:
-            return "failed";
-        case EThaw::STOPPED:
-            return "stopped";
-        case EThaw::TIMED_OUT:
-            return "timed-out";
-        case EThaw::KILLED:
-            break;
-    }
-    return "killed";
+    constexpr std::array TEXTS = {"made", "failed", "stopped", "timed-out", "killed"};  // in order of EThaw
+    return TEXTS.at(static_cast<size_t>(cause));
 }
 
 std::optional<std::pair<CGuardianLink, CGuardianLink>> CGuardianLink::pair()
 {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) return std::nullopt;
-    CDescriptor one = aboveStandard(CDescriptor(ends[0]));
-    CDescriptor other = aboveStandard(CDescriptor(ends[1]));
+    base::CFileDescriptor one = base::aboveStandard(base::CFileDescriptor(ends[0]));
+    base::CFileDescriptor other = base::aboveStandard(base::CFileDescriptor(ends[1]));
     if (!one || !other) return std::nullopt;
-    for (const CDescriptor* const end : {&one, &other}) {
+    for (const base::CFileDescriptor* const end : {&one, &other}) {
         // Nobody is held up for good by a side that somebody has stopped.
         if (::setsockopt(end->get(), SOL_SOCKET, SO_SNDTIMEO, &MOST_WAIT, sizeof MOST_WAIT) != 0) return std::nullopt;
     }

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "host/src/process/descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace fictl {
 
@@ -75,9 +75,9 @@ class CGuardianLink
     void close() { m_socket.reset(); }
 
   private:
-    explicit CGuardianLink(CDescriptor socket) : m_socket(std::move(socket)) {}
+    explicit CGuardianLink(base::CFileDescriptor socket) : m_socket(std::move(socket)) {}
 
-    CDescriptor m_socket;
+    base::CFileDescriptor m_socket;
 };
 
 }  // namespace fictl

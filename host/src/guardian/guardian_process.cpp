@@ -22,7 +22,7 @@ using std::chrono::milliseconds;
 class CGuardianProcess
 {
   public:
-    CGuardianProcess(CGuardianLink link, CDescriptor fictl)
+    CGuardianProcess(CGuardianLink link, base::CFileDescriptor fictl)
         : m_link(std::move(link)), m_fictl(std::move(fictl)), m_freeze(m_link)
     {
     }
@@ -46,7 +46,7 @@ class CGuardianProcess
     void fictlIsGone();
 
     CGuardianLink m_link;
-    CDescriptor m_fictl;
+    base::CFileDescriptor m_fictl;
     CGuardedFreeze m_freeze;
     std::set<int64_t> m_groups;
     std::string m_text;  // of an order that is not there whole
@@ -165,7 +165,7 @@ void closeAllBut(int one, int other)
 
 }  // namespace
 
-void runGuardian(CGuardianLink link, CDescriptor fictl)
+void runGuardian(CGuardianLink link, base::CFileDescriptor fictl)
 {
     constexpr int FAILED = 1;
     try {

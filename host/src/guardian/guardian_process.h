@@ -2,8 +2,8 @@
 
 #include <sys/types.h>
 
+#include "base/file_descriptor.h"
 #include "host/src/guardian/guardian_link.h"
-#include "host/src/process/descriptor.h"
 
 namespace fictl {
 
@@ -13,6 +13,6 @@ namespace fictl {
  * are still entered and thaws what is frozen. It keeps no other descriptor of fictl's than standard error. The
  * descriptors lie above the standard ones; that of the process may be missing.
  */
-[[noreturn]] void runGuardian(CGuardianLink link, CDescriptor fictl);
+[[noreturn]] void runGuardian(CGuardianLink link, base::CFileDescriptor fictl);
 
 }  // namespace fictl

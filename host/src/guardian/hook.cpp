@@ -43,7 +43,7 @@ CHookRun::CHookRun(const std::string& command, seconds timeout, const std::vecto
     // What a hook writes is no result of fictl's.
     const int error = startChild({"/bin/sh", {"sh", "-c", command}, added, STDERR_FILENO, STDERR_FILENO}, m_pid);
     if (error == 0) {
-        m_process = CDescriptor(pidfd_open(m_pid, 0));
+        m_process = base::CFileDescriptor(pidfd_open(m_pid, 0));
         return;
     }
     m_ended = true;

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/src/process/descriptor.h"
+#include "base/file_descriptor.h"
 
 namespace fictl {
 
@@ -66,7 +66,7 @@ class CHookRun
 
     std::chrono::seconds m_timeout;
     pid_t m_pid = -1;
-    CDescriptor m_process;
+    base::CFileDescriptor m_process;
     Clock::time_point m_limit;                    // for a command that is not being stopped
     std::optional<Clock::time_point> m_killAt;    // set once it is told to stop
     std::optional<Clock::time_point> m_giveUpAt;  // set once it was killed

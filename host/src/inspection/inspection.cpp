@@ -1,6 +1,7 @@
 #include "host/src/inspection/inspection.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 
 #include "host/src/text/plain_text.h"
@@ -35,8 +36,9 @@ SInspectedImage readImage(const json& entry)
     image.name = entry.at("name").get<std::string>();
     image.permissions = namesOf(entry.at("permissions"));
     for (const json& lun : entry.at("luns")) {
-        image.luns.push_back(
-            {lun.at("target").get<std::string>(), lun.at("source").get<std::string>(), textOr(lun.at("path"), "")});
+        image.luns.push_back({.serial = lun.at("target").get<std::string>(),
+                              .source = lun.at("source").get<std::string>(),
+                              .path = textOr(lun.at("path"), "")});
     }
     return image;
 }
@@ -49,7 +51,8 @@ SInspectedGroup readGroup(const json& entry)
     group.annotations = namesOf(entry.at("annotations"));
     group.imagesRead = entry.at("images_read").get<bool>();
     for (const json& lun : entry.at("luns")) {
-        group.luns.push_back({lun.at("serial").get<std::string>(), {}, textOr(lun.at("path"), "")});
+        group.luns.push_back(
+            {.serial = lun.at("serial").get<std::string>(), .source = {}, .path = textOr(lun.at("path"), "")});
     }
     for (const json& image : entry.at("images")) {
         group.images.emplace(image.at("name").get<std::string>(), readImage(image));
@@ -101,12 +104,13 @@ std::optional<SInspection> SInspection::read(const std::string& text, std::strin
 {
     try {
         SInspection inspection;
-        inspection.document = json::parse(text);
-        if (inspection.document.at("format") != FORMAT || inspection.document.at("schema_version") != VERSION) {
+        inspection.document = std::make_shared<const json>(json::parse(text));
+        const json& document = *inspection.document;
+        if (document.at("format") != FORMAT || document.at("schema_version") != VERSION) {
             reason = "its document is of another kind or version";
             return std::nullopt;
         }
-        readAll(inspection.document, inspection);
+        readAll(document, inspection);
         return inspection;
     } catch (const json::exception& error) {
         reason = "its document cannot be read: " + printable(error.what());
@@ -195,6 +199,13 @@ bool SInspection::showsAnother(const std::string& path, const std::string& seria
 {
     const auto disk = disks.find(path);
     return !serial.empty() && disk != disks.end() && disk->second != serial;
+}
+
+const SAmbiguousLun* SInspection::ambiguity(const std::string& serial) const
+{
+    const auto found = std::find_if(ambiguous.begin(), ambiguous.end(),
+                                    [&](const SAmbiguousLun& lun) { return lun.serial == serial; });
+    return found == ambiguous.end() ? nullptr : &*found;
 }
 
 std::string SInspection::doubt(const GroupKey& key) const

@@ -1,7 +1,8 @@
 #pragma once
 
 #include <map>
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <set>
 #include <string>
@@ -71,7 +72,7 @@ struct SInspection
     std::map<std::string, std::string> disks;  ///< device path on this host to LUN serial
     std::map<std::string, SInspectedAppliance> appliances;
     std::vector<SAmbiguousLun> ambiguous;
-    nlohmann::json document;  ///< all of it
+    std::shared_ptr<const nlohmann::json> document;  ///< all of it; never null in one that was read
 
     /// Null when the inspection tells nothing of it.
     const SInspectedAppliance* appliance(const std::string& name) const;
@@ -93,6 +94,8 @@ struct SInspection
     /// True when a device path shows a LUN, and for certain not this one.
     bool showsAnother(const std::string& path, const std::string& serial) const;
 
+    /// A LUN that several groups seem to hold, so that no snapshot can be taken of it; null for any other.
+    const SAmbiguousLun* ambiguity(const std::string& serial) const;
     /// Why nothing certain is known of a group; empty when it was read as a whole.
     std::string doubt(const GroupKey& key) const;
 

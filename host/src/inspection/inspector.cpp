@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <system_error>
 
+#include "base/process_stat.h"
 #include "host/src/guardian/program.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/provider_library.h"
@@ -33,10 +34,9 @@ std::string findInspector(const std::string& provider)
         const std::filesystem::path beside = std::filesystem::path(provider).parent_path() / file;
         if (isProgram(beside)) return beside;
     }
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    const std::filesystem::path program = base::thisProgram();
     const std::filesystem::path path = (program.parent_path() / ".." / FICTL_INSPECTOR_DIR / file).lexically_normal();
-    return !error && isProgram(path) ? path.string() : std::string();
+    return !program.empty() && isProgram(path) ? path.string() : std::string();
 }
 
 std::string firstLineOf(const std::string& text)

@@ -32,6 +32,9 @@ class CKnowledge
     /// Why nothing was seen; empty when something was.
     const std::string& why() const { return m_inspector.why(); }
 
+    /// Why nothing certain is known of a group; empty when it was seen as a whole.
+    std::string doubt(const GroupKey& group) const { return m_seen ? m_seen->doubt(group) : why(); }
+
     CInspector& inspector() { return m_inspector; }
 
     /// Warns, once for each text, that something could not be looked at.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <nlohmann/json.hpp>
 #include <numeric>
 #include <system_error>
 
@@ -51,6 +52,21 @@ void fit(std::vector<size_t>& widths, size_t lineWidth)
 }
 
 }  // namespace
+
+SResult resultOf(json document, std::string text)
+{
+    return {.document = std::make_shared<const json>(std::move(document)), .text = std::move(text)};
+}
+
+SResult versionResult(const std::string& version)
+{
+    return resultOf({{"fictl", {{"version", version}}}}, "fictl " + version + "\n");
+}
+
+json textOrNull(const std::string& text)
+{
+    return text.empty() ? json() : json(text);
+}
 
 std::string formatTable(const Rows& rows)
 {

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
@@ -13,11 +14,19 @@ using nlohmann::json;
 /// What a command writes to standard output: one of the two, as the user asked.
 struct SResult
 {
-    json document;
-    std::string text;
+    std::shared_ptr<const json> document{};  ///< null for a text that is the same in every form
+    std::string text{};
     EExit exit = EExit::OK;
     bool isDelivery = false;  ///< the command's work is that somebody gets all of this
 };
+
+SResult resultOf(json document, std::string text);
+
+/// What --version gives.
+SResult versionResult(const std::string& version);
+
+/// A text in a document; null for an empty one.
+json textOrNull(const std::string& text);
 
 using Rows = std::vector<std::vector<std::string>>;
 

@@ -4,54 +4,19 @@
 #include <sys/random.h>
 #include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <system_error>
+#include <optional>
+#include <utility>
+
+#include "base/process_stat.h"
 
 namespace fictl {
 
 namespace {
 
-std::string bootId()
+// A process as it is now; nothing for a number that no process can have.
+std::optional<base::SProcessStat> statOf(int64_t pid)
 {
-    std::ifstream file("/proc/sys/kernel/random/boot_id");
-    std::string id;
-    std::getline(file, id);
-    return id;
-}
-
-struct SProcStat
-{
-    char state = 'X';
-    int64_t startTime = -1;
-};
-
-// The program name in /proc/<pid>/stat stands in parentheses and may hold blanks and parentheses itself, so the fields
-// are counted from the last closing one. State is field 3, the start time field 22.
-SProcStat readStat(int64_t pid)
-{
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(file, line);
-    const size_t close = line.rfind(')');
-    if (close == std::string::npos) return {};
-    std::istringstream fields(line.substr(close + 1));
-    SProcStat stat;
-    fields >> stat.state;
-    std::string skipped;
-    constexpr int BETWEEN = 18;
-    for (int i = 0; i < BETWEEN; ++i) {
-        fields >> skipped;
-    }
-    if (!(fields >> stat.startTime)) return {};
-    return stat;
-}
-
-std::string pidNamespace()
-{
-    std::error_code ignored;
-    return std::filesystem::read_symlink("/proc/self/ns/pid", ignored).string();
+    return std::in_range<pid_t>(pid) ? base::readProcessStat(static_cast<pid_t>(pid)) : std::nullopt;
 }
 
 // Locks of this kind belong to the process, so no child inherits one, and they are gone when it is. Closing any
@@ -120,7 +85,12 @@ COwnerLock::~COwnerLock()
 
 SProcessIdentity thisProcess()
 {
-    return {getpid(), bootId(), readStat(getpid()).startTime, pidNamespace(), g_lock};
+    const std::optional<base::SProcessStat> stat = statOf(getpid());
+    return {.pid = getpid(),
+            .bootId = base::bootId(),
+            .startTime = stat ? static_cast<int64_t>(stat->startTime) : SProcessIdentity::UNKNOWN_START,
+            .pidNamespace = base::pidNamespace(),
+            .lock = g_lock};
 }
 
 bool isAlive(const SProcessIdentity& process)
@@ -128,10 +98,10 @@ bool isAlive(const SProcessIdentity& process)
     if (process.pid <= 0) return false;
     const EHeld held = isHeld(process.lock);
     if (held == EHeld::YES) return true;
-    if (process.bootId != bootId()) return false;
-    if (!process.pidNamespace.empty() && process.pidNamespace != pidNamespace()) return held == EHeld::UNKNOWN;
-    const SProcStat stat = readStat(process.pid);
-    return stat.startTime == process.startTime && stat.startTime >= 0 && stat.state != 'Z' && stat.state != 'X';
+    if (process.bootId != base::bootId()) return false;
+    if (!process.pidNamespace.empty() && process.pidNamespace != base::pidNamespace()) return held == EHeld::UNKNOWN;
+    const std::optional<base::SProcessStat> stat = statOf(process.pid);
+    return stat && !stat->isGone() && std::cmp_equal(stat->startTime, process.startTime);
 }
 
 }  // namespace fictl

@@ -11,6 +11,8 @@ namespace fictl {
  */
 struct SProcessIdentity
 {
+    static constexpr int64_t UNKNOWN_START = -1;  ///< of no living process
+
     int64_t pid = 0;
     std::string bootId;        ///< changes with every start of the host
     int64_t startTime = 0;     ///< clock ticks since that start
@@ -34,6 +36,7 @@ class COwnerLock
     COwnerLock& operator=(const COwnerLock&) = delete;
 };
 
+/// This process as it is now, with the lock that it holds; to be asked for while a COwnerLock lives.
 SProcessIdentity thisProcess();
 /// False once the process is gone, also when another one has its id now. A process that is dead but not yet reaped is
 /// gone. One of another process-id namespace of this host that holds no lock cannot be seen and counts as alive.

@@ -2,9 +2,11 @@
 
 #include <dlfcn.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <system_error>
 
+#include "base/process_stat.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
 
@@ -25,9 +27,11 @@ std::string lastLoaderError()
 std::string CProviderLibrary::pathOf(const std::string& nameOrPath)
 {
     if (nameOrPath.find('/') != std::string::npos) return nameOrPath;
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) throw EFictl(EExit::PROVIDER, "cannot tell where fictl itself lies: " + error.message(), NEXT);
+    const std::filesystem::path program = base::thisProgram();
+    if (program.empty()) {
+        const std::string reason = std::error_code(errno, std::generic_category()).message();
+        throw EFictl(EExit::PROVIDER, "cannot tell where fictl itself lies: " + reason, NEXT);
+    }
     return (program.parent_path() / ".." / FICTL_PROVIDER_DIR / ("lib" + nameOrPath + ".so")).lexically_normal();
 }
 

@@ -100,6 +100,11 @@ std::string printable(std::string_view text)
     return shown;
 }
 
+std::string counted(size_t number, const std::string& noun)
+{
+    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
 std::string secondsText(double seconds)
 {
     char text[32];

@@ -13,6 +13,8 @@ bool isProviderName(std::string_view name);
 bool isPlainText(std::string_view text);
 /// The text fit for a message: control characters and bytes that are not UTF-8 as \xNN.
 std::string printable(std::string_view text);
+/// "1 disk", "2 disks"
+std::string counted(size_t number, const std::string& noun);
 /// "2.3 s"
 std::string secondsText(double seconds);
 

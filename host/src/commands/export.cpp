@@ -6,12 +6,13 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
+#include <nlohmann/json.hpp>
 
+#include "base/file_descriptor.h"
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_document.h"
-#include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
 
@@ -19,11 +20,12 @@ namespace fictl {
 
 namespace {
 
-[[noreturn]] void fail(const std::string& doing, const std::string& file)
+struct SExportRequest
 {
-    const std::string reason = std::error_code(errno, std::generic_category()).message();
-    throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
-}
+    std::string name{};
+    std::string file{};       ///< empty: standard output, the document is the command's result
+    bool mayReplace = false;  ///< a file that is there
+};
 
 /// A file of our own making that is gone again unless it was kept: nobody ever sees half a document. It grows under the
 /// name FILE.part, which belongs to whoever holds the lock on it, so that one left by a killed fictl is in nobody's
@@ -38,7 +40,6 @@ class CNewFile
     }
     ~CNewFile()
     {
-        close(m_descriptor);
         if (!m_kept) unlink(m_part.c_str());
     }
     CNewFile(const CNewFile&) = delete;
@@ -48,9 +49,9 @@ class CNewFile
     {
         size_t done = 0;
         while (done < text.size()) {
-            const ssize_t count = ::write(m_descriptor, text.data() + done, text.size() - done);
+            const ssize_t count = ::write(m_output.get(), text.data() + done, text.size() - done);
             if (count < 0 && errno == EINTR) continue;
-            if (count <= 0) fail("write", m_part);
+            if (count <= 0) failFile("write", m_part);
             done += static_cast<size_t>(count);
         }
     }
@@ -58,11 +59,11 @@ class CNewFile
     /// Gives it its name; what has that name already is replaced only when that is wanted.
     void keep(bool mayReplace)
     {
-        if (fsync(m_descriptor) != 0) fail("write", m_part);
+        if (fsync(m_output.get()) != 0) failFile("write", m_part);
         if (rename(mayReplace ? 0 : RENAME_NOREPLACE) != 0) {
             if (!mayReplace && errno == EEXIST) refuseExisting(m_file);
             // A file system without this kind of renaming: it was looked at a moment ago that nothing is there.
-            if (mayReplace || errno != EINVAL || rename(0) != 0) fail("create", m_file);
+            if (mayReplace || errno != EINVAL || rename(0) != 0) failFile("create", m_file);
         }
         m_kept = true;
     }
@@ -80,24 +81,19 @@ class CNewFile
     bool take()
     {
         constexpr mode_t OWNER_ONLY = 0600;
-        m_descriptor = open(m_part.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
-        if (m_descriptor < 0) fail("create", m_part);
-        try {
-            if (flock(m_descriptor, LOCK_EX | LOCK_NB) != 0) fail("create", m_part);
-            struct stat opened = {};
-            struct stat named = {};
-            if (fstat(m_descriptor, &opened) != 0) fail("create", m_part);
-            if (lstat(m_part.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev) {
-                requireOwn(opened);
-                if (ftruncate(m_descriptor, 0) != 0) fail("write", m_part);
-                return true;
-            }
-        } catch (const EFictl&) {
-            close(m_descriptor);
-            throw;
-        }
-        close(m_descriptor);
-        return false;
+        m_output = base::CFileDescriptor(
+            open(m_part.c_str(), O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY));
+        if (!m_output) failFile("create", m_part);
+        if (flock(m_output.get(), LOCK_EX | LOCK_NB) != 0) failFile("create", m_part);
+        struct stat opened = {};
+        struct stat named = {};
+        if (fstat(m_output.get(), &opened) != 0) failFile("create", m_part);
+        const bool isNamed =
+            lstat(m_part.c_str(), &named) == 0 && named.st_ino == opened.st_ino && named.st_dev == opened.st_dev;
+        if (!isNamed) return false;
+        requireOwn(opened);
+        if (ftruncate(m_output.get(), 0) != 0) failFile("write", m_part);
+        return true;
     }
 
     // Something that somebody prepared must not become the document.
@@ -109,12 +105,12 @@ class CNewFile
             return;
         }
         errno = EEXIST;
-        fail("create", m_part);
+        failFile("create", m_part);
     }
 
     std::string m_file;
     std::string m_part;
-    int m_descriptor = -1;
+    base::CFileDescriptor m_output;  // holds the lock
     bool m_kept = false;
 };
 
@@ -129,12 +125,11 @@ void requireRoom(const std::string& file, bool force)
                  "give another file");
 }
 
-}  // namespace
-
-SResult exportSnapshot(const std::string& name, const std::string& file, bool force)
+SResult exportSnapshot(const SExportRequest& request)
 {
+    const auto& [name, file, mayReplace] = request;
     requireSnapshotName(name);
-    if (!file.empty()) requireRoom(file, force);
+    if (!file.empty()) requireRoom(file, mayReplace);
     CCatalog catalog;
     SSnapshot snapshot = catalog.get(name);
     const bool isWhole = snapshot.state == EState::COMPLETE || snapshot.state == EState::IMPORTED ||
@@ -146,12 +141,27 @@ SResult exportSnapshot(const std::string& name, const std::string& file, bool fo
     const std::string text = writeDocument(snapshot);
     // Before anybody can have the document: from then on another host may work with the copies.
     catalog.markExported(name);
-    if (file.empty()) return {json::parse(text), text, EExit::OK, true};
+    if (file.empty()) {
+        SResult document = resultOf(json::parse(text), text);
+        document.isDelivery = true;
+        return document;
+    }
     CNewFile out(file);
     out.write(text);
-    out.keep(force);
-    return {{{"exported", {{"name", name}, {"file", file}}}},
-            "snapshot \"" + name + "\" is written to " + printable(file) + "\n"};
+    out.keep(mayReplace);
+    return resultOf({{"exported", {{"name", name}, {"file", file}}}},
+                    "snapshot \"" + name + "\" is written to " + printable(file) + "\n");
+}
+
+}  // namespace
+
+CommandRun declareExport(COptions& options)
+{
+    const auto request = std::make_shared<SExportRequest>();
+    options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
+    options.text("--file", request->file, "File to write (standard output)");
+    options.flag("--force", request->mayReplace, "Replace a file that is there");
+    return [request](const SContext&) { return exportSnapshot(*request); };
 }
 
 }  // namespace fictl

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "host/src/catalog/catalog.h"
@@ -23,49 +24,52 @@ std::string groupNames(const SSnapshot& snapshot)
     return list;
 }
 
-const char* yesNo(EMade made)
-{
-    if (made == EMade::UNKNOWN) return "unknown";
-    return made == EMade::YES ? "yes" : "no";
-}
-
-}  // namespace
-
-SResult listSnapshots()
+SResult listSnapshots(const SContext& /*context*/)
 {
     CCatalog catalog;
-    SResult result;
-    result.document = {{"snapshots", json::array()}};
-    std::vector<std::vector<std::string>> rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
+    json summaries = json::array();
+    Rows rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
     std::vector<SSnapshot> snapshots = catalog.list();
     std::sort(snapshots.begin(), snapshots.end(),
               [](const SSnapshot& a, const SSnapshot& b) { return SNameOrder()(a.name, b.name); });
     for (const SSnapshot& snapshot : snapshots) {
-        result.document["snapshots"].push_back(summaryJson(snapshot));
+        summaries.push_back(summaryJson(snapshot));
         rows.push_back({snapshot.name, snapshot.shownState(), snapshot.created, std::to_string(snapshot.devices.size()),
                         groupNames(snapshot)});
     }
-    result.text = formatTable(rows);
-    return result;
+    return resultOf({{"snapshots", std::move(summaries)}}, formatTable(rows));
 }
 
 SResult showSnapshot(const std::string& name)
 {
     CCatalog catalog;
     const SSnapshot snapshot = catalog.get(name);
-    std::vector<std::vector<std::string>> head = {
+    Rows head = {
         {"SNAPSHOT", snapshot.name},   {"STATE", snapshot.shownState()},    {"PROVIDER", snapshot.provider},
         {"CREATED", snapshot.created}, {"CHECKPOINT", snapshot.checkpoint}, {"ORIGIN", snapshot.origin},
     };
     if (!snapshot.message.empty()) head.push_back({"MESSAGE", snapshot.message});
     if (!snapshot.thaw.empty()) head.push_back({"THAW", snapshot.thaw});
-    std::vector<std::vector<std::string>> rows = {
-        {"DEVICE", "APPLIANCE", "GROUP", "SERIAL", "MADE", "IMPORTED AS", "TARGET"}};
+    Rows rows = {{"DEVICE", "APPLIANCE", "GROUP", "SERIAL", "MADE", "IMPORTED AS", "TARGET"}};
     for (const SDevice& device : snapshot.devices) {
         rows.push_back({device.source, device.state.applianceName, device.state.consistencyGroup, device.state.serialNo,
-                        yesNo(device.made), device.importPath, device.target});
+                        madeText(device.made), device.importPath, device.target});
     }
-    return {{{"snapshot", snapshotJson(snapshot)}}, formatValues(head) + "\n" + formatTable(rows)};
+    return snapshotResult(snapshot, formatValues(head) + "\n" + formatTable(rows));
+}
+
+}  // namespace
+
+CommandRun declareList(COptions& /*options*/)
+{
+    return listSnapshots;
+}
+
+CommandRun declareShow(COptions& options)
+{
+    const auto name = std::make_shared<std::string>();
+    options.word("NAME", *name, COptions::EGiven::MUST_BE, "Name of the snapshot");
+    return [name](const SContext&) { return showSnapshot(*name); };
 }
 
 }  // namespace fictl

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "host/src/catalog/snapshot_record.h"
+#include "host/src/output/progress.h"
+#include "host/src/output/result.h"
+
+namespace fictl {
+
+/// What the options for every command say.
+struct SContext
+{
+    std::string provider{};  ///< name or path; empty when the user gave none
+    CProgress progress{false};
+    std::chrono::seconds timeout{0};  ///< of a single appliance command; 0: the provider's own
+
+    /// The provider for a command that is about no record.
+    std::string chosenProvider() const { return provider.empty() ? "cdpfi" : provider; }
+    /// The provider for a record; throws EFictl (USAGE) when the user gave another one than the record's.
+    std::string providerFor(const SSnapshot& snapshot) const;
+};
+
+/// What a command does once its command line was read. It returns what goes to standard output and throws EFictl when
+/// it cannot do its work.
+using CommandRun = std::function<SResult(const SContext&)>;
+
+/**
+ * What may stand behind a command. Each declaration names the place of the value, which keeps what it holds when the
+ * command line does not give one, and must live until the command line was read. The texts are those of --help.
+ */
+class COptions
+{
+  public:
+    enum class EGiven
+    {
+        MUST_BE,
+        MAY_BE,
+    };
+
+    COptions() = default;
+    virtual ~COptions() = default;
+    COptions(const COptions&) = delete;
+    COptions& operator=(const COptions&) = delete;
+
+    virtual void word(const char* name, std::string& value, EGiven given, const char* help) = 0;
+    /// As many as there are.
+    virtual void words(const char* name, std::vector<std::string>& values, EGiven given, const char* help) = 0;
+    virtual void text(const char* name, std::string& value, const char* help) = 0;
+    /// 1 to 86400.
+    virtual void seconds(const char* name, std::chrono::seconds& value, const char* help) = 0;
+    virtual void flag(const char* name, bool& value, const char* help) = 0;
+};
+
+}  // namespace fictl

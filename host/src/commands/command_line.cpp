@@ -1,0 +1,127 @@
+#include "host/src/commands/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include "host/src/commands/commands.h"
+#include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+/// The options of one command, or of all.
+class CLibraryOptions : public COptions
+{
+  public:
+    explicit CLibraryOptions(CLI::App& command) : m_command(command) {}
+
+    void word(const char* name, std::string& value, EGiven given, const char* help) override
+    {
+        m_command.add_option(name, value, help)->required(given == EGiven::MUST_BE);
+    }
+    void words(const char* name, std::vector<std::string>& values, EGiven given, const char* help) override
+    {
+        m_command.add_option(name, values, help)->required(given == EGiven::MUST_BE);
+    }
+    void text(const char* name, std::string& value, const char* help) override
+    {
+        m_command.add_option(name, value, help);
+    }
+    void seconds(const char* name, std::chrono::seconds& value, const char* help) override
+    {
+        m_command
+            .add_option_function<long>(
+                name, [&value](long given) { value = std::chrono::seconds(given); }, help)
+            ->check(CLI::Range(1L, 86400L));
+    }
+    void flag(const char* name, bool& value, const char* help) override { m_command.add_flag(name, value, help); }
+
+  private:
+    CLI::App& m_command;
+};
+
+std::string exitCodeText()
+{
+    std::string text = "Exit codes:\n";
+    for (const SExitCode& code : exitCodes()) {
+        const std::string number = std::to_string(static_cast<int>(code.code));
+        text += std::string(4 - number.size(), ' ') + number + "  " + code.meaning + "\n";
+    }
+    return text;
+}
+
+CLI::App& add(CLI::App& parent, const char* name, const char* help)
+{
+    CLI::App* const command = parent.add_subcommand(name, help);
+    // The options for every command may stand behind it too.
+    command->fallthrough();
+    return *command;
+}
+
+void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
+{
+    for (const SCommand& entry : COMMANDS) {
+        if (entry.group != group) continue;
+        CLI::App& command = add(parent, entry.name, entry.help);
+        CLibraryOptions options(command);
+        command.callback([&line, run = entry.declare(options)] { line.run = run; });
+    }
+}
+
+void build(CLI::App& app, SCommandLine& line)
+{
+    app.require_subcommand(1);
+    app.add_option("--output", line.output, "Form of standard output: table or json")
+        ->check(CLI::IsMember({"table", "json"}));
+    CLibraryOptions options(app);
+    options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
+    options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
+    options.flag("--verbose", line.isVerbose,
+                 "Write a line for each step to standard error, also when it is no terminal");
+    app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");
+    app.footer(exitCodeText);
+    addCommands(app, "", line);
+    for (const SCommandGroup& entry : COMMAND_GROUPS) {
+        CLI::App& group = add(app, entry.name, entry.help);
+        group.require_subcommand(1);
+        addCommands(group, entry.name, line);
+    }
+}
+
+// What is wrong with the command line. Of a word that is no command the library says that a command is missing.
+EFictl usageError(const CLI::App& app, const CLI::ParseError& error)
+{
+    const std::vector<std::string> words = app.remaining(true);
+    return {EExit::USAGE, words.empty() ? error.what() : "\"" + printable(words.front()) + "\" is not understood",
+            "fictl --help"};
+}
+
+// The form that was asked for, as far as the command line was understood.
+std::string outputOf(const CLI::App& app)
+{
+    const std::vector<std::string> given = app.get_option("--output")->results();
+    return given.empty() ? std::string() : given.back();
+}
+
+}  // namespace
+
+void readCommandLine(int argc, char** argv, SCommandLine& line)
+{
+    CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
+    build(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp&) {
+        line.output = "table";
+        line.run = [text = app.help()](const SContext&) { return SResult{.text = text}; };
+    } catch (const CLI::CallForVersion& version) {
+        line.output = outputOf(app);
+        line.run = [text = std::string(version.what())](const SContext&) { return versionResult(text); };
+    } catch (const CLI::ParseError& error) {
+        line.output = outputOf(app);
+        throw usageError(app, error);
+    }
+}
+
+}  // namespace fictl

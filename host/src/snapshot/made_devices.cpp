@@ -1,0 +1,72 @@
+#include "host/src/snapshot/made_devices.h"
+
+#include "host/src/output/error.h"
+#include "host/src/provider/node.h"
+
+namespace fictl {
+
+namespace {
+
+void markMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeResult& made)
+{
+    for (size_t i = 0; i < record.devices.size(); ++i) {
+        SDevice& device = record.devices[i];
+        if (!made.made.contains(device.node)) continue;
+        device.made = EMade::YES;
+        const auto target = made.targets.find(device.node);
+        if (target != made.targets.end()) device.target = target->second;
+        try {
+            device.state = nodes[i]->state();
+        } catch (const EFictl& error) {
+            // The copy is there and the record written before it names it well enough.
+            CProgress::warn(error.what());
+        }
+    }
+}
+
+// A provider makes the groups' checkpoints in order and stops at the first that fails: whether the appliance made that
+// one after all is not known, later ones were never asked for. A name that is taken is another snapshot's checkpoint,
+// which must never be disposed of here.
+void markUnanswered(SSnapshot& record, const SMakeResult& made)
+{
+    std::set<GroupKey> missing;
+    for (const SDevice& device : record.devices) {
+        if (device.made != EMade::YES) missing.insert(device.group());
+    }
+    const bool isInOrder = made.status != OBZ_OK && !missing.empty();
+    for (SDevice& device : record.devices) {
+        if (device.made == EMade::YES) continue;
+        const bool wasAsked = !isInOrder || device.group() == *missing.begin();
+        device.made = wasAsked && !saysAlreadyThere(made.report) ? EMade::UNKNOWN : EMade::NO;
+    }
+}
+
+}  // namespace
+
+void enterMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeResult& made)
+{
+    markMade(record, nodes, made);
+    markUnanswered(record, made);
+}
+
+std::string compareWithAppliances(SSnapshot& record, CKnowledge& knowledge)
+{
+    std::string contradiction;
+    const SInspection* const seen = knowledge.lookToSettle();
+    for (const GroupKey& key : record.groups()) {
+        const EThere there = seen == nullptr ? EThere::UNKNOWN : seen->hasCheckpoint(key, record.checkpoint);
+        if (there == EThere::UNKNOWN) {
+            knowledge.warnUnguarded("whether group " + groupText(key) + " has checkpoint " + record.checkpoint,
+                                    knowledge.doubt(key));
+        }
+        if (there != EThere::NO) continue;
+        const std::vector<SDevice*> devices = record.devicesOf(key);
+        if (devices.front()->made == EMade::YES) contradiction += (contradiction.empty() ? "" : ", ") + groupText(key);
+        for (SDevice* const device : devices) {
+            device->made = EMade::NO;
+        }
+    }
+    return contradiction;
+}
+
+}  // namespace fictl
