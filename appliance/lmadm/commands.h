@@ -1,19 +1,115 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
 
-#include "appliance/lmadm/session.h"
+#include "appliance/lmadm/options.h"
 
 namespace lumora {
 
-/// Each adds its commands to the command line; a command runs when the line has been parsed and throws EApplianceError.
-/// `options` is filled by then and must outlive `app`.
-void addApplianceCommands(CLI::App& app, const SOptions& options);
-void addHostCommands(CLI::App& app, const SOptions& options);
-void addGroupCommands(CLI::App& app, const SOptions& options);
-void addLunCommands(CLI::App& app, const SOptions& options);
-void addDataCommands(CLI::App& app, const SOptions& options);
-void addFaultCommands(CLI::App& app, const SOptions& options);
-void addWorkloadCommands(CLI::App& app, const SOptions& options);
+/// The commands of lmadm, with what the command line says of each. Each opens the store, does its work and prints its
+/// document. They throw EApplianceError.
+
+/// Makes the store when it is not there.
+void createAppliance(const SOptions& options, const std::string& name);
+void listAppliances(const SOptions& options);
+void showAppliance(const SOptions& options, const std::string& name);
+void deleteAppliance(const SOptions& options, const std::string& name);
+
+void createHost(const SOptions& options, const std::string& name);
+void listHosts(const SOptions& options);
+void deleteHost(const SOptions& options, const std::string& name);
+
+struct SHostSetup
+{
+    std::string root;   ///< folder that stands for "/" on the host
+    std::string host;   ///< its name on the appliances
+    std::string tools;  ///< folder of lmsh and kforutil; empty: the folder of the running program
+};
+/// Makes the files by which a host finds its appliances and tools, each replaced in one step:
+///   <root>/etc/qz/appliance.conf   store and host name, for lmsh and kforutil
+///   <root>/etc/qz/hls.conf         one RSURL line for each appliance of the store; other lines stay
+///   <root>/etc/qz/cdpfi.conf       tool paths and host name of the provider; other settings stay
+///   <root>/opt/QXPKlm/bin/lmsh     link to lmsh
+/// Running it again brings them up to date. Status missing when no appliance knows the host, malformed when the tools
+/// are not where they should be.
+void setUpHost(const SOptions& options, const SHostSetup& setup);
+
+void createGroup(const SOptions& options, const std::string& name);
+void listGroups(const SOptions& options);
+void showGroup(const SOptions& options, const std::string& name);
+void deleteGroup(const SOptions& options, const std::string& name);
+
+struct SNewLun
+{
+    std::string name;
+    std::string group;
+    std::string size;  ///< as parseSize reads it; empty: that of the file
+    std::string file;  ///< whose content it begins with; empty: it reads as zeros
+};
+void createLun(const SOptions& options, const SNewLun& lun);
+void listLuns(const SOptions& options);
+void deleteLun(const SOptions& options, const std::string& name);
+
+struct SPresentation
+{
+    std::string lun;
+    std::string host;
+};
+void presentLun(const SOptions& options, const SPresentation& presentation);
+void unpresentLun(const SOptions& options, const SPresentation& presentation);
+
+struct SWrite
+{
+    std::string lun;
+    std::string offset;
+    std::string length;   ///< empty: to the end of the LUN, or all of the input
+    std::string pattern;  ///< to repeat; either this or the input
+    std::string input;    ///< regular file
+};
+void writeLun(const SOptions& options, const SWrite& write);
+
+struct SRange
+{
+    std::string lun;
+    std::string offset = "0";
+    std::string length;  ///< empty: to the end of the LUN
+};
+/// The bytes as they are.
+void readLun(const SOptions& options, const SRange& range);
+void sumLun(const SOptions& options, const SRange& range);
+
+struct SNewFault
+{
+    std::string kind;
+    std::string match;
+    int64_t nth = 1;
+    int64_t times = 1;
+    std::optional<double> seconds;
+    std::optional<int64_t> bytes;
+};
+void armFault(const SOptions& options, const SNewFault& fault);
+void listFaults(const SOptions& options);
+void showFault(const SOptions& options, const int64_t& id);
+/// The given ones, or all.
+void clearFaults(const SOptions& options, const std::vector<int64_t>& ids);
+
+struct SWorkloadRun
+{
+    std::string group;
+    std::string log;
+    size_t writers = 4;
+    uint64_t writes = 0;  ///< 0: until a signal comes
+};
+void runWorkload(const SOptions& options, const SWorkloadRun& workload);
+
+struct SWorkloadCheck
+{
+    std::string log;
+    std::vector<std::string> images;  ///< LUN=FILE
+};
+void checkWorkload(const SOptions& options, const SWorkloadCheck& check);
 
 }  // namespace lumora

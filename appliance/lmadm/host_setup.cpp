@@ -1,14 +1,15 @@
-#include "appliance/lmadm/host_setup.h"
-
 #include <unistd.h>
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <sstream>
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/files/file_io.h"
+#include "appliance/lmadm/commands.h"
+#include "appliance/lmadm/session.h"
 #include "base/process_stat.h"
 
 namespace lumora {
@@ -114,8 +115,9 @@ void checkHostIsKnown(CSession& session, const std::vector<SAppliance>& applianc
 
 }  // namespace
 
-Json setUpHost(CSession& session, const SHostSetup& setup)
+void setUpHost(const SOptions& options, const SHostSetup& setup)
 {
+    CSession session(options);
     checkName(EObject::HOST, setup.host);
     const std::vector<SAppliance> appliances = session.inventory().appliances();
     checkHostIsKnown(session, appliances, setup.host);
@@ -138,7 +140,7 @@ Json setUpHost(CSession& session, const SHostSetup& setup)
         written.push_back((folder / name).string());
     }
     written.push_back(link.string());
-    return {{"host", setup.host}, {"root", root.string()}, {"tools", tools.string()}, {"written", written}};
+    session.print({{"host", setup.host}, {"root", root.string()}, {"tools", tools.string()}, {"written", written}});
 }
 
 }  // namespace lumora

@@ -1,6 +1,8 @@
 #include "appliance/lmadm/output.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
 #include <vector>
 
 #include "appliance/core/conventions/tool.h"
@@ -97,6 +99,18 @@ void printList(const char* name, const Json& rows, EOutput output)
         printJson({{name, rows}});
     } else {
         printLines(formatTable(rows, ""));
+    }
+}
+
+void printRefusal(EStatus status, const std::string& text, const std::optional<std::string>& next)
+{
+    Json error = {{"exit", static_cast<int>(status)}, {"code", statusWord(status)}, {"message", text}};
+    error["next"] = next ? Json(*next) : Json(nullptr);
+    try {
+        printJson({{"error", error}});
+    } catch (const EApplianceError& failure) {
+        // The refusal itself is what counts.
+        std::fprintf(stderr, "lmadm: %s\n", failure.what());
     }
 }
 

@@ -1,17 +1,15 @@
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
 #include <string>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/lmadm/options.h"
 
 namespace lumora {
 
 using Json = nlohmann::ordered_json;
-
-enum class EOutput : uint8_t
-{
-    TABLE,
-    JSON
-};
 
 /// Each prints one document on standard output, as JSON or for people. As JSON it is an object that begins with
 /// "schema_version": 1, which changes when a key goes or means something else; a list stands in it under its name.
@@ -20,5 +18,8 @@ enum class EOutput : uint8_t
 void printRecord(const Json& record, EOutput output);
 /// For people a list of records is a table whose columns are the keys of the first record.
 void printList(const char* name, const Json& rows, EOutput output);
+
+/// A refusal as a document; `next` is what to do about it. Where it cannot be written standard error says so.
+void printRefusal(EStatus status, const std::string& text, const std::optional<std::string>& next);
 
 }  // namespace lumora

@@ -1,5 +1,7 @@
 #include "appliance/lmadm/session.h"
 
+#include <nlohmann/json.hpp>
+
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 

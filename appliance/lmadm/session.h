@@ -9,14 +9,6 @@
 
 namespace lumora {
 
-/// What stands on the command line beside the command.
-struct SOptions
-{
-    std::string store;
-    std::string appliance;  ///< empty: the only one
-    EOutput output = EOutput::TABLE;
-};
-
 /// An opened store for one command of lmadm.
 class CSession
 {

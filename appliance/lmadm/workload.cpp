@@ -1,12 +1,13 @@
 #include <atomic>
 #include <csignal>
-#include <memory>
+#include <nlohmann/json.hpp>
 #include <random>
 #include <thread>
 
 #include "appliance/core/content/workload.h"
 #include "appliance/core/conventions/error.h"
 #include "appliance/lmadm/commands.h"
+#include "appliance/lmadm/session.h"
 
 namespace lumora {
 
@@ -15,14 +16,6 @@ namespace {
 constexpr uint64_t MOST_SECTORS = 16;
 
 std::atomic<bool> g_stopAsked = false;  // lock-free, so that the handler may set it
-
-struct SRunArguments
-{
-    std::string group;
-    std::string log;
-    size_t writers = 4;
-    uint64_t writes = 0;  // 0: until a signal comes
-};
 
 void requireZeros(CSession& session, const SAppliance& appliance, const SLun& lun)
 {
@@ -60,7 +53,9 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
     }
 }
 
-void run(const SOptions& options, const SRunArguments& given)
+}  // namespace
+
+void runWorkload(const SOptions& options, const SWorkloadRun& given)
 {
     CSession session(options);
     const SAppliance appliance = session.appliance();
@@ -109,13 +104,7 @@ void run(const SOptions& options, const SRunArguments& given)
     session.print({{"group", given.group}, {"writes", log.writes()}});
 }
 
-struct SCheckArguments
-{
-    std::string log;
-    std::vector<std::string> images;  // LUN=FILE
-};
-
-void check(const SOptions& options, const SCheckArguments& given)
+void checkWorkload(const SOptions& options, const SWorkloadCheck& given)
 {
     std::map<std::string, std::filesystem::path> images;
     for (const std::string& image : given.images) {
@@ -127,32 +116,6 @@ void check(const SOptions& options, const SCheckArguments& given)
     }
     const SWorkload workload = readWorkload(given.log);
     printRecord({{"prefix", findPrefix(workload, images)}, {"writes", workload.writes.size()}}, options.output);
-}
-
-}  // namespace
-
-void addWorkloadCommands(CLI::App& app, const SOptions& options)
-{
-    CLI::App& parent =
-        *app.add_subcommand("workload", "Write to a group in a known order, and find images in that order")
-             ->require_subcommand(1);
-    CLI::App* const runner =
-        parent.add_subcommand("run", "Write to all LUNs of a group, which read as zeros, until a signal comes");
-    const auto toRun = std::make_shared<SRunArguments>();
-    runner->add_option("group", toRun->group, "Name of the group")->required();
-    runner->add_option("--log", toRun->log, "New file for the order of the writes")->required();
-    runner->add_option("--writers", toRun->writers, "Writers at once (default: 4)")
-        ->check(CLI::Range(size_t{1}, size_t{64}));
-    runner->add_option("--writes", toRun->writes,
-                       "Stop after this many writes or a few more (default: when a signal comes)");
-    runner->callback([toRun, &options] { run(options, *toRun); });
-
-    CLI::App* const checker =
-        parent.add_subcommand("check", "Tell how many of the writes images of all the LUNs are the exact outcome of");
-    const auto toCheck = std::make_shared<SCheckArguments>();
-    checker->add_option("--log", toCheck->log, "Log of the workload")->required();
-    checker->add_option("images", toCheck->images, "LUN=FILE for each LUN of the log")->required();
-    checker->callback([toCheck, &options] { check(options, *toCheck); });
 }
 
 }  // namespace lumora

@@ -1,0 +1,238 @@
+#include "appliance/lmadm/command_line.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/faults/fault_kinds.h"
+#include "appliance/lmadm/commands.h"
+
+namespace lumora {
+
+namespace {
+
+constexpr const char* FOOTER =
+    "Exit status: 0 done, 2 wrong usage or an unusable name, 3 an object does not exist, 4 an object exists\n"
+    "already, 5 an object is in use, 6 storage failure, 7 store or configuration unusable, 1 anything else.";
+
+constexpr int64_t MOST = int64_t{1} << 40U;
+
+// A command and what the line says for it, which its options fill.
+template <class Request>
+struct SAdded
+{
+    CLI::App& command;
+    Request& request;
+};
+
+template <class Request>
+SAdded<Request> add(CLI::App& parent, const SOptions& options, const char* word, const char* description,
+                    void (*run)(const SOptions&, const Request&))
+{
+    CLI::App* const command = parent.add_subcommand(word, description);
+    const auto request = std::make_shared<Request>();
+    command->callback([request, run, &options] { run(options, *request); });
+    return {*command, *request};
+}
+
+void add(CLI::App& parent, const SOptions& options, const char* word, const char* description,
+         void (*run)(const SOptions&))
+{
+    parent.add_subcommand(word, description)->callback([run, &options] { run(options); });
+}
+
+// A command with one name as its argument.
+void addNamed(CLI::App& parent, const SOptions& options, const char* word, const char* description,
+              const char* argument, void (*run)(const SOptions&, const std::string&))
+{
+    const auto [command, name] = add(parent, options, word, description, run);
+    command.add_option("name", name, argument)->required();
+}
+
+// A word that asks for one of its commands.
+CLI::App& addParent(CLI::App& app, const char* word, const char* description)
+{
+    return *app.add_subcommand(word, description)->require_subcommand(1);
+}
+
+void addApplianceCommands(CLI::App& app, const SOptions& options)
+{
+    constexpr const char* NAME = "Name of the appliance";
+    CLI::App& parent = addParent(app, "appliance", "Create, list, show and delete appliances");
+    addNamed(parent, options, "create", "Create an appliance; makes the store when it is not there", NAME,
+             createAppliance);
+    add(parent, options, "list", "List the appliances of the store", listAppliances);
+    addNamed(parent, options, "show", "Show an appliance with its hosts and groups", NAME, showAppliance);
+    addNamed(parent, options, "delete", "Delete an appliance that has no groups and hosts any more", NAME,
+             deleteAppliance);
+}
+
+void addHostCommands(CLI::App& app, const SOptions& options)
+{
+    constexpr const char* NAME = "Name of the host";
+    CLI::App& parent = addParent(app, "host", "Create, list, set up and delete hosts");
+    addNamed(parent, options, "create", "Make a host known to the appliance", NAME, createHost);
+    add(parent, options, "list", "List the hosts that the appliance knows", listHosts);
+    addNamed(parent, options, "delete", "Delete a host that has no LUNs and permissions any more", NAME, deleteHost);
+    const auto [setup, given] =
+        add(parent, options, "setup",
+            "Write the configuration of a host: which store it uses, its appliances and its tools", setUpHost);
+    setup.add_option("--root", given.root, "Folder that stands for / on the host")->required();
+    setup.add_option("--host", given.host, "Name that the appliances know the host by")->required();
+    setup.add_option("--tools", given.tools, "Folder of lmsh and kforutil (default: where lmadm is)");
+}
+
+void addGroupCommands(CLI::App& app, const SOptions& options)
+{
+    constexpr const char* NAME = "Name of the group";
+    CLI::App& parent = addParent(app, "group", "Create, list, show and delete consistency groups");
+    addNamed(parent, options, "create", "Create a consistency group", NAME, createGroup);
+    add(parent, options, "list", "List the consistency groups", listGroups);
+    addNamed(parent, options, "show", "Show a group with its LUNs, annotations and time images", NAME, showGroup);
+    addNamed(parent, options, "delete", "Delete an empty group", NAME, deleteGroup);
+}
+
+void addPresentation(CLI::App& parent, const SOptions& options, const char* word, const char* description,
+                     void (*run)(const SOptions&, const SPresentation&))
+{
+    const auto [command, given] = add(parent, options, word, description, run);
+    command.add_option("lun", given.lun, "Name of the LUN")->required();
+    command.add_option("host", given.host, "Name of the host")->required();
+}
+
+void addLunCommands(CLI::App& app, const SOptions& options)
+{
+    CLI::App& parent = addParent(app, "lun", "Create, list, delete and present LUNs");
+    const auto [create, given] =
+        add(parent, options, "create", "Create a LUN that reads as zeros, or from a file", createLun);
+    create.add_option("name", given.name, "Name of the LUN")->required();
+    create.add_option("--group", given.group, "Consistency group that protects the LUN")->required();
+    create.add_option("--size", given.size, "Size, such as 64MiB or 1GiB (default: that of the file)");
+    create.add_option("--file", given.file, "Existing file whose content is copied into the LUN");
+    add(parent, options, "list", "List the LUNs with serials and device paths", listLuns);
+    addNamed(parent, options, "delete", "Delete a LUN and its data", "Name of the LUN", deleteLun);
+    addPresentation(parent, options, "present", "Show a LUN to a host as a disk", presentLun);
+    addPresentation(parent, options, "unpresent", "Take a LUN away from a host", unpresentLun);
+}
+
+void addRange(CLI::App& app, const SOptions& options, const char* word, const char* description,
+              void (*run)(const SOptions&, const SRange&))
+{
+    const auto [command, given] = add(app, options, word, description, run);
+    command.add_option("lun", given.lun, "Name of the LUN")->required();
+    command.add_option("--offset", given.offset, "First byte (default: 0)");
+    command.add_option("--length", given.length, "Number of bytes (default: up to the end)");
+}
+
+void addDataCommands(CLI::App& app, const SOptions& options)
+{
+    const auto [write, given] = add(app, options, "write", "Write to a LUN through the gate of its group", writeLun);
+    write.add_option("lun", given.lun, "Name of the LUN")->required();
+    write.add_option("--offset", given.offset, "First byte")->required();
+    write.add_option("--length", given.length, "Number of bytes (default: to the end of the LUN, or all of the input)");
+    write.add_option("--pattern", given.pattern, "Text to repeat");
+    write.add_option("--input", given.input, "Regular file to take the bytes from");
+    addRange(app, options, "read", "Print bytes of a LUN as they are", readLun);
+    addRange(app, options, "checksum", "Print a 64-bit FNV-1a checksum of bytes of a LUN", sumLun);
+}
+
+void addFaultCommands(CLI::App& app, const SOptions& options)
+{
+    CLI::App& parent = addParent(app, "fault", "Let commands of lmsh and kforutil fail, to try what happens then");
+    const auto [arm, given] =
+        add(parent, options, "arm", "Arm a fault for commands that lmsh and kforutil will get", armFault);
+    arm.add_option("kind", given.kind, wordsOf(faultKinds(), " or "))->required();
+    arm.add_option("--match", given.match, "Only commands that hold this text (default: any)");
+    arm.add_option("--nth", given.nth, "The first command that it strikes (default: 1)")
+        ->check(CLI::Range(int64_t{1}, MOST));
+    arm.add_option("--times", given.times, "Commands that it strikes, 0: until cleared (default: 1)")
+        ->check(CLI::Range(int64_t{0}, MOST));
+    arm.add_option("--seconds", given.seconds, "Length of a pause (default: 1)")->check(CLI::Range(0.0, 1e6));
+    arm.add_option("--at", given.bytes, "Bytes of the answer that are kept")->check(CLI::Range(int64_t{0}, MOST));
+    add(parent, options, "list", "List the armed faults with what they counted", listFaults);
+    const auto [show, id] = add(parent, options, "show", "Show one fault and the commands that it struck", showFault);
+    show.add_option("fault", id, "Number of the fault")->required();
+    const auto [clear, ids] = add(parent, options, "clear", "Take faults back: the given ones, or all", clearFaults);
+    clear.add_option("fault", ids, "Numbers of faults (default: all)");
+}
+
+void addWorkloadCommands(CLI::App& app, const SOptions& options)
+{
+    CLI::App& parent = addParent(app, "workload", "Write to a group in a known order, and find images in that order");
+    const auto [run, toRun] = add(
+        parent, options, "run", "Write to all LUNs of a group, which read as zeros, until a signal comes", runWorkload);
+    run.add_option("group", toRun.group, "Name of the group")->required();
+    run.add_option("--log", toRun.log, "New file for the order of the writes")->required();
+    run.add_option("--writers", toRun.writers, "Writers at once (default: 4)")
+        ->check(CLI::Range(size_t{1}, size_t{64}));
+    run.add_option("--writes", toRun.writes,
+                   "Stop after this many writes or a few more (default: when a signal comes)");
+    const auto [check, toCheck] =
+        add(parent, options, "check", "Tell how many of the writes images of all the LUNs are the exact outcome of",
+            checkWorkload);
+    check.add_option("--log", toCheck.log, "Log of the workload")->required();
+    check.add_option("images", toCheck.images, "LUN=FILE for each LUN of the log")->required();
+}
+
+EOutput parseOutput(const std::string& form)
+{
+    if (form != "table" && form != "json") {
+        throw EApplianceError(EStatus::MALFORMED, "--output is table or json, not " + inQuotes(form));
+    }
+    return form == "json" ? EOutput::JSON : EOutput::TABLE;
+}
+
+void addOptions(CLI::App& app, SOptions& options)
+{
+    app.add_option("--store", options.store, "Folder of the store")->envname("LMADM_STORE")->required();
+    app.add_option("--appliance", options.appliance, "Appliance to work on (default: the only one of the store)");
+    app.add_option_function<std::string>(
+        "--output", [&options](const std::string& form) { options.output = parseOutput(form); },
+        "Form of the answer: table or json (default: table)");
+}
+
+// The form that was asked for, as far as the command line was understood.
+EOutput outputOf(const CLI::App& app)
+{
+    const std::vector<std::string> given = app.get_option("--output")->results();
+    return !given.empty() && given.back() == "json" ? EOutput::JSON : EOutput::TABLE;
+}
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv, SOptions& options)
+{
+    CLI::App app("Builds and shows appliances: their hosts, consistency groups, LUNs and data.", "lmadm");
+    // Options of the program may stand behind the command as well.
+    app.fallthrough();
+    app.require_subcommand(1);
+    app.footer(FOOTER);
+    addOptions(app, options);
+    addApplianceCommands(app, options);
+    addHostCommands(app, options);
+    addGroupCommands(app, options);
+    addLunCommands(app, options);
+    addDataCommands(app, options);
+    addFaultCommands(app, options);
+    addWorkloadCommands(app, options);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::RequiredError& error) {
+        options.output = outputOf(app);
+        // Of a word that is no command the library says that a command is missing.
+        const std::vector<std::string> words = app.remaining(true);
+        throw EApplianceError(EStatus::MALFORMED,
+                              words.empty() ? error.what() : inQuotes(words.front()) + " is not understood");
+    } catch (const CLI::ParseError& error) {
+        options.output = outputOf(app);
+        std::string text = error.what();
+        std::replace(text.begin(), text.end(), '\n', ' ');
+        throw EApplianceError(EStatus::MALFORMED, text);
+    }
+    return 0;
+}
+
+}  // namespace lumora
