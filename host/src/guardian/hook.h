@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "base/file_descriptor.h"
+#include "base/child_process.h"
 
 namespace fictl {
 
@@ -36,19 +36,17 @@ struct SHookResult
 class CHookRun
 {
   public:
-    using Clock = std::chrono::steady_clock;
+    using Clock = base::CChildProcess::Clock;
 
     /// Starts the command with this process's environment, in which the lines of added ("NAME=value") stand instead of
     /// what those names held before. When it cannot be started, the run has ended with that as its result.
     CHookRun(const std::string& command, std::chrono::seconds timeout, const std::vector<std::string>& added);
-    ~CHookRun();
-    CHookRun(const CHookRun&) = delete;
-    CHookRun& operator=(const CHookRun&) = delete;
 
-    bool wasStarted() const { return m_pid > 0; }
-    pid_t group() const { return m_pid; }
+    bool wasStarted() const { return m_process.has_value(); }
+    /// Its process group; -1 for a command that was not started.
+    pid_t group() const { return m_process ? m_process->pid() : -1; }
     /// Readable once the command has ended; -1 when the system has none.
-    int descriptor() const { return m_process.get(); }
+    int descriptor() { return m_process ? m_process->descriptor() : -1; }
     /// When look() has something to do at the latest.
     Clock::time_point lookAt() const;
 
@@ -60,16 +58,11 @@ class CHookRun
     const SHookResult& result() const { return m_result; }
 
   private:
-    bool hasEnded();
-    void reap(int options) const;
-    void onTime(Clock::time_point now);
+    SHookResult resultNow() const;
 
     std::chrono::seconds m_timeout;
-    pid_t m_pid = -1;
-    base::CFileDescriptor m_process;
-    Clock::time_point m_limit;                    // for a command that is not being stopped
-    std::optional<Clock::time_point> m_killAt;    // set once it is told to stop
-    std::optional<Clock::time_point> m_giveUpAt;  // set once it was killed
+    Clock::time_point m_limit;                     // for a command that is not being stopped
+    std::optional<base::CChildProcess> m_process;  // nothing when it could not be started
     bool m_timedOut = false;
     bool m_ended = false;
     SHookResult m_result;

@@ -1,17 +1,18 @@
 #include "host/src/guardian/program.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
+#include <span>
 #include <system_error>
+#include <utility>
 
+#include "base/child_process.h"
+#include "base/child_start.h"
+#include "base/pipe.h"
+#include "base/poll_until.h"
 #include "host/src/guardian/guardian.h"
-#include "host/src/process/child_start.h"
 #include "host/src/process/signals.h"
 
 namespace fictl {
@@ -20,46 +21,25 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int SLICE_MS = 100;
+// How soon a stop of fictl is seen.
+constexpr std::chrono::milliseconds SLICE{100};
 constexpr std::chrono::seconds GRACE{1};
 constexpr size_t ERRORS_LIMIT = 4096;
 
-std::string errorText(int error)
+// 0, or the errno value of what failed.
+int startProgram(const std::vector<std::string>& words, const base::CFileDescriptor& output,
+                 const base::CFileDescriptor& errors, pid_t& pid)
 {
-    return std::error_code(error, std::generic_category()).message();
+    const base::CFileDescriptor input = base::openInput();
+    if (!input) return errno;
+    base::SChildStart start;
+    start.programs = {words.front()};
+    start.words = words;
+    start.input = input.get();
+    start.output = output.get();
+    start.errors = errors.get();
+    return base::startChild(start, pid);
 }
-
-/// Both ends of a pipe.
-class CPipe
-{
-  public:
-    CPipe()
-    {
-        if (pipe2(m_ends, O_CLOEXEC) != 0) m_ends[0] = m_ends[1] = -1;
-    }
-    ~CPipe()
-    {
-        closeRead();
-        closeWrite();
-    }
-    CPipe(const CPipe&) = delete;
-    CPipe& operator=(const CPipe&) = delete;
-
-    bool isOpen() const { return m_ends[0] >= 0; }
-    int readEnd() const { return m_ends[0]; }
-    int writeEnd() const { return m_ends[1]; }
-    void closeRead() { closeEnd(m_ends[0]); }
-    void closeWrite() { closeEnd(m_ends[1]); }
-
-  private:
-    static void closeEnd(int& end)
-    {
-        if (end >= 0) close(end);
-        end = -1;
-    }
-
-    int m_ends[2] = {-1, -1};
-};
 
 /// Has the guardian end the program's group if fictl ends before it.
 class CGuarded
@@ -84,48 +64,72 @@ bool readSome(int descriptor, std::string& text, size_t limit)
     return count > 0;
 }
 
-/// Collects both streams until they end; false when the program has to be stopped before.
-bool collect(CPipe& output, CPipe& errors, Clock::time_point deadline, bool stopOnSignal, SProgramEnd& end)
+/// One run of a program, from its start to its end.
+class CProgramRun
 {
-    while (output.isOpen() || errors.isOpen()) {
-        if (stopOnSignal && stopRequested()) {
-            end.stopped = true;
-            return false;
-        }
-        if (Clock::now() >= deadline) {
-            end.timedOut = true;
-            return false;
-        }
-        pollfd streams[] = {{output.readEnd(), POLLIN, 0}, {errors.readEnd(), POLLIN, 0}};
-        poll(streams, 2, SLICE_MS);
+  public:
+    CProgramRun(pid_t pid, std::chrono::seconds limit, bool stopOnSignal, SProgramEnd& end)
+        : m_guarded(pid), m_child(pid), m_deadline(Clock::now() + limit), m_stopOnSignal(stopOnSignal), m_end(end)
+    {
+    }
+
+    /// Collects both streams until they end, and waits for the program's end then: as long as it is not waited for, the
+    /// group's id is its own. False when the program has to be stopped before.
+    bool collect(base::CFileDescriptor output, base::CFileDescriptor errors);
+    /// Returns when it has ended, or when not even SIGKILL ends it.
+    void stop();
+    const base::SExitStatus& exitStatus() const { return m_child.exitStatus(); }
+
+  private:
+    bool mustStop();
+    void wait(std::span<pollfd> watched) const;
+
+    const CGuarded m_guarded;
+    base::CChildProcess m_child;
+    const Clock::time_point m_deadline;
+    const bool m_stopOnSignal;
+    SProgramEnd& m_end;
+};
+
+bool CProgramRun::mustStop()
+{
+    m_end.stopped = m_stopOnSignal && stopRequested();
+    m_end.timedOut = !m_end.stopped && Clock::now() >= m_deadline;
+    return m_end.stopped || m_end.timedOut || m_end.output.size() > CProgram::OUTPUT_LIMIT;
+}
+
+// Until one is ready; not longer than until the next look at what may stop the program.
+void CProgramRun::wait(std::span<pollfd> watched) const
+{
+    base::pollUntil(watched, std::min(m_deadline, Clock::now() + SLICE));
+}
+
+bool CProgramRun::collect(base::CFileDescriptor output, base::CFileDescriptor errors)
+{
+    while (output || errors) {
+        if (mustStop()) return false;
+        pollfd streams[] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}};
+        wait(streams);
         // One byte over the limit tells an output that is too long from one that just fits.
-        if (streams[0].revents != 0 && !readSome(output.readEnd(), end.output, CProgram::OUTPUT_LIMIT + 1)) {
-            output.closeRead();
+        if (streams[0].revents != 0 && !readSome(output.get(), m_end.output, CProgram::OUTPUT_LIMIT + 1)) {
+            output.reset();
         }
-        if (streams[1].revents != 0 && !readSome(errors.readEnd(), end.errors, ERRORS_LIMIT)) errors.closeRead();
-        if (end.output.size() > CProgram::OUTPUT_LIMIT) return false;
+        if (streams[1].revents != 0 && !readSome(errors.get(), m_end.errors, ERRORS_LIMIT)) errors.reset();
     }
-    return true;
+    while (!m_child.hasEnded()) {
+        if (mustStop()) return false;
+        pollfd process[] = {{m_child.descriptor(), POLLIN, 0}};
+        wait(process);
+    }
+    return m_end.output.size() <= CProgram::OUTPUT_LIMIT;
 }
 
-bool waitUntil(pid_t pid, Clock::time_point deadline, int& status)
+void CProgramRun::stop()
 {
-    constexpr int STEP_MS = 10;
-    while (true) {
-        const pid_t done = waitpid(pid, &status, WNOHANG);
-        if (done == pid || (done < 0 && errno != EINTR)) return true;
-        if (Clock::now() >= deadline) return false;
-        poll(nullptr, 0, STEP_MS);
-    }
-}
-
-void stopGroup(pid_t pid, int& status)
-{
-    kill(-pid, SIGTERM);
-    const bool ended = waitUntil(pid, Clock::now() + GRACE, status);
-    // Also after the program itself ended: what it started may still be there.
-    kill(-pid, SIGKILL);
-    while (!ended && waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+    m_child.stop(GRACE, base::CChildProcess::ERest::IS_KILLED);
+    while (!m_child.hasEnded()) {
+        pollfd process[] = {{m_child.descriptor(), POLLIN, 0}};
+        base::pollUntil(process, m_child.lookAt());
     }
 }
 
@@ -134,33 +138,34 @@ void stopGroup(pid_t pid, int& status)
 SProgramEnd CProgram::run() const
 {
     SProgramEnd end;
-    CPipe output;
-    CPipe errors;
-    pid_t pid = 0;
-    const int error = output.isOpen() && errors.isOpen()
-                          ? startChild({m_words.front(), m_words, {}, output.writeEnd(), errors.writeEnd()}, pid)
-                          : errno;
+    base::SPipe output = base::openPipe();
+    base::SPipe errors = base::openPipe();
+    pid_t pid = -1;
+    const int error = output && errors ? startProgram(m_words, output.writeEnd, errors.writeEnd, pid) : errno;
     if (error != 0) {
-        end.reason = "could not be started: " + errorText(error);
+        end.reason = "could not be started: " + std::error_code(error, std::generic_category()).message();
         return end;
     }
     end.started = true;
-    const CGuarded guarded(pid);
-    output.closeWrite();
-    errors.closeWrite();
-    const Clock::time_point deadline = Clock::now() + m_limit;
-    int status = 0;
-    if (!collect(output, errors, deadline, m_stopOnSignal, end) || !waitUntil(pid, deadline, status)) {
-        end.timedOut = end.timedOut || (!end.stopped && end.output.size() <= OUTPUT_LIMIT);
-        stopGroup(pid, status);
+    output.writeEnd.reset();
+    errors.writeEnd.reset();
+    CProgramRun run(pid, m_limit, m_stopOnSignal, end);
+    if (!run.collect(std::move(output.readEnd), std::move(errors.readEnd))) {
+        run.stop();
         end.reason = end.stopped    ? "was stopped by a signal"
                      : end.timedOut ? "did not end within " + std::to_string(m_limit.count()) + " s"
                                     : "wrote more than " + std::to_string(OUTPUT_LIMIT) + " bytes";
         return end;
     }
-    if (WIFEXITED(status)) end.exit = WEXITSTATUS(status);
-    if (WIFSIGNALED(status)) end.reason = "was killed by signal " + std::to_string(WTERMSIG(status));
-    if (WIFEXITED(status) && end.exit != 0) end.reason = "ended with exit status " + std::to_string(end.exit);
+    const base::SExitStatus& status = run.exitStatus();
+    if (status.lost) {
+        end.reason = "ended, and its exit status is lost";
+    } else if (status.signal != 0) {
+        end.reason = "was killed by signal " + std::to_string(status.signal);
+    } else {
+        end.exit = status.exit;
+        if (end.exit != 0) end.reason = "ended with exit status " + std::to_string(end.exit);
+    }
     return end;
 }
 

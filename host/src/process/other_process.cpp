@@ -10,12 +10,11 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <string>
 
+#include "base/child_start.h"
+#include "base/file_read.h"
 #include "host/src/output/error.h"
-#include "host/src/process/child_start.h"
 #include "host/src/process/signals.h"
 
 namespace fictl {
@@ -35,8 +34,8 @@ int triesSoFar()
 
 std::vector<std::string> commandLine()
 {
-    std::ifstream file("/proc/self/cmdline", std::ios::binary);
-    const std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    constexpr size_t LONGEST = size_t{16} * 1024 * 1024;  // more than the system takes
+    const std::string text = base::readFile("/proc/self/cmdline", LONGEST).text;
     std::vector<std::string> words;
     for (size_t begin = 0; begin < text.size();) {
         words.emplace_back(text.c_str() + begin);
@@ -101,8 +100,8 @@ int runInAnotherProcess(const std::vector<int64_t>& taken)
     }
     const std::vector<std::string> words = commandLine();
     const std::vector<std::string> counted = {TRIES + ("=" + std::to_string(tries))};
-    const std::vector<char*> arguments = pointersTo(words);
-    const std::vector<char*> environment = environmentWith(counted);
+    const std::vector<char*> arguments = base::pointersTo(words);
+    const std::vector<char*> environment = base::environmentWith(counted);
     for (int i = 0; i < MOST_CHILDREN; ++i) {
         const pid_t child = startUnlessTaken(taken, arguments.data(), environment.data());
         if (child > 0) return waitFor(child);
