@@ -1,9 +1,10 @@
 #include "providers/cdp/cdp_appliance_factory.h"
 
+#include <utility>
+
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/cdp_support.h"
-#include "providers/cdp/lmr/lmr_appliance.h"
 
 namespace cdpfi {
 
@@ -28,19 +29,21 @@ void CCDPApplianceFactory::initialize()
     CDPSupportFunction::readFile(configurationPath(), lines);
     for (const std::string& line : lines) {
         trace(TRACE_INFO, "CCDPApplianceFactory::initialize - Working with %s", line);
-        addFromLine(line);
+        for (const SCDPApplianceType& type : applianceTypes()) {
+            addFromLine(line, type);
+        }
     }
 }
 
-void CCDPApplianceFactory::addFromLine(const std::string& line)
+void CCDPApplianceFactory::addFromLine(const std::string& line, const SCDPApplianceType& type)
 {
-    const std::optional<SCDPApplianceLine> read = parseApplianceLine(line);
+    const std::optional<SCDPApplianceLine> read = parseApplianceLine(line, type.m_listMark);
     if (!read) return;
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - found entry as %s = %s", read->key, read->value);
     if (read->name.empty()) return;
     const CString name = CFiStringTool::str2tstr(read->name);
     trace(TRACE_DETAIL, "CCDPApplianceFactory::initialize - creating appliance for %s", name);
-    const CAppliancePtr appliance(new CLMRAppliance(name));
+    const CAppliancePtr appliance = type.m_create(name);
     m_appliances[read->name] = appliance;
     appliance->registerTraceLog(m_traceLog);
 }
@@ -54,15 +57,22 @@ void CCDPApplianceFactory::initializeAppliances()
     }
 }
 
-CAppliancePtr CCDPApplianceFactory::getClaimAppliance(const CString& device) const
+SClaim CCDPApplianceFactory::getClaimAppliance(const CString& device) const
 {
     const CFiTraceLogFunction tracer(m_traceLog, "getClaimAppliance", __LINE__, __FILE__);
     for (const auto& [name, appliance] : m_appliances) {
-        const bool claims = appliance->interpose(device);
+        SClaimedDevice claimed = appliance->claimDevice(device);
+        const bool claims = static_cast<bool>(claimed.m_group);
         trace(TRACE_INFO, "Got claim [%d] from appliance [%s]", static_cast<int32_t>(claims), name);
-        if (claims) return appliance;
+        if (claims) return {appliance, std::move(claimed)};
     }
     return {};
+}
+
+CConsistencyGroupPtr CCDPApplianceFactory::getClaimGroup(const SClaim& claim, const CString& device) const
+{
+    return isTraceEnabled(TRACE_INFO) ? claim.m_appliance->getAssociatedConsistencyGroup(device)
+                                      : claim.m_device.m_group;
 }
 
 CAppliancePtr CCDPApplianceFactory::getApplianceInstance(const CString& name) const

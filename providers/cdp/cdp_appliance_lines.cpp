@@ -12,7 +12,6 @@ using obzx_pdk_4_4::CFiStringTool;
 namespace {
 
 constexpr const char* APPLIANCE_LIST = "/etc/qz/hls.conf";
-constexpr const char* APPLIANCE_MARK = "RSURL";
 
 }  // namespace
 
@@ -21,9 +20,9 @@ std::string applianceListPath()
     return obzx_pdk_4_4::placePath(APPLIANCE_LIST);
 }
 
-std::optional<SCDPApplianceLine> parseApplianceLine(const std::string& line)
+std::optional<SCDPApplianceLine> parseApplianceLine(const std::string& line, std::string_view mark)
 {
-    if (line.find(APPLIANCE_MARK) == std::string::npos) return std::nullopt;
+    if (line.find(mark) == std::string::npos) return std::nullopt;
     const std::vector<std::string> entry = CFiStringTool::tokenize(line, "=");
     if (entry.size() != 2) return std::nullopt;
     SCDPApplianceLine read{entry[0], entry[1], {}, {}};

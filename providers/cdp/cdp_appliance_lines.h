@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace cdpfi {
 
@@ -18,13 +19,13 @@ struct SCDPApplianceLine
 std::string applianceListPath();
 
 /**
- * Reads a line of the appliance list: one that holds "RSURL" anywhere and two texts around "=". The name is what stands
- * between "=" and the first ":". Blanks count, and there are no comments.
+ * Reads a line of the appliance list: one that holds a type's mark anywhere and two texts around "=". The name is what
+ * stands between "=" and the first ":". Blanks count, and there are no comments.
  *
  *   RSURL=server1:9000
  *
  * @return empty for every other line
  */
-std::optional<SCDPApplianceLine> parseApplianceLine(const std::string& line);
+std::optional<SCDPApplianceLine> parseApplianceLine(const std::string& line, std::string_view mark);
 
 }  // namespace cdpfi

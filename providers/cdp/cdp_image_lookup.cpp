@@ -58,18 +58,18 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
 }
 
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
-                              const CString& tagged, const CFiTraceable& log)
+                              std::string_view tagged, const CFiTraceable& log)
 {
     const char* const operation = request.m_operation;
-    if (tagged.is_empty()) {
+    if (tagged.empty()) {
         log.trace(TRACE_DETAIL, "CCDPPlugin::%s - Invalid device format for [%s]", operation, request.m_resource);
         return {};
     }
     const STargetDevice target = parseTargetDevice(tagged);
     log.trace(TRACE_DETAIL, "CCDPPlugin::%s - src = [%s] ", operation, target.m_source);
-    const CAppliancePtr appliance = appliances.getClaimAppliance(target.m_source);
-    if (!isClaimed(log, static_cast<bool>(appliance), operation, "appliance", target.m_source)) return {};
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
+    const SClaim claim = appliances.getClaimAppliance(target.m_source);
+    if (!isClaimed(log, static_cast<bool>(claim.m_appliance), operation, "appliance", target.m_source)) return {};
+    const CConsistencyGroupPtr group = appliances.getClaimGroup(claim, target.m_source);
     if (!isClaimed(log, static_cast<bool>(group), operation, "consistency group", target.m_source)) return {};
     const CTimeImagePtr image = imageOfCheckPoint(*group, target.m_checkPoint, request.m_primary->m_timeImage);
     if (!image) {
@@ -84,7 +84,7 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
     const CString imageName = image->getName();
     assign(request.m_primary->m_timeImage, imageName);
     if (request.m_target != nullptr) assign(request.m_target->m_timeImage, imageName);
-    return {appliance, image};
+    return {claim.m_appliance, image};
 }
 
 }  // namespace cdpfi

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <string_view>
 
 #include "providers/cdp/cdp_appliance_factory.h"
 #include "providers/cdp/cdp_privatedata.h"
@@ -9,16 +10,16 @@ namespace cdpfi {
 
 /**
  * One import of a node's copy. initAltNode and importTreeNode are the same procedure; what differs between them is
- * here.
+ * here. Used within one call: it refers to texts and data of the caller.
  */
 struct SImportRequest
 {
-    const char* m_operation;     ///< as the messages name it
-    const CString& m_resource;   ///< name of what the copy is to appear under
-    CCDPPrivateData* m_primary;  ///< never null
-    CCDPPrivateData* m_target;   ///< receives the copied state; null: there is no target node
-    bool m_isRemote;             ///< the target is on another host
-    bool m_tellsImage;           ///< the messages about the image that only importTreeNode writes
+    const char* m_operation;              ///< as the messages name it
+    const CString& m_resource;            ///< name of what the copy is to appear under
+    CCDPPrivateData* m_primary;           ///< never null
+    CCDPPrivateData* m_target = nullptr;  ///< receives the copied state; null: there is no target node
+    bool m_isRemote = false;              ///< the target is on another host
+    bool m_tellsImage = false;            ///< the messages about the image that only importTreeNode writes
     /// Hands the device path over that shows the copy; false when there is no memory for it.
     std::function<bool(const CString& devicePath)> m_deliver;
 };
@@ -39,6 +40,6 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
 /// that another process made is found when the state names the image of the name's own checkpoint.
 /// @param tagged what stands behind the node prefix of the name
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
-                              const CString& tagged, const obzx_pdk_4_4::CFiTraceable& log);
+                              std::string_view tagged, const obzx_pdk_4_4::CFiTraceable& log);
 
 }  // namespace cdpfi

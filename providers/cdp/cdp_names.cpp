@@ -15,7 +15,7 @@ constexpr const char* CHECK_POINT_TAG = "Annotation";
 
 CString swapPrefix(const CString& name, std::string_view from, std::string_view to)
 {
-    return join({to, bytesOf(restFrom(name, from.size()))});
+    return join({to, restFrom(bytesOf(name), from.size())});
 }
 
 }  // namespace
@@ -35,15 +35,14 @@ CString checkPointOfTimeImage(const CString& timeImage)
     return swapPrefix(timeImage, TIME_IMAGE_PREFIX, CHECK_POINT_PREFIX);
 }
 
-CString targetDeviceName(const CString& prefix, const CString& serial, const CString& checkPoint)
+CString targetDeviceName(std::string_view prefix, std::string_view serial, std::string_view checkPoint)
 {
-    return join({bytesOf(prefix), bytesOf(writeTag(DEVICE_TAG, bytesOf(serial))),
-                 bytesOf(writeTag(CHECK_POINT_TAG, bytesOf(checkPoint)))});
+    return join({prefix, bytesOf(writeTag(DEVICE_TAG, serial)), bytesOf(writeTag(CHECK_POINT_TAG, checkPoint))});
 }
 
-STargetDevice parseTargetDevice(const CString& text)
+STargetDevice parseTargetDevice(std::string_view text)
 {
-    return {readTag(bytesOf(text), DEVICE_TAG), readTag(bytesOf(text), CHECK_POINT_TAG)};
+    return {readTag(text, DEVICE_TAG), readTag(text, CHECK_POINT_TAG)};
 }
 
 }  // namespace cdpfi

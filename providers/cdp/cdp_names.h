@@ -2,6 +2,8 @@
 
 #include <sys/types.h>
 
+#include <string_view>
+
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
@@ -26,9 +28,9 @@ struct STargetDevice
 };
 
 /// prefix + <DeviceID>serial<DeviceID/> + <Annotation>checkpoint<Annotation/>
-CString targetDeviceName(const CString& prefix, const CString& serial, const CString& checkPoint);
+CString targetDeviceName(std::string_view prefix, std::string_view serial, std::string_view checkPoint);
 /// Reads what stands after the prefix of a target-device name; a part that is not there comes out as the tag
 /// arithmetic of getXmlTagValue has it.
-STargetDevice parseTargetDevice(const CString& text);
+STargetDevice parseTargetDevice(std::string_view text);
 
 }  // namespace cdpfi

@@ -14,21 +14,21 @@ CCDPPlugin::CRegistryPtr CCDPPlugin::registry()
     return obzx_pdk_4_4::CFiContextSingleton<CCDPApplianceFactory, FI_PLUGIN_NAME>::instance(false);
 }
 
-CString CCDPPlugin::nodePrefix() const
+std::string CCDPPlugin::nodePrefix() const
 {
-    return join({"<", bytesOf(m_providerName), ">"});
+    return std::string("<").append(bytesOf(m_providerName)).append(">");
 }
 
 bool CCDPPlugin::isInterposed(const CString& name) const
 {
-    return contains(bytesOf(name), bytesOf(nodePrefix()));
+    return contains(bytesOf(name), nodePrefix());
 }
 
-CString CCDPPlugin::behindPrefix(const CString& name) const
+std::string_view CCDPPlugin::behindPrefix(const CString& name) const
 {
-    const CString prefix = nodePrefix();
-    const size_t place = bytesOf(name).find(bytesOf(prefix));
-    return place == std::string_view::npos ? CString() : restFrom(name, place + prefix.length());
+    const std::string prefix = nodePrefix();
+    const size_t place = bytesOf(name).find(prefix);
+    return place == std::string_view::npos ? std::string_view() : bytesOf(name).substr(place + prefix.size());
 }
 
 CCDPPrivateData* CCDPPlugin::GetPrivateData(obz_domain* node)

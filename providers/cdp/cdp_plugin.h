@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -73,10 +74,11 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     /// The node's private data, made when there is none; null for a node without a name.
     CCDPPrivateData* obtainPrivateData(obz_domain* node, bool isAltNode);
     /// "<" + provider name + ">", the same text as getInterposeNodePrefix().
-    CString nodePrefix() const;
+    std::string nodePrefix() const;
     bool isInterposed(const CString& name) const;
-    /// What stands behind the node prefix, wherever in a name that is; empty when the name does not have it.
-    CString behindPrefix(const CString& name) const;
+    /// What stands behind the node prefix, wherever in a name that is; empty when the name does not have it. Valid as
+    /// long as the name is.
+    std::string_view behindPrefix(const CString& name) const;
 
     int32_t startUp();
     void registerCatalog();
@@ -91,7 +93,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
 
     int32_t setUpNode(obz_domain* node, CCDPPrivateData* data);
     bool keyOfNode(const CString& name, bool isGroup, CString& key);
-    CAppliancePtr findNodeAppliance(const CString& key, bool isGroup);
+    SClaim claimOfNode(const CString& key, bool isGroup);
     bool fillNode(obz_domain* node, const CAppliancePtr& appliance, const CString& group);
     void giveBack(obz_domain* node) noexcept;
     void leaveGroup(obz_domain* node, const CString& group);

@@ -40,7 +40,7 @@ int32_t CCDPPlugin::claim(obzx_objid* primary, obzx_objid*** secondaries, int32_
             return OBZ_CLAIM_NONE;
         }
         if (secondaries == nullptr || secondaryCount == nullptr) return OBZ_CLAIM_NONE;
-        if (!contains(primary->name, bytesOf(nodePrefix()))) {
+        if (!contains(primary->name, nodePrefix())) {
             trace(TRACE_INFO, "CCDPPlugin::claim - NOT claiming node [%s]", primary->name);
             return OBZ_CLAIM_NONE;
         }
@@ -66,14 +66,15 @@ int32_t CCDPPlugin::interpose(obz_domain* node, obzx_objid** interposed, obzx_ob
 int32_t CCDPPlugin::interposeDevice(const CString& device, obzx_objid** interposed, obzx_objid*** groups,
                                     int32_t* groupCount)
 {
-    const CAppliancePtr appliance = registry()->getClaimAppliance(device);
-    if (!appliance) {
+    const CRegistryPtr appliances = registry();
+    const SClaim claim = appliances->getClaimAppliance(device);
+    if (!claim.m_appliance) {
         trace(TRACE_INFO, "CCDPPlugin::interpose - No Appliance found. Not claiming node [%s].", device);
         return NOT_INTERPOSED;
     }
-    const CString interposedName = join({bytesOf(nodePrefix()), bytesOf(appliance->findLun(device))});
+    const CString interposedName = join({nodePrefix(), claim.m_device.m_lun});
     CIdentityPtr identity = newIdentity(interposedName);
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(device);
+    const CConsistencyGroupPtr group = appliances->getClaimGroup(claim, device);
     if (!isClaimed(*this, static_cast<bool>(group), "interpose", "consistency group", device)) return NOT_INTERPOSED;
     const CString groupName = group->getName();
     trace(TRACE_INFO, "CCDPPlugin::interpose - found service group [%s] as group name.", groupName);

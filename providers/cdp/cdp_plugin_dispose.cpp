@@ -72,17 +72,20 @@ int32_t CCDPPlugin::disposeDevice(const CString& name, const CCDPPrivateData* pr
 
 int32_t CCDPPlugin::disposeTarget(const CString& name)
 {
-    const CString tagged = behindPrefix(name);
-    if (tagged.is_empty()) {
+    const std::string_view tagged = behindPrefix(name);
+    if (tagged.empty()) {
         trace(TRACE_DETAIL, "CCDPPlugin::dispose - Invalid device format for [%s]", name);
         return OBZ_ERR_FAILED;
     }
     const STargetDevice target = parseTargetDevice(tagged);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - deviceNode = [%s] ", target.m_source);
     trace(TRACE_DETAIL, "CCDPPlugin::dispose - checkpoint = [%s] ", target.m_checkPoint);
-    const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);
-    if (!isClaimed(*this, static_cast<bool>(appliance), "dispose", "appliance", target.m_source)) return OBZ_ERR_FAILED;
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
+    const CRegistryPtr appliances = registry();
+    const SClaim claim = appliances->getClaimAppliance(target.m_source);
+    if (!isClaimed(*this, static_cast<bool>(claim.m_appliance), "dispose", "appliance", target.m_source)) {
+        return OBZ_ERR_FAILED;
+    }
+    const CConsistencyGroupPtr group = appliances->getClaimGroup(claim, target.m_source);
     if (!isClaimed(*this, static_cast<bool>(group), "dispose", "consistency group", target.m_source)) {
         return OBZ_ERR_FAILED;
     }

@@ -71,7 +71,12 @@ int32_t CCDPPlugin::initAltNode(obz_domain* primary, obz_domain*, obz_domain* ta
             target->identity = identity.release();  // the one before it stays the host's
             return true;
         };
-        return importCopy({"initAltNode", resource, primaryData, targetData, isRemote, false, deliver});
+        return importCopy({.m_operation = "initAltNode",
+                           .m_resource = resource,
+                           .m_primary = primaryData,
+                           .m_target = targetData,
+                           .m_isRemote = isRemote,
+                           .m_deliver = deliver});
     });
 }
 
@@ -92,7 +97,11 @@ int32_t CCDPPlugin::importTreeNode(obz_domain* primary, obzx_objid** input, obzx
             *output = newIdentity(path).release();
             return *output != nullptr;
         };
-        return importCopy({"importTreeNode", resource, primaryData, nullptr, false, true, deliver});
+        return importCopy({.m_operation = "importTreeNode",
+                           .m_resource = resource,
+                           .m_primary = primaryData,
+                           .m_tellsImage = true,
+                           .m_deliver = deliver});
     });
 }
 

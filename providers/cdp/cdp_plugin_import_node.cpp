@@ -18,7 +18,7 @@ int32_t CCDPPlugin::importNode(const CString& nodeName, bool, bool, bool unmap, 
 {
     return runOperation(m_traceLog, CDP_OPERATION("importNode"), OBZ_ERR_FAILED, [&]() -> int32_t {
         trace(TRACE_INFO, "importNode: node = %s", nodeName);
-        if (nodeName.length() <= nodePrefix().length()) {
+        if (nodeName.length() <= nodePrefix().size()) {
             trace(TRACE_DETAIL, "CCDPPlugin::importNode - Invalid device format for [%s]", nodeName);
             return OBZ_ERR_FAILED;
         }
@@ -28,17 +28,18 @@ int32_t CCDPPlugin::importNode(const CString& nodeName, bool, bool, bool unmap, 
 
 int32_t CCDPPlugin::importDevice(const CString& device, bool unmap)
 {
-    const CAppliancePtr appliance = registry()->getClaimAppliance(device);
-    if (!appliance) {
+    const CRegistryPtr appliances = registry();
+    const SClaim claim = appliances->getClaimAppliance(device);
+    if (!claim.m_appliance) {
         trace(TRACE_INFO, "importNode - could not get appliance for [%s]", device);
         return OBZ_ERR_FAILED;
     }
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(device);
+    const CConsistencyGroupPtr group = appliances->getClaimGroup(claim, device);
     if (!group) {
         trace(TRACE_INFO, "importNode - could not get consistency group for [%s]", device);
         return OBZ_ERR_FAILED;
     }
-    const CHostPtr host = localHostOf(appliance);
+    const CHostPtr host = localHostOf(claim.m_appliance);
     if (!host) return OBZ_ERR_FAILED;
     trace(TRACE_DETAIL, "importNode: This is a case of primary and we will be importing consistency group");
     if (unmap) {
@@ -54,17 +55,18 @@ int32_t CCDPPlugin::importTarget(const CString& nodeName, bool unmap)
     const STargetDevice target = parseTargetDevice(behindPrefix(nodeName));
     trace(TRACE_DETAIL, "CCDPPlugin::importNode - src = [%s] and checkpoint name = [%s]", target.m_source,
           target.m_checkPoint);
-    const CAppliancePtr appliance = registry()->getClaimAppliance(target.m_source);
+    const CRegistryPtr appliances = registry();
+    const SClaim claim = appliances->getClaimAppliance(target.m_source);
     trace(TRACE_DETAIL, "CCDPPlugin::importNode returned from getClaimAppliance ");
-    if (!isClaimed(*this, static_cast<bool>(appliance), "importNode", "appliance", target.m_source)) {
+    if (!isClaimed(*this, static_cast<bool>(claim.m_appliance), "importNode", "appliance", target.m_source)) {
         return OBZ_ERR_FAILED;
     }
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(target.m_source);
+    const CConsistencyGroupPtr group = appliances->getClaimGroup(claim, target.m_source);
     if (!isClaimed(*this, static_cast<bool>(group), "importNode", "consistency group", target.m_source)) {
         return OBZ_ERR_FAILED;
     }
     const CTimeImagePtr image = group->getTimeImageFromCheckPoint(target.m_checkPoint);
-    const CHostPtr host = localHostOf(appliance);
+    const CHostPtr host = localHostOf(claim.m_appliance);
     if (!host) return OBZ_ERR_FAILED;
     // "alternet" is how the line is known.
     trace(TRACE_DETAIL, "importNode: This is a case of alternet node and we will be importing time image");

@@ -1,8 +1,8 @@
 // Starting and ending the provider, and what it tells of itself.
+#include <map>
 #include <string>
 
 #include "framework/include/cficonfiguration.h"
-#include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfiplatformerror.h"
 #include "framework/include/cfistringtool.h"
 #include "pdk/include/cfilist.h"
@@ -10,7 +10,6 @@
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
 #include "providers/cdp/cdp_text.h"
-#include "providers/cdp/lmr/lmr_configuration.h"
 
 namespace cdpfi {
 
@@ -23,7 +22,6 @@ using obzx_pdk_4_4::CFiPrivateDataFactoryPtr;
 using obzx_pdk_4_4::CFiProviderInfo;
 using obzx_pdk_4_4::CFiProviderInfoListFactory;
 using obzx_pdk_4_4::CFiTraceLogFunction;
-using obzx_pdk_4_4::EFiExecPipe;
 using obzx_pdk_4_4::SFiFimInfo;
 using obzx_pdk_4_4::TRACE_INFO;
 using obzx_pdk_4_4::TRACE_INVALID;
@@ -39,21 +37,17 @@ constexpr int32_t PROVIDER_LEVEL = 2;
 // The place that hosts know a failed start by; it does not follow the code about.
 constexpr SMessageSource FAILED_START_SOURCE = {"../cdp_plugin.cpp", 107};
 
-std::string namesOf(const std::vector<CAppliancePtr>& appliances)
+/// The programs without which appliances cannot be used, each with the names of those that need it.
+std::map<std::string, std::string> requiredPrograms(const std::vector<CAppliancePtr>& appliances)
 {
-    std::string names;
+    std::map<std::string, std::string> programs;
     for (const CAppliancePtr& appliance : appliances) {
         if (!appliance) continue;
+        std::string& names = programs[appliance->requiredProgram()];
         if (!names.empty()) names += ", ";
         names += bytesOf(appliance->getName());
     }
-    return names;
-}
-
-std::string diskUtility()
-{
-    const SLMRCliPath tool = CLMRConfiguration({}).importkforUtilPathInfo();
-    return std::string(bytesOf(tool.path)) + std::string(bytesOf(tool.name));
+    return programs;
 }
 
 // Called while the exception that ended the start is handled.
@@ -61,8 +55,8 @@ void pushCause(const CFiErrorManagerPtr& errors)
 {
     try {
         throw;
-    } catch (const EFiExecPipe& error) {
-        pushError(errors, message::DISK_LISTING_FAILED, {diskUtility(), error.what()}, {__FILE__, __LINE__});
+    } catch (const EDiskListing& error) {
+        pushError(errors, message::DISK_LISTING_FAILED, {error.tool(), error.what()}, {__FILE__, __LINE__});
     } catch (const CFiPlatformError& error) {
         const std::string cause = error.getPath() + ": " + error.what();
         pushError(errors, message::INITIALIZATION_CAUSE, {cause}, {__FILE__, __LINE__});
@@ -112,8 +106,9 @@ int32_t CCDPPlugin::startUp()
     registerPrivateData();
     if (!checkAppliances(list)) {
         trace(TRACE_INFO, "CCDPPlugin::init - None of the appliances are valid return PTP.");
-        pushError(m_errorManager, message::TOOL_NOT_USABLE, {obzx_pdk_4_4::placePath(fixedShellPath()), namesOf(list)},
-                  {__FILE__, __LINE__});
+        for (const auto& [program, names] : requiredPrograms(list)) {
+            pushError(m_errorManager, message::TOOL_NOT_USABLE, {program, names}, {__FILE__, __LINE__});
+        }
         return OBZ_ERR_INIT;
     }
     announceFims(list);

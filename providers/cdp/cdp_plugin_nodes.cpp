@@ -74,9 +74,10 @@ int32_t CCDPPlugin::setUpNode(obz_domain* node, CCDPPrivateData* data)
     const bool isGroup = !isInterposed(name);
     CString key;
     if (!keyOfNode(name, isGroup, key)) return OBZ_ERR_FAILED;
-    const CAppliancePtr appliance = findNodeAppliance(key, isGroup);
+    const SClaim claim = claimOfNode(key, isGroup);
+    const CAppliancePtr& appliance = claim.m_appliance;
     if (!appliance) return OBZ_ERR_FAILED;
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(key);
+    const CConsistencyGroupPtr group = registry()->getClaimGroup(claim, key);
     if (!group) {
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - Could not get claiming appliance for [%s]", key);
         return OBZ_ERR_FAILED;
@@ -87,7 +88,7 @@ int32_t CCDPPlugin::setUpNode(obz_domain* node, CCDPPrivateData* data)
     }
     assign(data->m_applianceType, appliance->getApplianceType());
     assign(data->m_applianceName, appliance->getApplianceName(key));
-    assign(data->m_serialNo, appliance->findLun(key));
+    assign(data->m_serialNo, claim.m_device.m_lun);
     assign(data->m_consistencyGroup, group->getName());
     CUnfinishedNode unfinished(m_groupNodes, m_combos, node);
     if (isGroup) {
@@ -103,28 +104,28 @@ bool CCDPPlugin::keyOfNode(const CString& name, bool isGroup, CString& key)
 {
     if (isGroup) {
         trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a group node");
-        key = name;
+        assign(key, name);
         return true;
     }
     trace(TRACE_DETAIL, "CCDPPlugin::initNode - this is a non group node");
-    key = behindPrefix(name);
+    assign(key, behindPrefix(name));
     if (key.is_empty()) trace(TRACE_DETAIL, "CCDPPlugin::initNode - Invalid device format for [%s]", name);
     return !key.is_empty();
 }
 
-CAppliancePtr CCDPPlugin::findNodeAppliance(const CString& key, bool isGroup)
+SClaim CCDPPlugin::claimOfNode(const CString& key, bool isGroup)
 {
-    CAppliancePtr appliance = registry()->getClaimAppliance(key);
-    if (!appliance) {
+    SClaim claim = registry()->getClaimAppliance(key);
+    if (!claim.m_appliance) {
         trace(TRACE_DETAIL,
               isGroup ? "CCDPPlugin::initNode - Could not get claiming appliance for CG [%s]"
                       : "CCDPPlugin::initNode - Could not get claiming appliance for [%s]",
               key);
-        return appliance;
+        return claim;
     }
     if (!isGroup) trace(TRACE_DETAIL, "CCDPPlugin::initNode - Got claiming appliance");
-    trace(TRACE_DETAIL, "CCDPPlugin::initNode - Got claiming appliance [%s]", appliance->getName());
-    return appliance;
+    trace(TRACE_DETAIL, "CCDPPlugin::initNode - Got claiming appliance [%s]", claim.m_appliance->getName());
+    return claim;
 }
 
 bool CCDPPlugin::fillNode(obz_domain* node, const CAppliancePtr& appliance, const CString& group)

@@ -1,7 +1,6 @@
 // Taking the snapshot of a session: one checkpoint for each consistency group that holds any of its nodes.
 #include <unistd.h>
 
-#include "framework/include/cfistringtool.h"
 #include "pdk/include/cfisessionmgr.h"
 #include "providers/cdp/cdp_operation.h"
 #include "providers/cdp/cdp_plugin.h"
@@ -12,7 +11,6 @@ namespace cdpfi {
 using obzx_pdk_4_4::CFiPrivateDataPtr;
 using obzx_pdk_4_4::CFiSession;
 using obzx_pdk_4_4::CFiSplitNode;
-using obzx_pdk_4_4::CFiStringTool;
 using obzx_pdk_4_4::TRACE_DETAIL;
 using obzx_pdk_4_4::TRACE_FAILURE;
 using obzx_pdk_4_4::TRACE_INFO;
@@ -27,8 +25,9 @@ int32_t CCDPPlugin::makeSnapshots(obzx_pdk_4_4::CFiSessionPtr& session)
 {
     if (!session) return OBZ_ERR_INVALID_ARG;
     return runOperation(m_traceLog, CDP_OPERATION("makeSnapshots"), OBZ_ERR_FAILED, [&]() -> int32_t {
-        CNodeGrouping grouping;
-        for (const CFiSplitNode& node : session->getSplitNodeList(obzx_pdk_4_4::PHASE_MAKE)) {
+        const std::vector<CFiSplitNode> nodes = session->getSplitNodeList(obzx_pdk_4_4::PHASE_MAKE);
+        CNodeGrouping grouping;  // refers to their names
+        for (const CFiSplitNode& node : nodes) {
             if (!groupNode(node.m_name, grouping)) return OBZ_ERR_FAILED;
         }
         return makeCheckPoints(grouping, *session);
@@ -38,22 +37,22 @@ int32_t CCDPPlugin::makeSnapshots(obzx_pdk_4_4::CFiSessionPtr& session)
 bool CCDPPlugin::groupNode(const CString& name, CNodeGrouping& grouping)
 {
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - working with Node name %s", name);
-    const CString device = behindPrefix(name);
+    const CString device = textOf(behindPrefix(name));
     if (device.is_empty()) {
         trace(TRACE_DETAIL, "CCDPPlugin::makeSnapshots - Invalid device format for [%s]", name);
         return false;
     }
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - working with device name %s", device);
-    const CAppliancePtr appliance = registry()->getClaimAppliance(device);
-    if (!isClaimed(*this, static_cast<bool>(appliance), "makeSnapshots", "appliance", device)) return false;
-    const CString applianceName = appliance->getName();
+    const CRegistryPtr appliances = registry();
+    const SClaim claim = appliances->getClaimAppliance(device);
+    if (!isClaimed(*this, static_cast<bool>(claim.m_appliance), "makeSnapshots", "appliance", device)) return false;
+    const CString applianceName = claim.m_appliance->getName();
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - got claiming appliance with name %s", applianceName);
-    const CConsistencyGroupPtr group = appliance->getAssociatedConsistencyGroup(device);
+    const CConsistencyGroupPtr group = appliances->getClaimGroup(claim, device);
     if (!isClaimed(*this, static_cast<bool>(group), "makeSnapshots", "consistency group", device)) return false;
     const CString groupName = group->getName();
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - got claiming consistency group with name %s", groupName);
-    const auto added = grouping.add(CFiStringTool::tstr2str(applianceName), CFiStringTool::tstr2str(groupName),
-                                    CFiStringTool::tstr2str(name));
+    const auto added = grouping.add(bytesOf(applianceName), bytesOf(groupName), name);
     traceGrouping(added, name, groupName, applianceName);
     return true;
 }
@@ -97,8 +96,8 @@ int32_t CCDPPlugin::makeCheckPoint(const CAppliancePtr& appliance, const CString
               group->getName());
         return OBZ_ERR_FAILED;
     }
-    for (const std::string& node : nodes) {
-        recordCopy(textOf(node), checkPoint, session);
+    for (const CString* node : nodes) {
+        recordCopy(*node, checkPoint, session);
     }
     return OBZ_OK;
 }
@@ -109,9 +108,9 @@ void CCDPPlugin::recordCopy(const CString& node, const CString& checkPoint, CFiS
         m_privateDataManager ? m_privateDataManager->accessByName(node, false) : CFiPrivateDataPtr();
     // A node that was taken down since it was selected has its copy all the same.
     if (auto* state = dynamic_cast<CCDPPrivateData*>(data.get())) assign(state->m_checkPointName, checkPoint);
-    const CString target = targetDeviceName(nodePrefix(), behindPrefix(node), checkPoint);
+    const CString target = targetDeviceName(nodePrefix(), behindPrefix(node), bytesOf(checkPoint));
     trace(TRACE_FAILURE, "CCDPPlugin::makeSnapshots - Adding target device [%s] for [%s]", target, node);
-    session.update(CFiStringTool::tstr2str(node), [&](CFiSplitNode& entry) {
+    session.update(std::string(bytesOf(node)), [&](CFiSplitNode& entry) {
         assign(entry.m_target, target);
         entry.m_makeDone = 1;
     });

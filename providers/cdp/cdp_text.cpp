@@ -13,10 +13,4 @@ CString join(std::initializer_list<std::string_view> pieces)
     return textOf(whole);
 }
 
-CString restFrom(const CString& text, size_t offset)
-{
-    const std::string_view bytes = bytesOf(text);
-    return offset < bytes.size() ? textOf(bytes.substr(offset)) : CString();
-}
-
 }  // namespace cdpfi

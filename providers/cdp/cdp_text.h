@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <initializer_list>
 #include <string_view>
 
@@ -7,7 +8,7 @@
 
 namespace cdpfi {
 
-/// The pieces one after the other.
+/// The pieces one after the other. @throw std::bad_alloc
 CString join(std::initializer_list<std::string_view> pieces);
 
 inline bool contains(std::string_view text, std::string_view part)
@@ -16,6 +17,9 @@ inline bool contains(std::string_view text, std::string_view part)
 }
 
 /// What follows the first characters of a text; empty when there is nothing after them.
-CString restFrom(const CString& text, size_t offset);
+inline std::string_view restFrom(std::string_view text, size_t offset)
+{
+    return text.substr(std::min(offset, text.size()));
+}
 
 }  // namespace cdpfi

@@ -75,11 +75,11 @@ void readApplianceList(SConfiguration& configuration)
     std::map<std::string, SConfiguredAppliance> appliances;  // of several lines for one name the last one counts
     for (size_t i = 0; i < lines.size(); ++i) {
         const SLine line{path, static_cast<long>(i) + 1, lines[i]};
-        const auto read = parseApplianceLine(lines[i]);
+        const auto read = parseApplianceLine(lines[i], LMR_LIST_MARK);
         if (read && !read->name.empty()) {
             appliances[read->name] = {read->name, read->port, line};
             if (looksLikeComment(lines[i])) configuration.commented.push_back(appliances[read->name]);
-        } else if (lines[i].find("RSURL") != std::string::npos && !looksLikeComment(lines[i])) {
+        } else if (lines[i].find(LMR_LIST_MARK) != std::string::npos && !looksLikeComment(lines[i])) {
             configuration.unreadableLines.push_back(line);
         }
     }

@@ -9,8 +9,8 @@ using namespace obzx_pdk_4_4;
 
 namespace {
 
-constexpr const char* PRODUCT = "Lumora";
-constexpr const char* PRODUCT_VERSION = "6.5";
+constexpr std::string_view PRODUCT = "Lumora";
+constexpr std::string_view PRODUCT_VERSION = "6.5";
 constexpr int32_t ACCESS = 3;  // local and remote
 constexpr int IMPORT_PASSES = 5;
 
@@ -105,25 +105,34 @@ CString CLMRAppliance::getApplianceName(const CString& /*device*/)
 
 std::vector<SFiFimInfo> CLMRAppliance::getFims()
 {
-    return {{PRODUCT, PRODUCT, PRODUCT, ACCESS}};
+    std::vector<SFiFimInfo> fims(1);
+    assign(fims[0].m_type, PRODUCT);
+    assign(fims[0].m_splitName, PRODUCT);
+    assign(fims[0].m_quiesceName, PRODUCT);
+    fims[0].m_access = ACCESS;
+    return fims;
 }
 
 std::vector<CFiFim> CLMRAppliance::getFimList()
 {
-    return {{PRODUCT, PRODUCT_VERSION}};
+    return {CFiFim{.m_name = std::string(PRODUCT), .m_version = std::string(PRODUCT_VERSION)}};
 }
 
 bool CLMRAppliance::interpose(const CString& device)
 {
-    const CConsistencyGroupPtr group = getAssociatedConsistencyGroup(device);
+    return static_cast<bool>(claimDevice(device).m_group);
+}
+
+SClaimedDevice CLMRAppliance::claimDevice(const CString& device)
+{
+    const CString deviceId = findLun(device);
+    const CConsistencyGroupPtr group = groupOfLun(deviceId, device);
     if (!group) {
         trace(TRACE_INFO, "CLMRAppliance::interpose Could not find any claiming consistency group");
-        return false;
-    }
-    if (isTraceEnabled(TRACE_INFO)) {
+    } else if (isTraceEnabled(TRACE_INFO)) {
         trace(TRACE_INFO, "CLMRAppliance::interpose Found claiming consistency group [%s]", group->getName());
     }
-    return true;
+    return {group, std::string(bytesOf(deviceId))};
 }
 
 bool CLMRAppliance::verify()
@@ -135,9 +144,18 @@ bool CLMRAppliance::verify()
     return result == 0;
 }
 
+std::string CLMRAppliance::requiredProgram()
+{
+    return placePath(fixedShellPath());
+}
+
 CConsistencyGroupPtr CLMRAppliance::getAssociatedConsistencyGroup(const CString& device)
 {
-    const CString deviceId = findLun(device);
+    return groupOfLun(findLun(device), device);
+}
+
+CConsistencyGroupPtr CLMRAppliance::groupOfLun(const CString& deviceId, const CString& device) const
+{
     if (isTraceEnabled(TRACE_INFO)) {
         trace(TRACE_INFO, "CLMRAppliance::getAssociatedConsistencyGroup - Found DeviceID [%s] for device [%s].",
               deviceId, device);

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -26,7 +25,7 @@ class CLMRAppliance : public CBaseAppliance
     ~CLMRAppliance() override;
 
     /// Sets the shared tools up and reads the inventory. A failed or malformed listing leaves what was read before it.
-    /// @throw EFiExecPipe when this host's disks cannot be listed
+    /// @throw EDiskListing
     void initialize() override;
     CString getName() override;
     std::vector<CVolumePtr> getVolumeList() override;
@@ -51,6 +50,9 @@ class CLMRAppliance : public CBaseAppliance
     virtual std::vector<CString> getConsistencyGroupNameList();
     virtual void generateHostList();
     virtual void generateHostNameList();
+    // Behind those above, whose places in the table are relied on.
+    SClaimedDevice claimDevice(const CString& device) override;
+    std::string requiredProgram() override;
     void generateConsistencyGroupList();
     void generateConsistencyGroupNameList();
 
@@ -65,6 +67,7 @@ class CLMRAppliance : public CBaseAppliance
     bool storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines);
     void traceLun(const SLMRGroupLun& lun) const;
     bool traceStop(const SLMRGroupListing& listing) const;
+    CConsistencyGroupPtr groupOfLun(const CString& deviceId, const CString& device) const;
     CConsistencyGroupPtr walkGroups(const CString& deviceId) const;
     bool walkDevices(const CLMRConsistencyGroup& group, const CString& deviceId) const;
 

@@ -8,6 +8,9 @@
 
 namespace cdpfi {
 
+/// What a line of the appliance list holds that names an appliance of this type.
+inline constexpr const char* LMR_LIST_MARK = "RSURL";
+
 /// Section of the configuration store in which the tools stand.
 inline constexpr const char* LMR_TOOL_SECTION = "LMR_CLI_CONFIG";
 

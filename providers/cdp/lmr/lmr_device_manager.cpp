@@ -5,6 +5,7 @@
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/model/base_claimant.h"
 
 namespace cdpfi {
 
@@ -46,7 +47,7 @@ void CLMRDeviceManager::refresh(bool discover)
             trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - CLI Command [%s] failed with error [%l].", commandLine);
         }
         traceOutput(output);
-        throw EFiExecPipe(pipe.getError());
+        throw EDiskListing(m_utility.program(), pipe.getError());
     }
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
     const size_t count = output.countLines();

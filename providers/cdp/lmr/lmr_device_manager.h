@@ -29,7 +29,7 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
      * Lists the disks and updates the table: new devices are added, known ones get the serial they have now, and those
      * that are gone stay. A listing without disks clears the table; at a malformed line the reading stops.
      * @param discover has the utility look for new disks first
-     * @throw EFiExecPipe when the listing cannot be had; the table is left as it was
+     * @throw EDiskListing when the listing cannot be had; the table is left as it was
      */
     void refresh(bool discover);
     /// Has the utility look for new disks. A failure is only traced.

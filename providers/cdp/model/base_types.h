@@ -45,6 +45,11 @@ inline void assign(CString& field, const CString& value)
 {
     assign(field, bytesOf(value));
 }
+/// The same from a text that is not needed any more: nothing is copied, and nothing fails.
+inline void assign(CString& field, CString&& value) noexcept
+{
+    field.swap(value);
+}
 
 /// One LUN that a consistency group protects. Copies are whole. @throw std::bad_alloc
 struct SCDPDeviceInfo

@@ -121,15 +121,18 @@ TEST_F(OutOfMemory, InterposeGivesZeroOrAWholeAnswer)
            }});
 }
 
-TEST_F(OutOfMemory, ClaimAndSupportsFiTypeGiveZero)
+TEST_F(OutOfMemory, SupportsFiTypeGivesZeroAndClaimAnswersAllTheSame)
 {
     start();
     CNode node("<cdpfi>S1");
-    obzx_objid** secondaries = nullptr;
-    int32_t count = 0;
-    sweep({"claim", 0, [&] { return plugin().claim(node->identity, &secondaries, &count); }});
     sweep({"supportsFiType", 0, [&] { return plugin().supportsFiType(node.get(), "Lumora"); },
            [&](int32_t status) { EXPECT_EQ(status == 1 ? 11 : 0, node.access()); }, [&] { node.setAccess(9); }});
+    obzx_objid** secondaries = nullptr;
+    int32_t count = 0;
+    for (int skipped = 0; skipped < 4; ++skipped) {
+        const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, skipped);
+        EXPECT_EQ(OBZ_CLAIM_SECONDARY, plugin().claim(node->identity, &secondaries, &count));
+    }
 }
 
 TEST_F(OutOfMemory, ANodeIsSetUpWholeOrNotAtAll)

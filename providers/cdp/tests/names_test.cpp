@@ -33,7 +33,7 @@ TEST(Names, ATargetDeviceNameCarriesTheLunAndTheCheckPoint)
 {
     const CString name = targetDeviceName("<cdpfi>", "S1", "KSV_Check_Point_7");
     EXPECT_EQ(CString("<cdpfi><DeviceID>S1<DeviceID/><Annotation>KSV_Check_Point_7<Annotation/>"), name);
-    const STargetDevice target = parseTargetDevice(name);
+    const STargetDevice target = parseTargetDevice(bytesOf(name));
     EXPECT_EQ(CString("S1"), target.m_source);
     EXPECT_EQ(CString("KSV_Check_Point_7"), target.m_checkPoint);
 }

@@ -129,7 +129,7 @@ TEST_F(Registry, OfTwoAppliancesThatClaimADeviceTheFirstByNameIsTakenAndTheOther
     traced().initialize();
     m_registry.initializeAppliances();
     m_trace.clear();
-    const CAppliancePtr appliance = m_registry.getClaimAppliance("S1");
+    const CAppliancePtr appliance = m_registry.getClaimAppliance("S1").m_appliance;
     ASSERT_TRUE(appliance);
     EXPECT_EQ(CString("a"), appliance->getName());
     expectTrace();
@@ -141,9 +141,9 @@ TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
     traced().initialize();
     m_registry.initializeAppliances();
     m_trace.clear();
-    EXPECT_FALSE(m_registry.getClaimAppliance("S2"));
+    EXPECT_FALSE(m_registry.getClaimAppliance("S2").m_appliance);
     expectTrace();
-    EXPECT_FALSE(CCDPApplianceFactory().getClaimAppliance("S1")) << "no appliance at all";
+    EXPECT_FALSE(CCDPApplianceFactory().getClaimAppliance("S1").m_appliance) << "no appliance at all";
 }
 
 TEST_F(Registry, AppliancesAreInitializedInNameOrder)

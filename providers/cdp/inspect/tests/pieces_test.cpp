@@ -232,7 +232,7 @@ TEST(InspectorCommands, ArePrintedWithSingleBlanksAndNamesAsTheyAre)
 TEST(ApplianceLines, NameAnApplianceWithAMarkAnywhereAndTwoTextsAroundOneSign)
 {
     const auto read = [](const std::string& line) {
-        const auto found = parseApplianceLine(line);
+        const auto found = parseApplianceLine(line, "RSURL");
         return found ? found->name + "|" + found->port.value_or("-") : "none";
     };
     EXPECT_EQ(read("RSURL=alpha:9000"), "alpha|9000");

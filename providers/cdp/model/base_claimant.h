@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "framework/include/cfiexecpipe.h"
+#include "providers/cdp/model/base_timeimage.h"
+
+namespace cdpfi {
+
+/// What an appliance finds when it is asked whether it claims a device.
+struct SClaimedDevice
+{
+    CConsistencyGroupPtr m_group;  ///< that holds the device; empty: the appliance does not claim it
+    std::string m_lun;             ///< serial of the device's LUN, as findLun has it
+};
+
+/// This host's disks cannot be listed.
+class EDiskListing : public obzx_pdk_4_4::EFiExecPipe
+{
+  public:
+    /// @param tool full path of the program that was asked for the listing
+    EDiskListing(std::string tool, obzx_pdk_4_4::SFiExecError error)
+        : EFiExecPipe(std::move(error)), m_tool(std::move(tool))
+    {
+    }
+    const std::string& tool() const { return m_tool; }
+
+  private:
+    std::string m_tool;
+};
+
+/**
+ * What the provider asks of an appliance beyond the operations of CBaseAppliance. A class of its own, because callers
+ * that were built against other headers rely on the places of those operations in their table.
+ */
+class CBaseClaimant
+{
+  public:
+    virtual ~CBaseClaimant() = default;
+
+    /// As CBaseAppliance::interpose, and tells what was found on the way.
+    virtual SClaimedDevice claimDevice(const CString& device) = 0;
+    /// Full path of the program that CBaseAppliance::verify looks for, for the message that it cannot be used.
+    virtual std::string requiredProgram() = 0;
+};
+
+}  // namespace cdpfi
