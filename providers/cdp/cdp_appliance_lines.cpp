@@ -25,7 +25,7 @@ std::optional<SCDPApplianceLine> parseApplianceLine(const std::string& line, std
     if (line.find(mark) == std::string::npos) return std::nullopt;
     const std::vector<std::string> entry = CFiStringTool::tokenize(line, "=");
     if (entry.size() != 2) return std::nullopt;
-    SCDPApplianceLine read{entry[0], entry[1], {}, {}};
+    SCDPApplianceLine read{.key = entry[0], .value = entry[1], .name = {}, .port = {}};
     const std::vector<std::string> address = CFiStringTool::tokenize(read.value, ":");
     if (!address.empty()) read.name = address[0];
     if (address.size() > 1) read.port = address[1];

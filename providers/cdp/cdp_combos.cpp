@@ -84,7 +84,8 @@ void CNodeCombos::startOver(obz_domain* node)
 bool CNodeCombos::append(obz_domain* node, const CString& quiesceName, const CString& splitName, obz_domain* group)
 {
     const std::lock_guard<std::mutex> guard(m_mutex);
-    const obz_combo*& head = m_heads[node];  // first: a list that is built is known
+    // Entered before the list is built: with the memory for the entry gone, no list may stand that is not known here.
+    const obz_combo*& head = m_heads[node];
     const bool appended = appendCombo(node, quiesceName, splitName, group);
     head = node->combos;
     return appended;

@@ -54,7 +54,7 @@ SFoundImage findImageOfState(const CCDPApplianceFactory& appliances, const SImpo
         log.trace(TRACE_FAILURE, "CCDPPlugin::%s- Could not get time image for consistency group [%s]", operation,
                   group->getName());
     }
-    return {appliance, image};
+    return {.m_appliance = appliance, .m_image = image};
 }
 
 SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImportRequest& request,
@@ -84,7 +84,7 @@ SFoundImage findImageOfTarget(const CCDPApplianceFactory& appliances, const SImp
     const CString imageName = image->getName();
     assign(request.m_primary->m_timeImage, imageName);
     if (request.m_target != nullptr) assign(request.m_target->m_timeImage, imageName);
-    return {claim.m_appliance, image};
+    return {.m_appliance = claim.m_appliance, .m_image = image};
 }
 
 }  // namespace cdpfi

@@ -42,7 +42,7 @@ CString targetDeviceName(std::string_view prefix, std::string_view serial, std::
 
 STargetDevice parseTargetDevice(std::string_view text)
 {
-    return {readTag(text, DEVICE_TAG), readTag(text, CHECK_POINT_TAG)};
+    return {.m_source = readTag(text, DEVICE_TAG), .m_checkPoint = readTag(text, CHECK_POINT_TAG)};
 }
 
 }  // namespace cdpfi

@@ -97,7 +97,8 @@ int32_t CCDPPlugin::supportsFiType(obz_domain* node, const char* fim)
     if (node == nullptr) return NOT_SUPPORTED;
     const int32_t result = runOperation(m_traceLog, CDP_OPERATION("supportsFiType"), NOT_SUPPORTED, [&]() -> int32_t {
         if (fim == nullptr) return NOT_SUPPORTED;
-        // Asked for as every interposer does; the appliances' own offers decide.
+        // The call asks for what was announced, as that of every interposer does, but what the appliances offer
+        // decides.
         static_cast<void>(CFiPluginInterposer::getFims(nameOf(node)));
         trace(TRACE_INFO, "supportsFiType:: checking with  FIM %s", fim);
         SFiFimInfo found;

@@ -34,7 +34,7 @@ constexpr int32_t FIM_ACCESS = 3;
 constexpr int32_t PROVIDER_KIND = 1;
 constexpr int32_t PROVIDER_LEVEL = 2;
 
-// The place that hosts know a failed start by; it does not follow the code about.
+// File and line that the message of a failed start has always carried, and that hosts know it by.
 constexpr SMessageSource FAILED_START_SOURCE = {"../cdp_plugin.cpp", 107};
 
 /// The programs without which appliances cannot be used, each with the names of those that need it.

@@ -147,7 +147,7 @@ class CApplianceSection
         m_section.hostsRead = true;
         for (const std::string& name : *names) {
             SHost& host = m_section.hosts.emplace_back(SHost{name, {}});
-            CReason ignored;  // what a host shows is told where it is known
+            CReason ignored;  // the host is listed all the same, without what is presented to it
             if (m_options.inventory || !m_options.groups.empty()) continue;
             if (const auto lines = ask(lmr_commands::showHost(cdpfi::textOf(name)), ignored)) {
                 host.luns = textsOf(parsePresentedLuns(*lines));

@@ -10,7 +10,8 @@ using CJson = nlohmann::ordered_json;
 
 static constexpr int SCHEMA_VERSION = 1;
 
-// Beside the records, not in a namespace without a name: a list looks for the function of its records there.
+// In the namespace of the records, not in an unnamed one: listOf finds the toJson of its records, which is declared
+// behind it, by the namespace of their type.
 
 template <class T>
 static CJson orNull(const std::optional<T>& value)

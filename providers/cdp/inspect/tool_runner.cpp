@@ -117,7 +117,10 @@ SAnswer watch(const std::string& toolPath, const CStart& start)
     if (result != EXEC_OK) answer.problem = problemOf(facts, toolPath.substr(toolPath.rfind('/') + 1), answer.lines);
     answer.notStarted = !facts.started;
     answer.timedOut = facts.stopped == OBZX_RUN_STOPPED_BY_LIMIT;
-    answer.use = {true, byItself, byItself ? facts.seconds : 0, byItself ? CReason() : answer.problem};
+    answer.use = {.tried = true,
+                  .answered = byItself,
+                  .slowest = byItself ? facts.seconds : 0,
+                  .problem = byItself ? CReason() : answer.problem};
     if (byItself) answer.run.exitStatus = facts.exitStatus;
     if (facts.signal != 0) answer.run.signal = facts.signal;
     answer.run.seconds = facts.seconds;

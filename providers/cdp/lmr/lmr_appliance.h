@@ -47,7 +47,9 @@ class CLMRAppliance : public CBaseAppliance
     CConsistencyGroupPtr getConsistencyGroup(const CString& name) override;
     bool importDevicePath(const CString& lun, CString& devicePath) override;
 
+    /// The names that the appliance listed last, in its order.
     virtual std::vector<CString> getConsistencyGroupNameList();
+    // Each asks the appliance anew and replaces what was read before; a failure is traced and ends the reading.
     virtual void generateHostList();
     virtual void generateHostNameList();
     // Behind those above, whose places in the table are relied on.
@@ -63,6 +65,8 @@ class CLMRAppliance : public CBaseAppliance
     static void setCLMRDeviceManagerSingletonPtr(const CLMRDeviceManagerPtr& manager);
 
   private:
+    /// Has the appliance list its hosts or groups. @return whether it did; a failure is traced
+    bool list(const SLMRCommand& command, std::vector<std::string>& lines) const;
     bool loadGroup(const CString& name);
     bool storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines);
     void traceLun(const SLMRGroupLun& lun) const;

@@ -14,15 +14,18 @@ std::vector<CString> CLMRAppliance::getConsistencyGroupNameList()
     return m_groupNameList;
 }
 
+bool CLMRAppliance::list(const SLMRCommand& command, std::vector<std::string>& lines) const
+{
+    const bool succeeded = sendCommand(*this, m_name, command, lines) == 0;
+    if (!succeeded) trace(TRACE_FAILURE, "Failed to execute command");
+    return succeeded;
+}
+
 void CLMRAppliance::generateHostNameList()
 {
     m_hostNameList.clear();
     std::vector<std::string> lines;
-    if (sendCommand(*this, m_name, lmr_commands::listHosts(), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-        return;
-    }
-    m_hostNameList = parseHostNames(lines);
+    if (list(lmr_commands::listHosts(), lines)) m_hostNameList = parseHostNames(lines);
 }
 
 void CLMRAppliance::generateHostList()
@@ -50,10 +53,7 @@ void CLMRAppliance::generateConsistencyGroupNameList()
 {
     m_groupNameList.clear();
     std::vector<std::string> lines;
-    if (sendCommand(*this, m_name, lmr_commands::listGroups(), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-        return;
-    }
+    if (!list(lmr_commands::listGroups(), lines)) return;
     m_groupNameList.reserve(lines.size());
     for (const std::string& line : lines) {
         std::string_view name;

@@ -72,9 +72,8 @@ bool CLMRApplianceTool::isSendable(const CString& server, const CString& command
 
 bool CLMRApplianceTool::writeScript(const std::string& file, const CString& server, const CString& command) const
 {
-    // Cut by one opening and written through another: what is written between cutting a file and closing it goes to the
-    // disk at once on some file systems, and the removal of the file then waits for the disk, longer than the shell
-    // takes.
+    // The file is truncated and closed, then opened again for writing. Some file systems write a file through to the
+    // disk that is closed by the same opening that truncated it, and its removal then takes longer than the shell.
     std::ofstream script;
     if (std::ofstream(file, std::ios::out | std::ios::trunc)) script.open(file, std::ios::in | std::ios::out);
     // The run goes on without a script: the shell then fails on its empty input, and its answer tells the rest.

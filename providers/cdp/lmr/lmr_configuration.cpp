@@ -44,7 +44,8 @@ SLMRCliPath CLMRConfiguration::readTool(const SLMRToolSetting& setting)
             nameMissing = getStringValue(setting.nameKey, tool.name) != 0;
             if (!bytesOf(tool.path).ends_with('/')) assign(tool.path, std::string(bytesOf(tool.path)) + '/');
         }
-    } catch (...) {  // a store that cannot be read is as good as one without the values
+    } catch (...) {
+        // A store that cannot be read is as good as one without the values.
     }
     if (pathMissing) assign(tool.path, std::string_view(setting.path));
     if (nameMissing) assign(tool.name, std::string_view(setting.name));

@@ -95,9 +95,7 @@ void CLMRConsistencyGroup::restoreCurrentStore(std::tm /*time*/) {}
 int CLMRConsistencyGroup::deleteTimeImage(CString name)
 {
     std::vector<std::string> lines;
-    if (sendCommand(*this, m_applianceName, lmr_commands::deleteTimeImage(name, m_name), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-    }
+    send(lmr_commands::deleteTimeImage(name, m_name), lines);
     if (const auto checkPoint = m_timeImages.erase(bytesOf(name))) {
         trace(TRACE_INFO,
               "Erasing the following entry from the checkpoint to TimeImage Map. checkpoing name = [%s], time image "
@@ -110,9 +108,7 @@ int CLMRConsistencyGroup::deleteTimeImage(CString name)
 int CLMRConsistencyGroup::deleteCheckPoint(CString name)
 {
     std::vector<std::string> lines;
-    if (sendCommand(*this, m_applianceName, lmr_commands::deleteCheckPoint(name, m_name), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-    }
+    send(lmr_commands::deleteCheckPoint(name, m_name), lines);
     m_timeImages.eraseCheckPoint(bytesOf(name));
     return 0;
 }
@@ -136,10 +132,7 @@ CString CLMRConsistencyGroup::getName()
 void CLMRConsistencyGroup::populateTimeImageInformation()
 {
     std::vector<std::string> lines;
-    if (sendCommand(*this, m_applianceName, lmr_commands::listTimeImages(m_name), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-        return;
-    }
+    if (!send(lmr_commands::listTimeImages(m_name), lines)) return;
     if (isEmptyTimeImageList(lines)) {
         trace(TRACE_INFO, "There are no timeimages for [%s]", m_name);
         return;
@@ -191,26 +184,12 @@ CTimeImagePtr CLMRConsistencyGroup::getTimeImageFromCheckPoint(const CString& ch
 
 void CLMRConsistencyGroup::mapHost(CHostPtr host)
 {
-    if (!host) {
-        trace(TRACE_INVALID, "CLMRConsistencyGroup::mapHost - no host for [%s]", m_name);
-        return;
-    }
-    std::vector<std::string> lines;
-    if (sendCommand(*this, m_applianceName, lmr_commands::permitGroup(m_name, host->getName()), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-    }
+    changePermission("mapHost", lmr_commands::permitGroup, host);
 }
 
 void CLMRConsistencyGroup::unmapHost(CHostPtr host)
 {
-    if (!host) {
-        trace(TRACE_INVALID, "CLMRConsistencyGroup::unmapHost - no host for [%s]", m_name);
-        return;
-    }
-    std::vector<std::string> lines;
-    if (sendCommand(*this, m_applianceName, lmr_commands::forbidGroup(m_name, host->getName()), lines) != 0) {
-        trace(TRACE_FAILURE, "Failed to execute command");
-    }
+    changePermission("unmapHost", lmr_commands::forbidGroup, host);
 }
 
 CLMRConsistencyGroup::CTimeImageMap CLMRConsistencyGroup::getTimeImageList()
@@ -261,6 +240,24 @@ void CLMRConsistencyGroup::forEachKey(const std::function<void(std::string_view 
     for (const SCDPDeviceInfo& device : m_devices) {
         action(bytesOf(device.m_serial));
     }
+}
+
+bool CLMRConsistencyGroup::send(const SLMRCommand& command, std::vector<std::string>& lines) const
+{
+    const bool succeeded = sendCommand(*this, m_applianceName, command, lines) == 0;
+    if (!succeeded) trace(TRACE_FAILURE, "Failed to execute command");
+    return succeeded;
+}
+
+void CLMRConsistencyGroup::changePermission(const char* operation, CPermissionCommand command,
+                                            const CHostPtr& host) const
+{
+    if (!host) {
+        trace(TRACE_INVALID, "CLMRConsistencyGroup::%s - no host for [%s]", operation, m_name);
+        return;
+    }
+    std::vector<std::string> lines;
+    send(command(m_name, host->getName()), lines);
 }
 
 CString CLMRConsistencyGroup::serialOfDevice(const CString& device) const

@@ -9,6 +9,7 @@
 #include "providers/cdp/lmr/index/lmr_group_index.h"
 #include "providers/cdp/lmr/index/lmr_text_blocks.h"
 #include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
+#include "providers/cdp/lmr/lmr_commands.h"
 #include "providers/cdp/lmr/lmr_time_images.h"
 #include "providers/cdp/model/base_consistencygroup.h"
 
@@ -61,6 +62,10 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup, public CLMRIndexedGro
     void forEachKey(const std::function<void(std::string_view key)>& action) const override;
 
   private:
+    /// Sends a command to the group's appliance. @return whether it succeeded; a failure is traced
+    bool send(const SLMRCommand& command, std::vector<std::string>& lines) const;
+    using CPermissionCommand = SLMRCommand (*)(const CString& group, const CString& host);
+    void changePermission(const char* operation, CPermissionCommand command, const CHostPtr& host) const;
     CString serialOfDevice(const CString& device) const;
     void printTimeImages();
     bool fillTimeImage(CBaseTimeImage& image, const std::vector<std::string>& lines) const;

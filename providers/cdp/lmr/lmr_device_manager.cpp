@@ -97,7 +97,9 @@ void CLMRDeviceManager::traceOutput(CFiOutputText& output) const
 
 void CLMRDeviceManager::readListing(CFiOutputText& output)
 {
-    constexpr size_t AT_ONCE = 16;  // few enough for what is fetched for the first to be there when the last is read
+    // Lines are read in batches: by the time the last line of one is parsed, the memory of the table that its first
+    // disk needs has been prefetched. Of a larger batch the first would have left the caches again.
+    constexpr size_t AT_ONCE = 16;
     CLMRDiskListing listing;
     std::array<std::string_view, AT_ONCE> lines;
     std::vector<SLMRDisk> disks;

@@ -7,7 +7,7 @@
 
 namespace cdpfi {
 
-/// A volume as the appliance lists it.
+/// A volume as the appliance lists it. Used by one thread.
 class CLMRVolume : public CBaseVolume, public virtual obzx_pdk_4_4::CFiTraceable
 {
   public:

@@ -13,9 +13,9 @@ class CBaseVolume : public obzx_pdk_4_4::CFiRefCount
   public:
     virtual void setName(CString name) = 0;
     virtual CString getName() = 0;
-    virtual CString getSerNo() = 0;
-    virtual std::vector<CString> getConsGroupList() = 0;
-    virtual CString getSize() = 0;
+    virtual CString getSerNo() = 0;                       ///< LUN serial
+    virtual std::vector<CString> getConsGroupList() = 0;  ///< names of the groups that protect it
+    virtual CString getSize() = 0;                        ///< as the appliance writes it
 };
 
 using CVolumePtr = obzx_pdk_4_4::CFiSmartPtr<CBaseVolume, obzx_pdk_4_4::CFiNullAllocator<CBaseVolume>>;

@@ -93,7 +93,8 @@ class CLMRGroupIndex
 
     std::vector<CLMRIndexedGroup*> m_groups;
     CLMRArena m_records;
-    // Of each name and serial, the first group's. A host asks for all its disks, and most are no group's.
+    // Of each name and serial, the first group's. Filtered, because a host asks for each of its disks, and most of them
+    // no group protects.
     CLMRHashTable<CLMRArena::CPlace, SKeys, true> m_places;
 };
 

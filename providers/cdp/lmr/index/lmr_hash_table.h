@@ -17,8 +17,10 @@ namespace cdpfi {
  * Open addressing with linear probing. A slot keeps a part of its key's hash: neither growing nor passing over other
  * entries reads their texts, which lie scattered in memory.
  *
- * FILTERED is for tables that are mostly asked for what they do not hold: four bits for each slot, an eighth of their
- * memory, so that most of such look-ups end in a memory small enough for the caches.
+ * FILTERED is for tables that are mostly asked for what they do not hold: a bit filter in front, four bits for each
+ * slot, so small that it stays in the caches, ends most of such look-ups.
+ *
+ * Changes come from one thread at a time; look-ups may run side by side.
  */
 template <class Entry, class Keys, bool FILTERED = false>
 class CLMRHashTable

@@ -205,7 +205,9 @@ SLMRImageDetails parseTimeImageDetails(const std::vector<std::string>& lines)
         lines, [](const std::string& line) { return line.find("TimeImage LUNs:") != std::string::npos; });
     if (end == lines.end()) return {};
     const CLines fields(lines.begin(), end);
-    return {textField(fields, "Annotation:"), textField(fields, "Created:"), hostField(fields, "Permissions:")};
+    return {.annotation = textField(fields, "Annotation:"),
+            .created = textField(fields, "Created:"),
+            .permissions = hostField(fields, "Permissions:")};
 }
 
 // host = { text } "Presented LUNs:" NEWLINE { lun NEWLINE | NEWLINE }, with LUNs as in a group's listing

@@ -56,7 +56,7 @@ SLMRNameListing readNames(const std::vector<std::string>& lines, bool (*readLine
     for (size_t i = 0; i < lines.size(); ++i) {
         std::string_view name;
         if (trimBlanks(lines[i]).empty()) continue;
-        if (!readLine(lines[i], name)) return {{}, i, false};
+        if (!readLine(lines[i], name)) return {.names = {}, .strayLine = i, .isListing = false};
         listing.names.push_back(name);
     }
     return listing;

@@ -100,7 +100,9 @@ void appendTo(std::vector<CString>& texts, std::string_view text);
 template <class Value>
 Value& appendTo(std::map<CString, Value>& map, std::string_view key)
 {
-    std::map<CString, Value> entry;  // where a key that found no memory is compared with no other
+    // The entry is made in a map of its own: a key for which there was no memory is empty, and must not be compared
+    // with the map's.
+    std::map<CString, Value> entry;
     const auto added =
         entry.emplace(std::piecewise_construct, std::forward_as_tuple(key.data(), key.size()), std::forward_as_tuple());
     if (bytesOf(added.first->first) != key) throw std::bad_alloc();

@@ -50,8 +50,10 @@ SLMRImageListing parseTimeImage(const std::vector<std::string>& lines)
             listing.badPieces = allPieces(*line, LUN_MARKS);
             break;
         }
-        listing.luns.push_back(
-            {trimBlanks(pieces[0]), trimBlanks(pieces[1]), trimBlanks(pieces[3]), trimBlanks(pieces[4])});
+        listing.luns.push_back({.targetDevice = trimBlanks(pieces[0]),
+                                .targetSerial = trimBlanks(pieces[1]),
+                                .sourceDevice = trimBlanks(pieces[3]),
+                                .sourceSerial = trimBlanks(pieces[4])});
     }
     return listing;
 }
