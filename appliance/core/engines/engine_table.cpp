@@ -16,13 +16,13 @@ constexpr const char* ENGINE_KEY = "ENGINE";
 
 const std::vector<SEngineKind>& engineKinds()
 {
-    static const std::vector<SEngineKind> KINDS = {
+    static const std::vector<SEngineKind> kinds = {
         {"files", "plain files, which share blocks where the file system can",
          [](const SEngineSetup& /*setup*/) -> std::unique_ptr<CBaseStorageEngine> {
              return std::make_unique<CFilesEngine>();
          }},
     };
-    return KINDS;
+    return kinds;
 }
 
 SEngineSetup readEngineSetup(const std::filesystem::path& store, const std::filesystem::path& file)

@@ -83,7 +83,7 @@ std::unique_ptr<CBaseStorageEngine> tear(const SFault& fault, CBaseStorageEngine
 
 const std::vector<SFaultKind>& faultKinds()
 {
-    static const std::vector<SFaultKind> KINDS = {
+    static const std::vector<SFaultKind> kinds = {
         {.word = "watch", .onlyNotes = true},
         {.word = "error", .before = refuse},
         {.word = "slow", .takes = EFaultTakes::SECONDS, .before = wait},
@@ -96,7 +96,7 @@ const std::vector<SFaultKind>& faultKinds()
         {.word = "hang-after", .after = hangAfter},
         {.word = "tear", .takes = EFaultTakes::SECONDS, .engine = tear, .match = "create annotation "},
     };
-    return KINDS;
+    return kinds;
 }
 
 const SFaultKind& parseFaultKind(std::string_view word)

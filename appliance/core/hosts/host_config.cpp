@@ -38,7 +38,7 @@ SHostConfiguration readHostConfiguration(const fs::path& root)
     } catch (const EApplianceError& error) {
         refuse(error.what());
     }
-    const SHostConfiguration found = {values["STORE"], values["HOST"]};
+    SHostConfiguration found = {values["STORE"], values["HOST"]};
     if (!found.store.is_absolute()) refuse(file, "STORE is not an absolute path");
     try {
         checkName(EObject::HOST, found.host);

@@ -148,7 +148,7 @@ Lines runUpdateTimeImage(SShellTarget& target, const SCommand& command)
 
 const std::vector<SCommandKind>& commandKinds()
 {
-    static const std::vector<SCommandKind> KINDS = {
+    static const std::vector<SCommandKind> kinds = {
         {"list hosts", {}, runListHosts},
         {"list cgroups", {}, runListGroups},
         {"show host \"H\"", {}, runShowHost},
@@ -164,7 +164,7 @@ const std::vector<SCommandKind>& commandKinds()
         {"update timeimage \"G\"", {ADD_PERMISSION, DELETE_PERMISSION}, runUpdateGroup},
         {"update timeimage \"T\" \"G\"", {ADD_PERMISSION, DELETE_PERMISSION}, runUpdateTimeImage},
     };
-    return KINDS;
+    return kinds;
 }
 
 Lines commandHelp()
