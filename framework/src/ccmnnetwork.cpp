@@ -28,7 +28,7 @@ AddressList lookUp(const std::string& name)
     if (name.empty() || name.size() >= NI_MAXHOST || name.find('\0') != std::string::npos) return none;
     addrinfo hints = {};
     hints.ai_flags = AI_CANONNAME;
-    hints.ai_socktype = SOCK_STREAM;  // one entry an address
+    hints.ai_socktype = SOCK_STREAM;  // one entry for each address, not one for each type of socket
     addrinfo* found = nullptr;
     if (::getaddrinfo(name.c_str(), nullptr, &hints, &found) != 0) return none;
     return {found, &::freeaddrinfo};
@@ -109,8 +109,8 @@ SHostInfo askResolver(const std::string& name)
     return host;
 }
 
-// Answers are kept for a minute, also the ones that know nothing: an import asks for the same few names once for every
-// device, and a resolver that does not answer costs seconds each time.
+// Answers are kept for a minute, also that a name is not known: an import asks for the same few names for each device,
+// and a resolver that does not answer takes seconds each time.
 using CClock = std::chrono::steady_clock;
 constexpr auto ANSWER_LIFE = std::chrono::seconds(60);
 constexpr size_t MAX_ANSWERS = 1024;

@@ -19,7 +19,7 @@ namespace {
 
 using Clock = CRunningProgram::Clock;
 
-constexpr unsigned long MAX_SECONDS = 10UL * 365 * 24 * 3600;  // the clock's range is not for callers to test
+constexpr unsigned long MAX_SECONDS = 10UL * 365 * 24 * 3600;  // longer than any run, and no overflow of the clock
 // Lines cost more memory than their text; of an output that nobody can use only the start is handed over.
 constexpr size_t SHOWN_OF_TOO_LONG = size_t{1024} * 1024;
 
@@ -86,7 +86,8 @@ obzx_run_stop collect(CRunningProgram& process, CProcessOutput& output, Clock::t
         const bool ready = process.waitFor(output.descriptor(), deadline, &cancel);
         if (ready) output.read();
         if (process.hasEnded()) {
-            // Somebody it left behind may hold the output open for ever; what the process itself wrote is there by now.
+            // A process that the program left behind may keep the output open for ever. What the program itself wrote
+            // is there.
             output.readRest();
             break;
         }
@@ -122,7 +123,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
                            const std::string& environment)
 {
     text = {};
-    // What may fail for another reason than the command comes before there is a command.
+    // What can fail for lack of memory comes before the program is started.
     const unsigned long capped = m_traceLog ? capTimeout(m_traceLog->getComponent(), timeout) : timeout;
     const unsigned long allowed = std::min(capTimeout(capped), MAX_SECONDS);
     SSpawnRequest request{{}, inputFile, directory, environment, nullptr};
@@ -140,7 +141,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
         m_error = notStarted(commandLine, error);
         return m_error.result;
     }
-    // The observer's time is the run's: a slow one does not make the limit longer.
+    // Taken before the observer is called: the time that it needs counts, so a slow one does not prolong the run.
     const Clock::time_point deadline = Clock::now() + std::chrono::seconds(allowed);
     CRunningProgram process(spawned.pid);
     record.started(spawned.pid);

@@ -22,7 +22,7 @@ obz_eseverity severityOf(int32_t value)
         case OBZ_SEV_WARNING:
             return OBZ_SEV_WARNING;
         default:
-            return OBZ_SEV_ERROR;  // what a host wrote there must not make a failure look harmless
+            return OBZ_SEV_ERROR;  // a host may have written anything there: no failure may look harmless by that
     }
 }
 

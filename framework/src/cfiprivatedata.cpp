@@ -56,7 +56,7 @@ CFiPrivateDataPtr CFiPrivateDataFactory::allocate(obz_domain* domain, bool isAlt
 
     // Creation happens under the lock, so that two nodes that name one object never get two private-data objects.
     const std::lock_guard lock(m_mutex);
-    auto holder = std::make_unique<CHolder>();  // first: an entry that no node holds would stay for ever
+    auto holder = std::make_unique<CHolder>();  // before the entry is made: one that no node holds would stay for ever
     CMap& map = mapFor(isAltNode);
     auto entry = map.find(name);
     if (entry == map.end()) {
@@ -124,7 +124,7 @@ CFiPrivateDataManager::~CFiPrivateDataManager() = default;
 
 void CFiPrivateDataManager::registerFactory(const CFiPrivateDataFactoryPtr& factory)
 {
-    CFiPrivateDataFactoryPtr replaced = factory;  // ends up with the old one, which goes after the lock is given back
+    CFiPrivateDataFactoryPtr replaced = factory;  // takes the former one below, and destroys it without the lock
     if (!replaced) return;
     const std::lock_guard lock(m_mutex);
     if (m_traceLog) factory->registerTraceLog(m_traceLog);

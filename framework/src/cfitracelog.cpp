@@ -78,7 +78,7 @@ STraceSettings readSettings(CFiConfiguration& store, const ACE_String_Base<char>
     return settings;
 }
 
-// Others read the store again and again; the log, which reads it once each start, tells what is wrong with it.
+// Everybody else reads the store many times; the log reads it once for each start, so it is the one to name bad lines.
 void traceUnreadableLines(CFiTraceLog& log, const CFiConfiguration& store)
 {
     for (const SFiUnreadableLine& line : store.unreadableLines()) {
@@ -134,7 +134,7 @@ void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* ar
 
 void CFiTraceLog::setErrorManager(const CFiErrorManagerPtr& manager)
 {
-    CFiErrorManagerPtr former = manager;  // released after the lock: its destructor may trace
+    CFiErrorManagerPtr former = manager;  // destroyed without the lock, as its destructor may trace
     const std::lock_guard<std::mutex> guard(m_state->mutex);
     m_state->errorManager.swap(former);
 }

@@ -15,8 +15,8 @@ struct SInputText
     uint64_t size = 0;  ///< of the whole text
 };
 
-/// Reads it from an open file, whose offset stays. Both stay empty for what is no regular file or cannot be read: what
-/// is taken from a FIFO or a terminal is lost to the program.
+/// Reads it from an open file, whose offset stays. Both stay empty for what cannot be read or is no regular file: what
+/// would be read from a FIFO or a terminal here would be lost to the program.
 void readInputText(int file, SInputText& text) noexcept;
 
 }  // namespace obzx_pdk_4_4

@@ -27,8 +27,8 @@ struct alignas(sizeof(uint64_t)) SState
 std::atomic<SState> g_state{SState{0, -1}};
 static_assert(std::atomic<SState>::is_always_lock_free, "a signal handler changes it");
 
-std::mutex g_mutex;          // of those who join and leave; no signal handler takes it
-unsigned g_waitingRuns = 0;  // in this round
+std::mutex g_mutex;          // held by runs that join and leave a round; never by a signal handler
+unsigned g_waitingRuns = 0;  // that have joined the round
 
 bool isNow(const SState& state)
 {
@@ -78,9 +78,9 @@ void CRunCancel::join() noexcept
     const std::lock_guard<std::mutex> guard(g_mutex);
     SState state = g_state.load();
     if (state.round != m_round || !hasEvent(state)) return;
-    // A copy of its own, as a cancellation closes the event while the run still waits for it.
+    // Each run has a copy: a cancellation closes the event itself, while the runs still wait for it.
     base::CFileDescriptor copy(::fcntl(state.event, F_DUPFD_CLOEXEC, 0));
-    // The event may be gone by now and its number another's.
+    // A cancellation may have closed the event meanwhile, and its number may be another file's: the copy is of no use.
     if (!isNow(state)) return;
     m_descriptor = std::move(copy);
     m_hasJoined = true;

@@ -11,7 +11,7 @@ namespace obzx_pdk_4_4 {
 namespace {
 
 constexpr std::chrono::seconds GRACE{5};
-// How often is looked for a cancellation that no descriptor reports.
+// How often a cancellation is looked for where no descriptor reports it.
 constexpr std::chrono::milliseconds LOOK_INTERVAL{10};
 
 }  // namespace
@@ -25,7 +25,8 @@ CRunningProgram::~CRunningProgram()
 
 bool CRunningProgram::waitFor(int output, Clock::time_point until, CRunCancel* cancel)
 {
-    // Most programs end within a few milliseconds, and their output with them: to watch that is enough for them.
+    // Most programs end, and their output with them, within a few milliseconds. Watching the output is enough for
+    // these; the descriptors for the end and for cancellation are opened for those that last longer.
     m_lasts = m_lasts || output < 0;
     const int end = m_lasts ? m_process.descriptor() : -1;
     const int cancelled = cancel != nullptr && end >= 0 ? cancel->descriptor() : -1;

@@ -92,8 +92,9 @@ bool isLeft(std::string_view name, std::string_view prefix, const std::string& h
 
 std::string temporaryFileMark()
 {
-    // Found out once a thread and process: it takes longer than making the file. A forked child is another process.
-    // Nothing that has to be destroyed: where memory is short, the C library ends a process that cannot note that.
+    // Worked out once for each thread, and again in a forked child: it takes longer than making the file. A plain
+    // array, because a thread's object with a destructor has to be registered, and the C library ends a process that
+    // has no memory for that.
     thread_local pid_t known = 0;
     thread_local char mark[64];  // 16 digits, two numbers of at most 10 and 20 digits, three times "_"
     if (known != ::getpid()) {

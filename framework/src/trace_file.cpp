@@ -35,7 +35,8 @@ void makeFolders(const std::string& path)
     }
 }
 
-// The writer opens files without a mode and waits where a FIFO has no reader, so the file is made, and looked at, here.
+// The writer of the library would make the file readable for everybody, and wait for ever at a FIFO without a reader:
+// so the file is made, and checked, before it.
 void prepareFile(const std::string& path)
 {
     const base::CFileDescriptor file(
@@ -113,7 +114,7 @@ void CTraceFile::write(int32_t level, std::string_view component, std::string_vi
             m_sink->sink.log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
             m_sink->sink.flush();
         } catch (...) {
-            // A sink that failed once may have no open file left to write to.
+            // After a failure the sink may have closed its file; it is not used again.
             m_sink.reset();
             m_retryTime = monotonicSeconds() + RETRY_SECONDS;
         }

@@ -8,7 +8,8 @@
 
 namespace cdpfi {
 
-/// The quiesce/split combinations of a node: malloc memory, because the records belong to the node.
+// The quiesce/split combinations of a node. Records and names come from malloc and belong to the node, so that whoever
+// takes the node down can free them.
 
 /**
  * Appends a combination at the tail of the node's list; both entries get a copy of their name, the node and its group
@@ -20,8 +21,8 @@ bool appendCombo(obz_domain* node, const CString& quiesceName, const CString& sp
 /// Detaches the node's list and frees it.
 void releaseCombos(obz_domain* node);
 
-/// The lists that this provider built, by node: a host need not have set the head of a fresh node's list to anything.
-/// Any thread may call it.
+/// Remembers which lists this provider built, by node. The head of a fresh node's list may hold anything, and must not
+/// be freed unless it is known to be ours. Any thread may call it.
 class CNodeCombos
 {
   public:

@@ -17,8 +17,8 @@ class CGroupNodes
     void enter(const CString& group, obz_domain* node);
     /// The node of a group; a name that is not there is entered with a null node.
     obz_domain* find(const CString& group);
-    void erase(const CString& group);
-    /// Takes out every group that the node is entered for, and those without a node, which tell nothing.
+    void erase(const CString& group);  ///< nothing for a name that is not there
+    /// Takes out every group that the node is entered for, and those whose entry has no node.
     void eraseNode(const obz_domain* node);
     size_t size() const;
 

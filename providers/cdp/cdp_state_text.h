@@ -19,6 +19,7 @@ struct STagPosition
     uint32_t m_close;  ///< of the first close tag, wherever it stands; 0xFFFFFFFF: not there
 };
 
+/// The first open and the first close tag of a text; neither needs to belong to the other.
 STagPosition findTags(std::string_view text, std::string_view openTag, std::string_view closeTag);
 
 /**
@@ -33,7 +34,7 @@ CString writeTag(std::string_view tag, std::string_view value);
 /// The first value of a tag that writeTag wrote.
 CString readTag(std::string_view text, std::string_view tag);
 
-/// The same for texts by value, for callers that have memory to copy them: without it a copy is empty.
+/// writeTag and readTag for texts by value. A copy for which there was no memory arrives empty, and is taken as it is.
 CString createXmlTag(CString tag, CString value);
 CString getXmlTagValue(CString text, CString tag);
 

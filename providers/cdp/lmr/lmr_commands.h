@@ -39,7 +39,8 @@ SLMRCommand deleteTimeImage(const CString& timeImage, const CString& group);
 SLMRCommand listTimeImages(const CString& group);
 SLMRCommand showTimeImage(const CString& timeImage, const CString& group);
 
-/// Permission on all of a group: the group stands where else a time image stands.
+/// A host's permission on all time images of a group, given and taken away. The commands name the group where those
+/// for a single image name the image.
 SLMRCommand permitGroup(const CString& group, const CString& host);
 SLMRCommand forbidGroup(const CString& group, const CString& host);
 SLMRCommand permitTimeImage(const CString& timeImage, const CString& group, const CString& host);

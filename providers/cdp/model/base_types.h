@@ -10,8 +10,9 @@ namespace cdpfi {
 /**
  * Names, device paths, serials and command lines of the model.
  *
- * A text that finds no memory for its new value stays empty, or as it was, without a word. A name that was lost so must
- * neither reach an appliance nor become a key, so texts are copied by the functions below.
+ * The class reports no lack of memory: a text that finds none for its new value is empty afterwards, or as it was. A
+ * name that was lost in this way must neither reach an appliance nor become a key of a map, so texts are copied by the
+ * functions below, which throw.
  */
 using CString = ACE_String_Base<char>;
 
@@ -58,7 +59,8 @@ struct SCDPDeviceInfo
         : m_device(textOf(device)), m_serial(textOf(serial))
     {
     }
-    /// Refers to texts that stay where they are, each with a NUL behind it. Copies have texts of their own.
+    /// Texts that are not copied: they must outlive the object, and each has a NUL behind it. Copies of the object have
+    /// texts of their own. For lists of many LUNs.
     struct SInPlace
     {
         std::string_view device;
@@ -73,7 +75,7 @@ struct SCDPDeviceInfo
     SCDPDeviceInfo& operator=(const SCDPDeviceInfo&) = delete;
 
     CString m_device;  ///< as the appliance names it
-    CString m_serial;
+    CString m_serial;  ///< of the LUN
 };
 
 }  // namespace cdpfi

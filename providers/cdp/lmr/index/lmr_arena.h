@@ -14,7 +14,7 @@ namespace cdpfi {
 class CLMRArena
 {
   public:
-    /// Stands for a record in half the space of a pointer.
+    /// Where a record is: four bytes, half of what a pointer takes.
     using CPlace = uint32_t;
 
     /// A new record. @throw std::bad_alloc, std::length_error past 32 GiB of records
@@ -24,11 +24,11 @@ class CLMRArena
 
   private:
     static constexpr size_t UNIT = 8;
-    static constexpr unsigned UNIT_BITS = 13;  // a place is the number of a block and of a unit in it
+    static constexpr unsigned UNIT_BITS = 13;  // lower bits of a place: the unit in its block; upper bits: the block
     static constexpr CPlace UNIT_MASK = (CPlace{1} << UNIT_BITS) - 1;
     static constexpr size_t BLOCK_SIZE = UNIT << UNIT_BITS;
 
-    std::vector<std::unique_ptr<char[]>> m_blocks;  // a record that is larger than a block has one for itself
+    std::vector<std::unique_ptr<char[]>> m_blocks;  // a record larger than BLOCK_SIZE has a block of its own
     size_t m_room = 0;                              // bytes left in the last block
 };
 

@@ -43,7 +43,9 @@ class CLMRHashTable
     void reserve(size_t count)
     {
         size_t capacity = m_slots.empty() ? MINIMUM : m_slots.size();
-        while (count > capacity / 2) {  // the search for what is not there stays within a line of the cache
+        // At most half full: a search for a key that is not there meets an empty slot soon, mostly in the cache line
+        // that it began with.
+        while (count > capacity / 2) {
             capacity *= 2;
         }
         if (capacity != m_slots.size()) grow(capacity);
@@ -66,8 +68,8 @@ class CLMRHashTable
         return slot.entry;
     }
 
-    /// Has the memory that a look-up of the key begins with fetched while the caller goes on: look-ups that follow a
-    /// call of this for each of them wait for the memory once, not once each.
+    /// Asks the processor to load what a look-up of the key reads first, while the caller goes on. Called for several
+    /// keys before the first of them is looked up: their loads then overlap.
     void prefetch(std::string_view key) const
     {
         if (m_slots.empty()) return;
@@ -160,7 +162,7 @@ class CLMRHashTable
     }
 
     std::vector<SSlot> m_slots;
-    CFilter m_filter;  // a bit is set when an entry has a tag that ends in the bit's number
+    CFilter m_filter;  // one bit for each remainder of a tag: set when an entry has such a tag
     size_t m_count = 0;
     Keys m_keys;
 };

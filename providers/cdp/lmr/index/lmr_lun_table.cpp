@@ -91,7 +91,8 @@ void CLMRLunTable::changeSerial(CPlace& place, std::string_view serial)
 {
     SHead& head = headAt(m_records, place);
     if (serial.size() > head.serialRoom) {
-        // The record that is left stays where it is. Room grows by doubling, so that all of them are few.
+        // The former record stays in the arena, unused. Room doubles each time, so the records that a path leaves
+        // behind are few.
         const size_t room = std::max(serial.size(), size_t{head.serialRoom} * 2);
         place = newRecord(pathAt(m_records, place), serial, room);
         return;

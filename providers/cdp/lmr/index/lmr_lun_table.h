@@ -22,8 +22,7 @@ class CLMRLunTable
 
     /// Makes room for a total of count devices.
     void reserve(size_t count) { m_byPath.reserve(count); }
-    /// Has the memory fetched that setting the path begins with. Paths that are set after a call of this for each of
-    /// them wait for the memory once, not once each.
+    /// For paths that are set next, see CLMRHashTable::prefetch.
     void prefetch(std::string_view path) const { m_byPath.prefetch(path); }
     /// Adds a path or gives it another serial.
     void set(std::string_view path, std::string_view serial);
@@ -68,8 +67,8 @@ class CLMRLunTable
 
     CLMRArena m_records;
     CLMRHashTable<CPlace, SPathKeys> m_byPath;
-    // Of the paths that show the same LUN, the first. Made anew when it is asked after a device or its LUN is new: only
-    // imports ask, and a listing is read as a whole before that.
+    // The first of the paths that show a LUN, by serial. Built when somebody asks and the table has changed since: only
+    // imports ask, and they do so after a whole listing was read.
     CLMRHashTable<CPlace, SSerialKeys> m_bySerial;
     bool m_bySerialStale = false;
     CString m_firstPath;  // what firstPathOf found last

@@ -18,7 +18,7 @@ constexpr bool endsField(char character)
     return character == ' ' || character == '\t' || character == '\n';
 }
 
-// How many of N characters, behind the first of those that are given, begin a field.
+// How many fields begin at characters[1] to characters[N]; characters[0] is the one before them.
 template <size_t N>
 size_t countStarts(const char* characters)
 {
@@ -29,7 +29,7 @@ size_t countStarts(const char* characters)
     return starts;
 }
 
-// In parts of a fixed size and without a branch for each character: compilers make it look at a part at once.
+// Counted in parts of a fixed size without branches, which compilers turn into vector instructions.
 size_t countFields(std::string_view line)
 {
     constexpr size_t PART = 16;
