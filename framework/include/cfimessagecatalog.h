@@ -65,14 +65,14 @@ class OBZX_API CFiMessageCatalogManager : public virtual CFiRefCount, public vir
     void setNativeLanguage(const std::string& locale);  ///< the host's locale; empty: it gave none
     std::string getNativeLanguage() const;
 
+    /// The pattern of a component's message, from the nearest locale that has it; false when there is none.
+    bool findPattern(const std::string& component, const std::string& id, const std::string& locale,
+                     std::string& pattern);
     /**
      * The message's text in a locale; the empty name means the default locale (English). A message that no catalog
      * holds reads as its key, followed by its arguments.
      */
     std::string getLocalizedMessage(const CFiMessage& message, const std::string& locale);
-    /// The pattern of a component's message, from the nearest locale that has it; false when there is none.
-    bool findPattern(const std::string& component, const std::string& id, const std::string& locale,
-                     std::string& pattern);
     /// Empty when no factory is registered for the record's catalog.
     CFiMessagePtr allocateMessage(const obz_msg_info* info);
 

@@ -155,8 +155,10 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     /// every later one, also when it failed. OBZ_ERR_DELAYED_INIT when the mutex cannot be locked.
     int32_t invokeDelayedInit();
     ACE_Recursive_Thread_Mutex& getMutex() { return m_mutex; }
+    /// Sets the flag when asked to; tells whether it is set. fini sets it first. Any thread may call it.
+    bool isShuttingDown(bool set);
 
-    // What init is preceded by. Not locked: the start is one thread's.
+    // Called before init, on its thread, and by nobody later: not locked.
 
     void setProviderName(const ACE_String_Base<char>& name);  ///< @throw std::bad_alloc
     const ACE_String_Base<char>& getProviderName() const { return m_providerName; }
@@ -171,9 +173,6 @@ class OBZX_API CFiPluginBase : public virtual CFiRefCount, public virtual CFiTra
     void registerCatalogManager(const CFiMessageCatalogManagerPtr& manager) { m_catalogManager = manager; }
     void registerPrivateDataManager(const CFiPrivateDataManagerPtr& manager) { m_privateDataManager = manager; }
     void registerSessionManager(const CFiSessionManagerPtr& manager) { m_sessionManager = manager; }
-
-    /// Sets the flag when asked to; tells whether it is set. fini sets it first. Any thread may call it.
-    bool isShuttingDown(bool set);
 
   protected:
     ACE_String_Base<char> m_providerName;

@@ -42,9 +42,6 @@ class OBZX_API CFiPluginInterposer : public CFiPluginBase
     int32_t importResource(obzx_objid* identity, int32_t transportable, int32_t flags) override;
     /// Unmaps the resource through importNode.
     int32_t deportResource(obzx_objid* identity, int32_t transportable, int32_t flags) override;
-    /// OBZ_ERR_INVALID_ARG for type 0, OBZ_ERR_FAILED when there are two others already.
-    int32_t addIgnoreNodeType(int32_t type) override;
-    int32_t setDefaultNodeType(int32_t type) override;
 
     /// Maps or unmaps each of the identities with the form below, in order; stops at the first failure, and with
     /// OBZ_ERR_INVALID_ARG at an identity that is null or has no name.
@@ -54,6 +51,10 @@ class OBZX_API CFiPluginInterposer : public CFiPluginBase
     /// @param flags as the host gave them
     virtual int32_t importNode(const ACE_String_Base<char>& nodeName, bool transportable, bool reserved, bool unmap,
                                int32_t flags);
+
+    /// OBZ_ERR_INVALID_ARG for type 0, OBZ_ERR_FAILED when there are two others already.
+    int32_t addIgnoreNodeType(int32_t type) override;
+    int32_t setDefaultNodeType(int32_t type) override;
 
     /// Announces a snapshot method; the same method may be announced more than once. access: OBZ_ACCESS_* values or-ed.
     void addFim(const ACE_String_Base<char>& fimName, const ACE_String_Base<char>& splitName,

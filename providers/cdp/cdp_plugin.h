@@ -102,7 +102,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     void traceGrouping(CNodeGrouping::EAdded added, const CString& node, const CString& group,
                        const CString& appliance);
     int32_t makeCheckPoints(const CNodeGrouping& grouping, obzx_pdk_4_4::CFiSession& session);
-    int32_t makeCheckPoint(const CAppliancePtr& appliance, const CString& group, const CNodeGrouping::CNodes& nodes,
+    int32_t makeCheckPoint(const CAppliancePtr& appliance, const CString& groupName, const CNodeGrouping::CNodes& nodes,
                            const CString& checkPoint, obzx_pdk_4_4::CFiSession& session);
     void recordCopy(const CString& node, const CString& checkPoint, obzx_pdk_4_4::CFiSession& session);
 
