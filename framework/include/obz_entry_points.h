@@ -5,28 +5,29 @@
  * Conventions
  *  1. Every entry point has its function type here: obzx_fi_<name>_fn. OBZX_FI_ENTRY_POINTS lists all names in the
  *     order of this header; OBZX_FI_DECLARE(provider, name) declares one function of one provider.
- *  2. The result is a status (enum obz_status) unless the line says otherwise.
+ *  2. The result is a status (enum obz_status) unless the line says otherwise; OBZ_ERR_FAILED when there is no memory.
  *  3. Delayed initialisation: entry points marked "Gated." first run the provider's delayed initialisation, once in
  *     the life of the provider; the call that meets its failure returns OBZ_ERR_DELAYED_INIT before it looks at an
  *     argument.
  *  4. Not every provider has an answer to everything. A "Query" that the provider does not answer itself gives null, 0
  *     or an empty list with OBZ_OK; a "Notice" that it need not act on gives OBZ_OK; an "Action" that it does not know
- *     gives OBZ_ERR_UNSUPPORTED. What a line says beyond its contract about "cdpfi" is this system's own provider.
+ *     gives OBZ_ERR_UNSUPPORTED. Where a line names cdpfi, it tells what this system's own provider makes of the call.
  *  5. Nulls: a null where an object is needed gives OBZ_ERR_INVALID_ARG and never a crash; where a line says
  *     otherwise, the line holds. Marked "may be null" where nothing is needed. A list may be null when its count is 0
  *     or less.
  *  6. Outputs are set to null or 0 before anything else, and they stay so on failure. Only a call that meets a failed
  *     delayed initialisation leaves them as they are.
  *  7. Ownership: what comes out belongs to the host. Buffers, texts and arrays are freed with obzx_free_buf, identities
- *     with obzx_free_objid, lists with their own function (obzx_runtime.h); a list without one (obz_objid_list,
- *     obz_association_list, obz_attributes) record by record as what it is made of. Where a line names another call
- *     ("for obzx_free_objid_array"), that one frees all of it. What goes in stays the host's and need not outlive the
- *     call, except the context of init and the nodes between init_node and deinit_node.
+ *     with obzx_free_objid, lists with their own function (obzx_runtime.h). Lists without one (obz_objid_list,
+ *     obz_association_list, obz_attributes) are freed record by record: identities and texts first, then the record, a
+ *     buffer. Where a line says what an output is "for" (for obzx_free_objid_array), that call frees all of it. What
+ *     goes in stays the host's and need not outlive the call, except the context of init and the nodes between
+ *     init_node and deinit_node.
  *  8. Threads: any entry point may be called from any thread. init comes first and alone, fini last and alone;
  *     init_node and deinit_node are called one at a time; calls on one node are called one at a time.
  *  9. No exception leaves an entry point of a provider whose operations keep to their contract.
  * 10. Calls on split nodes take a single node and a list. When the list is null, its count 0 and the single node is
- *     there, the call is about that node; otherwise the list and its count count. preselect, select, prepare and make
+ *     there, the call is about that node; otherwise it is about the list. preselect, select, prepare and make
  *     refuse a list in which an entry, its node or the node's name is null with OBZ_ERR_INVALID_ARG, and nothing of it
  *     is added to the session.
  * 11. A session is named by the host, made by the first call that names it and there until fini. A null name gives
@@ -48,7 +49,7 @@ extern "C" {
  * was told to the callback and stands on the error stack. */
 typedef int32_t obzx_fi_init_fn(obz_context* context, obz_version* version, const char* fim_name);
 /* Ends the provider and frees its objects, its sessions with them. The library may be unloaded then, or init called
- * again. What the host was given stays valid, except records and texts that the provider's own calls free. */
+ * again. What the host was given stays valid, but what the provider's own calls free (see Errors) is freed before. */
 typedef void obzx_fi_fini_fn(void);
 /* Query, also before init. One record that describes the provider, for obzx_free_provider_list; null when there is no
  * memory for it. */
@@ -57,8 +58,7 @@ typedef int32_t obzx_fi_get_provider_info_fn(obz_provider_list** provider);
  * obzx_free_fim_list. What there is no memory for is left out. */
 typedef int32_t obzx_fi_enumerate_fims_fn(obz_fim_list** fims);
 /* Gated. Query. The parameters that the provider reads from its configuration store, with their defaults, in the order
- * of its description; for obzx_free_confspec. fim and locale may be null: every method and locale has the same ones.
- * OBZ_ERR_FAILED when there is no memory. */
+ * of its description; for obzx_free_confspec. fim and locale may be null: every method and locale has the same ones. */
 typedef int32_t obzx_fi_config_fn(obz_domain* node, const char* fim, const char* locale, obz_confspec** parameters);
 
 /* ---- Errors ------------------------------------------------------------------------------------------------------ */
@@ -170,7 +170,7 @@ typedef int32_t obzx_fi_quiesce_fn(obz_splitnode* node, obz_splitnode** nodes, i
 /* Gated. Action. Takes the snapshot of the session's nodes that have no copy yet; the nodes that are given here are
  * checked and otherwise not used. identities: an array for obzx_free_objid_array, one identity for each node that now
  * has a copy, in name order; also when the snapshot failed half-way. Null and 0 for no node, and when there is no
- * memory for them, which gives OBZ_ERR_FAILED. With a null output nothing is taken. */
+ * memory for them, which gives OBZ_ERR_FAILED. When an output is missing, no snapshot is taken. */
 typedef int32_t obzx_fi_make_fn(obz_splitnode* node, const char* session, obz_splitnode** nodes, int32_t count,
                                 obzx_objid*** identities, int32_t* identity_count);
 /* Notice, without a result: the snapshot is over, however it ended. Not gated, so that writes go on in any case. */
@@ -233,8 +233,8 @@ typedef int32_t obzx_fi_online_resource_fn(obzx_objid* identity);
 typedef int32_t obzx_fi_enable_access_fn(obz_domain* node, obz_host_infn* hosts);
 /* Gated. Action. Takes that leave back. */
 typedef int32_t obzx_fi_disable_access_fn(obz_domain* node, obz_host_infn* hosts);
-/* Gated. Query. How the named resources are called on this host. Defined for no name only: names must be there, the
- * count must be 0, and a non-zero one gives OBZ_ERR_INVALID_ARG. */
+/* Gated. Query. What the named resources are called on this host. Defined for an empty list only: a count other than
+ * 0 gives OBZ_ERR_INVALID_ARG, and so does a null list. */
 typedef int32_t obzx_fi_translate_resource_names_fn(char** names, int32_t count, char*** translated);
 
 /* ---- Disposal, restore, status ----------------------------------------------------------------------------------- */
@@ -274,8 +274,8 @@ typedef int32_t obzx_fi_unformat_fn(obz_domain* node);
 
 /* Gated. A free-form request about a named object, in the words of docs/host-interface.md (Object control). OBZ_OK when
  * it reached the provider: its outcome is in status (OBZ_ERR_UNSUPPORTED by default), its reply, one line, in reply,
- * for free. OBZ_ERR_FAILED when there is no memory. All may be null: no name, no inputs, an output that is not wanted.
- * The request stays as it is. */
+ * which the C function free frees. All may be null: no name, no inputs, an output that is not wanted. The request stays
+ * as it is. */
 typedef int32_t obzx_fi_objctl_fn(const char* name, char* request, char** reply, int64_t* status);
 
 /* ---- The list ---------------------------------------------------------------------------------------------------- */
