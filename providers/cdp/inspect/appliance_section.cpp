@@ -42,7 +42,7 @@ std::optional<std::vector<SAnnotation>> textsOf(const std::optional<std::vector<
     return annotations;
 }
 
-/// What a listing of a group lacks to be one.
+/// Why an answer is no whole listing of a group; empty for one that is.
 std::string defectOf(const SLMRGroupListing& listing)
 {
     switch (listing.result) {
@@ -115,7 +115,7 @@ class CApplianceSection
         return answer.problem ? std::nullopt : std::optional(std::move(answer.lines));
     }
 
-    /// Notes an answer that is something else than what was asked for.
+    /// Notes an answer with exit status 0 that is not the listing that was asked for, and gives the reason.
     std::string noListing(const SLMRCommand& command, const CLines& lines, const std::string& defect)
     {
         SNoListing& noted = m_section.noListings.emplace_back();
@@ -126,7 +126,7 @@ class CApplianceSection
         return "the answer to \"" + noted.command + "\" is no listing: " + defect;
     }
 
-    /// The names in a listing; empty when there is none, with the reason.
+    /// The names in a listing; empty when there was no answer or it is no such listing, with the reason.
     std::optional<std::vector<std::string>> askForNames(const SLMRCommand& command,
                                                         SLMRNameListing (*reader)(const CLines&), CReason& problem)
     {
@@ -204,7 +204,7 @@ class CApplianceSection
         CReason problem;
         const SLMRCommand command = lmr_commands::listTimeImages(cdpfi::textOf(group.name));
         const auto names = askForNames(command, readTimeImageListing, problem);
-        // A list that has lost its last lines looks like a shorter one.
+        // A list whose last lines were lost looks like a shorter list, so it is compared with what the group shows.
         for (const std::string& name : shown) {
             if (!names || std::ranges::find(*names, name) != names->end()) continue;
             problem = "the answer to \"" + readableCommand(command.m_text) + "\" lacks " + shortLine(name);
@@ -247,7 +247,7 @@ class CApplianceSection
     CToolRunner& m_runner;
     const SInspectOptions& m_options;
     SAppliance m_section;
-    CReason m_silence;  // what got no answer, after which nothing else is asked
+    CReason m_silence;  // why a command got no answer; nothing else is asked after that
 };
 
 }  // namespace

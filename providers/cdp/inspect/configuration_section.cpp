@@ -29,7 +29,7 @@ struct SKnownValue
     const char* byDefault;
 };
 
-// What the provider and the runtime under it read; the provider's parameter description has the same.
+// The values that the provider and the runtime read; the provider's parameters.xml describes the same ones.
 constexpr SKnownValue KNOWN_VALUES[] = {
     {LMR_TOOL_SECTION, LMR_SHELL.pathKey, LMR_SHELL.path},
     {LMR_TOOL_SECTION, LMR_SHELL.nameKey, LMR_SHELL.name},
@@ -43,7 +43,7 @@ constexpr SKnownValue KNOWN_VALUES[] = {
     {"FI_NETWORK", "LOCAL_NAME", ""},
 };
 
-/// Why a file cannot be read as a regular file of a size to be expected.
+/// Why a file cannot be read: it cannot be opened, is no regular file, or is larger than the provider would read.
 CReason problemOf(const std::string& path, size_t most)
 {
     const base::SFileText file = base::readFile(path, most);
@@ -72,7 +72,7 @@ void readApplianceList(SConfiguration& configuration)
     configuration.files.push_back({path, problemOf(path, MAX_LIST_SIZE)});
     std::vector<std::string> lines;
     CDPSupportFunction::readFile(path, lines);
-    std::map<std::string, SConfiguredAppliance> appliances;  // of several lines for one name the last one counts
+    std::map<std::string, SConfiguredAppliance> appliances;  // by name; the last of several lines counts
     for (size_t i = 0; i < lines.size(); ++i) {
         const SLine line{path, static_cast<long>(i) + 1, lines[i]};
         const auto read = parseApplianceLine(lines[i], LMR_LIST_MARK);

@@ -4,7 +4,8 @@
 
 namespace cdpfi::inspect {
 
-/// Reads what the provider reads. A file that is not there, or is none, is told and costs nothing else.
+/// Reads the files that the provider reads. A file that cannot be read is named with the reason, and the others are
+/// read all the same.
 SConfiguration readConfiguration();
 
 }  // namespace cdpfi::inspect

@@ -10,9 +10,9 @@
 
 namespace cdpfi::inspect {
 
-/// Reads the disk utility's listing. Where it cannot be read to its end the devices are those before that place.
+/// Reads the disk utility's listing. When a line cannot be read, the devices before it are given, and the reason.
 SDisks readDisks(const std::vector<std::string>& lines);
-/// The same of an answer, which may be none or have lost its end.
+/// The same for an answer, which may have failed or lost its end.
 SDisks readDisks(const SAnswer& answer);
 
 /// Where each LUN shows on this host: the first path in path order, which is the one that the provider takes.

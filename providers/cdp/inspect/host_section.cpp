@@ -14,7 +14,7 @@ bool sameName(const std::string& a, const std::string& b)
     return a.size() == b.size() && strcasecmp(a.c_str(), b.c_str()) == 0;
 }
 
-/// Loopback addresses are shared by all hosts, and tell none apart.
+/// Whether any address is no loopback address: those are the same on all hosts.
 bool hasAddressOfItsOwn(const SHostInfo& host)
 {
     const SHostInfo addresses{{}, {}, {}, host.addresses};

@@ -13,7 +13,9 @@ namespace cdpfi::inspect {
 /// Gives what the resolver knows of a name.
 using CResolver = std::function<obzx_cmn_4_4::SHostInfo(const std::string&)>;
 
-/// The name that this host goes by, as the provider takes it, and what the resolver knows of it.
+/// Describes this host.
+/// @param local     what the resolver knows of the name
+/// @param localName the name that this host goes by, found as the provider finds it
 SHostName describeHost(const obzx_cmn_4_4::SHostInfo& local, const std::string& localName);
 
 /**

@@ -21,7 +21,8 @@ CReason whyNotConfigured(const std::string& appliance)
     return "appliance [" + shortLine(appliance) + "] is not configured in " + applianceListPath();
 }
 
-/// A list shows the first word of each line: a name with a blank would never be found in one, and count as gone.
+/// Of each line of a list the first word is the name. A name with a blank in it would not be found there, and would be
+/// taken to be gone.
 CReason whyNoImageName(const std::string& image)
 {
     if (image.empty()) return "the time image has no name";

@@ -4,15 +4,15 @@
 
 namespace cdpfi::inspect {
 
-/// A time image that is to go, and what became of it.
+/// A time image that is to be deleted, and what became of that.
 struct SImageRelease
 {
     std::string appliance;
     std::string group;
     std::string image;
-    CReason problem;                ///< empty: it is not there any more
-    std::optional<int> exitStatus;  ///< of the deletion
-    std::string output;             ///< of the deletion
+    CReason problem;                ///< why it may still be there; empty: it is gone
+    std::optional<int> exitStatus;  ///< of the delete command, when it was sent and ended
+    std::string output;             ///< of the same command
 };
 
 /**

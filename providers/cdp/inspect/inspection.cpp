@@ -35,7 +35,7 @@ std::string utcNow()
     return {text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts)};
 }
 
-/// What the look gathers before it is put together.
+/// The answers of everybody who was asked, before they are put together.
 struct SGathered
 {
     SAnswer disks;
@@ -49,7 +49,8 @@ bool isAsked(const SInspectOptions& options, const std::string& appliance)
     return options.appliances.empty() || std::ranges::find(options.appliances, appliance) != options.appliances.end();
 }
 
-/// Asks, and has a failure of this program's own cost the section that it is about.
+/// Asks one appliance. What this program itself fails at (such as memory) is the section's problem, not the end of it
+/// all.
 void askSafely(CToolRunner& runner, const SInspectOptions& options, SAppliance& section)
 {
     try {
@@ -60,7 +61,7 @@ void askSafely(CToolRunner& runner, const SInspectOptions& options, SAppliance& 
     }
 }
 
-/// Tools, resolver and appliances at the same time: whichever hangs, the others are not kept waiting.
+/// Asks tools, resolver and appliances at the same time, so that one that hangs holds up nobody else.
 SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SConfiguration& configuration)
 {
     SGathered gathered;
@@ -81,7 +82,7 @@ SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SCon
     return gathered;
 }
 
-/// Asks the resolver, up to a point in time: one that does not answer costs seconds for every host of an appliance.
+/// A resolver that knows nothing after a point in time: without an answer each host of an appliance takes seconds.
 CResolver resolverUntil(CClock::time_point deadline)
 {
     return [deadline, network = CCmnNetwork(cfi_pgn_name_str)](const std::string& name) {

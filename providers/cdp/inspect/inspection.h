@@ -5,7 +5,8 @@
 #include <string>
 #include <vector>
 
-/// What an inspection found, as plain records; docs/inspector.md tells what each means. An empty optional was not told.
+/// What an inspection found, as plain records; docs/inspector.md tells what each means. An empty optional
+/// means that nobody told.
 namespace cdpfi::inspect {
 
 using CReason = std::optional<std::string>;  ///< one line for people; empty when all is well

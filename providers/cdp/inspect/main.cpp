@@ -1,4 +1,4 @@
-// cdpfi-inspect: what is there now, told without starting the provider.
+// cdpfi-inspect: reports what is there now without starting the provider.
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/inspect/inspect_command_line.h"
 

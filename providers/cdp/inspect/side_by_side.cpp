@@ -29,7 +29,7 @@ void runSideBySide(const std::vector<std::function<void()>>& tasks, size_t atOnc
                 helpers.emplace_back(work);
             }
         } catch (const std::system_error&) {
-            // No thread left: those that are there do all of it.
+            // The system gives no more threads; the ones there are, this one with them, do all tasks.
         }
         work();
     }

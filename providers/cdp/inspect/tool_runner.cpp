@@ -37,7 +37,7 @@ struct SRunFacts
     bool isWhole = true;
 };
 
-// The end of a run is told by the thread that waits for it, which is the one that asked for it.
+// The observer is called on the thread that runs the program: on the one that waits for the facts.
 thread_local SRunFacts* t_facts = nullptr;
 
 void onRun(void* /*context*/, const obzx_run* run)
@@ -65,7 +65,7 @@ uint64_t configuredLimit()
     return static_cast<uint64_t>(seconds);
 }
 
-/// The end of what a failed tool said, which is where it says why.
+/// The last line with text: where a tool that failed says why.
 std::string lastLine(const std::vector<std::string>& lines)
 {
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
@@ -92,8 +92,8 @@ std::string problemOf(const SRunFacts& facts, const std::string& tool, const std
     return tool + " exited with status " + std::to_string(facts.exitStatus) + lastLine(lines);
 }
 
-/// Runs a tool and puts together what became of it.
-/// @param start gives an EExecResult, or what else the runner has for a run that never began
+/// Runs a tool and puts its answer together from the lines and the run record.
+/// @param start runs it; gives an EExecResult, or -1 when the runner refused to start
 template <class CStart>
 SAnswer watch(const std::string& toolPath, const CStart& start)
 {

@@ -10,14 +10,14 @@
 
 namespace cdpfi::inspect {
 
-/// What an answer lacks that ends within a line.
+/// The reason for an answer that ends in the middle of a line.
 inline constexpr const char* CUT_LISTING = "its last line does not end";
 
 /// What became of a command.
 struct SAnswer
 {
     CReason problem;                 ///< empty: exit status 0
-    bool notStarted = false;         ///< there is no such program, or it is none
+    bool notStarted = false;         ///< there is no such file, or it is no program
     bool timedOut = false;           ///< it was stopped by the time limit
     std::vector<std::string> lines;  ///< also of a command that failed
     bool isCut = false;              ///< the last line does not end: more was to come
@@ -38,8 +38,7 @@ class CRunWatch
     CRunWatch& operator=(const CRunWatch&) = delete;
 };
 
-/// Where the tools are, and how they are run: the plug-in's runners with nothing of their traces. Any thread may use
-/// it.
+/// Knows where the tools are and runs them as the plug-in does, but without trace lines. Any thread may use it.
 class CToolRunner
 {
   public:
