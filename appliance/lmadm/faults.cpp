@@ -17,9 +17,14 @@ CFaultTable table(CSession& session)
 
 Json describe(const SFault& fault)
 {
-    Json document = {
-        {"fault", fault.id},    {"kind", fault.kind->word}, {"match", fault.match},         {"nth", fault.nth},
-        {"times", fault.times}, {"seen", fault.seen},       {"struck", fault.struck.size()}};
+    return {{"fault", fault.id},    {"kind", fault.kind->word}, {"match", fault.match},         {"nth", fault.nth},
+            {"times", fault.times}, {"seen", fault.seen},       {"struck", fault.struck.size()}};
+}
+
+// With what only some kinds have, which is no column of a list.
+Json describeWhole(const SFault& fault)
+{
+    Json document = describe(fault);
     if (fault.kind->takes == EFaultTakes::SECONDS) {
         document["seconds"] = static_cast<double>(fault.milliseconds) / 1000;
     }
@@ -58,7 +63,7 @@ void armFault(const SOptions& options, const SNewFault& given)
 {
     const SFault fault = checked(given);
     CSession session(options);
-    session.print(describe(table(session).arm(fault)));
+    session.print(describeWhole(table(session).arm(fault)));
 }
 
 void listFaults(const SOptions& options)
@@ -66,10 +71,7 @@ void listFaults(const SOptions& options)
     CSession session(options);
     Json list = Json::array();
     for (const SFault& fault : table(session).list()) {
-        Json document = describe(fault);
-        document.erase("seconds");
-        document.erase("at");
-        list.push_back(std::move(document));
+        list.push_back(describe(fault));
     }
     session.printList("faults", list);
 }
@@ -78,7 +80,7 @@ void showFault(const SOptions& options, const int64_t& id)
 {
     CSession session(options);
     const SFault fault = table(session).get(id);
-    Json document = describe(fault);
+    Json document = describeWhole(fault);
     document["commands"] = Json::array();
     for (const SStruckCommand& command : fault.struck) {
         document["commands"].push_back({{"finished", command.finished}, {"command", command.text}});

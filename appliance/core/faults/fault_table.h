@@ -11,11 +11,11 @@
 
 namespace lumora {
 
-/// A command under the faults that strike it.
+/// What strikes one command.
 struct SStrike
 {
     SFault fault;              ///< what happens to it; of a kind that does nothing when it is only noted
-    std::vector<int64_t> ids;  ///< under which it was noted
+    std::vector<int64_t> ids;  ///< of the notes about the command, one for each fault that it was noted under
 };
 
 /// The faults that are armed in a store, in a database of their own beside the appliances'. The first one that is armed
@@ -39,6 +39,7 @@ class CFaultTable
 
     /// Counts a command; gives what strikes it, the oldest fault if there are several. Nothing when none does.
     std::optional<SStrike> strike(const std::string& command) const;
+    /// Notes that a command which was struck had its effect, or was refused.
     void noteEnd(const SStrike& strike) const;
 
   private:

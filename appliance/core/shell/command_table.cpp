@@ -56,8 +56,11 @@ Lines runShowGroup(SShellTarget& target, const SCommand& command)
 {
     const CTransaction transaction(target.store.database(), CTransaction::EKind::READ);
     const SGroup group = target.inventory.group(target.appliance, groupName(command));
-    return showGroup({group, target.inventory.luns(group), target.catalog.grantedHosts(group),
-                      target.catalog.annotations(group), target.catalog.timeImages(group)});
+    return showGroup({.group = group,
+                      .luns = target.inventory.luns(group),
+                      .hosts = target.catalog.grantedHosts(group),
+                      .annotations = target.catalog.annotations(group),
+                      .timeImages = target.catalog.timeImages(group)});
 }
 
 Lines runCreateAnnotation(SShellTarget& target, const SCommand& command)
@@ -104,7 +107,10 @@ Lines runShowTimeImage(SShellTarget& target, const SCommand& command)
     const CTransaction transaction(target.store.database(), CTransaction::EKind::READ);
     const SGroup group = target.inventory.group(target.appliance, groupName(command));
     const STimeImage image = target.catalog.timeImage(group, objectName(command));
-    return showTimeImage({group, image, target.catalog.grantedHosts(image), target.catalog.timeImageLuns(image)});
+    return showTimeImage({.group = group,
+                          .image = image,
+                          .hosts = target.catalog.grantedHosts(image),
+                          .luns = target.catalog.timeImageLuns(image)});
 }
 
 // Carries the permission changes out in their order.
