@@ -24,6 +24,10 @@ struct SImportRequest;
  * operation gives OBZ_ERR_FAILED, claim, interpose and supportsFiType give 0; init reports on the error stack. Refusals
  * are a trace and a status.
  *
+ * Operations run on any thread, several at a time. What they share has locks of its own (group nodes, combinations,
+ * private data, sessions) or does not change once init has returned (the appliances). None is held while a command
+ * runs.
+ *
  * Names of nodes: a device path of this host contains "/dev/"; an interposed node is the node prefix + a LUN serial; a
  * group node is the name of a consistency group; a target device (the copy of a node) is the node prefix + tagged
  * values, see targetDeviceName.
@@ -80,6 +84,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     /// long as the name is.
     std::string_view behindPrefix(const CString& name) const;
 
+    // Start and description: cdp_plugin_lifecycle.cpp
     int32_t startUp();
     void registerCatalog();
     void registerPrivateData();
@@ -87,10 +92,12 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     void announceFims(const std::vector<CAppliancePtr>& appliances);
     void reportFailedStart() noexcept;
 
+    // Claiming: cdp_plugin_claim.cpp
     bool findFim(std::string_view fim, obzx_pdk_4_4::SFiFimInfo& found);
     int32_t answerAccess(obz_domain* node, const obzx_pdk_4_4::SFiFimInfo& fim);
     int32_t interposeDevice(const CString& device, obzx_objid** interposed, obzx_objid*** groups, int32_t* groupCount);
 
+    // Nodes: cdp_plugin_nodes.cpp. The key of a node is the LUN serial or group name that an appliance knows it by.
     int32_t setUpNode(obz_domain* node, CCDPPrivateData* data);
     bool keyOfNode(const CString& name, bool isGroup, CString& key);
     SClaim claimOfNode(const CString& key, bool isGroup);
@@ -98,6 +105,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     void giveBack(obz_domain* node) noexcept;
     void leaveGroup(obz_domain* node, const CString& group);
 
+    // Taking a snapshot: cdp_plugin_snapshot.cpp. What was made is noted in the session node by node.
     bool groupNode(const CString& name, CNodeGrouping& grouping);
     void traceGrouping(CNodeGrouping::EAdded added, const CString& node, const CString& group,
                        const CString& appliance);
@@ -106,6 +114,8 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
                            const CString& checkPoint, obzx_pdk_4_4::CFiSession& session);
     void recordCopy(const CString& node, const CString& checkPoint, obzx_pdk_4_4::CFiSession& session);
 
+    // Bringing a copy to this host: cdp_plugin_import.cpp (which copy, and where it shows), cdp_plugin_import_node.cpp
+    // (making and granting it)
     int32_t importCopy(const SImportRequest& request);
     int32_t importExistingImage(const SImportRequest& request);
     int32_t importUnknownTree(obz_domain* primary, const CString& resource, obzx_objid** output);
@@ -114,6 +124,7 @@ class CCDPPlugin : public obzx_pdk_4_4::CFiPluginInterposer
     int32_t mapImage(const STargetDevice& target, const CConsistencyGroupPtr& group, const CHostPtr& host);
     CHostPtr localHostOf(const CAppliancePtr& appliance);
 
+    // Disposal: cdp_plugin_dispose.cpp
     int32_t disposeNode(obz_domain* node, obz_domain* target);
     int32_t disposeDevice(const CString& name, const CCDPPrivateData* primary, const CCDPPrivateData* target);
     int32_t disposeTarget(const CString& name);
