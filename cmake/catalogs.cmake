@@ -1,30 +1,26 @@
-# cdpfi_add_catalogs(TARGET COMPONENT FOLDER [NO_INSTALL]): compiles FOLDER/<locale>.txt to ICU resource bundles in the
-# shape of the installed tree, puts FOLDER/parameters.xml (the description of the component's configuration values)
-# beside them where there is one, and installs both.
+# cdpfi_add_catalogs(TARGET COMPONENT FOLDER FILES... [NO_INSTALL]): compiles the FOLDER's message catalogs
+# (<locale>.txt) to ICU resource bundles in the shape of the installed tree, puts its parameters.xml (the description of
+# the component's configuration values) beside them where it is among the files, and installs all.
 function(cdpfi_add_catalogs target component folder)
-  cmake_parse_arguments(arg "NO_INSTALL" "" "" ${ARGN})
+  cmake_parse_arguments(arg "NO_INSTALL" "" "FILES" ${ARGN})
   set(output ${PROJECT_BINARY_DIR}/${CDPFI_CATALOG_DIR}/${component})
-  file(GLOB sources CONFIGURE_DEPENDS ${folder}/*.txt)
-  file(GLOB descriptions CONFIGURE_DEPENDS ${folder}/parameters.xml)
   set(files)
-  foreach(source IN LISTS sources)
-    get_filename_component(locale ${source} NAME_WE)
+  foreach(name IN LISTS arg_FILES)
+    get_filename_component(locale ${name} NAME_WE)
+    if(name MATCHES "\\.txt$")
+      set(file ${output}/${locale}.res)
+      set(command ${GENRB} --quiet --encoding UTF-8 --destdir ${output} ${folder}/${name})
+    else()
+      set(file ${output}/${name})
+      set(command ${CMAKE_COMMAND} -E copy ${folder}/${name} ${file})
+    endif()
     add_custom_command(
-      OUTPUT ${output}/${locale}.res
+      OUTPUT ${file}
       COMMAND ${CMAKE_COMMAND} -E make_directory ${output}
-      COMMAND ${GENRB} --quiet --encoding UTF-8 --destdir ${output} ${source}
-      DEPENDS ${source}
+      COMMAND ${command}
+      DEPENDS ${folder}/${name}
       VERBATIM)
-    list(APPEND files ${output}/${locale}.res)
-  endforeach()
-  foreach(description IN LISTS descriptions)
-    add_custom_command(
-      OUTPUT ${output}/parameters.xml
-      COMMAND ${CMAKE_COMMAND} -E make_directory ${output}
-      COMMAND ${CMAKE_COMMAND} -E copy ${description} ${output}/parameters.xml
-      DEPENDS ${description}
-      VERBATIM)
-    list(APPEND files ${output}/parameters.xml)
+    list(APPEND files ${file})
   endforeach()
   add_custom_target(${target} ALL DEPENDS ${files})
   if(NOT arg_NO_INSTALL)

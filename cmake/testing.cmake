@@ -4,7 +4,7 @@ if(BUILD_TESTING)
   include(GoogleTest)
 endif()
 
-# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [LABELS...]): one GoogleTest program, one CTest entry a test.
+# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS]): one GoogleTest program, one CTest entry a test.
 function(cdpfi_add_tests name)
   if(NOT BUILD_TESTING)
     return()

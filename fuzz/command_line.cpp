@@ -1,5 +1,5 @@
 // The splitter of command lines.
-#include "framework/src/command_line.h"
+#include "framework/src/process/command_line.h"
 
 #include <algorithm>
 

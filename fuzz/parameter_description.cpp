@@ -1,5 +1,5 @@
 // The description of a provider's configuration values.
-#include "framework/src/parameter_description.h"
+#include "framework/src/plugin/parameter_parser.h"
 
 #include <algorithm>
 #include <set>

@@ -82,11 +82,27 @@ class OBZX_API CFiSession : public virtual CFiRefCount, public virtual CFiTracea
         change(found->second);
         return true;
     }
+    /// Hands the nodes that are made and not yet updated, in name order, to take(const std::vector<CFiSplitNode*>&)
+    /// and marks them updated, so that each is handed out once; none is marked when that returns false or throws. It is
+    /// called with the session locked, so it must not use the session.
+    /// @return what take returned
+    template <class Take>
+    bool takeMade(const Take& take)
+    {
+        const std::lock_guard lock(m_mutex);
+        const std::vector<CFiSplitNode*> made = madeNodes();
+        if (!take(made)) return false;
+        for (CFiSplitNode* const node : made) {
+            node->m_updateDone = 1;
+        }
+        return true;
+    }
     void markSelected();  ///< all nodes
     void markPrepared();  ///< all nodes
 
   private:
     void mark(int32_t CFiSplitNode::*flag);
+    std::vector<CFiSplitNode*> madeNodes();  // and not yet updated; the caller holds the lock
 
     mutable std::mutex m_mutex;
     std::map<std::string, CFiSplitNode> m_nodes;

@@ -26,6 +26,9 @@ enum ETraceLevel : int32_t
     TRACE_DETAIL = 6,   ///< function entry and exit, details
 };
 
+/// The line of level 1 for an operation, by its name, that an exception ended; spelled as log readers search for it.
+inline constexpr const char* TRACE_UNHANDLED = "%s(): Unhandled execption encountered, exiting the function";
+
 /// One argument of a trace line, with its kind, so that a format never reads what was not passed. A text is not copied:
 /// it must outlive the object.
 class CFiTraceArg

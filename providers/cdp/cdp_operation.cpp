@@ -5,11 +5,7 @@ namespace cdpfi {
 void traceUnhandled(const obzx_pdk_4_4::CFiTraceLogPtr& log, const char* operation) noexcept
 {
     try {
-        // "execption" stands so in every log that people search.
-        if (log) {
-            log->trace(obzx_pdk_4_4::TRACE_FAILURE, "%s(): Unhandled execption encountered, exiting the function",
-                       operation);
-        }
+        if (log) log->trace(obzx_pdk_4_4::TRACE_FAILURE, obzx_pdk_4_4::TRACE_UNHANDLED, operation);
     } catch (...) {
         // Without memory for the line the status alone has to tell.
         return;

@@ -1,0 +1,68 @@
+#include "framework/src/process/process_output.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <utility>
+
+namespace obzx_pdk_4_4 {
+
+namespace {
+
+constexpr size_t DISCARD_SIZE = size_t{64} * 1024;
+
+// Bytes read; 0 at the end; negative when there is nothing to read now.
+ssize_t readBuffer(int descriptor, char* buffer, size_t size)
+{
+    ssize_t count;
+    do {
+        count = ::read(descriptor, buffer, size);
+    } while (count < 0 && errno == EINTR);
+    return count < 0 && errno != EAGAIN ? 0 : count;
+}
+
+}  // namespace
+
+size_t CProcessOutput::readSome(size_t most)
+{
+    const std::span<char> room = m_text.room();
+    const ssize_t count = readBuffer(m_descriptor, room.data(), std::min(most, room.size()));
+    if (count == 0) m_descriptor = -1;
+    if (count <= 0) return 0;
+    m_text.extend(static_cast<size_t>(count));
+    return static_cast<size_t>(count);
+}
+
+void CProcessOutput::read()
+{
+    if (m_descriptor >= 0) readSome(std::numeric_limits<size_t>::max());
+}
+
+CFiOutputText CProcessOutput::takeText(size_t most)
+{
+    m_text.cut(most);
+    return std::exchange(m_text, {});
+}
+
+void CProcessOutput::readRest()
+{
+    int waiting = 0;
+    if (m_descriptor < 0 || ::ioctl(m_descriptor, FIONREAD, &waiting) != 0) return;
+    size_t left = static_cast<size_t>(std::max(waiting, 0));
+    while (left > 0) {
+        const size_t count = readSome(left);
+        if (count == 0) return;
+        left -= count;
+    }
+}
+
+bool CProcessOutput::discard(int descriptor)
+{
+    char buffer[DISCARD_SIZE];
+    return readBuffer(descriptor, buffer, sizeof buffer) != 0;
+}
+
+}  // namespace obzx_pdk_4_4

@@ -1,0 +1,85 @@
+#include "framework/tests/support/plugin_test_support.h"
+
+#include <stdlib.h>
+
+#include <barrier>
+#include <stdexcept>
+#include <thread>
+
+#include "framework/include/obzx_runtime.h"
+
+namespace obzx_pdk_4_4::test {
+
+CTempRoot::CTempRoot()
+{
+    std::string name = (std::filesystem::temp_directory_path() / "pdktest-XXXXXX").string();
+    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
+    m_path = name;
+    ::setenv("OBZX_ROOT", name.c_str(), 1);
+}
+
+CTempRoot::~CTempRoot()
+{
+    ::unsetenv("OBZX_ROOT");
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
+}
+
+CTraceCapture::CTraceCapture(int32_t level) : m_log(true)
+{
+    m_log->initialize("pdktest", "", "", 1, false);
+    obzx_set_trace_observer(&receive, this, level);
+}
+
+CTraceCapture::~CTraceCapture()
+{
+    obzx_set_trace_observer(nullptr, nullptr, 0);
+}
+
+void CTraceCapture::receive(void* user, int32_t level, const char*, const char* text)
+{
+    auto* self = static_cast<CTraceCapture*>(user);
+    const std::lock_guard lock(self->m_mutex);
+    self->m_lines.push_back(std::to_string(level) + " " + text);
+}
+
+std::vector<std::string> CTraceCapture::lines() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_lines;
+}
+
+CNode::CNode(const std::string& name) : m_name(name)
+{
+    m_domain.identity = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+    m_domain.name = m_name.data();
+}
+
+CNode::~CNode()
+{
+    obzx_free_objid(m_domain.identity);
+}
+
+CSplitNodes::CSplitNodes(const std::vector<std::string>& names)
+    : m_names(names), m_domains(names.size()), m_nodes(names.size())
+{
+    for (size_t i = 0; i < names.size(); ++i) {
+        m_domains[i].name = m_names[i].data();
+        m_nodes[i] = obz_splitnode{nullptr, &m_domains[i]};
+        m_list.push_back(&m_nodes[i]);
+    }
+}
+
+void onEightThreads(const std::function<void(int)>& body)
+{
+    std::barrier start(8);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([&, i] {
+            start.arrive_and_wait();
+            body(i);
+        });
+    }
+}
+
+}  // namespace obzx_pdk_4_4::test
