@@ -15,7 +15,7 @@ namespace {
 // A state that another process made names an image that the group may not have met yet, so its images are listed once.
 CTimeImagePtr imageNamed(CBaseConsistencyGroup& group, const CString& name)
 {
-    const CTimeImagePtr known = group.getTimeImage(name);
+    CTimeImagePtr known = group.getTimeImage(name);
     if (known) return known;
     group.populateTimeImageInformation();
     return group.getTimeImage(name);
@@ -25,7 +25,7 @@ CTimeImagePtr imageNamed(CBaseConsistencyGroup& group, const CString& name)
 // state that tells, as long as it speaks of the same checkpoint.
 CTimeImagePtr imageOfCheckPoint(CBaseConsistencyGroup& group, const CString& checkPoint, const CString& ofState)
 {
-    const CTimeImagePtr known = group.getTimeImageFromCheckPoint(checkPoint);
+    CTimeImagePtr known = group.getTimeImageFromCheckPoint(checkPoint);
     if (known || ofState != timeImageOfCheckPoint(checkPoint)) return known;
     return imageNamed(group, ofState);
 }

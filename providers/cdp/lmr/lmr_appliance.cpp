@@ -14,10 +14,10 @@ constexpr std::string_view PRODUCT_VERSION = "6.5";
 constexpr int32_t ACCESS = 3;  // local and remote
 constexpr int IMPORT_PASSES = 5;
 
-}  // namespace
+CLMRApplianceToolPtr g_applianceTool;
+CLMRDeviceManagerPtr g_deviceManager;
 
-CLMRApplianceToolPtr CLMRAppliance::m_CLMRApplianceToolSingletonPtr;
-CLMRDeviceManagerPtr CLMRAppliance::m_CLMRDeviceManagerSingletonPtr;
+}  // namespace
 
 CLMRAppliance::CLMRAppliance() = default;
 
@@ -75,7 +75,7 @@ std::vector<CHostPtr> CLMRAppliance::getHostList()
 CString CLMRAppliance::findLun(const CString& device)
 {
     if (bytesOf(device).find("/dev/") == std::string_view::npos) return copyOf(device);
-    return m_CLMRDeviceManagerSingletonPtr ? m_CLMRDeviceManagerSingletonPtr->serialOf(device) : CString();
+    return g_deviceManager ? g_deviceManager->serialOf(device) : CString();
 }
 
 CString CLMRAppliance::getInterposeNodePrefix()
@@ -173,7 +173,7 @@ CConsistencyGroupPtr CLMRAppliance::getConsistencyGroup(const CString& name)
 
 bool CLMRAppliance::importDevicePath(const CString& lun, CString& devicePath)
 {
-    const CLMRDeviceManagerPtr devices = m_CLMRDeviceManagerSingletonPtr;
+    const CLMRDeviceManagerPtr devices = g_deviceManager;
     for (int pass = 1; devices && pass <= IMPORT_PASSES; ++pass) {
         if (devices->firstPathOf(lun, devicePath)) {
             trace(TRACE_DETAIL, "Found device path [%s] for [%s].", devicePath, lun);
@@ -187,22 +187,22 @@ bool CLMRAppliance::importDevicePath(const CString& lun, CString& devicePath)
 
 const CLMRApplianceToolPtr& CLMRAppliance::getCLMRApplianceToolSingletonPtr()
 {
-    return m_CLMRApplianceToolSingletonPtr;
+    return g_applianceTool;
 }
 
 void CLMRAppliance::setCLMRApplianceToolSingletonPtr(const CLMRApplianceToolPtr& tool)
 {
-    m_CLMRApplianceToolSingletonPtr = tool;
+    g_applianceTool = tool;
 }
 
 const CLMRDeviceManagerPtr& CLMRAppliance::getCLMRDeviceManagerSingletonPtr()
 {
-    return m_CLMRDeviceManagerSingletonPtr;
+    return g_deviceManager;
 }
 
 void CLMRAppliance::setCLMRDeviceManagerSingletonPtr(const CLMRDeviceManagerPtr& manager)
 {
-    m_CLMRDeviceManagerSingletonPtr = manager;
+    g_deviceManager = manager;
 }
 
 /// The walk behind a look-up, for the lines that it writes; the index gives the same answer without them.

@@ -75,9 +75,6 @@ class CLMRAppliance : public CBaseAppliance
     CConsistencyGroupPtr walkGroups(const CString& deviceId) const;
     bool walkDevices(const CLMRConsistencyGroup& group, const CString& deviceId) const;
 
-    static CLMRApplianceToolPtr m_CLMRApplianceToolSingletonPtr;
-    static CLMRDeviceManagerPtr m_CLMRDeviceManagerSingletonPtr;
-
     using CGroupPtr = obzx_pdk_4_4::CFiSmartPtr<CLMRConsistencyGroup>;
 
     CString m_name;
