@@ -58,13 +58,30 @@ void failFile(const std::string& doing, const std::string& file)
     throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
 }
 
-void enterFailure(CCatalog& catalog, const SFailedStep& step, const EFictl& error)
+SSnapshot workOn(CCatalog& catalog, const SSnapshot& before, const SStep& step, const StepWork& work)
 {
-    // An error of the catalog would only come again.
-    if (error.exit() == EExit::CATALOG) return;
-    step.record.state = step.state;
-    step.record.message = error.what();
-    catalog.update(step.isTouched ? step.record : step.before);
+    SSnapshot record = before;
+    record.state = step.running;
+    record.owner = thisProcess();
+    bool isTouched = false;
+    try {
+        work(record, isTouched);
+    } catch (const EFictl& error) {
+        // An error of the catalog would only come again.
+        if (error.exit() == EExit::CATALOG) throw;
+        record.state = step.failed;
+        record.message = error.what();
+        catalog.update(isTouched ? record : before);
+        throw;
+    }
+    if (!step.reached) {
+        catalog.remove(record.name);
+        return record;
+    }
+    record.state = *step.reached;
+    record.message.clear();
+    catalog.update(record);
+    return record;
 }
 
 }  // namespace fictl

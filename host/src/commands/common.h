@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,16 +18,22 @@ void requireDevices(const std::vector<std::string>& devices);
 /// Throws EFictl (IO) with errno's reason: "cannot open FILE: Permission denied".
 [[noreturn]] void failFile(const std::string& doing, const std::string& file);
 
-/// How a step on a taken record ended that failed.
-struct SFailedStep
+/// What a step makes of a record.
+struct SStep
 {
-    const SSnapshot& before;  ///< the record as it was taken
-    SSnapshot& record;        ///< as the step left it
-    bool isTouched;           ///< whether the step has changed anything, or asked for it
-    EState state;             ///< of a record whose step failed half-way
+    EState running;
+    EState failed;                       ///< half-way
+    std::optional<EState> reached = {};  ///< nothing: the record goes
 };
 
-/// Enters it: a step that has changed nothing leaves the record as it was.
-void enterFailure(CCatalog& catalog, const SFailedStep& step, const EFictl& error);
+/// The work of a step: changes the record, and says as soon as it changes anything else or asks for it.
+using StepWork = std::function<void(SSnapshot& record, bool& isTouched)>;
+
+/**
+ * Does the work on a record that was taken for it and enters what that has come to: the state reached, or why it
+ * failed; a failure before anything was touched leaves the record as it was before it was taken. Returns the record.
+ * Throws as the work and the catalog do.
+ */
+SSnapshot workOn(CCatalog& catalog, const SSnapshot& before, const SStep& step, const StepWork& work);
 
 }  // namespace fictl

@@ -34,10 +34,11 @@ constexpr std::initializer_list<EState> DELETABLE = {
 class CSnapshotDeletion
 {
   public:
-    CSnapshotDeletion(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+    CSnapshotDeletion(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool& isTouched)
         : m_context(context),
           m_catalog(catalog),
           m_snapshot(snapshot),
+          m_isTouched(isTouched),
           m_groups(snapshot.groupsToDispose()),
           m_knowledge(context.providerFor(snapshot), context.timeout, m_groups)
     {
@@ -45,7 +46,6 @@ class CSnapshotDeletion
 
     /// Disposes of every group; returns what became of each. Throws when one was refused or not confirmed.
     json run(bool evenIfInUse);
-    bool touched() const { return m_touched; }  ///< whether the provider was asked to delete anything
 
   private:
     void keepOthers();
@@ -59,10 +59,10 @@ class CSnapshotDeletion
     const SContext& m_context;
     CCatalog& m_catalog;
     SSnapshot& m_snapshot;
+    bool& m_isTouched;  // the provider was asked to delete something
     std::set<GroupKey> m_groups;
     CKnowledge m_knowledge;
     std::optional<CProvider> m_provider;
-    bool m_touched = false;
     json m_results = json::array();
     std::string m_failed;  // groups that were not confirmed
     SApplianceReport m_report;
@@ -155,7 +155,7 @@ void CSnapshotDeletion::dispose(const GroupKey& group)
 {
     CProvider& asked = provider();
     m_context.progress.step("delete time image and checkpoint of group " + groupText(group));
-    m_touched = true;
+    m_isTouched = true;
     const SDisposal disposal = disposeGroup(asked, m_knowledge, *m_snapshot.devicesOf(group).front());
     json entry = entryOf(group);
     entry["result"] = disposal.confirmed ? "removed" : "failed";
@@ -204,18 +204,11 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
         catalog.remove(request.name);
         return deletedResult(request.name, json::array(), true);
     }
-    SSnapshot snapshot = before;
-    snapshot.state = EState::DELETING;
-    snapshot.owner = thisProcess();
-    CSnapshotDeletion deletion(context, catalog, snapshot);
+    const SStep step = {.running = EState::DELETING, .failed = EState::DELETE_FAILED};
     json groups;
-    try {
-        groups = deletion.run(request.evenIfInUse);
-    } catch (const EFictl& error) {
-        enterFailure(catalog, {before, snapshot, deletion.touched(), EState::DELETE_FAILED}, error);
-        throw;
-    }
-    catalog.remove(request.name);
+    workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
+        groups = CSnapshotDeletion(context, catalog, record, isTouched).run(request.evenIfInUse);
+    });
     return deletedResult(request.name, groups, false);
 }
 

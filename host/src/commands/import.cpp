@@ -39,17 +39,17 @@ class CSnapshotImport
 {
   public:
     /// @param wasReleased part of the copies may have been given back
-    CSnapshotImport(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool wasReleased)
+    CSnapshotImport(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool& isTouched, bool wasReleased)
         : m_context(context),
           m_catalog(catalog),
           m_snapshot(snapshot),
+          m_isTouched(isTouched),
           m_wasReleased(wasReleased),
           m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
     {
     }
 
     void run();
-    bool touched() const { return m_touched; }  ///< whether the provider was asked for anything that changes something
 
   private:
     std::string quotedName() const { return "snapshot \"" + m_snapshot.name + "\""; }
@@ -69,10 +69,10 @@ class CSnapshotImport
     const SContext& m_context;
     CCatalog& m_catalog;
     SSnapshot& m_snapshot;
+    bool& m_isTouched;  // the provider was asked for something that changes anything
     bool m_wasReleased;
     CKnowledge m_knowledge;
     std::optional<CProvider> m_provider;
-    bool m_touched = false;
 };
 
 void CSnapshotImport::run()
@@ -136,7 +136,7 @@ void CSnapshotImport::forgetReleased()
         for (SDevice* device : m_snapshot.devicesOf(group)) {
             device->forgetCopy();
         }
-        m_touched = true;
+        m_isTouched = true;
         m_catalog.updateGroup(m_snapshot, group);
     }
 }
@@ -259,7 +259,7 @@ void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
 void CSnapshotImport::makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere)
 {
     m_context.progress.step("make the time image of group " + groupText(group));
-    m_touched = true;
+    m_isTouched = true;
     const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
     for (SDevice* device : devices) {
         device->imageAsked = true;
@@ -284,7 +284,7 @@ void CSnapshotImport::findCopies(CImporter& importer, const GroupKey& group)
         if (device.group() != group || !device.importPath.empty()) continue;
         stopPoint();
         m_context.progress.step("import " + device.source);
-        m_touched = true;
+        m_isTouched = true;
         try {
             const CImporter::SCopy copy = importer.findCopy(device);
             device.importPath = copy.path;
@@ -308,20 +308,10 @@ SResult importSnapshot(const SContext& context, const std::string& name)
                                            EState::RELEASING, EState::RELEASE_FAILED},
                                           "imported");
     const bool wasReleased = before.state == EState::RELEASING || before.state == EState::RELEASE_FAILED;
-    SSnapshot snapshot = before;
-    snapshot.state = EState::IMPORTING;
-    snapshot.owner = thisProcess();
-    CSnapshotImport import(context, catalog, snapshot, wasReleased);
-    try {
-        import.run();
-    } catch (const EFictl& error) {
-        enterFailure(catalog, {before, snapshot, import.touched(), EState::IMPORT_FAILED}, error);
-        throw;
-    }
-    snapshot.state = EState::IMPORTED;
-    snapshot.message.clear();
-    catalog.update(snapshot);
-    return importedResult(snapshot);
+    const SStep step = {.running = EState::IMPORTING, .failed = EState::IMPORT_FAILED, .reached = EState::IMPORTED};
+    return importedResult(workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
+        CSnapshotImport(context, catalog, record, isTouched, wasReleased).run();
+    }));
 }
 
 }  // namespace

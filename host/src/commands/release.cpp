@@ -23,16 +23,16 @@ struct SReleaseRequest
 class CSnapshotRelease
 {
   public:
-    CSnapshotRelease(const SContext& context, CCatalog& catalog, SSnapshot& snapshot)
+    CSnapshotRelease(const SContext& context, CCatalog& catalog, SSnapshot& snapshot, bool& isTouched)
         : m_context(context),
           m_catalog(catalog),
           m_snapshot(snapshot),
+          m_isTouched(isTouched),
           m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
     {
     }
 
     void run(bool evenIfInUse);
-    bool touched() const { return m_touched; }  ///< whether an image was asked to be deleted, or found gone
 
   private:
     void requireInspection();
@@ -42,8 +42,8 @@ class CSnapshotRelease
     const SContext& m_context;
     CCatalog& m_catalog;
     SSnapshot& m_snapshot;
+    bool& m_isTouched;  // an image was asked to be deleted, or found gone
     CKnowledge m_knowledge;
-    bool m_touched = false;
 };
 
 void CSnapshotRelease::requireInspection()
@@ -77,7 +77,7 @@ void CSnapshotRelease::run(bool evenIfInUse)
 void CSnapshotRelease::releaseGroup(const GroupKey& group)
 {
     const std::string image = naming::imageOfCheckpoint(m_snapshot.checkpoint);
-    m_touched = true;
+    m_isTouched = true;
     if (m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
         m_context.progress.step("delete the time image of group " + groupText(group));
         if (!m_knowledge.inspector().release(group, image)) {
@@ -110,19 +110,10 @@ SResult releaseSnapshot(const SContext& context, const SReleaseRequest& request)
                                           {EState::COMPLETE, EState::IMPORTING, EState::IMPORT_FAILED, EState::IMPORTED,
                                            EState::RELEASING, EState::RELEASE_FAILED},
                                           "released");
-    SSnapshot snapshot = before;
-    snapshot.state = EState::RELEASING;
-    snapshot.owner = thisProcess();
-    CSnapshotRelease release(context, catalog, snapshot);
-    try {
-        release.run(request.evenIfInUse);
-    } catch (const EFictl& error) {
-        enterFailure(catalog, {before, snapshot, release.touched(), EState::RELEASE_FAILED}, error);
-        throw;
-    }
-    snapshot.state = EState::COMPLETE;
-    snapshot.message.clear();
-    catalog.update(snapshot);
+    const SStep step = {.running = EState::RELEASING, .failed = EState::RELEASE_FAILED, .reached = EState::COMPLETE};
+    const SSnapshot snapshot = workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
+        CSnapshotRelease(context, catalog, record, isTouched).run(request.evenIfInUse);
+    });
     return snapshotResult(
         snapshot, "snapshot \"" + name + "\" is released: its copies are gone from this host, its checkpoints stay\n");
 }
