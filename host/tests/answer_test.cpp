@@ -44,7 +44,7 @@ class CAnswerTest : public CFictlTest
         posix_spawn_file_actions_destroy(&files);
         int status = 0;
         waitpid(pid, &status, 0);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), "", readFile(err)};
+        return {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status), "", base_test::contentOf(err)};
     }
 
     SRun runIntoFullDisk(const std::vector<std::string>& arguments) const
@@ -222,7 +222,7 @@ TEST_F(CAnswerTest, AClosedStandardOutputIsAnErrorAndNoFileTakesItsPlace)
     const SRun run = runWith(closeOutput, {"snapshot", "export", "s", "--file", file});
     EXPECT_EQ(run.exit, 14);
     EXPECT_NE(run.err.find("cannot write to standard output: Bad file descriptor"), std::string::npos) << run.err;
-    EXPECT_EQ(readFile(file), fictl({"snapshot", "export", "s"}).out);
+    EXPECT_EQ(base_test::contentOf(file), fictl({"snapshot", "export", "s"}).out);
 }
 
 }  // namespace

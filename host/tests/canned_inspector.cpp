@@ -45,13 +45,13 @@ SRun CInspectedTest::fictlJson(std::vector<std::string> arguments) const
 
 void CInspectedTest::setInspection() const
 {
-    writeFile(m_root + "/inspection.json", m_seen.dump());
+    base_test::writeFile(m_root + "/inspection.json", m_seen.dump());
     setInspectorScript("cat '" + m_root + "/inspection.json'");
 }
 
 void CInspectedTest::setInspectorScript(const std::string& script) const
 {
-    writeFile(inspector(), "#!/bin/sh\necho \"$*\" >>'" + m_root + "/inspector-calls'\n" + script + "\n");
+    base_test::writeFile(inspector(), "#!/bin/sh\necho \"$*\" >>'" + m_root + "/inspector-calls'\n" + script + "\n");
     fs::permissions(inspector(), fs::perms::owner_all);
 }
 

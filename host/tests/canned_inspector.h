@@ -18,7 +18,7 @@ class CInspectedTest : public CFictlTest
     /// The inspector is a shell script of the test's own.
     void setInspectorScript(const std::string& script) const;
     /// What the inspector was called with, a line for each call.
-    std::string inspectorCalls() const { return readFile(m_root + "/inspector-calls"); }
+    std::string inspectorCalls() const { return base_test::contentOf(m_root + "/inspector-calls"); }
 
     /// An appliance that answers, without groups.
     static nlohmann::json appliance(const std::string& name);

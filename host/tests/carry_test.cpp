@@ -62,11 +62,11 @@ TEST_F(CCarryTest, ExportReportsAFileThatCannotBeWritten)
 TEST_F(CCarryTest, AnExportTakesOverWhatAKilledOneLeft)
 {
     const std::string file = m_root + "/s.json";
-    writeFile(file + ".part", std::string(100000, 'x'));
+    base_test::writeFile(file + ".part", std::string(100000, 'x'));
     std::filesystem::permissions(file + ".part", std::filesystem::perms(0600));
     const SRun run = fictl({"snapshot", "export", "s", "--file", file});
     EXPECT_EQ(run.exit, 0) << run.err;
-    EXPECT_EQ(readFile(file), fictl({"snapshot", "export", "s"}).out);
+    EXPECT_EQ(base_test::contentOf(file), fictl({"snapshot", "export", "s"}).out);
     EXPECT_FALSE(std::filesystem::exists(file + ".part"));
 }
 
@@ -74,12 +74,12 @@ TEST_F(CCarryTest, AnExportKeepsAwayFromWhatOthersPrepared)
 {
     const std::string file = m_root + "/s.json";
     const std::string part = file + ".part";
-    writeFile(m_root + "/mine", "precious");
+    base_test::writeFile(m_root + "/mine", "precious");
     std::filesystem::permissions(m_root + "/mine", std::filesystem::perms(0600));
     const auto refused = [&](const char* what) {
         EXPECT_EQ(fictl({"snapshot", "export", "s", "--file", file}).exit, 14) << what;
         EXPECT_FALSE(std::filesystem::exists(file)) << what;
-        EXPECT_EQ(readFile(m_root + "/mine"), "precious") << what;
+        EXPECT_EQ(base_test::contentOf(m_root + "/mine"), "precious") << what;
         std::filesystem::remove(part);
     };
     std::filesystem::create_symlink(m_root + "/mine", part);
@@ -88,7 +88,7 @@ TEST_F(CCarryTest, AnExportKeepsAwayFromWhatOthersPrepared)
     refused("a second name");
     ASSERT_EQ(mkfifo(part.c_str(), 0600), 0);
     refused("a FIFO");
-    writeFile(part, "x");
+    base_test::writeFile(part, "x");
     std::filesystem::permissions(part, std::filesystem::perms(0666));
     refused("a file that others can write to");
 }
@@ -96,16 +96,16 @@ TEST_F(CCarryTest, AnExportKeepsAwayFromWhatOthersPrepared)
 TEST_F(CCarryTest, ExportReplacesAFileOnlyWhenItIsToldTo)
 {
     const std::string file = m_root + "/s.json";
-    writeFile(file, "precious");
+    base_test::writeFile(file, "precious");
     const SRun refused = fictlJson({"snapshot", "export", "s", "--file", file});
     EXPECT_EQ(refused.exit, 4);
     EXPECT_EQ(refused.document().at("error").at("code"), "exists");
     EXPECT_EQ(refused.err, "fictl: file " + file + " exists already; nothing was written\n" +
                                "  next: give another file, or --force to replace this one\n");
-    EXPECT_EQ(readFile(file), "precious");
+    EXPECT_EQ(base_test::contentOf(file), "precious");
     EXPECT_FALSE(std::filesystem::exists(file + ".part"));
     ASSERT_EQ(fictl({"snapshot", "export", "s", "--file", file, "--force"}).exit, 0);
-    EXPECT_EQ(readFile(file), fictl({"snapshot", "export", "s"}).out);
+    EXPECT_EQ(base_test::contentOf(file), fictl({"snapshot", "export", "s"}).out);
     EXPECT_FALSE(std::filesystem::exists(file + ".part"));
 }
 

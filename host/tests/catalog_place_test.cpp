@@ -32,7 +32,7 @@ TEST_F(CFictlTest, ACatalogThatAUserOwnsInTheCommonPlaceStaysInUse)
     fs::create_symlink(m_root, common);
     EXPECT_EQ(catalogPath({common, false, false, "/state", ""}), "/state/cdpfi/fictl.db") << "a link is none";
     fs::remove(common);
-    writeFile(common, "");
+    base_test::writeFile(common, "");
     EXPECT_EQ(catalogPath({common, false, false, "/state", ""}), common);
 }
 

@@ -73,7 +73,7 @@ TEST_F(CFictlTest, AnotherDatabaseIsRefusedAndLeftAlone)
 TEST_F(CFictlTest, AFileThatIsNoDatabaseIsRefused)
 {
     std::filesystem::create_directories(m_root + "/var/lib/qz");
-    writeFile(catalogOf(m_root), std::string(4096, 'x'));
+    base_test::writeFile(catalogOf(m_root), std::string(4096, 'x'));
     EXPECT_EQ(fictl({"snapshot", "list"}).exit, 11);
 }
 
@@ -95,7 +95,7 @@ TEST_F(CFictlTest, ACatalogWhoseFolderCannotBeMadeStopsCreateBeforeTheAppliance)
 {
     // A file in the folder's place: nobody can create a catalog below it, whatever rights the user has.
     std::filesystem::create_directories(m_root + "/var/lib");
-    writeFile(m_root + "/var/lib/qz", "");
+    base_test::writeFile(m_root + "/var/lib/qz", "");
     const SRun run = fictl({"snapshot", "create", "s", "/dev/fake1"});
     EXPECT_EQ(run.exit, 11);
     EXPECT_NE(run.err.find("/var/lib/qz"), std::string::npos) << run.err;

@@ -21,7 +21,7 @@ class CCopiesInUseTest : public CFictlTest
         m_other = m_root + "/other";
         fs::create_directories(m_other + "/tmp");
         fs::create_directory_symlink(fake(""), m_other + "/fake");
-        writeFile(m_other + "/host", "there\n");
+        base_test::writeFile(m_other + "/host", "there\n");
         ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3"}).exit, 0);
     }
     void TearDown() override
@@ -68,8 +68,12 @@ class CCopiesInUseTest : public CFictlTest
         m_user = 0;
     }
 
-    static std::string messageOf(const SRun& run) { return run.document()["error"]["message"]; }
-    static std::string nextOf(const SRun& run) { return run.document()["error"]["next"]; }
+    /// The state of the record, or who uses a copy, does not allow it.
+    static void expectRefused(const SRun& run, const std::string& message)
+    {
+        EXPECT_EQ(run.exit, 5);
+        EXPECT_EQ(run.message(), message);
+    }
     std::string imageName() const
     {
         const nlohmann::json shown = fictlJson({"snapshot", "show", "s"}).document();
@@ -85,12 +89,10 @@ TEST_F(CCopiesInUseTest, ASecondHostIsToldWhoHasTheImageAndNeverToDelete)
     carry();
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "import", "s"});
-    EXPECT_EQ(run.exit, 5);
-    EXPECT_EQ(messageOf(run),
-              "snapshot \"s\": time image " + imageName() +
-                  " of group \"g1\" of appliance \"ap1\" is granted to host \"there\"; a checkpoint has "
-                  "one time image");
-    EXPECT_EQ(nextOf(run), "fictl snapshot release s there, then fictl snapshot import s here");
+    expectRefused(run, "snapshot \"s\": time image " + imageName() +
+                           " of group \"g1\" of appliance \"ap1\" is granted to host \"there\"; a checkpoint has "
+                           "one time image");
+    EXPECT_EQ(run.next(), "fictl snapshot release s there, then fictl snapshot import s here");
     EXPECT_EQ(state("s"), "complete");
     EXPECT_EQ(objects().size(), 4U);
 }
@@ -100,11 +102,10 @@ TEST_F(CCopiesInUseTest, TheHostThatMadeItDoesNotDeleteWhatAnotherHasImported)
     carry();
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "delete", "s"});
-    EXPECT_EQ(run.exit, 5);
-    EXPECT_EQ(messageOf(run), "snapshot \"s\": time image " + imageName() +
-                                  " of group \"g1\" of appliance \"ap1\" is granted to host \"there\" and not imported "
-                                  "by this record; nothing was deleted");
-    EXPECT_EQ(nextOf(run),
+    expectRefused(run, "snapshot \"s\": time image " + imageName() +
+                           " of group \"g1\" of appliance \"ap1\" is granted to host \"there\" and not imported "
+                           "by this record; nothing was deleted");
+    EXPECT_EQ(run.next(),
               "give it back there with fictl snapshot release s, or add --even-if-in-use here to take it "
               "away from there");
     EXPECT_EQ(state("s"), "complete");
@@ -125,12 +126,12 @@ TEST_F(CCopiesInUseTest, TheOverrideDeletesWhatAnotherHostHas)
     EXPECT_TRUE(objects().empty());
     const SRun gone = other({"snapshot", "import", "s"});
     EXPECT_EQ(gone.exit, 8);
-    EXPECT_EQ(messageOf(gone), "snapshot \"s\": checkpoint " + checkpoint +
-                                   " of group \"g1\" of appliance \"ap1\" is gone, and with it the copy that was "
-                                   "imported");
-    EXPECT_EQ(nextOf(gone), "ask who deleted the snapshot; fictl snapshot delete s drops this host's record");
+    EXPECT_EQ(gone.message(), "snapshot \"s\": checkpoint " + checkpoint +
+                                  " of group \"g1\" of appliance \"ap1\" is gone, and with it the copy that was "
+                                  "imported");
+    EXPECT_EQ(gone.next(), "ask who deleted the snapshot; fictl snapshot delete s drops this host's record");
     EXPECT_EQ(other({"snapshot", "release", "s"}).exit, 0);
-    EXPECT_EQ(messageOf(other({"snapshot", "import", "s"})),
+    EXPECT_EQ(other({"snapshot", "import", "s"}).message(),
               "snapshot \"s\": checkpoint " + checkpoint +
                   " of group \"g1\" of appliance \"ap1\" is gone, so there is nothing to import");
     EXPECT_EQ(other({"snapshot", "delete", "s"}).exit, 0);
@@ -142,7 +143,7 @@ TEST_F(CCopiesInUseTest, ReleaseRefusesWhatAnotherHostHas)
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "release", "s"});
     EXPECT_EQ(run.exit, 5);
-    EXPECT_EQ(nextOf(run), "give it back there with fictl snapshot release s");
+    EXPECT_EQ(run.next(), "give it back there with fictl snapshot release s");
     EXPECT_EQ(fictl({"snapshot", "release", "s", "--even-if-in-use"}).exit, 5);
     EXPECT_EQ(objects().size(), 4U);
 }
@@ -199,7 +200,7 @@ TEST_F(CCopiesInUseTest, ReleaseNeedsAnInspector)
     leaveInspectorAway();
     const SRun run = fictlJson({"snapshot", "release", "s"});
     EXPECT_EQ(run.exit, 8);
-    EXPECT_EQ(messageOf(run),
+    EXPECT_EQ(run.message(),
               "snapshot \"s\": the copies cannot be given back alone: provider \"fakefi\" ships no "
               "inspector");
     EXPECT_EQ(state("s"), "imported");
@@ -215,9 +216,9 @@ TEST_F(CCopiesInUseTest, ACopyThatAProgramHasOpenIsNeitherDeletedNorReleased)
     for (const char* verb : {"delete", "release"}) {
         const SRun run = fictlJson({"snapshot", verb, "s"});
         EXPECT_EQ(run.exit, 5) << verb;
-        EXPECT_EQ(messageOf(run), "snapshot \"s\": the copy " + path + " of /dev/fake3 is in use: open in process " +
-                                      std::to_string(m_user) + " (fictl_tests); nothing was " + verb + "d");
-        EXPECT_EQ(nextOf(run), "end that use and run the command again, or add --even-if-in-use");
+        EXPECT_EQ(run.message(), "snapshot \"s\": the copy " + path + " of /dev/fake3 is in use: open in process " +
+                                     std::to_string(m_user) + " (fictl_tests); nothing was " + verb + "d");
+        EXPECT_EQ(run.next(), "end that use and run the command again, or add --even-if-in-use");
         EXPECT_EQ(state("s"), "imported");
         EXPECT_EQ(objects().size(), 4U) << "the other group was not touched either";
     }
@@ -230,10 +231,10 @@ TEST_F(CCopiesInUseTest, WhereNothingCanBeAskedAnExportedRecordNeedsTheOverride)
     leaveInspectorAway();
     ASSERT_EQ(fictl({"snapshot", "export", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "delete", "s"});
-    EXPECT_EQ(run.exit, 5);
-    EXPECT_EQ(messageOf(run),
-              "snapshot \"s\": another host has its record, and whether a copy of group \"g1\" of appliance \"ap1\" is "
-              "in use there is not known (provider \"fakefi\" ships no inspector); nothing was deleted");
+    expectRefused(
+        run,
+        "snapshot \"s\": another host has its record, and whether a copy of group \"g1\" of appliance \"ap1\" is "
+        "in use there is not known (provider \"fakefi\" ships no inspector); nothing was deleted");
     EXPECT_EQ(objects().size(), 2U);
     EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
     EXPECT_TRUE(objects().empty());
@@ -261,12 +262,12 @@ TEST_F(CCopiesInUseTest, WithoutAnInspectorTheOwnCopyOfAnExportedRecordIsDeleted
 
 TEST_F(CCopiesInUseTest, ALunThatLivesElsewhereNowIsRefused)
 {
-    writeFile(fake("devices"), "/dev/fake1 S1 ap2 g3\n/dev/fake3 S3 ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap2 g3\n/dev/fake3 S3 ap1 g2\n");
     for (const bool isInspected : {true, false}) {
         if (!isInspected) leaveInspectorAway();
         const SRun run = fictlJson({"snapshot", "delete", "s"});
         EXPECT_EQ(run.exit, 10) << isInspected;
-        EXPECT_EQ(messageOf(run),
+        EXPECT_EQ(run.message(),
                   "snapshot \"s\": LUN S1 of /dev/fake1 is in group \"g3\" of appliance \"ap2\" now, and "
                   "was recorded in group \"g1\" of appliance \"ap1\"; nothing was deleted and the record "
                   "stays");
@@ -279,7 +280,7 @@ TEST_F(CCopiesInUseTest, ALunThatLivesElsewhereNowIsRefused)
 
 TEST_F(CCopiesInUseTest, ALunThatNobodyHasAnyMoreIsDeletedFromTheRecordedGroup)
 {
-    writeFile(fake("devices"), "/dev/fake3 S3 ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake3 S3 ap1 g2\n");
     EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
     EXPECT_TRUE(objects().empty());
 }
@@ -300,11 +301,11 @@ TEST_F(CCopiesInUseTest, ShowIsTrueAfterAHalfFailedDelete)
 TEST_F(CCopiesInUseTest, AnAmbiguousDeviceIsRefusedBeforeAnythingIsMade)
 {
     // A group called like another group's LUN: the provider would take that LUN for the group's.
-    writeFile(fake("groups"), "ap1 g1\nap1 g2\nap1 S1\nap2 g3\n");
+    base_test::writeFile(fake("groups"), "ap1 g1\nap1 g2\nap1 S1\nap2 g3\n");
     const SRun run = fictlJson({"snapshot", "create", "t", "/dev/fake2", "/dev/fake1"});
     EXPECT_EQ(run.exit, 7);
-    EXPECT_TRUE(messageOf(run).starts_with("device /dev/fake1: LUN S1 is ambiguous: ")) << messageOf(run);
-    EXPECT_TRUE(messageOf(run).ends_with("; nothing was made")) << messageOf(run);
+    EXPECT_TRUE(run.message().starts_with("device /dev/fake1: LUN S1 is ambiguous: ")) << run.message();
+    EXPECT_TRUE(run.message().ends_with("; nothing was made")) << run.message();
     EXPECT_EQ(state("t"), "");
     EXPECT_EQ(objects().size(), 2U);
 }
@@ -314,15 +315,15 @@ TEST_F(CCopiesInUseTest, ACheckpointThatTheApplianceDoesNotListIsNotBelieved)
     arm("make:g1 lies\n");
     const SRun run = fictlJson({"snapshot", "create", "t", "/dev/fake1"});
     EXPECT_EQ(run.exit, 8);
-    EXPECT_NE(messageOf(run).find("as made, but it is not in group \"g1\" of appliance \"ap1\""), std::string::npos)
-        << messageOf(run);
+    EXPECT_NE(run.message().find("as made, but it is not in group \"g1\" of appliance \"ap1\""), std::string::npos)
+        << run.message();
     EXPECT_EQ(state("t"), "");
     const SRun partial = fictlJson({"snapshot", "create", "u", "/dev/fake1", "/dev/fake3"});
     EXPECT_EQ(partial.exit, 9);
-    EXPECT_NE(messageOf(partial).find("made: group \"g2\" of appliance \"ap1\"; not made: group \"g1\" of appliance "
-                                      "\"ap1\"; the provider says otherwise of group \"g1\" of appliance \"ap1\""),
+    EXPECT_NE(partial.message().find("made: group \"g2\" of appliance \"ap1\"; not made: group \"g1\" of appliance "
+                                     "\"ap1\"; the provider says otherwise of group \"g1\" of appliance \"ap1\""),
               std::string::npos)
-        << messageOf(partial);
+        << partial.message();
     EXPECT_EQ(fictl({"snapshot", "delete", "u"}).exit, 0);
 }
 

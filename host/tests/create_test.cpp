@@ -69,7 +69,7 @@ TEST_F(CFictlTest, CreateRefusesADeviceThatIsNotClaimed)
 
 TEST_F(CFictlTest, CreateRefusesTwoPathsOfOneLun)
 {
-    writeFile(fake("devices"), "/dev/fake1 S1 ap1 g1\n/dev/alias1 S1 ap1 g1\n");
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap1 g1\n/dev/alias1 S1 ap1 g1\n");
     const SRun run = fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/alias1"});
     EXPECT_EQ(run.exit, 2);
     EXPECT_NE(run.err.find("devices /dev/fake1 and /dev/alias1 show the same LUN S1"), std::string::npos);
@@ -230,7 +230,7 @@ TEST_F(CFictlTest, ThawRunsOnceWhateverFails)
     const std::vector<std::pair<std::string, int>> failures = {
         {"prepare fail\n", 8}, {"make:g1 fail x\n", 8}, {"make fail\n", 8}};
     for (const auto& [fault, exit] : failures) {
-        writeFile(log, "");
+        base_test::writeFile(log, "");
         arm(fault);
         EXPECT_EQ(
             fictl({"snapshot", "create", "s", "/dev/fake1", "--freeze", "true", "--thaw", "echo THAW >> " + log}).exit,

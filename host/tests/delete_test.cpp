@@ -125,8 +125,8 @@ TEST_F(CDeleteTest, WithoutAnInspectorALostAnswerIsCleanedUpByDeletingAgain)
 
 TEST_F(CDeleteTest, AGroupThatIsNotThereAnyMoreIsNoConfirmation)
 {
-    writeFile(fake("devices"), "/dev/fake3 S3 ap1 g2\n");
-    writeFile(fake("groups"), "ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake3 S3 ap1 g2\n");
+    base_test::writeFile(fake("groups"), "ap1 g2\n");
     const SRun run = fictl({"snapshot", "delete", "s"});
     EXPECT_EQ(run.exit, 10) << run.err;
     EXPECT_EQ(state("s"), "delete-failed");

@@ -16,8 +16,9 @@ class CDeviceTest : public CInspectedTest
     {
         CInspectedTest::SetUp();
         m_disk = m_root + "/disk1";
-        writeFile(m_disk, "content");
-        writeFile(fake("devices"), m_disk + " S1 ap1 g1\n" + m_root + "/disk2 S2 ap1 g1\n/dev/fake10 S10 ap1 g1\n");
+        base_test::writeFile(m_disk, "content");
+        base_test::writeFile(fake("devices"),
+                             m_disk + " S1 ap1 g1\n" + m_root + "/disk2 S2 ap1 g1\n/dev/fake10 S10 ap1 g1\n");
         m_seen["disks"]["devices"] = {{{"path", m_disk}, {"serial", "S1"}}};
     }
 
@@ -70,7 +71,7 @@ TEST_F(CDeviceTest, ARecordHoldsThePathThatTheProviderKnows)
 
 TEST_F(CDeviceTest, AMessageShowsWhatTheUserTyped)
 {
-    writeFile(m_root + "/local", "");
+    base_test::writeFile(m_root + "/local", "");
     fs::create_symlink(m_root + "/local", m_root + "/link");
     const SRun run = fictl({"snapshot", "create", "s", m_root + "/link"});
     EXPECT_EQ(run.exit, 7);

@@ -31,7 +31,7 @@ TEST_F(CFictlTest, TheManualListsTheExitCodesOfTheHelp)
     }
     ASSERT_EQ(fromHelp.size(), fictl::exitCodes().size());
     std::vector<std::string> fromManual;
-    for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
+    for (const std::string& line : linesOf(base_test::contentOf(FICTL_MANUAL))) {
         // "| number | `name` | meaning |" without the name.
         const size_t name = line.find("| `");
         if (line.size() < 3 || line[0] != '|' || line[2] < '0' || line[2] > '9' || name == std::string::npos) continue;
@@ -51,7 +51,7 @@ TEST_F(CFictlTest, TheManualListsTheKeysOfAFailedCommand)
     }
     std::vector<std::string> fromManual;
     bool inside = false;
-    for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
+    for (const std::string& line : linesOf(base_test::contentOf(FICTL_MANUAL))) {
         if (inside && line.empty()) break;
         // The first column names one key or several: "| `a`, `b` | meaning |".
         const std::string column = inside ? line.substr(0, line.find(" | ")) : "";
@@ -125,7 +125,7 @@ TEST_F(CFictlTest, TheManualHasASectionForEveryCommandWithItsOptions)
     };
     std::vector<std::pair<std::vector<std::string>, std::string>> sections;
     bool isCommand = false;
-    for (const std::string& line : linesOf(readFile(FICTL_MANUAL))) {
+    for (const std::string& line : linesOf(base_test::contentOf(FICTL_MANUAL))) {
         if (line.starts_with("#")) isCommand = line.starts_with("### `fictl ");
         if (isCommand && line.starts_with("#")) sections.emplace_back(wordsOfHeading(line), "");
         if (isCommand) sections.back().second += line + "\n";

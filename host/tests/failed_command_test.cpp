@@ -30,7 +30,7 @@ class CFailedCommandTest : public CFictlTest
     void writeTool(const std::string& script) const
     {
         const std::string path = m_root + "/tool.sh";
-        writeFile(path, "#!/bin/sh\n" + script);
+        base_test::writeFile(path, "#!/bin/sh\n" + script);
         std::filesystem::permissions(path, std::filesystem::perms(0755));
         useTool(path);
     }
@@ -102,7 +102,7 @@ TEST_F(CFailedCommandTest, AToolThatCannotBeStartedIsNamedWithTheReason)
     EXPECT_EQ(command["error"], "No such file or directory");
     EXPECT_TRUE(command["code"].is_null());
     EXPECT_TRUE(command["seconds"].is_null());
-    writeFile(m_root + "/text", "no program\n");
+    base_test::writeFile(m_root + "/text", "no program\n");
     std::filesystem::permissions(m_root + "/text", std::filesystem::perms(0644));
     useTool(m_root + "/text");
     EXPECT_NE(fictl({"device", "list", "/dev/fake1"}).err.find("  could not be started: Permission denied\n"),
@@ -135,8 +135,8 @@ class COddNameTest : public CFailedCommandTest, public testing::WithParamInterfa
     {
         CFictlTest::SetUp();
         m_group = GetParam();
-        writeFile(fake("groups"), "ap1\t" + m_group + "\n");
-        writeFile(fake("devices"), "/dev/fake1\tS1\tap1\t" + m_group + "\n");
+        base_test::writeFile(fake("groups"), "ap1\t" + m_group + "\n");
+        base_test::writeFile(fake("devices"), "/dev/fake1\tS1\tap1\t" + m_group + "\n");
     }
     std::string m_group;
 };

@@ -9,7 +9,7 @@ using nlohmann::json;
 
 TEST_F(CFictlTest, TheInspectorTellsWhatIsThere)
 {
-    writeFile(fake("objects/ap1.g1.KSV_Check_Point_7"), "time 2026-01-31T12:00:00Z\nmessage hello\n");
+    base_test::writeFile(fake("objects/ap1.g1.KSV_Check_Point_7"), "time 2026-01-31T12:00:00Z\nmessage hello\n");
     touch("objects/ap1.g1.KSV_Check_Point_8");
     putImage("ap1", "g1", "7", "backup");
     const json document = inspection();
@@ -64,9 +64,9 @@ TEST_F(CFictlTest, TheInspectorIsAskedForAPart)
 
 TEST_F(CFictlTest, TheInspectorListsAmbiguousSerials)
 {
-    writeFile(fake("devices"),
-              "/dev/fake1 S1 ap1 g1\n/dev/alias1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/other2 S2 ap2 g3\n"
-              "/dev/fake3 g1 ap1 g2\n");
+    base_test::writeFile(fake("devices"),
+                         "/dev/fake1 S1 ap1 g1\n/dev/alias1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/other2 S2 ap2 g3\n"
+                         "/dev/fake3 g1 ap1 g2\n");
     EXPECT_EQ(inspection()["ambiguous"], json::parse(R"([
         {"serial": "S2", "reason": "the serial stands in two places",
          "places": [{"appliance": "ap1", "group": "g1"}, {"appliance": "ap2", "group": "g3"}]},

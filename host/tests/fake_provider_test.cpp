@@ -116,17 +116,17 @@ TEST_F(CFakeProviderTest, TwoHostsShareAnAppliance)
 
 TEST_F(CFakeProviderTest, AHostThatTheApplianceDoesNotKnowGetsNoImage)
 {
-    writeFile(fake("hosts"), "ap1 somebody\n");
+    base_test::writeFile(fake("hosts"), "ap1 somebody\n");
     fictl::CProvider provider(FICTL_FAKE_PROVIDER);
     EXPECT_EQ(import(provider, ""), "failed");
-    writeFile(fake("hosts"), "ap1 here\n");
+    base_test::writeFile(fake("hosts"), "ap1 here\n");
     EXPECT_EQ(import(provider, ""), "");
 }
 
 TEST_F(CFakeProviderTest, DisposesByTheStatesOfAPlainPathWhereverTheLunIsNow)
 {
     putImage("ap1", "g1", "7", "here");
-    writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
     fictl::CProvider provider(FICTL_FAKE_PROVIDER);
     provider.forgetReport();
     fictl::CNode primary(provider, "<fakefi>S1");
@@ -146,7 +146,7 @@ TEST_F(CFakeProviderTest, DisposesByTheStatesOfAPlainPathWhereverTheLunIsNow)
 TEST_F(CFakeProviderTest, DisposesOfATargetDeviceInTheGroupThatTheLunIsInNow)
 {
     touch("objects/ap1.g2." + CHECKPOINT);
-    writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
     fictl::CProvider provider(FICTL_FAKE_PROVIDER);
     fictl::CNode primary(provider, "<fakefi>S1");
     fictl::CNode target(provider, TARGET);
@@ -159,7 +159,7 @@ TEST_F(CFakeProviderTest, DisposesOfATargetDeviceInTheGroupThatTheLunIsInNow)
 TEST_F(CFakeProviderTest, ALunThatMovedIsNotDeletedInItsNewGroup)
 {
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
-    writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap1 g2\n");
     const SRun run = fictl({"snapshot", "delete", "s"});
     // Either the recorded group is cleaned, or the record stays: never an orphan without a record.
     EXPECT_TRUE(run.exit == 10 || objects() == std::vector<std::string>{"ap1.g1." + CHECKPOINT}) << run.err;

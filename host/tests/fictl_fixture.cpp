@@ -13,32 +13,16 @@
 
 namespace fs = std::filesystem;
 
-std::string readFile(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void writeFile(const std::string& path, const std::string& text)
-{
-    std::ofstream(path, std::ios::binary) << text;
-}
-
 void CFictlTest::SetUp()
 {
-    std::string pattern = (fs::temp_directory_path() / "fictl-test-XXXXXX").string();
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    m_root = pattern;
     fs::create_directories(fake("objects"));
     fs::create_directories(fake("copies"));
     fs::create_directories(m_root + "/tmp");
     m_provider = FICTL_FAKE_PROVIDER;
     // Devices 1 and 2 share a group, 3 is in a second one, 4 on a second appliance. A group stays when its LUNs go.
-    writeFile(fake("groups"), "ap1 g1\nap1 g2\nap2 g3\n");
-    writeFile(fake("devices"),
-              "/dev/fake1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/fake3 S3 ap1 g2\n/dev/fake4 S4 ap2 g3\n");
+    base_test::writeFile(fake("groups"), "ap1 g1\nap1 g2\nap2 g3\n");
+    base_test::writeFile(fake("devices"),
+                         "/dev/fake1 S1 ap1 g1\n/dev/fake2 S2 ap1 g1\n/dev/fake3 S3 ap1 g2\n/dev/fake4 S4 ap2 g3\n");
 }
 
 void CFictlTest::TearDown()
@@ -53,7 +37,6 @@ void CFictlTest::TearDown()
     for (const char* folder : {"/var", "/var/lib", "/var/lib/qz"}) {
         fs::permissions(m_root + folder, fs::perms::owner_all, ignored);
     }
-    fs::remove_all(m_root, ignored);
 }
 
 CFictlTest::SChild CFictlTest::start(const std::string& program, const std::vector<std::string>& arguments,
@@ -64,7 +47,7 @@ CFictlTest::SChild CFictlTest::start(const std::string& program, const std::vect
     child.out = base + ".out";
     child.err = base + ".err";
     const std::string in = base + ".in";
-    writeFile(in, input);
+    base_test::writeFile(in, input);
     int gate[2];
     if (pipe2(gate, O_CLOEXEC) != 0) return child;
     child.pid = fork();
@@ -97,8 +80,8 @@ SRun CFictlTest::collect(SChild& child)
     waitpid(child.pid, &status, 0);
     SRun run;
     run.exit = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
-    run.out = readFile(child.out);
-    run.err = readFile(child.err);
+    run.out = base_test::contentOf(child.out);
+    run.err = base_test::contentOf(child.err);
     child = {};
     return run;
 }
@@ -154,22 +137,22 @@ SRun CFictlTest::finish()
 
 void CFictlTest::arm(const std::string& faults) const
 {
-    writeFile(fake("faults"), faults);
+    base_test::writeFile(fake("faults"), faults);
 }
 
 void CFictlTest::useTool(const std::string& path) const
 {
-    writeFile(fake("tool"), path + "\n");
+    base_test::writeFile(fake("tool"), path + "\n");
 }
 
 void CFictlTest::limitTool(unsigned seconds) const
 {
-    writeFile(fake("limit"), std::to_string(seconds) + "\n");
+    base_test::writeFile(fake("limit"), std::to_string(seconds) + "\n");
 }
 
 void CFictlTest::becomeHost(const std::string& name) const
 {
-    writeFile(m_root + "/host", name + "\n");
+    base_test::writeFile(m_root + "/host", name + "\n");
 }
 
 void CFictlTest::leaveInspectorAway()
@@ -183,8 +166,9 @@ void CFictlTest::leaveInspectorAway()
 void CFictlTest::putImage(const std::string& appliance, const std::string& group, const std::string& suffix,
                           const std::string& host) const
 {
-    writeFile(fake("objects/" + appliance + "." + group + ".KSV_Time_Image_" + suffix),
-              "annotation KSV_Check_Point_" + suffix + "\ncreated 2026-01-31T12:00:00Z\npermission " + host + "\n");
+    base_test::writeFile(
+        fake("objects/" + appliance + "." + group + ".KSV_Time_Image_" + suffix),
+        "annotation KSV_Check_Point_" + suffix + "\ncreated 2026-01-31T12:00:00Z\npermission " + host + "\n");
 }
 
 nlohmann::json CFictlTest::inspection(const std::vector<std::string>& arguments) const
@@ -211,7 +195,7 @@ void CFictlTest::waitForFile(const std::string& name) const
 
 void CFictlTest::touch(const std::string& name) const
 {
-    writeFile(fake(name), "\n");
+    base_test::writeFile(fake(name), "\n");
 }
 
 std::vector<std::string> CFictlTest::calls() const

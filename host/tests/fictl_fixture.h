@@ -7,6 +7,9 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/temporary_folder.h"
+#include "base/tests/text_file.h"
+
 /// How a run of fictl ended.
 struct SRun
 {
@@ -14,6 +17,9 @@ struct SRun
     std::string out;
     std::string err;
     nlohmann::json document() const { return nlohmann::json::parse(out); }
+    // Of the error in the document.
+    std::string message() const { return document()["error"]["message"]; }
+    std::string next() const { return document()["error"]["next"]; }
 };
 
 /// Runs the real fictl against the test provider, in a root directory of the test's own.
@@ -66,7 +72,11 @@ class CFictlTest : public testing::Test
     /// over.
     void expectClean() const;
 
-    std::string m_root;
+  private:
+    const base_test::CTemporaryFolder m_folder;
+
+  protected:
+    std::string m_root = m_folder.path();
 
   private:
     struct SChild
@@ -83,6 +93,3 @@ class CFictlTest : public testing::Test
     SChild m_held;
     mutable int m_runs = 0;
 };
-
-std::string readFile(const std::string& path);
-void writeFile(const std::string& path, const std::string& text);

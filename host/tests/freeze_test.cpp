@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "host/tests/fictl_fixture.h"
+#include "host/tests/processes.h"
 
 namespace fs = std::filesystem;
 
@@ -18,6 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using Lines = std::vector<std::string>;
+
+using processes::waitUntil;
 
 constexpr int KILLED = 1000 + SIGKILL;
 
@@ -53,7 +56,7 @@ class CFreezeTest : public CFictlTest
 
     Lines hooks() const
     {
-        std::istringstream text(readFile(fake("hooks")));
+        std::istringstream text(base_test::contentOf(fake("hooks")));
         Lines lines;
         for (std::string line; std::getline(text, line);) {
             lines.push_back(line);
@@ -62,13 +65,6 @@ class CFreezeTest : public CFictlTest
     }
 
     /// The test's own time limit ends a wait for something that never comes.
-    static void waitUntil(const std::function<bool()>& condition)
-    {
-        while (!condition()) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
-    }
-
     void waitForThaw() const
     {
         waitUntil([this] { return hooks().size() > 1; });
@@ -83,7 +79,7 @@ class CFreezeTest : public CFictlTest
         for (const fs::directory_entry& entry : fs::directory_iterator("/proc", gone)) {
             const std::string name = entry.path().filename();
             if (name.find_first_not_of("0123456789") != std::string::npos) continue;
-            const std::string environment = readFile(entry.path() / "environ");
+            const std::string environment = base_test::contentOf(entry.path() / "environ");
             if (environment.find(mark + '\0') != std::string::npos) found.push_back(std::stoi(name));
         }
         return found;
@@ -94,7 +90,7 @@ class CFreezeTest : public CFictlTest
         pid_t found = 0;
         waitUntil([this, &found] {
             for (const pid_t pid : processes()) {
-                if (readFile("/proc/" + std::to_string(pid) + "/comm") == "fictl-guardian\n") found = pid;
+                if (processes::nameOf(pid) == "fictl-guardian") found = pid;
             }
             return found > 0;
         });
@@ -107,7 +103,7 @@ class CFreezeTest : public CFictlTest
     }
 
     /// Standard error of the creation, to which a guardian writes when fictl is gone.
-    std::string standardError() const { return readFile(m_root + "/tmp/run0.err"); }
+    std::string standardError() const { return base_test::contentOf(m_root + "/tmp/run0.err"); }
 };
 
 TEST_F(CFreezeTest, ASignalThatStopsFictlThawsAtOnceAndCallsNothingComplete)
@@ -340,8 +336,7 @@ TEST_F(CFreezeTest, WhereTheGuardianIsGoneBeforeNothingIsFrozen)
     waitForFile("go.reached");
     const pid_t killed = guardian();
     kill(killed, SIGKILL);
-    waitUntil(
-        [killed] { return readFile("/proc/" + std::to_string(killed) + "/stat").find(") Z") != std::string::npos; });
+    waitUntil([killed] { return !processes::isThere(killed); });
     touch("go");
     const SRun run = finish();
     EXPECT_EQ(run.exit, 12);
@@ -370,14 +365,15 @@ TEST_F(CFreezeTest, TheCommandsAreToldWhatTheyRunFor)
     const std::string tell =
         "printf '%s|' \"$FICTL_PHASE\" \"$FICTL_SNAPSHOT\" \"$FICTL_DEVICES\" \"$FICTL_STATUS\" >> " + fake("told");
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake3", "--freeze", tell, "--thaw", tell}).exit, 0);
-    EXPECT_EQ(readFile(fake("told")), "freeze|s|/dev/fake1\n/dev/fake3||thaw|s|/dev/fake1\n/dev/fake3|made|");
+    EXPECT_EQ(base_test::contentOf(fake("told")),
+              "freeze|s|/dev/fake1\n/dev/fake3||thaw|s|/dev/fake1\n/dev/fake3|made|");
     fs::remove(fake("told"));
     arm("prepare fail\n");
     EXPECT_EQ(fictl({"snapshot", "create", "t", "/dev/fake1", "--freeze", "true", "--thaw", tell}).exit, 8);
-    EXPECT_EQ(readFile(fake("told")), "thaw|t|/dev/fake1|failed|");
+    EXPECT_EQ(base_test::contentOf(fake("told")), "thaw|t|/dev/fake1|failed|");
     fs::remove(fake("told"));
     EXPECT_EQ(fictl({"snapshot", "create", "t", "/dev/fake1", "--freeze", "false", "--thaw", tell}).exit, 12);
-    EXPECT_EQ(readFile(fake("told")), "thaw|t|/dev/fake1|failed|");
+    EXPECT_EQ(base_test::contentOf(fake("told")), "thaw|t|/dev/fake1|failed|");
 }
 
 TEST_F(CFreezeTest, TheResultSaysHowLongTheApplicationWasFrozen)
@@ -417,7 +413,7 @@ TEST_F(CFreezeTest, TheGuardianKeepsNeitherCatalogNorOutputOpen)
     const SRun run = fictl({"snapshot", "create", "s", "/dev/fake1", "--freeze", "true", "--thaw",
                             "readlink /proc/$PPID/fd/* > " + fake("open")});
     ASSERT_EQ(run.exit, 0) << run.err;
-    std::istringstream targets(readFile(fake("open")));
+    std::istringstream targets(base_test::contentOf(fake("open")));
     Lines files;
     for (std::string target; targets >> target;) {
         if (target.starts_with("/")) files.push_back(target);

@@ -15,7 +15,9 @@
 #include <string>
 #include <thread>
 
+#include "base/tests/temporary_folder.h"
 #include "host/src/output/error.h"
+#include "host/tests/processes.h"
 
 namespace fs = std::filesystem;
 
@@ -23,21 +25,9 @@ namespace fictl {
 
 namespace {
 
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
-
-void waitUntil(const std::function<bool()>& condition)
-{
-    // The test's own time limit ends a wait for something that never comes.
-    while (!condition()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-}
+using base_test::contentOf;
+using processes::isThere;
+using processes::waitUntil;
 
 /// Ids of this process's children that are called so.
 std::vector<pid_t> childrenCalled(const std::string& name)
@@ -46,23 +36,15 @@ std::vector<pid_t> childrenCalled(const std::string& name)
     const std::string self = std::to_string(getpid());
     std::istringstream children(contentOf("/proc/self/task/" + self + "/children"));
     for (pid_t child = 0; children >> child;) {
-        if (contentOf("/proc/" + std::to_string(child) + "/comm") == name + "\n") found.push_back(child);
+        if (processes::nameOf(child) == name) found.push_back(child);
     }
     return found;
 }
 
 /// Stands for fictl: a process that has a guardian and started a tool, and is then ended in some way.
-class Guardian : public testing::Test
+class CGuardianTest : public testing::Test
 {
   protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "fictl-guardian-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-    }
-    void TearDown() override { fs::remove_all(m_folder); }
-
     std::string file(const char* name) const { return m_folder + "/" + name; }
 
     /// A tool that is a shell script: its child goes on by itself and writes "marker" once "go" is there. It gives up
@@ -88,12 +70,6 @@ class Guardian : public testing::Test
         return std::stoi(contentOf(file("child")));
     }
 
-    static bool isThere(pid_t pid)
-    {
-        const std::string stat = contentOf("/proc/" + std::to_string(pid) + "/stat");
-        return !stat.empty() && stat.find(") Z") == std::string::npos;
-    }
-
     /// Runs body in a process of its own that has a guardian; it is to end by itself. Returns its wait status.
     static int inProcess(const std::function<void()>& body)
     {
@@ -110,12 +86,13 @@ class Guardian : public testing::Test
         return status;
     }
 
-    std::string m_folder;
+    const base_test::CTemporaryFolder m_temporary;
+    const std::string m_folder = m_temporary.path();
 };
 
 }  // namespace
 
-TEST_F(Guardian, IsAProcessOfItsOwnSessionThatHoldsNothingOpenButStandardErrorAndIgnoresSignals)
+TEST_F(CGuardianTest, IsAProcessOfItsOwnSessionThatHoldsNothingOpenButStandardErrorAndIgnoresSignals)
 {
     const int catalog = open(file("catalog").c_str(), O_RDWR | O_CREAT, 0600);
     std::vector<pid_t> guardians;
@@ -154,7 +131,7 @@ TEST_F(Guardian, IsAProcessOfItsOwnSessionThatHoldsNothingOpenButStandardErrorAn
     close(catalog);
 }
 
-TEST_F(Guardian, EndsAToolWithAllItHasStartedWhenItsProcessIsKilled)
+TEST_F(CGuardianTest, EndsAToolWithAllItHasStartedWhenItsProcessIsKilled)
 {
     for (const int signal : {SIGKILL, SIGSEGV, SIGUSR1}) {
         fs::remove(file("child"));
@@ -175,7 +152,7 @@ TEST_F(Guardian, EndsAToolWithAllItHasStartedWhenItsProcessIsKilled)
     EXPECT_FALSE(fs::exists(file("marker")));
 }
 
-TEST_F(Guardian, LeavesAloneWhatAToolThatHasEndedLeftBehind)
+TEST_F(CGuardianTest, LeavesAloneWhatAToolThatHasEndedLeftBehind)
 {
     const int status = inProcess([this] {
         waitUntil([] { return !childrenCalled("fictl-guardian").empty(); });
@@ -194,7 +171,7 @@ TEST_F(Guardian, LeavesAloneWhatAToolThatHasEndedLeftBehind)
     waitUntil([this] { return fs::exists(file("marker")); });
 }
 
-TEST_F(Guardian, EntersGroupsFromSeveralThreadsAtOnce)
+TEST_F(CGuardianTest, EntersGroupsFromSeveralThreadsAtOnce)
 {
     const int status = inProcess([this] {
         std::vector<std::thread> threads;
@@ -220,14 +197,14 @@ TEST_F(Guardian, EntersGroupsFromSeveralThreadsAtOnce)
     waitUntil([left] { return !isThere(left); });
 }
 
-TEST_F(Guardian, WithoutOneGroupsAreNoMatter)
+TEST_F(CGuardianTest, WithoutOneGroupsAreNoMatter)
 {
     EXPECT_EQ(CGuardian::current(), nullptr);
     guardianStarted(12345);
     guardianEnded(12345);
 }
 
-TEST_F(Guardian, GroupsThatWouldMeanMoreThanAToolAreNotTaken)
+TEST_F(CGuardianTest, GroupsThatWouldMeanMoreThanAToolAreNotTaken)
 {
     const pid_t group = getpgrp();
     const int status = inProcess([] {
@@ -240,7 +217,7 @@ TEST_F(Guardian, GroupsThatWouldMeanMoreThanAToolAreNotTaken)
     EXPECT_EQ(getpgrp(), group);
 }
 
-TEST_F(Guardian, IsEndedThoughItIsHeld)
+TEST_F(CGuardianTest, IsEndedThoughItIsHeld)
 {
     const int status = inProcess([] {
         waitUntil([] { return !childrenCalled("fictl-guardian").empty(); });
@@ -249,7 +226,7 @@ TEST_F(Guardian, IsEndedThoughItIsHeld)
     EXPECT_TRUE(WIFEXITED(status));
 }
 
-TEST_F(Guardian, IsRefusedInWordsWhenTheSystemAllowsNoFurtherDescriptor)
+TEST_F(CGuardianTest, IsRefusedInWordsWhenTheSystemAllowsNoFurtherDescriptor)
 {
     const int status = inProcess([] {
         // Only a second one is asked for here: nothing below uses the first.

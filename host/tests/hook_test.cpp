@@ -7,20 +7,16 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
+
+#include "base/tests/temporary_folder.h"
+#include "host/tests/processes.h"
 
 namespace fictl {
 
 namespace {
 
-// Whether the process is neither gone nor waiting to be reaped.
-bool isThere(pid_t pid)
-{
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(stat, line);
-    return !line.empty() && line.find(") Z") == std::string::npos;
-}
+using processes::isThere;
+using processes::waitUntil;
 
 SHookResult run(const std::string& command, const std::vector<std::string>& added = {})
 {
@@ -29,44 +25,26 @@ SHookResult run(const std::string& command, const std::vector<std::string>& adde
 }
 
 /// A folder of the test's own, and the id that a command has written into its file "pid".
-class Hook : public testing::Test
+class CHookTest : public testing::Test
 {
   protected:
-    void SetUp() override
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "fictl-hook-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-    }
-    void TearDown() override { std::filesystem::remove_all(m_folder); }
-
     std::string sleeper() const { return "sleep 1000 & echo $! > " + m_folder + "/pid; mv " + renamed(); }
     std::string renamed() const { return m_folder + "/pid " + m_folder + "/there"; }
 
     pid_t sleeperPid() const
     {
         pid_t pid = 0;
-        while (!(std::ifstream(m_folder + "/there") >> pid)) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        }
+        waitUntil([&] { return static_cast<bool>(std::ifstream(m_folder + "/there") >> pid); });
         return pid;
     }
 
-    // It is no child of this process, so its end can only be looked for.
-    static void expectGone(pid_t pid)
-    {
-        for (int i = 0; i < 1000 && isThere(pid); ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_FALSE(isThere(pid));
-    }
-
-    std::string m_folder;
+    const base_test::CTemporaryFolder m_temporary;
+    const std::string m_folder = m_temporary.path();
 };
 
 }  // namespace
 
-TEST_F(Hook, TellsHowTheCommandEnded)
+TEST_F(CHookTest, TellsHowTheCommandEnded)
 {
     EXPECT_TRUE(run("true").ok);
     EXPECT_EQ(run("true").reason, "");
@@ -75,16 +53,16 @@ TEST_F(Hook, TellsHowTheCommandEnded)
     EXPECT_EQ(run("/nonexistent/command 2>/dev/null").reason, "exit status 127");
 }
 
-TEST_F(Hook, StopsACommandThatTakesTooLongWithAllItStarted)
+TEST_F(CHookTest, StopsACommandThatTakesTooLongWithAllItStarted)
 {
     CHookRun hook(sleeper() + "; wait", std::chrono::seconds(1), {});
     const SHookResult result = runToEnd(hook);
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.reason, "no end within 1 s");
-    expectGone(sleeperPid());
+    waitUntil([pid = sleeperPid()] { return !isThere(pid); });
 }
 
-TEST_F(Hook, ACommandThatIgnoresItsStopIsKilledAfterTheGraceWithAllItStarted)
+TEST_F(CHookTest, ACommandThatIgnoresItsStopIsKilledAfterTheGraceWithAllItStarted)
 {
     CHookRun hook("trap '' TERM; " + sleeper() + "; wait", std::chrono::seconds(60), {});
     const pid_t pid = sleeperPid();
@@ -93,10 +71,10 @@ TEST_F(Hook, ACommandThatIgnoresItsStopIsKilledAfterTheGraceWithAllItStarted)
     // A later stop that is more urgent counts.
     hook.stop(std::chrono::milliseconds(50));
     EXPECT_EQ(runToEnd(hook).reason, "killed by signal 9");
-    expectGone(pid);
+    waitUntil([pid = pid] { return !isThere(pid); });
 }
 
-TEST_F(Hook, WhatACommandThatHasEndedLeftInTheBackgroundGoesOn)
+TEST_F(CHookTest, WhatACommandThatHasEndedLeftInTheBackgroundGoesOn)
 {
     EXPECT_TRUE(run(sleeper()).ok);
     const pid_t pid = sleeperPid();
@@ -104,7 +82,7 @@ TEST_F(Hook, WhatACommandThatHasEndedLeftInTheBackgroundGoesOn)
     kill(pid, SIGKILL);
 }
 
-TEST_F(Hook, ARunThatIsGivenUpIsKilledWithAllItStarted)
+TEST_F(CHookTest, ARunThatIsGivenUpIsKilledWithAllItStarted)
 {
     pid_t pid = 0;
     {
@@ -112,10 +90,10 @@ TEST_F(Hook, ARunThatIsGivenUpIsKilledWithAllItStarted)
         EXPECT_TRUE(hook.wasStarted());
         pid = sleeperPid();
     }
-    expectGone(pid);
+    waitUntil([pid = pid] { return !isThere(pid); });
 }
 
-TEST_F(Hook, GivesTheCommandDefaultSignalHandlingAndNoBlockedSignal)
+TEST_F(CHookTest, GivesTheCommandDefaultSignalHandlingAndNoBlockedSignal)
 {
     struct sigaction old = {};
     struct sigaction ignore = {};
@@ -132,7 +110,7 @@ TEST_F(Hook, GivesTheCommandDefaultSignalHandlingAndNoBlockedSignal)
     sigaction(SIGPIPE, &old, nullptr);
 }
 
-TEST_F(Hook, AddsToTheEnvironmentAndReplacesWhatStoodThere)
+TEST_F(CHookTest, AddsToTheEnvironmentAndReplacesWhatStoodThere)
 {
     setenv("FICTL_HOOK_TEST", "old", 1);         // NOLINT(concurrency-mt-unsafe)
     setenv("FICTL_HOOK_TEST_MORE", "stays", 1);  // NOLINT(concurrency-mt-unsafe)
@@ -141,7 +119,7 @@ TEST_F(Hook, AddsToTheEnvironmentAndReplacesWhatStoodThere)
     unsetenv("FICTL_HOOK_TEST_MORE");  // NOLINT(concurrency-mt-unsafe)
 }
 
-TEST_F(Hook, ACommandThatCannotBeStartedSaysWhy)
+TEST_F(CHookTest, ACommandThatCannotBeStartedSaysWhy)
 {
     // The system takes no variable of this size.
     const std::vector<std::string> tooLong = {"FICTL_DEVICES=" + std::string(1U << 20U, 'x')};

@@ -57,13 +57,13 @@ TEST_F(CImportTest, FindsACopyAgainThatDoesNotShowAtItsPathAnyMore)
 TEST_F(CImportTest, FindsACopyAgainWhosePathShowsAnotherLun)
 {
     ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
-    const std::string shown = readFile(fake("copies/S2"));
-    writeFile(fake("copies/S2"), "S9.of.another.image\n");
+    const std::string shown = base_test::contentOf(fake("copies/S2"));
+    base_test::writeFile(fake("copies/S2"), "S9.of.another.image\n");
     const SRun run = fictl({"snapshot", "import", "s"});
     EXPECT_EQ(run.exit, 0) << run.err;
     const nlohmann::json device = fictlJson({"snapshot", "show", "s"}).document()["snapshot"]["devices"][1];
     EXPECT_NE(device["import_path"], fake("copies/S2"));
-    EXPECT_EQ(readFile(device["import_path"]), shown);
+    EXPECT_EQ(base_test::contentOf(device["import_path"]), shown);
 }
 
 TEST_F(CImportTest, SaysSoWhenTheImageOfAnImportedCopyIsGone)

@@ -92,7 +92,7 @@ TEST_F(CFictlTest, AMissingProviderIsNamed)
 
 TEST_F(CFictlTest, AFileThatIsNoLibraryIsRefused)
 {
-    writeFile(m_root + "/libtext.so", "not a library\n");
+    base_test::writeFile(m_root + "/libtext.so", "not a library\n");
     const SRun text = run({"--provider", m_root + "/libtext.so", "provider", "show"});
     EXPECT_EQ(text.exit, 6);
     EXPECT_NE(text.err.find("provider \"text\" cannot be loaded"), std::string::npos) << text.err;

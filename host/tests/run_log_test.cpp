@@ -8,6 +8,8 @@
 #include <fstream>
 #include <thread>
 
+#include "base/tests/temporary_folder.h"
+#include "base/tests/text_file.h"
 #include "framework/include/cfiexecpipe.h"
 
 namespace fictl {
@@ -20,24 +22,14 @@ namespace fs = std::filesystem;
 class CRunLogTest : public testing::Test
 {
   protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "run-log-XXXXXX").string();
-        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-        m_folder = pattern;
-    }
-    void TearDown() override
-    {
-        CRunLog::setWatch({});
-        fs::remove_all(m_folder);
-    }
+    void TearDown() override { CRunLog::setWatch({}); }
 
     /// Gives a script to the shell on its standard input.
     int shell(const std::string& script, unsigned long limit = 60) const
     {
         static std::atomic<int> number = 0;
         const std::string input = m_folder + "/script" + std::to_string(number++);
-        std::ofstream(input) << script;
+        base_test::writeFile(input, script);
         return run("/bin/sh", input, limit);
     }
     static int run(const std::string& commandLine, const std::string& input = {}, unsigned long limit = 60)
@@ -47,7 +39,8 @@ class CRunLogTest : public testing::Test
         return pipe.Exec(commandLine, lines, input, limit, "", "", "");
     }
 
-    std::string m_folder;
+    const base_test::CTemporaryFolder m_temporary;
+    const std::string m_folder = m_temporary.path();
 };
 
 }  // namespace

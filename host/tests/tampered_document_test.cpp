@@ -278,11 +278,11 @@ TEST_F(CFictlTest, AnAdministratorAllowsOtherProviders)
               "entered\n  next: an administrator allows it with PROVIDERS= in section [RECEIVE] of "
               "/etc/qz/fictl.conf\n");
     std::filesystem::create_directories(m_root + "/etc/qz");
-    writeFile(m_root + "/etc/qz/fictl.conf", "[RECEIVE]\nPROVIDERS=cdpfi, fakefi\n");
+    base_test::writeFile(m_root + "/etc/qz/fictl.conf", "[RECEIVE]\nPROVIDERS=cdpfi, fakefi\n");
     EXPECT_EQ(run({"snapshot", "receive"}, document).exit, 0);
     // What the administrator says holds for the provider in use, too.
     ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
-    writeFile(m_root + "/etc/qz/fictl.conf", "[RECEIVE]\nPROVIDERS=cdpfi\n");
+    base_test::writeFile(m_root + "/etc/qz/fictl.conf", "[RECEIVE]\nPROVIDERS=cdpfi\n");
     EXPECT_EQ(receive(document).exit, 13);
 }
 

@@ -60,118 +60,19 @@ TEST(NodeStateText, RefusesEveryOtherForm)
 TEST(Names, AcceptWhatIsPlainAndRefuseTheRest)
 {
     EXPECT_TRUE(isSnapshotName("nightly-2024.01.31_a:b+c@d"));
-    EXPECT_FALSE(isSnapshotName(""));
-    EXPECT_FALSE(isSnapshotName("-x"));
-    EXPECT_FALSE(isSnapshotName(".x"));
-    EXPECT_FALSE(isSnapshotName("a/b"));
-    EXPECT_FALSE(isSnapshotName("a b"));
-    EXPECT_FALSE(isSnapshotName(std::string(129, 'a')));
+    for (const std::string& name : {std::string(), std::string("-x"), std::string(".x"), std::string("a/b"),
+                                    std::string("a b"), std::string(129, 'a')}) {
+        EXPECT_FALSE(isSnapshotName(name)) << name;
+    }
     EXPECT_TRUE(isProviderName("cdpfi"));
-    EXPECT_FALSE(isProviderName("../x"));
-    EXPECT_FALSE(isProviderName("1x"));
+    for (const char* const name : {"../x", "1x"}) {
+        EXPECT_FALSE(isProviderName(name)) << name;
+    }
     EXPECT_TRUE(isPlainText("/dev/\xc3\xa4"));
-    EXPECT_FALSE(isPlainText("a\nb"));
-    EXPECT_FALSE(isPlainText("\xc2\x85"));
-    EXPECT_FALSE(isPlainText("\xc3"));
-    EXPECT_FALSE(isPlainText("\xc0\xaf"));
-    EXPECT_FALSE(isPlainText("\xed\xa0\x80"));
-    EXPECT_FALSE(isPlainText("\xff"));
+    for (const char* const text : {"a\nb", "\xc2\x85", "\xc3", "\xc0\xaf", "\xed\xa0\x80", "\xff"}) {
+        EXPECT_FALSE(isPlainText(text)) << printable(text);
+    }
     EXPECT_EQ(printable("a\x1b[31m\xff"), "a\\x1b[31m\\xff");
-}
-
-TEST(ProcessIdentity, TellsALivingProcessFromOneThatHadItsId)
-{
-    const SProcessIdentity self = thisProcess();
-    EXPECT_EQ(self.pid, getpid());
-    EXPECT_FALSE(self.bootId.empty());
-    EXPECT_TRUE(isAlive(self));
-    EXPECT_FALSE(isAlive({self.pid, self.bootId, self.startTime + 1, self.pidNamespace, 0}));
-    EXPECT_FALSE(isAlive({self.pid, "another-boot", self.startTime, self.pidNamespace, 0}));
-    EXPECT_FALSE(isAlive({0, self.bootId, self.startTime, self.pidNamespace, 0}));
-}
-
-TEST(ProcessIdentity, WithoutALockOneOfAnotherNamespaceCountsAsAliveUntilTheHostStartsAnew)
-{
-    const SProcessIdentity self = thisProcess();
-    EXPECT_TRUE(isAlive({1, self.bootId, self.startTime, "pid:[1]", 0}));
-    EXPECT_FALSE(isAlive({1, "another-boot", self.startTime, "pid:[1]", 0}));
-    EXPECT_TRUE(isAlive({self.pid, self.bootId, self.startTime, "", 0})) << "a record of an older fictl";
-}
-
-/// A child that holds a lock in the owners' file until it is killed.
-class COwnerLockTest : public testing::Test
-{
-  protected:
-    void SetUp() override
-    {
-        m_file = testing::TempDir() + "owners." + std::to_string(getpid());
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        m_child = fork();
-        if (m_child == 0) {
-            const COwnerLock lock(m_file);
-            const SProcessIdentity self = thisProcess();
-            const ssize_t told = write(ends[1], &self.lock, sizeof self.lock);
-            while (told > 0) {
-                pause();
-            }
-            _exit(1);
-        }
-        close(ends[1]);
-        ASSERT_EQ(read(ends[0], &m_byte, sizeof m_byte), static_cast<ssize_t>(sizeof m_byte));
-        close(ends[0]);
-    }
-    void TearDown() override
-    {
-        endChild();
-        unlink(m_file.c_str());
-    }
-    void endChild()
-    {
-        if (m_child <= 0) return;
-        kill(m_child, SIGKILL);
-        waitpid(m_child, nullptr, 0);
-        m_child = 0;
-    }
-    /// The owner as another container knows it: neither its id nor its namespace says anything here.
-    SProcessIdentity owner() const { return {1, thisProcess().bootId, 1, "pid:[1]", m_byte}; }
-
-    std::string m_file;
-    pid_t m_child = 0;
-    int64_t m_byte = 0;
-};
-
-TEST_F(COwnerLockTest, TellsAnOwnerOfAnotherNamespaceFromOneThatIsGone)
-{
-    EXPECT_NE(m_byte, 0);
-    const COwnerLock lock(m_file);
-    EXPECT_NE(thisProcess().lock, m_byte);
-    EXPECT_TRUE(isAlive(owner()));
-    endChild();
-    EXPECT_FALSE(isAlive(owner()));
-}
-
-TEST_F(COwnerLockTest, IsSharedByAllOfOneProcessAndGivenBackByTheLast)
-{
-    {
-        const COwnerLock first(m_file);
-        const int64_t byte = thisProcess().lock;
-        {
-            const COwnerLock second(m_file);
-            EXPECT_EQ(thisProcess().lock, byte);
-        }
-        EXPECT_EQ(thisProcess().lock, byte);
-        EXPECT_TRUE(isAlive(owner())) << "the file stayed open";
-    }
-    EXPECT_EQ(thisProcess().lock, 0);
-}
-
-TEST_F(COwnerLockTest, ALockThatCannotBeHadIsNone)
-{
-    const COwnerLock lock("/nowhere/at/all");
-    EXPECT_EQ(thisProcess().lock, 0);
-    EXPECT_TRUE(isAlive(thisProcess()));
-    EXPECT_TRUE(isAlive(owner())) << "who cannot be asked for counts as alive";
 }
 
 TEST(SnapshotState, IsInterruptedWhenItsProcessIsGone)
