@@ -38,12 +38,12 @@ struct SRunFacts
 };
 
 // The observer is called on the thread that runs the program: on the one that waits for the facts.
-thread_local SRunFacts* t_facts = nullptr;
+thread_local SRunFacts* g_facts = nullptr;
 
 void onRun(void* /*context*/, const obzx_run* run)
 {
-    if (run->phase != OBZX_RUN_ENDED || t_facts == nullptr) return;
-    SRunFacts& facts = *t_facts;
+    if (run->phase != OBZX_RUN_ENDED || g_facts == nullptr) return;
+    SRunFacts& facts = *g_facts;
     facts.ended = true;
     facts.exitStatus = run->exit_status;
     facts.signal = run->signal;
@@ -99,15 +99,15 @@ SAnswer watch(const std::string& toolPath, const CStart& start)
 {
     SAnswer answer;
     SRunFacts facts;
-    t_facts = &facts;
+    g_facts = &facts;
     int result = 0;
     try {
         result = start(answer.lines);
     } catch (...) {
-        t_facts = nullptr;
+        g_facts = nullptr;
         throw;
     }
-    t_facts = nullptr;
+    g_facts = nullptr;
     if (!facts.ended) {
         answer.problem = "nothing was sent: no script could be written, or there was no memory";
         return answer;

@@ -146,6 +146,32 @@ TEST_F(Registry, ADeviceThatNobodyClaimsHasNoAppliance)
     EXPECT_FALSE(CCDPApplianceFactory().getClaimAppliance("S1").m_appliance) << "no appliance at all";
 }
 
+TEST_F(Registry, AClaimTellsTheGroupAndTheLunOfItsDevice)
+{
+    m_scenario.addAppliance("a", {{"cg", {"S1"}}});
+    m_scenario.addDisk("/dev/sda", "S1");
+    traced().initialize();
+    m_registry.initializeAppliances();
+    for (const char* device : {"/dev/sda", "S1"}) {
+        const SClaim claim = m_registry.getClaimAppliance(device);
+        ASSERT_TRUE(claim.m_device.m_group) << device;
+        EXPECT_EQ(CString("cg"), claim.m_device.m_group->getName()) << device;
+        EXPECT_EQ("S1", claim.m_device.m_lun) << device;
+    }
+}
+
+TEST_F(Registry, TheGroupOfAClaimIsLookedForAgainOnlyWhileTheLookUpIsTraced)
+{
+    m_scenario.addAppliance("a", {{"cg", {"S1"}}});
+    traced().initialize();
+    m_registry.initializeAppliances();
+    const SClaim claim = m_registry.getClaimAppliance("S1");
+    EXPECT_EQ(claim.m_device.m_group, m_registry.getClaimGroup(claim, "S1"));
+    EXPECT_FALSE(m_registry.getClaimGroup(claim, "S2")) << "looked for under the name that is given";
+    m_trace.observe(2);
+    EXPECT_EQ(claim.m_device.m_group, m_registry.getClaimGroup(claim, "S2")) << "as the claim has it";
+}
+
 TEST_F(Registry, AppliancesAreInitializedInNameOrder)
 {
     m_scenario.addAppliance("b", {});
