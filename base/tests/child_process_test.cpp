@@ -10,8 +10,8 @@
 #include <memory>
 
 #include "base/poll_until.h"
-#include "base/process_stat.h"
 #include "base/tests/no_descriptor_left.h"
+#include "base/tests/process_end.h"
 #include "base/tests/script.h"
 
 namespace {
@@ -33,6 +33,8 @@ namespace {
 using base::CChildProcess;
 using base_test::CNoDescriptorLeft;
 using base_test::CScript;
+using base_test::goesAway;
+using base_test::isGone;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using Clock = CChildProcess::Clock;
@@ -55,21 +57,6 @@ void waitForEnd(CChildProcess& process)
 bool isCollected(pid_t pid)
 {
     return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
-}
-
-bool isGone(pid_t pid)
-{
-    const auto stat = base::readProcessStat(pid);
-    return stat && stat->isGone();
-}
-
-// A killed process takes a moment to go; the test's own time limit ends the wait for one that stays.
-bool goesAway(pid_t pid)
-{
-    while (!isGone(pid)) {
-        ::usleep(1000);
-    }
-    return true;
 }
 
 // With a descriptor that tells the end of the process, and without one.

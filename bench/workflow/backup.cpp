@@ -27,7 +27,7 @@ void CBackup::setUp()
         obzx_objid* interposed = nullptr;
         obzx_objid** groups = nullptr;
         int32_t count = 0;
-        need(m_host.call().interpose(offered.record(), &interposed, &groups, &count) == 1, "interpose");
+        need(m_host.call().interpose(offered.get(), &interposed, &groups, &count) == 1, "interpose");
         obzx_objid** secondaries = nullptr;
         int32_t secondaryCount = 0;
         need(m_host.call().claim(interposed, &secondaries, &secondaryCount) == OBZ_CLAIM_SECONDARY, "claim");
@@ -35,7 +35,7 @@ void CBackup::setUp()
         m_nodes.push_back(std::make_unique<CNode>(interposed->name));
         obzx_free_objid(interposed);
         obzx_free_objid_array(groups, count);
-        need(m_host.call().init_node(m_nodes.back()->record(), nullptr, 0, nullptr) == OBZ_OK, "init_node");
+        need(m_host.call().init_node(m_nodes.back()->get(), nullptr, 0, nullptr) == OBZ_OK, "init_node");
         m_splits.push_back(m_nodes.back()->split());
     }
 }
@@ -45,7 +45,7 @@ void CBackup::setUpGroup(const std::string& group)
     if (group == m_lastGroup) return;  // a site lists its disks group by group
     m_lastGroup = group;
     m_groups.push_back(std::make_unique<CNode>(group));
-    need(m_host.call().init_node(m_groups.back()->record(), nullptr, 0, nullptr) == OBZ_OK, "init_node of a group");
+    need(m_host.call().init_node(m_groups.back()->get(), nullptr, 0, nullptr) == OBZ_OK, "init_node of a group");
 }
 
 void CBackup::prepare(const std::string& session)
@@ -76,25 +76,25 @@ void CBackup::importNode(CNode& node, const SDisk& disk)
 {
     const SEntryPoints& call = m_host.call();
     CNode target(targetName(disk.serial));
-    need(call.init_altnode(node.record(), nullptr, target.record()) == OBZ_OK, "init_altnode");
+    need(call.init_altnode(node.get(), nullptr, target.get()) == OBZ_OK, "init_altnode");
     obz_blob blob{};
-    need(call.process_providerstate(node.record(), &blob, OBZ_STATE_GET) == OBZ_OK, "process_providerstate");
+    need(call.process_providerstate(node.get(), &blob, OBZ_STATE_GET) == OBZ_OK, "process_providerstate");
     std::string state(static_cast<const char*>(blob.data));
     obzx_free_buf(blob.data, blob.size);
     const size_t start = state.find("<TimeImage>") + sizeof "<TimeImage>" - 1;
     state.replace(start, state.find("</TimeImage>") - start, "KSV_Time_Image_" + suffix());
     blob = {state.size() + 1, state.data(), OBZ_ENCODING_STRING};
-    need(call.process_providerstate(node.record(), &blob, OBZ_STATE_SET) == OBZ_OK, "process_providerstate");
-    need(call.init_altnode(node.record(), nullptr, target.record()) == OBZ_OK, "second init_altnode");
-    need(std::string(target.record()->identity->name).find("/dev/") == 0, "path of the image");
-    call.deinit_node(target.record());
+    need(call.process_providerstate(node.get(), &blob, OBZ_STATE_SET) == OBZ_OK, "process_providerstate");
+    need(call.init_altnode(node.get(), nullptr, target.get()) == OBZ_OK, "second init_altnode");
+    need(std::string(target.get()->identity->name).find("/dev/") == 0, "path of the image");
+    call.deinit_node(target.get());
 }
 
 void CBackup::dispose()
 {
     for (size_t i = 0; i < m_nodes.size(); ++i) {
         CNode copy(targetName(m_disks[i].serial));
-        need(m_host.call().dispose(m_nodes[i]->record(), copy.record(), nullptr, OBZ_DISP_REMOVE) == OBZ_OK, "dispose");
+        need(m_host.call().dispose(m_nodes[i]->get(), copy.get(), nullptr, OBZ_DISP_REMOVE) == OBZ_OK, "dispose");
     }
 }
 
@@ -102,7 +102,7 @@ void CBackup::takeDown()
 {
     for (const auto& nodes : {&m_nodes, &m_groups}) {
         for (const auto& node : *nodes) {
-            m_host.call().deinit_node(node->record());
+            m_host.call().deinit_node(node->get());
         }
     }
     m_splits.clear();

@@ -32,19 +32,6 @@ void CHostProgram::init() const
     need(m_calls.init(&context, &version, nullptr) == OBZ_OK, "init");
 }
 
-CNode::CNode(const std::string& name) : m_identity(obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE))
-{
-    need(m_identity != nullptr, "identity");
-    m_record.identity = m_identity;
-    m_split.node = &m_record;
-}
-
-CNode::~CNode()
-{
-    if (m_record.identity != m_identity) obzx_free_objid(m_record.identity);
-    obzx_free_objid(m_identity);
-}
-
 void need(bool condition, const char* what)
 {
     if (!condition) throw std::runtime_error(std::string("failed: ") + what);

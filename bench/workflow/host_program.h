@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "framework/include/obz_entry_points.h"
+#include "framework/tests/support/node.h"
 
 namespace bench {
 
@@ -32,23 +33,7 @@ class CHostProgram
     SEntryPoints m_calls;
 };
 
-/// A record of the host's tree with an identity of its own.
-class CNode
-{
-  public:
-    explicit CNode(const std::string& name);
-    ~CNode();
-    CNode(const CNode&) = delete;
-    CNode& operator=(const CNode&) = delete;
-
-    obz_domain* record() { return &m_record; }
-    obz_splitnode* split() { return &m_split; }
-
-  private:
-    obzx_objid* const m_identity;  // an import may put another one into the record
-    obz_domain m_record{};
-    obz_splitnode m_split{};
-};
+using obzx_test::CNode;
 
 /// Throws when a call did not give what it had to.
 void need(bool condition, const char* what);

@@ -174,12 +174,12 @@ class CDeviceCalls
         obzx_objid** secondaries = nullptr;
         int32_t groupCount = 0;
         int32_t secondaryCount = 0;
-        const int32_t taken = m_call.interpose(offered.record(), &interposed, &groups, &groupCount);
+        const int32_t taken = m_call.interpose(offered.get(), &interposed, &groups, &groupCount);
         need(taken == (isProtected ? 1 : 0), "interpose");
         if (!isProtected) return;
         need(m_call.claim(interposed, &secondaries, &secondaryCount) == OBZ_CLAIM_SECONDARY, "claim");
-        need(m_call.init_node(node.record(), nullptr, 0, nullptr) == OBZ_OK, "init_node");
-        m_call.deinit_node(node.record());
+        need(m_call.init_node(node.get(), nullptr, 0, nullptr) == OBZ_OK, "init_node");
+        m_call.deinit_node(node.get());
         obzx_free_objid(interposed);
         obzx_free_objid_array(groups, groupCount);
     }

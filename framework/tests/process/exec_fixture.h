@@ -4,10 +4,10 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
+#include "base/tests/process_end.h"
 #include "framework/include/cfiexecpipe.h"
 #include "framework/tests/support/scratch.h"
 
@@ -45,23 +45,6 @@ class CExecTest : public CScratch
             names.push_back(entry.path());
         }
         return names;
-    }
-
-    // Gone, or dead and only not yet collected by whoever adopted it.
-    static bool isGone(const std::string& pid)
-    {
-        std::ifstream status("/proc/" + pid + "/stat");
-        std::string number, name, state;
-        return !(status >> number >> name >> state) || state == "Z" || state == "X";
-    }
-
-    // A killed process takes a moment to go; the test's own time limit ends the wait for one that stays.
-    static bool goesAway(const std::string& pid)
-    {
-        while (!isGone(pid)) {
-            ::usleep(1000);
-        }
-        return true;
     }
 
     obzx_pdk_4_4::CFiExecPipePosix m_pipe{1};

@@ -112,21 +112,21 @@ TEST_F(ExecPipeEnding, TimeOutStopsTheProgram)
     EXPECT_EQ(message(), text);
     EXPECT_THAT(traceLines(), ElementsAre("L1 unit CFiExecPipePosix::Exec - " + text));
     ASSERT_THAT(m_lines, SizeIs(1));  // what it wrote before
-    EXPECT_TRUE(goesAway(m_lines[0]));
+    EXPECT_TRUE(base_test::goesAway(std::stoi(m_lines[0])));
 }
 
 TEST_F(ExecPipeEnding, ProgramThatIgnoresTerminationIsKilled)
 {
     EXPECT_EQ(run(child("stubborn"), "", 2), EXEC_TIMED_OUT);
     ASSERT_THAT(m_lines, SizeIs(1));
-    EXPECT_TRUE(goesAway(m_lines[0]));
+    EXPECT_TRUE(base_test::goesAway(std::stoi(m_lines[0])));
 }
 
 TEST_F(ExecPipeEnding, WholeGroupIsStopped)
 {
     EXPECT_EQ(run(child("stubborn-grandchild"), "", 2), EXEC_TIMED_OUT);
     ASSERT_THAT(m_lines, SizeIs(1));
-    EXPECT_TRUE(goesAway(m_lines[0]));
+    EXPECT_TRUE(base_test::goesAway(std::stoi(m_lines[0])));
 }
 
 TEST_F(ExecPipeEnding, FloodIsStoppedByTheTimeOutToo)
@@ -141,7 +141,7 @@ TEST_F(ExecPipeEnding, GrandchildThatHoldsTheOutputDelaysNothing)
         EXPECT_EQ(run(child("grandchild " + std::to_string(status)), "", 30), status == 0 ? EXEC_OK : EXEC_FAILED);
         EXPECT_EQ(code(), status);
         ASSERT_THAT(m_lines, SizeIs(1));
-        EXPECT_FALSE(isGone(m_lines[0]));
+        EXPECT_FALSE(base_test::isGone(std::stoi(m_lines[0])));
         ::kill(std::stoi(m_lines[0]), SIGKILL);
     }
 }

@@ -52,10 +52,10 @@ TEST_F(ExecPipeHost, ThatIsKilledTakesTheProgramWithIt)
     while (::access(file.c_str(), F_OK) != 0) {
         ::usleep(1000);
     }
-    const pid_t program = std::stoi(obzx_test::readLines(file).at(0));
+    const pid_t program = std::stoi(base_test::contentOf(file));
     ::kill(host, SIGKILL);
     EXPECT_EQ(::waitpid(host, nullptr, 0), host);
-    EXPECT_TRUE(goesAway(std::to_string(program)));
+    EXPECT_TRUE(base_test::goesAway(program));
 }
 
 TEST_F(ExecPipeHost, SignalHandlingIsNotTouched)

@@ -162,12 +162,10 @@ TEST_F(PrivateData, LeavesTheMapAlsoWhenTheIdentityWasReplaced)
 {
     CNode node("<cdpfi>target");
     m_factory.allocate(node.get(), true);
-    obzx_objid* former = node->identity;
     node->identity = obzx_get_objid("/dev/sdc", 0, OBZ_OBJID_TYPE_DEVICE);
     EXPECT_EQ(m_factory.deallocate(node.get()), 0u);
     EXPECT_EQ(s_alive, 0);
     EXPECT_TRUE(m_factory.getPrivateDataList(true).empty());
-    obzx_free_objid(former);
 }
 
 TEST_F(PrivateData, ThatMovedToTheOtherKindIsLookedForThere)

@@ -1,29 +1,11 @@
 #include "framework/tests/support/plugin_test_support.h"
 
-#include <stdlib.h>
-
 #include <barrier>
-#include <stdexcept>
 #include <thread>
 
 #include "framework/include/obzx_runtime.h"
 
 namespace obzx_pdk_4_4::test {
-
-CTempRoot::CTempRoot()
-{
-    std::string name = (std::filesystem::temp_directory_path() / "pdktest-XXXXXX").string();
-    if (::mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
-    m_path = name;
-    ::setenv("OBZX_ROOT", name.c_str(), 1);
-}
-
-CTempRoot::~CTempRoot()
-{
-    ::unsetenv("OBZX_ROOT");
-    std::error_code ignored;
-    std::filesystem::remove_all(m_path, ignored);
-}
 
 CTraceCapture::CTraceCapture(int32_t level) : m_log(true)
 {
@@ -47,17 +29,6 @@ std::vector<std::string> CTraceCapture::lines() const
 {
     const std::lock_guard lock(m_mutex);
     return m_lines;
-}
-
-CNode::CNode(const std::string& name) : m_name(name)
-{
-    m_domain.identity = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
-    m_domain.name = m_name.data();
-}
-
-CNode::~CNode()
-{
-    obzx_free_objid(m_domain.identity);
 }
 
 CSplitNodes::CSplitNodes(const std::vector<std::string>& names)

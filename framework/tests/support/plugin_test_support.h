@@ -1,29 +1,16 @@
 #pragma once
 
-#include <filesystem>
 #include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cfitrace.h"
 #include "framework/include/obz_records.h"
+#include "framework/tests/support/node.h"
 
 namespace obzx_pdk_4_4::test {
-
-/// A root directory of a test's own, named by OBZX_ROOT while it lives.
-class CTempRoot
-{
-  public:
-    CTempRoot();
-    ~CTempRoot();
-    CTempRoot(const CTempRoot&) = delete;
-    CTempRoot& operator=(const CTempRoot&) = delete;
-    const std::filesystem::path& path() const { return m_path; }
-
-  private:
-    std::filesystem::path m_path;
-};
 
 /// A trace log whose lines up to a level are collected as "<level> <text>".
 class CTraceCapture
@@ -39,27 +26,13 @@ class CTraceCapture
   private:
     static void receive(void* user, int32_t level, const char* component, const char* text);
 
-    CTempRoot m_root;
+    base_test::CTestRoot m_root;
     CFiTraceLogPtr m_log;
     mutable std::mutex m_mutex;
     std::vector<std::string> m_lines;
 };
 
-/// A node record with an identity, as a host holds them.
-class CNode
-{
-  public:
-    explicit CNode(const std::string& name);
-    ~CNode();
-    CNode(const CNode&) = delete;
-    CNode& operator=(const CNode&) = delete;
-    obz_domain* get() { return &m_domain; }
-    obz_domain* operator->() { return &m_domain; }
-
-  private:
-    std::string m_name;
-    obz_domain m_domain = {};
-};
+using obzx_test::CNode;
 
 /// Split nodes over named nodes, with the list that the calls take.
 class CSplitNodes

@@ -5,32 +5,35 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cfitrace.h"
 
 namespace obzx_test {
 
+using base_test::writeFile;
+
 std::vector<std::string> readLines(const std::string& path);
-void writeFile(const std::string& path, const std::string& content);
 ACE_String_Base<char> text(const std::string& content);
 
-/// A folder of the test's own that OBZX_ROOT names.
+/// A root directory of the test's own, with the usual trace level.
 class CScratch : public testing::Test
 {
   protected:
     CScratch();
     ~CScratch() override;
 
-    const std::string& root() const { return m_root; }
+    const std::string& root() const { return m_path; }
     /// Writes the configuration store of the component "unit".
     void configure(const std::string& content) const;
     /// A log of the component "unit" that is initialised with the usual arguments.
     obzx_pdk_4_4::CFiTraceLogPtr makeLog() const;
     /// Lines of the component's default trace file, each without its time and ids: "L1 unit text".
     std::vector<std::string> traceLines() const;
-    std::string tracePath() const { return m_root + "/var/log/qz/unit.log"; }
+    std::string tracePath() const { return m_path + "/var/log/qz/unit.log"; }
 
   private:
-    std::string m_root;
+    const base_test::CTestRoot m_root;
+    const std::string m_path = m_root.string();
 };
 
 }  // namespace obzx_test

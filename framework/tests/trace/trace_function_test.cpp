@@ -15,45 +15,41 @@ class TraceFunction : public obzx_test::CScratch
 {
   protected:
     TraceFunction() { ::setenv("OBZX_TRACE_LEVEL", "6", 1); }
+
+    /// The lines of a function that is entered and left.
+    std::vector<std::string> linesOfClaim(int32_t line, const char* file) const
+    {
+        const CFiTraceLogPtr log = makeLog();
+        {
+            const CFiTraceLogFunction tracer(log, "claim", line, file);
+        }
+        return traceLines();
+    }
 };
 
 TEST_F(TraceFunction, WritesALineAtEntryAndExit)
 {
-    const CFiTraceLogPtr log = makeLog();
-    {
-        const CFiTraceLogFunction tracer(log, "claim", 12, "/source/providers/cdp/cdp_claim.cpp");
-    }
-    EXPECT_THAT(traceLines(), ElementsAre("L6 unit Entering Function claim [12, cdp_claim.cpp]",
-                                          "L6 unit Exiting Function claim [12, cdp_claim.cpp]"));
+    EXPECT_THAT(linesOfClaim(12, "/source/providers/cdp/cdp_claim.cpp"),
+                ElementsAre("L6 unit Entering Function claim [12, cdp_claim.cpp]",
+                            "L6 unit Exiting Function claim [12, cdp_claim.cpp]"));
 }
 
 TEST_F(TraceFunction, LineZeroHasAShortExitLine)
 {
-    const CFiTraceLogPtr log = makeLog();
-    {
-        const CFiTraceLogFunction tracer(log, "claim", 0, "/source/a.cpp");
-    }
-    EXPECT_THAT(traceLines(),
+    EXPECT_THAT(linesOfClaim(0, "/source/a.cpp"),
                 ElementsAre("L6 unit Entering Function claim [0, a.cpp]", "L6 unit Exiting Function claim"));
 }
 
 TEST_F(TraceFunction, FileWithoutASlashShowsTheTracersOwnHeader)
 {
-    const CFiTraceLogPtr log = makeLog();
-    {
-        const CFiTraceLogFunction tracer(log, "claim", 3, "a.cpp");
-    }
-    EXPECT_THAT(traceLines(), ElementsAre("L6 unit Entering Function claim [3, framework/include/cfitrace.h]",
-                                          "L6 unit Exiting Function claim [3, framework/include/cfitrace.h]"));
+    EXPECT_THAT(linesOfClaim(3, "a.cpp"),
+                ElementsAre("L6 unit Entering Function claim [3, framework/include/cfitrace.h]",
+                            "L6 unit Exiting Function claim [3, framework/include/cfitrace.h]"));
 }
 
 TEST_F(TraceFunction, FileThatEndsInASlashIsEmpty)
 {
-    const CFiTraceLogPtr log = makeLog();
-    {
-        const CFiTraceLogFunction tracer(log, "claim", -1, "folder/");
-    }
-    EXPECT_THAT(traceLines(),
+    EXPECT_THAT(linesOfClaim(-1, "folder/"),
                 ElementsAre("L6 unit Entering Function claim [-1, ]", "L6 unit Exiting Function claim [-1, ]"));
 }
 
@@ -83,11 +79,7 @@ TEST_F(TraceFunction, MissingPartSilencesBothLines)
 TEST_F(TraceFunction, WritesNothingBelowLevelSix)
 {
     ::setenv("OBZX_TRACE_LEVEL", "5", 1);
-    const CFiTraceLogPtr log = makeLog();
-    {
-        const CFiTraceLogFunction tracer(log, "claim", 3, "/a.cpp");
-    }
-    EXPECT_THAT(traceLines(), IsEmpty());
+    EXPECT_THAT(linesOfClaim(3, "/a.cpp"), IsEmpty());
 }
 
 TEST_F(TraceFunction, ExitLineAppearsWhenTheLogWasInitialisedInside)
