@@ -129,7 +129,9 @@ SClaimedDevice CLMRAppliance::claimDevice(const CString& device)
     const CConsistencyGroupPtr group = groupOfLun(deviceId, device);
     if (!group) {
         trace(TRACE_INFO, "CLMRAppliance::interpose Could not find any claiming consistency group");
-    } else if (isTraceEnabled(TRACE_INFO)) {
+        return {};
+    }
+    if (isTraceEnabled(TRACE_INFO)) {
         trace(TRACE_INFO, "CLMRAppliance::interpose Found claiming consistency group [%s]", group->getName());
     }
     return {group, std::string(bytesOf(deviceId))};

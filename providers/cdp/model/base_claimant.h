@@ -12,7 +12,7 @@ namespace cdpfi {
 struct SClaimedDevice
 {
     CConsistencyGroupPtr m_group;  ///< that holds the device; empty: the appliance does not claim it
-    std::string m_lun;             ///< serial of the device's LUN, as findLun has it
+    std::string m_lun;             ///< serial of its LUN, as findLun has it; empty when it is not claimed
 };
 
 /// This host's disks cannot be listed.

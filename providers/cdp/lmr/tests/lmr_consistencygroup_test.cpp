@@ -308,7 +308,7 @@ TEST_F(ConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
     expectCall();
 }
 
-TEST_F(ConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTargetAndBecomesKnown)
+TEST_F(ConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTarget)
 {
     addImage("ti1", "cp1");
     EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/unknown"));
