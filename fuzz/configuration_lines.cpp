@@ -1,5 +1,6 @@
 // The line reader of the appliance list, and the registry that is made of its lines.
-#include "fuzz/root_folder.h"
+#include "base/tests/test_root.h"
+#include "fuzz/fuzz.h"
 #include "providers/cdp/cdp_appliance_factory.h"
 #include "providers/cdp/cdp_support.h"
 #include "providers/cdp/cdp_text.h"
@@ -37,11 +38,11 @@ void requireNamed(const std::string& text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const fuzz::CRootFolder root;
+    static const base_test::CTestRoot root;
     const std::string text(fuzz::textOf(data, size));
-    const std::string path = root.write("hls.conf", text);
+    root.write("etc/qz/hls.conf", text);
     std::vector<std::string> lines;
-    cdpfi::CDPSupportFunction::readFile(path, lines);
+    cdpfi::CDPSupportFunction::readFile((root / "etc/qz/hls.conf").string(), lines);
     bool whole = true;
     for (const std::string& line : lines) {
         require(line.size() <= LONGEST_LINE && line.find('\n') == std::string::npos, "a line is one line, cut if long");

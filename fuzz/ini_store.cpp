@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cficonfiguration.h"
 #include "framework/include/cfistringtool.h"
-#include "fuzz/root_folder.h"
+#include "fuzz/fuzz.h"
 
 using fuzz::require;
 using obzx_pdk_4_4::CFiConfiguration;
@@ -164,20 +165,20 @@ std::string plainText(std::string_view text)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    static const fuzz::CRootFolder root;
+    static const base_test::CTestRoot root;
     const std::string text(fuzz::textOf(data, size));
-    const std::string path = root.write("fuzz.conf", text);
+    root.write("etc/qz/fuzz.conf", text);
     requireValues(text);
 
     const std::vector<std::string> values = allValues();
     const std::string readable = readablePart(text);
-    root.write("fuzz.conf", readable);
+    root.write("etc/qz/fuzz.conf", readable);
     require(CFiConfiguration("fuzz").unreadableLines().empty(), "what is left can be read");
     require(allValues() == values, "a line that cannot be read costs nothing else");
-    if (isTame(readable)) requireSameAsLibrary(path);
+    if (isTame(readable)) requireSameAsLibrary((root / "etc/qz/fuzz.conf").string());
 
     const std::string value = plainText(text);
-    root.write("fuzz.conf", "[FI_TRACE]\nLEVEL=3\n[FI_NETWORK]\nLOCAL_NAME=" + value + "\nOTHER=1\n");
+    root.write("etc/qz/fuzz.conf", "[FI_TRACE]\nLEVEL=3\n[FI_NETWORK]\nLOCAL_NAME=" + value + "\nOTHER=1\n");
     CFiConfiguration store("fuzz");
     require(read(store, "FI_NETWORK", "LOCAL_NAME") == value, "a value that is written is read back the same");
     return 0;

@@ -1,8 +1,10 @@
 #pragma once
 
+#include "base/tests/text_file.h"
 #include "framework/include/cfioutputtext.h"
 #include "fuzz/fuzz.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/tests/answers.h"
 
 namespace fuzz {
 

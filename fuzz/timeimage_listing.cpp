@@ -14,12 +14,12 @@ namespace {
 // A blank beside each value keeps an empty one a piece of the line.
 std::vector<std::string> write(const SLMRImageListing& listing)
 {
-    std::vector<std::string> lines{"TimeImage LUNs:"};
+    std::vector<cdpfi::answers::SImageLun> luns;
     for (const SLMRImageLun& lun : listing.luns) {
-        lines.push_back(" " + std::string(lun.targetDevice) + "[ " + std::string(lun.targetSerial) + "] <- " +
-                        std::string(lun.sourceDevice) + "[ " + std::string(lun.sourceSerial) + "]");
+        luns.push_back({{" " + std::string(lun.targetDevice), " " + std::string(lun.targetSerial)},
+                        {" " + std::string(lun.sourceDevice), " " + std::string(lun.sourceSerial)}});
     }
-    return lines;
+    return base_test::linesOf(cdpfi::answers::timeImage("ti1", luns));
 }
 
 bool same(const SLMRImageLun& a, const SLMRImageLun& b)

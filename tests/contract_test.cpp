@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/environment_value.h"
 #include "framework/include/obzx_runtime.h"
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
@@ -32,7 +33,6 @@ class Contract : public testing::Test
         site.addGroup("vault", "payroll", {"data", "journal"});
         site.addGroup("vault", "archive", {"old"});
         site.setUpHosts();
-        setenv("OBZX_ROOT", site.root("production").c_str(), 1);
         CFiTraceLogPtr log(new CFiTraceLog());
         log->initialize("cdpfi", "", "", 1, false);
         obzx_set_trace_observer(&Contract::onTrace, this, obzx_pdk_4_4::TRACE_INVALID);
@@ -44,7 +44,6 @@ class Contract : public testing::Test
     {
         obzx_set_trace_observer(nullptr, nullptr, 0);
         appliance.release();
-        unsetenv("OBZX_ROOT");
     }
 
     static void onTrace(void* user, int32_t, const char*, const char* text)
@@ -82,6 +81,7 @@ class Contract : public testing::Test
     }
 
     CSite site;
+    const base_test::CEnvironmentValue m_root{"OBZX_ROOT", site.root("production")};
     CFiSmartPtr<CLMRAppliance> appliance;
     std::vector<std::string> failures;
 };

@@ -27,21 +27,12 @@ class Ending : public testing::Test
     /// script makes it then, and "acted".
     void putScriptBeforeTheAppliancesShell() const
     {
-        const fs::path tool = root() / "site-shell";
-        std::ofstream(tool) << "#!/bin/sh\nscript=$(cat)\n"
-                            << "ask() { printf '%s\\n' \"$script\" | " << CDPFI_BIN_DIR << "/lmsh; }\n"
-                            << "test -e " << file("dead") << " && sleep 600\n"
-                            << "case $script in\n*create*annotation*)\n"
-                            << "  (until test -e " << file("go") << "; do sleep 0.01; done; ask; touch "
-                            << file("acted") << ") &\n  touch " << file("held") << "\n  wait;;\n*) ask;;\nesac\n";
-        fs::permissions(tool, fs::perms::owner_all);
-        const fs::path path = root() / "etc/qz/cdpfi.conf";
-        std::string configuration = contentOf(path);
-        const std::string folder = "LMR_LMSH_PATH=" + std::string(CDPFI_BIN_DIR) + "/";
-        const std::string name = "LMR_LMSH_NAME=lmsh";
-        configuration.replace(configuration.find(folder), folder.size(), "LMR_LMSH_PATH=" + root().string() + "/");
-        configuration.replace(configuration.find(name), name.size(), "LMR_LMSH_NAME=site-shell");
-        std::ofstream(path) << configuration;
+        m_site.replaceShell("production", "#!/bin/sh\nscript=$(cat)\nask() { printf '%s\\n' \"$script\" | " +
+                                              std::string(CDPFI_BIN_DIR) + "/lmsh; }\ntest -e " + file("dead") +
+                                              " && sleep 600\ncase $script in\n*create*annotation*)\n" +
+                                              "  (until test -e " + file("go") + "; do sleep 0.01; done; ask; touch " +
+                                              file("acted") + ") &\n  touch " + file("held") +
+                                              "\n  wait;;\n*) ask;;\nesac\n");
     }
 
     /// Runs "snapshot create" and, once its checkpoint is asked for, the shell command, which finds its process in $P.
@@ -84,7 +75,7 @@ TEST_F(Ending, AKilledFictlTakesAScriptAndAllItHasStartedWithItAndThaws)
     waitForThaw();
     waitForTheEnd();
     EXPECT_EQ(contentOf(file("hooks")), "freeze\nthaw killed\n");
-    std::ofstream(file("go")) << "\n";
+    writeFile(file("go"), "\n");
     EXPECT_EQ(m_site.fictl("production", {"snapshot", "delete", "nightly"}).status, 0);
     EXPECT_TRUE(m_site.copiesOf("vault", "payroll").empty());
     EXPECT_FALSE(fs::exists(file("acted")));

@@ -27,16 +27,13 @@ class CProductionHost
     {
         m_site.addGroup("vault", "payroll", {"data"});
         m_site.setUpHosts();
-        setenv("OBZX_ROOT", m_site.root("production").c_str(), 1);
     }
-    ~CProductionHost() { unsetenv("OBZX_ROOT"); }
-    CProductionHost(const CProductionHost&) = delete;
-    CProductionHost& operator=(const CProductionHost&) = delete;
 
     CSite& site() { return m_site; }
 
   private:
     CSite m_site;
+    base_test::CEnvironmentValue m_root{"OBZX_ROOT", m_site.root("production")};
 };
 
 // The operations that the plug-in carries out itself; the nodes of the calls are none of its own.
@@ -132,11 +129,8 @@ class CHostWithoutDiskUtility
   public:
     explicit CHostWithoutDiskUtility(const std::string& appliances)
     {
-        const std::filesystem::path shell = m_root.path() / "opt/QXPKlm/bin/lmsh";
-        std::filesystem::create_directories(m_root.path() / "etc/qz");
-        std::filesystem::create_directories(shell.parent_path());
-        std::ofstream(shell).close();
-        std::ofstream(m_root.path() / "etc/qz/hls.conf") << appliances;
+        m_root.write("opt/QXPKlm/bin/lmsh", "");
+        m_root.write("etc/qz/hls.conf", appliances);
     }
 
   private:

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "base/tests/environment_value.h"
 #include "framework/include/obz_entry_points.h"
 #include "framework/include/obzx_runtime.h"
 #include "tests/site.h"
@@ -33,9 +34,8 @@ std::filesystem::path moveTools(const CSite& site)
 class CHost
 {
   public:
-    explicit CHost(const CSite& site)
+    explicit CHost(const CSite& site) : m_root("OBZX_ROOT", site.root("production"))
     {
-        setenv("OBZX_ROOT", site.root("production").c_str(), 1);
         obzx_set_trace_observer(&CHost::onTrace, this, 1);
         m_context.callback = &CHost::onMessage;
         m_context.user = this;
@@ -49,7 +49,6 @@ class CHost
         if (m_library == nullptr) return;
         entry<obzx_fi_fini_fn>("fini")();
         dlclose(m_library);
-        unsetenv("OBZX_ROOT");
     }
     CHost(const CHost&) = delete;
     CHost& operator=(const CHost&) = delete;
@@ -74,6 +73,7 @@ class CHost
         static_cast<CHost*>(context->user)->messages.emplace_back(text);
     }
 
+    const base_test::CEnvironmentValue m_root;
     obz_context m_context{};
     void* m_library = nullptr;
 };

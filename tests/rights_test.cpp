@@ -60,22 +60,6 @@ class Rights : public testing::Test
         return files;
     }
 
-    /// Puts a program before the appliance's shell that notes the rights of what it is given to read.
-    static void noteRightsOfScripts(const fs::path& root)
-    {
-        const fs::path tool = root / "noting-shell";
-        std::ofstream(tool) << "#!/bin/sh\nstat -L -c '%a script' /dev/stdin >>" << (root / "rights").string()
-                            << "\nexec " << CDPFI_BIN_DIR << "/lmsh\n";
-        fs::permissions(tool, fs::perms::owner_all);
-        const fs::path file = root / "etc/qz/cdpfi.conf";
-        std::string configuration = contentOf(file);
-        const std::string path = "LMR_LMSH_PATH=" + std::string(CDPFI_BIN_DIR) + "/";
-        const std::string name = "LMR_LMSH_NAME=lmsh";
-        configuration.replace(configuration.find(path), path.size(), "LMR_LMSH_PATH=" + root.string() + "/");
-        configuration.replace(configuration.find(name), name.size(), "LMR_LMSH_NAME=noting-shell");
-        std::ofstream(file) << configuration;
-    }
-
   private:
     mode_t m_former;
 };
@@ -111,9 +95,11 @@ TEST_F(Rights, OnlyTheOwnerReadsAndWritesWhatFaultsWorkloadsAndTracesLeaveUnderU
     const SRun written =
         site.lmadm({"--appliance", "vault", "workload", "run", "payroll", "--log", log, "--writes", "4"});
     ASSERT_EQ(written.status, 0) << written.err;
-    // What is there only for a while: a script is looked at by the tool that reads it, the catalog's log files by the
-    // thaw command.
-    noteRightsOfScripts(site.root("production"));
+    // What is there only for a while: a script is looked at by a program before the appliance's shell, the catalog's
+    // log files by the thaw command.
+    const std::string rightsFile = (site.root("production") / "rights").string();
+    site.replaceShell("production", "#!/bin/sh\nstat -L -c '%a script' /dev/stdin >>" + rightsFile + "\nexec " +
+                                        CDPFI_BIN_DIR + "/lmsh\n");
     const std::string rights = "stat -c '%a %n' $OBZX_ROOT/var/lib/qz/* >>$OBZX_ROOT/rights";
     const SRun made = site.fictl("production", {"snapshot", "create", "nightly", site.device("vault", "data"),
                                                 "--freeze", "true", "--thaw", rights});

@@ -50,9 +50,8 @@ class Setup : public testing::Test
   protected:
     Setup()
     {
-        fs::create_directories(tools() / "dev");
-        std::ofstream(tools() / "dev/disk") << "content";
-        std::ofstream(tools() / "hosts") << site.shell("production", "hostname").out;
+        writeFile(tools() / "dev/disk", "content");
+        writeFile(tools() / "hosts", site.shell("production", "hostname").out);
         writeTool("lmsh", SHELL);
         writeTool("kforutil", UTILITY);
     }
@@ -61,7 +60,7 @@ class Setup : public testing::Test
 
     void writeTool(const std::string& name, const std::string& text) const
     {
-        std::ofstream(tools() / name) << text;
+        writeFile(tools() / name, text);
         fs::permissions(tools() / name, fs::perms(0755));
     }
 
@@ -78,7 +77,7 @@ class Setup : public testing::Test
 
     SRun follow(const std::string& commands) const
     {
-        std::ofstream(site.folder() / "commands") << commands;
+        writeFile(site.folder() / "commands", commands);
         return site.shell("production", "bash -eu '" + (site.folder() / "commands").string() + "'");
     }
 
@@ -155,7 +154,7 @@ TEST_F(Setup, TheDoctorSaysThatAToolCannotBeRun)
 
 TEST_F(Setup, TheDoctorSaysThatTheApplianceDoesNotKnowThisHost)
 {
-    std::ofstream(tools() / "hosts") << "somebody-else\n";
+    writeFile(tools() / "hosts", "somebody-else\n");
     const std::vector<std::string> lines = failures(follow(commandsOfReadme()));
     ASSERT_FALSE(lines.empty());
     EXPECT_TRUE(lines[0].starts_with("FAIL appliance \"vault\" knows no host \"")) << lines[0];

@@ -6,9 +6,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <stdexcept>
 
@@ -64,33 +61,18 @@ SRun run(const std::filesystem::path& scratch, const std::filesystem::path& host
 
 }  // namespace
 
-std::string contentOf(const std::filesystem::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 CSite::CSite()
 {
-    std::string name = (std::filesystem::temp_directory_path() / "cdpfi-test.XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("cannot make a scratch folder");
-    m_folder = name;
     for (const char* folder : {"store", "production", "backup", "run"}) {
         std::filesystem::create_directory(m_folder / folder);
     }
-}
-
-CSite::~CSite()
-{
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
 }
 
 SRun CSite::lmadm(const std::vector<std::string>& words) const
 {
     std::vector<std::string> all{BIN + "/lmadm", "--store", (m_folder / "store").string()};
     all.insert(all.end(), words.begin(), words.end());
-    return run(m_folder / "run", m_folder, all);
+    return run(m_folder / "run", m_folder.path(), all);
 }
 
 SRun CSite::fictl(const std::string& host, const std::vector<std::string>& words) const
@@ -137,6 +119,21 @@ void CSite::setUpHosts()
         const SRun done = lmadm({"host", "setup", "--root", root(host).string(), "--host", host});
         if (done.status != 0) throw std::runtime_error(done.err);
     }
+}
+
+void CSite::replaceShell(const std::string& host, const std::string& script) const
+{
+    namespace fs = std::filesystem;
+    writeFile(root(host) / "site-shell", script);
+    fs::permissions(root(host) / "site-shell", fs::perms::owner_all);
+    const fs::path file = root(host) / "etc/qz/cdpfi.conf";
+    std::string configuration = contentOf(file);
+    const auto replace = [&](const std::string& value, const std::string& with) {
+        configuration.replace(configuration.find(value), value.size(), with);
+    };
+    replace("LMR_LMSH_PATH=" + BIN + "/", "LMR_LMSH_PATH=" + root(host).string() + "/");
+    replace("LMR_LMSH_NAME=lmsh", "LMR_LMSH_NAME=site-shell");
+    writeFile(file, configuration);
 }
 
 nlohmann::json CSite::lun(const std::string& appliance, const std::string& name) const

@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/temporary_folder.h"
+#include "base/tests/text_file.h"
+
 /// What a program that was run left: its exit status and its two outputs.
 struct SRun
 {
@@ -22,15 +25,15 @@ class CSite
 {
   public:
     CSite();
-    ~CSite();
-    CSite(const CSite&) = delete;
-    CSite& operator=(const CSite&) = delete;
 
     /// A group with LUNs of 256 KiB, presented to the host "production"; the appliance is made on first use, and with
     /// it the hosts "production" and "backup".
     void addGroup(const std::string& appliance, const std::string& group, const std::vector<std::string>& luns);
     /// Writes the configuration of both hosts; after the last addGroup.
     void setUpHosts();
+
+    /// Puts a script in the place of the appliance's shell on a host; after setUpHosts.
+    void replaceShell(const std::string& host, const std::string& script) const;
 
     SRun lmadm(const std::vector<std::string>& words) const;
     SRun fictl(const std::string& host, const std::vector<std::string>& words) const;
@@ -45,13 +48,14 @@ class CSite
     std::vector<std::string> copiesOf(const std::string& appliance, const std::string& group) const;
 
     std::filesystem::path root(const std::string& host) const { return m_folder / host; }
-    std::filesystem::path folder() const { return m_folder; }
+    std::filesystem::path folder() const { return m_folder.path(); }
 
   private:
     nlohmann::json lun(const std::string& appliance, const std::string& name) const;
 
-    std::filesystem::path m_folder;
+    base_test::CTemporaryFolder m_folder;
     std::vector<std::string> m_appliances;
 };
 
-std::string contentOf(const std::filesystem::path& file);
+using base_test::contentOf;
+using base_test::writeFile;

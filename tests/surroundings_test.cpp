@@ -87,7 +87,7 @@ const std::vector<SOddFile>& oddFiles()
         {"a FIFO", [](const fs::path& file) { mkfifo(file.c_str(), 0600); }},
         {"1 GiB",
          [](const fs::path& file) {
-             std::ofstream(file) << "RSURL=vault:9000\n";
+             writeFile(file, "RSURL=vault:9000\n");
              fs::resize_file(file, uintmax_t{1} << 30);
          }},
         {"a link to itself", [](const fs::path& file) { fs::create_symlink(file, file); }},

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "base/tests/environment_value.h"
 #include "framework/include/obz_entry_points.h"
 #include "framework/include/obzx_runtime.h"
 #include "tests/site.h"
@@ -29,8 +30,6 @@ class Threads : public testing::TestWithParam<bool>
   protected:
     void start()
     {
-        setenv("OBZX_ROOT", m_site.root("production").c_str(), 1);
-        setenv("RES_OPTIONS", "timeout:1 attempts:1", 1);
         m_library = dlopen(CDPFI_PROVIDER, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(m_library, nullptr) << dlerror();
         obz_version version{};
@@ -41,7 +40,6 @@ class Threads : public testing::TestWithParam<bool>
         if (m_library == nullptr) return;
         entry<obzx_fi_fini_fn>("fini")();
         dlclose(m_library);
-        unsetenv("OBZX_ROOT");
     }
 
     template <class Function>
@@ -219,6 +217,8 @@ class Threads : public testing::TestWithParam<bool>
     }
 
     CSite m_site;
+    const base_test::CEnvironmentValue m_root{"OBZX_ROOT", m_site.root("production")};
+    const base_test::CEnvironmentValue m_resolver{"RES_OPTIONS", "timeout:1 attempts:1"};
 
   private:
     void* m_library = nullptr;

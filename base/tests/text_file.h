@@ -28,6 +28,16 @@ inline std::vector<std::string> linesOf(std::string_view text)
     return lines;
 }
 
+/// The lines as a text, each with its end.
+inline std::string joined(const std::vector<std::string>& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
 /// Writes a file anew, with the folders that it stands in.
 inline void writeFile(const std::filesystem::path& file, std::string_view bytes)
 {

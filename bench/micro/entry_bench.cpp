@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <thread>
 
-#include "bench/micro/scratch_root.h"
+#include "base/tests/test_root.h"
 #include "bench/workflow/host_program.h"
 
 namespace {
@@ -64,7 +64,7 @@ BENCHMARK(lockPairsOfIt);
 
 int main(int argc, char** argv)
 {
-    const bench::CScratchRoot root;
+    const base_test::CTestRoot root;
     std::thread([] { pause(); }).detach();
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

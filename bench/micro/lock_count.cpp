@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "bench/micro/scratch_root.h"
+#include "base/tests/test_root.h"
 #include "bench/workflow/host_program.h"
 
 namespace {
@@ -23,7 +23,7 @@ extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread
 
 int main()
 {
-    const bench::CScratchRoot root;
+    const base_test::CTestRoot root;
     const bench::CHostProgram host(BENCH_PROVIDER);
     host.call().pre_prepare("session");  // makes the singletons
     g_count = 0;

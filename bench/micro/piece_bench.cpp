@@ -11,6 +11,7 @@
 #include "providers/cdp/lmr/listings/lmr_disk_listing.h"
 #include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
+#include "providers/cdp/lmr/tests/answers.h"
 
 namespace {
 
@@ -56,11 +57,11 @@ BENCHMARK(readDiskLine);
 
 void readGroupOf100(benchmark::State& state)
 {
-    std::vector<std::string> lines{"Consistency Group: group00000", "Protected LUNS:"};
+    std::vector<answers::SLun> luns;
     for (size_t i = 0; i < 100; ++i) {
-        lines.push_back(numbered("/dev/lumora/lun", i) + " [" + numbered("LMR", i) + "] 10.0GiB");
+        luns.push_back({numbered("/dev/lumora/lun", i), numbered("LMR", i)});
     }
-    lines.insert(lines.end(), {"Monitor LUNS:", "Permissions:", "production", "Stillmark LUNs:"});
+    const std::vector<std::string> lines = base_test::linesOf(answers::group("group00000", luns, {"production"}));
     for (auto _ : state) {
         benchmark::DoNotOptimize(parseGroup(lines).luns.data());
     }

@@ -3,8 +3,8 @@
 #include <spdlog/logger.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 
+#include "base/tests/test_root.h"
 #include "bench/micro/allocations.h"
-#include "bench/micro/scratch_root.h"
 #include "framework/include/cfitrace.h"
 
 namespace {
@@ -18,9 +18,9 @@ const std::string NODE = "<cdpfi>LMR000000001234";
 const std::string GROUP = "group00012";
 const std::string APPLIANCE = "vault";
 
-const bench::CScratchRoot& root()
+const base_test::CTestRoot& root()
 {
-    static const bench::CScratchRoot scratch;
+    static const base_test::CTestRoot scratch;
     return scratch;
 }
 
@@ -44,8 +44,8 @@ void writeLine(CFiTraceLog& log, int32_t level)
 spdlog::logger& rawLogger()
 {
     static spdlog::logger* const logger = [] {
-        auto sink =
-            std::make_shared<spdlog::sinks::rotating_file_sink_mt>(root().path() + "/raw.log", FILE_SIZE, FILE_COUNT);
+        auto sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>((root() / "raw.log").string(), FILE_SIZE,
+                                                                           FILE_COUNT);
         auto* const made = new spdlog::logger("bench", std::move(sink));
         made->set_pattern("%Y-%m-%dT%H:%M:%S.%fZ %P.%t L1 bench %v", spdlog::pattern_time_type::utc);
         made->flush_on(spdlog::level::info);  // as the log does: a line is in the file when the call returns

@@ -2,9 +2,10 @@
 
 #include <sys/types.h>
 
-#include <filesystem>
 #include <string>
 #include <vector>
+
+#include "base/tests/test_root.h"
 
 /// What this host is called.
 struct SHostNames
@@ -21,9 +22,6 @@ class CScratchHost
 {
   public:
     explicit CScratchHost(const std::string& tool, const SHostNames& names = {});
-    ~CScratchHost();
-    CScratchHost(const CScratchHost&) = delete;
-    CScratchHost& operator=(const CScratchHost&) = delete;
 
     /// What the tools were sent since the last call, one text a request; the id of the process that had them run is
     /// replaced by "PID".
@@ -32,5 +30,7 @@ class CScratchHost
     std::string leftFiles() const;
 
   private:
-    std::filesystem::path m_root;
+    const base_test::CTestRoot m_root;
+    const base_test::CEnvironmentValue m_temporaryFiles{"TMPDIR", m_root / "tmp"};
+    const base_test::CEnvironmentValue m_scenario{"FAKE_TOOL_SCENARIO", m_root / "scenario"};
 };

@@ -1,6 +1,5 @@
 #include "tests/inspector/inspector_fixture.h"
 
-#include <fstream>
 #include <stdexcept>
 
 SRun CInspectorTest::run(const std::vector<std::string>& words, const std::string& host) const
@@ -34,9 +33,8 @@ void CInspectorTest::replaceTool(const std::string& name, const std::string& scr
         if (!fs::exists(tools / each)) fs::create_symlink(std::string(CDPFI_BIN_DIR) + "/" + each, tools / each);
     }
     fs::remove(tools / name);
-    std::ofstream(tools / name) << "#!/bin/sh\nscript=$(cat)\n" << script << '\n';
+    ::writeFile(tools / name, "#!/bin/sh\nscript=$(cat)\n" + script + "\n");
     fs::permissions(tools / name, fs::perms::owner_all);
-    fs::create_directories(place("/etc/qz"));
     writeFile("/etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + tools.string() + "/\nLMR_KFORUTIL_PATH=" +
                                         tools.string() + "/\n[FI_NETWORK]\nLOCAL_NAME=production\n");
 }
@@ -48,8 +46,7 @@ std::string CInspectorTest::realTool(const std::string& name) const
 
 void CInspectorTest::writeFile(const std::string& path, const std::string& content) const
 {
-    std::filesystem::create_directories(std::filesystem::path(place(path)).parent_path());
-    std::ofstream(place(path), std::ios::binary) << content;
+    ::writeFile(place(path), content);
 }
 
 void CInspectorTest::makeImage(const std::string& appliance, const std::string& group, const std::string& suffix,

@@ -14,7 +14,7 @@ constexpr bool UNMAP = true;
 class ImportNode : public CPluginTest
 {
   protected:
-    void addAppliance(const std::vector<std::string>& hosts = {})
+    void addAppliance(const std::vector<std::string>& hosts = {"192.0.2.1", CScenario::LOCAL_HOST})
     {
         m_scenario.addAppliance("server1", {{"cg1", {"S1", "S2"}}}, hosts);
         m_scenario.addDisk("/dev/sda", "S1");

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "base/tests/text_file.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/tests/support/expected_file.h"
 
@@ -118,7 +119,7 @@ std::string CPluginTest::timeImage()
 
 void CPluginTest::expectTrace(const std::string& part)
 {
-    expectFile(EXPECTED_FOLDER, part.empty() ? ".trace" : "." + part + ".trace", joined(m_trace.take()));
+    expectFile(EXPECTED_FOLDER, part.empty() ? ".trace" : "." + part + ".trace", base_test::joined(m_trace.take()));
 }
 
 std::string str(const CString& text)

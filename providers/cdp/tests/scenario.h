@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "base/tests/test_root.h"
+
 namespace cdpfi {
 
 /// A host's root directory with configuration and tools, and the appliances that the tools answer for. The fake tools
@@ -13,11 +15,8 @@ class CScenario
 {
   public:
     CScenario();
-    ~CScenario();
-    CScenario(const CScenario&) = delete;
-    CScenario& operator=(const CScenario&) = delete;
 
-    const std::filesystem::path& root() const { return m_root; }
+    const std::filesystem::path& root() const { return m_root.path(); }
     /// A file below the root, with its folders.
     void write(const std::string& path, const std::string& content) const;
     void append(const std::string& path, const std::string& content) const;
@@ -28,7 +27,8 @@ class CScenario
 
     using CGroups = std::map<std::string, std::vector<std::string>>;
     /// An appliance with its groups' LUN serials; named in the configuration.
-    void addAppliance(const std::string& name, const CGroups& groups, const std::vector<std::string>& hosts = {});
+    void addAppliance(const std::string& name, const CGroups& groups,
+                      const std::vector<std::string>& hosts = {"192.0.2.1", LOCAL_HOST});
     /// A disk of this host that shows a LUN.
     void addDisk(const std::string& path, const std::string& serial) const;
     /// A time image of LUNs that nobody of this process made; a disk of this host once the disks are rescanned.
@@ -45,7 +45,7 @@ class CScenario
     static constexpr const char* LOCAL_HOST = "192.0.2.77";
 
   private:
-    std::filesystem::path m_root;
+    base_test::CTestRoot m_root;
     std::string m_configuration;
 };
 

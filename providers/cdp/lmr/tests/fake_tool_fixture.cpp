@@ -114,7 +114,7 @@ size_t CFakeToolTest::countScripts() const
 void CFakeToolTest::expectCall(const std::string& part)
 {
     const std::string suffix = part.empty() ? ".call" : "." + part + ".call";
-    expectFile(EXPECTED_FOLDER, suffix, "sent:\n" + takeSent() + "traced:\n" + joined(takeTrace()));
+    expectFile(EXPECTED_FOLDER, suffix, "sent:\n" + takeSent() + "traced:\n" + base_test::joined(takeTrace()));
 }
 
 }  // namespace cdpfi

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 #include <vector>
+
+#include "base/tests/text_file.h"
+#include "providers/cdp/lmr/tests/answers.h"
 
 namespace cdpfi {
 
@@ -15,16 +17,18 @@ struct SListingCase
     std::string result;
 };
 
-/// The lines as a tool's output arrives: without line ends, a last line without one counts.
-inline CListingLines toListingLines(std::string_view text)
-{
-    CListingLines lines;
-    while (!text.empty()) {
-        const size_t end = std::min(text.find('\n'), text.size());
-        lines.emplace_back(text.substr(0, end));
-        text.remove_prefix(std::min(end + 1, text.size()));
-    }
-    return lines;
-}
+/// A whole listing of each kind, to be cut and changed.
+namespace sample {
+
+inline const std::string HOSTS = "backup01 10.0.0.7\nbackup02 10.0.0.8\n\nbackup03\n";
+inline const std::string GROUPS = "Groups:\n" + answers::groupLine("cg1", 3) + answers::groupLine("cg 2", 1);
+inline const std::string GROUP =
+    answers::group("cg1", {{"/dev/sdb", "ABC123"}, {"  /dev/sdc", "ABC124"}}, {"backup01"});
+inline const std::string TIME_IMAGES = answers::timeImages({"ti1", "ti2"});
+inline const std::string TIME_IMAGE = answers::timeImage(
+    "ti1", {{{"/dev/t0", "T0"}, {"/dev/sdb", "ABC123"}}, {{"/dev/t1", "T1"}, {"/dev/sdc", "ABC124"}}});
+inline const std::string DISKS = answers::disks({{"/dev/sdb", "ABC123"}, {"/dev/sdc", "ABC124"}});
+
+}  // namespace sample
 
 }  // namespace cdpfi

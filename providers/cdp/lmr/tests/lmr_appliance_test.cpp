@@ -6,6 +6,7 @@
 #include <random>
 
 #include "providers/cdp/lmr/listings/lmr_text.h"
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
@@ -28,35 +29,27 @@ class Appliance : public CFakeToolTest
     /// Groups, each "name device=serial device=serial".
     void loadGroups(const std::vector<std::pair<std::string, CLines>>& groups)
     {
-        std::string names;
-        std::string answers;
+        CLines names;
+        std::string shown;
         for (const auto& [name, serials] : groups) {
-            names += name + " luns=1\n";
-            std::string luns;
+            names.push_back(name);
+            std::vector<answers::SLun> luns;
             for (const std::string& serial : serials) {
-                luns += "dev [" + serial + "] x\n";
+                luns.push_back({"dev", serial});
             }
-            answers += answerTo("\"" + name + "\"", "Protected LUNS:\n" + luns + "Permissions:\nStillmark LUNs:\n");
+            shown += answerTo("\"" + name + "\"", answers::group(name, luns));
         }
-        setScenario(answerTo(" list  cgroups ", names) + answers);
+        setScenario(answerTo(" list  cgroups ", answers::groups(names)) + shown);
         m_appliance->generateConsistencyGroupList();
         takeSent();
         takeTrace();
     }
-    void loadDisks(const std::vector<std::pair<std::string, std::string>>& disks)
+    void loadDisks(const std::vector<answers::SLun>& disks)
     {
-        setScenario(diskAnswer(disks));
+        setScenario(answerTo("[listdisk]", answers::disks(disks)));
         setUpDevices()->refresh(false);
         takeSent();
         takeTrace();
-    }
-    static std::string diskAnswer(const std::vector<std::pair<std::string, std::string>>& disks)
-    {
-        std::string output = "Disks\n" + std::string(122, '=') + "\n";
-        for (const auto& [path, serial] : disks) {
-            output += path + " (a) b (c) d (e) (" + serial + ")\n";
-        }
-        return answerTo("[listdisk]", output);
     }
     /// The group's position in the list, -1 for none; the same with the lines of the walk and without them.
     int positionFor(const std::string& device)
@@ -249,9 +242,9 @@ TEST_F(Appliance, IndexAnswersWhatTheWalkAnswers)
         }
         // A name that stands twice is asked for once: the answer of its first listing serves both.
         loadGroups(groups);
-        std::vector<std::pair<std::string, std::string>> disks;
+        std::vector<answers::SLun> disks;
         for (unsigned i = 0; i < 10; ++i) {
-            disks.emplace_back("/dev/d" + std::to_string(draw(12)), text(range));
+            disks.push_back({"/dev/d" + std::to_string(draw(12)), text(range)});
         }
         loadDisks(disks);
         for (unsigned i = 0; i < range; ++i) {
@@ -296,7 +289,7 @@ TEST_F(Appliance, ImportTakesTheFirstPathOfTheLun)
 
 TEST_F(Appliance, ImportOfAnUnknownLunRefreshesFourTimes)
 {
-    setScenario(answerTo("[discover]", "") + diskAnswer({{"/dev/sdb", "S1"}}));
+    setScenario(answerTo("[discover]", "") + answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
     CString path = "old";
     EXPECT_FALSE(m_appliance->importDevicePath("S9", path));
     EXPECT_STREQ("", path.c_str());
@@ -305,7 +298,7 @@ TEST_F(Appliance, ImportOfAnUnknownLunRefreshesFourTimes)
 
 TEST_F(Appliance, ImportOfAnEmptySerialNeverMatches)
 {
-    setScenario(answerTo("[discover]", "") + diskAnswer({{"/dev/sdb", "S1"}}));
+    setScenario(answerTo("[discover]", "") + answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
     m_appliance->findLun("/dev/nobody");
     CString path = "old";
     EXPECT_FALSE(m_appliance->importDevicePath("", path));
@@ -316,7 +309,7 @@ TEST_F(Appliance, ImportOfAnEmptySerialNeverMatches)
 TEST_F(Appliance, ImportFindsTheLunOnceItShows)
 {
     setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 2\noutput\nDisks\nx\ny\n.\nexit 0\n" +
-                diskAnswer({{"/dev/sdb", "S1"}}));
+                answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
     CString path;
     EXPECT_TRUE(m_appliance->importDevicePath("S1", path));
     EXPECT_STREQ("/dev/sdb", path.c_str());
@@ -326,7 +319,7 @@ TEST_F(Appliance, ImportFindsTheLunOnceItShows)
 TEST_F(Appliance, ImportFindsTheLunInTheLastPass)
 {
     setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 3\noutput\nDisks\nx\ny\n.\nexit 0\n" +
-                diskAnswer({{"/dev/sdb", "S1"}}));
+                answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
     CString path;
     EXPECT_TRUE(m_appliance->importDevicePath("S1", path));
     EXPECT_STREQ("/dev/sdb", path.c_str());

@@ -2,6 +2,7 @@
 
 #include "providers/cdp/lmr/lmr_host.h"
 #include "providers/cdp/lmr/lmr_timeimage.h"
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
@@ -10,8 +11,8 @@ namespace {
 using namespace obzx_pdk_4_4;
 using CLines = std::vector<std::string>;
 
-constexpr const char* IMAGE =
-    "Name: image\nTimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n/dev/t2 [T2] <- /dev/s2 [S2]\n";
+const std::string IMAGE =
+    answers::timeImage("image", {{{"/dev/t1", "T1"}, {"/dev/s1", "S1"}}, {{"/dev/t2", "T2"}, {"/dev/s2", "S2"}}});
 
 class ConsistencyGroup : public CFakeToolTest
 {
@@ -183,21 +184,23 @@ TEST_F(ConsistencyGroup, FailedShowOfATimeImageGivesNone)
 
 TEST_F(ConsistencyGroup, DifferentlyShapedLunLineFailsTheTimeImage)
 {
-    setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\na [b] c\n"));
+    setScenario(answerTo(" show  timeimage ",
+                         answers::timeImage("ti1", {{{"/dev/t1", "T1"}, {"/dev/s1", "S1"}}}) + "a [b] c\n"));
     EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
     expectCall();
 }
 
 TEST_F(ConsistencyGroup, EmptyLunLineFailsTheTimeImage)
 {
-    setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n\n"));
+    setScenario(
+        answerTo(" show  timeimage ", answers::timeImage("ti1", {{{"/dev/t1", "T1"}, {"/dev/s1", "S1"}}}) + "\n"));
     EXPECT_FALSE(m_group->createTimeImageObject("ti1"));
     expectCall();
 }
 
 TEST_F(ConsistencyGroup, TimeImageWithoutLunsIsWhole)
 {
-    setScenario(answerTo(" show  timeimage ", "TimeImage LUNs:\n"));
+    setScenario(answerTo(" show  timeimage ", answers::timeImage("ti1", {})));
     const CTimeImagePtr image = m_group->createTimeImageObject("ti1");
     expectCall();
     ASSERT_TRUE(image);
@@ -291,7 +294,7 @@ TEST_F(ConsistencyGroup, FailedHostPermissionsAreTraced)
 TEST_F(ConsistencyGroup, TimeImageOfATargetDeviceIsFound)
 {
     addImage("ti1", "cp1");
-    addImage("ti2", "cp2", "TimeImage LUNs:\n/dev/t3 [T3] <- /dev/s1 [S1]\n");
+    addImage("ti2", "cp2", answers::timeImage("ti2", {{{"/dev/t3", "T3"}, {"/dev/s1", "S1"}}}));
     const CTimeImagePtr image = m_group->getAssociatedTimeImage("T3");
     expectCall();  // the line of the match is written without its device
     EXPECT_EQ(m_group->getTimeImage("ti2"), image);
@@ -300,7 +303,7 @@ TEST_F(ConsistencyGroup, TimeImageOfATargetDeviceIsFound)
 TEST_F(ConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
 {
     addImage("ti1", "cp1");
-    setScenario(answerTo("[listdisk]", "Disks\n" + std::string(122, '=') + "\n/dev/t (a) b (c) d (e) (T2)\n"));
+    setScenario(answerTo("[listdisk]", answers::disks({{"/dev/t", "T2"}})));
     setUpDevices()->refresh(false);
     takeSent();
     takeTrace();
@@ -313,7 +316,7 @@ TEST_F(ConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTarget)
     addImage("ti1", "cp1");
     EXPECT_FALSE(m_group->getAssociatedTimeImage("/dev/unknown"));
     expectCall("no_match");
-    const CTimeImagePtr image = addImage("ti2", "cp2", "TimeImage LUNs:\nt [ ] <- s [S]\n");
+    const CTimeImagePtr image = addImage("ti2", "cp2", answers::timeImage("ti2", {{{"t", " "}, {"s", "S"}}}));
     ASSERT_TRUE(image);
     EXPECT_EQ(image, m_group->getAssociatedTimeImage("/dev/unknown"));
     expectCall("empty_target");
@@ -321,7 +324,7 @@ TEST_F(ConsistencyGroup, UnknownPathMatchesOnlyAnEmptyTarget)
 
 TEST_F(ConsistencyGroup, TextThatDoesNotBeginAsAPathIsItsOwnSerial)
 {
-    addImage("ti1", "cp1", "TimeImage LUNs:\nt [x/dev/y] <- s [S]\n");
+    addImage("ti1", "cp1", answers::timeImage("ti1", {{{"t", "x/dev/y"}, {"s", "S"}}}));
     EXPECT_TRUE(m_group->getAssociatedTimeImage("x/dev/y"));
     expectCall();
 }
@@ -341,7 +344,7 @@ TEST_F(ConsistencyGroup, UnknownNamesFindNoTimeImage)
 
 TEST_F(ConsistencyGroup, MapIsPrintedInTheOrderOfItsNames)
 {
-    addImage("ti2", "cp2", "TimeImage LUNs:\nt [T9] <- s [S9]\nt [T8] <- s [S8]\n");
+    addImage("ti2", "cp2", answers::timeImage("ti2", {{{"t", "T9"}, {"s", "S9"}}, {{"t", "T8"}, {"s", "S8"}}}));
     addImage("ti10", "cp1");
     m_group->printMap(m_group->getTimeImageList());
     expectCall();

@@ -1,5 +1,6 @@
 #include "providers/cdp/lmr/lmr_device_manager.h"
 
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
@@ -11,15 +12,6 @@ using CLines = std::vector<std::string>;
 class DeviceManager : public CFakeToolTest
 {
   protected:
-    static std::string rule(size_t width = 122) { return std::string(width, '=') + "\n"; }
-    static std::string disk(const std::string& path, const std::string& serial)
-    {
-        return path + "  (0:0:1:0) LUMORA (disk) 10GB (online) (" + serial + ")\n";
-    }
-    std::string listing(const std::string& output, int exitStatus = 0) const
-    {
-        return answerTo("[listdisk]", output, exitStatus);
-    }
     /// "path=serial" of each disk that shows a LUN, of those that the tests list.
     CLines table() const
     {
@@ -32,21 +24,21 @@ class DeviceManager : public CFakeToolTest
     }
     void refreshWith(const std::string& output)
     {
-        setScenario(listing(output));
+        setScenario(answerTo("[listdisk]", output));
         setUpDevices()->refresh(false);
     }
 };
 
 TEST_F(DeviceManager, ListingIsReadAndTraced)
 {
-    refreshWith("Disks of this host\n" + rule() + disk("/dev/sdc", "S3") + disk("/dev/sdb", "S2"));
+    refreshWith(answers::disks({{"/dev/sdc", "S3"}, {"/dev/sdb", "S2"}}));
     EXPECT_EQ((CLines{"/dev/sdb=S2", "/dev/sdc=S3"}), table());
     expectCall();
 }
 
 TEST_F(DeviceManager, RefreshWithDiscoveryRescansFirst)
 {
-    setScenario(answerTo("[discover]", "found 1\n") + listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
+    setScenario(answerTo("[discover]", "found 1\n") + answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S"}})));
     setUpDevices()->refresh(true);
     expectCall();
 }
@@ -54,7 +46,7 @@ TEST_F(DeviceManager, RefreshWithDiscoveryRescansFirst)
 TEST_F(DeviceManager, FailedDiscoveryIsTracedAndTheListingIsReadRegardless)
 {
     setScenario(answerTo("[discover]", "no adapter\nno link\n", 4) +
-                listing("Disks\n" + rule() + disk("/dev/sdb", "S")));
+                answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S"}})));
     setUpDevices()->refresh(true);
     EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
     expectCall();
@@ -70,10 +62,10 @@ TEST_F(DeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
 
 TEST_F(DeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+    refreshWith(answers::disks({{"/dev/sdb", "S"}}));
     takeSent();
     takeTrace();
-    setScenario(listing("no driver\nno bus\n", 5));
+    setScenario(answerTo("[listdisk]", "no driver\nno bus\n", 5));
     try {
         setUpDevices()->refresh(false);
         FAIL() << "nothing was thrown";
@@ -97,7 +89,7 @@ TEST_F(DeviceManager, ListingThatTimesOutIsThrownWithoutTheFailureMessage)
 
 TEST_F(DeviceManager, ThreeLinesWithTheSeparatorSecondAddOneEntry)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+    refreshWith(answers::disks({{"/dev/sdb", "S"}}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sdb=S"}), table());
 }
@@ -105,7 +97,7 @@ TEST_F(DeviceManager, ThreeLinesWithTheSeparatorSecondAddOneEntry)
 TEST_F(DeviceManager, SeparatorOf121Or123CharactersIsNotRecognised)
 {
     for (const size_t width : {121U, 123U}) {
-        refreshWith("Disks\n" + rule(width) + disk("/dev/sdb", "S"));
+        refreshWith("Disks\n" + std::string(width, '=') + "\n" + answers::diskLine({"/dev/sdb", "S"}));
         EXPECT_EQ(CLines(), table());
         expectCall(std::to_string(width));
     }
@@ -113,30 +105,32 @@ TEST_F(DeviceManager, SeparatorOf121Or123CharactersIsNotRecognised)
 
 TEST_F(DeviceManager, SixFieldsStopTheReadingThere)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) (S2) x\n" + disk("/dev/sdc", "S3"));
+    refreshWith(answers::disks({{"/dev/sda", "S1"}}) + "/dev/sdb (1) (2) (3) (S2) x\n" +
+                answers::diskLine({"/dev/sdc", "S3"}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
 TEST_F(DeviceManager, SevenFieldsWithThreeParenthesesStopTheReadingThere)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "/dev/sdb (1) (2) (3) a b c\n" + disk("/dev/sdc", "S3"));
+    refreshWith(answers::disks({{"/dev/sda", "S1"}}) + "/dev/sdb (1) (2) (3) a b c\n" +
+                answers::diskLine({"/dev/sdc", "S3"}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
 TEST_F(DeviceManager, BlankLineBelowTheSeparatorStopsTheReading)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + "\n" + disk("/dev/sdc", "S3"));
+    refreshWith(answers::disks({{"/dev/sda", "S1"}}) + "\n" + answers::diskLine({"/dev/sdc", "S3"}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1"}), table());
 }
 
 TEST_F(DeviceManager, TwoLinesOrFewerClearTheTable)
 {
-    const CLines outputs = {"", "none\n", "Disks\n" + rule()};
+    const CLines outputs = {"", "none\n", answers::disks({})};
     for (size_t count = 0; count < outputs.size(); ++count) {
-        refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S"));
+        refreshWith(answers::disks({{"/dev/sdb", "S"}}));
         EXPECT_EQ(1U, table().size());
         takeSent();
         takeTrace();
@@ -148,10 +142,10 @@ TEST_F(DeviceManager, TwoLinesOrFewerClearTheTable)
 
 TEST_F(DeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
 {
-    refreshWith("Disks\n" + rule() + disk("/dev/sda", "S1") + disk("/dev/sdb", "S2"));
+    refreshWith(answers::disks({{"/dev/sda", "S1"}, {"/dev/sdb", "S2"}}));
     takeSent();
     takeTrace();
-    refreshWith("Disks\n" + rule() + disk("/dev/sdb", "S9"));
+    refreshWith(answers::disks({{"/dev/sdb", "S9"}}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1", "/dev/sdb=S9"}), table());
     CString path;

@@ -1,5 +1,6 @@
 // How an appliance reads its hosts and groups.
 
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 
 namespace cdpfi {
@@ -7,11 +8,6 @@ namespace {
 
 using namespace obzx_pdk_4_4;
 using CLines = std::vector<std::string>;
-
-std::string groupListing(const std::string& protectedLuns)
-{
-    return "Name: group\nProtected LUNS:\n" + protectedLuns + "Monitor LUNS:\nPermissions:\nStillmark LUNs:\n";
-}
 
 class Inventory : public CFakeToolTest
 {
@@ -41,8 +37,8 @@ class Inventory : public CFakeToolTest
     /// Loads group "cg", which has that listing, and group "later" behind it.
     void loadGroup(const std::string& listing)
     {
-        setScenario(answerTo(" list  cgroups ", "cg luns=1\nlater luns=0\n") + answerTo("\"cg\"", listing) +
-                    answerTo("\"later\"", groupListing("")));
+        setScenario(answerTo(" list  cgroups ", answers::groups({"cg", "later"})) + answerTo("\"cg\"", listing) +
+                    answerTo("\"later\"", answers::group("later", {})));
         m_appliance->generateConsistencyGroupList();
     }
 
@@ -51,11 +47,11 @@ class Inventory : public CFakeToolTest
 
 TEST_F(Inventory, InitializationReadsDisksHostsAndGroups)
 {
-    setScenario(answerTo("[listdisk]", "Disks\n" + std::string(122, '=') +
-                                           "\n/dev/sdb (0:0:1:0) LUMORA (disk) 10GB (online) (ABC123)\n") +
-                answerTo(" list  hosts ", "backup01 10.0.0.7\nbackup02\n") + answerTo(" show  host ", "Name\n") +
-                answerTo(" list  cgroups ", "Groups\ncg1 luns=1\n") +
-                answerTo("\"cg1\"", groupListing("  /dev/sdb [ABC123] 10GB\n")));
+    const answers::SLun lun{"/dev/sdb", "ABC123"};
+    setScenario(answerTo("[listdisk]", answers::disks({lun})) +
+                answerTo(" list  hosts ", answers::hosts({"backup01", "backup02"})) +
+                answerTo(" show  host ", "Name\n") + answerTo(" list  cgroups ", answers::groups({"cg1"})) +
+                answerTo("\"cg1\"", answers::group("cg1", {lun})));
     CLMRAppliance::setCLMRApplianceToolSingletonPtr({});
     m_appliance->initialize();
     expectCall();
@@ -75,7 +71,7 @@ TEST_F(Inventory, InitializationStopsWhenTheDisksCannotBeListed)
 TEST_F(Inventory, InitializationGoesOnToTheGroupsWhenTheHostsCannotBeListed)
 {
     setScenario(answerTo("[listdisk]", "") + answerTo(" list  hosts ", "refused\n", 1) +
-                answerTo(" list  cgroups ", "cg1 luns=0\n") + answerTo("\"cg1\"", groupListing("")));
+                answerTo(" list  cgroups ", answers::groups({"cg1"})) + answerTo("\"cg1\"", answers::group("cg1", {})));
     m_appliance->initialize();
     expectCall();
     EXPECT_EQ(CLines(), hosts());
@@ -92,7 +88,7 @@ TEST_F(Inventory, HostNameIsTheFirstPieceOfEachLine)
 
 TEST_F(Inventory, RepeatedHostStaysTwiceInTheList)
 {
-    setScenario(answerTo(" list  hosts ", "a\na\n") + "exit 0\n");
+    setScenario(answerTo(" list  hosts ", answers::hosts({"a", "a"})) + "exit 0\n");
     m_appliance->generateHostList();
     expectCall();
     EXPECT_EQ((CLines{"a", "a"}), hosts());
@@ -101,18 +97,18 @@ TEST_F(Inventory, RepeatedHostStaysTwiceInTheList)
 
 TEST_F(Inventory, HostsTraceIntoTheLogOfTheirAppliance)
 {
-    setScenario(answerTo(" list  hosts ", "a\n") + "exit 0\n");
+    setScenario(answerTo(" list  hosts ", answers::hosts({"a"})) + "exit 0\n");
     m_appliance->generateHostList();
     EXPECT_EQ(log(), m_appliance->getHostList().at(0)->traceLog());
 }
 
 TEST_F(Inventory, FailedHostListLeavesNoHosts)
 {
-    setScenario(answerTo(" list  hosts ", "a\n") + "exit 0\n");
+    setScenario(answerTo(" list  hosts ", answers::hosts({"a"})) + "exit 0\n");
     m_appliance->generateHostList();
     takeSent();
     takeTrace();
-    setScenario(answerTo(" list  hosts ", "a\n", 1));
+    setScenario(answerTo(" list  hosts ", answers::hosts({"a"}), 1));
     m_appliance->generateHostList();
     expectCall();
     EXPECT_EQ(CLines(), hosts());
@@ -120,7 +116,7 @@ TEST_F(Inventory, FailedHostListLeavesNoHosts)
 
 TEST_F(Inventory, FailedHostStopsTheWalkAndEarlierOnesStay)
 {
-    setScenario(answerTo(" list  hosts ", "a\nb\nc\n") + answerTo("\"b\"", "", 1) + "exit 0\n");
+    setScenario(answerTo(" list  hosts ", answers::hosts({"a", "b", "c"})) + answerTo("\"b\"", "", 1) + "exit 0\n");
     m_appliance->generateHostList();
     expectCall();
     EXPECT_EQ((CLines{"a"}), hosts());
@@ -145,7 +141,7 @@ TEST_F(Inventory, GroupNameIsTheTextBeforeItsLunsWithAnyBlanksAroundIt)
 
 TEST_F(Inventory, FailedGroupListLeavesNoGroups)
 {
-    loadGroup(groupListing(""));
+    loadGroup(answers::group("cg", {}));
     EXPECT_EQ((CLines{"cg:", "later:"}), groups());
     takeSent();
     takeTrace();
@@ -166,8 +162,8 @@ TEST_F(Inventory, ListWithoutGroupsAsksForNone)
 
 TEST_F(Inventory, FailedSecondGroupKeepsTheFirstAndNeverAsksForTheThird)
 {
-    setScenario(answerTo(" list  cgroups ", "a luns=1\nb luns=1\nc luns=1\n") +
-                answerTo("\"a\"", groupListing("d [S] x\n")) + answerTo("\"b\"", "", 1) + "exit 0\n");
+    setScenario(answerTo(" list  cgroups ", answers::groups({"a", "b", "c"})) +
+                answerTo("\"a\"", answers::group("a", {{"d", "S"}})) + answerTo("\"b\"", "", 1) + "exit 0\n");
     m_appliance->generateConsistencyGroupList();
     expectCall();
     EXPECT_EQ((CLines{"a: d=S"}), groups());
@@ -176,7 +172,7 @@ TEST_F(Inventory, FailedSecondGroupKeepsTheFirstAndNeverAsksForTheThird)
 
 TEST_F(Inventory, GroupKnowsItsNameItsApplianceAndTheLog)
 {
-    loadGroup(groupListing(""));
+    loadGroup(answers::group("cg", {}));
     takeSent();
     const CConsistencyGroupPtr group = m_appliance->getConsistencyGroup("cg");
     EXPECT_EQ(log(), group->traceLog());
@@ -190,7 +186,7 @@ TEST_F(Inventory, GroupKnowsItsNameItsApplianceAndTheLog)
 
 TEST_F(Inventory, MalformedGroupIsKeptAndStopsTheWalk)
 {
-    loadGroup(groupListing("d1 [S1] x\nbroken\nd3 [S3] x\n"));
+    loadGroup(answers::groupWith("cg", "d1 [S1] x\nbroken\nd3 [S3] x\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg: d1=S1"}), groups());
     EXPECT_TRUE(m_appliance->getConsistencyGroup("cg"));
@@ -198,7 +194,7 @@ TEST_F(Inventory, MalformedGroupIsKeptAndStopsTheWalk)
 
 TEST_F(Inventory, ProtectedLineGivesDeviceAndSerial)
 {
-    loadGroup(groupListing("/dev/sdb [ABC123] 10GB\n"));
+    loadGroup(answers::group("cg", {{"/dev/sdb", "ABC123"}}));
     expectCall();
     EXPECT_EQ((CLines{"cg: /dev/sdb=ABC123", "later:"}), groups());
 }
@@ -260,21 +256,21 @@ TEST_F(Inventory, ContentsOfTheMonitorAndStillmarkSectionsAreNotRead)
 
 TEST_F(Inventory, SerialWithoutFurtherTextStopsTheWalk)
 {
-    loadGroup(groupListing("/dev/sdb [ABC123]\n"));
+    loadGroup(answers::groupWith("cg", "/dev/sdb [ABC123]\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg:"}), groups());
 }
 
 TEST_F(Inventory, BlankLineAmongTheLunsStopsTheWalk)
 {
-    loadGroup(groupListing("d [S] x\n\n"));
+    loadGroup(answers::groupWith("cg", "d [S] x\n\n"));
     expectCall();
     EXPECT_EQ((CLines{"cg: d=S"}), groups());
 }
 
 TEST_F(Inventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
 {
-    setScenario(answerTo(" list  cgroups ", "a luns=1\na luns=1\n") + answerTo("\"a\"", groupListing("")));
+    setScenario(answerTo(" list  cgroups ", answers::groups({"a", "a"})) + answerTo("\"a\"", answers::group("a", {})));
     m_appliance->generateConsistencyGroupList();
     expectCall();
     ASSERT_EQ((CLines{"a:", "a:"}), groups());
@@ -284,9 +280,9 @@ TEST_F(Inventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
 
 TEST_F(Inventory, GroupListIsBuiltAnewEachTime)
 {
-    loadGroup(groupListing("d [S] x\n"));
+    loadGroup(answers::group("cg", {{"d", "S"}}));
     const CConsistencyGroupPtr old = m_appliance->getConsistencyGroup("cg");
-    loadGroup(groupListing("d [S] x\n"));
+    loadGroup(answers::group("cg", {{"d", "S"}}));
     ASSERT_EQ((CLines{"cg: d=S", "later:"}), groups());
     EXPECT_FALSE(old == m_appliance->getConsistencyGroup("cg"));
     old->addDevice("late", "LATE");  // a group that was dropped tells nobody

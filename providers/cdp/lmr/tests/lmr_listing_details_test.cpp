@@ -28,13 +28,13 @@ std::string show(const std::optional<std::vector<std::string_view>>& texts)
 
 std::string permissions(std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     return show(parseGroupDetails(lines).permissions);
 }
 
 std::string annotations(std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     const SLMRGroupDetails details = parseGroupDetails(lines);
     if (!details.annotations) return NOT_TOLD;
     std::string shown;
@@ -47,20 +47,20 @@ std::string annotations(std::string_view text)
 
 std::string imageNames(std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     return show(std::optional(parseGroupDetails(lines).images));
 }
 
 std::string image(std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     const SLMRImageDetails details = parseTimeImageDetails(lines);
     return show(details.annotation) + "|" + show(details.created) + "|" + show(details.permissions);
 }
 
 std::string presented(std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     return show(parsePresentedLuns(lines));
 }
 

@@ -11,6 +11,7 @@
 #include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/tests/listing_tables.h"
 
 namespace cdpfi {
 namespace {
@@ -225,37 +226,20 @@ struct SListing
 
 std::vector<SListing> listings()
 {
-    return {{"hosts", readHosts, expectHosts, "backup01 10.0.0.7\nbackup02 10.0.0.8\n\nbackup03\n"},
-            {"groups", readGroupNames, expectGroupNames, "Groups:\ncg1 luns=3\ncg 2 luns=1\n"},
-            {"group", readGroup, expectGroup,
-             "Name: cg1\nProtected LUNS:\n  /dev/sdb [ABC123] 10GB\n  /dev/sdc [ABC124] 10GB\nMonitor LUNS:\n  x\n"
-             "Permissions:\n  backup01\nStillmark LUNs:\n  y\n"},
-            {"time images", readImageNames, expectImageNames, "ti1 2024-05-01\nti2 2024-05-02\n"},
-            {"no time images", readImageNames, expectImageNames, "There are none!\n"},
-            {"time image", readImage, expectImage,
-             "Name: ti1\nTimeImage LUNs:\n/dev/t0 [T0] <- /dev/sdb [ABC123]\n/dev/t1 [T1] <- /dev/sdc [ABC124]\n"},
-            {"disks", readDisks, expectDisks,
-             "Disks\n" + std::string(122, '=') +
-                 "\n/dev/sdb (0:0:1:0) LUMORA (disk) 10GB (online) (ABC123)\n/dev/sdc (0:0:1:1) LUMORA (disk) 10GB "
-                 "(online) (ABC124)\n"}};
-}
-
-CLines toLines(const std::string& text)
-{
-    CLines lines;
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find('\n', begin), text.size());
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return lines;
+    return {{"hosts", readHosts, expectHosts, sample::HOSTS},
+            {"groups", readGroupNames, expectGroupNames, sample::GROUPS},
+            {"group", readGroup, expectGroup, sample::GROUP},
+            {"time images", readImageNames, expectImageNames, sample::TIME_IMAGES},
+            {"no time images", readImageNames, expectImageNames, answers::timeImages({})},
+            {"time image", readImage, expectImage, sample::TIME_IMAGE},
+            {"disks", readDisks, expectDisks, sample::DISKS}};
 }
 
 TEST(ListingsByTheRules, SamplesCutOffAtEveryByteAreReadByTheRules)
 {
     for (const SListing& listing : listings()) {
         for (size_t size = 0; size <= listing.sample.size(); ++size) {
-            const CLines lines = toLines(listing.sample.substr(0, size));
+            const CLines lines = base_test::linesOf(listing.sample.substr(0, size));
             ASSERT_EQ(listing.expect(lines), listing.read(lines)) << listing.name << " cut at " << size;
         }
     }
@@ -266,7 +250,7 @@ TEST(ListingsByTheRules, SamplesWithOneByteMoreLessOrOtherAreReadByTheRules)
     const std::string bytes = std::string(" \t\r\n[]()<->=:\"x\xff", 17) + '\0';
     for (const SListing& listing : listings()) {
         const auto check = [&](const std::string& text) {
-            const CLines lines = toLines(text);
+            const CLines lines = base_test::linesOf(text);
             ASSERT_EQ(listing.expect(lines), listing.read(lines)) << listing.name << ": " << text;
         };
         for (size_t at = 0; at <= listing.sample.size(); ++at) {
@@ -298,7 +282,7 @@ TEST(ListingsByTheRules, SamplesThatWereCutUpAndMixedAreReadByTheRules)
                 text.erase(draw(text.size() + 1), 1 + draw(30));
             }
         }
-        const CLines lines = toLines(text);
+        const CLines lines = base_test::linesOf(text);
         ASSERT_EQ(listing.expect(lines), listing.read(lines)) << listing.name << ": " << text;
     }
 }

@@ -8,6 +8,7 @@
 #include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
+#include "providers/cdp/lmr/tests/listing_tables.h"
 
 namespace cdpfi {
 namespace {
@@ -30,18 +31,6 @@ std::string expand(std::string_view text)
         }
     }
     return expanded;
-}
-
-/// The lines as a tool's output arrives: without line ends, a last line without one counts.
-CLines toLines(const std::string& text)
-{
-    CLines lines;
-    for (size_t begin = 0; begin < text.size();) {
-        const size_t end = std::min(text.find('\n', begin), text.size());
-        lines.push_back(text.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return lines;
 }
 
 /// What a listing gave: its records, each a list of texts, and how the reading ended.
@@ -133,30 +122,23 @@ SRead readDisks(const CLines& lines)
     return read;
 }
 
-struct SCase
-{
-    const char* text;
-    const char* result;
-};
-
-void expectResults(SRead (*read)(const CLines&), const std::vector<SCase>& cases)
+void expectResults(SRead (*read)(const CLines&), const std::vector<SListingCase>& cases)
 {
     EXPECT_GE(cases.size(), 25U);
-    for (const SCase& entry : cases) {
-        EXPECT_EQ(expand(entry.result), read(toLines(expand(entry.text))).asText()) << entry.text;
+    for (const SListingCase& entry : cases) {
+        EXPECT_EQ(expand(entry.result), read(base_test::linesOf(expand(entry.text))).asText()) << entry.text;
     }
 }
 
 /// Each cut of the text gives the records of the whole text up to the cut; what stands in the last one is the beginning
 /// of what the whole text has there.
-void expectCutsToBePrefixes(SRead (*read)(const CLines&), const std::string& sample)
+void expectCutsToBePrefixes(SRead (*read)(const CLines&), const std::string& text)
 {
-    const std::string text = expand(sample);
-    const SRead whole = read(toLines(text));
+    const SRead whole = read(base_test::linesOf(text));
     EXPECT_FALSE(whole.records.empty());
     EXPECT_EQ("", whole.end);
     for (size_t size = 0; size < text.size(); ++size) {
-        const SRead cut = read(toLines(text.substr(0, size)));
+        const SRead cut = read(base_test::linesOf(text.substr(0, size)));
         ASSERT_LE(cut.records.size(), whole.records.size()) << size;
         for (size_t i = 0; i < cut.records.size(); ++i) {
             for (size_t field = 0; field < cut.records[i].size(); ++field) {
@@ -237,41 +219,41 @@ TEST(Listings, MalformedGroups)
 {
     const std::string head = "Protected LUNS:\n";
     const std::string tail = "Permissions:\nStillmark LUNs:\n";
-    const std::vector<SCase> bodies = {{"a [b] c\n", "<a=b>"},
-                                       {"a [b]\n", "bad serial"},
-                                       {"a [b\n", "bad serial"},
-                                       {"a [b c\n", "bad serial"},
-                                       {"a b] c\n", "bad device"},
-                                       {"a b c\n", "bad device"},
-                                       {"[b] c\n", "bad device"},
-                                       {" [b] c\n", "<=b>"},
-                                       {"a [] c\n", "bad serial"},
-                                       {"a [ ] c\n", "<a=>"},
-                                       {"a ]b[ c\n", "bad serial"},
-                                       {"a [b] [c] d\n", "bad device"},
-                                       {"a [[b] c\n", "<a=b>"},
-                                       {"a [b]] c\n", "<a=b>"},
-                                       {"a [b] c]\n", "<a=b>"},
-                                       {"a [b] c] d\n", "bad serial"},
-                                       {"a [b] \n", "<a=b>"},
-                                       {"a [b]\r\n", "<a=b>"},
-                                       {"\n", "bad device"},
-                                       {"\t\n", "bad device"},
-                                       {"\r\n", "bad device"},
-                                       {"a [b] c\n\na [d] c\n", "<a=b>bad device"},
-                                       {"\ta\t[\tb\t]\tc\n", "<a=b>"},
-                                       {"\xff [\xfe] c\n", "<\xff=\xfe>"},
-                                       {"a@ [@b] c\n", "<a@=@b>"},
-                                       {"# [#] c\n", "<#=#>"},
-                                       {"#\n", "bad device"},
-                                       {"Protected LUNS:\na [b] c\n", "bad device"},
-                                       {"Monitor LUNS:\na b\n", ""},
-                                       {"Permissions:\na b\n", ""},
-                                       {"Stillmark LUNs:\n", "bad device"}};
+    const std::vector<SListingCase> bodies = {{"a [b] c\n", "<a=b>"},
+                                              {"a [b]\n", "bad serial"},
+                                              {"a [b\n", "bad serial"},
+                                              {"a [b c\n", "bad serial"},
+                                              {"a b] c\n", "bad device"},
+                                              {"a b c\n", "bad device"},
+                                              {"[b] c\n", "bad device"},
+                                              {" [b] c\n", "<=b>"},
+                                              {"a [] c\n", "bad serial"},
+                                              {"a [ ] c\n", "<a=>"},
+                                              {"a ]b[ c\n", "bad serial"},
+                                              {"a [b] [c] d\n", "bad device"},
+                                              {"a [[b] c\n", "<a=b>"},
+                                              {"a [b]] c\n", "<a=b>"},
+                                              {"a [b] c]\n", "<a=b>"},
+                                              {"a [b] c] d\n", "bad serial"},
+                                              {"a [b] \n", "<a=b>"},
+                                              {"a [b]\r\n", "<a=b>"},
+                                              {"\n", "bad device"},
+                                              {"\t\n", "bad device"},
+                                              {"\r\n", "bad device"},
+                                              {"a [b] c\n\na [d] c\n", "<a=b>bad device"},
+                                              {"\ta\t[\tb\t]\tc\n", "<a=b>"},
+                                              {"\xff [\xfe] c\n", "<\xff=\xfe>"},
+                                              {"a@ [@b] c\n", "<a@=@b>"},
+                                              {"# [#] c\n", "<#=#>"},
+                                              {"#\n", "bad device"},
+                                              {"Protected LUNS:\na [b] c\n", "bad device"},
+                                              {"Monitor LUNS:\na b\n", ""},
+                                              {"Permissions:\na b\n", ""},
+                                              {"Stillmark LUNs:\n", "bad device"}};
     EXPECT_GE(bodies.size(), 25U);
-    for (const SCase& body : bodies) {
+    for (const SListingCase& body : bodies) {
         const std::string text = expand(head + body.text + tail);
-        EXPECT_EQ(expand(body.result), readGroup(toLines(text)).asText()) << body.text;
+        EXPECT_EQ(expand(body.result), readGroup(base_test::linesOf(text)).asText()) << body.text;
     }
 }
 
@@ -338,45 +320,46 @@ TEST(Listings, MalformedTimeImageLists)
 TEST(Listings, MalformedTimeImages)
 {
     const std::string head = "Name\nTimeImage LUNs:\n";
-    const std::vector<SCase> bodies = {{"t [T] <- s [S]\n", "<t=T=s=S>"},
-                                       {"t [T] <- s [S] \n", "bad 6"},
-                                       {"t [T] <- s [S]\r\n", "bad 6"},
-                                       {"t [T] <- s [S] x\n", "bad 6"},
-                                       {"t [T]<- s [S]\n", "bad 4"},
-                                       {"t [T] <- s[S]\n", "<t=T=s=S>"},
-                                       {"t [T] - s [S]\n", "<t=T=s=S>"},
-                                       {"t [T] < s [S]\n", "<t=T=s=S>"},
-                                       {"t [T] -> s [S]\n", "<t=T=> s=S>"},
-                                       {"t [T] s [S]\n", "bad 4"},
-                                       {"t T <- s [S]\n", "bad 3"},
-                                       {"t [T <- s [S]\n", "bad 4"},
-                                       {"t T] <- s [S]\n", "bad 4"},
-                                       {"t [T] <- s S\n", "bad 4"},
-                                       {"t [T] <- s [S\n", "<t=T=s=S>"},
-                                       {"t [T] <- s S]\n", "bad 4"},
-                                       {"[T] <- s [S]\n", "bad 4"},
-                                       {" [T] <- s [S]\n", "<=T=s=S>"},
-                                       {"t [] <- s [S]\n", "bad 4"},
-                                       {"t [ ] <- s [ ]\n", "<t==s=>"},
-                                       {"t [T] <- [S]\n", "<t=T==S>"},
-                                       {"t-1 [T] <- s [S]\n", "bad 6"},
-                                       {"t [T] <- s [S] <- u [U]\n", "bad 8"},
-                                       {"t [T <- s [S] x\n", "<t=T=S=x>"},  // five pieces are a LUN, wherever they end
-                                       {"\n", "bad 0"},
-                                       {"\t\n", "bad 1"},
-                                       {"\r\n", "bad 1"},
-                                       {"t [T] <- s [S]\n\n", "<t=T=s=S>bad 0"},
-                                       {"TimeImage LUNs:\n", "bad 1"},
-                                       {"\xff [\xfe] <- s [@]\n", "<\xff=\xfe=s=@>"},
-                                       {"# [#] <- # [#]\n", "<#=#=#=#>"},
-                                       {"#\n", "bad 1"}};
+    const std::vector<SListingCase> bodies = {
+        {"t [T] <- s [S]\n", "<t=T=s=S>"},
+        {"t [T] <- s [S] \n", "bad 6"},
+        {"t [T] <- s [S]\r\n", "bad 6"},
+        {"t [T] <- s [S] x\n", "bad 6"},
+        {"t [T]<- s [S]\n", "bad 4"},
+        {"t [T] <- s[S]\n", "<t=T=s=S>"},
+        {"t [T] - s [S]\n", "<t=T=s=S>"},
+        {"t [T] < s [S]\n", "<t=T=s=S>"},
+        {"t [T] -> s [S]\n", "<t=T=> s=S>"},
+        {"t [T] s [S]\n", "bad 4"},
+        {"t T <- s [S]\n", "bad 3"},
+        {"t [T <- s [S]\n", "bad 4"},
+        {"t T] <- s [S]\n", "bad 4"},
+        {"t [T] <- s S\n", "bad 4"},
+        {"t [T] <- s [S\n", "<t=T=s=S>"},
+        {"t [T] <- s S]\n", "bad 4"},
+        {"[T] <- s [S]\n", "bad 4"},
+        {" [T] <- s [S]\n", "<=T=s=S>"},
+        {"t [] <- s [S]\n", "bad 4"},
+        {"t [ ] <- s [ ]\n", "<t==s=>"},
+        {"t [T] <- [S]\n", "<t=T==S>"},
+        {"t-1 [T] <- s [S]\n", "bad 6"},
+        {"t [T] <- s [S] <- u [U]\n", "bad 8"},
+        {"t [T <- s [S] x\n", "<t=T=S=x>"},  // five pieces are a LUN, wherever they end
+        {"\n", "bad 0"},
+        {"\t\n", "bad 1"},
+        {"\r\n", "bad 1"},
+        {"t [T] <- s [S]\n\n", "<t=T=s=S>bad 0"},
+        {"TimeImage LUNs:\n", "bad 1"},
+        {"\xff [\xfe] <- s [@]\n", "<\xff=\xfe=s=@>"},
+        {"# [#] <- # [#]\n", "<#=#=#=#>"},
+        {"#\n", "bad 1"}};
     EXPECT_GE(bodies.size(), 25U);
-    for (const SCase& body : bodies) {
-        EXPECT_EQ(expand(body.result), readImage(toLines(expand(head + body.text))).asText()) << body.text;
+    for (const SListingCase& body : bodies) {
+        EXPECT_EQ(expand(body.result), readImage(base_test::linesOf(expand(head + body.text))).asText()) << body.text;
     }
     for (const char* text : {"", "\n", "TimeImage LUNs\nt [T] <- s [S]\n", "timeimage luns:\n", "TimeImage LUNS:\n",
                              "TimeImage\nLUNs:\n", "TimeImage@LUNs:\n", "t [T] <- s [S]\n"}) {
-        EXPECT_EQ("no luns", readImage(toLines(expand(text))).asText()) << text;
+        EXPECT_EQ("no luns", readImage(base_test::linesOf(expand(text))).asText()) << text;
     }
     EXPECT_EQ("", readImage({"x TimeImage LUNs: y"}).asText());
 }
@@ -385,60 +368,55 @@ TEST(Listings, MalformedDiskLists)
 {
     const char* const good = "p (a) b (c) d (e) (S)\n";
     const std::string head = "Disks\n~\n";
-    const std::vector<SCase> bodies = {{good, "<p=S>"},
-                                       {"p (a) b (c) d (S)\n", "few"},
-                                       {"p\n", "few"},
-                                       {"\n", "few"},
-                                       {"\t \n", "few"},
-                                       {"\r\n", "few"},
-                                       {"~\n", "few"},
-                                       {"p (a) b (c) d e (S)\n", "groups"},
-                                       {"p a b c d e f\n", "groups"},
-                                       {"p (a) b (c) d (e) (S) (T)\n", "groups"},
-                                       {"p a) b c) d e) S)\n", "groups"},
-                                       {"(p (a) b (c) d (e) (S)\n", "<(p=S>"},
-                                       {"p (a) b (c) d (e) ((S)\n", "<p=S>"},
-                                       {"p (a) b (c) d (e) (S))\n", "<p=S>"},
-                                       {"p (a) b (c) d (e) (S) x\n", "<p=S>"},
-                                       {"p (a b (c d (e (S\n", "<p=S>"},
-                                       {"p (a) b (c) d (e) ( S )\n", "<p=S>"},
-                                       {"p (a) b (c) d (e) ()\n", "<p=>"},
-                                       {"p (a) b (c) d (e) ( ) x\n", "<p=>"},
-                                       {"p (a) b (c) d (e) x (\n", "groups"},
-                                       {"p\t(a)\tb\t(c)\td\t(e)\t(S)\n", "<p=S>"},
-                                       {"p (a) b (c) d (e) (S)\r\n", "<p=S>"},
-                                       {"p\r (a) b (c) d (e) (S\r)\n", "<p=S>"},
-                                       {"\xff (a) b (c) d (e) (\xfe)\n", "<\xff=\xfe>"},
-                                       {"p@ (a) b (c) d (e) (@S)\n", "<p@=@S>"},
-                                       {"# (a) b (c) d (e) (#)\n", "<#=#>"},
-                                       {"#\n", "few"},
-                                       {"p (a) b (c) d (e) (S)\n\nq (a) b (c) d (e) (T)\n", "<p=S>few"},
-                                       {"p (a) b (c) d (e) (S)\np (a) b (c) d (e) (T)\n", "<p=S><p=T>"}};
+    const std::vector<SListingCase> bodies = {{good, "<p=S>"},
+                                              {"p (a) b (c) d (S)\n", "few"},
+                                              {"p\n", "few"},
+                                              {"\n", "few"},
+                                              {"\t \n", "few"},
+                                              {"\r\n", "few"},
+                                              {"~\n", "few"},
+                                              {"p (a) b (c) d e (S)\n", "groups"},
+                                              {"p a b c d e f\n", "groups"},
+                                              {"p (a) b (c) d (e) (S) (T)\n", "groups"},
+                                              {"p a) b c) d e) S)\n", "groups"},
+                                              {"(p (a) b (c) d (e) (S)\n", "<(p=S>"},
+                                              {"p (a) b (c) d (e) ((S)\n", "<p=S>"},
+                                              {"p (a) b (c) d (e) (S))\n", "<p=S>"},
+                                              {"p (a) b (c) d (e) (S) x\n", "<p=S>"},
+                                              {"p (a b (c d (e (S\n", "<p=S>"},
+                                              {"p (a) b (c) d (e) ( S )\n", "<p=S>"},
+                                              {"p (a) b (c) d (e) ()\n", "<p=>"},
+                                              {"p (a) b (c) d (e) ( ) x\n", "<p=>"},
+                                              {"p (a) b (c) d (e) x (\n", "groups"},
+                                              {"p\t(a)\tb\t(c)\td\t(e)\t(S)\n", "<p=S>"},
+                                              {"p (a) b (c) d (e) (S)\r\n", "<p=S>"},
+                                              {"p\r (a) b (c) d (e) (S\r)\n", "<p=S>"},
+                                              {"\xff (a) b (c) d (e) (\xfe)\n", "<\xff=\xfe>"},
+                                              {"p@ (a) b (c) d (e) (@S)\n", "<p@=@S>"},
+                                              {"# (a) b (c) d (e) (#)\n", "<#=#>"},
+                                              {"#\n", "few"},
+                                              {"p (a) b (c) d (e) (S)\n\nq (a) b (c) d (e) (T)\n", "<p=S>few"},
+                                              {"p (a) b (c) d (e) (S)\np (a) b (c) d (e) (T)\n", "<p=S><p=T>"}};
     EXPECT_GE(bodies.size(), 25U);
-    for (const SCase& body : bodies) {
-        EXPECT_EQ(expand(body.result), readDisks(toLines(expand(head + body.text))).asText()) << body.text;
+    for (const SListingCase& body : bodies) {
+        EXPECT_EQ(expand(body.result), readDisks(base_test::linesOf(expand(head + body.text))).asText()) << body.text;
     }
     // No separator line: what stands below is heading still.
     for (const char* separator : {"", "=\n", "~=\n", "~\r\n", "~@\n", "~ x\n", "= ~\n", "-~\n", "#\n"}) {
-        EXPECT_EQ("", readDisks(toLines(expand(std::string("x\n") + separator + good))).asText()) << separator;
+        EXPECT_EQ("", readDisks(base_test::linesOf(expand(std::string("x\n") + separator + good))).asText())
+            << separator;
     }
-    EXPECT_EQ("<p=S>", readDisks(toLines(expand(std::string(" \t~ \n") + good))).asText());
+    EXPECT_EQ("<p=S>", readDisks(base_test::linesOf(expand(std::string(" \t~ \n") + good))).asText());
 }
 
 TEST(Listings, SamplesCutOffAnywhereGiveWhatStandsInThem)
 {
-    expectCutsToBePrefixes(readHosts, "backup01 10.0.0.7\nbackup02 10.0.0.8\n\nbackup03\n");
-    expectCutsToBePrefixes(readGroupNames, "Groups:\ncg1 luns=3\ncg 2 luns=1\n");
-    expectCutsToBePrefixes(readGroup,
-                           "Name: cg1\nProtected LUNS:\n  /dev/sdb [ABC123] 10GB\n  /dev/sdc [ABC124] 10GB\nMonitor "
-                           "LUNS:\n  x\nPermissions:\n  backup01\nStillmark LUNs:\n  y\n");
-    expectCutsToBePrefixes(readImageNames, "ti1 2024-05-01\nti2 2024-05-02\n");
-    expectCutsToBePrefixes(readImage,
-                           "Name: ti1\nTimeImage LUNs:\n/dev/t0 [T0] <- /dev/sdb [ABC123]\n/dev/t1 [T1] <- /dev/sdc "
-                           "[ABC124]\n");
-    expectCutsToBePrefixes(readDisks,
-                           "Disks\n~\n/dev/sdb (0:0:1:0) LUMORA (disk) 10GB (online) (ABC123)\n/dev/sdc (0:0:1:1) "
-                           "LUMORA (disk) 10GB (online) (ABC124)\n");
+    expectCutsToBePrefixes(readHosts, sample::HOSTS);
+    expectCutsToBePrefixes(readGroupNames, sample::GROUPS);
+    expectCutsToBePrefixes(readGroup, sample::GROUP);
+    expectCutsToBePrefixes(readImageNames, sample::TIME_IMAGES);
+    expectCutsToBePrefixes(readImage, sample::TIME_IMAGE);
+    expectCutsToBePrefixes(readDisks, sample::DISKS);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
 #include "providers/cdp/tests/support/memory_faults.h"
 
@@ -16,7 +17,17 @@ namespace {
 using namespace obzx_pdk_4_4;
 using CRequests = std::set<std::string>;
 
-constexpr const char* IMAGE = "TimeImage LUNs:\n/dev/t1 [T1] <- /dev/s1 [S1]\n/dev/t2 [T2] <- /dev/s2 [S2]\n";
+const std::string IMAGE =
+    answers::timeImage("ti1", {{{"/dev/t1", "T1"}, {"/dev/s1", "S1"}}, {{"/dev/t2", "T2"}, {"/dev/s2", "S2"}}});
+
+std::vector<answers::SLun> sixLuns(const std::string& prefix)
+{
+    std::vector<answers::SLun> luns;
+    for (int i = 0; i < 6; ++i) {
+        luns.push_back({"/dev/sd" + std::to_string(i), prefix + std::to_string(i)});
+    }
+    return luns;
+}
 
 class ModelOutOfMemory : public CFakeToolTest
 {
@@ -83,7 +94,8 @@ class ModelOutOfMemory : public CFakeToolTest
 
 TEST_F(ModelOutOfMemory, CommandsOfAGroupAreWholeOrNotSent)
 {
-    setScenario(answerTo(" show  timeimage ", IMAGE) + answerTo(" list  timeimages ", "ti1\nti2\n") + "exit 0\n");
+    setScenario(answerTo(" show  timeimage ", IMAGE) +
+                answerTo(" list  timeimages ", answers::timeImages({"ti1", "ti2"})) + "exit 0\n");
     const CGroupPtr group = quietGroup();
     const auto nothing = [] {};
     sweep([&] { group->createCheckPoint(m_checkPoint); }, nothing);
@@ -128,13 +140,9 @@ TEST_F(ModelOutOfMemory, GrantOfATimeImageIsWholeOrNotSent)
 
 TEST_F(ModelOutOfMemory, InventoryHoldsOnlyWhatTheApplianceListed)
 {
-    std::string luns;
-    for (int i = 0; i < 6; ++i) {
-        luns += "/dev/sd" + std::to_string(i) + " [S" + std::to_string(i) + "] x\n";
-    }
-    setScenario(answerTo(" list  hosts ", "h1\nh2\n") + answerTo(" list  cgroups ", "cg1 luns=1\ncg2 luns=2\n") +
-                answerTo(" show  cgroup ", "Protected LUNS:\n" + luns + "Permissions:\nStillmark LUNs:\n") +
-                "exit 0\n");
+    setScenario(answerTo(" list  hosts ", answers::hosts({"h1", "h2"})) +
+                answerTo(" list  cgroups ", answers::groups({"cg1", "cg2"})) +
+                answerTo(" show  cgroup ", answers::group("cg", sixLuns("S"))) + "exit 0\n");
     const CLMRAppliancePtr appliance(new CLMRAppliance("alpha"));
     sweep([&] { appliance->generateHostList(); },
           [&] {
@@ -160,13 +168,7 @@ TEST_F(ModelOutOfMemory, InventoryHoldsOnlyWhatTheApplianceListed)
 
 TEST_F(ModelOutOfMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
 {
-    const auto listing = [](const std::string& prefix) {
-        std::string output = "Disks\n" + std::string(122, '=') + "\n";
-        for (int i = 0; i < 6; ++i) {
-            output += "/dev/sd" + std::to_string(i) + " (a) b (c) d (e) (" + prefix + std::to_string(i) + ")\n";
-        }
-        return answerTo("[listdisk]", output);
-    };
+    const auto listing = [](const char* prefix) { return answerTo("[listdisk]", answers::disks(sixLuns(prefix))); };
     const CLMRDeviceManagerPtr devices = setUpDevices();
     devices->registerTraceLog({});
     const auto onlyListed = [&] {
@@ -194,8 +196,7 @@ TEST_F(ModelOutOfMemory, LookUpsAnswerWholeOrNotAtAll)
 {
     const std::string path = "/dev/" + std::string(40, 'p');
     const std::string serial(40, 's');
-    setScenario(answerTo("[listdisk]",
-                         "Disks\n" + std::string(122, '=') + "\n" + path + " (a) b (c) d (e) (" + serial + ")\n"));
+    setScenario(answerTo("[listdisk]", answers::disks({{path, serial}})));
     setUpDevices()->refresh(false);
     const CLMRAppliancePtr appliance(new CLMRAppliance("alpha"));
     const CString lun(serial.c_str());

@@ -11,7 +11,7 @@ namespace {
 
 std::string read(SLMRNameListing (*reader)(const CListingLines&), std::string_view text)
 {
-    const CListingLines lines = toListingLines(text);
+    const CListingLines lines = base_test::linesOf(text);
     const SLMRNameListing listing = reader(lines);
     if (!listing.isListing) {
         EXPECT_TRUE(listing.names.empty()) << text;

@@ -83,13 +83,4 @@ bool CTraceRecorder::has(const std::string& line) const
     return std::find(m_lines.begin(), m_lines.end(), line) != m_lines.end();
 }
 
-std::string joined(const std::vector<std::string>& lines)
-{
-    std::string text;
-    for (const std::string& line : lines) {
-        text += line + "\n";
-    }
-    return text;
-}
-
 }  // namespace cdpfi

@@ -37,7 +37,4 @@ class CTraceRecorder
     std::function<void()> m_action;
 };
 
-/// The lines as they stand in an expected file.
-std::string joined(const std::vector<std::string>& lines);
-
 }  // namespace cdpfi
