@@ -47,6 +47,15 @@ class Copies : public CBackupTest
     std::string data;
     std::string journal;
     std::string content;
+    /// Compares the refusal of a command that finds the copy in use.
+    static void expectError(const SRun& run, const std::string& message, const std::string& next)
+    {
+        EXPECT_EQ(run.status, 5);
+        const json error = run.json().at("error");
+        EXPECT_EQ(error.at("message"), message);
+        EXPECT_EQ(error.at("next"), next);
+    }
+
     std::string checkpoint;
     std::string image;
 };
@@ -57,11 +66,10 @@ TEST_F(Copies, ImportOnASecondHostNamesTheFirstAndNeverAdvisesToDelete)
 {
     const auto paths = importOnBackup("nightly");
     const SRun second = on("production", "import");
-    EXPECT_EQ(second.status, 5);
-    const json error = second.json().at("error");
-    EXPECT_EQ(error.at("message"), "snapshot \"nightly\": " + imageText() +
-                                       " is granted to host \"backup\"; a checkpoint has one time image");
-    EXPECT_EQ(error.at("next"), "fictl snapshot release nightly there, then fictl snapshot import nightly here");
+    expectError(
+        second,
+        "snapshot \"nightly\": " + imageText() + " is granted to host \"backup\"; a checkpoint has one time image",
+        "fictl snapshot release nightly there, then fictl snapshot import nightly here");
     EXPECT_EQ(state("production"), "complete");
     EXPECT_EQ(contentOf(paths.at(data)), content);
 
@@ -75,14 +83,12 @@ TEST_F(Copies, DeletionIsRefusedWhileAnotherHostHasTheCopyUnlessToldTo)
 {
     const auto paths = importOnBackup("nightly");
     const SRun refused = on("production", "delete");
-    EXPECT_EQ(refused.status, 5);
-    const json error = refused.json().at("error");
-    EXPECT_EQ(error.at("message"), "snapshot \"nightly\": " + imageText() +
-                                       " is granted to host \"backup\" and not imported by this record; nothing was "
-                                       "deleted");
-    EXPECT_EQ(error.at("next"),
-              "give it back there with fictl snapshot release nightly, or add --even-if-in-use here to "
-              "take it away from there");
+    expectError(refused,
+                "snapshot \"nightly\": " + imageText() +
+                    " is granted to host \"backup\" and not imported by this record; nothing was "
+                    "deleted",
+                "give it back there with fictl snapshot release nightly, or add --even-if-in-use here to "
+                "take it away from there");
     EXPECT_EQ(contentOf(paths.at(data)), content);
     EXPECT_EQ(state("production"), "complete");
 

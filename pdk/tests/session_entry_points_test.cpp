@@ -11,6 +11,14 @@ using ::testing::SizeIs;
 
 using SessionEntryPoints = SpecialEntryPoints;
 
+/// Entries of a list of split nodes that name no node.
+struct SGaps
+{
+    obz_domain nameless = {};
+    obz_splitnode withoutName = {nullptr, &nameless};
+    obz_splitnode withoutNode = {nullptr, nullptr};
+};
+
 TEST_F(SessionEntryPoints, SelectAddsTheNodesWhenTheProviderAgrees)
 {
     EXPECT_EQ(select("session", list({"b", "a"})), OBZ_OK);
@@ -57,14 +65,12 @@ TEST_F(SessionEntryPoints, SelectNeedsASessionNameAndAListThatFitsItsCount)
 
 TEST_F(SessionEntryPoints, ListWithAGapIsRefusedWholeBeforeTheProviderIsAsked)
 {
-    obz_domain nameless = {};
-    obz_splitnode withoutName = {nullptr, &nameless};
-    obz_splitnode withoutNode = {nullptr, nullptr};
+    SGaps gaps;
     auto* const preselect = provider.get<obzx_fi_preselect_fn>("preselect");
     auto* const prepare = provider.get<obzx_fi_prepare_fn>("prepare");
     auto* const makeAll = provider.get<obzx_fi_make_fn>("make");
     record.answers = {{"select", OBZ_USE_SESSION}, {"prepare", OBZ_USE_SESSION}, {"make", OBZ_USE_SESSION}};
-    for (obz_splitnode* const gap : {static_cast<obz_splitnode*>(nullptr), &withoutName, &withoutNode}) {
+    for (obz_splitnode* const gap : {static_cast<obz_splitnode*>(nullptr), &gaps.withoutName, &gaps.withoutNode}) {
         obz_splitnode* const a = objects.splitNode("a");
         for (std::vector<obz_splitnode*> nodes : {std::vector{gap}, {a, gap}, {gap, a}, {a, gap, a}}) {
             const auto count = static_cast<int32_t>(nodes.size());
@@ -87,12 +93,10 @@ TEST_F(SessionEntryPoints, ListWithAGapIsRefusedWholeBeforeTheProviderIsAsked)
 
 TEST_F(SessionEntryPoints, SingleNodeWithAGapIsRefusedToo)
 {
-    obz_domain nameless = {};
-    obz_splitnode withoutName = {nullptr, &nameless};
-    obz_splitnode withoutNode = {nullptr, nullptr};
+    SGaps gaps;
     auto* const preselect = provider.get<obzx_fi_preselect_fn>("preselect");
     auto* const selectAll = provider.get<obzx_fi_select_fn>("select");
-    for (obz_splitnode* const node : {&withoutName, &withoutNode}) {
+    for (obz_splitnode* const node : {&gaps.withoutName, &gaps.withoutNode}) {
         EXPECT_EQ(preselect(node, "session", nullptr, 0), OBZ_ERR_INVALID_ARG);
         EXPECT_EQ(selectAll(node, "session", nullptr, 0), OBZ_ERR_INVALID_ARG);
     }

@@ -10,6 +10,12 @@ namespace {
 class InspectorTools : public CInspectorTest
 {
   protected:
+    /// Group "cg1" with one LUN, "a1", on appliance "alpha".
+    void setUpSite()
+    {
+        site.addGroup("alpha", "cg1", {"a1"});
+        site.setUpHosts();
+    }
     /// Both tools write down what they are sent, and then do it.
     void logCommands()
     {
@@ -75,8 +81,7 @@ TEST_F(InspectorTools, EveryCommandButReleaseOnlyListsAndShows)
 
 TEST_F(InspectorTools, ReleaseDeletesOneTimeImageAndLooksWhetherItIsGone)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     makeImage("alpha", "cg1", "2", "backup");
     logCommands();
@@ -91,8 +96,7 @@ TEST_F(InspectorTools, ReleaseDeletesOneTimeImageAndLooksWhetherItIsGone)
 
 TEST_F(InspectorTools, ATimeImageThatIsNotThereCountsAsReleased)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     const CJson released = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"});
     EXPECT_TRUE(released.at("released"));
     EXPECT_EQ(released.at("exit"), 3);
@@ -100,8 +104,7 @@ TEST_F(InspectorTools, ATimeImageThatIsNotThereCountsAsReleased)
 
 TEST_F(InspectorTools, TheListDecidesWhateverTheDeletionAnswered)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     const std::vector<std::string> words{"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"};
 
@@ -120,8 +123,7 @@ TEST_F(InspectorTools, TheListDecidesWhateverTheDeletionAnswered)
 
 TEST_F(InspectorTools, ADeletionThatIsNeverAnsweredIsDecidedByTheListToo)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     ASSERT_EQ(site.lmadm({"fault", "arm", "hang-after", "--match", "delete timeimage"}).status, 0);
     const CJson told = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha", "--timeout", "1"});
@@ -132,8 +134,7 @@ TEST_F(InspectorTools, ADeletionThatIsNeverAnsweredIsDecidedByTheListToo)
 
 TEST_F(InspectorTools, WithoutAListNobodyKnowsWhetherAnImageIsGone)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     const std::vector<std::string> words{"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"};
     for (const std::string answer : {"echo 'Welcome to the storage shell'", "exit 0", "echo broken; exit 1"}) {
@@ -146,8 +147,7 @@ TEST_F(InspectorTools, WithoutAListNobodyKnowsWhetherAnImageIsGone)
 
 TEST_F(InspectorTools, ReleaseRefusesWhatCannotBeATimeImage)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     logCommands();
     using CWords = std::vector<std::string>;
     const std::vector<CWords> refused{
@@ -170,8 +170,7 @@ TEST_F(InspectorTools, ReleaseRefusesWhatCannotBeATimeImage)
 
 TEST_F(InspectorTools, AGreetingIsNoListing)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     replaceTool("lmsh", "printf 'Welcome to the storage shell\\nType help\\n\\n4\\n5\\n6\\n'");
     replaceTool("kforutil", "echo 'Welcome to the disk utility'");
     const CJson told = document({});
@@ -187,8 +186,7 @@ TEST_F(InspectorTools, AGreetingIsNoListing)
 
 TEST_F(InspectorTools, AGreetingBeforeAGoodListingIsSaidToBeOne)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     replaceTool("lmsh", "echo 'Last login: today'\n" + realTool("lmsh"));
     const CJson appliance = document({}).at("appliances").at(0);
     EXPECT_FALSE(appliance.at("reachable"));
@@ -200,8 +198,7 @@ TEST_F(InspectorTools, AGreetingBeforeAGoodListingIsSaidToBeOne)
 
 TEST_F(InspectorTools, AListOfTimeImagesThatLacksOneIsNotBelieved)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     makeImage("alpha", "cg1", "2", "backup");
     replaceTool("lmsh", "case \"$script\" in *timeimages*) " + realTool("lmsh") + " | head -1; exit;; esac\n" +
@@ -214,8 +211,7 @@ TEST_F(InspectorTools, AListOfTimeImagesThatLacksOneIsNotBelieved)
 
 TEST_F(InspectorTools, AnnotationsThatTheEndOfTheListingIsMissingAfterAreNotKnown)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     makeImage("alpha", "cg1", "1", "backup");
     replaceTool("lmsh", "case \"$script\" in *show*cgroup*) " + realTool("lmsh") +
                             " | sed '/^Time images/,$d'; exit;; esac\n" + realTool("lmsh"));
@@ -228,8 +224,7 @@ TEST_F(InspectorTools, AnnotationsThatTheEndOfTheListingIsMissingAfterAreNotKnow
 
 TEST_F(InspectorTools, AnAnswerWhoseLastLineDoesNotEndIsNoListing)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     for (const std::string tool : {"lmsh", "kforutil"}) {
         replaceTool(tool, "answer=$(" + realTool(tool) + ")\nprintf %s \"$answer\"");
     }
@@ -288,8 +283,7 @@ TEST_F(InspectorTools, WhatIsNotAskedAnyMoreSaysSo)
 
 TEST_F(InspectorTools, AToolThatIsMissingOrNoProgramIsNamed)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     std::filesystem::remove(place("/opt/QXPKlm/bin/lmsh"));
     writeFile("/bin/plain", "no program");
     writeFile("/etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + place("/nowhere/") +
@@ -311,8 +305,7 @@ TEST_F(InspectorTools, AToolThatIsMissingOrNoProgramIsNamed)
 
 TEST_F(InspectorTools, AScriptThatCannotBeWrittenIsTold)
 {
-    site.addGroup("alpha", "cg1", {"a1"});
-    site.setUpHosts();
+    setUpSite();
     const SRun done = site.shell("production", "TMPDIR=/nowhere " + std::string(CDPFI_INSPECTOR));
     EXPECT_EQ(done.status, 0) << done.err;
     const CJson appliance = done.json().at("appliances").at(0);

@@ -18,6 +18,14 @@ def scenario(words):
     return enter
 
 
+def while_answers_are_odd(place, requests, answer):
+    """One session while the requests have that answer, and one after it."""
+    place.answer_oddly("production", requests, answer)
+    yield
+    place.answer_plainly()
+    yield
+
+
 @scenario("No appliance is configured")
 def no_appliance(place):
     place.configure("production", "hls.conf", lambda text: "")
@@ -52,18 +60,12 @@ def ambiguous_device(place):
 
 @scenario("an appliance did not answer everything")
 def dead_appliance(place):
-    place.answer_oddly("production", "*server*beta*", "echo 'lmsh: beta:9000: No route to host'; exit 1")
-    yield
-    place.answer_plainly()
-    yield
+    yield from while_answers_are_odd(place, "*server*beta*", "echo 'lmsh: beta:9000: No route to host'; exit 1")
 
 
 @scenario("is no listing")
 def login_banner(place):
-    place.answer_oddly("production", "*server*alpha*", "echo 'Maintenance tonight at ten.'")
-    yield
-    place.answer_plainly()
-    yield
+    yield from while_answers_are_odd(place, "*server*alpha*", "echo 'Maintenance tonight at ten.'")
 
 
 @scenario("could be made for this host")
@@ -243,10 +245,7 @@ def copy_in_use(place):
 @scenario("another host has its record")
 def exported_and_not_known(place):
     place.carried()
-    place.answer_oddly("production", "*server*beta*", "echo 'lmsh: beta:9000: No route to host'; exit 1")
-    yield
-    place.answer_plainly()
-    yield
+    yield from while_answers_are_odd(place, "*server*beta*", "echo 'lmsh: beta:9000: No route to host'; exit 1")
 
 
 @scenario("and was recorded in group")

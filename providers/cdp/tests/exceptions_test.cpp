@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 
+#include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 #include "providers/cdp/tests/support/memory_faults.h"
 
@@ -40,8 +41,8 @@ class OutOfMemory : public CPluginTest
     /// An appliance that says yes to everything and shows one and the same image, as fast as a process can.
     void answerFast()
     {
-        m_scenario.write("opt/QXPKlm/bin/lmsh",
-                         "#!/bin/sh\necho 'TimeImage LUNs:'\necho 'imageS1 [TS1] <- lunS1 [S1]'\n");
+        const std::string image = answers::timeImage("ti1", {{{"imageS1", "TS1"}, {"lunS1", "S1"}}});
+        m_scenario.write("opt/QXPKlm/bin/lmsh", "#!/bin/sh\nprintf %s '" + image + "'\n");
     }
 
     /// Lets every allocation of the call fail in turn. Each time the status is one of the two that may come, and after

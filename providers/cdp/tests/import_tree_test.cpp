@@ -39,6 +39,13 @@ class ImportTree : public CPluginTest
         m_scenario.takeCommands();
         m_trace.clear();
     }
+    /// Compares the name of the identity that was handed out, which is the caller's.
+    void expectOutput(const char* name)
+    {
+        ASSERT_NE(nullptr, m_output);
+        EXPECT_STREQ(name, m_output->name);
+        obzx_free_objid(m_output);
+    }
 
     CNode m_primary{"<cdpfi>S1"};
     const std::string m_target = targetName("S1", "KSV_Check_Point_77");
@@ -62,9 +69,7 @@ TEST_F(ImportTree, WithAnImageTheOutputIsTheDevicePathThatShowsIt)
     makeImage();
     EXPECT_EQ(OBZ_OK, importTree(m_target));
     expectTrace();
-    ASSERT_NE(nullptr, m_output);
-    EXPECT_STREQ("/dev/imageS1", m_output->name);
-    obzx_free_objid(m_output);
+    expectOutput("/dev/imageS1");
     EXPECT_EQ(CString("S1"), primaryData().m_serialNo) << "there is no target to store the LUN in";
 }
 
@@ -74,9 +79,7 @@ TEST_F(ImportTree, ADevicePathIsServedByTheImageThatThePrimaryNames)
     makeImage();
     EXPECT_EQ(OBZ_OK, importTree("/dev/imageS1"));
     expectTrace();
-    ASSERT_NE(nullptr, m_output);
-    EXPECT_STREQ("/dev/imageS1", m_output->name);
-    obzx_free_objid(m_output);
+    expectOutput("/dev/imageS1");
 }
 
 TEST_F(ImportTree, APrimaryWithoutPrivateDataIsImportedByNameAndHandedOut)
@@ -125,9 +128,7 @@ TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     EXPECT_EQ(OBZ_OK, importTree("/dev/sda"));
     expectTrace();
-    ASSERT_NE(nullptr, m_output);
-    EXPECT_STREQ("/dev/imageS1", m_output->name);
-    obzx_free_objid(m_output);
+    expectOutput("/dev/imageS1");
 }
 
 TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
@@ -137,9 +138,7 @@ TEST_F(ImportTree, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
     primaryData().m_timeImage = "KSV_Time_Image_77";
     EXPECT_EQ(OBZ_OK, importTree(m_target));
     expectTrace();
-    ASSERT_NE(nullptr, m_output);
-    EXPECT_STREQ("/dev/imageS1", m_output->name);
-    obzx_free_objid(m_output);
+    expectOutput("/dev/imageS1");
 }
 
 TEST_F(ImportTree, ATransportableOrIntendedPrimaryIsNotImported)

@@ -37,6 +37,20 @@ class InitAltNode : public CPluginTest
         m_scenario.takeCommands();
         m_trace.clear();
     }
+    /// The same image, which only the appliance knows of.
+    void letAnotherProcessMakeTheImage()
+    {
+        m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
+        primaryData().m_timeImage = "KSV_Time_Image_77";
+    }
+    void expectImportOfAListedImage(CNode& target)
+    {
+        EXPECT_STREQ("/dev/imageS1", target->identity->name);
+        EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
+        EXPECT_THAT(m_scenario.takeCommands(),
+                    ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\"",
+                                "kforutil discover", "kforutil listdisk"));
+    }
 
     CNode m_primary{"<cdpfi>S1"};
     const std::string m_target = targetName("S1", "KSV_Check_Point_77");
@@ -215,37 +229,26 @@ TEST_F(InitAltNode, ATargetDeviceNameThatLeadsNowhereFails)
 
 TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderADevicePath)
 {
-    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
-    primaryData().m_timeImage = "KSV_Time_Image_77";
+    letAnotherProcessMakeTheImage();
     CNode target("/dev/sda");
     EXPECT_EQ(OBZ_OK, initAltNode(target));
     expectTrace();
-    EXPECT_STREQ("/dev/imageS1", target->identity->name);
-    EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
-    EXPECT_THAT(m_scenario.takeCommands(),
-                ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\"",
-                            "kforutil discover", "kforutil listdisk"));
+    expectImportOfAListedImage(target);
 }
 
 TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
 {
-    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
-    primaryData().m_timeImage = "KSV_Time_Image_77";
+    letAnotherProcessMakeTheImage();
     CNode target(m_target.c_str());
     EXPECT_EQ(OBZ_OK, initAltNode(target));
     expectTrace();
-    EXPECT_STREQ("/dev/imageS1", target->identity->name);
     EXPECT_EQ(CString("KSV_Time_Image_77"), targetData(target).m_timeImage);
-    EXPECT_EQ(CString("TS1"), targetData(target).m_serialNo);
-    EXPECT_THAT(m_scenario.takeCommands(),
-                ElementsAre(LIST_OF_IMAGES, "server1: show timeimage \"KSV_Time_Image_77\" \"cg1\"",
-                            "kforutil discover", "kforutil listdisk"));
+    expectImportOfAListedImage(target);
 }
 
 TEST_F(InitAltNode, AnImageThatIsKnownByNowIsNotListedAgain)
 {
-    m_scenario.addTimeImage("server1", "cg1", "KSV_Time_Image_77", {"S1", "S2"});
-    primaryData().m_timeImage = "KSV_Time_Image_77";
+    letAnotherProcessMakeTheImage();
     CNode first(m_target.c_str());
     ASSERT_EQ(OBZ_OK, initAltNode(first));
     m_scenario.takeCommands();

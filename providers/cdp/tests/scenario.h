@@ -10,7 +10,7 @@
 namespace cdpfi {
 
 /// A host's root directory with configuration and tools, and the appliances that the tools answer for. The fake tools
-/// are a real program (fake_appliance.sh) that works on the plain files that this class writes.
+/// are a real program (fake_appliance.cpp) that works on the plain files that this class writes.
 class CScenario
 {
   public:

@@ -33,6 +33,12 @@ class CFakeToolTest : public ::testing::Test
     std::string takeSent() const;
     /// The lines that were traced so far; told once.
     std::vector<std::string> takeTrace() { return m_trace.take(); }
+    /// Lets what was sent and traced so far be what nobody asks for.
+    void forget()
+    {
+        takeSent();
+        takeTrace();
+    }
     void observe(int32_t level) { m_trace.observe(level); }
     /// The runner, set up as an appliance does it.
     CLMRApplianceToolPtr setUpTool() const;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -16,6 +18,15 @@ struct SListingCase
     std::string text;
     std::string result;
 };
+
+/// Compares what a reader, a function from text to text, makes of each.
+template <class Reader>
+void expectAll(const Reader& reader, const std::vector<SListingCase>& cases)
+{
+    for (const SListingCase& entry : cases) {
+        EXPECT_EQ(entry.result, reader(entry.text)) << entry.text;
+    }
+}
 
 /// A whole listing of each kind, to be cut and changed.
 namespace sample {

@@ -41,15 +41,23 @@ class Appliance : public CFakeToolTest
         }
         setScenario(answerTo(" list  cgroups ", answers::groups(names)) + shown);
         m_appliance->generateConsistencyGroupList();
-        takeSent();
-        takeTrace();
+        forget();
     }
     void loadDisks(const std::vector<answers::SLun>& disks)
     {
         setScenario(answerTo("[listdisk]", answers::disks(disks)));
         setUpDevices()->refresh(false);
-        takeSent();
-        takeTrace();
+        forget();
+    }
+    /// Imports a LUN that so many listings do not show.
+    void importWhatShowsAfter(int listings)
+    {
+        setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes " + std::to_string(listings) +
+                    "\noutput\nDisks\nx\ny\n.\nexit 0\n" +
+                    answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
+        CString path;
+        EXPECT_TRUE(m_appliance->importDevicePath("S1", path));
+        EXPECT_STREQ("/dev/sdb", path.c_str());
     }
     /// The group's position in the list, -1 for none; the same with the lines of the walk and without them.
     int positionFor(const std::string& device)
@@ -308,21 +316,13 @@ TEST_F(Appliance, ImportOfAnEmptySerialNeverMatches)
 
 TEST_F(Appliance, ImportFindsTheLunOnceItShows)
 {
-    setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 2\noutput\nDisks\nx\ny\n.\nexit 0\n" +
-                answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
-    CString path;
-    EXPECT_TRUE(m_appliance->importDevicePath("S1", path));
-    EXPECT_STREQ("/dev/sdb", path.c_str());
+    importWhatShowsAfter(2);
     expectCall();
 }
 
 TEST_F(Appliance, ImportFindsTheLunInTheLastPass)
 {
-    setScenario(answerTo("[discover]", "") + "when [listdisk]\ntimes 3\noutput\nDisks\nx\ny\n.\nexit 0\n" +
-                answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S1"}})));
-    CString path;
-    EXPECT_TRUE(m_appliance->importDevicePath("S1", path));
-    EXPECT_STREQ("/dev/sdb", path.c_str());
+    importWhatShowsAfter(3);
     expectCall();
 }
 

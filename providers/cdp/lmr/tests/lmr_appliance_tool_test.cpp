@@ -22,98 +22,88 @@ using CLines = std::vector<std::string>;
 
 class ApplianceTool : public CFakeToolTest
 {
+  protected:
+    ApplianceTool() { setScenario("exit 0\n"); }
+
+    int run(const char* server, const char* command) { return m_tool->execLMSH(server, command, m_lines); }
+
+    /// What a call traces: these lines between the two of the function.
+    static CLines traceOf(CLines lines)
+    {
+        lines.insert(lines.begin(), "L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]");
+        lines.emplace_back("L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]");
+        return lines;
+    }
+
+    const CLMRApplianceToolPtr m_tool = setUpTool();
+    CLines m_lines = {"old"};
 };
+
+using ApplianceToolInstance = CFakeToolTest;
 
 TEST_F(ApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nfirst\n\nthird\n.\nexit 0\n");
-    CLines lines = {"old"};
-    EXPECT_EQ(0, tool->execLMSH("alpha", " list  hosts ", lines));
-    EXPECT_EQ((CLines{"first", "", "third"}), lines);
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                      "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].", "L6 Line [0] = [first]",
-                      "L6 Line [1] = []", "L6 Line [2] = [third]",
-                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
+    EXPECT_EQ(0, run("alpha", " list  hosts "));
+    EXPECT_EQ((CLines{"first", "", "third"}), m_lines);
+    EXPECT_EQ(traceOf({"L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].", "L6 Line [0] = [first]",
+                       "L6 Line [1] = []", "L6 Line [2] = [third]"}),
               takeTrace());
 }
 
 TEST_F(ApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("exit 0\n");
-    CLines lines;
-    EXPECT_EQ(0, tool->execLMSH("alpha", " list  hosts ", lines));
+    EXPECT_EQ(0, run("alpha", " list  hosts "));
     EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
 }
 
 TEST_F(ApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("exit 0\n");
-    CLines lines;
-    EXPECT_EQ(0, tool->execLMSH("al pha", "one\n two \n\nthree", lines));
+    EXPECT_EQ(0, run("al pha", "one\n two \n\nthree"));
     EXPECT_EQ("=== lmsh\nserver al pha\none\n two \n\nthree\nexit\n", takeSent());
 }
 
 TEST_F(ApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     // The shell of this test lists the script that is its standard input.
     root().write("tools/list", "#!/bin/sh\nstat -L -c %a /dev/stdin\nls \"$TMPDIR\" | wc -l\n");
     ::chmod((root() / "tools/list").c_str(), 0700);
-    tool->setShell({"list", CString((root() / "tools/").c_str())});
-    CLines lines;
-    EXPECT_EQ(0, tool->execLMSH("alpha", "x", lines));
-    EXPECT_EQ((CLines{"600", "1"}), lines);
+    m_tool->setShell({"list", CString((root() / "tools/").c_str())});
+    EXPECT_EQ(0, run("alpha", "x"));
+    EXPECT_EQ((CLines{"600", "1"}), m_lines);
     EXPECT_EQ(0U, countScripts());
 }
 
 TEST_F(ApplianceTool, EmptyServerIsRefusedWithoutAScript)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("exit 0\n");
-    CLines lines = {"old"};
     ::setenv("TMPDIR", (root() / "missing").c_str(), 1);  // a script could not even be made
-    EXPECT_EQ(-1, tool->execLMSH("", "x", lines));
-    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(-1, run("", "x"));
+    EXPECT_TRUE(m_lines.empty());
     EXPECT_EQ("", takeSent());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                      "L1 CLMRApplianceTool::execLMSH - No server is specified",
-                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
-              takeTrace());
+    EXPECT_EQ(traceOf({"L1 CLMRApplianceTool::execLMSH - No server is specified"}), takeTrace());
 }
 
 TEST_F(ApplianceTool, EmptyCommandIsRefusedWithoutAScript)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("exit 0\n");
-    CLines lines = {"old"};
     ::setenv("TMPDIR", (root() / "missing").c_str(), 1);
-    EXPECT_EQ(-1, tool->execLMSH("alpha", "", lines));
-    EXPECT_TRUE(lines.empty());
+    EXPECT_EQ(-1, run("alpha", ""));
+    EXPECT_TRUE(m_lines.empty());
     EXPECT_EQ("", takeSent());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                      "L1 CLMRApplianceTool::execLMSH - No command is specified",
-                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
-              takeTrace());
+    EXPECT_EQ(traceOf({"L1 CLMRApplianceTool::execLMSH - No command is specified"}), takeTrace());
 }
 
 TEST_F(ApplianceTool, EmptyServerIsNamedBeforeTheEmptyCommand)
 {
-    CLines lines;
-    EXPECT_EQ(-1, setUpTool()->execLMSH("", "", lines));
+    EXPECT_EQ(-1, run("", ""));
     EXPECT_EQ("L1 CLMRApplianceTool::execLMSH - No server is specified", takeTrace().at(1));
 }
 
 TEST_F(ApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    setScenario("exit 0\n");
     for (const char* server : {"a\nexit", "a\"b", "a\rb", "a\tb"}) {
-        CLines lines = {"old"};
-        EXPECT_EQ(-1, tool->execLMSH(server, "x", lines));
-        EXPECT_TRUE(lines.empty());
+        m_lines = {"old"};
+        EXPECT_EQ(-1, run(server, "x"));
+        EXPECT_TRUE(m_lines.empty());
         EXPECT_EQ("L2 CLMRApplianceTool::execLMSH - Server name [" + std::string(server) +
                       "] holds a double quote or a control character",
                   takeTrace().at(1));
@@ -123,110 +113,87 @@ TEST_F(ApplianceTool, ServerNameThatWouldAddLinesToTheScriptIsRefused)
 
 TEST_F(ApplianceTool, FailedCommandTracesItsOutputRunTogetherAndKeepsTheLines)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nno such\ngroup\n.\nexit 3\n");
-    CLines lines;
-    EXPECT_EQ(11, tool->execLMSH("alpha", " show ", lines));
-    EXPECT_EQ((CLines{"no such", "group"}), lines);
+    EXPECT_EQ(11, run("alpha", " show "));
+    EXPECT_EQ((CLines{"no such", "group"}), m_lines);
     EXPECT_EQ(0U, countScripts());
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                      "L6 CLMRApplianceTool::execLMSH - Running command [ show ].",
-                      "L2 CLI Command [ show ] failed with error [3] and output \n[no suchgroup]\n.",
-                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
+    EXPECT_EQ(traceOf({"L6 CLMRApplianceTool::execLMSH - Running command [ show ].",
+                       "L2 CLI Command [ show ] failed with error [3] and output \n[no suchgroup]\n."}),
               takeTrace());
 }
 
 TEST_F(ApplianceTool, KilledShellIsAFailedCommand)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nhalf\n.\nsignal 9\n");
-    CLines lines;
-    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
-    EXPECT_EQ((CLines{"half"}), lines);
+    EXPECT_EQ(11, run("alpha", "x"));
+    EXPECT_EQ((CLines{"half"}), m_lines);
     EXPECT_EQ("L2 CLI Command [x] failed with error [137] and output \n[half]\n.", takeTrace().at(2));
 }
 
 TEST_F(ApplianceTool, MissingShellIsAFailedCommand)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    tool->setShell({"nothing", "/nowhere/"});
-    CLines lines;
-    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
-    EXPECT_TRUE(lines.empty());
+    m_tool->setShell({"nothing", "/nowhere/"});
+    EXPECT_EQ(11, run("alpha", "x"));
+    EXPECT_TRUE(m_lines.empty());
     EXPECT_EQ(0U, countScripts());
     EXPECT_EQ("L2 CLI Command [x] failed with error [2] and output \n[]\n.", takeTrace().at(2));
 }
 
 TEST_F(ApplianceTool, RunnerWithoutAShellFails)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    tool->setShell({});
-    CLines lines;
-    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
+    m_tool->setShell({});
+    EXPECT_EQ(11, run("alpha", "x"));
     EXPECT_EQ(0U, countScripts());
 }
 
 TEST_F(ApplianceTool, OtherFailuresAreReturnedWithTheirLinesAndNoFailureMessage)
 {
     writeConfiguration("[FI_EXEC]\nMAX_TIMEOUT=1\n");
-    const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nfirst\nsecond\n.\ndelay 60000\nexit 0\n");
-    CLines lines;
-    EXPECT_EQ(12, tool->execLMSH("alpha", "x", lines));
-    EXPECT_EQ((CLines{"first", "second"}), lines);
+    EXPECT_EQ(12, run("alpha", "x"));
+    EXPECT_EQ((CLines{"first", "second"}), m_lines);
     EXPECT_EQ(0U, countScripts());
     EXPECT_EQ(
-        (CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                "L6 CLMRApplianceTool::execLMSH - Running command [x].",
-                "L1 CFiExecPipePosix::Exec - Command [\"<root>/tools/lmsh\"] did not end within 1 seconds and was "
-                "stopped",
-                "L6 Line [0] = [first]", "L6 Line [1] = [second]",
-                "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
+        traceOf({"L6 CLMRApplianceTool::execLMSH - Running command [x].",
+                 "L1 CFiExecPipePosix::Exec - Command [\"<root>/tools/lmsh\"] did not end within 1 seconds and was "
+                 "stopped",
+                 "L6 Line [0] = [first]", "L6 Line [1] = [second]"}),
         takeTrace());
 }
 
 TEST_F(ApplianceTool, WithoutATraceLogNothingIsTraced)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
-    tool->registerTraceLog({});
-    CLines lines;
+    m_tool->registerTraceLog({});
     setScenario("times 1\nexit 3\nexit 0\n");
-    EXPECT_EQ(11, tool->execLMSH("alpha", "x", lines));
-    EXPECT_EQ(0, tool->execLMSH("alpha", "x", lines));
-    EXPECT_EQ(-1, tool->execLMSH("", "x", lines));
+    EXPECT_EQ(11, run("alpha", "x"));
+    EXPECT_EQ(0, run("alpha", "x"));
+    EXPECT_EQ(-1, run("", "x"));
     EXPECT_EQ(CLines(), takeTrace());
 }
 
 TEST_F(ApplianceTool, MissingTemporaryDirectoryReachesTheCaller)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     ::setenv("TMPDIR", (root() / "missing").c_str(), 1);
-    CLines lines = {"old"};
-    EXPECT_THROW(tool->execLMSH("alpha", "x", lines), CFiPlatformError);
-    EXPECT_TRUE(lines.empty());
+    EXPECT_THROW(run("alpha", "x"), CFiPlatformError);
+    EXPECT_TRUE(m_lines.empty());
     EXPECT_EQ("L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]", takeTrace().back());
 }
 
 TEST_F(ApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScript)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     constexpr size_t LARGE = size_t{1} << 20;  // nothing but the output of the shell is as large
     setScenario(answerWithBytes("server alpha", std::string(2 * LARGE, 'x')));
-    CLines lines = {"old"};
     {
         const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, 0, LARGE);
-        EXPECT_THROW(tool->execLMSH("alpha", " list  hosts ", lines), std::bad_alloc);
+        EXPECT_THROW(run("alpha", " list  hosts "), std::bad_alloc);
         EXPECT_TRUE(fault.happened());
     }
-    EXPECT_TRUE(lines.empty());
+    EXPECT_TRUE(m_lines.empty());
     EXPECT_EQ("=== lmsh\nserver alpha\n list  hosts \nexit\n", takeSent());
     ASSERT_EQ(1U, countScripts());
     const auto script = std::filesystem::directory_iterator(root() / "tmp")->path();
     EXPECT_EQ("server alpha\n list  hosts \nexit\n", base_test::contentOf(script));
-    EXPECT_EQ((CLines{"L6 Entering Function execLMSH [<line>, lmr_appliance_tool.cpp]",
-                      "L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ].",
-                      "L6 Exiting Function execLMSH [<line>, lmr_appliance_tool.cpp]"}),
-              takeTrace());
+    EXPECT_EQ(traceOf({"L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ]."}), takeTrace());
 }
 
 /// From here on no file can be opened to be truncated.
@@ -248,22 +215,20 @@ void forbidTruncation()
 
 TEST_F(ApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
 {
-    const CLMRApplianceToolPtr tool = setUpTool();
     setScenario("output\nnothing to do\n.\nexit 0\n");
     EXPECT_EXIT(
         {
             forbidTruncation();
-            CLines lines;
-            const int result = tool->execLMSH("alpha", "x", lines);
+            const int result = run("alpha", "x");
             const CLines trace = takeTrace();
             const bool told = trace.at(2) == "L1 Failed to open file [<root><temp>].";
-            ::_exit(result == 0 && told && lines == CLines{"nothing to do"} && countScripts() == 0 ? 0 : 1);
+            ::_exit(result == 0 && told && m_lines == CLines{"nothing to do"} && countScripts() == 0 ? 0 : 1);
         },
         ::testing::ExitedWithCode(0), "");
     EXPECT_EQ("=== lmsh\n", takeSent());
 }
 
-TEST_F(ApplianceTool, InstanceIsCreatedEmptyAndReleased)
+TEST_F(ApplianceToolInstance, IsCreatedEmptyAndReleased)
 {
     using CTool = CFiContextSingleton<CLMRApplianceTool, CLMRApplianceTool>;
     const CLMRApplianceToolPtr tool = CTool::instance(false);

@@ -51,11 +51,15 @@ const std::vector<SCommandCase>& commandCases()
 class Commands : public CFakeToolTest
 {
   protected:
-    /// What reaches the shell for a command to appliance "alpha", the runner's part included.
-    std::string sentFor(const SLMRCommand& command)
+    Commands()
     {
         setUpTool();
         setScenario("exit 0\n");
+    }
+
+    /// What reaches the shell for a command to appliance "alpha", the runner's part included.
+    std::string sentFor(const SLMRCommand& command)
+    {
         std::vector<std::string> lines;
         EXPECT_EQ(0, sendCommand(*setUpTool(), "alpha", command, lines));
         return takeSent();
@@ -116,8 +120,6 @@ TEST_F(Commands, EmptyNamePassesTheCheck)
 
 TEST_F(Commands, RefusedCommandIsTracedAndNothingIsSent)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     for (const SCommandCase& command : commandCases()) {
         std::vector<std::string> lines = {"old"};
         EXPECT_EQ(-1, sendCommand(*makeGroup("g"), "alpha", command.build("x\"\nexit"), lines)) << command.name;
@@ -132,6 +134,7 @@ TEST_F(Commands, RefusedCommandIsTracedAndNothingIsSent)
 
 TEST_F(Commands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
 {
+    CLMRAppliance::setCLMRApplianceToolSingletonPtr({});
     std::vector<std::string> lines = {"old"};
     EXPECT_EQ(-1, sendCommand(*makeGroup("g"), "alpha", lmr_commands::listHosts(), lines));
     EXPECT_TRUE(lines.empty());
@@ -140,8 +143,6 @@ TEST_F(Commands, CommandBeforeAnyApplianceIsInitializedIsNotSent)
 
 TEST_F(Commands, OperationsOfAGroupRefuseHostileNames)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     const CGroupPtr group = makeGroup("g");
     const CHostPtr host(new CLMRHost("h\n"));
     EXPECT_EQ(-1, group->createCheckPoint("cp\""));
@@ -156,8 +157,6 @@ TEST_F(Commands, OperationsOfAGroupRefuseHostileNames)
 
 TEST_F(Commands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     const CTimeImagePtr image(new CLMRTimeImage("ti"));
     image->registerTraceLog(log());
     image->setApplianceName("alpha");
@@ -170,7 +169,6 @@ TEST_F(Commands, TimeImageRefusesAHostileHostAndDoesNotRecordIt)
 
 TEST_F(Commands, HostNamedInAListingWithAQuoteIsNeverAskedFor)
 {
-    setUpTool();
     setScenario(answerTo(" list  hosts ", "a\"b 10.0.0.7\n") + "exit 0\n");
     const CLMRAppliancePtr appliance = makeAppliance("alpha");
     appliance->generateHostList();
@@ -180,7 +178,6 @@ TEST_F(Commands, HostNamedInAListingWithAQuoteIsNeverAskedFor)
 
 TEST_F(Commands, TimeImageNamedInAListingWithAQuoteIsNeverShown)
 {
-    setUpTool();
     setScenario(answerTo(" list  timeimages ", "ti\"1 2024-05-01\n") + "exit 0\n");
     const CGroupPtr group = makeGroup("g");
     group->populateTimeImageInformation();
@@ -190,8 +187,6 @@ TEST_F(Commands, TimeImageNamedInAListingWithAQuoteIsNeverShown)
 
 TEST_F(Commands, GroupWithAHostileNameSendsNothing)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     const CGroupPtr group = makeGroup("g\"\nexit");
     const CHostPtr host(new CLMRHost("h"));
     EXPECT_EQ(-1, group->createCheckPoint("cp"));
@@ -207,8 +202,6 @@ TEST_F(Commands, GroupWithAHostileNameSendsNothing)
 
 TEST_F(Commands, ApplianceWithAHostileNameSendsNothing)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     const CLMRAppliancePtr appliance = makeAppliance("alpha\nexit");
     appliance->generateHostList();
     appliance->generateConsistencyGroupList();
@@ -217,7 +210,6 @@ TEST_F(Commands, ApplianceWithAHostileNameSendsNothing)
 
 TEST_F(Commands, GroupNamedInAListingWithAQuoteIsNeverAskedFor)
 {
-    setUpTool();
     setScenario(answerTo(" list  cgroups ", "a\"\tb luns=1\n") + "exit 0\n");
     const CLMRAppliancePtr appliance = makeAppliance("alpha");
     appliance->generateConsistencyGroupList();

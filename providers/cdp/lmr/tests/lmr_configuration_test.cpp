@@ -18,6 +18,13 @@ class ToolConfiguration : public CFakeToolTest
     {
         return std::string(tool.path.c_str()) + "|" + tool.name.c_str();
     }
+    /// Compares what these values of the section give.
+    void expectTools(const std::string& values, const std::string& expectedShell, const std::string& expectedUtility)
+    {
+        writeConfiguration("[LMR_CLI_CONFIG]\n" + values);
+        EXPECT_EQ(expectedShell, shell()) << values;
+        EXPECT_EQ(expectedUtility, utility()) << values;
+    }
     void expectDefaults()
     {
         EXPECT_EQ("/opt/QXPKlm/bin/|lmsh", shell());
@@ -52,30 +59,22 @@ TEST_F(ToolConfiguration, UnreadableStoreGivesTheDefaults)
 
 TEST_F(ToolConfiguration, DirectoryWithoutASlashGainsOne)
 {
-    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b\nLMR_KFORUTIL_PATH=/c\n");
-    EXPECT_EQ("/a/b/|lmsh", shell());
-    EXPECT_EQ("/c/|kforutil", utility());
+    expectTools("LMR_LMSH_PATH=/a/b\nLMR_KFORUTIL_PATH=/c\n", "/a/b/|lmsh", "/c/|kforutil");
 }
 
 TEST_F(ToolConfiguration, DirectoryWithASlashIsKept)
 {
-    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/b/\nLMR_KFORUTIL_PATH=/\n");
-    EXPECT_EQ("/a/b/|lmsh", shell());
-    EXPECT_EQ("/|kforutil", utility());
+    expectTools("LMR_LMSH_PATH=/a/b/\nLMR_KFORUTIL_PATH=/\n", "/a/b/|lmsh", "/|kforutil");
 }
 
 TEST_F(ToolConfiguration, NameAloneGoesWithTheDefaultDirectory)
 {
-    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_NAME=sh2\nLMR_KFORUTIL_NAME=util2\n");
-    EXPECT_EQ("/opt/QXPKlm/bin/|sh2", shell());
-    EXPECT_EQ("/usr/sbin/|util2", utility());
+    expectTools("LMR_LMSH_NAME=sh2\nLMR_KFORUTIL_NAME=util2\n", "/opt/QXPKlm/bin/|sh2", "/usr/sbin/|util2");
 }
 
 TEST_F(ToolConfiguration, EmptyDirectoryBecomesTheRoot)
 {
-    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=\nLMR_KFORUTIL_PATH=\"\"\n");
-    EXPECT_EQ("/|lmsh", shell());
-    EXPECT_EQ("/|kforutil", utility());
+    expectTools("LMR_LMSH_PATH=\nLMR_KFORUTIL_PATH=\"\"\n", "/|lmsh", "/|kforutil");
 }
 
 TEST_F(ToolConfiguration, EmptyNameStaysEmpty)
@@ -107,9 +106,8 @@ TEST_F(ToolConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndep
     const auto check = [this](const SValue& shellPath, const SValue& shellName, const SValue& utilityPath,
                               const SValue& utilityName) {
         const std::string values = std::string(shellPath.line) + shellName.line + utilityPath.line + utilityName.line;
-        writeConfiguration("[LMR_CLI_CONFIG]\n" + values);
-        EXPECT_EQ(std::string(shellPath.result) + "|" + shellName.result, shell()) << values;
-        EXPECT_EQ(std::string(utilityPath.result) + "|" + utilityName.result, utility()) << values;
+        expectTools(values, std::string(shellPath.result) + "|" + shellName.result,
+                    std::string(utilityPath.result) + "|" + utilityName.result);
     };
     for (const SValue& shellPath : shellPaths) {
         for (const SValue& shellName : shellNames) {

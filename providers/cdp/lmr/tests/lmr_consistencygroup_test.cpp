@@ -27,8 +27,7 @@ class ConsistencyGroup : public CFakeToolTest
     {
         setScenario(answerTo(" show  timeimage ", listing) + "exit 0\n");
         const CTimeImagePtr image = m_group->createTimeImage(name, checkpoint, m_host);
-        takeSent();
-        takeTrace();
+        forget();
         return image;
     }
     CLines imageNames() const
@@ -305,8 +304,7 @@ TEST_F(ConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
     addImage("ti1", "cp1");
     setScenario(answerTo("[listdisk]", answers::disks({{"/dev/t", "T2"}})));
     setUpDevices()->refresh(false);
-    takeSent();
-    takeTrace();
+    forget();
     EXPECT_TRUE(m_group->getAssociatedTimeImage("/dev/t"));
     expectCall();
 }

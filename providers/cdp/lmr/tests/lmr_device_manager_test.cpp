@@ -63,8 +63,7 @@ TEST_F(DeviceManager, RescanThatTimesOutTracesOnlyItsOutput)
 TEST_F(DeviceManager, FailedListingIsThrownWithItsErrorAndLeavesTheTable)
 {
     refreshWith(answers::disks({{"/dev/sdb", "S"}}));
-    takeSent();
-    takeTrace();
+    forget();
     setScenario(answerTo("[listdisk]", "no driver\nno bus\n", 5));
     try {
         setUpDevices()->refresh(false);
@@ -132,8 +131,7 @@ TEST_F(DeviceManager, TwoLinesOrFewerClearTheTable)
     for (size_t count = 0; count < outputs.size(); ++count) {
         refreshWith(answers::disks({{"/dev/sdb", "S"}}));
         EXPECT_EQ(1U, table().size());
-        takeSent();
-        takeTrace();
+        forget();
         refreshWith(outputs[count]);
         expectCall(std::to_string(count));
         EXPECT_EQ(CLines(), table());
@@ -143,8 +141,7 @@ TEST_F(DeviceManager, TwoLinesOrFewerClearTheTable)
 TEST_F(DeviceManager, KnownDeviceGetsTheNewSerialAndGoneOnesStay)
 {
     refreshWith(answers::disks({{"/dev/sda", "S1"}, {"/dev/sdb", "S2"}}));
-    takeSent();
-    takeTrace();
+    forget();
     refreshWith(answers::disks({{"/dev/sdb", "S9"}}));
     expectCall();
     EXPECT_EQ((CLines{"/dev/sda=S1", "/dev/sdb=S9"}), table());

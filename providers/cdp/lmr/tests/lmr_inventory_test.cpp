@@ -106,8 +106,7 @@ TEST_F(Inventory, FailedHostListLeavesNoHosts)
 {
     setScenario(answerTo(" list  hosts ", answers::hosts({"a"})) + "exit 0\n");
     m_appliance->generateHostList();
-    takeSent();
-    takeTrace();
+    forget();
     setScenario(answerTo(" list  hosts ", answers::hosts({"a"}), 1));
     m_appliance->generateHostList();
     expectCall();
@@ -143,8 +142,7 @@ TEST_F(Inventory, FailedGroupListLeavesNoGroups)
 {
     loadGroup(answers::group("cg", {}));
     EXPECT_EQ((CLines{"cg:", "later:"}), groups());
-    takeSent();
-    takeTrace();
+    forget();
     setScenario("exit 1\n");
     m_appliance->generateConsistencyGroupList();
     expectCall();

@@ -64,13 +64,6 @@ std::string presented(std::string_view text)
     return show(parsePresentedLuns(lines));
 }
 
-void expectAll(std::string (*reader)(std::string_view), const std::vector<SListingCase>& cases)
-{
-    for (const SListingCase& entry : cases) {
-        EXPECT_EQ(entry.result, reader(entry.text)) << entry.text;
-    }
-}
-
 TEST(ListingDetails, PermissionsOfAGroupAreOneHostALine)
 {
     expectAll(permissions, {{"Permissions:\nStillmark LUNs:\n", ""},

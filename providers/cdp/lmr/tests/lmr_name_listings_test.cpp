@@ -9,10 +9,13 @@
 namespace cdpfi {
 namespace {
 
-std::string read(SLMRNameListing (*reader)(const CListingLines&), std::string_view text)
+using CReader = SLMRNameListing (*)(const CListingLines&);
+
+template <CReader READER>
+std::string namesOf(const std::string& text)
 {
     const CListingLines lines = base_test::linesOf(text);
-    const SLMRNameListing listing = reader(lines);
+    const SLMRNameListing listing = READER(lines);
     if (!listing.isListing) {
         EXPECT_TRUE(listing.names.empty()) << text;
         return listing.strayLine ? "no listing, line " + std::to_string(*listing.strayLine) : "no listing";
@@ -24,79 +27,72 @@ std::string read(SLMRNameListing (*reader)(const CListingLines&), std::string_vi
     return names;
 }
 
-void expectAll(SLMRNameListing (*reader)(const CListingLines&), const std::vector<SListingCase>& cases)
-{
-    for (const SListingCase& entry : cases) {
-        EXPECT_EQ(entry.result, read(reader, entry.text)) << entry.text;
-    }
-}
-
 TEST(NameListings, HostsAreOneNameALineWithOrWithoutAnAddress)
 {
-    expectAll(readHostListing, {{"", ""},
-                                {"\n", ""},
-                                {"production\nbackup\n", "<production><backup>"},
-                                {"  production\t\r\n", "<production>"},
-                                {"backup01   10.0.0.7\nbackup02 fe80::1\n", "<backup01><backup02>"},
-                                {"a.b-c_d\n\n9\n", "<a.b-c_d><9>"}});
+    expectAll(namesOf<readHostListing>, {{"", ""},
+                                         {"\n", ""},
+                                         {"production\nbackup\n", "<production><backup>"},
+                                         {"  production\t\r\n", "<production>"},
+                                         {"backup01   10.0.0.7\nbackup02 fe80::1\n", "<backup01><backup02>"},
+                                         {"a.b-c_d\n\n9\n", "<a.b-c_d><9>"}});
 }
 
 TEST(NameListings, WhatIsNoHostSpoilsTheListingOfHosts)
 {
-    expectAll(readHostListing, {{"Welcome to the storage shell\nproduction\n", "no listing, line 0"},
-                                {"production\nbackup\nLast login: today\n", "no listing, line 2"},
-                                {"Welcome!\n", "no listing, line 0"},
-                                {"There are none!\n", "no listing, line 0"},
-                                {"lmsh:\n", "no listing, line 0"},
-                                {"production 10.0.0.7 online\n", "no listing, line 0"},
-                                {"production 10.0.0\n", "no listing, line 0"},
-                                {"production online\n", "no listing, line 0"},
-                                {".hidden\n", "no listing, line 0"},
-                                {"-x\n", "no listing, line 0"},
-                                {"prod,backup\n", "no listing, line 0"},
-                                {"\"production\"\n", "no listing, line 0"},
-                                {"cg1 luns=2\n", "no listing, line 0"},
-                                {"====\n", "no listing, line 0"},
-                                {"pr\xc3\xb6"
-                                 "d\n",
-                                 "no listing, line 0"},
-                                {std::string("a\0b\n", 4), "no listing, line 0"},
-                                {std::string("a 10.0.0.7\0\n", 12), "no listing, line 0"}});
+    expectAll(namesOf<readHostListing>, {{"Welcome to the storage shell\nproduction\n", "no listing, line 0"},
+                                         {"production\nbackup\nLast login: today\n", "no listing, line 2"},
+                                         {"Welcome!\n", "no listing, line 0"},
+                                         {"There are none!\n", "no listing, line 0"},
+                                         {"lmsh:\n", "no listing, line 0"},
+                                         {"production 10.0.0.7 online\n", "no listing, line 0"},
+                                         {"production 10.0.0\n", "no listing, line 0"},
+                                         {"production online\n", "no listing, line 0"},
+                                         {".hidden\n", "no listing, line 0"},
+                                         {"-x\n", "no listing, line 0"},
+                                         {"prod,backup\n", "no listing, line 0"},
+                                         {"\"production\"\n", "no listing, line 0"},
+                                         {"cg1 luns=2\n", "no listing, line 0"},
+                                         {"====\n", "no listing, line 0"},
+                                         {"pr\xc3\xb6"
+                                          "d\n",
+                                          "no listing, line 0"},
+                                         {std::string("a\0b\n", 4), "no listing, line 0"},
+                                         {std::string("a 10.0.0.7\0\n", 12), "no listing, line 0"}});
 }
 
 TEST(NameListings, GroupsAreTheirNamesWithTheirNumbersOfLuns)
 {
-    expectAll(readGroupListing, {{"", ""},
-                                 {"\r\n\n", ""},
-                                 {"cg1 luns=2 annotations=1 timeimages=1\ncg2 luns=0\n", "<cg1><cg2>"},
-                                 {"db that does not exist luns=3\r\n", "<db that does not exist>"},
-                                 {"x images=1 luns=12\t\n", "<x images=1>"},
-                                 {"a<b luns=1\n", "<a<b>"},
-                                 {"LM00B97B0C453DEF luns=1\n", "<LM00B97B0C453DEF>"},
-                                 {"say \"hi\" luns=1\n", "<say \"hi\">"}});
+    expectAll(namesOf<readGroupListing>, {{"", ""},
+                                          {"\r\n\n", ""},
+                                          {"cg1 luns=2 annotations=1 timeimages=1\ncg2 luns=0\n", "<cg1><cg2>"},
+                                          {"db that does not exist luns=3\r\n", "<db that does not exist>"},
+                                          {"x images=1 luns=12\t\n", "<x images=1>"},
+                                          {"a<b luns=1\n", "<a<b>"},
+                                          {"LM00B97B0C453DEF luns=1\n", "<LM00B97B0C453DEF>"},
+                                          {"say \"hi\" luns=1\n", "<say \"hi\">"}});
 }
 
 TEST(NameListings, WhatIsNoGroupSpoilsTheListingOfGroups)
 {
-    expectAll(readGroupListing, {{"Welcome to the storage shell\ncg1 luns=2\n", "no listing, line 0"},
-                                 {"cg1 luns=2\nbye\n", "no listing, line 1"},
-                                 {"Groups:\n", "no listing, line 0"},
-                                 {"production\n", "no listing, line 0"},
-                                 {"cg1\n", "no listing, line 0"},
-                                 {"luns=2\n", "no listing, line 0"},
-                                 {" luns=2\n", "no listing, line 0"},
-                                 {"cg1 luns=\n", "no listing, line 0"},
-                                 {"cg1 luns= 2\n", "no listing, line 0"},
-                                 {"cg1 luns=two\n", "no listing, line 0"},
-                                 {"cg1 luns=2x\n", "no listing, line 0"},
-                                 {"cg1 luns=-1\n", "no listing, line 0"},
-                                 {"cg1 LUNS=2\n", "no listing, line 0"},
-                                 {"There are none!\n", "no listing, line 0"}});
+    expectAll(namesOf<readGroupListing>, {{"Welcome to the storage shell\ncg1 luns=2\n", "no listing, line 0"},
+                                          {"cg1 luns=2\nbye\n", "no listing, line 1"},
+                                          {"Groups:\n", "no listing, line 0"},
+                                          {"production\n", "no listing, line 0"},
+                                          {"cg1\n", "no listing, line 0"},
+                                          {"luns=2\n", "no listing, line 0"},
+                                          {" luns=2\n", "no listing, line 0"},
+                                          {"cg1 luns=\n", "no listing, line 0"},
+                                          {"cg1 luns= 2\n", "no listing, line 0"},
+                                          {"cg1 luns=two\n", "no listing, line 0"},
+                                          {"cg1 luns=2x\n", "no listing, line 0"},
+                                          {"cg1 luns=-1\n", "no listing, line 0"},
+                                          {"cg1 LUNS=2\n", "no listing, line 0"},
+                                          {"There are none!\n", "no listing, line 0"}});
 }
 
 TEST(NameListings, TimeImagesAreNamesBeforeTheirTimeOrAnnotation)
 {
-    expectAll(readTimeImageListing,
+    expectAll(namesOf<readTimeImageListing>,
               {{"There are none!\n", ""},
                {"  There are none!\r\n", ""},
                {"KSV_Time_Image_77 2026-11-21T01:51:22Z annotation=\"KSV_Check_Point_77\"\n", "<KSV_Time_Image_77>"},
@@ -107,14 +103,14 @@ TEST(NameListings, TimeImagesAreNamesBeforeTheirTimeOrAnnotation)
 
 TEST(NameListings, WhatIsNoTimeImageSpoilsTheListingOfTimeImages)
 {
-    expectAll(readTimeImageListing, {{"", "no listing"},
-                                     {"\n\r\n", "no listing"},
-                                     {"Welcome to the storage shell\nti1 2024-05-01\n", "no listing, line 0"},
-                                     {"ti1 2024-05-01\nThere are none!\n", "no listing, line 1"},
-                                     {"There are none!\n\n", "no listing, line 0"},
-                                     {"There are none\n", "no listing, line 0"},
-                                     {"ti1 annotation=x\n", "no listing, line 0"},
-                                     {"Time images: none\n", "no listing, line 0"}});
+    expectAll(namesOf<readTimeImageListing>, {{"", "no listing"},
+                                              {"\n\r\n", "no listing"},
+                                              {"Welcome to the storage shell\nti1 2024-05-01\n", "no listing, line 0"},
+                                              {"ti1 2024-05-01\nThere are none!\n", "no listing, line 1"},
+                                              {"There are none!\n\n", "no listing, line 0"},
+                                              {"There are none\n", "no listing, line 0"},
+                                              {"ti1 annotation=x\n", "no listing, line 0"},
+                                              {"Time images: none\n", "no listing, line 0"}});
 }
 
 TEST(NameListings, AListingOfManyNamesIsReadWhole)

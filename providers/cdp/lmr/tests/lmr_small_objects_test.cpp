@@ -11,6 +11,12 @@ namespace {
 class TimeImage : public CFakeToolTest
 {
   protected:
+    TimeImage()
+    {
+        setUpTool();
+        setScenario("exit 0\n");
+    }
+
     CTimeImagePtr makeImage() const
     {
         const CTimeImagePtr image(new CLMRTimeImage("ti1"));
@@ -19,32 +25,31 @@ class TimeImage : public CFakeToolTest
         image->setConsistencyGroup(makeGroup("cg1"));
         return image;
     }
+    /// Grants an image that was granted to m_host before, and compares what that does.
+    void grantOnceMore(const char* host)
+    {
+        const CTimeImagePtr image = makeImage();
+        image->mapHost(m_host);
+        forget();
+        image->mapHost(CHostPtr(new CLMRHost(host)));
+        expectCall();
+    }
     const CHostPtr m_host{new CLMRHost("backup01")};
 };
 
 TEST_F(TimeImage, GrantIsSentAndTraced)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     makeImage()->mapHost(m_host);
     expectCall();
 }
 
 TEST_F(TimeImage, SecondGrantToTheSameHostIsNotSent)
 {
-    setUpTool();
-    setScenario("exit 0\n");
-    const CTimeImagePtr image = makeImage();
-    image->mapHost(m_host);
-    takeSent();
-    takeTrace();
-    image->mapHost(CHostPtr(new CLMRHost("backup01")));
-    expectCall();
+    grantOnceMore("backup01");
 }
 
 TEST_F(TimeImage, GrantAfterAFailedOneIsSentAgain)
 {
-    setUpTool();
     setScenario("times 1\nexit 2\nexit 0\n");
     const CTimeImagePtr image = makeImage();
     image->mapHost(m_host);
@@ -55,20 +60,11 @@ TEST_F(TimeImage, GrantAfterAFailedOneIsSentAgain)
 
 TEST_F(TimeImage, AnotherHostIsGrantedToo)
 {
-    setUpTool();
-    setScenario("exit 0\n");
-    const CTimeImagePtr image = makeImage();
-    image->mapHost(m_host);
-    takeSent();
-    takeTrace();
-    image->mapHost(CHostPtr(new CLMRHost("backup02")));
-    expectCall();
+    grantOnceMore("backup02");
 }
 
 TEST_F(TimeImage, NothingIsSentWithoutAHostOrAGroup)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     const CTimeImagePtr image = makeImage();
     image->mapHost({});
     image->setConsistencyGroup({});
@@ -78,8 +74,6 @@ TEST_F(TimeImage, NothingIsSentWithoutAHostOrAGroup)
 
 TEST_F(TimeImage, WithdrawingDoesNothing)
 {
-    setUpTool();
-    setScenario("exit 0\n");
     makeImage()->unmapHost(m_host);
     expectCall();
 }
