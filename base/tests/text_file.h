@@ -38,6 +38,14 @@ inline std::string joined(const std::vector<std::string>& lines)
     return text;
 }
 
+/// Puts another text in every place of one.
+inline void replaceAll(std::string& text, std::string_view what, std::string_view with)
+{
+    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
+        text.replace(at, what.size(), with);
+    }
+}
+
 /// Writes a file anew, with the folders that it stands in.
 inline void writeFile(const std::filesystem::path& file, std::string_view bytes)
 {

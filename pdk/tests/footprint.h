@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
+
+#include "base/tests/text_file.h"
 
 namespace pdktest {
 
@@ -20,10 +20,8 @@ struct SFootprint
 
     static SFootprint take()
     {
-        std::ifstream maps("/proc/self/maps");
-        const std::istreambuf_iterator<char> start(maps);
         return {entries("/proc/self/fd"), entries("/proc/self/task"),
-                static_cast<size_t>(std::count(start, std::istreambuf_iterator<char>(), '\n')), mallinfo2().uordblks};
+                base_test::linesOf(base_test::contentOf("/proc/self/maps")).size(), mallinfo2().uordblks};
     }
 
   private:

@@ -24,13 +24,6 @@ std::string scenario(const std::string& host)
            answer("[listdisk]", answers::disks({{"/dev/sdb", "S1"}, {"/dev/image", "T1"}})) + answer("", "");
 }
 
-void replaceAll(std::string& text, const std::string& from, const std::string& to)
-{
-    for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
-        text.replace(at, from.size(), to);
-    }
-}
-
 }  // namespace
 
 CScratchHost::CScratchHost(const std::string& tool, const SHostNames& names)
@@ -52,7 +45,7 @@ std::vector<std::string> CScratchHost::takeSent(pid_t process) const
 {
     std::string text = m_root.read("scenario.sent");
     fs::remove(m_root / "scenario.sent");
-    replaceAll(text, "_" + std::to_string(process), "_PID");
+    base_test::replaceAll(text, "_" + std::to_string(process), "_PID");
     std::vector<std::string> requests;
     while (!text.empty()) {
         const size_t end = text.find("=== ", 4);

@@ -1,8 +1,8 @@
-#include <fstream>
 #include <iterator>
 #include <regex>
 #include <set>
 
+#include "base/tests/text_file.h"
 #include "providers/cdp/cdp_messages.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 
@@ -19,15 +19,9 @@ constexpr const char* KEYS[] = {message::INITIALIZATION_FAILED, message::INITIAL
                                 message::NO_APPLIANCE_CONFIGURED, message::TOOL_NOT_USABLE,
                                 message::DISK_LISTING_FAILED};
 
-std::string readText(const std::string& path)
-{
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 std::set<std::string> keysOf(const std::string& locale)
 {
-    const std::string text = readText(std::string(CATALOG_DIR) + "/" + locale + ".txt");
+    const std::string text = base_test::contentOf(std::string(CATALOG_DIR) + "/" + locale + ".txt");
     const std::regex key(R"((MSG_\w+) \{)");
     std::set<std::string> keys;
     for (std::sregex_iterator found(text.begin(), text.end(), key), end; found != end; ++found) {

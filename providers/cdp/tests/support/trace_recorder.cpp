@@ -7,18 +7,12 @@
 #include <regex>
 #include <utility>
 
+#include "base/tests/text_file.h"
 #include "framework/include/obzx_runtime.h"
 
 namespace cdpfi {
 
 namespace {
-
-void replaceAll(std::string& text, const std::string& what, const std::string& with)
-{
-    for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + with.size())) {
-        text.replace(at, what.size(), with);
-    }
-}
 
 std::string withoutRunValues(std::string text)
 {
@@ -27,9 +21,9 @@ std::string withoutRunValues(std::string text)
     static const std::regex s_address(R"(addres [1-9a-f][0-9a-f]*)");
     const char* const root = std::getenv("OBZX_ROOT");  // NOLINT(concurrency-mt-unsafe)
     text = std::regex_replace(text, s_address, "addres <address>");
-    if (root != nullptr) replaceAll(text, root, "<root>");
+    if (root != nullptr) base_test::replaceAll(text, root, "<root>");
     text = std::regex_replace(text, s_temp, "<temp>");
-    replaceAll(text, "_" + std::to_string(getpid()), "_<pid>");
+    base_test::replaceAll(text, "_" + std::to_string(getpid()), "_<pid>");
     return std::regex_replace(text, s_line, "$1 Function $2 [<line>, ");
 }
 
