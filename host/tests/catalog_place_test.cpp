@@ -17,12 +17,30 @@ namespace {
 TEST_F(CFictlTest, TheCatalogOfAUserLiesInTheStateFolder)
 {
     const std::string common = m_root + "/var/lib/qz/fictl.db";
-    EXPECT_EQ(catalogPath({common, true, false, "/state", "/home/u"}), common) << "root";
-    EXPECT_EQ(catalogPath({common, false, true, "/state", "/home/u"}), common) << "OBZX_ROOT is set";
-    EXPECT_EQ(catalogPath({common, false, false, "/state", "/home/u"}), "/state/cdpfi/fictl.db");
-    EXPECT_EQ(catalogPath({common, false, false, "", "/home/u"}), "/home/u/.local/state/cdpfi/fictl.db");
-    EXPECT_EQ(catalogPath({common, false, false, "relative", "/home/u"}), "/home/u/.local/state/cdpfi/fictl.db");
-    EXPECT_EQ(catalogPath({common, false, false, "", ""}), common) << "no home";
+    EXPECT_EQ(
+        catalogPath(
+            {.common = common, .isRoot = true, .hasRootFolder = false, .stateFolder = "/state", .home = "/home/u"}),
+        common)
+        << "root";
+    EXPECT_EQ(
+        catalogPath(
+            {.common = common, .isRoot = false, .hasRootFolder = true, .stateFolder = "/state", .home = "/home/u"}),
+        common)
+        << "OBZX_ROOT is set";
+    EXPECT_EQ(
+        catalogPath(
+            {.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "/state", .home = "/home/u"}),
+        "/state/cdpfi/fictl.db");
+    EXPECT_EQ(
+        catalogPath({.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "", .home = "/home/u"}),
+        "/home/u/.local/state/cdpfi/fictl.db");
+    EXPECT_EQ(
+        catalogPath(
+            {.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "relative", .home = "/home/u"}),
+        "/home/u/.local/state/cdpfi/fictl.db");
+    EXPECT_EQ(catalogPath({.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "", .home = ""}),
+              common)
+        << "no home";
 }
 
 TEST_F(CFictlTest, ACatalogThatAUserOwnsInTheCommonPlaceStaysInUse)
@@ -30,10 +48,15 @@ TEST_F(CFictlTest, ACatalogThatAUserOwnsInTheCommonPlaceStaysInUse)
     const std::string common = m_root + "/var/lib/qz/fictl.db";
     fs::create_directories(fs::path(common).parent_path());
     fs::create_symlink(m_root, common);
-    EXPECT_EQ(catalogPath({common, false, false, "/state", ""}), "/state/cdpfi/fictl.db") << "a link is none";
+    EXPECT_EQ(
+        catalogPath({.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "/state", .home = ""}),
+        "/state/cdpfi/fictl.db")
+        << "a link is none";
     fs::remove(common);
     base_test::writeFile(common, "");
-    EXPECT_EQ(catalogPath({common, false, false, "/state", ""}), common);
+    EXPECT_EQ(
+        catalogPath({.common = common, .isRoot = false, .hasRootFolder = false, .stateFolder = "/state", .home = ""}),
+        common);
 }
 
 TEST_F(CFictlTest, WithoutRootAndRootFolderFictlUsesTheStateFolder)

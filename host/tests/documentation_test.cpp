@@ -7,15 +7,7 @@
 
 namespace {
 
-std::vector<std::string> linesOf(const std::string& text)
-{
-    std::istringstream stream(text);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
-    }
-    return lines;
-}
+using base_test::linesOf;
 
 TEST_F(CFictlTest, TheManualListsTheExitCodesOfTheHelp)
 {

@@ -87,7 +87,10 @@ class COwnerLockTest : public testing::Test
         m_child = 0;
     }
     /// The owner as another container knows it: neither its id nor its namespace says anything here.
-    SProcessIdentity owner() const { return {1, thisProcess().bootId, 1, "pid:[1]", m_byte}; }
+    SProcessIdentity owner() const
+    {
+        return {.pid = 1, .bootId = thisProcess().bootId, .startTime = 1, .pidNamespace = "pid:[1]", .lock = m_byte};
+    }
 
     std::string m_file;
     pid_t m_child = 0;

@@ -34,8 +34,8 @@ PRAGMA application_id = 1718182772;
 PRAGMA user_version = 2;
 )";
 
-// What layout 2 has beside layout 1. Of an image that was asked for nothing was kept: where an import was begun, it may
-// have been. Whether a record was exported is not known either; then it may have been.
+// Layout 1 did not say which images were asked for, nor which records were exported: each counts as such where it may
+// have been, an image where an import was begun.
 constexpr const char* FROM_VERSION_1 = R"(
 ALTER TABLE snapshot ADD COLUMN exported INTEGER NOT NULL DEFAULT 0;
 ALTER TABLE snapshot ADD COLUMN pid_namespace TEXT NOT NULL DEFAULT '';
@@ -117,7 +117,7 @@ std::string quoted(const std::string& name)
     return "snapshot \"" + printable(name) + "\"";
 }
 
-// An interrupted command is taken up where it was left. Only what a killed creation left has no use any more.
+// An interrupted import or release can be repeated; what an interrupted creation or deletion left can only be deleted.
 std::string howToGoOn(const SSnapshot& snapshot)
 {
     const char* verb = "show ";
@@ -242,7 +242,7 @@ void CCatalog::write(const SSnapshot& snapshot)
 
 void CCatalog::writeHead(const SSnapshot& snapshot)
 {
-    // The devices refer to the row, so it is changed where it is there already.
+    // The devices refer to the row, so one that is there is changed and not replaced.
     base::CSqliteQuery row(*m_database,
                            "INSERT INTO snapshot (name, state, provider, checkpoint, created, origin, thaw, message, "
                            "pid, boot_id, start_time, exported, pid_namespace, owner_lock) "

@@ -13,9 +13,9 @@ namespace fictl {
 
 /**
  * The catalog of this host's snapshots: the file that catalogPath names, SQLite in WAL mode, folder 0700,
- * file 0600. Any number of fictl processes may use it at once. Every change is one transaction that is on disk when the
- * call returns. All calls throw EFictl (CATALOG) when the catalog cannot be read or written; those that need a record
- * throw EFictl (NOT_FOUND) when there is none.
+ * file 0600. Any number of fictl processes may use it at once; one object is used by one thread. Every change is one
+ * transaction that is on disk when the call returns. All calls throw EFictl (CATALOG) when the catalog cannot be read
+ * or written; those that need a record throw EFictl (NOT_FOUND) when there is none.
  */
 class CCatalog
 {

@@ -77,7 +77,7 @@ std::string homeOf(uid_t user)
     return found->pw_dir;
 }
 
-// Moving a program's files is no reason to lose what stands in them.
+// A catalog from before each user had one of his own stays in use, so that none is lost out of sight.
 bool ownsCatalog(const std::string& path)
 {
     struct stat status = {};
@@ -88,8 +88,11 @@ bool ownsCatalog(const std::string& path)
 
 SCatalogUser SCatalogUser::current()
 {
-    return {placed(CATALOG), geteuid() == 0, !valueOf("OBZX_ROOT").empty(), valueOf("XDG_STATE_HOME"),
-            homeOf(geteuid())};
+    return {.common = placed(CATALOG),
+            .isRoot = geteuid() == 0,
+            .hasRootFolder = !valueOf("OBZX_ROOT").empty(),
+            .stateFolder = valueOf("XDG_STATE_HOME"),
+            .home = homeOf(geteuid())};
 }
 
 std::string catalogPath(const SCatalogUser& user)

@@ -4,7 +4,7 @@
 
 namespace fictl {
 
-/// Who runs fictl, as far as the place of the catalog goes by it.
+/// What of a user decides where the catalog lies.
 struct SCatalogUser
 {
     std::string common;  ///< /var/lib/qz/fictl.db, below OBZX_ROOT

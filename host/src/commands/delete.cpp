@@ -99,7 +99,7 @@ json CSnapshotDeletion::run(bool evenIfInUse)
         .about(m_snapshot.name);
 }
 
-// Process ids come again: a checkpoint may be one that another snapshot made under the same name.
+// A checkpoint is named by a process id, which is used again: another snapshot may own the one of that name.
 void CSnapshotDeletion::keepOthers()
 {
     for (auto group = m_groups.begin(); group != m_groups.end();) {
@@ -196,7 +196,7 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
     if (!request.forget) context.providerFor(catalog.get(request.name));  // refuses another one than the record's
     const SSnapshot before = catalog.take(request.name, EState::DELETING, DELETABLE, "deleted");
     if (!before.thaw.empty()) {
-        // A killed creation cannot tell what its guardian did.
+        // A creation that was killed did not record whether its guardian thawed the application.
         const std::string doubt = before.state == EState::CREATING ? "unless its guardian thawed it, " : "";
         CProgress::warn(doubt + "the application may still be frozen; its thaw command was: " + printable(before.thaw));
     }

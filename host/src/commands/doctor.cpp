@@ -19,7 +19,7 @@ namespace fictl {
 
 namespace {
 
-// A doctor that waits for ten minutes is of no use; what takes longer than this is worth a line.
+// Limit of each appliance command when the user sets none: a command that needs longer is worth a line.
 constexpr std::chrono::seconds PATIENCE{20};
 
 class CDoctor
@@ -105,7 +105,7 @@ class CDoctor
         add({checkTraceFile(path, std::strtoull(value("FI_TRACE/MAX_SIZE", "0").c_str(), nullptr, 10))});
     }
 
-    // By another fictl: a library that crashes or hangs when it is loaded is to be told, not to be met.
+    // By another fictl: a library that crashes or hangs when it is loaded must not take the doctor with it.
     void checkProvider()
     {
         m_context.progress.step("start the provider");

@@ -27,9 +27,8 @@ struct SExportRequest
     bool mayReplace = false;  ///< a file that is there
 };
 
-/// A file of our own making that is gone again unless it was kept: nobody ever sees half a document. It grows under the
-/// name FILE.part, which belongs to whoever holds the lock on it, so that one left by a killed fictl is in nobody's
-/// way.
+/// A new file that is removed again unless it was kept: nobody ever sees half a document. It grows under the name
+/// FILE.part. Who holds the lock on that owns it, so that one that a killed fictl left is taken over.
 class CNewFile
 {
   public:
@@ -62,7 +61,7 @@ class CNewFile
         if (fsync(m_output.get()) != 0) failFile("write", m_part);
         if (rename(mayReplace ? 0 : RENAME_NOREPLACE) != 0) {
             if (!mayReplace && errno == EEXIST) refuseExisting(m_file);
-            // A file system without this kind of renaming: it was looked at a moment ago that nothing is there.
+            // A file system that cannot refuse to replace: that nothing is there was checked before.
             if (mayReplace || errno != EINVAL || rename(0) != 0) failFile("create", m_file);
         }
         m_kept = true;

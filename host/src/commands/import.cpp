@@ -115,7 +115,7 @@ bool CSnapshotImport::isWhole() const
                         [](const SDevice& device) { return device.importPath.empty(); });
 }
 
-// An image that a release has deleted before it could say so is no loss: the copies are made anew.
+// A release that was interrupted may have deleted images without recording it: their copies are made anew.
 void CSnapshotImport::forgetReleased()
 {
     const SInspection* const seen = m_knowledge.seen();
@@ -254,8 +254,8 @@ void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
     findCopies(importer, group);
 }
 
-// Where nothing could be looked at, an image that cannot be made may be there; then it shows whether it is for this
-// host.
+// An image that cannot be made may be there already where nothing could be looked at: then the copies can be found if
+// it is granted to this host.
 void CSnapshotImport::makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere)
 {
     m_context.progress.step("make the time image of group " + groupText(group));

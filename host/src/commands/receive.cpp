@@ -70,7 +70,7 @@ std::set<std::string> allowedProviders()
     return names;
 }
 
-// A record makes this host load a library of its provider's name, so it must be one that is wanted here.
+// A record names the library that this host loads for it, so only providers that are wanted here are taken.
 void requireAllowedProvider(const SContext& context, const SSnapshot& snapshot)
 {
     std::set<std::string> allowed = allowedProviders();

@@ -64,7 +64,7 @@ void CSnapshotRelease::run(bool evenIfInUse)
     requireInspection();
     CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::RELEASE);
     for (const GroupKey& group : m_snapshot.groups()) {
-        // That another host holds the image is no reason to override here: it is not this host's to give back.
+        // Also with --even-if-in-use: what another host holds is not this host's to give back.
         guard.requireOwnImage(group);
         if (!evenIfInUse) guard.requireUnused(group);
     }

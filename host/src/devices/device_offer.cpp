@@ -34,7 +34,7 @@ SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const Know
         if (offer.claimed) return {name, std::move(offer)};
         if (refused.offer.reason.empty()) refused.offer = std::move(offer);
     }
-    // Only where there is something can it be the same as what the provider knows under another name.
+    // Where nothing is at the path, it cannot lead to a device that the provider knows under another name.
     if (!identifyDevice(given)) return refused;
     const std::optional<std::string> known = resolveDevice(given, knownPaths());
     if (!known || std::find(names.begin(), names.end(), *known) != names.end()) return refused;

@@ -76,7 +76,7 @@ std::optional<STarget> mappedFile(const std::string& line)
     return STarget{false, makedev(first, second), inode};
 }
 
-// What of it a process has open, or has mapped and closed since.
+// Which of the wanted targets a process has open, or, withFiles, has mapped and closed since.
 std::set<STarget> openIn(const fs::path& process, const UsesByTarget& wanted, bool withFiles)
 {
     std::set<STarget> found;

@@ -30,7 +30,7 @@ std::string modeText(mode_t mode)
     return text;
 }
 
-// The nearest folder above that is there.
+// The path itself, or the nearest folder above it that exists.
 std::string existingPart(std::string path)
 {
     struct stat status = {};
@@ -129,7 +129,7 @@ SCheck checkFolder(const char* name, const std::string& what, const std::string&
 
 SCheck checkTraceFile(const std::string& path, uint64_t sizeLimit)
 {
-    // Without its trace file a provider works, and leaves nothing behind to look at.
+    // A warning only: a provider works without its trace file.
     struct stat status = {};
     const char* const next = "make it a regular file that this user can write to";
     if (stat(path.c_str(), &status) != 0) {

@@ -84,7 +84,7 @@ void CFreezing::ask(EThaw cause)
     if (m_isAsked) return;
     m_cause = cause;
     m_isAsked = true;
-    // A guardian that is gone is noticed by who reads its answers.
+    // Whether the guardian is there to get it shows when its answer is read.
     CGuardian::current()->link().send({.type = EGuard::THAW, .cause = cause});
 }
 

@@ -16,8 +16,8 @@ namespace fictl {
  *
  * It is to be started before anything that it must not inherit: threads, the catalog, a provider. It is in a session of
  * its own, so nothing that is done to fictl at a terminal reaches it, ignores every signal that can be ignored, holds
- * nothing of fictl's open but standard error, and is called fictl-guardian. As every process it ends with a SIGKILL of
- * its own; and with a container whose first process fictl is.
+ * nothing of fictl's open but standard error, and is called fictl-guardian. A SIGKILL sent to itself still ends it, and
+ * so does the end of a container whose first process is fictl.
  */
 class CGuardian
 {

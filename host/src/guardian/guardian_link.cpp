@@ -14,7 +14,7 @@ namespace fictl {
 
 namespace {
 
-// As it travels, the text behind it. Both sides are the same program.
+// What stands before the text in a message. Its layout is no matter: both sides are the same program.
 struct SHead
 {
     EGuard type;
@@ -43,7 +43,7 @@ std::optional<std::pair<CGuardianLink, CGuardianLink>> CGuardianLink::pair()
     base::CFileDescriptor other = base::aboveStandard(base::CFileDescriptor(ends[1]));
     if (!one || !other) return std::nullopt;
     for (const base::CFileDescriptor* const end : {&one, &other}) {
-        // Nobody is held up for good by a side that somebody has stopped.
+        // A side that was stopped (SIGSTOP) must not hold up the other for good.
         if (::setsockopt(end->get(), SOL_SOCKET, SO_SNDTIMEO, &MOST_WAIT, sizeof MOST_WAIT) != 0) return std::nullopt;
     }
     return std::pair(CGuardianLink(std::move(one)), CGuardianLink(std::move(other)));

@@ -136,13 +136,13 @@ void ignoreSignals()
     struct sigaction action = {};
     sigemptyset(&action.sa_mask);
     for (int signal = 1; signal <= SIGRTMAX; ++signal) {
-        // Of an ignored SIGCHLD no command's exit status would be known.
+        // While SIGCHLD is ignored the system keeps no exit status of a command.
         action.sa_handler = signal == SIGCHLD ? SIG_DFL : SIG_IGN;
         sigaction(signal, &action, nullptr);
     }
 }
 
-// Standard input and output become /dev/null: who reads fictl's output must not wait for this process.
+// Standard input and output become /dev/null: a reader of fictl's output sees its end when fictl ends.
 void replaceStandardStreams()
 {
     const bool hasError = fcntl(STDERR_FILENO, F_GETFD) >= 0;

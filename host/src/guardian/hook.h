@@ -31,7 +31,7 @@ struct SHookResult
  * One run of a command given by the user: /bin/sh -c, in a process group of its own (a Ctrl-C at the terminal does not
  * reach it), standard input empty, standard output on standard error, default signal handling. Nothing here waits, so
  * that who runs it can watch other things: it calls look() whenever descriptor() is readable or lookAt() has come.
- * A run that is destroyed before it has ended is killed.
+ * A run that is destroyed before it has ended is killed. For one thread.
  */
 class CHookRun
 {

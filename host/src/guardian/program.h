@@ -21,7 +21,8 @@ struct SProgramEnd
 /**
  * Runs a program by its path and collects what it writes. Standard input is empty, the process group its own. When it
  * does not end in time, writes more than OUTPUT_LIMIT, or, with stopOnSignal, when fictl is asked to stop, its group
- * gets SIGTERM and a second later SIGKILL. Throws std::bad_alloc.
+ * gets SIGTERM and a second later SIGKILL. run() waits for its end; the guardian, where there is one, ends the program
+ * should fictl end before it. Throws std::bad_alloc.
  */
 class CProgram
 {

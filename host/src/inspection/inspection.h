@@ -63,7 +63,7 @@ struct SAmbiguousLun
 };
 
 /**
- * What a provider's inspector found on the appliances: its document (docs/inspector.md), as far as fictl goes by it.
+ * What a provider's inspector found on the appliances: the parts of its document (docs/inspector.md) that fictl uses.
  * What is not told is unknown, never absent.
  */
 struct SInspection

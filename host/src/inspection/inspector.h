@@ -12,7 +12,7 @@ namespace fictl {
 /**
  * The program that a provider may ship beside its library to look at its appliances without changing them:
  * <provider>-inspect, in the library's own folder for a provider that is given by path, else in ../libexec/obzx seen
- * from the folder of fictl.
+ * from the folder of fictl. Each call waits for its end; used by one thread. None throws but std::bad_alloc.
  */
 class CInspector
 {

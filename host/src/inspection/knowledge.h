@@ -8,8 +8,8 @@
 namespace fictl {
 
 /**
- * What one command knows of the appliances. It looks when it is asked to, and says once for each guard that could not
- * be applied, so that a user knows what was not looked at.
+ * What one command knows of the appliances: it keeps what its last look has found. A check that could not be made for
+ * want of knowledge is told to the user, once. Used by one thread; a look waits for the inspector.
  */
 class CKnowledge
 {

@@ -41,7 +41,7 @@ std::vector<size_t> widthsOf(const Rows& rows)
     return widths;
 }
 
-// Takes from the widest column what the lines are too long by, as long as it stays readable.
+// Narrows the widest column by what the lines are too long, but not below what can be read.
 void fit(std::vector<size_t>& widths, size_t lineWidth)
 {
     constexpr size_t READABLE = 8;

@@ -20,7 +20,7 @@ CNode::CNode(CProvider& provider, const std::string& name)
 CNode::~CNode()
 {
     if (m_attached) m_provider.call().deinit_node(&m_record);
-    // An import leaves a new identity in the record; the first one stayed ours.
+    // An import puts an identity of its own into the record; the first one is still to be freed here.
     if (m_record.identity != m_ownIdentity) obzx_free_objid(m_record.identity);
     obzx_free_objid(m_ownIdentity);
 }

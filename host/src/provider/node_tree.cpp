@@ -51,7 +51,7 @@ SOffer notClaimed(const char* reason)
 
 CNodeTree::~CNodeTree()
 {
-    // Devices first: a group's entry at the provider goes with the group.
+    // Devices first: they need what the provider keeps of their groups.
     m_devices.clear();
     m_groups.clear();
 }

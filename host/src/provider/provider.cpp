@@ -6,7 +6,7 @@ namespace fictl {
 
 namespace {
 
-// A provider that keeps failing must not fill the memory; the first messages are the telling ones.
+// A provider that keeps failing must not fill the memory; the first messages tell most.
 constexpr size_t MOST_MESSAGES = 1000;
 
 }  // namespace

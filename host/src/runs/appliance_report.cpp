@@ -22,7 +22,7 @@ bool isBlank(char c)
     return std::isspace(static_cast<unsigned char>(c)) != 0;
 }
 
-// A line of a script as it was meant: blanks between words count once, those in a name all.
+// A line of a script with one blank between its words; those within a name stay.
 std::string scriptLine(std::string_view line)
 {
     std::string text;

@@ -28,7 +28,7 @@ struct SApplianceReport
 SApplianceReport reportOf(SRuns runs, std::vector<std::string> messages);
 
 /// True when nothing else can have happened than that the appliance has the checkpoint and its image no more, see
-/// confirmsDeletion in appliance_answer.h.
+/// confirmsDeletion in host/src/runs/appliance_answer.h.
 bool confirmsDeletion(const SApplianceReport& report, const std::string& appliance, const std::string& group,
                       const std::string& checkpoint);
 

@@ -93,7 +93,7 @@ class CRunLog
     /**
      * While it is on, a command to a server that has let an earlier one run into its time limit is cancelled as soon as
      * it has started, and not kept: a silent appliance costs one limit, and the command that it let wait is the one to
-     * name. For a row of questions only, none of which may change anything.
+     * name. Only for commands that change nothing.
      */
     void spareSilentServers(bool spare);
 

@@ -46,7 +46,7 @@ void CCopyGuard::requireUnused(const GroupKey& group)
     std::vector<std::string> paths;
     for (const SDevice* device : m_snapshot.devicesOf(group)) {
         if (device->importPath.empty()) continue;
-        // The name may have passed on to another disk; what that one is used for is its own affair.
+        // The path may show another disk by now, whose use is no reason to refuse.
         const SInspection* const seen = m_knowledge.seen();
         if (seen != nullptr && seen->showsAnother(device->importPath, device->importSerial)) continue;
         devices.push_back(device);

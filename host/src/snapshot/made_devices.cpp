@@ -18,7 +18,7 @@ void markMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeRe
         try {
             device.state = nodes[i]->state();
         } catch (const EFictl& error) {
-            // The copy is there and the record written before it names it well enough.
+            // The copy is there, and the state that was recorded before make names it well enough.
             CProgress::warn(error.what());
         }
     }

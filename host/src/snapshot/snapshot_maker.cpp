@@ -34,7 +34,7 @@ void tellEarlyThaw(const SThawed& thawed, SMakeResult& result)
     if (thawed.cause == EThaw::STOPPED) {
         result.cutShort = "stopped by a signal: " + what;
         result.cutShortExit = EExit::STOPPED;
-        // Who stops fictl wants it gone: what is asked from here on, to settle what was made, has to be answered soon.
+        // fictl was asked to stop: what settles the snapshot from here on has to be answered soon.
         obzx_set_run_limit(static_cast<uint64_t>(SETTLING_SECONDS.count()));
         result.cutShortNext = "run the command again";
     } else if (thawed.cause == EThaw::TIMED_OUT) {
