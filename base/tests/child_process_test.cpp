@@ -34,6 +34,7 @@ using base::CChildProcess;
 using base_test::CNoDescriptorLeft;
 using base_test::CScript;
 using base_test::goesAway;
+using base_test::isCollected;
 using base_test::isGone;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
@@ -52,11 +53,6 @@ void waitForEnd(CChildProcess& process)
         pollfd watched[] = {{process.descriptor(), POLLIN, 0}};
         base::pollUntil(watched, process.lookAt());
     }
-}
-
-bool isCollected(pid_t pid)
-{
-    return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
 
 // With a descriptor that tells the end of the process, and without one.

@@ -1,7 +1,9 @@
 #pragma once
 
-#include <sys/types.h>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <cerrno>
 
 #include "base/process_stat.h"
 
@@ -22,6 +24,12 @@ inline bool goesAway(pid_t pid)
         ::usleep(1000);
     }
     return true;
+}
+
+/// Whether a child's status was taken.
+inline bool isCollected(pid_t child)
+{
+    return ::waitpid(child, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
 
 }  // namespace base_test

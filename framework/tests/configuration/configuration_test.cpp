@@ -33,6 +33,19 @@ class Configuration : public obzx_test::CScratch
         }
         return CFiStringTool::tstr2str(found);
     }
+    /// One value that is looked for, and what is found.
+    struct SFound
+    {
+        const char* section;
+        const char* name;
+        const char* value;
+    };
+    static void expectValues(std::initializer_list<SFound> found)
+    {
+        for (const SFound& each : found) {
+            EXPECT_EQ(value(each.section, each.name), each.value) << each.section << "/" << each.name;
+        }
+    }
     static long number(const std::string& name)
     {
         CFiConfiguration store("unit");
@@ -49,42 +62,40 @@ class Configuration : public obzx_test::CScratch
 TEST_F(Configuration, ReadsValuesOfTheOpenSection)
 {
     configure("[FIRST]\nNAME=a\n[SECOND]\nNAME=b\nOTHER=c\n");
-    EXPECT_EQ(value("FIRST", "NAME"), "a");
-    EXPECT_EQ(value("SECOND", "NAME"), "b");
-    EXPECT_EQ(value("SECOND", "OTHER"), "c");
-    EXPECT_EQ(value("FIRST", "OTHER"), "<none>");
-    EXPECT_EQ(value("THIRD", "NAME"), "<none>");
+    expectValues({{"FIRST", "NAME", "a"},
+                  {"SECOND", "NAME", "b"},
+                  {"SECOND", "OTHER", "c"},
+                  {"FIRST", "OTHER", "<none>"},
+                  {"THIRD", "NAME", "<none>"}});
 }
 
 TEST_F(Configuration, QuotesAndBlanksAroundAValueDoNotBelongToIt)
 {
     configure(
         "# a comment\n; another\n\n  [S]  \n\tPLAIN =  /opt/a b/  \nQUOTED = \" /opt/a b \"\nEMPTY=\nCR=x\r\nEQ=a=b\n");
-    EXPECT_EQ(value("S", "PLAIN"), "/opt/a b/");
-    EXPECT_EQ(value("S", "QUOTED"), " /opt/a b ");
-    EXPECT_EQ(value("S", "EMPTY"), "");
-    EXPECT_EQ(value("S", "CR"), "x");
-    EXPECT_EQ(value("S", "EQ"), "a=b");
+    expectValues({{"S", "PLAIN", "/opt/a b/"},
+                  {"S", "QUOTED", " /opt/a b "},
+                  {"S", "EMPTY", ""},
+                  {"S", "CR", "x"},
+                  {"S", "EQ", "a=b"}});
 }
 
 TEST_F(Configuration, NamesAreExact)
 {
     configure("[First]\nName=a\nNAME=b\n[FIRST]\nOther=c\n");
-    EXPECT_EQ(value("First", "Name"), "a");
-    EXPECT_EQ(value("First", "NAME"), "b");
-    EXPECT_EQ(value("First", "name"), "<none>");
-    EXPECT_EQ(value("First", "Other"), "<none>");
-    EXPECT_EQ(value("FIRST", "Other"), "c");
-    EXPECT_EQ(value("FIRST", "OTHER"), "<none>");
-    EXPECT_EQ(value("first", "Other"), "<none>");
+    expectValues({{"First", "Name", "a"},
+                  {"First", "NAME", "b"},
+                  {"First", "name", "<none>"},
+                  {"First", "Other", "<none>"},
+                  {"FIRST", "Other", "c"},
+                  {"FIRST", "OTHER", "<none>"},
+                  {"first", "Other", "<none>"}});
 }
 
 TEST_F(Configuration, SectionMayComeAgainAndTheLastOfSeveralValuesCounts)
 {
     configure("[S]\nA=1\nB=1\n[T]\nA=2\n[S]\nA=3\n");
-    EXPECT_EQ(value("S", "A"), "3");
-    EXPECT_EQ(value("S", "B"), "1");
-    EXPECT_EQ(value("T", "A"), "2");
+    expectValues({{"S", "A", "3"}, {"S", "B", "1"}, {"T", "A", "2"}});
 }
 
 TEST_F(Configuration, TellsWhereItLiesAndOnWhichLineAValueStands)
@@ -249,9 +260,7 @@ TEST_F(Configuration, LineThatCannotBeReadCostsThatLineAndNothingElse)
 TEST_F(Configuration, ValueBeforeTheFirstSectionCannotBeRead)
 {
     configure("A=1\n# comment\n\nB=2\n[S]\nA=3");
-    EXPECT_EQ(value("S", "A"), "3");
-    EXPECT_EQ(value("S", "B"), "<none>");
-    EXPECT_EQ(value("", "A"), "<none>");
+    expectValues({{"S", "A", "3"}, {"S", "B", "<none>"}, {"", "A", "<none>"}});
     const CFiConfiguration store("unit");
     ASSERT_EQ(store.unreadableLines().size(), 2u);
     EXPECT_EQ(store.unreadableLines().front().m_line, 1);

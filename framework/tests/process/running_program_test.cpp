@@ -1,19 +1,20 @@
 #include "framework/src/process/running_program.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <cerrno>
 #include <csignal>
 #include <memory>
 
 #include "base/tests/no_descriptor_left.h"
+#include "base/tests/process_end.h"
 #include "framework/src/process/process_spawn.h"
 
 namespace {
 
 using namespace obzx_pdk_4_4;
 using base_test::CNoDescriptorLeft;
+using base_test::isCollected;
 using Clock = CRunningProgram::Clock;
 
 // Its output stays open with the result.
@@ -23,11 +24,6 @@ SSpawned start(const char* what, const char* argument = "")
     const int status = spawnProcess({{EXEC_CHILD, what, argument}, "", "", ""}, spawned);
     EXPECT_EQ(status, 0);
     return spawned;
-}
-
-bool isCollected(pid_t pid)
-{
-    return ::waitpid(pid, nullptr, WNOHANG) == -1 && errno == ECHILD;
 }
 
 // With a descriptor that tells the end of the program, and without one.

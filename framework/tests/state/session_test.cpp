@@ -140,6 +140,39 @@ TEST(Session, MarksAllNodesPrepared)
     EXPECT_THAT(session.getSplitNodeList(PHASE_PREPARE), IsEmpty());
 }
 
+TEST(Session, HandsEachMadeNodeOutOnce)
+{
+    CFiSession session;
+    CSplitNodes nodes({"c", "b", "a"});
+    session.addNodes(nodes.list(), 3);
+    for (const char* name : {"c", "a"}) {
+        session.update(name, [](CFiSplitNode& node) { node.m_makeDone = 1; });
+    }
+    std::vector<std::string> taken;
+    const auto take = [&](const std::vector<CFiSplitNode*>& made) {
+        for (const CFiSplitNode* node : made) {
+            taken.emplace_back(node->m_name.c_str());
+        }
+        return true;
+    };
+    EXPECT_TRUE(session.takeMade(take));
+    EXPECT_TRUE(session.takeMade(take));
+    EXPECT_THAT(taken, ElementsAre("a", "c"));
+    EXPECT_THAT(namesOf(session.getSplitNodeList(PHASE_UPDATE)), ElementsAre("b"));
+}
+
+TEST(Session, KeepsMadeNodesThatWereNotTaken)
+{
+    CFiSession session;
+    CSplitNodes nodes({"a"});
+    session.addNodes(nodes.list(), 1);
+    session.update("a", [](CFiSplitNode& node) { node.m_makeDone = 1; });
+    EXPECT_FALSE(session.takeMade([](const std::vector<CFiSplitNode*>&) { return false; }));
+    const auto fail = [](const std::vector<CFiSplitNode*>&) -> bool { throw std::bad_alloc(); };
+    EXPECT_THROW(session.takeMade(fail), std::bad_alloc);
+    EXPECT_THAT(namesOf(session.getSplitNodeList(PHASE_UPDATE)), ElementsAre("a"));
+}
+
 struct SPhaseCase
 {
     int phase;
