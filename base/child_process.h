@@ -16,8 +16,6 @@ struct SExitStatus
     bool held = false;  ///< it was killed and has not ended: the kernel holds it
     int exit = 0;       ///< exit status; 0 for one that did not exit by itself
     int signal = 0;     ///< that killed it; 0 for none
-
-    bool isSuccess() const { return !lost && !held && exit == 0 && signal == 0; }
 };
 
 /**
