@@ -4,6 +4,9 @@ if(BUILD_TESTING)
   include(GoogleTest)
 endif()
 
+# What is tested is optimized as it ships; the tests themselves only have to compile fast.
+set(CDPFI_TEST_OPTIONS $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-O0>)
+
 # cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS]): one GoogleTest program, one CTest entry a test.
 function(cdpfi_add_tests name)
   if(NOT BUILD_TESTING)
@@ -16,11 +19,23 @@ function(cdpfi_add_tests name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gmock GTest::gtest_main)
   target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
-  # What is tested is optimized as it ships; the tests themselves only have to compile fast.
-  target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-U_FORTIFY_SOURCE> $<$<CONFIG:Release>:-O0>)
+  target_compile_options(${name} PRIVATE ${CDPFI_TEST_OPTIONS})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tests)
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
   gtest_discover_tests(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} DISCOVERY_TIMEOUT 60)
+endfunction()
+
+# cdpfi_add_test_support(NAME SOURCES... LIBRARIES... [DEFINITIONS...]): what several test programs share, compiled once.
+# Objects, so that functions that stand before the libraries' own are found first.
+function(cdpfi_add_test_support name)
+  if(NOT BUILD_TESTING)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
+  add_library(${name} OBJECT ${arg_SOURCES})
+  target_link_libraries(${name} PUBLIC ${arg_LIBRARIES} GTest::gmock)
+  target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
+  target_compile_options(${name} PRIVATE ${CDPFI_TEST_OPTIONS})
 endfunction()
