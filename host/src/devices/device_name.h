@@ -1,11 +1,11 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace fictl {
@@ -17,7 +17,12 @@ struct SDeviceIdentity
     uint64_t place;   ///< of a file: the file system; of a device node: 0
     uint64_t number;  ///< of a file: inode; of a device node: device number, whatever node it stands in
 
-    auto operator<=>(const SDeviceIdentity&) const = default;
+    bool operator==(const SDeviceIdentity&) const = default;
+    /// Some order, for maps.
+    bool operator<(const SDeviceIdentity& other) const
+    {
+        return std::tie(kind, place, number) < std::tie(other.kind, other.place, other.number);
+    }
 };
 
 /// Nothing when there is nothing at the path.

@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <compare>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -16,6 +15,7 @@
 #include <set>
 #include <sstream>
 #include <system_error>
+#include <tuple>
 
 #include "base/file_descriptor.h"
 #include "base/file_read.h"
@@ -34,7 +34,10 @@ struct STarget
     dev_t device = 0;
     ino_t inode = 0;  // 0 for a block device: its nodes are many
 
-    auto operator<=>(const STarget&) const = default;
+    bool operator<(const STarget& other) const
+    {
+        return std::tie(isBlock, device, inode) < std::tie(other.isBlock, other.device, other.inode);
+    }
 };
 
 STarget targetOf(const struct stat& status)
