@@ -69,10 +69,11 @@ class CCopiesInUseTest : public CFictlTest
     }
 
     /// The state of the record, or who uses a copy, does not allow it.
-    static void expectRefused(const SRun& run, const std::string& message)
+    static void expectRefused(const SRun& run, const std::string& message, const std::string& next)
     {
         EXPECT_EQ(run.exit, 5);
         EXPECT_EQ(run.message(), message);
+        EXPECT_EQ(run.next(), next);
     }
     std::string imageName() const
     {
@@ -89,10 +90,11 @@ TEST_F(CCopiesInUseTest, ASecondHostIsToldWhoHasTheImageAndNeverToDelete)
     carry();
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "import", "s"});
-    expectRefused(run, "snapshot \"s\": time image " + imageName() +
-                           " of group \"g1\" of appliance \"ap1\" is granted to host \"there\"; a checkpoint has "
-                           "one time image");
-    EXPECT_EQ(run.next(), "fictl snapshot release s there, then fictl snapshot import s here");
+    expectRefused(run,
+                  "snapshot \"s\": time image " + imageName() +
+                      " of group \"g1\" of appliance \"ap1\" is granted to host \"there\"; a checkpoint has "
+                      "one time image",
+                  "fictl snapshot release s there, then fictl snapshot import s here");
     EXPECT_EQ(state("s"), "complete");
     EXPECT_EQ(objects().size(), 4U);
 }
@@ -102,12 +104,12 @@ TEST_F(CCopiesInUseTest, TheHostThatMadeItDoesNotDeleteWhatAnotherHasImported)
     carry();
     ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
     const SRun run = fictlJson({"snapshot", "delete", "s"});
-    expectRefused(run, "snapshot \"s\": time image " + imageName() +
-                           " of group \"g1\" of appliance \"ap1\" is granted to host \"there\" and not imported "
-                           "by this record; nothing was deleted");
-    EXPECT_EQ(run.next(),
-              "give it back there with fictl snapshot release s, or add --even-if-in-use here to take it "
-              "away from there");
+    expectRefused(run,
+                  "snapshot \"s\": time image " + imageName() +
+                      " of group \"g1\" of appliance \"ap1\" is granted to host \"there\" and not imported "
+                      "by this record; nothing was deleted",
+                  "give it back there with fictl snapshot release s, or add --even-if-in-use here to take it "
+                  "away from there");
     EXPECT_EQ(state("s"), "complete");
     EXPECT_EQ(objects().size(), 4U);
 
@@ -234,7 +236,8 @@ TEST_F(CCopiesInUseTest, WhereNothingCanBeAskedAnExportedRecordNeedsTheOverride)
     expectRefused(
         run,
         "snapshot \"s\": another host has its record, and whether a copy of group \"g1\" of appliance \"ap1\" is "
-        "in use there is not known (provider \"fakefi\" ships no inspector); nothing was deleted");
+        "in use there is not known (provider \"fakefi\" ships no inspector); nothing was deleted",
+        "mend that and run the command again, or add --even-if-in-use to go on without knowing");
     EXPECT_EQ(objects().size(), 2U);
     EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
     EXPECT_TRUE(objects().empty());
