@@ -44,7 +44,7 @@ using ERest = CChildProcess::ERest;
 constexpr const char* HANG = "echo ready; exec sleep 60";
 constexpr const char* STUBBORN = "trap '' TERM; echo ready; sleep 60; sleep 60";
 // Each tells the id of one that it leaves in the background.
-constexpr const char* LEADER_OF_STUBBORN = "(trap '' TERM; exec sleep 60) & trap 'exit 4' TERM; echo $!; wait";
+constexpr const char* LEADER_OF_STUBBORN = "trap '' TERM; sleep 60 & trap 'exit 4' TERM; echo $!; wait";
 constexpr const char* LEAVES_SLEEPER = "sleep 60 >/dev/null 2>&1 & echo $!";
 
 void waitForEnd(CChildProcess& process)

@@ -230,14 +230,15 @@ TEST_F(CGuardianTest, IsRefusedInWordsWhenTheSystemAllowsNoFurtherDescriptor)
 {
     const int status = inProcess([] {
         // Only a second one is asked for here: nothing below uses the first.
-        rlimit few{};
-        getrlimit(RLIMIT_NOFILE, &few);
-        few.rlim_cur = 3;
+        rlimit former{};
+        getrlimit(RLIMIT_NOFILE, &former);
+        const rlimit few{3, former.rlim_max};
         setrlimit(RLIMIT_NOFILE, &few);
         try {
             const CGuardian second;
             _exit(1);
         } catch (const EFictl& error) {
+            setrlimit(RLIMIT_NOFILE, &former);
             const std::string expected =
                 "the guardian process, without which nothing is begun, cannot be started: no socket: Too many open "
                 "files";

@@ -217,6 +217,7 @@ TEST_F(RunCancel, KillsAProgramThatIgnoresTermination)
     EXPECT_GE(ends()[0].duration, 5000u * 1000 * 1000);
 }
 
+#ifndef __SANITIZE_ADDRESS__  // the checks that are built along with it open a pipe to look at an object
 TEST_F(RunCancel, WorksForAHostWithoutADescriptorLeft)
 {
     struct SHost
@@ -241,6 +242,7 @@ TEST_F(RunCancel, WorksForAHostWithoutADescriptorLeft)
     EXPECT_EQ(runner.join(), EXEC_TIMED_OUT);
     EXPECT_EQ(host.stopped, OBZX_RUN_STOPPED_BY_CANCEL);
 }
+#endif
 
 TEST_F(RunCancel, MayComeFromASignalHandlerOfTheThreadThatWaits)
 {
