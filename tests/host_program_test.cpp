@@ -199,8 +199,11 @@ class HostProgram : public testing::Test
     {
         ASSERT_NO_FATAL_FAILURE(start());
         ASSERT_NO_FATAL_FAILURE(nameTimeImage(process));
-        m_copy.identity = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+        obzx_objid* const offered = obzx_get_objid(name.c_str(), 0, OBZ_OBJID_TYPE_DEVICE);
+        m_copy.identity = offered;
         ASSERT_EQ(import(), OBZ_OK);
+        ASSERT_NE(m_copy.identity, offered);
+        obzx_free_objid(offered);  // who offers an identity frees it when another one takes its place
         EXPECT_NE(m_copy.identity->name, name) << "the path that shows the image";
         EXPECT_EQ(contentOf(m_copy.identity->name), m_before);
         EXPECT_NE(contentOf(m_site.device("vault", "data")), m_before);

@@ -226,19 +226,19 @@ TEST_F(CGuardianTest, IsEndedThoughItIsHeld)
     EXPECT_TRUE(WIFEXITED(status));
 }
 
+#ifndef __SANITIZE_ADDRESS__  // the checks that are built along with it open a pipe to look at an object
 TEST_F(CGuardianTest, IsRefusedInWordsWhenTheSystemAllowsNoFurtherDescriptor)
 {
     const int status = inProcess([] {
         // Only a second one is asked for here: nothing below uses the first.
-        rlimit former{};
-        getrlimit(RLIMIT_NOFILE, &former);
-        const rlimit few{3, former.rlim_max};
+        rlimit few{};
+        getrlimit(RLIMIT_NOFILE, &few);
+        few.rlim_cur = 3;
         setrlimit(RLIMIT_NOFILE, &few);
         try {
             const CGuardian second;
             _exit(1);
         } catch (const EFictl& error) {
-            setrlimit(RLIMIT_NOFILE, &former);
             const std::string expected =
                 "the guardian process, without which nothing is begun, cannot be started: no socket: Too many open "
                 "files";
@@ -248,6 +248,7 @@ TEST_F(CGuardianTest, IsRefusedInWordsWhenTheSystemAllowsNoFurtherDescriptor)
     ASSERT_TRUE(WIFEXITED(status));
     EXPECT_EQ(WEXITSTATUS(status), 42);
 }
+#endif
 
 TEST(FreezeOrder, ComesBackAsItWentWhateverStandsInIt)
 {

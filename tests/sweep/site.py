@@ -91,6 +91,8 @@ class Site:
 
     def start(self, host, words, **extra):
         """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too."""
+        # A program that is built with the address sanitizer would refuse a library that comes before the sanitizer's.
+        extra.setdefault("ASAN_OPTIONS", "verify_asan_link_order=0")
         preload = [str(self.libraries / "libopen_at_exit.so"), extra.pop("LD_PRELOAD", "")]
         environment = self.environment | {"OBZX_ROOT": str(self.folder / host), "LD_PRELOAD": ":".join(preload)} | extra
         return subprocess.Popen([self.bin / "fictl", "--output", "json", *words], env=environment, text=True,
