@@ -88,13 +88,13 @@ std::unique_ptr<icu::Collator> makeCollator()
 
 int collate(std::string_view a, std::string_view b)
 {
-    static const std::unique_ptr<icu::Collator> COLLATOR = makeCollator();
-    if (COLLATOR == nullptr) return 0;
+    static const std::unique_ptr<icu::Collator> collator = makeCollator();
+    if (collator == nullptr) return 0;
     UErrorCode status = U_ZERO_ERROR;
     const auto piece = [](std::string_view text) {
         return icu::StringPiece(text.data(), static_cast<int32_t>(text.size()));
     };
-    const UCollationResult result = COLLATOR->compareUTF8(piece(a), piece(b), status);
+    const UCollationResult result = collator->compareUTF8(piece(a), piece(b), status);
     return U_FAILURE(status) ? 0 : static_cast<int>(result);
 }
 
