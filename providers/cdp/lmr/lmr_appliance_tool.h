@@ -32,7 +32,6 @@ class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virt
 
   private:
     bool isSendable(const CString& server, const CString& command) const;
-    bool writeScript(const std::string& file, const CString& server, const CString& command) const;
 
     SLMRCliPath m_shell;
     std::map<CString, CString> m_settings;  // reserved for settings of the shell
