@@ -2,8 +2,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 
+#include "base/sqlite.h"
 #include "host/tests/fictl_fixture.h"
 
 namespace {
@@ -19,6 +21,13 @@ void execSql(const std::string& path, const char* sql)
     ASSERT_EQ(sqlite3_open(path.c_str(), &db), SQLITE_OK);
     EXPECT_EQ(sqlite3_exec(db, sql, nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(db);
     sqlite3_close(db);
+}
+
+std::string textOf(const std::string& path, const char* sql)
+{
+    const base::CSqliteDatabase database(path, SQLITE_OPEN_READONLY, std::chrono::seconds(1));
+    base::CSqliteQuery row(database, sql);
+    return row.next() ? row.text(0) : "no row";
 }
 
 TEST_F(CFictlTest, AnEmptyCatalogListsNothing)
@@ -60,6 +69,49 @@ TEST_F(CFictlTest, ACatalogOfAnotherLayoutIsRefused)
     EXPECT_EQ(run.exit, 11);
     EXPECT_EQ(run.document()["error"]["code"], "catalog");
     EXPECT_NE(run.err.find("not a catalog of this fictl (layout 3, this fictl reads 2)"), std::string::npos) << run.err;
+}
+
+TEST_F(CFictlTest, ACatalogFromBeforeItsIndexGetsItAndKeepsItsRecords)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+    const std::string before = fictl({"snapshot", "list"}).out;
+    execSql(catalogOf(m_root), "DROP INDEX snapshot_by_checkpoint");
+    EXPECT_EQ(fictl({"snapshot", "list"}).out, before);
+    // Fails unless the index is there again.
+    execSql(catalogOf(m_root), "SELECT name FROM snapshot INDEXED BY snapshot_by_checkpoint WHERE checkpoint = ''");
+}
+
+TEST_F(CFictlTest, ACatalogOfTheFirstLayoutIsBroughtUpToDate)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "made", "/dev/fake1", "/dev/fake4"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "create", "seen", "/dev/fake3"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "import", "seen"}).exit, 0);
+    const std::string before = fictl({"snapshot", "list"}).out;
+    execSql(catalogOf(m_root),
+            "DROP INDEX snapshot_by_checkpoint;"
+            "ALTER TABLE snapshot DROP COLUMN exported; ALTER TABLE snapshot DROP COLUMN pid_namespace;"
+            "ALTER TABLE snapshot DROP COLUMN owner_lock; ALTER TABLE device DROP COLUMN import_serial;"
+            "ALTER TABLE device DROP COLUMN image_asked; PRAGMA user_version = 1");
+    EXPECT_EQ(fictl({"snapshot", "list"}).out, before);
+    execSql(catalogOf(m_root), "SELECT name FROM snapshot INDEXED BY snapshot_by_checkpoint WHERE checkpoint = ''");
+    EXPECT_EQ(textOf(catalogOf(m_root), "SELECT group_concat(name || exported, ' ') FROM snapshot"), "made1 seen1");
+    EXPECT_EQ(textOf(catalogOf(m_root), "SELECT group_concat(snapshot || image_asked, ' ') FROM device"),
+              "made0 made0 seen1");
+}
+
+TEST_F(CFictlTest, ARowOfNoSnapshotIsNoSnapshotsDevice)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "b", "/dev/fake1"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "create", "d", "/dev/fake3"}).exit, 0);
+    const std::string before = fictl({"snapshot", "list"}).out;
+    for (const std::string name : {"a", "c", "e"}) {
+        execSql(catalogOf(m_root), ("INSERT INTO device SELECT '" + name +
+                                    "', 0, source, node, target, made, import_path, appliance_type, appliance, cgroup, "
+                                    "time_image, checkpoint, serial, import_serial, image_asked FROM device "
+                                    "WHERE snapshot = 'b'")
+                                       .c_str());
+    }
+    EXPECT_EQ(fictl({"snapshot", "list"}).out, before);
 }
 
 TEST_F(CFictlTest, AnotherDatabaseIsRefusedAndLeftAlone)

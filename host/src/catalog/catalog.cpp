@@ -49,6 +49,11 @@ PRAGMA user_version = 2;
 )";
 static_assert(APPLICATION_ID == 1718182772, "written out in the schema");
 
+// Whether a checkpoint's name is in use is asked before each creation. Layout 2 had no index for it at first; a fictl
+// that does not know it needs nothing of it, and keeps it up to date all the same: the layout stays what it is.
+constexpr const char* HAS_INDEX = "SELECT count(*) FROM sqlite_schema WHERE name = 'snapshot_by_checkpoint'";
+constexpr const char* ADD_INDEX = "CREATE INDEX snapshot_by_checkpoint ON snapshot (checkpoint)";
+
 int64_t pragma(const base::CSqliteDatabase& database, const char* sql)
 {
     base::CSqliteQuery query(database, sql);
@@ -86,29 +91,44 @@ SSnapshot readSnapshot(const base::CSqliteQuery& row)
     return snapshot;
 }
 
-void readDevices(const base::CSqliteDatabase& database, SSnapshot& snapshot)
+constexpr const char* DEVICE_COLUMNS =
+    "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, checkpoint, "
+    "serial, import_serial, image_asked, snapshot FROM device ";
+constexpr int SNAPSHOT_OF_DEVICE = 13;
+
+SDevice readDevice(const base::CSqliteQuery& row)
 {
-    base::CSqliteQuery row(database,
-                           "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, "
-                           "time_image, checkpoint, serial, import_serial, image_asked FROM device "
-                           "WHERE snapshot = ? ORDER BY position",
-                           snapshot.name);
-    while (row.next()) {
-        SDevice device;
-        device.source = row.text(0);
-        device.node = row.text(1);
-        device.target = row.text(2);
-        device.made = static_cast<EMade>(row.integer(3));
-        device.importPath = row.text(4);
-        device.state = {.applianceType = row.text(5),
-                        .applianceName = row.text(6),
-                        .consistencyGroup = row.text(7),
-                        .timeImage = row.text(8),
-                        .checkPointName = row.text(9),
-                        .serialNo = row.text(10)};
-        device.importSerial = row.text(11);
-        device.imageAsked = row.integer(12) != 0;
-        snapshot.devices.push_back(std::move(device));
+    SDevice device;
+    device.source = row.text(0);
+    device.node = row.text(1);
+    device.target = row.text(2);
+    device.made = static_cast<EMade>(row.integer(3));
+    device.importPath = row.text(4);
+    device.state = {.applianceType = row.text(5),
+                    .applianceName = row.text(6),
+                    .consistencyGroup = row.text(7),
+                    .timeImage = row.text(8),
+                    .checkPointName = row.text(9),
+                    .serialNo = row.text(10)};
+    device.importSerial = row.text(11);
+    device.imageAsked = row.integer(12) != 0;
+    return device;
+}
+
+// The devices of snapshots in the order of their names, in one pass: a query for each would take longer to prepare than
+// to run.
+void readDevices(const base::CSqliteDatabase& database, std::vector<SSnapshot>& snapshots)
+{
+    base::CSqliteQuery row(database, (std::string(DEVICE_COLUMNS) + "ORDER BY snapshot, position").c_str());
+    bool isThere = row.next();
+    for (SSnapshot& snapshot : snapshots) {
+        // A row of no snapshot is one that somebody else wrote.
+        while (isThere && row.text(SNAPSHOT_OF_DEVICE) < snapshot.name) {
+            isThere = row.next();
+        }
+        for (; isThere && row.text(SNAPSHOT_OF_DEVICE) == snapshot.name; isThere = row.next()) {
+            snapshot.devices.push_back(readDevice(row));
+        }
     }
 }
 
@@ -162,28 +182,32 @@ CCatalog::CCatalog() : m_path(prepareCatalogFile()), m_lock(m_path + "-owners")
     });
 }
 
+bool CCatalog::isPrepared() const
+{
+    return pragma(*m_database, "PRAGMA user_version") == VERSION &&
+           pragma(*m_database, "PRAGMA application_id") == APPLICATION_ID && pragma(*m_database, HAS_INDEX) == 1;
+}
+
 void CCatalog::prepareSchema()
 {
-    if (pragma(*m_database, "PRAGMA user_version") == VERSION &&
-        pragma(*m_database, "PRAGMA application_id") == APPLICATION_ID) {
-        return;
-    }
+    if (isPrepared()) return;
     base::CSqliteTransaction transaction(*m_database, WRITE);
     // Another process may have created or changed the tables meanwhile.
+    if (isPrepared()) return;
     const int64_t version = pragma(*m_database, "PRAGMA user_version");
     const int64_t id = pragma(*m_database, "PRAGMA application_id");
-    if (version == VERSION && id == APPLICATION_ID) return;
     const bool isEmpty = pragma(*m_database, "SELECT count(*) FROM sqlite_schema") == 0;
     if (version == 1 && id == APPLICATION_ID) {
         m_database->execute(FROM_VERSION_1);
     } else if (version == 0 && id == 0 && isEmpty) {
         m_database->execute(SCHEMA);
-    } else {
+    } else if (version != VERSION || id != APPLICATION_ID) {
         throw EFictl(EExit::CATALOG,
                      "catalog " + m_path + ": not a catalog of this fictl (layout " + std::to_string(version) +
                          ", this fictl reads " + std::to_string(VERSION) + ")",
                      "use the fictl that wrote it, or move the file away");
     }
+    m_database->execute(ADD_INDEX);
     transaction.commit();
 }
 
@@ -199,9 +223,7 @@ std::vector<SSnapshot> CCatalog::list()
                 snapshots.push_back(readSnapshot(row));
             }
         }
-        for (SSnapshot& snapshot : snapshots) {
-            readDevices(*m_database, snapshot);
-        }
+        readDevices(*m_database, snapshots);
         transaction.commit();
         return snapshots;
     });
@@ -212,13 +234,29 @@ std::optional<SSnapshot> CCatalog::find(const std::string& name)
     base::CSqliteQuery row(*m_database, (std::string(SNAPSHOT_COLUMNS) + "WHERE name = ?").c_str(), name);
     if (!row.next()) return std::nullopt;
     SSnapshot snapshot = readSnapshot(row);
-    readDevices(*m_database, snapshot);
+    base::CSqliteQuery device(*m_database,
+                              (std::string(DEVICE_COLUMNS) + "WHERE snapshot = ? ORDER BY position").c_str(), name);
+    while (device.next()) {
+        snapshot.devices.push_back(readDevice(device));
+    }
     return snapshot;
 }
 
 bool CCatalog::has(const std::string& name)
 {
-    return guarded("read", [&] { return find(name).has_value(); });
+    return guarded(
+        "read", [&] { return base::CSqliteQuery(*m_database, "SELECT 1 FROM snapshot WHERE name = ?", name).next(); });
+}
+
+std::vector<std::string> CCatalog::checkpoints()
+{
+    return guarded("read", [this] {
+        std::vector<std::string> names;
+        for (base::CSqliteQuery row(*m_database, "SELECT DISTINCT checkpoint FROM snapshot"); row.next();) {
+            names.push_back(row.text(0));
+        }
+        return names;
+    });
 }
 
 SSnapshot CCatalog::get(const std::string& name)

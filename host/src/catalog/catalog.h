@@ -31,6 +31,8 @@ class CCatalog
     std::vector<SSnapshot> list();
     SSnapshot get(const std::string& name);
     bool has(const std::string& name);
+    /// Names of the checkpoints of all records, each once.
+    std::vector<std::string> checkpoints();
 
     /// Enters a new record. Throws EFictl (EXISTS) when the name is taken, saying how.
     void insert(const SSnapshot& snapshot);
@@ -60,6 +62,7 @@ class CCatalog
   private:
     template <class Work>
     auto guarded(const char* doing, Work work);
+    bool isPrepared() const;
     void prepareSchema();
     std::optional<SSnapshot> find(const std::string& name);
     void write(const SSnapshot& snapshot);

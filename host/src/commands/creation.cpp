@@ -59,8 +59,8 @@ void CSnapshotCreation::refuseEarly()
 void CSnapshotCreation::goOnElsewhere(const SInspection* seen)
 {
     SNameInUse inUse;
-    for (const SSnapshot& other : m_catalog.list()) {
-        addProcessOf(other.checkpoint, inUse.ids);
+    for (const std::string& checkpoint : m_catalog.checkpoints()) {
+        addProcessOf(checkpoint, inUse.ids);
     }
     for (const GroupKey& key : m_record.groups()) {
         const SInspectedGroup* const group = seen == nullptr ? nullptr : seen->group(key);
