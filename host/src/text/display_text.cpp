@@ -6,6 +6,7 @@
 #include <unicode/utf8.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <memory>
 
 namespace fictl {
@@ -102,6 +103,10 @@ int collate(std::string_view a, std::string_view b)
 
 size_t displayWidth(std::string_view text)
 {
+    // Most texts are plain ones, for which asking what each character is would take most of the time of a long table.
+    if (std::ranges::all_of(text, [](char character) { return character >= ' ' && character <= '~'; })) {
+        return text.size();
+    }
     size_t width = 0;
     for (CPlaces places(text); !places.atEnd();) {
         width += places.next();
