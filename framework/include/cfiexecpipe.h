@@ -9,6 +9,9 @@
 
 namespace obzx_pdk_4_4 {
 
+class CFiExecAhead;
+class CProgramRun;
+
 /// Results of CFiExecPipeBase::Exec.
 enum EExecResult : int
 {
@@ -92,6 +95,12 @@ class OBZX_API CFiExecPipePosix : public CFiExecPipeBase
     /// it came, in place of what the text held; empty when nothing was started.
     int Exec(const std::string& commandLine, CFiOutputText& text, const std::string& inputFile, unsigned long timeout,
              const std::string& directory, const std::string& user, const std::string& environment);
+    /// The same for a run that was begun ahead: what is left of it is done now, and what came of it is told and traced
+    /// as that of a run begun by this call. Asked for once, on the thread that began it.
+    int Exec(CFiExecAhead& ahead, size_t begun, CFiOutputText& text);
+
+  private:
+    int finish(CProgramRun& run, CFiOutputText& text);
 };
 
 }  // namespace obzx_pdk_4_4

@@ -73,7 +73,8 @@ typedef enum obzx_run_stop
     OBZX_RUN_NOT_STOPPED = 0,
     OBZX_RUN_STOPPED_BY_LIMIT = 1,  /* result 12 */
     OBZX_RUN_STOPPED_BY_CANCEL = 2, /* result 12 */
-    OBZX_RUN_STOPPED_BY_OUTPUT = 3  /* result 13 */
+    OBZX_RUN_STOPPED_BY_OUTPUT = 3, /* result 13 */
+    OBZX_RUN_UNUSED = 4 /* result 12; it was begun ahead, and its answer was not needed: stopped unless it had ended */
 } obzx_run_stop;
 
 /*
@@ -122,8 +123,10 @@ typedef struct obzx_run
 /*
  * Told about each run that begins while it is set: once when the program was started, once when the run has ended. Of a
  * program that could not be started only the end is told. Both calls come from the thread that runs the program; those
- * of different threads come side by side. At the end the program was waited for and its descriptors are closed, so its
- * process id may be another's by then; but one that the kernel holds even against SIGKILL is given up after 10 s.
+ * of different threads come side by side. A thread may begin runs ahead of the one whose answer it waits for: the end
+ * of such a run is told when its answer is needed, or given up. At the end the program was waited for and its
+ * descriptors are closed, so its process id may be another's by then; but one that the kernel holds even against
+ * SIGKILL is given up after 10 s.
  *
  * The call is part of the run: while it lasts, the program is not watched and no time-out is kept (its time runs on
  * from the start, though). So it is to be quick, and may not run a program, call into a provider or end its thread. A
@@ -146,6 +149,10 @@ OBZX_API void obzx_set_run_observer(obzx_run_observer observer, void* context);
  * the other. May be called from a signal handler; keeps errno.
  */
 OBZX_API void obzx_cancel_runs(void);
+
+/* For an observer that was just told that a run has started: ends this run as obzx_cancel_runs would, and no other.
+ * Does nothing anywhere else. */
+OBZX_API void obzx_cancel_observed_run(void);
 
 /* A time-out in seconds for every run of this process that starts from now on, also for those whose caller and
  * MAX_TIMEOUT would allow longer; 0 takes it away. */

@@ -41,6 +41,11 @@ void obzx_set_run_observer(obzx_run_observer observer, void* context)
     obzx_pdk_4_4::CRunObserver::set(observer, context);
 }
 
+void obzx_cancel_observed_run(void)
+{
+    obzx_pdk_4_4::CRunObserver::cancelObserved();
+}
+
 void obzx_cancel_runs(void)
 {
     obzx_pdk_4_4::cancelRuns();

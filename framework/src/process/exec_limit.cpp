@@ -72,6 +72,11 @@ unsigned long capTimeout(unsigned long wanted)
     return capped(g_runLimit.load(std::memory_order_relaxed), wanted);
 }
 
+unsigned long limitOf(const CFiTraceLogPtr& traceLog, unsigned long wanted)
+{
+    return capTimeout(traceLog ? capTimeout(traceLog->getComponent(), wanted) : wanted);
+}
+
 void setRunLimit(uint64_t seconds)
 {
     g_runLimit.store(seconds, std::memory_order_relaxed);

@@ -59,10 +59,10 @@ void CProcessOutput::readRest()
     }
 }
 
-bool CProcessOutput::discard(int descriptor)
+void CProcessOutput::discard()
 {
     char buffer[DISCARD_SIZE];
-    return readBuffer(descriptor, buffer, sizeof buffer) != 0;
+    if (m_descriptor >= 0 && readBuffer(m_descriptor, buffer, sizeof buffer) == 0) m_descriptor = -1;
 }
 
 }  // namespace obzx_pdk_4_4

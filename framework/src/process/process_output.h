@@ -28,8 +28,8 @@ class CProcessOutput
     /// The first bytes of the text, at most so many.
     CFiOutputText takeText(size_t most);
 
-    /// Reads one buffer and drops it; false at the end of the output.
-    static bool discard(int descriptor);
+    /// Reads what is there, at most one buffer, and drops it.
+    void discard();
 
   private:
     size_t readSome(size_t most);

@@ -25,6 +25,7 @@ SCall* g_calls = nullptr;
 
 // A run of the observer's own must not be told to it, and one that takes itself away must not wait for itself.
 thread_local bool g_observing = false;
+thread_local bool g_isCancelAsked = false;
 
 bool isRunning(uint64_t observer)
 {
@@ -53,19 +54,20 @@ uint64_t CRunObserver::ofThread() noexcept
     return g_observing ? NONE : g_current.load(std::memory_order_acquire);
 }
 
-void CRunObserver::call(uint64_t observer, const obzx_run& run) noexcept
+bool CRunObserver::call(uint64_t observer, const obzx_run& run) noexcept
 {
     SCall running{observer, nullptr};
     obzx_run_observer function = nullptr;
     void* context = nullptr;
     {
         const std::lock_guard<std::mutex> guard(g_mutex);
-        if (g_current.load(std::memory_order_relaxed) != observer) return;
+        if (g_current.load(std::memory_order_relaxed) != observer) return false;
         function = g_function;
         context = g_context;
         running.next = g_calls;
         g_calls = &running;
     }
+    g_isCancelAsked = false;
     g_observing = true;
     try {
         function(context, &run);
@@ -74,6 +76,12 @@ void CRunObserver::call(uint64_t observer, const obzx_run& run) noexcept
     }
     g_observing = false;
     endCall(running);
+    return g_isCancelAsked;
+}
+
+void CRunObserver::cancelObserved() noexcept
+{
+    if (g_observing) g_isCancelAsked = true;
 }
 
 void CRunObserver::set(obzx_run_observer function, void* context) noexcept

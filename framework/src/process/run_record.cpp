@@ -57,13 +57,13 @@ void CRunRecord::fillInput() noexcept
     m_run.input_size = m_input.size;
 }
 
-void CRunRecord::started(pid_t process) noexcept
+bool CRunRecord::started(pid_t process) noexcept
 {
-    if (!isObserved()) return;
+    if (!isObserved()) return false;
     fillInput();
     m_run.process = process;
     m_run.phase = OBZX_RUN_STARTED;
-    CRunObserver::call(m_observer, m_run);
+    return CRunObserver::call(m_observer, m_run);
 }
 
 void CRunRecord::notStarted(int error) noexcept
@@ -71,6 +71,7 @@ void CRunRecord::notStarted(int error) noexcept
     m_isEndKnown = true;
     m_run.result = EXEC_FAILED;
     m_run.error = error;
+    stopClock();
 }
 
 void CRunRecord::ended(int result, obzx_run_stop stop, const base::SExitStatus& exit,
@@ -78,6 +79,7 @@ void CRunRecord::ended(int result, obzx_run_stop stop, const base::SExitStatus& 
 {
     if (!isObserved()) return;
     m_isEndKnown = true;
+    stopClock();
     m_run.result = result;
     m_run.stopped = stop;
     m_run.exit_status = exit.exit;
@@ -91,6 +93,18 @@ void CRunRecord::ended(int result, obzx_run_stop stop, const base::SExitStatus& 
     }
 }
 
+void CRunRecord::unused() noexcept
+{
+    m_run.result = EXEC_TIMED_OUT;
+    m_run.stopped = OBZX_RUN_UNUSED;
+}
+
+void CRunRecord::stopClock() noexcept
+{
+    m_run.duration_nanoseconds = static_cast<uint64_t>(
+        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - m_start).count());
+}
+
 CRunRecord::~CRunRecord()
 {
     if (!isObserved()) return;
@@ -98,8 +112,6 @@ CRunRecord::~CRunRecord()
     fillInput();
     m_run.output = m_output.c_str();
     m_run.output_kept = m_output.size();
-    m_run.duration_nanoseconds = static_cast<uint64_t>(
-        std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - m_start).count());
     m_run.phase = OBZX_RUN_ENDED;
     CRunObserver::call(m_observer, m_run);
 }

@@ -27,10 +27,14 @@ class CRunRecord
     /// Where the input is to be left; null when nobody is to be told.
     SInputText* inputText() noexcept { return isObserved() ? &m_input : nullptr; }
 
-    /// The program runs: tells the observer.
-    void started(pid_t process) noexcept;
+    /// The program runs: tells the observer. @return whether that asked for the run to be cancelled
+    bool started(pid_t process) noexcept;
     /// @param error errno value
     void notStarted(int error) noexcept;
+    /// Tells nothing of it, which is for a run that was not started.
+    void forget() noexcept { m_observer = 0; }
+    /// How it ended concerns nobody any more.
+    void unused() noexcept;
     /// @param result an EExecResult
     void ended(int result, obzx_run_stop stop, const base::SExitStatus& exit, const CFiOutputText& output) noexcept;
 
@@ -39,8 +43,9 @@ class CRunRecord
 
     bool isObserved() const noexcept { return m_observer != 0; }
     void fillInput() noexcept;
+    void stopClock() noexcept;
 
-    const uint64_t m_observer;
+    uint64_t m_observer;
     obzx_run m_run = {};
     std::vector<const char*> m_arguments;
     const char* m_program[2] = {"", nullptr};  // the arguments when there is no memory for more, or only a line

@@ -1,5 +1,9 @@
 #pragma once
 
+#include <poll.h>
+
+#include <span>
+
 #include "base/child_process.h"
 
 namespace obzx_pdk_4_4 {
@@ -23,20 +27,27 @@ class CRunningProgram
     bool hasEnded() { return m_process.hasEnded(); }
     const base::SExitStatus& exitStatus() const { return m_process.exitStatus(); }
 
-    /// Waits until the program has ended, the output has something to read (or its end), the run was cancelled or the
-    /// time has come; now and then returns before any of these.
-    /// @param output -1: is not watched
-    /// @param cancel null: is not watched
-    /// @return true: the output is ready
-    bool waitFor(int output, Clock::time_point until, CRunCancel* cancel = nullptr);
+    // Who waits for it, and maybe for others beside it, watches descriptors up to a point in time and tells what came
+    // of that. They become ready when the program has ended, the output has something to read (or its end) or the run
+    // was cancelled, and now and then without any of these.
 
-    /// Ends the process group: SIGTERM, after a grace of 5 s SIGKILL; takes the status. What is still written to the
-    /// output in that time is read and dropped.
-    void stop(int output);
+    static constexpr size_t WATCHED = 3;
+
+    /// @param output -1: is not watched
+    /// @param until when to look at the latest; becomes earlier where no descriptor tells
+    /// @param cancel null: is not watched
+    void watch(int output, std::span<pollfd, WATCHED> watched, Clock::time_point& until, CRunCancel* cancel);
+    /// @param isQuiet nothing that was waited for was ready
+    /// @return true: the output is ready
+    bool isOutputReady(std::span<const pollfd, WATCHED> watched, bool isQuiet, CRunCancel* cancel);
+
+    /// Waits for its end alone; may return before it.
+    void wait(Clock::time_point until);
+
+    /// Begins to end the process group: SIGTERM, after a grace of 5 s SIGKILL.
+    void stop();
 
   private:
-    void waitForEnd(int output);
-
     base::CChildProcess m_process;
     bool m_lasts = false;  // longer than it takes to open a descriptor for its end
 };

@@ -56,7 +56,7 @@ TEST_P(RunningProgram, EndIsWaitedFor)
     const auto limit = descriptors();
     CRunningProgram program(spawned.pid);
     while (!program.hasEnded()) {
-        program.waitFor(-1, Clock::now() + std::chrono::seconds(60));
+        program.wait(Clock::now() + std::chrono::seconds(60));
     }
     EXPECT_EQ(program.exitStatus().exit, 7);
 }
@@ -66,11 +66,13 @@ TEST_P(RunningProgram, WaitEndsAtItsTime)
     const SSpawned spawned = start("hang");
     const auto limit = descriptors();
     CRunningProgram program(spawned.pid);
-    EXPECT_FALSE(program.waitFor(-1, Clock::now() - std::chrono::hours(1)));
-    EXPECT_FALSE(program.waitFor(-1, Clock::now() + std::chrono::milliseconds(1)));
+    program.wait(Clock::now() - std::chrono::hours(1));
+    program.wait(Clock::now() + std::chrono::milliseconds(1));
     EXPECT_FALSE(program.hasEnded());
-    program.stop(-1);
-    EXPECT_TRUE(program.hasEnded());
+    program.stop();
+    while (!program.hasEnded()) {
+        program.wait(Clock::now() + std::chrono::seconds(60));
+    }
     EXPECT_EQ(program.exitStatus().signal, SIGTERM);
 }
 
