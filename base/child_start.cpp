@@ -157,8 +157,8 @@ CFileDescriptor openInput(const std::string& path)
     CFileDescriptor input = aboveStandard(CFileDescriptor(
         ::open(path.empty() ? "/dev/null" : path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)));
     if (!input) return {};
-    const int flags = ::fcntl(input.get(), F_GETFL);
-    if (flags < 0 || ::fcntl(input.get(), F_SETFL, flags & ~O_NONBLOCK) != 0) return {};
+    // Of the flags that can be changed only the one for not waiting is set.
+    if (::fcntl(input.get(), F_SETFL, 0) != 0) return {};
     return input;
 }
 

@@ -1,14 +1,33 @@
 #include "providers/cdp/lmr/lmr_script.h"
 
-#include <cstdio>
-#include <fstream>
+#include <fcntl.h>
+#include <unistd.h>
 
+#include <cstdio>
+
+#include "base/file_descriptor.h"
+#include "base/file_write.h"
 #include "framework/include/cfiplatformerror.h"
-#include "providers/cdp/lmr/listings/lmr_text.h"
 
 namespace cdpfi {
 
 using namespace obzx_pdk_4_4;
+
+namespace {
+
+std::string linesOf(const CString& server, const CString& command)
+{
+    std::string lines = "server ";
+    return lines.append(bytesOf(server)).append("\n").append(bytesOf(command)).append("\nexit\n");
+}
+
+// Some file systems report with the closing of a file what they could not write of it.
+bool writeAndClose(base::CFileDescriptor file, const std::string& text)
+{
+    return base::writeWhole(file.get(), text) && ::close(file.release()) == 0;
+}
+
+}  // namespace
 
 CLMRScript::CLMRScript(const CFiTraceLogPtr& traceLog)
 {
@@ -17,8 +36,17 @@ CLMRScript::CLMRScript(const CFiTraceLogPtr& traceLog)
 
 bool CLMRScript::write(const CString& server, const CString& command)
 {
+    const std::string lines = linesOf(server, command);  // what fails for lack of memory leaves no file
     m_file = CFiPlatformError::getTempFileName(nullptr, nullptr);
-    if (writeLines(server, command)) return true;
+    // The file is new and empty, and is not cut: some file systems write a file that was cut through to the disk as
+    // soon as it is closed, and its removal then takes longer than the shell.
+    base::CFileDescriptor file(::open(m_file.c_str(), O_WRONLY | O_CLOEXEC));
+    if (!file) {
+        trace(TRACE_FAILURE, "Failed to open file [%s].", m_file);
+        return true;
+    }
+    if (writeAndClose(std::move(file), lines)) return true;
+    trace(TRACE_FAILURE, "Failed to write file [%s].", m_file);
     remove();
     return false;
 }
@@ -26,22 +54,6 @@ bool CLMRScript::write(const CString& server, const CString& command)
 void CLMRScript::remove()
 {
     std::remove(m_file.c_str());
-}
-
-bool CLMRScript::writeLines(const CString& server, const CString& command) const
-{
-    // The file is truncated and closed, then opened again for writing. Some file systems write a file through to the
-    // disk that is closed by the same opening that truncated it, and its removal then takes longer than the shell.
-    std::ofstream script;
-    if (std::ofstream(m_file, std::ios::out | std::ios::trunc)) script.open(m_file, std::ios::in | std::ios::out);
-    if (!script.is_open()) {
-        trace(TRACE_FAILURE, "Failed to open file [%s].", m_file);
-        return true;
-    }
-    script << "server " << bytesOf(server) << '\n' << bytesOf(command) << '\n' << "exit\n";
-    script.close();
-    if (!script) trace(TRACE_FAILURE, "Failed to write file [%s].", m_file);
-    return !script.fail();
 }
 
 }  // namespace cdpfi

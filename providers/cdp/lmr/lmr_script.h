@@ -32,8 +32,6 @@ class CLMRScript : public obzx_pdk_4_4::CFiTraceable
     void remove();
 
   private:
-    bool writeLines(const CString& server, const CString& command) const;
-
     std::string m_file;
 };
 

@@ -1,5 +1,6 @@
 #include "providers/cdp/lmr/lmr_appliance_tool.h"
 
+#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
@@ -7,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 
@@ -26,6 +28,14 @@ class ApplianceTool : public CFakeToolTest
     ApplianceTool() { setScenario("exit 0\n"); }
 
     int run(const char* server, const char* command) { return m_tool->execLMSH(server, command, m_lines); }
+
+    /// The appliance's shell is a program of the system's shell with this text.
+    void useShell(const std::string& text)
+    {
+        root().write("tools/own", "#!/bin/sh\n" + text + "\n");
+        ::chmod((root() / "tools/own").c_str(), 0700);
+        m_tool->setShell({"own", CString((root() / "tools/").c_str())});
+    }
 
     /// What a call traces: these lines between the two of the function.
     static CLines traceOf(CLines lines)
@@ -63,15 +73,35 @@ TEST_F(ApplianceTool, CommandOfSeveralLinesIsWrittenUnchanged)
     EXPECT_EQ("=== lmsh\nserver al pha\none\n two \n\nthree\nexit\n", takeSent());
 }
 
-TEST_F(ApplianceTool, ScriptIsPrivateWhileTheShellRunsAndGoneAfterwards)
+TEST_F(ApplianceTool, ScriptIsAPrivateNamedFileWhileTheShellRunsAndGoneAfterwards)
 {
-    // The shell of this test lists the script that is its standard input.
-    root().write("tools/list", "#!/bin/sh\nstat -L -c %a /dev/stdin\nls \"$TMPDIR\" | wc -l\n");
-    ::chmod((root() / "tools/list").c_str(), 0700);
-    m_tool->setShell({"list", CString((root() / "tools/").c_str())});
+    useShell("cd \"$TMPDIR\"; stat -c '%a %F' *; cat *; readlink -f /dev/stdin; echo *; cat");
     EXPECT_EQ(0, run("alpha", "x"));
-    EXPECT_EQ((CLines{"600", "1"}), m_lines);
+    ASSERT_EQ(9U, m_lines.size());
+    EXPECT_EQ("600 regular file", m_lines[0]);
+    EXPECT_EQ((CLines{"server alpha", "x", "exit"}), CLines(m_lines.begin() + 1, m_lines.begin() + 4));
+    EXPECT_EQ((root() / "tmp" / m_lines[5]).string(), m_lines[4]);  // what it reads is the one file that is there
+    EXPECT_EQ("ksv_fi", m_lines[5].substr(0, 6));
+    EXPECT_EQ((CLines{"server alpha", "x", "exit"}), CLines(m_lines.begin() + 6, m_lines.end()));
     EXPECT_EQ(0U, countScripts());
+}
+
+TEST_F(ApplianceTool, ShellCannotChangeTheScriptThroughItsInput)
+{
+    useShell("echo more >&0 2>/dev/null || echo refused; cat");
+    EXPECT_EQ(0, run("alpha", "x"));
+    EXPECT_EQ((CLines{"refused", "server alpha", "x", "exit"}), m_lines);
+}
+
+TEST_F(ApplianceTool, NoDescriptorIsLeftBehind)
+{
+    const auto openDescriptors = [] { return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}); };
+    setScenario("times 2\nexit 3\nexit 0\n");
+    EXPECT_EQ(11, run("alpha", "x"));  // opens the trace file
+    const auto before = openDescriptors();
+    EXPECT_EQ(11, run("alpha", "x"));
+    EXPECT_EQ(0, run("alpha", "x"));
+    EXPECT_EQ(before, openDescriptors());
 }
 
 TEST_F(ApplianceTool, EmptyServerIsRefusedWithoutAScript)
@@ -196,21 +226,40 @@ TEST_F(ApplianceTool, ExceptionOutOfThePipeReachesTheCallerAndLeavesTheScript)
     EXPECT_EQ(traceOf({"L6 CLMRApplianceTool::execLMSH - Running command [ list  hosts ]."}), takeTrace());
 }
 
-/// From here on no file can be opened to be truncated.
-void forbidTruncation()
+/// From here on the system calls of this process pass through a filter.
+template <size_t COUNT>
+void install(sock_filter (&filter)[COUNT])
 {
-    const unsigned truncate = 01000;  // O_TRUNC as the kernel knows it
+    const sock_fprog program = {COUNT, filter};
+    ASSERT_EQ(0, ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
+    ASSERT_EQ(0, ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
+}
+
+/// From here on no file that is there can be opened for writing.
+void forbidOpeningForWriting()
+{
     sock_filter filter[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 3),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_openat, 0, 4),
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[2])),
-        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, truncate, 0, 1),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_CREAT, 2, 0),
+        BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, O_WRONLY | O_RDWR, 0, 1),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EACCES),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
-    const sock_fprog program = {sizeof filter / sizeof filter[0], filter};
-    ASSERT_EQ(0, ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0));
-    ASSERT_EQ(0, ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program));
+    install(filter);
+}
+
+/// From here on there is no room for anything that is written.
+void fillTheDisk()
+{
+    sock_filter filter[] = {
+        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_write, 0, 1),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSPC),
+        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
+    };
+    install(filter);
 }
 
 TEST_F(ApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
@@ -218,7 +267,7 @@ TEST_F(ApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
     setScenario("output\nnothing to do\n.\nexit 0\n");
     EXPECT_EXIT(
         {
-            forbidTruncation();
+            forbidOpeningForWriting();
             const int result = run("alpha", "x");
             const CLines trace = takeTrace();
             const bool told = trace.at(2) == "L1 Failed to open file [<root><temp>].";
@@ -226,6 +275,66 @@ TEST_F(ApplianceTool, ScriptThatCannotBeOpenedIsTracedAndTheShellRunsWithoutIt)
         },
         ::testing::ExitedWithCode(0), "");
     EXPECT_EQ("=== lmsh\n", takeSent());
+}
+
+TEST_F(ApplianceTool, ScriptThatFindsNoRoomIsTracedAndNotRun)
+{
+    EXPECT_EXIT(
+        {
+            fillTheDisk();
+            const int result = run("alpha", "x");
+            const CLines trace = takeTrace();
+            const bool told = trace.at(2) == "L1 Failed to write file [<root><temp>].";
+            ::_exit(result == -1 && told && m_lines.empty() && countScripts() == 0 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ("", takeSent());
+}
+
+/// From here on a file has room for so many bytes.
+void limitFiles(rlim_t bytes)
+{
+    const rlimit limit = {bytes, bytes};
+    ASSERT_EQ(0, ::setrlimit(RLIMIT_FSIZE, &limit));
+}
+
+TEST_F(ApplianceTool, ScriptThatIsCutOffIsNotRun)
+{
+    EXPECT_EXIT(
+        {
+            std::signal(SIGXFSZ, SIG_IGN);
+            limitFiles(10);
+            const int result = run("alpha", "x");
+            const bool told = takeTrace().at(2) == "L1 Failed to write file [<root><temp>].";
+            ::_exit(result == -1 && told && countScripts() == 0 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    EXPECT_EQ("", takeSent());
+}
+
+/// How many descriptors programs that this process starts now would get.
+int inheritedDescriptors()
+{
+    int count = 0;
+    for (int descriptor = 0; descriptor < 256; ++descriptor) {
+        const int flags = ::fcntl(descriptor, F_GETFD);
+        if (flags >= 0 && (flags & FD_CLOEXEC) == 0) ++count;
+    }
+    return count;
+}
+
+TEST_F(ApplianceTool, ScriptThatIsBeingWrittenIsNotInheritedByProgramsOfOtherThreads)
+{
+    EXPECT_EXIT(
+        {
+            static const int before = inheritedDescriptors();
+            // Reaches the thread that writes, in the midst of writing.
+            std::signal(SIGXFSZ, [](int) { ::_exit(inheritedDescriptors() == before ? 0 : 1); });
+            limitFiles(0);
+            run("alpha", "x");
+            ::_exit(2);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(ApplianceToolInstance, IsCreatedEmptyAndReleased)
