@@ -1,11 +1,10 @@
 #include "host/src/output/heartbeat.h"
 
-#include <csignal>
 #include <map>
 #include <new>
-#include <system_error>
 #include <utility>
 
+#include "base/helper_thread.h"
 #include "host/src/output/progress.h"
 #include "host/src/runs/appliance_report.h"
 #include "host/src/text/display_text.h"
@@ -88,22 +87,8 @@ void CHeartbeat::step(const std::string& text)
     m_begin = Clock::now();
     ++m_steps;
     m_changed.notify_all();
-    if (!m_thread.joinable()) start();
-}
-
-void CHeartbeat::start()
-{
-    // Signals are for the thread that does the work: it is to be woken by them.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    try {
-        m_thread = std::thread([this] { beat(); });
-    } catch (const std::system_error&) {
-        // Without a heartbeat everything else goes on.
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    // Without a thread there is no heartbeat, and everything else goes on.
+    if (!m_thread.joinable()) m_thread = base::startHelperThread([this] { beat(); });
 }
 
 void CHeartbeat::beat()

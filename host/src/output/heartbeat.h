@@ -33,7 +33,6 @@ class CHeartbeat
   private:
     using Clock = std::chrono::steady_clock;
 
-    void start();
     void beat();
 
     const std::chrono::milliseconds m_interval;

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <ctime>
 
+#include "base/side_by_side.h"
 #include "framework/include/ccmnnetwork.h"
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/inspect/ambiguous_serials.h"
@@ -11,7 +12,6 @@
 #include "providers/cdp/inspect/configuration_section.h"
 #include "providers/cdp/inspect/disk_section.h"
 #include "providers/cdp/inspect/host_section.h"
-#include "providers/cdp/inspect/side_by_side.h"
 #include "providers/cdp/inspect/tool_runner.h"
 #include "providers/cdp/inspect/tool_section.h"
 
@@ -73,12 +73,13 @@ SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SCon
         questions.emplace_back([&] { askSafely(runner, options, section); });
     }
     const CCmnNetwork network(cfi_pgn_name_str);
-    runSideBySide({[&] { runSideBySide(questions, APPLIANCES_AT_ONCE); }, [&] { gathered.disks = runner.listDisks(); },
-                   [&] {
-                       gathered.localName = network.getFQDN();
-                       gathered.local = network.resolve(gathered.localName);
-                   }},
-                  3);
+    base::runSideBySide(
+        {[&] { base::runSideBySide(questions, APPLIANCES_AT_ONCE); }, [&] { gathered.disks = runner.listDisks(); },
+         [&] {
+             gathered.localName = network.getFQDN();
+             gathered.local = network.resolve(gathered.localName);
+         }},
+        3);
     return gathered;
 }
 

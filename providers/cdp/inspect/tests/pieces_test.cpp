@@ -1,18 +1,13 @@
-// The pieces of the inspector: which host is this one, which serial is ambiguous, where a LUN shows, what runs when.
+// The pieces of the inspector: which host is this one, which serial is ambiguous, where a LUN shows.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
-#include <latch>
 #include <map>
-#include <stdexcept>
 
 #include "pdk/include/cfipluginname.h"
 #include "providers/cdp/cdp_appliance_lines.h"
 #include "providers/cdp/inspect/ambiguous_serials.h"
 #include "providers/cdp/inspect/disk_section.h"
 #include "providers/cdp/inspect/host_section.h"
-#include "providers/cdp/inspect/side_by_side.h"
 #include "providers/cdp/inspect/tool_runner.h"
 
 const ACE_String_Base<char> cfi_pgn_name_tstr("cdpfi");
@@ -184,39 +179,6 @@ TEST(InspectorDisks, OfSeveralPathsTheFirstIsTheLuns)
     EXPECT_EQ(paths.pathOf("S1"), "/dev/sdb");
     EXPECT_EQ(paths.pathOf("S2"), std::nullopt);
     EXPECT_EQ(paths.pathOf(""), std::nullopt);
-}
-
-TEST(InspectorTasks, RunAtTheSameTimeUpToTheirNumber)
-{
-    std::latch all(4);
-    std::atomic<int> now{0};
-    std::atomic<int> most{0};
-    const auto task = [&] {
-        int count = ++now;
-        for (int seen = most; count > seen && !most.compare_exchange_weak(seen, count);) {
-        }
-        all.arrive_and_wait();  // would wait for ever if one had to end before another begins
-        --now;
-    };
-    runSideBySide({task, task, task, task}, 4);
-    EXPECT_EQ(most, 4);
-    most = 0;
-    const auto brief = [&] {
-        most = std::max<int>(most, ++now);
-        --now;
-    };
-    runSideBySide(std::vector<std::function<void()>>(100, brief), 1);
-    EXPECT_EQ(most, 1);
-    runSideBySide({}, 8);
-}
-
-TEST(InspectorTasks, AFailureIsToldWhenAllHaveEnded)
-{
-    std::atomic<int> ended{0};
-    const auto good = [&] { ++ended; };
-    const auto bad = [] { throw std::runtime_error("first"); };
-    EXPECT_THROW(runSideBySide({good, bad, good, bad, good}, 2), std::runtime_error);
-    EXPECT_EQ(ended, 3);
 }
 
 TEST(InspectorCommands, ArePrintedWithSingleBlanksAndNamesAsTheyAre)

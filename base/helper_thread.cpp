@@ -1,0 +1,26 @@
+#include "base/helper_thread.h"
+
+#include <csignal>
+#include <system_error>
+#include <utility>
+
+namespace base {
+
+std::thread startHelperThread(std::function<void()> work)
+{
+    // A thread begins with the signals blocked that its maker has blocked.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    std::thread thread;
+    try {
+        thread = std::thread(std::move(work));
+    } catch (const std::system_error&) {
+        // None can be had; the caller does without.
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return thread;
+}
+
+}  // namespace base
