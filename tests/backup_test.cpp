@@ -282,6 +282,7 @@ TEST_F(Backup, ProviderShowListsEveryConfigurationValueWithItsDefault)
                                                          {"LMR_CLI_CONFIG/LMR_LMSH_NAME", "lmsh"},
                                                          {"LMR_CLI_CONFIG/LMR_KFORUTIL_PATH", "/usr/sbin/"},
                                                          {"LMR_CLI_CONFIG/LMR_KFORUTIL_NAME", "kforutil"},
+                                                         {"LMR_CLI_CONFIG/MAX_PARALLEL", "8"},
                                                          {"FI_TRACE/LEVEL", "2"},
                                                          {"FI_TRACE/FILE", "/var/log/qz/cdpfi.log"},
                                                          {"FI_TRACE/MAX_SIZE", "10485760"},

@@ -211,7 +211,7 @@ TEST_F(InspectorConfiguration, EveryKeyOfTheDocumentsIsAlwaysThereAndDocumented)
     std::set<std::string> keysOfRelease;
     collectKeys(document({"--raw"}), "", keys);
     collectKeys(document({"release", "cg1", "none", "--appliance", "alpha"}), "", keysOfRelease);
-    EXPECT_EQ(keys.size(), 101u);
+    EXPECT_EQ(keys.size(), 102u);
     EXPECT_EQ(keysOfRelease.size(), 9u);
     const std::string manual = contentOf(INSPECTOR_MANUAL);
     const size_t release = manual.find("## The release document");
@@ -235,6 +235,7 @@ TEST_F(InspectorConfiguration, EveryKeyOfTheDocumentsIsAlwaysThereAndDocumented)
                                   "seconds",
                                   "configuration",
                                   "tools",
+                                  "parallel",
                                   "host",
                                   "disks",
                                   "appliances",

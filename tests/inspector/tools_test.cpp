@@ -23,6 +23,13 @@ class InspectorTools : public CInspectorTest
         replaceTool("lmsh", "printf '%s\\n' \"$script\" >>" + log + "\n" + realTool("lmsh"));
         replaceTool("kforutil", "printf 'kforutil %s\\n' \"$*\" >>" + log + "\n" + realTool("kforutil"));
     }
+    /// How many commands there may be at once; behind replaceTool.
+    void allowAtOnce(int count)
+    {
+        std::string text = contentOf(place("/etc/qz/cdpfi.conf"));
+        text.insert(text.find("LMR_LMSH_PATH"), "MAX_PARALLEL=" + std::to_string(count) + "\n");
+        writeFile("/etc/qz/cdpfi.conf", text);
+    }
     /// The commands that were sent, without the lines around them, each with single blanks.
     std::vector<std::string> sent() const
     {
@@ -273,12 +280,82 @@ TEST_F(InspectorTools, WhatIsNotAskedAnyMoreSaysSo)
     site.setUpHosts();
     replaceTool("lmsh", "case \"$script\" in *'show  cgroup'*) kill -9 $$;; *'timeimages'*) exec sleep 60;; esac\n" +
                             realTool("lmsh"));
+    allowAtOnce(1);
     const CJson found = document({"--timeout", "1"}).at("appliances").at(0);
     EXPECT_FALSE(found.at("reachable"));
     EXPECT_TRUE(found.at("groups_read"));
     EXPECT_EQ(found.at("groups").at(0).at("reason"), "lmsh was killed by signal 9");
     EXPECT_FALSE(found.at("groups").at(1).at("read"));
     EXPECT_EQ(found.at("groups").at(1).at("reason"), "not asked: no answer within 1 s to \"list timeimages \"cg1\"\"");
+}
+
+TEST_F(InspectorTools, TheGroupsOfAnApplianceAreAskedSideBySide)
+{
+    for (const char* group : {"cg1", "cg2", "cg3"}) {
+        site.addGroup("alpha", group, {group});
+    }
+    site.setUpHosts();
+    // Each of them answers once all three are asked.
+    const std::string marks = (site.folder() / "mark").string();
+    replaceTool("lmsh", "case \"$script\" in *'show  cgroup'*) : >" + marks + ".$$; until test -e \"$(ls " + marks +
+                            ".* | sed -n 3p)\"; do sleep 0.01; done;; esac\n" + realTool("lmsh"));
+    allowAtOnce(3);
+    const CJson told = document({"--timeout", "60", "--raw"});
+    EXPECT_EQ(told.at("parallel"), 3);
+    const CJson& found = told.at("appliances").at(0);
+    EXPECT_TRUE(found.at("reachable")) << found;
+    std::vector<std::string> groups;
+    for (const CJson& group : found.at("groups")) {
+        groups.push_back(group.at("name"));
+        EXPECT_TRUE(group.at("read"));
+    }
+    EXPECT_EQ(groups, (std::vector<std::string>{"cg1", "cg2", "cg3"}));
+    std::vector<std::string> shown;
+    for (const CJson& run : told.at("raw")) {
+        const std::string command = run.at("command");
+        if (command.starts_with("show cgroup")) shown.push_back(command);
+    }
+    EXPECT_EQ(shown, (std::vector<std::string>{"show cgroup \"cg1\"", "show cgroup \"cg2\"", "show cgroup \"cg3\""}));
+}
+
+TEST_F(InspectorTools, NoMoreCommandsRunAtOnceThanMay)
+{
+    for (const char* group : {"cg1", "cg2", "cg3"}) {
+        site.addGroup("alpha", group, {group});
+        site.addGroup("beta", group, {group});
+    }
+    site.setUpHosts();
+    const std::string log = (site.folder() / "depth").string();
+    const std::string begin = "echo + >>" + log + "\n";
+    const std::string end = "\necho - >>" + log;
+    for (const int most : {1, 2}) {
+        ::writeFile(log, "");
+        replaceTool("lmsh", begin + realTool("lmsh") + end);
+        replaceTool("kforutil", begin + realTool("kforutil") + end);
+        allowAtOnce(most);
+        EXPECT_TRUE(document({}).at("appliances").at(1).at("reachable"));
+        int depth = 0;
+        int deepest = 0;
+        std::istringstream lines(contentOf(log));
+        for (std::string line; std::getline(lines, line);) {
+            depth += line == "+" ? 1 : -1;
+            deepest = std::max(deepest, depth);
+        }
+        EXPECT_GT(deepest, 0);
+        EXPECT_LE(deepest, most);
+        EXPECT_EQ(depth, 0);
+    }
+}
+
+TEST_F(InspectorTools, AnAbsurdNumberAtOnceIsBroughtIntoItsRange)
+{
+    setUpSite();
+    const std::vector<std::pair<std::string, int>> numbers = {{"0", 1},  {"1", 1}, {"64", 64}, {"65", 64},
+                                                              {"-3", 8}, {"x", 8}, {"", 8}};
+    for (const auto& [written, taken] : numbers) {
+        writeFile("/etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nMAX_PARALLEL=" + written + "\n");
+        EXPECT_EQ(document({}).at("parallel"), taken) << written;
+    }
 }
 
 TEST_F(InspectorTools, AToolThatIsMissingOrNoProgramIsNamed)

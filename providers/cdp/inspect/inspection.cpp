@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <deque>
 
 #include "base/side_by_side.h"
 #include "framework/include/ccmnnetwork.h"
@@ -21,8 +22,6 @@ using obzx_cmn_4_4::CCmnNetwork;
 using obzx_cmn_4_4::SHostInfo;
 
 namespace {
-
-constexpr size_t APPLIANCES_AT_ONCE = 8;
 
 using CClock = std::chrono::steady_clock;
 
@@ -49,37 +48,25 @@ bool isAsked(const SInspectOptions& options, const std::string& appliance)
     return options.appliances.empty() || std::ranges::find(options.appliances, appliance) != options.appliances.end();
 }
 
-/// Asks one appliance. What this program itself fails at (such as memory) is the section's problem, not the end of it
-/// all.
-void askSafely(CToolRunner& runner, const SInspectOptions& options, SAppliance& section)
-{
-    try {
-        section = askAppliance(runner, section.name, options);
-    } catch (const std::exception& error) {
-        section.reachable = false;
-        section.problem = std::string("not asked to the end: ") + error.what();
-    }
-}
-
 /// Asks tools, resolver and appliances at the same time, so that one that hangs holds up nobody else.
 SGathered gather(CToolRunner& runner, const SInspectOptions& options, const SConfiguration& configuration)
 {
     SGathered gathered;
-    for (const SConfiguredAppliance& appliance : configuration.appliances) {
-        if (isAsked(options, appliance.name)) gathered.appliances.emplace_back().name = appliance.name;
-    }
-    std::vector<std::function<void()>> questions;
-    for (SAppliance& section : gathered.appliances) {
-        questions.emplace_back([&] { askSafely(runner, options, section); });
-    }
     const CCmnNetwork network(cfi_pgn_name_str);
-    base::runSideBySide(
-        {[&] { base::runSideBySide(questions, APPLIANCES_AT_ONCE); }, [&] { gathered.disks = runner.listDisks(); },
-         [&] {
-             gathered.localName = network.getFQDN();
-             gathered.local = network.resolve(gathered.localName);
-         }},
-        3);
+    base::CSideBySide work(runner.atOnce());
+    work.add([&] { gathered.disks = runner.listDisks(); });
+    work.add([&] {
+        gathered.localName = network.getFQDN();
+        gathered.local = network.resolve(gathered.localName);
+    });
+    std::deque<CApplianceQuestions> appliances;
+    for (const SConfiguredAppliance& appliance : configuration.appliances) {
+        if (isAsked(options, appliance.name)) appliances.emplace_back(runner, options, work, appliance.name).begin();
+    }
+    work.run();
+    for (CApplianceQuestions& appliance : appliances) {
+        gathered.appliances.push_back(appliance.take());
+    }
     return gathered;
 }
 
@@ -139,6 +126,7 @@ SInspection inspect(const SInspectOptions& options)
         shell.add(appliance.shell);
     }
     inspection.tools = describeTools(runner, shell, gathered.disks.use);
+    inspection.parallel = runner.atOnce();
     if (options.raw) inspection.raw = takeRuns(gathered);
     inspection.appliances = std::move(gathered.appliances);
     inspection.ambiguous = findAmbiguous(inspection.appliances, inspection.disks);

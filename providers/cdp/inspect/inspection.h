@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -204,6 +205,7 @@ struct SInspection
     double seconds = 0;
     SConfiguration configuration;
     std::vector<STool> tools;
+    size_t parallel = 0;  ///< how many runs of the tools there may be at once
     SHostName host;
     SDisks disks;
     std::vector<SAppliance> appliances;

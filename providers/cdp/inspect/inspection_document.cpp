@@ -195,6 +195,7 @@ std::string documentOf(const SInspection& inspection)
                    {"seconds", inspection.seconds},
                    {"configuration", toJson(inspection.configuration)},
                    {"tools", listOf(inspection.tools)},
+                   {"parallel", inspection.parallel},
                    {"host", toJson(inspection.host)},
                    {"disks", toJson(inspection.disks)},
                    {"appliances", listOf(inspection.appliances)},

@@ -46,6 +46,8 @@ class CToolRunner
 
     const std::string& shellPath() const { return m_shellPath; }
     const std::string& utilityPath() const { return m_utilityPath; }
+    /// How many runs of the tools there may be at once: MAX_PARALLEL of the configuration.
+    size_t atOnce() const { return m_atOnce; }
 
     /// Sends a command to an appliance. @throw std::bad_alloc
     SAnswer send(const std::string& appliance, const SLMRCommand& command);
@@ -56,6 +58,7 @@ class CToolRunner
     CLMRApplianceTool m_shell;
     std::string m_shellPath;
     std::string m_utilityPath;
+    size_t m_atOnce;
 };
 
 /// A command as people read it: single blanks between words, names in quotes as they are.
