@@ -2,7 +2,9 @@
 
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
+#include <unordered_map>
 
 #include "framework/include/obz_records.h"
 #include "providers/cdp/model/base_types.h"
@@ -23,8 +25,14 @@ class CGroupNodes
     size_t size() const;
 
   private:
+    void forgetName(const obz_domain* node, const std::string& name);
+    void eraseNamesOf(const obz_domain* node);
+
     mutable std::mutex m_mutex;
     std::map<std::string, obz_domain*, std::less<>> m_nodes;
+    // The names that each node is entered for, the null node too: every node of a host is taken down some time, and
+    // looking through all groups for each would take the longer the more there are of both.
+    std::unordered_map<const obz_domain*, std::set<std::string>> m_names;
 };
 
 }  // namespace cdpfi

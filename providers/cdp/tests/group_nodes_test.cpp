@@ -42,6 +42,35 @@ TEST(GroupNodes, ANodeIsTakenOutOfTheGroupsThatItIsEnteredFor)
     EXPECT_EQ(&other, nodes.find("cg2"));
 }
 
+TEST(GroupNodes, ANodeIsNotTakenOutOfAGroupThatAnotherOneHasNow)
+{
+    CGroupNodes nodes;
+    obz_domain older{};
+    obz_domain newer{};
+    nodes.enter("taken over", &older);
+    nodes.enter("kept", &older);
+    nodes.enter("taken over", &newer);
+    nodes.enter("filled", nodes.find("filled"));
+    nodes.enter("filled", &newer);
+    nodes.eraseNode(&older);
+    EXPECT_EQ(&newer, nodes.find("taken over"));
+    EXPECT_EQ(&newer, nodes.find("filled"));
+    EXPECT_EQ(2u, nodes.size());
+}
+
+TEST(GroupNodes, AGroupThatWasTakenOutCanBeEnteredAgain)
+{
+    CGroupNodes nodes;
+    obz_domain node{};
+    nodes.enter("cg1", &node);
+    nodes.erase("cg1");
+    nodes.enter("cg1", &node);
+    nodes.eraseNode(&node);
+    EXPECT_EQ(0u, nodes.size());
+    nodes.enter("cg1", &node);
+    EXPECT_EQ(&node, nodes.find("cg1"));
+}
+
 TEST(GroupNodes, ManyThreadsMayUseThem)
 {
     CGroupNodes nodes;
