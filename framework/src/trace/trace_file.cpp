@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <spdlog/details/null_mutex.h>
-#include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -12,6 +11,7 @@
 #include <ctime>
 
 #include "base/file_descriptor.h"
+#include "framework/src/trace/trace_line_formatter.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -53,20 +53,9 @@ void prepareStream(std::FILE* stream)
     std::setvbuf(stream, nullptr, _IOFBF, STREAM_BUFFER);
 }
 
-// "2026-01-31T12:34:56.123456Z 4711.4712 L2 cdpfi "
-std::string linePrefix(int32_t level, std::string_view component)
+spdlog::string_view_t toSpdlog(std::string_view text)
 {
-    timespec now = {};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    std::tm utc = {};
-    ::gmtime_r(&now.tv_sec, &utc);
-    char text[128];
-    size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc);
-    // Asked of the system for each line: whatever remembers the ids is wrong in a forked child.
-    length +=
-        static_cast<size_t>(std::snprintf(text + length, sizeof text - length, ".%06ldZ %d.%d L%d ", now.tv_nsec / 1000,
-                                          static_cast<int>(::getpid()), static_cast<int>(::gettid()), level));
-    return std::string(text, length).append(component) + ' ';
+    return {text.data(), text.size()};
 }
 
 }  // namespace
@@ -78,7 +67,7 @@ struct CTraceFile::SSink
     explicit SSink(const STraceFileSettings& settings)
         : sink(settings.path, settings.maxSize, settings.maxFiles, false, handlers())
     {
-        sink.set_formatter(std::make_unique<spdlog::pattern_formatter>("%v", spdlog::pattern_time_type::utc, "\n"));
+        sink.set_formatter(std::make_unique<CTraceLineFormatter>());
     }
 
     static spdlog::file_event_handlers handlers()
@@ -110,8 +99,8 @@ void CTraceFile::write(int32_t level, std::string_view component, std::string_vi
         const std::lock_guard<std::mutex> guard(m_mutex);
         try {
             if (!open()) return;
-            const std::string line = linePrefix(level, component).append(text);
-            m_sink->sink.log(spdlog::details::log_msg(spdlog::string_view_t(), spdlog::level::info, line));
+            const auto anyLevel = static_cast<spdlog::level::level_enum>(level);
+            m_sink->sink.log(spdlog::details::log_msg(toSpdlog(component), anyLevel, toSpdlog(text)));
             m_sink->sink.flush();
         } catch (...) {
             // After a failure the sink may have closed its file; it is not used again.

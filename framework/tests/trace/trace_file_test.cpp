@@ -6,7 +6,10 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
+#include <ctime>
 #include <filesystem>
 #include <regex>
 #include <set>
@@ -323,6 +326,66 @@ TEST_F(TraceFile, ForkedChildShowsItsOwnIds)
     ASSERT_EQ(lines.size(), 2u);
     const std::string id = std::to_string(child);
     EXPECT_NE(lines[1].find(" " + id + "." + id + " L1 unit child"), std::string::npos) << lines[1];
+}
+
+TEST_F(TraceFile, EachThreadShowsItsOwnIdAlsoInAForkedChild)
+{
+    const CFiTraceLogPtr log = makeLog();
+    std::thread([&log] {
+        log->trace(1, "thread %d", ::gettid());
+        const pid_t child = ::fork();
+        if (child == 0) {
+            log->trace(1, "thread %d", ::gettid());
+            ::_exit(0);
+        }
+        ::waitpid(child, nullptr, 0);
+    }).join();
+    const std::vector<std::string> lines = readLines(tracePath());
+    ASSERT_EQ(lines.size(), 2u);
+    for (const std::string& line : lines) {
+        EXPECT_TRUE(std::regex_search(line, std::regex(" \\d+\\.(\\d+) L1 unit thread \\1$"))) << line;
+    }
+}
+
+TEST_F(TraceFile, TimeIsThatOfTheLine)
+{
+    const auto now = [] {
+        timespec time = {};
+        ::clock_gettime(CLOCK_REALTIME, &time);
+        std::tm utc = {};
+        ::gmtime_r(&time.tv_sec, &utc);
+        char text[64];
+        const size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &utc);
+        std::snprintf(text + length, sizeof text - length, ".%06ldZ", time.tv_nsec / 1000);
+        return std::string(text);
+    };
+    const CFiTraceLogPtr log = makeLog();
+    std::vector<std::string> between = {now()};
+    for (int i = 0; i < 4; ++i) {
+        log->trace(1, "line");
+        between.push_back(now());
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // into the next second
+    }
+    const std::vector<std::string> lines = readLines(tracePath());
+    ASSERT_EQ(lines.size(), 4u);
+    for (size_t i = 0; i < lines.size(); ++i) {
+        const std::string time = lines[i].substr(0, lines[i].find(' '));
+        EXPECT_LE(between[i], time);
+        EXPECT_LE(time, between[i + 1]);
+    }
+}
+
+TEST_F(TraceFile, ProcessThatIsKilledLeavesEveryLine)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const CFiTraceLogPtr log = makeLog();
+        log->trace(1, "first");
+        log->trace(1, "last");
+        ::raise(SIGKILL);
+    }
+    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+    EXPECT_THAT(traceLines(), ElementsAre("L1 unit first", "L1 unit last"));
 }
 
 TEST_F(TraceFile, TwoLogsShareNothing)
