@@ -37,7 +37,10 @@ CString checkPointOfTimeImage(const CString& timeImage)
 
 CString targetDeviceName(std::string_view prefix, std::string_view serial, std::string_view checkPoint)
 {
-    return join({prefix, bytesOf(writeTag(DEVICE_TAG, serial)), bytesOf(writeTag(CHECK_POINT_TAG, checkPoint))});
+    std::string name(prefix);
+    appendTag(name, DEVICE_TAG, serial);
+    appendTag(name, CHECK_POINT_TAG, checkPoint);
+    return textOf(name);
 }
 
 STargetDevice parseTargetDevice(std::string_view text)

@@ -1,9 +1,5 @@
 #include "providers/cdp/cdp_state_text.h"
 
-#include <string>
-
-#include "providers/cdp/cdp_text.h"
-
 namespace cdpfi {
 
 namespace {
@@ -32,9 +28,16 @@ std::string_view taggedValue(std::string_view text, const STagPosition& position
     return text.substr(start, length < 0 ? std::string_view::npos : static_cast<size_t>(length));
 }
 
+void appendTag(std::string& text, std::string_view tag, std::string_view value)
+{
+    text.append("<").append(tag).append(">").append(value).append("<").append(tag).append("/>");
+}
+
 CString writeTag(std::string_view tag, std::string_view value)
 {
-    return join({openTagOf(tag), value, closeTagOf(tag)});
+    std::string text;
+    appendTag(text, tag, value);
+    return textOf(text);
 }
 
 CString readTag(std::string_view text, std::string_view tag)

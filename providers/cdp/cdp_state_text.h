@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "providers/cdp/model/base_types.h"
@@ -31,6 +32,8 @@ std::string_view taggedValue(std::string_view text, const STagPosition& position
 
 /// "<tag>value<tag/>". The name before the slash in the closing part is what readTag looks for.
 CString writeTag(std::string_view tag, std::string_view value);
+/// The same behind what a text holds.
+void appendTag(std::string& text, std::string_view tag, std::string_view value);
 /// The first value of a tag that writeTag wrote.
 CString readTag(std::string_view text, std::string_view tag);
 

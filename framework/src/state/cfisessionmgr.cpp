@@ -78,6 +78,7 @@ std::vector<CFiSplitNode> CFiSession::getSplitNodeList(int phase)
     const SPhase* chosen = findPhase(phase);
     if (chosen == nullptr) return list;
     const std::lock_guard lock(m_mutex);
+    list.reserve(m_nodes.size());
     for (const auto& [name, node] : m_nodes) {
         if (node.*(chosen->flag) != 0) continue;
         trace(TRACE_INFO, chosen->line);
@@ -90,6 +91,7 @@ std::vector<CFiSplitNode> CFiSession::getNodes() const
 {
     std::vector<CFiSplitNode> list;
     const std::lock_guard lock(m_mutex);
+    list.reserve(m_nodes.size());
     for (const auto& [name, node] : m_nodes) {
         list.push_back(node);
     }
