@@ -35,8 +35,12 @@ class Programs:
                 samples.setdefault(run["run_name"], []).append(run["real_time"] * scale[run["time_unit"]])
         return samples
 
-    def floor(self, run_list):
-        return float(self._output([self.path("spawn_floor"), str(run_list)]).split()[0])
+    def floor(self, run_list, *options):
+        """Seconds of the runs of a list by spawn_floor."""
+        return float(self._output([self.path("spawn_floor"), *options, str(run_list)]).split()[0])
+
+    def spdlog_lines(self, file, nodes, groups):
+        return float(self._output([self.path("spdlog_lines"), str(file), str(nodes), str(groups)]))
 
     @staticmethod
     def _output(command, environment=None):

@@ -1,8 +1,7 @@
-"""What the measurements come to: ratios of medians with their spread, as Markdown, JSON and plots."""
+"""What the measurements come to: ratios of medians with their spread, as Markdown and JSON."""
 
 import json
 import statistics
-import subprocess
 from dataclasses import asdict, dataclass
 from pathlib import Path
 
@@ -82,25 +81,6 @@ def markdown(rows):
 def write_json(path, rows, raw):
     content = {"rows": [{**asdict(row), "met": row.met} for row in rows], "samples": raw}
     path.write_text(json.dumps(content, indent=1) + "\n")
-
-
-def plot(folder, name, title, commands, columns):
-    """One SVG; columns are written to a data file that the commands call DATA."""
-    data = folder / f"{name}.dat"
-    data.write_text("".join("\t".join(str(field) for field in line) + "\n" for line in columns))
-    script = [
-        "set terminal svg size 640,400 font 'sans-serif,12' background '#ffffff'",
-        f"set output '{name}.svg'",
-        f"set title '{title}'",
-        "set datafile separator '\\t'",
-        "set grid ytics lc rgb '#dddddd'",
-        "set border 3",
-        "set tics nomirror",
-        "set key top left",
-        *[command.replace("DATA", f"'{data.name}'") for command in commands],
-    ]
-    # Run in the folder: a plot names the data that it was made from.
-    subprocess.run(["gnuplot"], input="\n".join(script) + "\n", text=True, check=True, cwd=folder)
 
 
 def put_between(path, begin, end, text):

@@ -9,7 +9,7 @@ HOSTS = ("production", "192.0.2.10")  # neither is looked up in a network
 LOCAL_HOST = "production"
 
 
-@dataclass
+@dataclass(slots=True)
 class Disk:
     path: str
     serial: str
@@ -63,7 +63,8 @@ def image_listing(group, disks):
 
 
 class Site:
-    def __init__(self, folder, tool, appliances, unprotected=0, trace=()):
+    def __init__(self, folder, tool, appliances, unprotected=0, trace=(), parallel=None):
+        """parallel: how many commands may run at once; by itself what is configured where nothing is configured."""
         self.folder = Path(folder)
         self.appliances = appliances
         self.answers = self.folder / "tools/answers"
@@ -73,12 +74,12 @@ class Site:
             shutil.copy2(tool, self.folder / "tools" / name)
         self.protected = [disk for appliance in appliances for disks in appliance.groups.values() for disk in disks]
         others = [Disk(f"/dev/local/disk{i:06d}", f"LOC{i:012d}") for i in range(unprotected)]
-        self._write_root(trace)
+        self._write_root(trace, parallel)
         self._write_disks(others)
         for appliance in appliances:
             self._write_appliance(appliance)
 
-    def _write_root(self, trace):
+    def _write_root(self, trace, parallel):
         conf = self.folder / "root/etc/qz"
         shell = self.folder / "root/opt/QXPKlm/bin/lmsh"
         for path in (conf, shell.parent):
@@ -86,6 +87,7 @@ class Site:
         shell.symlink_to(self.folder / "tools/lmsh")
         tools = f"{self.folder}/tools/"
         lines = ["[LMR_CLI_CONFIG]", f"LMR_LMSH_PATH={tools}", f"LMR_KFORUTIL_PATH={tools}"]
+        lines += [f"MAX_PARALLEL={parallel}"] if parallel else []
         lines += ["[FI_NETWORK]", f"LOCAL_NAME={LOCAL_HOST}"]
         lines += ["[FI_TRACE]", *trace]
         (conf / "cdpfi.conf").write_text("\n".join(lines) + "\n")
@@ -93,10 +95,10 @@ class Site:
 
     def _write_disks(self, others):
         disks = self.protected + others
-        images = [image_of(disk) for disk in self.protected]
         (self.answers / "kforutil.listdisk").write_text(disk_listing(disks))
         if len(self.protected) <= 10000:  # sites that are imported
-            (self.answers / "kforutil.listdisk.discovered").write_text(disk_listing(disks + images))
+            (self.answers / "kforutil.listdisk.discovered").write_text(
+                disk_listing(disks + [image_of(disk) for disk in self.protected]))
         (self.folder / "disks").write_text(
             "".join(f"{disk.path}\t{disk.serial}\t{disk.group}\n" for disk in disks))
 

@@ -1,18 +1,16 @@
 // Trace lines that are not written, and lines that are, beside the same lines written with spdlog alone.
 #include <benchmark/benchmark.h>
-#include <spdlog/logger.h>
-#include <spdlog/sinks/rotating_file_sink.h>
+
+#include <atomic>
 
 #include "base/tests/test_root.h"
 #include "bench/micro/allocations.h"
+#include "bench/peers/raw_log.h"
 #include "framework/include/cfitrace.h"
 
 namespace {
 
 using obzx_pdk_4_4::CFiTraceLog;
-
-constexpr size_t FILE_SIZE = size_t{10} * 1024 * 1024;  // the log's own default
-constexpr size_t FILE_COUNT = 5;
 
 const std::string NODE = "<cdpfi>LMR000000001234";
 const std::string GROUP = "group00012";
@@ -43,15 +41,8 @@ void writeLine(CFiTraceLog& log, int32_t level)
 
 spdlog::logger& rawLogger()
 {
-    static spdlog::logger* const logger = [] {
-        auto sink = std::make_shared<spdlog::sinks::rotating_file_sink_mt>((root() / "raw.log").string(), FILE_SIZE,
-                                                                           FILE_COUNT);
-        auto* const made = new spdlog::logger("bench", std::move(sink));
-        made->set_pattern("%Y-%m-%dT%H:%M:%S.%fZ %P.%t L1 bench %v", spdlog::pattern_time_type::utc);
-        made->flush_on(spdlog::level::info);  // as the log does: a line is in the file when the call returns
-        return made;
-    }();
-    return *logger;
+    static spdlog::logger& logger = bench::makeRawLog((root() / "raw.log").string());
+    return logger;
 }
 
 void disabledLine(benchmark::State& state)
@@ -65,6 +56,18 @@ void disabledLine(benchmark::State& state)
     if (bench::allocations() != before) state.SkipWithError("a disabled line allocated memory");
 }
 BENCHMARK(disabledLine);
+
+// The least that a line can cost that is not written: its level is compared with the one in force, which may change.
+void levelComparison(benchmark::State& state)
+{
+    static std::atomic<int32_t> inForce{1};
+    for (auto _ : state) {
+        bool isWritten = obzx_pdk_4_4::TRACE_DETAIL <= inForce.load(std::memory_order_relaxed);
+        benchmark::DoNotOptimize(isWritten);
+        benchmark::ClobberMemory();
+    }
+}
+BENCHMARK(levelComparison);
 
 void enabledLine(benchmark::State& state)
 {

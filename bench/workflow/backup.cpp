@@ -13,12 +13,12 @@ std::string suffix()
     return std::to_string(getpid());  // checkpoints and images carry the process that made them
 }
 
+}  // namespace
+
 std::string targetName(const std::string& serial)
 {
     return "<cdpfi><DeviceID>" + serial + "<DeviceID/><Annotation>KSV_Check_Point_" + suffix() + "<Annotation/>";
 }
-
-}  // namespace
 
 void CBackup::setUp()
 {

@@ -8,6 +8,9 @@
 
 namespace bench {
 
+/// The name under which the copy of a LUN is imported and deleted by the process that made it.
+std::string targetName(const std::string& serial);
+
 /// The steps of a backup of some disks, from one host program that both takes the copies and imports them.
 class CBackup
 {
