@@ -2,6 +2,7 @@
 
 import subprocess
 
+KEY = "set key outside bottom center horizontal Left reverse samplen 4 width 2"
 HEAD = """
 set output '{name}.svg'
 set title '{title}'
@@ -9,8 +10,8 @@ set datafile separator '\\t'
 set grid ytics lc rgb '#dddddd' lt 1
 set border 3
 set tics nomirror
-set key outside bottom center horizontal Left reverse samplen 4 width 2
-set xlabel '{xlabel}'
+{key}
+set xlabel '{xlabel}' offset 0,0.4
 set ylabel '{ylabel}'
 set linetype 1 lc rgb '#000000' dt 1 lw 1.5 pt 7 ps 0.7
 set linetype 2 lc rgb '#000000' dt 2 lw 1.5 pt 6 ps 0.8
@@ -25,7 +26,7 @@ def draw(folder, name, title, xlabel, ylabel, commands, columns, size=(640, 440)
     data = folder / f"{name}.dat"
     data.write_text("".join("\t".join(str(field) for field in line) + "\n" for line in columns))
     script = [f"set terminal svg size {size[0]},{size[1]} font 'sans-serif,12' background '#ffffff'"]
-    script.append(HEAD.format(name=name, title=title, xlabel=xlabel, ylabel=ylabel))
+    script.append(HEAD.format(name=name, title=title, key=KEY, xlabel=xlabel, ylabel=ylabel))
     script += [command.replace("DATA", f"'{data.name}'") for command in commands]
     # Run in the folder: a plot names the data that it was made from.
     subprocess.run(["gnuplot"], input="\n".join(script) + "\n", text=True, check=True, cwd=folder)
