@@ -23,13 +23,14 @@ class Scale:
     growth: dict  # LUNs of a site -> how often it is loaded; the growth is told of the last beside the middle one
     hosts: int  # of the site whose tools take their time
     groups: int
-    delays: dict  # milliseconds that a tool of that site takes -> repetitions
+    short_delays: dict  # milliseconds that a tool of that site takes -> repetitions
+    long_delays: tuple  # with these everybody sleeps nearly all of the time
 
 
 FULL = Scale(9, 0.05, (100, 1000, 10000, 100000), 20000, 1000, 100, (100, 1000), (10, 100, 1024, 4096), 10000,
-             {1000: 5, 10000: 5, 100000: 3, 1000000: 2}, 20, 50, {0: 3, 10: 2, 100: 1, 300: 1})
+             {1000: 5, 10000: 5, 100000: 3, 1000000: 2}, 20, 50, {0: 3, 10: 1}, (100, 300))
 SMOKE = Scale(1, 0.001, (100, 200), 200, 3, 2, (5, 10), (10, 20), 3,
-              {100: 1, 200: 1, 400: 1}, 3, 2, {0: 1, 5: 1})
+              {100: 1, 200: 1, 400: 1}, 3, 2, {0: 1}, (5,))
 
 
 class Bench:

@@ -4,13 +4,12 @@ from dataclasses import dataclass
 from subprocess import PIPE, Popen
 
 from appliance_sites import ApplianceSite, Tools
-from measure import progress
+from measure import alternate
 from plots import lines
 from replay import read_record, write_bash
 from report import median
 
 STEPS = ("device list", "snapshot create", "snapshot import", "snapshot delete")
-LONG = 100  # milliseconds of a tool from which on a script sleeps nearly all of its time
 SHARE_OF_SCRIPT = 1 / 6
 FROZEN_TOOLS = 2.0 / 0.3  # frozen for 2 s, where a tool takes 0.3 s
 
@@ -74,54 +73,60 @@ class Waiting:
 
     def start_script(self, step, recorded, delay):
         """A Bash script with the commands of a step, on a site as it was before the step."""
-        site = recorded.before.copy(self.folder / f"script {step}".replace(" ", "_"))
+        site = recorded.before.copy(self.folder / f"script {step} {delay}".replace(" ", "_"))
         runs = [([word.replace(f"{self.folder}/now/", f"{site.folder}/") for word in arguments], text)
                 for arguments, text in recorded.runs]
         return site, Popen(["bash", str(write_bash(site.folder, runs))], stdout=PIPE, text=True,
                            env=site.environment(delay))
 
+    def ended(self, step, started):
+        site, script = started
+        told, _ = script.communicate()
+        if script.returncode != 0:
+            raise RuntimeError(f"script of {step}: status {script.returncode}")
+        self.check(site, step)
+        return float(told)
+
     def by_script(self, steps, delay):
-        """Seconds of each step. Scripts that sleep nearly all of the time run side by side, each on a site of its own."""
-        seconds, started = {}, {}
-        for step in STEPS:
-            started[step] = self.start_script(step, steps[step], delay)
-            if delay < LONG:
-                seconds.update(self.ended(started))
-                started.clear()
-        seconds.update(self.ended(started))
-        return seconds
+        """Seconds of each step."""
+        return {step: self.ended(step, self.start_script(step, steps[step], delay)) for step in STEPS}
 
-    def ended(self, started):
-        seconds = {}
-        for step, (site, script) in started.items():
-            told, _ = script.communicate()
-            if script.returncode != 0:
-                raise RuntimeError(f"script of {step}: status {script.returncode}")
-            self.check(site, step)
-            seconds[step] = float(told)
-        return seconds
-
-    def rounds(self, delay, count, steps):
+    def in_turns(self, delay, count, steps):
         """One sample of each after the other, count times: who -> step -> samples."""
-        takers = {"fictl": lambda: self.by_fictl(delay), "script": lambda: self.by_script(steps, delay)}
+        takers = {"fictl": lambda: self.by_fictl(delay), "script": lambda: self.by_script(steps, delay),
+                  "tool": lambda: {"run": self.fresh.tool_seconds(delay)}}
         if delay == 0:
             takers["one by one"] = lambda: self.by_fictl(delay, parallel=1)
-        samples = {who: {} for who in takers}
-        for _ in range(count):
-            for who, take in takers.items():
-                for step, seconds in take().items():
-                    samples[who].setdefault(step, []).append(seconds)
-            samples.setdefault("tool", []).append(self.fresh.tool_seconds(delay))
+        return {who: by_step(samples) for who, samples in alternate(count, takers).items()}
+
+    def at_once(self, delays, steps):
+        """
+        One sample of each, for tools that take long: both sleep nearly all of the time, so the scripts of all steps run
+        side by side, each on a site of its own, and fictl meanwhile. delay -> who -> step -> samples
+        """
+        scripts = {delay: {step: self.start_script(step, steps[step], delay) for step in STEPS} for delay in delays}
+        try:
+            samples = {delay: {"fictl": by_step([self.by_fictl(delay)]),
+                               "tool": by_step([{"run": self.fresh.tool_seconds(delay)}])} for delay in delays}
+            for delay in delays:
+                samples[delay]["script"] = by_step([{step: self.ended(step, started)
+                                                     for step, started in scripts[delay].items()}])
+        finally:
+            for started in scripts.values():
+                for _, script in started.values():
+                    script.kill()
         return samples
+
+
+def by_step(samples):
+    return {step: [sample[step] for sample in samples] for step in samples[0]}
 
 
 def waiting(bench):
     site = Waiting(bench)
     steps = site.record()
-    samples = {}
-    for delay, count in bench.scale.delays.items():
-        progress(f"  tools of {delay} ms")
-        samples[delay] = site.rounds(delay, count, steps)
+    samples = {delay: site.in_turns(delay, count, steps) for delay, count in bench.scale.short_delays.items()}
+    samples.update(site.at_once(bench.scale.long_delays, steps))
     bench.keep("waiting", samples)
     slow = list(samples)[-1]
     add_rows(bench, slow, samples[slow], samples[0], {step: len(recorded.runs) for step, recorded in steps.items()})
@@ -133,7 +138,7 @@ def add_rows(bench, slow, late, instant, commands):
     for step in STEPS:
         bench.ratio(9, f"{step}, {site}, tools of {slow} ms", SHARE_OF_SCRIPT, late["fictl"][step], late["script"][step],
                     f"Bash script with the same {commands[step]} commands")
-    bench.ratio(9, f"the application is frozen, tools of {slow} ms", FROZEN_TOOLS, late["fictl"]["frozen"], late["tool"],
+    bench.ratio(9, f"the application is frozen, tools of {slow} ms", FROZEN_TOOLS, late["fictl"]["frozen"], late["tool"]["run"],
                 "for one run of a tool")
     for step in STEPS:
         bench.ratio(9, f"{step}, tools of 0 ms", 1.0, instant["fictl"][step], instant["one by one"][step],
