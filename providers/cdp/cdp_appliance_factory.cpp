@@ -1,5 +1,6 @@
 #include "providers/cdp/cdp_appliance_factory.h"
 
+#include <memory>
 #include <utility>
 
 #include "framework/include/cfistringtool.h"
@@ -51,6 +52,10 @@ void CCDPApplianceFactory::addFromLine(const std::string& line, const SCDPApplia
 void CCDPApplianceFactory::initializeAppliances()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "initializeAppliances", __LINE__, __FILE__);
+    std::vector<std::shared_ptr<void>> ahead;
+    for (const auto& entry : m_appliances) {
+        ahead.push_back(entry.second->readAhead());
+    }
     for (const auto& entry : m_appliances) {
         const CAppliancePtr appliance = entry.second;
         appliance->initialize();

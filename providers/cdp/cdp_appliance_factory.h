@@ -35,7 +35,8 @@ class CCDPApplianceFactory : public virtual obzx_pdk_4_4::CFiRefCount, public vi
 
     /// Reads the configuration. A file that is missing or names no appliance adds none; nothing is reported.
     void initialize();
-    /// Has every appliance read its inventory, in name order. @throw EDiskListing, and those that follow are not asked
+    /// Has every appliance read its inventory, in name order; they are asked ahead, several at once. @throw
+    /// EDiskListing, and those that follow are not asked
     void initializeAppliances();
     /// The claim of the first appliance, in name order, that claims a device.
     SClaim getClaimAppliance(const CString& device) const;

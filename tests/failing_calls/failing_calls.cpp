@@ -18,6 +18,7 @@ struct SArmed
     bool watching = false;
     EKind kind = EKind::ALLOCATION;
     uint64_t failing = 0;
+    bool always = false;
     uint64_t calls = 0;
 };
 
@@ -28,7 +29,12 @@ std::atomic<int64_t> g_blocks{0};
 
 void failAt(EKind kind, uint64_t number)
 {
-    t_armed = {false, kind, number, 0};
+    t_armed = {.kind = kind, .failing = number};
+}
+
+void failAlways(EKind kind)
+{
+    t_armed = {.kind = kind, .always = true};
 }
 
 uint64_t calls()
@@ -53,7 +59,8 @@ int64_t liveBlocks()
 
 static bool failsNow(EKind kind)
 {
-    return t_armed.watching && t_armed.kind == kind && ++t_armed.calls == t_armed.failing;
+    if (!t_armed.watching || t_armed.kind != kind) return false;
+    return ++t_armed.calls == t_armed.failing || t_armed.always;
 }
 
 static void* counted(void* block)

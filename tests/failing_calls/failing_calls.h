@@ -17,6 +17,8 @@ enum class EKind
 
 /// Lets the call of that number fail; 0 lets all pass and only counts.
 void failAt(EKind kind, uint64_t number);
+/// Lets all of them fail.
+void failAlways(EKind kind);
 /// Calls since failAt.
 uint64_t calls();
 

@@ -134,7 +134,7 @@ void warmUp(SSweep& sweep)
     // What the libraries keep once for the life of the process is there after two rounds, of which one reports an
     // error.
     for (int round = 0; round < 3; ++round) {
-        failing_calls::failAt(EKind::SPAWN, 1);
+        failing_calls::failAlways(EKind::SPAWN);
         CWorkflow(sweep.provider).run();
         if (runUndisturbed(sweep) != 0) throw std::runtime_error("an undisturbed workflow does not succeed");
     }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -35,7 +36,7 @@ bool isNamed(const obzx_objid* identity, const std::string& name)
     return identity != nullptr && identity->name != nullptr && name == identity->name;
 }
 
-/// Follows the runs of a workflow, which come one after the other. Needs no memory.
+/// Follows the runs of a workflow. Needs no memory.
 class CRunPairs
 {
   public:
@@ -44,19 +45,25 @@ class CRunPairs
     CRunPairs(const CRunPairs&) = delete;
     CRunPairs& operator=(const CRunPairs&) = delete;
 
-    bool areWhole() const { return m_areWhole && m_open == 0; }
+    bool areWhole() const { return m_areWhole && m_open == COpen{}; }
 
   private:
     static void follow(void* context, const obzx_run* run)
     {
         auto* const pairs = static_cast<CRunPairs*>(context);
         const bool isStart = run->phase == OBZX_RUN_STARTED;
-        const bool follows = isStart || run->process == 0 ? pairs->m_open == 0 : pairs->m_open == run->number;
+        // Several may be under way. A run without a program has an end only.
+        const auto place = pairs->placeOf(isStart ? NONE : run->number);
+        const bool isKnown = place != pairs->m_open.end();
+        const bool follows = isStart || run->process != 0 ? isKnown : !isKnown;
         pairs->m_areWhole = pairs->m_areWhole && follows && *run->entry_point != '\0' && run->argument_count > 0;
-        pairs->m_open = isStart ? run->number : 0;
+        if (isKnown) *place = isStart ? run->number : NONE;
     }
+    using COpen = std::array<uint64_t, 64>;
+    COpen::iterator placeOf(uint64_t number) { return std::find(m_open.begin(), m_open.end(), number); }
 
-    uint64_t m_open = 0;  // number of the run whose end is to come
+    static constexpr uint64_t NONE = 0;
+    COpen m_open{};  // numbers of the runs whose end is to come
     bool m_areWhole = true;
 };
 

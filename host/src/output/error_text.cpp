@@ -18,6 +18,7 @@ json stopJson(EStop stopped)
             return "cancel";
         case EStop::OUTPUT:
             return "output";
+        case EStop::UNUSED:  // never told
         case EStop::NOT_STOPPED:
             break;
     }

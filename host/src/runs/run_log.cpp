@@ -32,6 +32,8 @@ EStop stopOf(int32_t stopped)
             return EStop::LIMIT;
         case OBZX_RUN_STOPPED_BY_OUTPUT:
             return EStop::OUTPUT;
+        case OBZX_RUN_UNUSED:
+            return EStop::UNUSED;
         default:
             return EStop::CANCEL;
     }
@@ -112,7 +114,7 @@ void CRunLog::onRun(void* context, const obzx_run* run)
     SRunRecord record = runRecordOf(*run);
     if (run->phase == OBZX_RUN_STARTED) {
         if (g_watch.onStarted) g_watch.onStarted(record);
-        if (self->isSilent(record)) obzx_cancel_runs();
+        if (self->isSilent(record)) obzx_cancel_observed_run();
         return;
     }
     if (g_watch.onEnded) g_watch.onEnded(record);
@@ -136,8 +138,12 @@ void CRunLog::add(SRunRecord record)
 {
     const std::lock_guard guard(m_lock);
     ++m_count;
-    if (m_spares && record.stopped == EStop::CANCEL && m_silent.contains(serverLine(record))) return;
-    if (m_spares && record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
+    if (record.stopped == EStop::UNUSED) return;
+    if (m_spares && (record.stopped == EStop::CANCEL || record.stopped == EStop::LIMIT)) {
+        const bool isKnown = m_silent.contains(serverLine(record));
+        if (record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
+        if (isKnown) return;
+    }
     SRoom& room = record.result == 0 ? m_succeeded : m_failed;
     const size_t bytes = bytesOf(record);
     if (room.runs == MOST_RUNS || room.bytes + bytes > MOST_BYTES) {

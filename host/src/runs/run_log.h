@@ -19,6 +19,7 @@ enum class EStop
     LIMIT,   ///< it gave no answer within the time limit
     CANCEL,  ///< the host cancelled it
     OUTPUT,  ///< it wrote more than the runtime takes
+    UNUSED,  ///< it was begun ahead, and nobody needed its answer
 };
 
 /// One run of a program by the provider: a copy of the runtime's record (obzx_run), whose texts live for one call only.
@@ -54,7 +55,7 @@ struct SRunRecord
 /// What the runtime tells of a run; without the texts, whose sizes still stand there, when there is no memory for them.
 SRunRecord runRecordOf(const obzx_run& run) noexcept;
 
-/// The runs that have ended since the last take.
+/// The runs that have ended since the last take, without those that nobody needed.
 struct SRuns
 {
     std::vector<SRunRecord> runs;  ///< in the order in which they ended
@@ -92,8 +93,8 @@ class CRunLog
 
     /**
      * While it is on, a command to a server that has let an earlier one run into its time limit is cancelled as soon as
-     * it has started, and not kept: a silent appliance costs one limit, and the command that it let wait is the one to
-     * name. Only for commands that change nothing.
+     * it has started, and neither it nor one that ran beside that one is kept: a silent appliance costs one limit, and
+     * the command that it let wait is the one to name. Only for commands that change nothing.
      */
     void spareSilentServers(bool spare);
 

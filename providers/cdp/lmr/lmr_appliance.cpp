@@ -27,6 +27,7 @@ CLMRAppliance::~CLMRAppliance() = default;
 
 void CLMRAppliance::initialize()
 {
+    const std::shared_ptr<void> ahead = readAhead();
     const CLMRDeviceManagerPtr devices = CFiContextSingleton<CLMRDeviceManager, CLMRDeviceManager>::instance(false);
     devices->registerTraceLog(m_traceLog);
     devices->setUtility(CLMRConfiguration(m_traceLog).importkforUtilPathInfo());

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,7 @@ class CLMRAppliance : public CBaseAppliance
     // Behind those above, whose places in the table are relied on.
     SClaimedDevice claimDevice(const CString& device) override;
     std::string requiredProgram() override;
+    std::shared_ptr<void> readAhead() override;
     void generateConsistencyGroupList();
     void generateConsistencyGroupNameList();
 

@@ -4,10 +4,21 @@
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_command_sending.h"
 #include "providers/cdp/lmr/lmr_host.h"
+#include "providers/cdp/lmr/lmr_read_ahead.h"
 
 namespace cdpfi {
 
 using namespace obzx_pdk_4_4;
+
+std::shared_ptr<void> CLMRAppliance::readAhead()
+{
+    const std::shared_ptr<CLMRReadAhead> ahead = CLMRReadAhead::ofThread(m_traceLog);
+    if (!ahead) return ahead;
+    ahead->expectDisks(m_name);
+    ahead->expectHosts(m_name);
+    ahead->expectGroups(m_name);
+    return ahead;
+}
 
 std::vector<CString> CLMRAppliance::getConsistencyGroupNameList()
 {
@@ -30,6 +41,8 @@ void CLMRAppliance::generateHostNameList()
 
 void CLMRAppliance::generateHostList()
 {
+    const std::shared_ptr<CLMRReadAhead> ahead = CLMRReadAhead::ofThread(m_traceLog);
+    if (ahead) ahead->expectHosts(m_name);
     generateHostNameList();
     m_hostList.clear();
     m_hostMap.clear();
@@ -70,6 +83,8 @@ void CLMRAppliance::generateConsistencyGroupNameList()
 
 void CLMRAppliance::generateConsistencyGroupList()
 {
+    const std::shared_ptr<CLMRReadAhead> ahead = CLMRReadAhead::ofThread(m_traceLog);
+    if (ahead) ahead->expectGroups(m_name);
     generateConsistencyGroupNameList();
     m_groupIndex.clear();  // before the groups that it refers to
     m_groupList.clear();

@@ -3,6 +3,7 @@
 #include "framework/include/cfiexecpipe.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_read_ahead.h"
 #include "providers/cdp/lmr/lmr_script.h"
 
 namespace cdpfi {
@@ -25,10 +26,14 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, s
     if (!isSendable(server, command)) return NOT_STARTED;
     trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
 
-    const std::string commandLine = '"' + m_shell.program() + '"';
+    CFiOutputText output;
     CLMRScript script(m_traceLog);
-    if (!script.write(server, command)) return NOT_STARTED;
-    const int result = pipe.Exec(commandLine, lines, script.inputFile(), TIME_OUT_SECONDS, "", "", "");
+    std::optional<int> begun = CLMRReadAhead::answer(server, command, pipe, output);
+    if (!begun && !script.write(server, command)) return NOT_STARTED;
+    const std::string commandLine = '"' + m_shell.program() + '"';
+    const int result =
+        begun ? *begun : pipe.Exec(commandLine, output, script.inputFile(), TIME_OUT_SECONDS, "", "", "");
+    output.appendLinesTo(lines);
     if (result == EXEC_FAILED) {
         if (isTraceEnabled(TRACE_INVALID)) {
             trace(TRACE_INVALID, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command,

@@ -1,5 +1,6 @@
 #include "providers/cdp/lmr/lmr_configuration.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,23 @@ SLMRCliPath CLMRConfiguration::importkforUtilPathInfo()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "importkforUtilPathInfo", __LINE__, __FILE__);
     return readTool(LMR_DISK_UTILITY);
+}
+
+unsigned CLMRConfiguration::importMaxParallel()
+{
+    const CFiTraceLogFunction tracer(m_traceLog, "importMaxParallel", __LINE__, __FILE__);
+    long count = LMR_DEFAULT_PARALLEL;
+    try {
+        ACE_Configuration_Section_Key section;
+        long configured = 0;
+        if (openSection(LMR_TOOL_SECTION, section, READ_ONLY) == 0 &&
+            getIntegerValue(LMR_MAX_PARALLEL, configured) == 0) {
+            count = configured;
+        }
+    } catch (...) {
+        // A store that cannot be read is as good as one without the value.
+    }
+    return static_cast<unsigned>(std::clamp(count, 1L, LMR_MOST_PARALLEL));
 }
 
 SLMRCliPath CLMRConfiguration::readTool(const SLMRToolSetting& setting)

@@ -32,6 +32,11 @@ inline std::string fixedShellPath()
     return std::string(LMR_SHELL.path) + LMR_SHELL.name;
 }
 
+/// How many commands that only read are under way at once, when that is not set, and what may be set.
+inline constexpr const char* LMR_MAX_PARALLEL = "MAX_PARALLEL";
+inline constexpr long LMR_DEFAULT_PARALLEL = 8;
+inline constexpr long LMR_MOST_PARALLEL = 64;
+
 /// An external tool.
 struct SLMRCliPath
 {
@@ -58,6 +63,8 @@ class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
     SLMRCliPath importlmshPathInfo();
     /// The same for the disk utility of this host.
     SLMRCliPath importkforUtilPathInfo();
+    /// 1 (one after the other) to 64; what is set outside of that counts as the nearer end, what is no number as unset.
+    unsigned importMaxParallel();
 
   private:
     SLMRCliPath readTool(const SLMRToolSetting& setting);

@@ -5,6 +5,7 @@
 #include "framework/include/cfistringtool.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
+#include "providers/cdp/lmr/lmr_read_ahead.h"
 #include "providers/cdp/model/base_claimant.h"
 
 namespace cdpfi {
@@ -80,7 +81,8 @@ int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& com
     // A rescan uses the words of the refresh that it belongs to.
     trace(TRACE_INFO, "CLMRDeviceManager::refresh - Command going to execute is :[%s]", commandLine);
     pipe.registerTraceLog(m_traceLog);
-    const int result = pipe.Exec(commandLine, output, "", TIME_OUT_SECONDS, "", "", "");
+    const std::optional<int> begun = CLMRReadAhead::answer(commandLine, pipe, output);
+    const int result = begun ? *begun : pipe.Exec(commandLine, output, "", TIME_OUT_SECONDS, "", "", "");
     if (isTraceEnabled(TRACE_INFO)) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh - kforutil : command returned [%d] lines .", output.countLines());
     }

@@ -45,7 +45,8 @@ bool CLMRScript::write(const CString& server, const CString& command)
         trace(TRACE_FAILURE, "Failed to open file [%s].", m_file);
         return true;
     }
-    if (writeAndClose(std::move(file), lines)) return true;
+    m_isWhole = writeAndClose(std::move(file), lines);
+    if (m_isWhole) return true;
     trace(TRACE_FAILURE, "Failed to write file [%s].", m_file);
     remove();
     return false;

@@ -26,6 +26,8 @@ class CLMRScript : public obzx_pdk_4_4::CFiTraceable
      */
     bool write(const CString& server, const CString& command);
 
+    /// Whether the file holds the command; false after write() for one that could not be opened.
+    bool isWhole() const { return m_isWhole; }
     const std::string& inputFile() const { return m_file; }  ///< for CFiExecPipeBase::Exec; empty before write()
 
     /// Removes the file, once the shell has ended and before anything of its answer is traced. Keeps the name.
@@ -33,6 +35,7 @@ class CLMRScript : public obzx_pdk_4_4::CFiTraceable
 
   private:
     std::string m_file;
+    bool m_isWhole = false;
 };
 
 }  // namespace cdpfi

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -43,6 +44,11 @@ class CBaseClaimant
     virtual SClaimedDevice claimDevice(const CString& device) = 0;
     /// Full path of the program that CBaseAppliance::verify looks for, for the message that it cannot be used.
     virtual std::string requiredProgram() = 0;
+    /// Begins to ask for what CBaseAppliance::initialize will ask for, so that several appliances are asked at once.
+    /// Changes nothing else: what initialize() does and traces is the same without.
+    /// @return is held by the thread until it has called initialize(), and not passed to another one; may be empty.
+    /// @throw std::bad_alloc
+    virtual std::shared_ptr<void> readAhead() { return {}; }
 };
 
 }  // namespace cdpfi

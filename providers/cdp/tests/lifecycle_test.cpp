@@ -54,7 +54,7 @@ TEST_F(Lifecycle, ALineOfTheConfigurationThatCannotBeReadIsTracedOnceByEachStart
 {
     m_scenario.addAppliance("server1", {{"cg1", {"S1"}}});
     m_scenario.append("etc/qz/cdpfi.conf", "LOCAL_NAME 192.0.2.77\n");
-    const std::string line = "L2 CFiConfiguration - line [6] of [" + m_scenario.root().string() +
+    const std::string line = "L2 CFiConfiguration - line [7] of [" + m_scenario.root().string() +
                              "/etc/qz/cdpfi.conf] cannot be read and is skipped.";
     for (const int start : {1, 2}) {
         m_trace.clear();

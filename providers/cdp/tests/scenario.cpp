@@ -25,7 +25,7 @@ CScenario::CScenario()
     fs::copy_file(FAKE_APPLIANCE, m_root / TOOLS / "kforutil");
     const std::string folder = (m_root / TOOLS).string();
     write("etc/qz/cdpfi.conf", "[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=\"" + folder + "\"\nLMR_KFORUTIL_PATH=\"" + folder +
-                                   "\"\n[FI_NETWORK]\nLOCAL_NAME=\"" + LOCAL_HOST + "\"\n");
+                                   "\"\nMAX_PARALLEL=1\n[FI_NETWORK]\nLOCAL_NAME=\"" + LOCAL_HOST + "\"\n");
 }
 
 void CScenario::write(const std::string& path, const std::string& content) const

@@ -3,7 +3,8 @@
  *
  * FAKE_TOOL_SCENARIO names the scenario, a file of entries, each one of these lines in this order:
  *
- *   when TEXT        the request holds TEXT ("" when left out: any); a request is the arguments and standard input
+ *   when TEXT        the request holds TEXT ("" when left out: any), and that of further such lines; a request is the
+ *                    arguments and standard input
  *   times N          only the first N requests that hold it
  *   delay MS         wait; what was written before it is there to be read
  *   output           the lines up to one that is "." are written
@@ -127,7 +128,7 @@ static int answer(FILE* file)
     for (int entry = 0; fgets(line, sizeof line, file) != NULL;) {
         line[strcspn(line, "\n")] = '\0';
         if (after(line, "when ", &rest)) {
-            fits = strstr(request, rest) != NULL;
+            fits = fits && strstr(request, rest) != NULL;
         } else if (after(line, "times ", &rest)) {
             fits = fits && count_use(entry) <= atol(rest);
         } else if (after(line, "delay ", &rest)) {

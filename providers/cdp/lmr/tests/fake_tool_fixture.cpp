@@ -23,8 +23,7 @@ CFakeToolTest::CFakeToolTest()
         fs::create_symlink(FAKE_TOOL, m_root / name);
     }
     ::unsetenv("OBZX_TRACE_LEVEL");
-    const std::string tools = m_root / "tools";
-    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + tools + "\nLMR_KFORUTIL_PATH=" + tools + "\n");
+    setParallel(1);
     setScenario("");
     m_log.acquire(new CFiTraceLog());
     m_log->initialize("cdpfi", "", "", 1, false);
@@ -98,6 +97,13 @@ CLMRAppliancePtr CFakeToolTest::makeAppliance(const char* name) const
     CLMRAppliancePtr appliance(new CLMRAppliance(name));
     appliance->registerTraceLog(m_log);
     return appliance;
+}
+
+void CFakeToolTest::setParallel(int count, const std::string& more) const
+{
+    const std::string tools = m_root / "tools";
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=" + tools + "\nLMR_KFORUTIL_PATH=" + tools +
+                       "\nMAX_PARALLEL=" + std::to_string(count) + "\n" + more);
 }
 
 void CFakeToolTest::writeConfiguration(const std::string& text) const

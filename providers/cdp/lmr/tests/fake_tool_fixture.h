@@ -49,6 +49,8 @@ class CFakeToolTest : public ::testing::Test
     /// An appliance that traces.
     obzx_pdk_4_4::CFiSmartPtr<CLMRAppliance> makeAppliance(const char* name) const;
 
+    /// The configuration of a test, with so many commands of an inventory at once; without it, one after the other.
+    void setParallel(int count, const std::string& more = "") const;
     void writeConfiguration(const std::string& text) const;
     /// Files that scripts left behind.
     size_t countScripts() const;

@@ -131,5 +131,29 @@ TEST_F(ToolConfiguration, LookUpsAreTracedAsFunctions)
               takeTrace());
 }
 
+TEST_F(ToolConfiguration, NumberOfCommandsAtOnceIsBetweenOneAnd64)
+{
+    const auto countFor = [this](const std::string& value) {
+        writeConfiguration("[LMR_CLI_CONFIG]\nMAX_PARALLEL=" + value + "\n");
+        return CLMRConfiguration(log()).importMaxParallel();
+    };
+    EXPECT_EQ(1u, countFor("1"));
+    EXPECT_EQ(20u, countFor("20"));
+    EXPECT_EQ(64u, countFor("64"));
+    EXPECT_EQ(1u, countFor("0"));
+    EXPECT_EQ(64u, countFor("65"));
+    EXPECT_EQ(64u, countFor("2147483647"));
+}
+
+TEST_F(ToolConfiguration, NumberOfCommandsAtOnceIsEightUnlessANumberIsSet)
+{
+    for (const char* values : {"", "MAX_PARALLEL=\n", "MAX_PARALLEL=many\n", "MAX_PARALLEL=-1\n"}) {
+        writeConfiguration(std::string("[LMR_CLI_CONFIG]\n") + values);
+        EXPECT_EQ(8u, CLMRConfiguration(log()).importMaxParallel()) << values;
+    }
+    std::filesystem::remove(root() / "etc/qz/cdpfi.conf");
+    EXPECT_EQ(8u, CLMRConfiguration(log()).importMaxParallel());
+}
+
 }  // namespace
 }  // namespace cdpfi

@@ -166,6 +166,21 @@ TEST_F(ModelOutOfMemory, InventoryHoldsOnlyWhatTheApplianceListed)
           });
 }
 
+TEST_F(ModelOutOfMemory, InventoryReadSideBySideHoldsOnlyWhatTheApplianceListed)
+{
+    setParallel(3);
+    setScenario(answerTo(" list  hosts ", answers::hosts({"h1", "h2"})) + "exit 0\n");
+    const CLMRAppliancePtr appliance(new CLMRAppliance("alpha"));
+    sweep([&] { appliance->generateHostList(); },
+          [&] {
+              size_t index = 0;
+              for (const CHostPtr& host : appliance->getHostList()) {
+                  EXPECT_EQ("h" + std::to_string(++index), host->getName().c_str());
+              }
+          });
+    EXPECT_EQ(0U, countScripts());
+}
+
 TEST_F(ModelOutOfMemory, DeviceTableHoldsOnlyWhatTheUtilityListed)
 {
     const auto listing = [](const char* prefix) { return answerTo("[listdisk]", answers::disks(sixLuns(prefix))); };
