@@ -1,13 +1,14 @@
 #include "framework/src/trace/trace_line_formatter.h"
 
 #include <spdlog/details/log_msg.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <ctime>
 #include <string_view>
+
+#include "framework/src/trace/own_ids.h"
 
 namespace obzx_pdk_4_4 {
 
@@ -41,20 +42,14 @@ char* putFraction(char* end, int64_t microseconds)
     return end + 6;
 }
 
-// " <pid>.<tid>". The process is asked of the system for each line: a forked child has the memory of its parent, but
-// ids of its own.
+// " <pid>.<tid>"
 char* putIds(char* end)
 {
-    thread_local pid_t process = 0;
-    thread_local pid_t thread = 0;
-    if (const pid_t current = ::getpid(); current != process) {
-        process = current;
-        thread = ::gettid();
-    }
+    const SOwnIds& ids = ownIds();
     *end++ = ' ';
-    end = put(end, process);
+    end = put(end, ids.process);
     *end++ = '.';
-    return put(end, thread);
+    return put(end, ids.thread);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +12,7 @@
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
+#include <functional>
 #include <regex>
 #include <set>
 #include <thread>
@@ -312,20 +314,22 @@ TEST_F(TraceFile, ComponentThatCannotNameAFileHasNone)
     EXPECT_TRUE(fs::is_empty(root()));
 }
 
-TEST_F(TraceFile, ForkedChildShowsItsOwnIds)
+TEST_F(TraceFile, ForkedChildShowsItsOwnIdsHoweverItWasForked)
 {
     const CFiTraceLogPtr log = makeLog();
     log->trace(1, "parent");
-    const pid_t child = ::fork();
-    if (child == 0) {
-        log->trace(1, "child");
-        ::_exit(0);
+    const auto forkBySystemCall = [] { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); };
+    for (const std::function<pid_t()>& forkOnce : {std::function<pid_t()>(::fork), {forkBySystemCall}}) {
+        const pid_t child = forkOnce();
+        if (child == 0) {
+            log->trace(1, "child");
+            ::_exit(0);
+        }
+        ASSERT_EQ(::waitpid(child, nullptr, 0), child);
+        const std::string id = std::to_string(child);
+        const std::string line = readLines(tracePath()).back();
+        EXPECT_NE(line.find(" " + id + "." + id + " L1 unit child"), std::string::npos) << line;
     }
-    ASSERT_EQ(::waitpid(child, nullptr, 0), child);
-    const std::vector<std::string> lines = readLines(tracePath());
-    ASSERT_EQ(lines.size(), 2u);
-    const std::string id = std::to_string(child);
-    EXPECT_NE(lines[1].find(" " + id + "." + id + " L1 unit child"), std::string::npos) << lines[1];
 }
 
 TEST_F(TraceFile, EachThreadShowsItsOwnIdAlsoInAForkedChild)
