@@ -5,8 +5,8 @@ from dataclasses import dataclass, field
 from pathlib import Path
 
 RULE = "=" * 122
-HOSTS = ("production", "192.0.2.10")  # neither is looked up in a network
-LOCAL_HOST = "production"
+LOCAL_HOST = "192.0.2.11"
+HOSTS = (LOCAL_HOST, "192.0.2.10")  # addresses, so that no resolver is asked
 
 
 @dataclass(slots=True)
