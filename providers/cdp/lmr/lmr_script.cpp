@@ -54,7 +54,7 @@ bool CLMRScript::write(const CString& server, const CString& command)
 
 void CLMRScript::remove()
 {
-    std::remove(m_file.c_str());
+    if (!m_file.empty()) std::remove(m_file.c_str());
 }
 
 }  // namespace cdpfi

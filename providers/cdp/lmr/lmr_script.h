@@ -30,7 +30,7 @@ class CLMRScript : public obzx_pdk_4_4::CFiTraceable
     bool isWhole() const { return m_isWhole; }
     const std::string& inputFile() const { return m_file; }  ///< for CFiExecPipeBase::Exec; empty before write()
 
-    /// Removes the file, once the shell has ended and before anything of its answer is traced. Keeps the name.
+    /// Removes the file if one was made, once the shell has ended and before anything of its answer is traced.
     void remove();
 
   private:
