@@ -56,11 +56,14 @@ class Row:
 
 
 def ratio(figure, what, limit, measured, beside, beside_name, show=seconds_text):
-    """A row from two series that were taken in turns: ratio of medians; the spread is that of the single ratios."""
-    singles = [a / b for a, b in zip(measured, beside)]
+    """
+    A row from two series that were taken in turns: median and spread of the single ratios, so that a machine that gets
+    busy between two turns disturbs one of them and not the value.
+    """
+    singles = [a / b for a, b in zip(measured, beside, strict=True)]
     low, high = quartiles(singles)
-    value = median(measured) / median(beside)
-    return Row(figure, what, show(median(measured)), f"{show(median(beside))} {beside_name}", value, low, high, "x", limit)
+    return Row(figure, what, show(median(measured)), f"{show(median(beside))} {beside_name}", median(singles), low, high,
+               "x", limit)
 
 
 def absolute(figure, what, limit, samples, unit, beside="", show=seconds_text):

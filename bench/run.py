@@ -35,7 +35,7 @@ def run(bench, parts):
 
 
 def report(bench):
-    table = markdown(bench.rows)
+    table = "\n".join([markdown(bench.rows), *bench.tables])
     (bench.out / "figures.md").write_text(table)
     write_json(bench.out / "figures.json", bench.rows, bench.raw)
     return table

@@ -44,6 +44,7 @@ class Bench:
         self.rows = []
         self.raw = {}
         self.plots = []
+        self.tables = []  # what stands below the table of all figures
 
     def site(self, name, appliances, **more):
         return Site(self.work / name, self.programs.path("instant_tool"), appliances, **more)

@@ -21,7 +21,7 @@ def snapshots(bench):
     own, least, traced = ([made[part]["wall"] for made in samples[kind]]
                           for kind, part in (("silent", "own"), ("silent", "least"), ("usual", "own")))
     what = f"own time of make, {nodes:,} nodes in {groups} groups"
-    bench.ratio(7, f"{what}, its lines not traced", 10, own, least, "to find each node and name its copy")
+    bench.ratio(7, f"{what}, its lines not traced", 4, own, least, "to find each node and name its copy")
     bench.ratio(7, f"{what}, its {6 * nodes:,} lines traced", 1.3, traced, samples["spdlog"], "spdlog alone, the same lines")
     small, large = scale.import_luns
     bench.ratio(7, f"own time of import, {large:,} LUNs of a group", 12, samples[large], samples[small], f"for {small:,}")

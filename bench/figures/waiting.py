@@ -130,7 +130,21 @@ def waiting(bench):
     bench.keep("waiting", samples)
     slow = list(samples)[-1]
     add_rows(bench, slow, samples[slow], samples[0], {step: len(recorded.runs) for step, recorded in steps.items()})
+    bench.tables.append(seconds_table(samples))
     draw(bench, samples)
+
+
+def seconds_table(samples):
+    """Figure 9 in seconds."""
+    def cell(taken, step):
+        return " beside ".join(f"{median(taken[who][step]):.2f}" for who in ("fictl", "script"))
+
+    table = ["| Figure 9, seconds: `fictl` beside the Bash script | " + " | ".join(STEPS) + " | frozen in create |",
+             "|---|" + "---|" * (len(STEPS) + 1)]
+    for delay, taken in samples.items():
+        cells = [cell(taken, step) for step in STEPS]
+        table.append(f"| tools of {delay} ms | {' | '.join(cells)} | {median(taken['fictl']['frozen']):.2f} |")
+    return "\n".join(table) + "\n"
 
 
 def add_rows(bench, slow, late, instant, commands):
