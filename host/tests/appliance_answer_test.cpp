@@ -221,16 +221,15 @@ TEST(ApplianceAnswer, AnotherAppliancesGroupsOrCheckpointsDeletionConfirmsNothin
 
 TEST(ApplianceAnswer, AReportConfirmsOnlyWhenItIsWhole)
 {
-    EXPECT_TRUE(confirmsDeletion(reportOf({{runs::succeeded(REMOVE)}, 0}, {}), "alpha", "G", "C"));
-    EXPECT_FALSE(confirmsDeletion(reportOf({{runs::succeeded(REMOVE)}, 1}, {}), "alpha", "G", "C"));
+    EXPECT_TRUE(confirmsDeletion(reportOf({{runs::succeeded(REMOVE)}, 0}), "alpha", "G", "C"));
+    EXPECT_FALSE(confirmsDeletion(reportOf({{runs::succeeded(REMOVE)}, 1}), "alpha", "G", "C"));
 }
 
 TEST(ApplianceAnswer, AReportKnowsANameThatIsTaken)
 {
-    EXPECT_TRUE(saysAlreadyThere(reportOf({{runs::refused(MAKE, 4, EXISTS)}, 0}, {})));
-    EXPECT_FALSE(
-        saysAlreadyThere(reportOf({{runs::refused(MAKE, 3, "group \"exists already\" does not exist")}, 0}, {})));
-    EXPECT_FALSE(saysAlreadyThere(reportOf({{runs::succeeded(MAKE)}, 0}, {EXISTS})));
+    EXPECT_TRUE(saysAlreadyThere(reportOf({{runs::refused(MAKE, 4, EXISTS)}, 0})));
+    EXPECT_FALSE(saysAlreadyThere(reportOf({{runs::refused(MAKE, 3, "group \"exists already\" does not exist")}, 0})));
+    EXPECT_FALSE(saysAlreadyThere(reportOf({{runs::succeeded(MAKE)}, 0, {EXISTS}})));
 }
 
 }  // namespace fictl

@@ -18,7 +18,7 @@ const std::string MAKE = " create  annotation \"C\" \"G  1\"\n set  message  hel
 
 SApplianceReport reportOfRuns(std::vector<SRunRecord> all)
 {
-    return reportOf({std::move(all), 0}, {});
+    return reportOf({std::move(all), 0});
 }
 
 }  // namespace
@@ -159,9 +159,9 @@ TEST(ApplianceReport, DocumentHoldsEveryFieldOfAFailedCommand)
 
 TEST(ApplianceReport, AddsReportsInOrder)
 {
-    SApplianceReport report = reportOf({{runs::refused("a", 1, "")}, 1}, {"m"});
+    SApplianceReport report = reportOf({{runs::refused("a", 1, "")}, 1, {"m"}});
     EXPECT_FALSE(report.empty());
-    report.add(reportOf({{runs::refused("b", 2, ""), runs::succeeded("c")}, 2}, {"n"}));
+    report.add(reportOf({{runs::refused("b", 2, ""), runs::succeeded("c")}, 2, {"n"}}));
     ASSERT_EQ(report.failed.size(), 2U);
     EXPECT_EQ(report.failed[1].exitStatus, 2);
     EXPECT_EQ(report.succeeded.size(), 1U);
@@ -172,7 +172,7 @@ TEST(ApplianceReport, AddsReportsInOrder)
 TEST(ApplianceReport, RunsThatSucceededAreNothingToReport)
 {
     EXPECT_TRUE(reportOfRuns({runs::succeeded("list hosts")}).empty());
-    EXPECT_FALSE(reportOf({{}, 1}, {}).empty());
+    EXPECT_FALSE(reportOf({{}, 1}).empty());
 }
 
 }  // namespace fictl

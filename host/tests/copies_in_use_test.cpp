@@ -181,6 +181,7 @@ TEST_F(CCopiesInUseTest, ReleaseThatFailsKeepsWhatIsStillThere)
 TEST_F(CCopiesInUseTest, WhatAKilledReleaseHasGivenBackIsImportedAgain)
 {
     ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    allowAtOnce(1);
     arm("delete-timeimage:g1 killed-after\n");
     constexpr int KILLED = 1000 + 9;
     ASSERT_EQ(fictl({"snapshot", "release", "s"}).exit, KILLED);

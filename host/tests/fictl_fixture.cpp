@@ -150,6 +150,11 @@ void CFictlTest::limitTool(unsigned seconds) const
     base_test::writeFile(fake("limit"), std::to_string(seconds) + "\n");
 }
 
+void CFictlTest::allowAtOnce(unsigned groups) const
+{
+    base_test::writeFile(fake("parallel"), std::to_string(groups) + "\n");
+}
+
 void CFictlTest::becomeHost(const std::string& name) const
 {
     base_test::writeFile(m_root + "/host", name + "\n");

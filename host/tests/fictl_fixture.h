@@ -48,6 +48,7 @@ class CFictlTest : public testing::Test
     void arm(const std::string& faults) const;       ///< lines of host/tests/fakefi/faults.h; replaces what was armed
     void useTool(const std::string& path) const;     ///< the provider runs this program in place of its own tool
     void limitTool(unsigned seconds) const;          ///< the provider gives each run of its tool so long
+    void allowAtOnce(unsigned groups) const;         ///< the inspector tells that so many runs may be under way
     void becomeHost(const std::string& name) const;  ///< the name of this host from now on
     /// Runs a copy of the provider from now on that has no inspector beside it.
     void leaveInspectorAway();

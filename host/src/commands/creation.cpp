@@ -29,6 +29,8 @@ void addProcessOf(const std::string& checkpoint, std::vector<int64_t>& ids)
 SResult CSnapshotCreation::run()
 {
     refuseEarly();
+    // What is on the appliances is looked at while the provider reads its inventory of them.
+    m_knowledge.beginLookAtInventory();
     m_context.progress.step("start provider");
     m_provider.emplace(m_context.chosenProvider());
     m_tree.emplace(*m_provider);
@@ -87,7 +89,7 @@ void CSnapshotCreation::refuseDevice(const std::string& path, const std::string&
 void CSnapshotCreation::setUp()
 {
     m_record.provider = m_provider->name();
-    const KnownPaths knownPaths = inspectedPaths(m_context.chosenProvider(), m_context.timeout);
+    const KnownPaths knownPaths = [this] { return pathsOf(inventory()); };
     for (const std::string& given : m_request.devices) {
         stopPoint();
         m_context.progress.step("set up " + given);
@@ -112,18 +114,27 @@ void CSnapshotCreation::setUp()
     }
 }
 
+// All groups, and not those of the snapshot alone: a LUN may stand in another one, too.
+const SInspection* CSnapshotCreation::inventory()
+{
+    if (!m_hasLooked) {
+        m_context.progress.step("look at the groups");
+        m_knowledge.lookAtInventory();
+    }
+    m_hasLooked = true;
+    return m_knowledge.seen();
+}
+
 // Before anything is made: which names are there, and whether each LUN is where the provider finds it.
 void CSnapshotCreation::lookBefore()
 {
-    m_context.progress.step("look at the groups");
-    m_knowledge.emplace(m_context.chosenProvider(), m_context.timeout, m_record.groups());
-    // All groups: a LUN may stand in another one, too.
-    const SInspection* const seen = m_knowledge->lookAtInventory();
+    const SInspection* const seen = inventory();
+    m_knowledge.concern(m_record.groups());
     stopPoint();
     if (seen == nullptr) {
-        m_knowledge->warnUnguarded(
+        m_knowledge.warnUnguarded(
             "whether the devices are ambiguous and checkpoint " + m_record.checkpoint + " is in use already",
-            m_knowledge->why());
+            m_knowledge.why());
         return;
     }
     requireUnambiguous(*seen);
@@ -153,7 +164,7 @@ void CSnapshotCreation::requireFreeName(const SInspection& seen)
         const EThere there = seen.hasCheckpoint(key, m_record.checkpoint);
         if (there == EThere::YES) goOnElsewhere(&seen);
         if (there == EThere::NO) continue;
-        m_knowledge->warnUnguarded(
+        m_knowledge.warnUnguarded(
             "whether checkpoint " + m_record.checkpoint + " is in use already in group " + groupText(key),
             seen.doubt(key));
     }
@@ -166,7 +177,11 @@ SMakeResult CSnapshotCreation::make()
         m_catalog.insert(m_record);
         recorded = true;
     };
-    CSnapshotMaker maker(*m_provider, m_context.progress, "fictl-" + m_request.name, m_nodes);
+    GroupNodes groups;
+    for (size_t i = 0; i < m_nodes.size(); ++i) {
+        groups[m_record.devices[i].group()].push_back(m_nodes[i]);
+    }
+    CSnapshotMaker maker(*m_provider, m_context.progress, "fictl-" + m_request.name, groups, m_knowledge.parallel());
     try {
         return maker.run({.hooks = m_request.hooks, .snapshot = m_request.name, .devices = m_request.devices},
                          recordIntent);
@@ -182,9 +197,9 @@ SResult CSnapshotCreation::settle(const SMakeResult& made)
     m_context.progress.step("record");
     enterMade(m_record, m_nodes, made);
     std::string contradiction;
-    if (m_knowledge->seen() != nullptr) {
+    if (m_knowledge.seen() != nullptr) {
         m_context.progress.step("look whether the checkpoints are there");
-        contradiction = compareWithAppliances(m_record, *m_knowledge);
+        contradiction = compareWithAppliances(m_record, m_knowledge);
     }
     m_record.thaw = made.thawFailure.empty() ? "" : m_request.hooks.thaw;
     const CCreationOutcome outcome(m_record, made, contradiction);
@@ -204,21 +219,22 @@ bool CSnapshotCreation::disposeOfAll()
     // The nodes go first: disposal sets up nodes of the same names.
     m_nodes.clear();
     m_tree.reset();
-    bool isClean = true;
-    for (const GroupKey& key : m_record.groupsToDispose()) {
-        isClean = keepsNothing(key) && isClean;
-    }
-    return isClean;
+    const std::set<GroupKey> all = m_record.groupsToDispose();
+    std::set<GroupKey> groups = all;
+    if (stopRequested()) std::erase_if(groups, [this](const GroupKey& group) { return isSilent(group); });
+    const auto disposals = disposeOfGroups(*m_provider, m_knowledge, m_record, groups, {.begin = [this](auto& group) {
+        m_context.progress.step("make sure that group " + groupText(group) + " keeps no checkpoint");
+    }});
+    return groups.size() == all.size() && std::all_of(disposals.begin(), disposals.end(),
+                                                      [](const auto& disposal) { return disposal.second.confirmed; });
 }
 
-bool CSnapshotCreation::keepsNothing(const GroupKey& group)
+// Who stops fictl is not made to wait for an appliance that has just not answered.
+bool CSnapshotCreation::isSilent(const GroupKey& group)
 {
-    // Who stops fictl is not made to wait for an appliance that has just not answered.
-    const SInspection* const seen = m_knowledge->seen();
-    const bool isSilent = m_knowledge->inspector().isThere() && (seen == nullptr || !seen->doubt(group).empty());
-    if (stopRequested() && isSilent) return false;
-    m_context.progress.step("make sure that group " + groupText(group) + " keeps no checkpoint");
-    return disposeGroup(*m_provider, *m_knowledge, *m_record.devicesOf(group).front()).confirmed;
+    const SInspection* const seen = m_knowledge.seen();
+    if (!m_knowledge.inspector().isThere()) return false;
+    return seen == nullptr || seen->hasCheckpoint(group, m_record.checkpoint) == EThere::UNKNOWN;
 }
 
 }  // namespace fictl

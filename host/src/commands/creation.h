@@ -35,7 +35,8 @@ class CSnapshotCreation
 {
   public:
     /// Both must outlive it.
-    CSnapshotCreation(const SContext& context, const SCreateRequest& request) : m_context(context), m_request(request)
+    CSnapshotCreation(const SContext& context, const SCreateRequest& request)
+        : m_context(context), m_request(request), m_knowledge(context.chosenProvider(), context.timeout)
     {
     }
 
@@ -46,6 +47,7 @@ class CSnapshotCreation
   private:
     void refuseEarly();
     void setUp();
+    const SInspection* inventory();
     void lookBefore();
     void requireUnambiguous(const SInspection& seen) const;
     void requireFreeName(const SInspection& seen);
@@ -54,15 +56,16 @@ class CSnapshotCreation
     SMakeResult make();
     SResult settle(const SMakeResult& made);
     bool disposeOfAll();
-    bool keepsNothing(const GroupKey& group);
+    bool isSilent(const GroupKey& group);
 
     const SContext& m_context;
     const SCreateRequest& m_request;
     CCatalog m_catalog;
+    CKnowledge m_knowledge;
+    bool m_hasLooked = false;
     std::optional<CProvider> m_provider;
     std::optional<CNodeTree> m_tree;
     std::vector<CNode*> m_nodes;  // one for each device of the record, in the tree
-    std::optional<CKnowledge> m_knowledge;
     SSnapshot m_record;
 };
 

@@ -1,3 +1,4 @@
+#include <exception>
 #include <nlohmann/json.hpp>
 #include <optional>
 
@@ -30,7 +31,8 @@ constexpr std::initializer_list<EState> DELETABLE = {
     EState::RELEASE_FAILED, EState::DELETING,      EState::DELETE_FAILED,
 };
 
-/// Deletes what a record names, group by group: looks at all of them first, and enters each group that is gone.
+/// Deletes what a record names, its groups side by side: looks at all of them first, and enters each group that is
+/// gone.
 class CSnapshotDeletion
 {
   public:
@@ -51,8 +53,10 @@ class CSnapshotDeletion
     void keepOthers();
     void guard();
     void requireHome(const GroupKey& group);
-    void dispose(const GroupKey& group);
+    void disposeOfAll();
+    void tell(const GroupKey& group, const SDisposal& disposal);
     void enterRemoved(const GroupKey& group);
+    void startProvider();
     CProvider& provider();
     json entryOf(const GroupKey& group) const;
 
@@ -63,17 +67,27 @@ class CSnapshotDeletion
     std::set<GroupKey> m_groups;
     CKnowledge m_knowledge;
     std::optional<CProvider> m_provider;
+    std::exception_ptr m_notStarted;  // why the provider did not start
     json m_results = json::array();
     std::string m_failed;  // groups that were not confirmed
     SApplianceReport m_report;
 };
 
+// A failure is told once the provider is needed: that may never be.
+void CSnapshotDeletion::startProvider()
+{
+    m_context.progress.step("start provider");
+    try {
+        m_provider.emplace(m_context.providerFor(m_snapshot));
+    } catch (const EFictl&) {
+        m_notStarted = std::current_exception();
+    }
+}
+
 CProvider& CSnapshotDeletion::provider()
 {
-    if (!m_provider) {
-        m_context.progress.step("start provider");
-        m_provider.emplace(m_context.providerFor(m_snapshot));
-    }
+    if (!m_provider && !m_notStarted) startProvider();
+    if (m_notStarted) std::rethrow_exception(m_notStarted);
     return *m_provider;
 }
 
@@ -87,10 +101,7 @@ json CSnapshotDeletion::run(bool evenIfInUse)
     requireAgreement(m_snapshot, "deleted");
     keepOthers();
     if (!evenIfInUse && !m_groups.empty()) guard();
-    for (const GroupKey& group : m_groups) {
-        stopPoint();
-        dispose(group);
-    }
+    if (!m_groups.empty()) disposeOfAll();
     if (m_failed.empty()) return m_results;
     throw EFictl(EExit::NOT_DELETED,
                  "snapshot \"" + m_snapshot.name + "\": not deleted from group " + m_failed + "; the record stays",
@@ -122,6 +133,9 @@ void CSnapshotDeletion::keepOthers()
 // Everything is looked at before anything is deleted.
 void CSnapshotDeletion::guard()
 {
+    // What is on the appliances is looked at while the provider reads its inventory of them.
+    m_knowledge.beginLook();
+    startProvider();
     m_context.progress.step("look at the copies");
     m_knowledge.look();
     stopPoint();
@@ -151,26 +165,34 @@ void CSnapshotDeletion::requireHome(const GroupKey& group)
     }
 }
 
-void CSnapshotDeletion::dispose(const GroupKey& group)
+void CSnapshotDeletion::disposeOfAll()
 {
     CProvider& asked = provider();
-    m_context.progress.step("delete time image and checkpoint of group " + groupText(group));
-    m_isTouched = true;
-    const SDisposal disposal = disposeGroup(asked, m_knowledge, *m_snapshot.devicesOf(group).front());
+    const auto begin = [this](const GroupKey& group) {
+        stopPoint();
+        m_isTouched = true;
+        m_context.progress.step("delete time image and checkpoint of group " + groupText(group));
+    };
+    const auto confirmed = [this](const GroupKey& group) { enterRemoved(group); };
+    for (const auto& [group, disposal] :
+         disposeOfGroups(asked, m_knowledge, m_snapshot, m_groups, {.begin = begin, .confirmed = confirmed})) {
+        tell(group, disposal);
+    }
+}
+
+void CSnapshotDeletion::tell(const GroupKey& group, const SDisposal& disposal)
+{
     json entry = entryOf(group);
     entry["result"] = disposal.confirmed ? "removed" : "failed";
     m_results.push_back(std::move(entry));
-    if (disposal.confirmed) {
-        enterRemoved(group);
-        return;
-    }
+    if (disposal.confirmed) return;
     const std::string status = std::to_string(disposal.status);
     m_failed += (m_failed.empty() ? "" : ", ") + groupText(group) +
                 (disposal.status == OBZ_OK ? " (not confirmed)" : " (status " + status + ")");
     m_report.add(disposal.report);
 }
 
-// The record tells the truth also when a later group is not deleted.
+// The record tells the truth also when another group is not deleted.
 void CSnapshotDeletion::enterRemoved(const GroupKey& group)
 {
     for (SDevice* const device : m_snapshot.devicesOf(group)) {

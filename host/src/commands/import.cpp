@@ -9,13 +9,12 @@
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
 #include "host/src/guardian/guardian.h"
-#include "host/src/inspection/image_owner.h"
 #include "host/src/inspection/knowledge.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/naming.h"
-#include "host/src/snapshot/importer.h"
-#include "host/src/snapshot/lun_place.h"
+#include "host/src/snapshot/group_import.h"
+#include "host/src/snapshot/import_checks.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -45,7 +44,8 @@ class CSnapshotImport
           m_snapshot(snapshot),
           m_isTouched(isTouched),
           m_wasReleased(wasReleased),
-          m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups())
+          m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groups()),
+          m_checks(snapshot, m_knowledge)
     {
     }
 
@@ -53,17 +53,12 @@ class CSnapshotImport
 
   private:
     std::string quotedName() const { return "snapshot \"" + m_snapshot.name + "\""; }
+    void look();
+    void startProvider();
     void forgetReleased();
     void verifyCopies();
     bool isWhole() const;
-    void requireOwnCheckpoints();
-    void requirePlaces();
-    void requirePlace(const SDevice& device, const GroupKey& found) const;
-    void requireCheckpoint(const GroupKey& group, bool wasImported) const;
-    void importGroup(CImporter& importer, const GroupKey& group);
-    bool isImageThere(const GroupKey& group, const SImageOwner& image) const;
-    void makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere);
-    void findCopies(CImporter& importer, const GroupKey& group);
+    void importGroups();
     [[noreturn]] void fail(const EFictl& error) const;
 
     const SContext& m_context;
@@ -72,41 +67,40 @@ class CSnapshotImport
     bool& m_isTouched;  // the provider was asked for something that changes anything
     bool m_wasReleased;
     CKnowledge m_knowledge;
+    const CImportChecks m_checks;
     std::optional<CProvider> m_provider;
 };
 
 void CSnapshotImport::run()
 {
     requireAgreement(m_snapshot, "imported");
-    requireOwnCheckpoints();
-    m_context.progress.step("look at the copies");
-    m_knowledge.look();
-    stopPoint();
+    m_checks.requireOwnCheckpoints(m_catalog);
+    look();
     if (m_wasReleased) forgetReleased();
     verifyCopies();
     if (isWhole()) return;
-    m_context.progress.step("start provider");
-    m_provider.emplace(m_context.providerFor(m_snapshot));
-    requirePlaces();
-    CImporter importer(*m_provider);
-    for (const GroupKey& group : m_snapshot.groups()) {
-        importGroup(importer, group);
-    }
+    if (!m_provider) startProvider();
+    m_checks.requirePlaces(*m_provider);
+    importGroups();
 }
 
-void CSnapshotImport::requireOwnCheckpoints()
+// What is on the appliances is looked at while the provider reads its inventory of them, where it is needed for
+// certain.
+void CSnapshotImport::look()
 {
-    for (const GroupKey& group : m_snapshot.groups()) {
-        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, group, m_snapshot.checkpoint);
-        if (!owner) continue;
-        throw EFictl(EExit::BAD_RECORD,
-                     quotedName() + ": checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) +
-                         " belongs to snapshot \"" + *owner + "\" of this catalog, too; nothing was imported",
-                     "fictl snapshot show " + *owner +
-                         ", and fictl snapshot delete NAME --forget for the record that is "
-                         "wrong")
-            .about(m_snapshot.name);
+    if (!isWhole()) {
+        m_knowledge.beginLook();
+        startProvider();
     }
+    m_context.progress.step("look at the copies");
+    m_knowledge.look();
+    stopPoint();
+}
+
+void CSnapshotImport::startProvider()
+{
+    m_context.progress.step("start provider");
+    m_provider.emplace(m_context.providerFor(m_snapshot));
 }
 
 bool CSnapshotImport::isWhole() const
@@ -160,35 +154,17 @@ void CSnapshotImport::verifyCopies()
     }
 }
 
-void CSnapshotImport::requirePlace(const SDevice& device, const GroupKey& found) const
+void CSnapshotImport::importGroups()
 {
-    if (found == device.group()) return;
-    throw EFictl(EExit::BAD_RECORD,
-                 quotedName() + ": LUN " + printable(device.state.serialNo) + " of " + printable(device.source) +
-                     " is in group " + groupText(found) + ", and not in group " + groupText(device.group()) +
-                     " as the record says; nothing was imported",
-                 "fictl snapshot show " + m_snapshot.name + ", and fictl device list where it was made")
-        .about(m_snapshot.name);
-}
-
-// The provider goes by the LUN's serial: where it finds it must be where the checkpoint was made.
-void CSnapshotImport::requirePlaces()
-{
+    CGroupImport::Images images;
     for (const SDevice& device : m_snapshot.devices) {
-        const std::optional<GroupKey> place = findLunPlace(*m_provider, device.state.serialNo);
-        if (place) {
-            requirePlace(device, *place);
-            continue;
-        }
-        const SInspection* const seen = m_knowledge.seen();
-        if (seen == nullptr || seen->hasLun(device.group(), device.state.serialNo) != EThere::NO) continue;
-        throw EFictl(EExit::BAD_RECORD,
-                     quotedName() + ": group " + groupText(device.group()) + " has no LUN " +
-                         printable(device.state.serialNo) + " (" + printable(device.source) + "); nothing was imported",
-                     "fictl snapshot show " + m_snapshot.name + ", and fictl device list where it was made")
-            .about(m_snapshot.name);
+        const GroupKey group = device.group();
+        if (device.importPath.empty() && !images.contains(group)) images.emplace(group, m_checks.requireImage(group));
     }
-    m_provider->forgetReport();
+    stopPoint();
+    CGroupWork work(m_knowledge.parallel());
+    CGroupImport(*m_provider, m_catalog, m_context.progress, m_snapshot, m_isTouched).run(images, work);
+    if (const std::optional<EFictl> failure = work.failure()) fail(*failure);
 }
 
 void CSnapshotImport::fail(const EFictl& error) const
@@ -199,102 +175,6 @@ void CSnapshotImport::fail(const EFictl& error) const
                  mend + ", then fictl snapshot import " + m_snapshot.name)
         .withReport(error.report())
         .about(m_snapshot.name);
-}
-
-bool CSnapshotImport::isImageThere(const GroupKey& group, const SImageOwner& image) const
-{
-    if (image.owner == EImageOwner::OURS) return true;
-    if (image.owner != EImageOwner::OTHERS) return false;
-    const SInspection& seen = *m_knowledge.seen();
-    // Granted to this host is good enough to look at it, whoever made it.
-    if (seen.isGrantedHere(group, image.image) != EThere::NO) return true;
-    throw EFictl(
-        EExit::STATE,
-        quotedName() + ": time image " + image.image + " of group " + groupText(group) + " is granted to " +
-            image.holder + "; a checkpoint has one time image",
-        "fictl snapshot release " + m_snapshot.name + " there, then fictl snapshot import " + m_snapshot.name + " here")
-        .about(m_snapshot.name);
-}
-
-// Another host may have deleted the snapshot; then its record here is all that is left.
-void CSnapshotImport::requireCheckpoint(const GroupKey& group, bool wasImported) const
-{
-    const SInspection* const seen = m_knowledge.seen();
-    if (seen == nullptr || seen->hasCheckpoint(group, m_snapshot.checkpoint) != EThere::NO) return;
-    throw EFictl(EExit::FAILED,
-                 quotedName() + ": checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) +
-                     (wasImported ? " is gone, and with it the copy that was imported"
-                                  : " is gone, so there is "
-                                    "nothing to import"),
-                 "ask who deleted the snapshot; fictl snapshot delete " + m_snapshot.name + " drops this host's record")
-        .about(m_snapshot.name);
-}
-
-void CSnapshotImport::importGroup(CImporter& importer, const GroupKey& group)
-{
-    const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
-    if (std::none_of(devices.begin(), devices.end(),
-                     [](const SDevice* device) { return device->importPath.empty(); })) {
-        return;
-    }
-    stopPoint();
-    const bool wasImported = std::any_of(devices.begin(), devices.end(),
-                                         [](const SDevice* device) { return !device->importSerial.empty(); });
-    requireCheckpoint(group, wasImported);
-    const SImageOwner image = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
-    if (image.owner == EImageOwner::NONE && wasImported) {
-        throw EFictl(EExit::FAILED,
-                     quotedName() + ": time image " + image.image + " of group " + groupText(group) +
-                         " is gone, and with it the copy that was imported",
-                     "fictl snapshot release " + m_snapshot.name + ", then fictl snapshot import " + m_snapshot.name +
-                         " makes a new one of the checkpoint")
-            .about(m_snapshot.name);
-    }
-    if (!isImageThere(group, image) && !wasImported) makeImage(importer, group, image.owner == EImageOwner::UNKNOWN);
-    findCopies(importer, group);
-}
-
-// An image that cannot be made may be there already where nothing could be looked at: then the copies can be found if
-// it is granted to this host.
-void CSnapshotImport::makeImage(CImporter& importer, const GroupKey& group, bool mayBeThere)
-{
-    m_context.progress.step("make the time image of group " + groupText(group));
-    m_isTouched = true;
-    const std::vector<SDevice*> devices = m_snapshot.devicesOf(group);
-    for (SDevice* device : devices) {
-        device->imageAsked = true;
-    }
-    m_catalog.updateGroup(m_snapshot, group);
-    try {
-        importer.makeImage(*devices.front());
-    } catch (const EFictl& error) {
-        if (!mayBeThere || stopRequested()) fail(error);
-        try {
-            importer.findCopy(*devices.front());
-        } catch (const EFictl&) {
-            fail(error);
-        }
-    }
-}
-
-void CSnapshotImport::findCopies(CImporter& importer, const GroupKey& group)
-{
-    for (size_t i = 0; i < m_snapshot.devices.size(); ++i) {
-        SDevice& device = m_snapshot.devices[i];
-        if (device.group() != group || !device.importPath.empty()) continue;
-        stopPoint();
-        m_context.progress.step("import " + device.source);
-        m_isTouched = true;
-        try {
-            const CImporter::SCopy copy = importer.findCopy(device);
-            device.importPath = copy.path;
-            device.importSerial = copy.serial;
-            device.imageAsked = true;
-        } catch (const EFictl& error) {
-            fail(error);
-        }
-        m_catalog.updateDevice(m_snapshot, i);
-    }
 }
 
 SResult importSnapshot(const SContext& context, const std::string& name)

@@ -1,3 +1,6 @@
+#include <mutex>
+#include <optional>
+
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
@@ -7,6 +10,7 @@
 #include "host/src/process/signals.h"
 #include "host/src/provider/naming.h"
 #include "host/src/snapshot/copy_guard.h"
+#include "host/src/snapshot/group_work.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -36,7 +40,7 @@ class CSnapshotRelease
 
   private:
     void requireInspection();
-    void releaseGroup(const GroupKey& group);
+    void releaseGroup(const GroupKey& group, std::mutex& lock);
     void enterReleased(const GroupKey& group);
 
     const SContext& m_context;
@@ -68,26 +72,30 @@ void CSnapshotRelease::run(bool evenIfInUse)
         guard.requireOwnImage(group);
         if (!evenIfInUse) guard.requireUnused(group);
     }
-    for (const GroupKey& group : m_snapshot.groups()) {
-        stopPoint();
-        releaseGroup(group);
+    CGroupWork work(m_knowledge.parallel());
+    work.run(m_snapshot.groups(), [&](const GroupKey& group) { releaseGroup(group, work.lock()); });
+    if (const std::optional<EFictl> failure = work.failure()) {
+        throw EFictl(failure->exit(), "snapshot \"" + m_snapshot.name + "\": " + failure->what(),
+                     "mend that, then fictl snapshot release " + m_snapshot.name)
+            .about(m_snapshot.name);
     }
 }
 
-void CSnapshotRelease::releaseGroup(const GroupKey& group)
+void CSnapshotRelease::releaseGroup(const GroupKey& group, std::mutex& lock)
 {
+    {
+        const std::lock_guard guard(lock);
+        m_isTouched = true;
+    }
     const std::string image = naming::imageOfCheckpoint(m_snapshot.checkpoint);
-    m_isTouched = true;
     if (m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
         m_context.progress.step("delete the time image of group " + groupText(group));
-        if (!m_knowledge.inspector().release(group, image)) {
+        if (const std::optional<std::string> why = m_knowledge.inspector().release(group, image)) {
             throw EFictl(EExit::NOT_DELETED,
-                         "snapshot \"" + m_snapshot.name + "\": time image " + image + " of group " + groupText(group) +
-                             " was not deleted: " + m_knowledge.inspector().why(),
-                         "mend that, then fictl snapshot release " + m_snapshot.name)
-                .about(m_snapshot.name);
+                         "time image " + image + " of group " + groupText(group) + " was not deleted: " + *why);
         }
     }
+    const std::lock_guard guard(lock);
     enterReleased(group);
 }
 

@@ -14,15 +14,20 @@ KnownPaths inspectedPaths(const std::string& provider, std::chrono::seconds time
     const auto paths = std::make_shared<std::optional<std::set<std::string>>>();
     return [provider, timeout, paths] {
         if (*paths) return **paths;
-        paths->emplace();
         const std::optional<SInspection> seen = CInspector(provider, timeout).look({});
-        if (seen) {
-            for (const auto& [path, serial] : seen->disks) {
-                (*paths)->insert(path);
-            }
-        }
+        *paths = pathsOf(seen ? &*seen : nullptr);
         return **paths;
     };
+}
+
+std::set<std::string> pathsOf(const SInspection* seen)
+{
+    std::set<std::string> paths;
+    if (seen == nullptr) return paths;
+    for (const auto& [path, serial] : seen->disks) {
+        paths.insert(path);
+    }
+    return paths;
 }
 
 SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const KnownPaths& knownPaths)

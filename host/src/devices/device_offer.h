@@ -5,6 +5,7 @@
 #include <set>
 #include <string>
 
+#include "host/src/inspection/inspection.h"
 #include "host/src/provider/node_tree.h"
 
 namespace fictl {
@@ -21,6 +22,9 @@ using KnownPaths = std::function<std::set<std::string>()>;
 
 /// The paths that the provider's inspector tells, looked for once; none without an inspector.
 KnownPaths inspectedPaths(const std::string& provider, std::chrono::seconds timeout);
+
+/// The device paths in what an inspector has seen; none when it is null.
+std::set<std::string> pathsOf(const SInspection* seen);
 
 /// Offers a device under each of its names until the provider claims it. Throws as CNodeTree::offer.
 SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const KnownPaths& knownPaths);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <span>
 #include <system_error>
 #include <utility>
@@ -68,8 +69,12 @@ bool readSome(int descriptor, std::string& text, size_t limit)
 class CProgramRun
 {
   public:
-    CProgramRun(pid_t pid, std::chrono::seconds limit, bool stopOnSignal, SProgramEnd& end)
-        : m_guarded(pid), m_child(pid), m_deadline(Clock::now() + limit), m_stopOnSignal(stopOnSignal), m_end(end)
+    CProgramRun(pid_t pid, std::chrono::seconds limit, std::function<bool()> isUnwanted, SProgramEnd& end)
+        : m_guarded(pid),
+          m_child(pid),
+          m_deadline(Clock::now() + limit),
+          m_isUnwanted(std::move(isUnwanted)),
+          m_end(end)
     {
     }
 
@@ -87,13 +92,13 @@ class CProgramRun
     const CGuarded m_guarded;
     base::CChildProcess m_child;
     const Clock::time_point m_deadline;
-    const bool m_stopOnSignal;
+    const std::function<bool()> m_isUnwanted;
     SProgramEnd& m_end;
 };
 
 bool CProgramRun::mustStop()
 {
-    m_end.stopped = m_stopOnSignal && stopRequested();
+    m_end.stopped = m_isUnwanted();
     m_end.timedOut = !m_end.stopped && Clock::now() >= m_deadline;
     return m_end.stopped || m_end.timedOut || m_end.output.size() > CProgram::OUTPUT_LIMIT;
 }
@@ -149,7 +154,8 @@ SProgramEnd CProgram::run() const
     end.started = true;
     output.writeEnd.reset();
     errors.writeEnd.reset();
-    CProgramRun run(pid, m_limit, m_stopOnSignal, end);
+    const auto isUnwanted = [this] { return (m_stopOnSignal && stopRequested()) || m_unwanted.stop_requested(); };
+    CProgramRun run(pid, m_limit, isUnwanted, end);
     if (!run.collect(std::move(output.readEnd), std::move(errors.readEnd))) {
         run.stop();
         end.reason = end.stopped    ? "was stopped by a signal"

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace fictl {
@@ -42,12 +44,20 @@ class CProgram
         return *this;
     }
 
+    /// It is ended, too, when nobody waits for it any more.
+    CProgram& stoppingWith(std::stop_token unwanted)
+    {
+        m_unwanted = std::move(unwanted);
+        return *this;
+    }
+
     SProgramEnd run() const;
 
   private:
     std::vector<std::string> m_words;
     std::chrono::seconds m_limit{600};
     bool m_stopOnSignal = false;
+    std::stop_token m_unwanted;
 };
 
 }  // namespace fictl

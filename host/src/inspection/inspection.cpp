@@ -73,8 +73,16 @@ SInspectedAppliance readAppliance(const json& entry)
     return appliance;
 }
 
+size_t parallelOf(const json& document)
+{
+    const auto told = document.find("parallel");
+    if (told == document.end() || !told->is_number_unsigned()) return USUAL_PARALLEL;
+    return std::clamp(told->get<size_t>(), size_t{1}, MOST_PARALLEL);
+}
+
 void readAll(const json& document, SInspection& inspection)
 {
+    inspection.parallel = parallelOf(document);
     const json& disks = document.at("disks");
     inspection.disksRead = disks.at("read").get<bool>();
     for (const json& disk : disks.at("devices")) {

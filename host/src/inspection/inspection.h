@@ -56,6 +56,10 @@ struct SInspectedAppliance
     std::map<std::string, SInspectedGroup> groups;
 };
 
+/// How many runs of tools there may be at once where nobody tells, and the most there ever are.
+constexpr size_t USUAL_PARALLEL = 8;
+constexpr size_t MOST_PARALLEL = 64;
+
 struct SAmbiguousLun
 {
     std::string serial;
@@ -72,6 +76,7 @@ struct SInspection
     std::map<std::string, std::string> disks;  ///< device path on this host to LUN serial
     std::map<std::string, SInspectedAppliance> appliances;
     std::vector<SAmbiguousLun> ambiguous;
+    size_t parallel = USUAL_PARALLEL;                ///< how many runs of the provider's tools there may be at once
     std::shared_ptr<const nlohmann::json> document;  ///< all of it; never null in one that was read
 
     /// Null when the inspection tells nothing of it.

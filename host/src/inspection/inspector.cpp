@@ -60,27 +60,19 @@ std::vector<std::string> CInspector::words(std::initializer_list<std::string> fi
     return words;
 }
 
-std::optional<SInspection> CInspector::look(const std::set<GroupKey>& groups, bool stopOnSignal)
+std::optional<SInspection> CInspector::look(const SLook& look)
 {
     if (!isThere()) return std::nullopt;
-    std::vector<std::string> command = words({});
+    std::vector<std::string> command = look.isInventory ? words({"--inventory"}) : words({});
     std::set<std::string> appliances;
     std::set<std::string> names;
-    for (const GroupKey& key : groups) {
+    for (const GroupKey& key : look.groups) {
         if (appliances.insert(key.first).second) command.push_back("--appliance=" + key.first);
         if (names.insert(key.second).second) command.push_back("--group=" + key.second);
     }
-    return document(std::move(command), stopOnSignal);
-}
-
-std::optional<SInspection> CInspector::lookAtInventory()
-{
-    return isThere() ? document(words({"--inventory"}), true) : std::nullopt;
-}
-
-std::optional<SInspection> CInspector::document(std::vector<std::string> command, bool stopOnSignal)
-{
-    const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).stoppingOnSignal(stopOnSignal).run();
+    CProgram program(std::move(command));
+    program.within(WHOLE_LIMIT).stoppingOnSignal(look.stopsOnSignal).stoppingWith(look.unwanted);
+    const SProgramEnd end = program.run();
     if (end.exit != 0) {
         m_why = m_path + " " + end.reason + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
         return std::nullopt;
@@ -96,18 +88,17 @@ void CInspector::hurry()
     if (m_limit.count() == 0 || m_limit > SETTLING_SECONDS) m_limit = SETTLING_SECONDS;
 }
 
-bool CInspector::release(const GroupKey& group, const std::string& image)
+std::optional<std::string> CInspector::release(const GroupKey& group, const std::string& image) const
 {
-    if (!isThere()) return false;
+    if (!isThere()) return m_why;
     std::vector<std::string> command = words({"release", "--appliance=" + group.first});
     command.insert(command.end(), {"--", group.second, image});
     const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).run();
     const json document = json::parse(end.output, nullptr, false);
-    if (document.is_object() && document.value("released", false) && end.exit == 0) return true;
-    m_why = document.is_object() && document.contains("reason") && document["reason"].is_string()
-                ? printable(document["reason"].get<std::string>())
-                : m_path + " " + (end.reason.empty() ? "gave no document" : end.reason);
-    return false;
+    if (document.is_object() && document.value("released", false) && end.exit == 0) return std::nullopt;
+    return document.is_object() && document.contains("reason") && document["reason"].is_string()
+               ? printable(document["reason"].get<std::string>())
+               : m_path + " " + (end.reason.empty() ? "gave no document" : end.reason);
 }
 
 }  // namespace fictl

@@ -19,10 +19,20 @@ CNode::CNode(CProvider& provider, const std::string& name)
 
 CNode::~CNode()
 {
-    if (m_attached) m_provider.call().deinit_node(&m_record);
+    if (m_attached) {
+        const std::lock_guard guard(m_provider.nodeLock());
+        m_provider.call().deinit_node(&m_record);
+    }
     // An import puts an identity of its own into the record; the first one is still to be freed here.
     if (m_record.identity != m_ownIdentity) obzx_free_objid(m_record.identity);
     obzx_free_objid(m_ownIdentity);
+}
+
+int32_t CNode::init()
+{
+    const std::lock_guard guard(m_provider.nodeLock());
+    attach();
+    return m_provider.call().init_node(&m_record, nullptr, 0, nullptr);
 }
 
 std::string CNode::identityName() const
@@ -57,7 +67,10 @@ void CNode::setState(const SNodeState& state)
     // The blob holds the terminating NUL too.
     obz_blob blob{text.size() + 1, text.data(), OBZ_ENCODING_STRING};
     attach();
-    const int32_t status = m_provider.call().process_providerstate(&m_record, &blob, OBZ_STATE_SET);
+    const int32_t status = [&] {
+        const std::lock_guard guard(m_provider.nodeLock());
+        return m_provider.call().process_providerstate(&m_record, &blob, OBZ_STATE_SET);
+    }();
     if (status != OBZ_OK) {
         throw EFictl(EExit::FAILED, "node \"" + printable(m_name) + "\": the provider did not take its state (status " +
                                         std::to_string(status) + ")")

@@ -11,7 +11,8 @@ namespace fictl {
 
 /**
  * One node of the host's object tree, with the identity that it stands for. What a provider attached to it is given
- * back (deinit_node) before the record goes. Must not outlive its provider; its address stays the same for life.
+ * back (deinit_node) before the record goes. Must not outlive its provider; its address stays the same for life. One
+ * thread at a time; nodes of their own names may be used by several threads side by side.
  */
 class CNode
 {
@@ -27,6 +28,8 @@ class CNode
     std::string identityName() const;
     int32_t access() const { return m_access; }
 
+    /// Has the provider set it up; returns its status.
+    int32_t init();
     /// Marks the node as one that the provider holds data for.
     void attach() { m_attached = true; }
 

@@ -85,8 +85,7 @@ SOffer CNodeTree::offer(const std::string& device)
 
 void CNodeTree::initNode(CNode& node, const std::string& what)
 {
-    node.attach();
-    const int32_t status = m_provider.call().init_node(node.record(), nullptr, 0, nullptr);
+    const int32_t status = node.init();
     if (status == OBZ_OK && node.record()->name != nullptr) return;
     throw EFictl(
         EExit::FAILED,

@@ -4,13 +4,6 @@
 
 namespace fictl {
 
-namespace {
-
-// A provider that keeps failing must not fill the memory; the first messages tell most.
-constexpr size_t MOST_MESSAGES = 1000;
-
-}  // namespace
-
 CProvider::CProvider(const std::string& nameOrPath, EStart start) : m_library(nameOrPath)
 {
     m_context.callback = &CProvider::onMessage;
@@ -57,8 +50,7 @@ void CProvider::stop()
 
 SApplianceReport CProvider::takeReport()
 {
-    const std::lock_guard guard(m_lock);
-    return reportOf(m_runs.take(), std::exchange(m_messages, {}));
+    return reportOf(m_runs.take());
 }
 
 void CProvider::forgetReport()
@@ -72,8 +64,7 @@ void CProvider::onMessage(obz_context* context, const char* localized, const cha
     if (severity == OBZ_SEV_INFO) return;
     const bool useLocalized = localized != nullptr && *localized != '\0';
     const char* const shown = useLocalized ? localized : text;
-    const std::lock_guard guard(self->m_lock);
-    if (shown != nullptr && self->m_messages.size() < MOST_MESSAGES) self->m_messages.emplace_back(shown);
+    if (shown != nullptr) self->m_runs.say(shown);
 }
 
 }  // namespace fictl

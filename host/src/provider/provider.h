@@ -15,7 +15,7 @@ namespace fictl {
 /**
  * A running provider: init in the constructor, fini in the destructor. Collects what became of the programs that it ran
  * and the messages of its error stack, so that a failing step can be reported with the appliance's own words.
- * One at a time in a process; used by one thread, while the provider may report from any.
+ * One at a time in a process. Any thread may call it, and the provider may report from any.
  */
 class CProvider
 {
@@ -39,10 +39,22 @@ class CProvider
     /// Why the provider did not start; nothing when it did.
     const std::optional<EFictl>& startFailure() const { return m_startFailure; }
 
-    /// What was reported since the last take.
+    /// What was reported since the last take; on a thread whose work is kept apart (COwnReport), of that work.
     SApplianceReport takeReport();
     /// Drops what was reported so far; called before a step whose own report is wanted.
     void forgetReport();
+    /// While it lives, this thread's work has a report of its own.
+    class COwnReport
+    {
+      public:
+        explicit COwnReport(CProvider& provider) : m_apart(provider.m_runs) {}
+
+      private:
+        CRunLog::CApart m_apart;
+    };
+    /// To be held around init_node, deinit_node and the setting of a state, which a provider is asked for one at a
+    /// time.
+    std::mutex& nodeLock() { return m_nodeLock; }
     /// Programs that ran since the provider was started. One that runs none answers by its statuses alone.
     uint64_t countRuns() const { return m_runs.count(); }
 
@@ -53,8 +65,7 @@ class CProvider
 
     CProviderLibrary m_library;
     CRunLog m_runs;
-    std::mutex m_lock;  // guards m_messages
-    std::vector<std::string> m_messages;
+    std::mutex m_nodeLock;
     obz_context m_context{};
     obz_version m_version{};
     std::optional<EFictl> m_startFailure;

@@ -119,14 +119,14 @@ std::vector<SRunRecord> SApplianceReport::blamed() const
     return runs;
 }
 
-SApplianceReport reportOf(SRuns runs, std::vector<std::string> messages)
+SApplianceReport reportOf(SRuns runs)
 {
     SApplianceReport report;
     for (SRunRecord& run : runs.runs) {
         (run.result == 0 ? report.succeeded : report.failed).push_back(std::move(run));
     }
     report.lost = runs.lost;
-    report.messages = std::move(messages);
+    report.messages = std::move(runs.messages);
     return report;
 }
 

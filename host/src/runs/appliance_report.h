@@ -25,7 +25,7 @@ struct SApplianceReport
 };
 
 /// Sorts the runs by what became of them.
-SApplianceReport reportOf(SRuns runs, std::vector<std::string> messages);
+SApplianceReport reportOf(SRuns runs);
 
 /// True when nothing else can have happened than that the appliance has the checkpoint and its image no more, see
 /// confirmsDeletion in host/src/runs/appliance_answer.h.

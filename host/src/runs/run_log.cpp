@@ -11,7 +11,12 @@ namespace {
 constexpr size_t MOST_RUNS = 1000;
 constexpr size_t MOST_BYTES = size_t{16} * 1024 * 1024;
 
+// A provider that keeps failing must not fill the memory; the first messages tell most.
+constexpr size_t MOST_MESSAGES = 1000;
+
 SRunWatch g_watch;
+// What this thread runs is kept here, when it is not null.
+thread_local CRunLog::CApart* g_apart = nullptr;
 
 std::string textOf(const char* text)
 {
@@ -108,6 +113,26 @@ void CRunLog::setWatch(SRunWatch watch)
     g_watch = std::move(watch);
 }
 
+CRunLog::CApart::CApart(CRunLog& log) : m_log(log)
+{
+    const std::lock_guard guard(m_log.m_lock);
+    m_log.m_aparts.push_back(this);
+    g_apart = this;
+}
+
+CRunLog::CApart::~CApart()
+{
+    const std::lock_guard guard(m_log.m_lock);
+    std::erase(m_log.m_aparts, this);
+    g_apart = nullptr;
+}
+
+CRunLog::SKept& CRunLog::kept()
+{
+    if (g_apart != nullptr) return g_apart->m_kept;
+    return m_aparts.size() == 1 ? m_aparts.front()->m_kept : m_kept;
+}
+
 void CRunLog::onRun(void* context, const obzx_run* run)
 {
     auto* const self = static_cast<CRunLog*>(context);
@@ -144,27 +169,34 @@ void CRunLog::add(SRunRecord record)
         if (record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
         if (isKnown) return;
     }
-    SRoom& room = record.result == 0 ? m_succeeded : m_failed;
+    SKept& all = kept();
+    SRoom& room = record.result == 0 ? all.succeeded : all.failed;
     const size_t bytes = bytesOf(record);
     if (room.runs == MOST_RUNS || room.bytes + bytes > MOST_BYTES) {
-        ++m_kept.lost;
+        ++all.taken.lost;
         return;
     }
     try {
-        m_kept.runs.push_back(std::move(record));
+        all.taken.runs.push_back(std::move(record));
         ++room.runs;
         room.bytes += bytes;
     } catch (const std::bad_alloc&) {
-        ++m_kept.lost;
+        ++all.taken.lost;
     }
+}
+
+void CRunLog::say(std::string message)
+{
+    const std::lock_guard guard(m_lock);
+    std::vector<std::string>& messages = kept().taken.messages;
+    if (messages.size() < MOST_MESSAGES) messages.push_back(std::move(message));
 }
 
 SRuns CRunLog::take()
 {
     const std::lock_guard guard(m_lock);
-    m_failed = {};
-    m_succeeded = {};
-    return std::exchange(m_kept, {});
+    SKept& all = g_apart == nullptr ? m_kept : g_apart->m_kept;
+    return std::exchange(all, {}).taken;
 }
 
 void CRunLog::forget()

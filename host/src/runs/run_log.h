@@ -55,11 +55,13 @@ struct SRunRecord
 /// What the runtime tells of a run; without the texts, whose sizes still stand there, when there is no memory for them.
 SRunRecord runRecordOf(const obzx_run& run) noexcept;
 
-/// The runs that have ended since the last take, without those that nobody needed.
+/// The runs that have ended since the last take, without those that nobody needed, and what the provider has said
+/// meanwhile.
 struct SRuns
 {
-    std::vector<SRunRecord> runs;  ///< in the order in which they ended
-    size_t lost = 0;               ///< further runs, for which there was no room
+    std::vector<SRunRecord> runs;            ///< in the order in which they ended
+    size_t lost = 0;                         ///< further runs, for which there was no room
+    std::vector<std::string> messages = {};  ///< the first ones
 };
 
 /// Told of every run, on the thread that waits for it, when its program was started and after its end. A program that
@@ -71,15 +73,48 @@ struct SRunWatch
 };
 
 /**
- * Keeps what the runtime tells of the programs that run for this process. One at a time, as the runtime has one
- * observer; it observes from construction to destruction. Every operation may be called from any thread.
+ * Keeps what the runtime tells of the programs that run for this process, and what the provider says. One at a time, as
+ * the runtime has one observer; it observes from construction to destruction. Every operation may be called from any
+ * thread.
  *
  * What is kept between two takes is bounded by number and bytes. The first runs are kept, as they tell what went wrong
  * first, and those that failed have room of their own, so that a long row of successes never hides a failure.
  */
 class CRunLog
 {
+    /// What is taken of the room for runs of one kind.
+    struct SRoom
+    {
+        size_t runs = 0;
+        size_t bytes = 0;
+    };
+    struct SKept
+    {
+        SRuns taken;
+        SRoom failed;
+        SRoom succeeded;
+    };
+
   public:
+    /**
+     * While it lives, what runs and is said on the thread that made it is kept apart, and a take on that thread hands
+     * out that alone: of several pieces of work side by side each is judged by its own runs. What a thread without one
+     * has run belongs to the piece of work there is, as long as there is one only. One at a time on a thread.
+     */
+    class CApart
+    {
+      public:
+        explicit CApart(CRunLog& log);
+        ~CApart();
+        CApart(const CApart&) = delete;
+        CApart& operator=(const CApart&) = delete;
+
+      private:
+        friend class CRunLog;
+        CRunLog& m_log;
+        SKept m_kept;
+    };
+
     CRunLog();
     ~CRunLog();
     CRunLog(const CRunLog&) = delete;
@@ -88,6 +123,8 @@ class CRunLog
     /// Hands out what was kept and starts anew.
     SRuns take();
     void forget();
+    /// Keeps what the provider says.
+    void say(std::string message);
     /// Runs that have ended since this log was made, taken or not.
     uint64_t count() const;
 
@@ -103,21 +140,14 @@ class CRunLog
     static void setWatch(SRunWatch watch);
 
   private:
-    /// What is taken of the room for runs of one kind.
-    struct SRoom
-    {
-        size_t runs = 0;
-        size_t bytes = 0;
-    };
-
     static void onRun(void* context, const obzx_run* run);
     void add(SRunRecord record);
     bool isSilent(const SRunRecord& run) const;
+    SKept& kept();  // for this thread; the caller holds the lock
 
-    mutable std::mutex m_lock;  // guards all below
-    SRuns m_kept;
-    SRoom m_failed;
-    SRoom m_succeeded;
+    mutable std::mutex m_lock;  // guards all below, and what is kept apart
+    SKept m_kept;
+    std::vector<CApart*> m_aparts;
     uint64_t m_count = 0;
     bool m_spares = false;
     std::set<std::string> m_silent;  // first lines of scripts, which name the server

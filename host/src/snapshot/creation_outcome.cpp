@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/record_json.h"
+#include "host/src/snapshot/checkpoint_times.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -18,6 +19,15 @@ bool isMade(const SDevice& device)
 void append(std::string& list, const std::string& entry)
 {
     list += (list.empty() ? "" : ", ") + entry;
+}
+
+void tellTimes(const CheckpointTimes& times, json& groups)
+{
+    for (json& group : groups) {
+        const auto time = times.find({group["appliance"], group["group"]});
+        group["made_from"] = time == times.end() ? json() : json(utcText(time->second.from));
+        group["made_until"] = time == times.end() ? json() : json(utcText(time->second.until));
+    }
 }
 
 }  // namespace
@@ -83,9 +93,14 @@ SResult CCreationOutcome::complete() const
     }
     json document = snapshotJson(m_record);
     document["frozen_seconds"] = m_made.frozenSeconds;
+    const CheckpointTimes times = checkpointTimes(m_record, m_made);
+    tellTimes(times, document["groups"]);
+    const std::optional<double> apart = mostSecondsApart(m_record, times);
+    document["groups_apart_seconds"] = apart ? json(*apart) : json();
     std::string text = quotedName() + " is complete: checkpoint " + m_record.checkpoint + " of " +
                        counted(m_record.devices.size(), "device") + " in " +
                        counted(m_record.groups().size(), "group") + "\n";
+    if (apart) text += "the groups' checkpoints are at most " + secondsText(*apart) + " apart\n";
     if (m_made.frozenSeconds > 0) text += "the application was frozen for " + secondsText(m_made.frozenSeconds) + "\n";
     return resultOf({{"snapshot", std::move(document)}}, std::move(text));
 }

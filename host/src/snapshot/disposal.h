@@ -1,5 +1,8 @@
 #pragma once
 
+#include <functional>
+#include <map>
+
 #include "host/src/catalog/snapshot_record.h"
 #include "host/src/inspection/knowledge.h"
 #include "host/src/provider/provider.h"
@@ -14,12 +17,23 @@ struct SDisposal
     SApplianceReport report;
 };
 
+/// What is done around the disposal of each group: on any thread, for one group at a time.
+struct SDisposalSteps
+{
+    /// Before a group's turn; when it throws the group is left alone.
+    std::function<void(const GroupKey&)> begin;
+    /// As soon as a group is confirmed; may be empty.
+    std::function<void(const GroupKey&)> confirmed = {};
+};
+
 /**
- * Has the provider delete the time image and then the checkpoint of a device's group, by the appliance, the group and
- * the names that the record holds: where the LUN lives now plays no part. The provider's status says nothing of what
- * the appliance answered. So the deletion counts when every command ended well or was refused with the appliance's own
- * line that this object does not exist, or when a fresh look finds neither object.
+ * Has the provider delete the time images and then the checkpoints of some groups of a snapshot, side by side, by the
+ * appliance, the group and the names that the record holds: where the LUNs live now plays no part. The provider's
+ * status says nothing of what the appliance answered. So a deletion counts when every command that was run for this
+ * group ended well or was refused with the appliance's own line that this object does not exist, or when a fresh look
+ * afterwards finds neither object. What the steps throw is thrown again once the other groups are settled.
  */
-SDisposal disposeGroup(CProvider& provider, CKnowledge& knowledge, const SDevice& device);
+std::map<GroupKey, SDisposal> disposeOfGroups(CProvider& provider, CKnowledge& knowledge, const SSnapshot& snapshot,
+                                              const std::set<GroupKey>& groups, const SDisposalSteps& steps);
 
 }  // namespace fictl

@@ -29,7 +29,7 @@ std::string serialOf(CNode& target)
 
 void CImporter::makeImage(const SDevice& device)
 {
-    m_provider.forgetReport();
+    const CProvider::COwnReport own(m_provider);
     CNode primary(m_provider, device.node);
     CNode target(m_provider, device.target);
     SNodeState state = device.state;
@@ -44,7 +44,7 @@ void CImporter::makeImage(const SDevice& device)
 
 CImporter::SCopy CImporter::findCopy(const SDevice& device)
 {
-    m_provider.forgetReport();
+    const CProvider::COwnReport own(m_provider);
     CNode primary(m_provider, device.node);
     CNode target(m_provider, device.target);
     SNodeState state = device.state;

@@ -11,7 +11,7 @@ namespace fictl {
  * Brings the copies of a group's devices to this host. An import is two calls of the provider: one makes the time image
  * of the group's checkpoint and grants it to this host, once for a group; the other, with the image's name in the
  * primary's state, finds the device that shows the copy. The second alone takes up an image that another process has
- * made. Both throw EFictl (FAILED) with the appliance's answers.
+ * made. Both throw EFictl (FAILED) with the appliance's answers. Groups may be worked on side by side.
  */
 class CImporter
 {

@@ -9,8 +9,7 @@ std::optional<GroupKey> findLunPlace(CProvider& provider, const std::string& ser
 {
     // A node that is named by the serial. An offer would not do: only what reads as a device path is offered.
     CNode node(provider, naming::nodePrefix(provider.name()) + serial);
-    node.attach();
-    if (provider.call().init_node(node.record(), nullptr, 0, nullptr) != OBZ_OK) return std::nullopt;
+    if (node.init() != OBZ_OK) return std::nullopt;
     const SNodeState state = node.state();
     return GroupKey(state.applianceName, state.consistencyGroup);
 }

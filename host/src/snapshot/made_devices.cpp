@@ -24,20 +24,14 @@ void markMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeRe
     }
 }
 
-// A provider makes the groups' checkpoints in order and stops at the first that fails: whether the appliance made that
-// one after all is not known, later ones were never asked for. A name that is taken is another snapshot's checkpoint,
-// which must never be disposed of here.
+// Whether the appliance made the checkpoint of a group after all is not known, unless it was never asked. A name that
+// is taken is another snapshot's checkpoint, which must never be disposed of here.
 void markUnanswered(SSnapshot& record, const SMakeResult& made)
 {
-    std::set<GroupKey> missing;
-    for (const SDevice& device : record.devices) {
-        if (device.made != EMade::YES) missing.insert(device.group());
-    }
-    const bool isInOrder = made.status != OBZ_OK && !missing.empty();
     for (SDevice& device : record.devices) {
         if (device.made == EMade::YES) continue;
-        const bool wasAsked = !isInOrder || device.group() == *missing.begin();
-        device.made = wasAsked && !saysAlreadyThere(made.report) ? EMade::UNKNOWN : EMade::NO;
+        const SGroupMade& group = made.groups.at(device.group());
+        device.made = group.wasAsked && !saysAlreadyThere(group.report) ? EMade::UNKNOWN : EMade::NO;
     }
 }
 
@@ -52,7 +46,7 @@ void enterMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeR
 std::string compareWithAppliances(SSnapshot& record, CKnowledge& knowledge)
 {
     std::string contradiction;
-    const SInspection* const seen = knowledge.lookToSettle();
+    const SInspection* const seen = knowledge.lookForCheckpoints();
     for (const GroupKey& key : record.groups()) {
         const EThere there = seen == nullptr ? EThere::UNKNOWN : seen->hasCheckpoint(key, record.checkpoint);
         if (there == EThere::UNKNOWN) {

@@ -1,5 +1,6 @@
 #include "host/src/snapshot/snapshot_maker.h"
 
+#include "base/side_by_side.h"
 #include "framework/include/obzx_runtime.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
@@ -8,19 +9,6 @@
 namespace fictl {
 
 namespace {
-
-/// Gives what quiesce took, however the scope is left.
-class CQuiesced
-{
-  public:
-    explicit CQuiesced(std::function<void()> end) : m_end(std::move(end)) {}
-    ~CQuiesced() { m_end(); }
-    CQuiesced(const CQuiesced&) = delete;
-    CQuiesced& operator=(const CQuiesced&) = delete;
-
-  private:
-    std::function<void()> m_end;
-};
 
 std::string alsoFailed(const SMakeResult& result)
 {
@@ -50,19 +38,51 @@ void tellEarlyThaw(const SThawed& thawed, SMakeResult& result)
 
 }  // namespace
 
-CSnapshotMaker::CSnapshotMaker(CProvider& provider, const CProgress& progress, std::string session,
-                               const std::vector<CNode*>& nodes)
-    : m_provider(provider), m_progress(progress), m_session(std::move(session))
+/// Gives what quiesce took, however the scope is left.
+class CSnapshotMaker::CQuiesced
 {
-    m_splits.reserve(nodes.size());
-    for (CNode* node : nodes) {
-        // The first split method that the provider announced for the node.
-        const obz_combo* const combo = node->record()->combos;
-        char* const split = combo == nullptr || combo->split == nullptr ? nullptr : combo->split->name;
-        m_splits.push_back({split, node->record()});
+  public:
+    explicit CQuiesced(CProvider& provider) : m_provider(provider) {}
+    ~CQuiesced()
+    {
+        for (SSession* const session : m_sessions) {
+            m_provider.call().unquiesce(nullptr, session->nodes(), session->count());
+        }
     }
-    for (obz_splitnode& split : m_splits) {
-        m_list.push_back(&split);
+    CQuiesced(const CQuiesced&) = delete;
+    CQuiesced& operator=(const CQuiesced&) = delete;
+
+    int32_t quiesce(SSession& session)
+    {
+        // Also one that fails may have taken something.
+        m_sessions.push_back(&session);
+        return m_provider.call().quiesce(nullptr, session.nodes(), session.count());
+    }
+
+  private:
+    CProvider& m_provider;
+    std::vector<SSession*> m_sessions;
+};
+
+CSnapshotMaker::CSnapshotMaker(CProvider& provider, const CProgress& progress, const std::string& session,
+                               const GroupNodes& groups, size_t atOnce)
+    : m_provider(provider), m_progress(progress), m_atOnce(atOnce)
+{
+    m_sessions.reserve(groups.size());
+    for (const auto& [group, nodes] : groups) {
+        SSession& made = m_sessions.emplace_back();
+        made.group = group;
+        made.name = groups.size() == 1 ? session : session + "-" + std::to_string(m_sessions.size());
+        made.splits.reserve(nodes.size());
+        for (CNode* node : nodes) {
+            // The first split method that the provider announced for the node.
+            const obz_combo* const combo = node->record()->combos;
+            char* const split = combo == nullptr || combo->split == nullptr ? nullptr : combo->split->name;
+            made.splits.push_back({split, node->record()});
+        }
+        for (obz_splitnode& split : made.splits) {
+            made.list.push_back(&split);
+        }
     }
 }
 
@@ -77,26 +97,41 @@ void CSnapshotMaker::check(int32_t status, const char* step)
 void CSnapshotMaker::select()
 {
     const SEntryPoints& call = m_provider.call();
-    check(call.preselect(nullptr, m_session.c_str(), m_list.data(), count()), "preselect");
-    check(call.select(nullptr, m_session.c_str(), m_list.data(), count()), "select");
+    for (SSession& session : m_sessions) {
+        check(call.preselect(nullptr, session.name.c_str(), session.nodes(), session.count()), "preselect");
+        check(call.select(nullptr, session.name.c_str(), session.nodes(), session.count()), "select");
+    }
 }
 
 SMakeResult CSnapshotMaker::run(const SFreezeOrder& order, const std::function<void()>& recordIntent)
 {
-    const SEntryPoints& call = m_provider.call();
     m_progress.step("select");
     select();
     stopPoint();
     SMakeResult result;
     {
         m_progress.step("quiesce");
-        const CQuiesced quiesced([this] { m_provider.call().unquiesce(nullptr, m_list.data(), count()); });
-        check(call.quiesce(nullptr, m_list.data(), count()), "quiesce");
+        CQuiesced quiesced(m_provider);
+        for (SSession& session : m_sessions) {
+            check(quiesced.quiesce(session), "quiesce");
+        }
         recordIntent();
         make(order, result);
     }
-    readHandle(result);
+    for (const SSession& session : m_sessions) {
+        readHandle(session, result);
+    }
     return result;
+}
+
+int32_t CSnapshotMaker::prepare()
+{
+    for (SSession& session : m_sessions) {
+        const int32_t status =
+            m_provider.call().prepare(nullptr, session.name.c_str(), session.nodes(), session.count(), 0);
+        if (status != OBZ_OK) return status;
+    }
+    return OBZ_OK;
 }
 
 void CSnapshotMaker::make(const SFreezeOrder& order, SMakeResult& result)
@@ -104,13 +139,13 @@ void CSnapshotMaker::make(const SFreezeOrder& order, SMakeResult& result)
     stopPoint();
     CFreezing freezing(order);
     freeze(freezing, order, result);
-    const int32_t prepared = m_provider.call().prepare(nullptr, m_session.c_str(), m_list.data(), count(), 0);
+    const int32_t prepared = prepare();
     if (prepared != OBZ_OK || stopRequested() || freezing.isCutShort()) {
         thaw(freezing, prepared == OBZ_OK ? EThaw::STOPPED : EThaw::FAILED, order, result);
         nothingMade(prepared, result);
     }
     m_progress.step("make");
-    callMake(result);
+    makeGroups(freezing, result);
     thaw(freezing, result.status == OBZ_OK ? EThaw::MADE : EThaw::FAILED, order, result);
 }
 
@@ -152,24 +187,43 @@ void CSnapshotMaker::nothingMade(int32_t prepared, const SMakeResult& result)
     throw error.frozenFor(result.frozenSeconds).withReport(m_provider.takeReport());
 }
 
-void CSnapshotMaker::callMake(SMakeResult& result)
+void CSnapshotMaker::makeGroups(const CFreezing& freezing, SMakeResult& result)
 {
-    m_provider.forgetReport();
-    obzx_objid** identities = nullptr;
-    int32_t identityCount = 0;
-    result.status =
-        m_provider.call().make(nullptr, m_session.c_str(), m_list.data(), count(), &identities, &identityCount);
-    for (int32_t i = 0; identities != nullptr && i < identityCount; ++i) {
-        if (identities[i] != nullptr && identities[i]->name != nullptr) result.made.insert(identities[i]->name);
+    std::vector<base::CSideBySide::Task> groups;
+    for (SSession& session : m_sessions) {
+        groups.emplace_back([this, &session, &freezing] {
+            // What would be made now does not hold what it is to hold.
+            if (!freezing.isCutShort()) makeGroup(session);
+        });
     }
-    if (identities != nullptr) obzx_free_objid_array(identities, identityCount);
+    base::runSideBySide(std::move(groups), m_atOnce);
+    for (SSession& session : m_sessions) {
+        if (result.status == OBZ_OK) result.status = session.result.status;
+        result.report.add(session.result.report);
+        result.made.merge(session.made);
+        result.groups.emplace(session.group, std::move(session.result));
+    }
 }
 
-void CSnapshotMaker::readHandle(SMakeResult& result)
+void CSnapshotMaker::makeGroup(SSession& session)
 {
-    result.report = m_provider.takeReport();
+    const CProvider::COwnReport own(m_provider);
+    obzx_objid** identities = nullptr;
+    int32_t identityCount = 0;
+    session.result.wasAsked = true;
+    session.result.status = m_provider.call().make(nullptr, session.name.c_str(), session.nodes(), session.count(),
+                                                   &identities, &identityCount);
+    for (int32_t i = 0; identities != nullptr && i < identityCount; ++i) {
+        if (identities[i] != nullptr && identities[i]->name != nullptr) session.made.insert(identities[i]->name);
+    }
+    if (identities != nullptr) obzx_free_objid_array(identities, identityCount);
+    session.result.report = m_provider.takeReport();
+}
+
+void CSnapshotMaker::readHandle(const SSession& session, SMakeResult& result)
+{
     obz_snaphandle handle{};
-    const int32_t status = m_provider.call().update_snapshot_handle(m_session.c_str(), &handle);
+    const int32_t status = m_provider.call().update_snapshot_handle(session.name.c_str(), &handle);
     for (int32_t i = 0; status == OBZ_OK && i < handle.count; ++i) {
         const obz_snaphandle_entry& entry = handle.entries[i];
         if (entry.node == nullptr || entry.target == nullptr) continue;

@@ -3,8 +3,10 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
@@ -38,17 +40,39 @@ struct SSession
     std::set<std::string> updated;
 };
 
-struct SFake
+class CFake
 {
+  public:
     CStore store;
     CFaults faults{store, getpid()};
     CToolRunner tool{store};
-    std::map<std::string, SSession> sessions;
-    std::set<std::string> images;  // made by this process: appliance.group.image
-    int nodes = 0;                 // nodes that hold private data
+    std::atomic<int> nodes = 0;  // that hold private data
+
+    /// The session of that name; each is used by one thread at a time.
+    SSession& session(const std::string& name)
+    {
+        const std::lock_guard guard(m_lock);
+        return m_sessions[name];
+    }
+    /// Whether this process has made or met an image: appliance.group.image.
+    bool knowsImage(const std::string& key)
+    {
+        const std::lock_guard guard(m_lock);
+        return m_images.contains(key);
+    }
+    void enterImage(const std::string& key)
+    {
+        const std::lock_guard guard(m_lock);
+        m_images.insert(key);
+    }
+
+  private:
+    std::mutex m_lock;  // guards both
+    std::map<std::string, SSession> m_sessions;
+    std::set<std::string> m_images;
 };
 
-SFake* g_fake = nullptr;
+CFake* g_fake = nullptr;
 
 SData& dataOf(obz_domain* node)
 {
@@ -128,7 +152,7 @@ FAKE_EXPORT(init);
 int32_t fakefi_fi_pgn_init(obz_context* context, obz_version* version, const char* /*fim*/)
 {
     const obzx_pdk_4_4::CFiEntryPoint place(__func__);
-    g_fake = new SFake();
+    g_fake = new CFake();
     g_fake->store.logCall("init");
     version->version = g_fake->faults.fails("version") ? 99 : OBZ_INTERFACE_VERSION;
     if (std::string text; g_fake->faults.fails("init", text)) {
@@ -283,7 +307,7 @@ FAKE_EXPORT(preselect);
 int32_t fakefi_fi_pgn_preselect(obz_splitnode*, const char* session, obz_splitnode** nodes, int32_t count)
 {
     for (int32_t i = 0; i < count; ++i) {
-        g_fake->sessions[session].nodes[nodes[i]->node->name] = nodes[i]->node;
+        g_fake->session(session).nodes[nodes[i]->node->name] = nodes[i]->node;
     }
     return step("preselect");
 }
@@ -341,7 +365,7 @@ int32_t fakefi_fi_pgn_make(obz_splitnode*, const char* name, obz_splitnode**, in
     const obzx_pdk_4_4::CFiEntryPoint place(__func__);
     *identities = nullptr;
     *count = 0;
-    SSession& session = g_fake->sessions[name];
+    SSession& session = g_fake->session(name);
     int32_t status = step("make");
     if (status == OBZ_OK) status = makeGroups(session);
     if (status == OBZ_OK && g_fake->faults.fails("made")) status = OBZ_ERR_FAILED;
@@ -356,7 +380,7 @@ int32_t fakefi_fi_pgn_make(obz_splitnode*, const char* name, obz_splitnode**, in
 FAKE_EXPORT(update_snapshot_handle);
 int32_t fakefi_fi_pgn_update_snapshot_handle(const char* name, obz_snaphandle* handle)
 {
-    SSession& session = g_fake->sessions[name];
+    SSession& session = g_fake->session(name);
     if (step("update_snapshot_handle") != OBZ_OK) return OBZ_ERR_FAILED;
     handle->entries =
         static_cast<obz_snaphandle_entry*>(obzx_alloc_buf(session.made.size() * sizeof(obz_snaphandle_entry)));
@@ -377,16 +401,16 @@ std::string keyOf(const SData& data, const std::string& image)
 int32_t makeImage(const SData& data)
 {
     const std::string image = imageOf(data.checkpoint);
-    if (g_fake->images.contains(keyOf(data, image))) return OBZ_OK;
+    if (g_fake->knowsImage(keyOf(data, image))) return OBZ_OK;
     if (!createImage(data, image)) return OBZ_ERR_FAILED;
-    g_fake->images.insert(keyOf(data, image));
+    g_fake->enterImage(keyOf(data, image));
     return OBZ_OK;
 }
 
 // An image that another process made is not known here: the appliance is asked once.
 bool knowsImage(const SData& data)
 {
-    if (g_fake->images.contains(keyOf(data, data.image))) return true;
+    if (g_fake->knowsImage(keyOf(data, data.image))) return true;
     std::vector<std::string> lines;
     if (!g_fake->tool.run(data.appliance, " list  timeimages " + quoted(data.group), lines)) return false;
     const bool isListed = std::any_of(lines.begin(), lines.end(), [&data](const std::string& line) {
@@ -395,7 +419,7 @@ bool knowsImage(const SData& data)
     if (!isListed) return false;
     const std::string show = " show  timeimage " + quoted(data.image) + " " + quoted(data.group);
     if (!g_fake->tool.run(data.appliance, show)) return false;
-    g_fake->images.insert(keyOf(data, data.image));
+    g_fake->enterImage(keyOf(data, data.image));
     return true;
 }
 

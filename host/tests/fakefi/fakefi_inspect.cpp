@@ -104,19 +104,22 @@ class CInspection
         for (const std::string& name : m_store.appliances()) {
             if (isWanted(m_request.appliances, name)) appliances.push_back(appliance(name));
         }
-        return {{"format", "obzx-inspection"},
-                {"schema_version", 1},
-                {"provider", "fakefi"},
-                {"provider_version", "7.0.0.0"},
-                {"taken", TAKEN},
-                {"seconds", 0.01},
-                {"configuration", configuration()},
-                {"tools", tools()},
-                {"host", {{"name", m_store.hostName()}, {"further_names", json::array()}, {"reason", nullptr}}},
-                {"disks", disks()},
-                {"appliances", std::move(appliances)},
-                {"ambiguous", ambiguous()},
-                {"raw", m_request.raw ? json::array() : json()}};
+        json document = {
+            {"format", "obzx-inspection"},
+            {"schema_version", 1},
+            {"provider", "fakefi"},
+            {"provider_version", "7.0.0.0"},
+            {"taken", TAKEN},
+            {"seconds", 0.01},
+            {"configuration", configuration()},
+            {"tools", tools()},
+            {"host", {{"name", m_store.hostName()}, {"further_names", json::array()}, {"reason", nullptr}}},
+            {"disks", disks()},
+            {"appliances", std::move(appliances)},
+            {"ambiguous", ambiguous()},
+            {"raw", m_request.raw ? json::array() : json()}};
+        if (const unsigned parallel = m_store.parallel(); parallel > 0) document["parallel"] = parallel;
+        return document;
     }
 
   private:

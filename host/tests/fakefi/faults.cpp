@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -36,7 +37,8 @@ EAction actionOf(const std::string& word)
                                                            {"hangs", EAction::HANGS},
                                                            {"hangs-after", EAction::HANGS_AFTER},
                                                            {"wait", EAction::WAIT},
-                                                           {"wait-after", EAction::WAIT_AFTER}};
+                                                           {"wait-after", EAction::WAIT_AFTER},
+                                                           {"meets", EAction::MEETS}};
     const auto found = ACTIONS.find(word);
     return found == ACTIONS.end() ? EAction::OTHER : found->second;
 }
@@ -97,6 +99,19 @@ void CFaults::waitFor(const std::string& name) const
     }
 }
 
+void CFaults::meet(const std::string& name, int count) const
+{
+    constexpr int PATIENCE = 30;  // seconds
+    const std::filesystem::path folder = m_store.folder() + name;
+    std::filesystem::create_directories(folder);
+    std::ofstream(folder / std::to_string(getpid())) << '\n';
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(PATIENCE);
+    while (std::distance(std::filesystem::directory_iterator(folder), {}) < count) {
+        if (!hostLives() || std::chrono::steady_clock::now() > end) _exit(1);
+        usleep(A_MOMENT);
+    }
+}
+
 // Nothing is left behind when the host has died.
 void CFaults::waitForTheEnd() const
 {
@@ -118,6 +133,7 @@ void CFaults::before(const SFault& fault) const
     if (fault.action == EAction::DIES) std::raise(SIGKILL);
     if (fault.action == EAction::HANGS) waitForTheEnd();
     if (fault.action == EAction::WAIT) waitFor(fault.text);
+    if (fault.action == EAction::MEETS) meet(fault.text, fault.status);
 }
 
 void CFaults::after(const SFault& fault) const

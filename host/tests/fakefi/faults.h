@@ -16,6 +16,7 @@
  *     dies, dies-after    the tool itself gets SIGKILL
  *     hangs, hangs-after  no answer comes, until somebody ends the tool
  *     wait, wait-after    creates fake/<text>.reached and goes on once fake/<text> is there
+ *     meets=N             goes on once N processes have come to a point with this text; fails when they do not come
  *
  * Points of the provider, each the name of an entry point or of a part of it:
  *     init version claim supports init_node:<node> state preselect select quiesce unquiesce prepare make
@@ -48,6 +49,7 @@ struct SFault
         HANGS_AFTER,
         WAIT,
         WAIT_AFTER,
+        MEETS,
         OTHER,  ///< a word that somebody else knows
     };
     EAction action = EAction::NONE;
@@ -75,6 +77,7 @@ class CFaults
 
   private:
     void waitFor(const std::string& name) const;
+    void meet(const std::string& name, int count) const;
     [[noreturn]] void waitForTheEnd() const;
     [[noreturn]] void killHost() const;
     bool hostLives() const;

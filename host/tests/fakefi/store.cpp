@@ -40,7 +40,8 @@ Facts factsOf(const std::string& path)
 // The file is there with its whole text or not at all.
 bool createFile(const std::string& path, const Facts& facts)
 {
-    const std::string part = path + "." + std::to_string(getpid()) + ".part";
+    // Not among the objects: a tool that is killed leaves it behind.
+    const fs::path part = fs::path(path).parent_path().parent_path() / ("part." + std::to_string(getpid()));
     {
         std::ofstream file(part);
         for (const auto& [key, value] : facts) {
@@ -113,6 +114,12 @@ unsigned long CStore::limitSeconds() const
     constexpr unsigned long LONG = 600;
     const std::string seconds = firstLineOf(m_folder + "limit");
     return seconds.empty() ? LONG : std::stoul(seconds);
+}
+
+unsigned CStore::parallel() const
+{
+    const std::string count = firstLineOf(m_folder + "parallel");
+    return count.empty() ? 0 : static_cast<unsigned>(std::stoul(count));
 }
 
 std::vector<std::vector<std::string>> CStore::table(const std::string& name) const

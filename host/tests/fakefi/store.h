@@ -44,6 +44,7 @@ struct SImage
  *     faults    lines "point action [text]", see faults.h
  *     tool      path of the program that the provider runs in place of fakefi_tool
  *     limit     seconds that the provider gives a run of it; 600 without the file
+ *     parallel  how many runs of it the inspector allows at once; it tells nothing without the file
  *     calls     one line for each call of the provider, appended
  *     objects/  a file for each checkpoint and time image: <appliance>.<group>.<name>, with lines "key value"
  *     copies/   a file for each imported device: its serial
@@ -60,6 +61,7 @@ class CStore
     std::string hostName() const;
     std::string toolPath(const std::string& otherwise) const;
     unsigned long limitSeconds() const;
+    unsigned parallel() const;  ///< 0: not told
 
     std::vector<SLun> luns() const;
     std::vector<std::string> appliances() const;  ///< sorted

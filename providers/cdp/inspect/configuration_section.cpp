@@ -35,7 +35,7 @@ constexpr SKnownValue KNOWN_VALUES[] = {
     {LMR_TOOL_SECTION, LMR_SHELL.nameKey, LMR_SHELL.name},
     {LMR_TOOL_SECTION, LMR_DISK_UTILITY.pathKey, LMR_DISK_UTILITY.path},
     {LMR_TOOL_SECTION, LMR_DISK_UTILITY.nameKey, LMR_DISK_UTILITY.name},
-    {LMR_TOOL_SECTION, "MAX_PARALLEL", "8"},
+    {LMR_TOOL_SECTION, LMR_MAX_PARALLEL, "8"},
     {"FI_TRACE", "LEVEL", "2"},
     {"FI_TRACE", "FILE", "/var/log/qz/cdpfi.log"},
     {"FI_TRACE", "MAX_SIZE", "10485760"},

@@ -65,17 +65,6 @@ uint64_t configuredLimit()
     return static_cast<uint64_t>(seconds);
 }
 
-size_t configuredAtOnce()
-{
-    constexpr long USUAL = 8;
-    constexpr long MOST = 64;
-    CFiConfiguration store(cfi_pgn_name_tstr);
-    ACE_Configuration_Section_Key section;
-    long count = USUAL;
-    if (store.openSection(LMR_TOOL_SECTION, section, 1) == 0) store.getIntegerValue("MAX_PARALLEL", count);
-    return static_cast<size_t>(std::clamp(count, 1L, MOST));
-}
-
 /// The last line with text: where a tool that failed says why.
 std::string lastLine(const std::vector<std::string>& lines)
 {
@@ -163,7 +152,7 @@ CRunWatch::~CRunWatch()
     obzx_set_run_limit(0);
 }
 
-CToolRunner::CToolRunner() : m_atOnce(configuredAtOnce())
+CToolRunner::CToolRunner() : m_atOnce(CLMRConfiguration({}).importMaxParallel())
 {
     m_shell.setShell(CLMRConfiguration({}).importlmshPathInfo());
     m_shellPath = m_shell.getShell().program();
