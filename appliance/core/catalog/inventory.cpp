@@ -2,15 +2,18 @@
 
 #include <array>
 #include <ctime>
+#include <filesystem>
+#include <set>
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/files/file_io.h"
+#include "appliance/core/files/range_lock.h"
 #include "appliance/core/store/work_folder.h"
 
 namespace lumora {
-
+namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* GROUP_COLUMNS =
@@ -36,6 +39,29 @@ SHost readHost(const CQuery& query)
 [[noreturn]] void throwInUse(EObject object, const std::string& name, const std::string& why)
 {
     throw EApplianceError(EStatus::IN_USE, std::string(objectWord(object)) + " " + inQuotes(name) + " " + why, object);
+}
+
+bool isApplianceName(const std::string& name)
+{
+    try {
+        checkName(EObject::APPLIANCE, name);
+        return true;
+    } catch (const EApplianceError&) {
+        return false;
+    }
+}
+
+// Whether a folder may be an appliance's, by its name and by all that it holds: nothing of somebody else's is removed.
+bool isApplianceFolder(const fs::path& folder)
+{
+    if (!isApplianceName(folder.filename().string())) return false;
+    static const std::set<std::string> PARTS = {"annotations", "dev", "gate", "images", "owners", "work"};
+    std::error_code error;
+    if (!fs::is_directory(fs::symlink_status(folder, error))) return false;
+    for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+        if (PARTS.count(entry->path().filename().string()) == 0) return false;
+    }
+    return !error;
 }
 
 }  // namespace
@@ -99,36 +125,62 @@ std::vector<SAppliance> CInventory::appliances()
 void CInventory::createAppliance(const std::string& name)
 {
     checkName(EObject::APPLIANCE, name);
+    const base::CFileDescriptor alone = lockByte(m_store.layout().createLock(), 0);
+    collectFolders();
     CTransaction transaction(m_database, CTransaction::EKind::WRITE);
-    if (CQuery(m_database, "SELECT 1 FROM appliance WHERE name = ?", name).next()) {
-        throwExists(EObject::APPLIANCE, name, "");
-    }
-    const std::filesystem::path folder = m_store.layout().appliance(name);
+    if (isListed(name)) throwExists(EObject::APPLIANCE, name, "");
+    const fs::path folder = m_store.layout().appliance(name);
     for (const EArea area : {EArea::ANNOTATIONS, EArea::IMAGES, EArea::WORK}) {
         makeFolder(areaFolder(folder, area));
     }
     makeFolder(m_store.layout().devices(name));
     makeFolder(folder / "gate");
     syncFolder(folder);
+    syncFolder(folder.parent_path());
     CQuery(m_database, "INSERT INTO appliance (name, created) VALUES (?, ?)", name, timeStamp()).run();
     transaction.commit();
 }
 
 void CInventory::deleteAppliance(const std::string& name)
 {
-    CTransaction transaction(m_database, CTransaction::EKind::WRITE);
-    const SAppliance found = appliance(name);
-    if (any("SELECT 1 FROM cgroup WHERE appliance_id = ?", found.id)) {
-        throwInUse(EObject::APPLIANCE, name, "still has groups");
+    // Nobody makes the appliance anew before its folder is gone.
+    const base::CFileDescriptor alone = lockByte(m_store.layout().createLock(), 0);
+    {
+        CTransaction transaction(m_database, CTransaction::EKind::WRITE);
+        const SAppliance found = appliance(name);
+        if (any("SELECT 1 FROM cgroup WHERE appliance_id = ?", found.id)) {
+            throwInUse(EObject::APPLIANCE, name, "still has groups");
+        }
+        if (any("SELECT 1 FROM host WHERE appliance_id = ?", found.id)) {
+            throwInUse(EObject::APPLIANCE, name, "still has hosts");
+        }
+        CQuery(m_database, "DELETE FROM appliance WHERE id = ?", found.id).run();
+        transaction.commit();
     }
-    if (any("SELECT 1 FROM host WHERE appliance_id = ?", found.id)) {
-        throwInUse(EObject::APPLIANCE, name, "still has hosts");
+    tidyUp([this] { collectFolders(); });
+}
+
+bool CInventory::isListed(const std::string& name)
+{
+    return CQuery(m_database, "SELECT 1 FROM appliance WHERE name = ?", name).next();
+}
+
+void CInventory::collectFolders()
+{
+    std::vector<fs::path> unlisted;
+    std::error_code error;
+    for (fs::directory_iterator entry(m_store.layout().base(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        if (!isListed(entry->path().filename().string()) && isApplianceFolder(entry->path())) {
+            unlisted.push_back(entry->path());
+        }
     }
-    CQuery(m_database, "DELETE FROM appliance WHERE id = ?", found.id).run();
-    // The folder holds nothing that is listed any more, and is removed while nobody can make the appliance anew.
-    std::error_code ignored;
-    std::filesystem::remove_all(m_store.layout().appliance(name), ignored);
-    transaction.commit();
+    if (unlisted.empty()) return;
+    m_database.settle();
+    for (const fs::path& folder : unlisted) {
+        std::error_code ignored;  // the next one tries again
+        if (!isListed(folder.filename().string())) fs::remove_all(folder, ignored);
+    }
 }
 
 void CInventory::checkIsNew(EObject object, const char* table, const SAppliance& appliance, const std::string& name)
@@ -210,8 +262,19 @@ void CInventory::deleteGroup(const SAppliance& appliance, const std::string& nam
     CQuery(m_database, "DELETE FROM group_grant WHERE cgroup_id = ?", found.id).run();
     CQuery(m_database, "DELETE FROM cgroup WHERE id = ?", found.id).run();
     transaction.commit();
-    std::error_code ignored;
-    std::filesystem::remove(m_store.layout().gate(appliance.name, found.id), ignored);
+    tidyUp([&] { collectGates(appliance); });
+}
+
+void CInventory::collectGates(const SAppliance& appliance)
+{
+    // Groups never get the number of one that is gone.
+    std::error_code error;
+    const fs::path gates = m_store.layout().gate(appliance.name, 0).parent_path();
+    for (fs::directory_iterator entry(gates, error), end; !error && entry != end; entry.increment(error)) {
+        const std::string number = entry->path().filename().string();
+        std::error_code ignored;  // the next one tries again
+        if (!CQuery(m_database, "SELECT 1 FROM cgroup WHERE id = ?", number).next()) fs::remove(entry->path(), ignored);
+    }
 }
 
 }  // namespace lumora

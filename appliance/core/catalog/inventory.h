@@ -91,6 +91,11 @@ class CInventory
     void unpresent(const SAppliance& appliance, const std::string& lun, const std::string& host);
 
   private:
+    bool isListed(const std::string& appliance);
+    // What commands that were disturbed, or had their effect only just, left of appliances and groups that are gone.
+    // The first in the hands of whoever is alone in making and removing appliances.
+    void collectFolders();
+    void collectGates(const SAppliance& appliance);
     bool any(const char* sql, int64_t id);
     // The rows of hosts, groups and LUNs have a name that is unique on their appliance.
     void checkIsNew(EObject object, const char* table, const SAppliance& appliance, const std::string& name);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <set>
 #include <vector>
 
 #include "appliance/core/conventions/error.h"
@@ -63,12 +64,10 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
     checkName(EObject::LUN, name);
     const SGroup group = m_inventory.group(appliance, groupName);
     const fs::path home = m_store.layout().appliance(appliance.name);
-    collectLeftovers(
-        home, EArea::WORK, [](const std::string&) { return false; },
-        [](const fs::path& folder) {
-            std::error_code ignored;  // the next one tries again
-            fs::remove_all(folder, ignored);
-        });
+    {
+        const base::CFileDescriptor alone = lockLuns(home);
+        collect(appliance);
+    }
 
     SLun lun;
     lun.name = name;
@@ -84,9 +83,10 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
         syncFile(made.get(), data);
     }
 
+    const base::CFileDescriptor alone = lockLuns(home);
     CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     m_inventory.insertLun(appliance, m_inventory.group(appliance, groupName), lun);
-    // Data of a LUN that is not listed belongs to a creation that was killed right here, or to a LUN that is gone.
+    // From here on the data stays, whatever happens: only collect() can prove that no LUN came of it.
     if (::rename(data.c_str(), path(appliance, lun).c_str()) != 0) {
         throwStorage("create", path(appliance, lun).string(), errno);
     }
@@ -97,6 +97,7 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
 
 void CLunData::remove(const SAppliance& appliance, const std::string& name)
 {
+    const base::CFileDescriptor alone = lockLuns(m_store.layout().appliance(appliance.name));
     SLun lun;
     {
         CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
@@ -104,14 +105,40 @@ void CLunData::remove(const SAppliance& appliance, const std::string& name)
         m_inventory.removeLun(lun);
         transaction.commit();
     }
-    // A second look under the write lock: a LUN of the same name may have been made since, and the file is its own
-    // then.
-    const CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
-    const std::vector<SLun> present = m_inventory.luns(appliance);
-    if (std::none_of(present.begin(), present.end(), [&name](const SLun& other) { return other.name == name; })) {
-        std::error_code ignored;
-        fs::remove(path(appliance, lun), ignored);
+    std::error_code ignored;
+    fs::remove(path(appliance, lun), ignored);
+    tidyUp([&] { collect(appliance); });
+}
+
+void CLunData::collect(const SAppliance& appliance)
+{
+    const auto drop = [](const fs::path& left) {
+        std::error_code ignored;  // the next one tries again
+        fs::remove_all(left, ignored);
+    };
+    const fs::path home = m_store.layout().appliance(appliance.name);
+    collectLeftovers(home, EArea::WORK, {[](const std::string&) { return false; }, [] {}, drop});
+    if (strayData(appliance).empty()) return;
+    m_store.database().settle();
+    for (const fs::path& left : strayData(appliance)) {
+        drop(left);
     }
+}
+
+std::vector<fs::path> CLunData::strayData(const SAppliance& appliance)
+{
+    std::set<std::string> listed;
+    for (const SLun& lun : m_inventory.luns(appliance)) {
+        listed.insert(lun.name);
+    }
+    std::vector<fs::path> stray;
+    std::error_code error;
+    for (fs::directory_iterator entry(m_store.layout().devices(appliance.name), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (listed.count(name) == 0 && entry->is_regular_file(error)) stray.push_back(entry->path());
+    }
+    return stray;
 }
 
 uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,

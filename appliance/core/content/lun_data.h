@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "appliance/core/catalog/inventory.h"
 
@@ -38,6 +39,11 @@ class CLunData
               const std::function<void(std::string_view)>& sink);
 
   private:
+    // Both in the hands of whoever is alone with the LUNs of the appliance. Data without a row is of a command that was
+    // disturbed: nobody is between the two.
+    void collect(const SAppliance& appliance);
+    std::vector<std::filesystem::path> strayData(const SAppliance& appliance);
+
     CStore& m_store;
     CInventory m_inventory;
 };

@@ -46,19 +46,21 @@ void CProtection::createAnnotation(const SAppliance& appliance, const std::strin
     made.created = timeStamp();
     made.folder = folder.id();
     m_catalog.insertAnnotation(m_inventory.group(appliance, groupName), made, luns);
-    transaction.commit();
     folder.keep();
+    transaction.commit();
 }
 
 void CProtection::deleteAnnotation(const SAppliance& appliance, const std::string& groupName, const std::string& name)
 {
+    SAnnotation annotation;
     {
         CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
         const SGroup group = m_inventory.group(appliance, groupName);
-        m_catalog.removeAnnotation(group, m_catalog.annotation(group, name));
+        annotation = m_catalog.annotation(group, name);
+        m_catalog.removeAnnotation(group, annotation);
         transaction.commit();
     }
-    collect(appliance, EArea::ANNOTATIONS);
+    dropUnlisted(appliance, EArea::ANNOTATIONS, annotation.folder);
 }
 
 void CProtection::createTimeImage(const SAppliance& appliance, const STimeImageRequest& request)
@@ -94,29 +96,38 @@ void CProtection::createTimeImage(const SAppliance& appliance, const STimeImageR
     made.folder = folder.id();
     made.retention = request.retention;
     m_catalog.insertTimeImage(group, made, annotation, luns, hosts);
-    transaction.commit();
     folder.keep();
+    transaction.commit();
 }
 
 void CProtection::deleteTimeImage(const SAppliance& appliance, const std::string& groupName, const std::string& name)
 {
+    STimeImage image;
     {
         CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
-        const SGroup group = m_inventory.group(appliance, groupName);
-        m_catalog.removeTimeImage(m_catalog.timeImage(group, name));
+        image = m_catalog.timeImage(m_inventory.group(appliance, groupName), name);
+        m_catalog.removeTimeImage(image);
         transaction.commit();
     }
-    collect(appliance, EArea::IMAGES);
+    dropUnlisted(appliance, EArea::IMAGES, image.folder);
 }
 
 void CProtection::collect(const SAppliance& appliance, EArea area)
 {
-    collectLeftovers(
-        m_store.layout().appliance(appliance.name), area,
+    const SCollector collector{
         [this, area](const std::string& id) {
             return area == EArea::ANNOTATIONS ? m_catalog.isAnnotationFolder(id) : m_catalog.isTimeImageFolder(id);
         },
-        [this](const fs::path& folder) { m_engine.drop(folder); });
+        [this] { m_store.database().settle(); }, [this](const fs::path& folder) { m_engine.drop(folder); }};
+    collectLeftovers(m_store.layout().appliance(appliance.name), area, collector);
+}
+
+void CProtection::dropUnlisted(const SAppliance& appliance, EArea area, const std::string& folder)
+{
+    tidyUp([&] {
+        m_engine.drop(areaFolder(m_store.layout().appliance(appliance.name), area) / folder);
+        collect(appliance, area);
+    });
 }
 
 }  // namespace lumora

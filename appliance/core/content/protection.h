@@ -38,6 +38,8 @@ class CProtection
 
   private:
     void collect(const SAppliance& appliance, EArea area);
+    // The folder whose row was removed for certain, and what others left.
+    void dropUnlisted(const SAppliance& appliance, EArea area, const std::string& folder);
 
     CStore& m_store;
     CBaseStorageEngine& m_engine;

@@ -55,6 +55,15 @@ std::string inQuotes(std::string_view name)
     return text + "\"";
 }
 
+void tidyUp(const std::function<void()>& step)
+{
+    try {
+        step();
+    } catch (const EApplianceError&) {
+        return;
+    }
+}
+
 void throwMissing(EObject object, std::string_view name, const std::string& where)
 {
     throw EApplianceError(EStatus::MISSING, joined(named(object, name) + " does not exist", where), object);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -59,6 +60,10 @@ std::string_view objectWord(EObject object) noexcept;
 
 /// The name in double quotes; control characters are shown as \xNN so that a message stays one line.
 std::string inQuotes(std::string_view name);
+
+/// Runs `step`, which tidies up behind a command that has had its effect already. A refusal is no failure of the
+/// command: what was left undone is for the next one.
+void tidyUp(const std::function<void()>& step);
 
 /// `annotation "a" does not exist in group "g"`; `where` may be empty.
 [[noreturn]] void throwMissing(EObject object, std::string_view name, const std::string& where);

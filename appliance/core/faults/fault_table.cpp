@@ -83,8 +83,7 @@ bool CFaultTable::exists() const
 // Commands that run meanwhile see no database or a whole one: it is made under another name.
 void CFaultTable::make() const
 {
-    const base::CFileDescriptor lock = openFile(m_createLock, O_RDWR | O_CREAT);
-    lockRange(lock.get(), ERangeLock::EXCLUSIVE, 0, 1, m_createLock);
+    const base::CFileDescriptor lock = lockByte(m_createLock, 0);
     if (exists()) return;
     const std::filesystem::path made = m_file.string() + ".new";
     const auto removeWithLog = [&made] {

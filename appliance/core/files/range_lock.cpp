@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "appliance/core/conventions/error.h"
+#include "appliance/core/files/file_io.h"
 
 namespace lumora {
 
@@ -41,6 +42,13 @@ bool tryLockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, cons
     if (control(fd, F_OFD_SETLK, lockType(kind), start, length) == 0) return true;
     if (errno != EAGAIN && errno != EACCES) throwStorage("lock", path.string(), errno);
     return false;
+}
+
+base::CFileDescriptor lockByte(const std::filesystem::path& path, uint64_t byte)
+{
+    base::CFileDescriptor file = openFile(path, O_RDWR | O_CREAT);
+    lockRange(file.get(), ERangeLock::EXCLUSIVE, byte, 1, path);
+    return file;
 }
 
 void unlockRange(int fd, uint64_t start, uint64_t length) noexcept

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <filesystem>
 
+#include "base/file_descriptor.h"
+
 namespace lumora {
 
 /// Locks on byte ranges of an open file description. They belong to the open file, so two openings in one process
@@ -17,6 +19,8 @@ enum class ERangeLock : uint8_t
 void lockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
 /// False when somebody else holds a lock in the way.
 bool tryLockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
+/// Opens `path`, made when missing, and waits until one byte of it is locked for this opening alone.
+base::CFileDescriptor lockByte(const std::filesystem::path& path, uint64_t byte);
 void unlockRange(int fd, uint64_t start, uint64_t length) noexcept;
 
 }  // namespace lumora

@@ -38,4 +38,18 @@ CDatabase::CDatabase(const std::filesystem::path& file, EMode mode)
     execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
 }
 
+int64_t CDatabase::version()
+{
+    CQuery query(*this, "PRAGMA user_version");
+    query.next();
+    return query.integer(0);
+}
+
+void CDatabase::settle()
+{
+    CTransaction transaction(*this, CTransaction::EKind::WRITE);
+    execute(("PRAGMA user_version = " + std::to_string(version())).c_str());
+    transaction.commit();
+}
+
 }  // namespace lumora

@@ -22,6 +22,13 @@ class CDatabase : public base::CSqliteDatabase
     };
 
     CDatabase(const std::filesystem::path& file, EMode mode);
+
+    /// The number that the makers of the tables gave them; 0 as long as there are none.
+    int64_t version();
+    /// Commits a change that changes nothing. A commit that failed, or whose process was killed in it, may still stand
+    /// whole in the log, where those who have the database open do not see it and the next one to read the log from the
+    /// start does. Behind this commit it cannot come back: a row that is not seen from here on is not there.
+    void settle();
 };
 
 using CQuery = base::CSqliteQuery;

@@ -54,13 +54,6 @@ CREATE VIEW granted AS
   UNION SELECT time_image.id, group_grant.host_id FROM time_image JOIN group_grant USING (cgroup_id);
 )sql";
 
-int64_t version(CDatabase& database)
-{
-    CQuery query(database, "PRAGMA user_version");
-    query.next();
-    return query.integer(0);
-}
-
 SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
 {
     if (root.empty()) throw EApplianceError(EStatus::UNUSABLE, "no store folder given");
@@ -81,13 +74,12 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 {
     if (mode == CStore::EMode::EXISTING) return CDatabase::EMode::EXISTING;
     // One process makes the tables; those that come meanwhile wait and find them.
-    const base::CFileDescriptor lock = openFile(layout.createLock(), O_RDWR | O_CREAT);
-    lockRange(lock.get(), ERangeLock::EXCLUSIVE, 0, 1, layout.createLock());
+    const base::CFileDescriptor lock = lockByte(layout.createLock(), 0);
     // The database library would make the file readable by others; its log files take the rights of this one.
     openFile(layout.database(), O_RDWR | O_CREAT);
     CDatabase database(layout.database(), CDatabase::EMode::CREATE);
     CTransaction transaction(database, CTransaction::EKind::WRITE);
-    if (version(database) == 0) {
+    if (database.version() == 0) {
         database.execute(SCHEMA);
         database.execute("PRAGMA user_version = 1");
         transaction.commit();
@@ -100,7 +92,7 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 CStore::CStore(const fs::path& root, EMode mode)
     : m_layout(prepareLayout(root, mode)), m_database(m_layout.database(), prepareDatabase(m_layout, mode))
 {
-    if (version(m_database) != SCHEMA_VERSION) {
+    if (m_database.version() != SCHEMA_VERSION) {
         throw EApplianceError(EStatus::UNUSABLE, "store database " + m_layout.database().string() +
                                                      " is of a version that this program does not know");
     }

@@ -19,6 +19,7 @@ namespace {
 // taken before the folder is made, so a collector never meets a folder whose living owner it cannot see, and no lock
 // files have to be made or removed.
 constexpr size_t ID_LENGTH = 15;
+constexpr uint64_t LUNS_BYTE = uint64_t{1} << (4 * ID_LENGTH);  // behind those of all folders
 
 base::CFileDescriptor openOwners(const fs::path& appliance)
 {
@@ -77,35 +78,40 @@ CWorkFolder::~CWorkFolder()
     }
 }
 
-void collectLeftovers(const fs::path& appliance, EArea area, const std::function<bool(const std::string& id)>& isListed,
-                      const std::function<void(const fs::path& folder)>& drop)
+void collectLeftovers(const fs::path& appliance, EArea area, const SCollector& collector)
 {
     std::error_code error;
     std::vector<std::string> unlisted;
     for (fs::directory_iterator entry(areaFolder(appliance, area), error), end; !error && entry != end;
          entry.increment(error)) {
         std::string id = entry->path().filename().string();
-        if (!isListed(id)) unlisted.push_back(std::move(id));
+        if (!collector.isListed(id)) unlisted.push_back(std::move(id));
     }
     if (unlisted.empty()) return;
     const base::CFileDescriptor owners = openOwners(appliance);
+    std::vector<std::string> taken;
     for (const std::string& id : unlisted) {
         uint64_t number = 0;
-        if (!fromId(id, number) ||
-            !tryLockRange(owners.get(), ERangeLock::EXCLUSIVE, number, 1, appliance / "owners")) {
-            continue;
+        if (fromId(id, number) && tryLockRange(owners.get(), ERangeLock::EXCLUSIVE, number, 1, appliance / "owners")) {
+            taken.push_back(id);
         }
-        // Its owner may have listed it and gone since the first look.
-        if (!isListed(id)) {
-            try {
-                drop(areaFolder(appliance, area) / id);
-            } catch (const EApplianceError&) {
-                // Not worth failing the command that met it; the next one tries again.
-                continue;
-            }
-        }
-        unlockRange(owners.get(), number, 1);
     }
+    if (taken.empty()) return;
+    // An owner may have listed its folder and gone since the first look, or gone without knowing whether it had.
+    collector.settle();
+    for (const std::string& id : taken) {
+        if (collector.isListed(id)) continue;
+        try {
+            collector.drop(areaFolder(appliance, area) / id);
+        } catch (const EApplianceError&) {
+            continue;  // not worth failing the command that met it
+        }
+    }
+}
+
+base::CFileDescriptor lockLuns(const fs::path& appliance)
+{
+    return lockByte(appliance / "owners", LUNS_BYTE);
 }
 
 }  // namespace lumora

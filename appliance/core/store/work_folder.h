@@ -34,7 +34,8 @@ class CWorkFolder
     /// The folder's name: 15 hexadecimal digits.
     const std::string& id() const noexcept { return m_id; }
     const std::filesystem::path& path() const noexcept { return m_path; }
-    /// The folder is listed now and stays.
+    /// The folder stays. To be called before the row that lists it is committed: of a commit that fails it is not
+    /// known whether the row will be there, and only a collector that proves it is not may remove the folder.
     void keep() noexcept { m_kept = true; }
 
   private:
@@ -44,10 +45,21 @@ class CWorkFolder
     bool m_kept = false;
 };
 
-/// Hands the folders of an area that have no living owner and are not listed to `drop`. `isListed` is asked again after
-/// the folder's ownership was taken, so it must look at the present state. What cannot be dropped stays for later.
-void collectLeftovers(const std::filesystem::path& appliance, EArea area,
-                      const std::function<bool(const std::string& id)>& isListed,
-                      const std::function<void(const std::filesystem::path& folder)>& drop);
+/// What a collector of folders asks and does.
+struct SCollector
+{
+    std::function<bool(const std::string& id)> isListed;
+    /// Makes sure that what isListed denies from now on will not turn out to be listed.
+    std::function<void()> settle;
+    std::function<void(const std::filesystem::path& folder)> drop;
+};
+
+/// Drops the folders of an area that have no living owner and are not listed. `isListed` is asked again after the
+/// folders' ownership was taken and the listing settled, so it must look at the present state. What cannot be dropped
+/// stays for later; a listing that cannot be settled or read throws.
+void collectLeftovers(const std::filesystem::path& appliance, EArea area, const SCollector& collector);
+
+/// Whoever holds this is alone in making and removing LUNs of the appliance whose folder is given.
+base::CFileDescriptor lockLuns(const std::filesystem::path& appliance);
 
 }  // namespace lumora
