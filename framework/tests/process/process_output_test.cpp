@@ -58,7 +58,8 @@ TEST(ProcessOutput, LinesAreTheSameWhereverABlockEnds)
 
 TEST(ProcessOutput, ANumberOfBytesCutsTheLastLine)
 {
-    const std::string text = std::string(BLOCK - 1, 'x') + "\nsecond\n" + std::string(BLOCK, 'z');
+    std::string text(BLOCK - 1, 'x');
+    text.append("\nsecond\n").append(BLOCK, 'z');
     for (const size_t most : {size_t{0}, size_t{1}, BLOCK - 1, BLOCK, BLOCK + 3, BLOCK + 7, 2 * BLOCK}) {
         EXPECT_EQ(linesOf(text, most), expected(text.substr(0, most))) << most;
     }
