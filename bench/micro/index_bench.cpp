@@ -4,7 +4,9 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <deque>
 #include <random>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -147,12 +149,19 @@ class CGroupsIn
     Container<uint32_t> m_groups;
 };
 
-/// Its LUNs are texts of the benchmark.
+/// Its serials are texts of the benchmark.
 class CGroup : public CLMRIndexedGroup
 {
   public:
-    void add(std::string_view serial) { keyAdded(serial); }
-    void forEachKey(const std::function<void(std::string_view key)>&) const override {}
+    explicit CGroup(std::span<const std::string> serials) : m_serials(serials) {}
+    void forEachKey(const std::function<void(std::string_view key)>& action) const override
+    {
+        std::ranges::for_each(m_serials, action);
+    }
+    size_t countKeys() const override { return m_serials.size(); }
+
+  private:
+    std::span<const std::string> m_serials;
 };
 
 class COwnGroups
@@ -160,17 +169,17 @@ class COwnGroups
   public:
     void fill(const SLuns& luns)
     {
-        m_groups = std::vector<CGroup>((luns.size() + LUNS_OF_GROUP - 1) / LUNS_OF_GROUP);
-        for (size_t i = 0; i < luns.size(); ++i) {
-            CGroup& group = m_groups[i / LUNS_OF_GROUP];
-            if (i % LUNS_OF_GROUP == 0) m_index.append(group);
-            group.add(luns.serials[i]);
+        std::vector<CLMRIndexedGroup*> groups;
+        for (size_t i = 0; i < luns.size(); i += LUNS_OF_GROUP) {
+            const size_t count = std::min(LUNS_OF_GROUP, luns.size() - i);
+            groups.push_back(&m_groups.emplace_back(std::span(luns.serials).subspan(i, count)));
         }
+        m_index.assign(std::move(groups));
     }
     uint32_t find(const CString& serial) const { return m_index.find(serial); }
 
   private:
-    std::vector<CGroup> m_groups;
+    std::deque<CGroup> m_groups;
     CLMRGroupIndex m_index;
 };
 

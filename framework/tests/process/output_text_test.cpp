@@ -87,6 +87,14 @@ TEST(OutputText, CountsTheLinesThatAreLeft)
     EXPECT_EQ(text.takeLines(two), 0u);
 }
 
+TEST(OutputText, CountsLineEndsWhereverTheyStand)
+{
+    for (size_t count = 0; count <= 600; ++count) {
+        EXPECT_EQ(textOf(std::string(count, '\n')).countLines(), count);
+        EXPECT_EQ(textOf(std::string(count, 'x') + "\n\ny").countLines(), 3u) << count;
+    }
+}
+
 TEST(OutputText, WhatIsCutOffIsGone)
 {
     for (const size_t size : {size_t{0}, size_t{1}, BLOCK - 1, BLOCK, BLOCK + 1, 2 * BLOCK, 3 * BLOCK}) {

@@ -2,7 +2,9 @@
 
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "providers/cdp/lmr/index/lmr_group_index.h"
@@ -70,7 +72,8 @@ class CLMRAppliance : public CBaseAppliance
     /// Has the appliance list its hosts or groups. @return whether it did; a failure is traced
     bool list(const SLMRCommand& command, std::vector<std::string>& lines) const;
     bool loadGroup(const CString& name);
-    bool storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines);
+    void indexGroups();
+    bool storeDevices(CLMRConsistencyGroup& group, std::span<const std::string_view> lines);
     void traceLun(const SLMRGroupLun& lun) const;
     bool traceStop(const SLMRGroupListing& listing) const;
     CConsistencyGroupPtr groupOfLun(const CString& deviceId, const CString& device) const;

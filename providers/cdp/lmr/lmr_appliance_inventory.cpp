@@ -89,17 +89,34 @@ void CLMRAppliance::generateConsistencyGroupList()
     m_groupIndex.clear();  // before the groups that it refers to
     m_groupList.clear();
     m_groupMap.clear();
-    for (const CString& name : m_groupNameList) {
-        if (!loadGroup(name)) return;
+    try {
+        for (const CString& name : m_groupNameList) {
+            if (!loadGroup(name)) break;
+        }
+    } catch (...) {
+        indexGroups();  // what was read before stays
+        throw;
     }
+    indexGroups();
+}
+
+/// The index is made of all groups at once: after each run of a tool nothing of it would be in the caches.
+void CLMRAppliance::indexGroups()
+{
+    std::vector<CLMRIndexedGroup*> groups;
+    groups.reserve(m_groupList.size());
+    for (const CGroupPtr& group : m_groupList) {
+        groups.push_back(group.get());
+    }
+    m_groupIndex.assign(std::move(groups));
 }
 
 /// False when the walk over the groups is to stop here.
 bool CLMRAppliance::loadGroup(const CString& name)
 {
     trace(TRACE_DETAIL, "CLMRAppliance::generateConsistencyGroupList - Working with CG %s", name);
-    std::vector<std::string> lines;
-    const int result = sendCommand(*this, m_name, lmr_commands::showGroup(name), lines);
+    CLMRAnswer answer;
+    const int result = sendCommand(*this, m_name, lmr_commands::showGroup(name), answer);
     trace(TRACE_DETAIL, "CLMRApplianceToolCS::instance()->execLMSH Command returned %d", result);
     if (result != 0) {
         trace(TRACE_FAILURE, "Failed to execute command");
@@ -111,17 +128,18 @@ bool CLMRAppliance::loadGroup(const CString& name)
     group->setAppliance(m_name);
     group->registerTraceLog(m_traceLog);
     m_groupList.push_back(group);
-    m_groupMap[std::string(bytesOf(name))] = group;
-    m_groupIndex.append(*group);
+    m_groupMap.insert_or_assign(m_groupMap.end(), std::string(bytesOf(name)), group);  // names mostly come in order
 
     trace(TRACE_DETAIL, "Printing the command output");
-    for (const std::string& line : lines) {
-        trace(TRACE_DETAIL, "LMR line = [%s]", line);
+    if (isTraceEnabled(TRACE_DETAIL)) {
+        for (const std::string_view line : answer.lines()) {
+            trace(TRACE_DETAIL, "LMR line = [%s]", line);
+        }
     }
-    return storeDevices(*group, lines);
+    return storeDevices(*group, answer.lines());
 }
 
-bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<std::string>& lines)
+bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, std::span<const std::string_view> lines)
 {
     const SLMRGroupListing listing = parseGroup(lines);
     if (listing.result == EGroupListing::NO_PROTECTED) {
@@ -141,12 +159,9 @@ bool CLMRAppliance::storeDevices(CLMRConsistencyGroup& group, const std::vector<
           "Found all the sections for consistency group strPosProtectedLUNS = [%d], strPosProtectedLUNS_END = [%d]",
           listing.begin, listing.end);
     group.reserveDevices(listing.luns);
-    m_groupIndex.reserveMore(listing.luns.size());
+    const bool isTold = isTraceEnabled(TRACE_INFO);
     for (const SLMRGroupLun& lun : listing.luns) {
-        m_groupIndex.prefetch(lun.serial);
-    }
-    for (const SLMRGroupLun& lun : listing.luns) {
-        traceLun(lun);
+        if (isTold) traceLun(lun);
         group.addListedDevice(lun.device, lun.serial);
     }
     return traceStop(listing);

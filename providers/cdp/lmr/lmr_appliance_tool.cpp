@@ -1,5 +1,8 @@
 #include "providers/cdp/lmr/lmr_appliance_tool.h"
 
+#include <span>
+#include <utility>
+
 #include "framework/include/cfiexecpipe.h"
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/lmr_commands.h"
@@ -19,10 +22,19 @@ constexpr unsigned long TIME_OUT_SECONDS = 600;
 
 int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, std::vector<std::string>& lines)
 {
+    lines.clear();
+    CLMRAnswer answer;
+    const int result = execLMSH(server, command, answer);
+    lines = answer.copies();
+    return result;
+}
+
+int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, CLMRAnswer& answer)
+{
     const CFiTraceLogFunction tracer(m_traceLog, "execLMSH", __LINE__, __FILE__);
     CFiExecPipePosix pipe(1);
     pipe.registerTraceLog(m_traceLog);
-    lines.clear();
+    answer = {};
     if (!isSendable(server, command)) return NOT_STARTED;
     trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
 
@@ -33,7 +45,8 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, s
     const std::string commandLine = '"' + m_shell.program() + '"';
     const int result =
         begun ? *begun : pipe.Exec(commandLine, output, script.inputFile(), TIME_OUT_SECONDS, "", "", "");
-    output.appendLinesTo(lines);
+    answer = CLMRAnswer(std::move(output));
+    const std::span<const std::string_view> lines = answer.lines();
     if (result == EXEC_FAILED) {
         if (isTraceEnabled(TRACE_INVALID)) {
             trace(TRACE_INVALID, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command,

@@ -6,6 +6,7 @@
 
 #include "pdk/include/cficontextsingleton.h"
 #include "pdk/include/cfitracelog.h"
+#include "providers/cdp/lmr/lmr_answer.h"
 #include "providers/cdp/lmr/lmr_configuration.h"
 
 namespace cdpfi {
@@ -29,6 +30,8 @@ class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virt
      * @throw CFiPlatformError when there is no temporary file
      */
     int execLMSH(const CString& server, const CString& command, std::vector<std::string>& lines);
+    /// The same without a copy of each line.
+    int execLMSH(const CString& server, const CString& command, CLMRAnswer& answer);
 
   private:
     bool isSendable(const CString& server, const CString& command) const;

@@ -8,8 +8,18 @@ namespace cdpfi {
 int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
                 std::vector<std::string>& lines)
 {
-    constexpr int NOT_SENT = -1;
     lines.clear();
+    CLMRAnswer answer;
+    const int result = sendCommand(caller, server, command, answer);
+    lines = answer.copies();
+    return result;
+}
+
+int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
+                CLMRAnswer& answer)
+{
+    constexpr int NOT_SENT = -1;
+    answer = {};
     if (command.m_refused) {
         caller.trace(obzx_pdk_4_4::TRACE_INVALID,
                      "Name [%s] holds a double quote or a control character, command is not sent",
@@ -21,7 +31,7 @@ int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server,
         caller.trace(obzx_pdk_4_4::TRACE_FAILURE, "No appliance is initialized, command is not sent");
         return NOT_SENT;
     }
-    return tool->execLMSH(server, textOf(command.m_text), lines);
+    return tool->execLMSH(server, textOf(command.m_text), answer);
 }
 
 }  // namespace cdpfi

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "pdk/include/cfitracelog.h"
+#include "providers/cdp/lmr/lmr_answer.h"
 #include "providers/cdp/lmr/lmr_commands.h"
 #include "providers/cdp/model/base_types.h"
 
@@ -20,5 +21,8 @@ namespace cdpfi {
  */
 int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
                 std::vector<std::string>& lines);
+/// The same without a copy of each line.
+int sendCommand(const obzx_pdk_4_4::CFiTraceable& caller, const CString& server, const SLMRCommand& command,
+                CLMRAnswer& answer);
 
 }  // namespace cdpfi

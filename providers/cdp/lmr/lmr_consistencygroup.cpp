@@ -1,6 +1,7 @@
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
 
 #include <string>
+#include <utility>
 
 #include "providers/cdp/lmr/listings/lmr_text.h"
 #include "providers/cdp/lmr/listings/lmr_timeimage_listing.h"
@@ -115,7 +116,7 @@ int CLMRConsistencyGroup::deleteCheckPoint(CString name)
 
 void CLMRConsistencyGroup::setName(CString name)
 {
-    assign(m_name, name);
+    assign(m_name, std::move(name));
     keysChanged();
 }
 

@@ -60,6 +60,7 @@ class CLMRConsistencyGroup : public CBaseConsistencyGroup, public CLMRIndexedGro
     /// As addDevice, without texts in between.
     void addListedDevice(std::string_view device, std::string_view serial);
     void forEachKey(const std::function<void(std::string_view key)>& action) const override;
+    size_t countKeys() const override { return 1 + m_devices.size(); }
 
   private:
     /// Sends a command to the group's appliance. @return whether it succeeded; a failure is traced

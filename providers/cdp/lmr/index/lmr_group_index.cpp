@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace cdpfi {
 
@@ -23,13 +24,15 @@ CLMRGroupIndex::~CLMRGroupIndex()
     clear();
 }
 
-void CLMRGroupIndex::append(CLMRIndexedGroup& group)
+void CLMRGroupIndex::assign(std::vector<CLMRIndexedGroup*> groups)
 {
-    const auto position = static_cast<uint32_t>(m_groups.size());
-    m_groups.push_back(&group);
-    group.m_index = this;
-    group.m_position = position;
-    noteGroup(position);
+    clear();
+    m_groups = std::move(groups);
+    for (size_t i = 0; i < m_groups.size(); ++i) {
+        m_groups[i]->m_index = this;
+        m_groups[i]->m_position = static_cast<uint32_t>(i);
+    }
+    rebuild();
 }
 
 void CLMRGroupIndex::clear()
@@ -53,6 +56,11 @@ void CLMRGroupIndex::rebuild()
 {
     m_places.clear();
     m_records.clear();
+    size_t count = 0;
+    for (const CLMRIndexedGroup* group : m_groups) {
+        count += group->countKeys();
+    }
+    m_places.reserve(count);
     for (uint32_t group = 0; group < m_groups.size(); ++group) {
         noteGroup(group);
     }

@@ -27,6 +27,7 @@ class CLMRIndexedGroup
 
     /// Calls the action for the name and then for each serial. An empty key is no key.
     virtual void forEachKey(const std::function<void(std::string_view key)>& action) const = 0;
+    virtual size_t countKeys() const = 0;
 
   protected:
     void keyAdded(std::string_view key);
@@ -56,18 +57,12 @@ class CLMRGroupIndex
     CLMRGroupIndex(const CLMRGroupIndex&) = delete;
     CLMRGroupIndex& operator=(const CLMRGroupIndex&) = delete;
 
-    /// Adds a group at the end of the list.
-    void append(CLMRIndexedGroup& group);
+    /// Holds these groups, in this order, in place of those before.
+    void assign(std::vector<CLMRIndexedGroup*> groups);
     /// Forgets all groups.
     void clear();
     /// Position of the first group for a serial or name, or NO_GROUP. An empty text finds none.
     uint32_t find(const CString& serialOrName) const;
-
-    /// Makes room for so many keys more.
-    void reserveMore(size_t count) { m_places.reserve(m_places.size() + count); }
-    /// Has the memory fetched that adding a key begins with. Keys that are added after a call of this for each of them
-    /// wait for the memory once, not once each.
-    void prefetch(std::string_view key) const { m_places.prefetch(key); }
 
   private:
     friend class CLMRIndexedGroup;

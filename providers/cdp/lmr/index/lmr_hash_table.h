@@ -73,9 +73,7 @@ class CLMRHashTable
     void prefetch(std::string_view key) const
     {
         if (m_slots.empty()) return;
-        const uint32_t tag = tagOf(key);
-        __builtin_prefetch(&m_slots[tag & (m_slots.size() - 1)], 1);
-        if constexpr (FILTERED) __builtin_prefetch(&m_filter[wordOf(m_filter, tag)], 1);
+        __builtin_prefetch(&m_slots[tagOf(key) & (m_slots.size() - 1)], 1);
     }
 
     /// Calls action(entry) for every entry, in no order. The action may put one of the same key in its place.

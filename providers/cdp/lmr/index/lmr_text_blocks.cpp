@@ -1,7 +1,5 @@
 #include "providers/cdp/lmr/index/lmr_text_blocks.h"
 
-#include <algorithm>
-
 namespace cdpfi {
 
 void CLMRTextBlocks::reserve(size_t bytes)
@@ -16,7 +14,7 @@ std::string_view CLMRTextBlocks::keep(std::string_view text)
 {
     reserve(roomFor(text));
     char* const kept = m_free;
-    *std::ranges::copy(text, kept).out = '\0';
+    kept[text.copy(kept, text.size())] = '\0';
     m_free += roomFor(text);
     m_room -= roomFor(text);
     return {kept, text.size()};

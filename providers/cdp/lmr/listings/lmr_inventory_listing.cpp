@@ -22,12 +22,12 @@ void note(std::string_view line, std::string_view marker, int index, int& found)
     if (found < 0 && line.find(marker) != std::string_view::npos) found = index;
 }
 
-SSections markedLines(const std::vector<std::string>& lines)
+SSections markedLines(std::span<const std::string_view> lines)
 {
     SSections sections;
     for (size_t i = 0; i < lines.size(); ++i) {
         // Every marker ends with a colon. Most lines are LUNs, which have none, and are looked at once.
-        if (lines[i].find(':') == std::string::npos) continue;
+        if (lines[i].find(':') == std::string_view::npos) continue;
         const int index = static_cast<int>(i);
         note(lines[i], "Protected LUNS:", index, sections.protectedLuns);
         note(lines[i], "Monitor LUNS:", index, sections.monitor);
@@ -38,7 +38,7 @@ SSections markedLines(const std::vector<std::string>& lines)
 }
 
 /// Finds the sections and what ends the one with the protected LUNs.
-EGroupListing findSections(const std::vector<std::string>& lines, SLMRGroupListing& listing)
+EGroupListing findSections(std::span<const std::string_view> lines, SLMRGroupListing& listing)
 {
     const auto [protectedLuns, monitor, permissions, stillmark] = markedLines(lines);
     listing.begin = protectedLuns;
@@ -101,7 +101,7 @@ EGroupListing parseListedLun(std::string_view line, SLMRGroupLun& lun)
 //   Permissions:
 //     backup01
 //   Stillmark LUNs:
-SLMRGroupListing parseGroup(const std::vector<std::string>& lines)
+SLMRGroupListing parseGroup(std::span<const std::string_view> lines)
 {
     SLMRGroupListing listing;
     listing.result = findSections(lines, listing);
@@ -119,6 +119,11 @@ SLMRGroupListing parseGroup(const std::vector<std::string>& lines)
         listing.luns.push_back(lun);
     }
     return listing;
+}
+
+SLMRGroupListing parseGroup(const std::vector<std::string>& lines)
+{
+    return parseGroup(viewsOf(lines));
 }
 
 }  // namespace cdpfi

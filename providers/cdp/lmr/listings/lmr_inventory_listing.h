@@ -1,5 +1,6 @@
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,6 +51,7 @@ struct SLMRGroupListing
 /// The LUN in a line of a listing: COMPLETE, BAD_DEVICE or BAD_SERIAL.
 EGroupListing parseListedLun(std::string_view line, SLMRGroupLun& lun);
 
+SLMRGroupListing parseGroup(std::span<const std::string_view> lines);
 SLMRGroupListing parseGroup(const std::vector<std::string>& lines);
 
 }  // namespace cdpfi

@@ -24,10 +24,20 @@ std::string_view trimBlanks(std::string_view text)
     return text;
 }
 
+std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts)
+{
+    return {texts.begin(), texts.end()};
+}
+
 std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator)
 {
+    return joinTexts(viewsOf(texts), separator);
+}
+
+std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator)
+{
     std::string joined;
-    for (const std::string& text : texts) {
+    for (const std::string_view& text : texts) {
         if (&text != &texts.front()) joined.append(separator);
         joined.append(text);
     }

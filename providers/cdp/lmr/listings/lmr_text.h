@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -91,7 +92,10 @@ std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& 
 /// The text without LMR_BLANKS at both ends.
 std::string_view trimBlanks(std::string_view text);
 /// The texts in order with the separator between them.
+std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator);
 std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator);
+/// The same texts, not copied.
+std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts);
 
 /// Adds a whole text at the end, in room that was reserved: a list that grows copies its texts unseen.
 /// @throw std::bad_alloc, and the texts are as they were

@@ -2,6 +2,7 @@
 
 #include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 namespace {
@@ -274,6 +275,22 @@ TEST_F(Inventory, RepeatedGroupReplacesTheMapEntryAndStaysTwiceInTheList)
     ASSERT_EQ((CLines{"a:", "a:"}), groups());
     EXPECT_TRUE(m_appliance->getConsistencyGroup("a") == m_appliance->getConsistencyGroupList()[1]);
     EXPECT_TRUE(m_appliance->getAssociatedConsistencyGroup("a") == m_appliance->getConsistencyGroupList()[0]);
+}
+
+TEST_F(Inventory, GroupsThatWereReadBeforeAnExceptionAreFound)
+{
+    constexpr size_t LARGE = size_t{1} << 20;  // nothing but the answer for the second group is as large
+    setScenario(answerTo(" list  cgroups ", answers::groups({"cg", "later"})) +
+                answerTo("\"cg\"", answers::group("cg", {{"d", "S"}})) +
+                answerWithBytes("\"later\"", std::string(2 * LARGE, 'x')));
+    {
+        const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, 0, LARGE);
+        EXPECT_THROW(m_appliance->generateConsistencyGroupList(), std::bad_alloc);
+        EXPECT_TRUE(fault.happened());
+    }
+    ASSERT_EQ((CLines{"cg: d=S"}), groups());
+    m_appliance->registerTraceLog({});  // with its traces, a look-up walks over the groups and asks no index
+    EXPECT_TRUE(m_appliance->getAssociatedConsistencyGroup("S") == m_appliance->getConsistencyGroupList()[0]);
 }
 
 TEST_F(Inventory, GroupListIsBuiltAnewEachTime)
