@@ -1,6 +1,7 @@
 #include "base/child_start.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
@@ -32,6 +33,7 @@ struct SChild
     char* const* arguments;
     char* const* environment;
     pid_t parent;
+    int parentEnd;  // readable once the parent has ended; -1 for none
     int error = 0;  // why there is no program; the parent reads it once the child has gone
 };
 
@@ -78,13 +80,27 @@ bool putAt(int place, int descriptor)
     return ::syscall(SYS_dup3, descriptor, place, 0) >= 0;
 }
 
+// Whether the parent ended before the child could be told of it.
+bool isOrphan(const SChild& child)
+{
+    const pid_t parent = ::getppid();
+    if (parent != 0) return parent != child.parent;
+    // The parent is outside of the child's process namespace, which has no number for it, whether it lives or not.
+    pollfd end = {child.parentEnd, POLLIN, 0};
+    const timespec now = {};
+    return child.parentEnd < 0 || ::syscall(SYS_ppoll, &end, 1, &now, nullptr, 0) != 0;
+}
+
 bool prepare(const SChild& child)
 {
     const SChildStart& start = child.start;
     if (::setpgid(0, 0) != 0) return false;
     if (start.endsWithThread) {
         if (::prctl(PR_SET_PDEATHSIG, SIGKILL) != 0) return false;
-        if (::getppid() != child.parent) ::_exit(0);  // killed before it could be watched
+        if (isOrphan(child)) {
+            errno = ESRCH;
+            return false;
+        }
     }
     if (!putAt(STDIN_FILENO, start.input) || !putAt(STDOUT_FILENO, start.output) ||
         !putAt(STDERR_FILENO, start.errors)) {
@@ -169,7 +185,8 @@ int startChild(const SChildStart& start, pid_t& pid)
     const std::vector<char*> environment = environmentWith(start.environment);
     // The caller waits until the child runs its program, so the child's stack may be a part of its own.
     alignas(16) char stack[STACK_SIZE];
-    SChild child{start, arguments.data(), environment.data(), ::getpid()};
+    const CFileDescriptor end(start.endsWithThread ? static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)) : -1);
+    SChild child{start, arguments.data(), environment.data(), ::getpid(), end.get()};
     const CSignalsBlocked blocked;
     const pid_t started = ::clone(runProgram, stack + STACK_SIZE, CLONE_VM | CLONE_VFORK | SIGCHLD, &child);
     if (started < 0) return errno;

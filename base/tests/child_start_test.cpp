@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -9,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
 #include <thread>
 
 #include "base/pipe.h"
@@ -149,6 +152,71 @@ TEST(ChildStart, OutlivesItsThreadOtherwise)
     int status = 0;
     EXPECT_EQ(::waitpid(pid, &status, 0), pid);
     EXPECT_EQ(WTERMSIG(status), SIGTERM) << "it still ran";
+}
+
+// A process of its own whose children are in a process namespace of their own. The status that check() gives, or -1 and
+// why where the system lets nobody have one.
+int inForeignNamespace(const std::function<int()>& check)
+{
+    constexpr int NOT_ALLOWED = 99;
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        const bool isForeign = ::unshare(CLONE_NEWPID) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWPID) == 0;
+        ::_exit(isForeign ? check() : NOT_ALLOWED);
+    }
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    if (!WIFEXITED(status)) return -1 - WTERMSIG(status);
+    return WEXITSTATUS(status) == NOT_ALLOWED ? -1 : WEXITSTATUS(status);
+}
+
+constexpr const char* NO_NAMESPACE = "NOT CHECKED: this system gives this user no process namespace";
+
+TEST(ChildStart, RunsInAProcessNamespaceOfWhichThisProcessIsNoPart)
+{
+    const int status = inForeignNamespace([] {
+        SChildStart start;
+        start.endsWithThread = true;
+        const CScript script("echo $$; exit 7", start);
+        return script.line() == "1" ? exitStatus(script) : 1;
+    });
+    if (status == -1) GTEST_SKIP() << NO_NAMESPACE;
+    EXPECT_EQ(status, 7);
+}
+
+TEST(ChildStart, EndsWithItsThreadInAProcessNamespaceOfItsOwn)
+{
+    base::SPipe pipe = base::openPipe();
+    const int status = inForeignNamespace([&pipe] {
+        const base::CFileDescriptor nothing = base::openInput();
+        SChildStart start{.programs = {"/bin/sleep"}, .words = {"sleep", "60"}, .environment = {}, .directory = {}};
+        start.input = nothing.get();
+        start.output = start.errors = pipe.writeEnd.get();
+        start.endsWithThread = true;
+        pid_t pid = -1;
+        return base::startChild(start, pid) == 0 ? 7 : 1;
+    });
+    if (status == -1) GTEST_SKIP() << NO_NAMESPACE;
+    EXPECT_EQ(status, 7);
+    pipe.writeEnd.reset();
+    pollfd lastWriter[] = {{pipe.readEnd.get(), POLLIN, 0}};
+    EXPECT_EQ(::poll(lastWriter, 1, 10 * 1000), 1) << "it still runs";
+}
+
+TEST(ChildStart, FailsWhereItCannotBeToldWhetherThisProcessIsThere)
+{
+    const int status = inForeignNamespace([] {
+        const base::CFileDescriptor nothing = base::openInput();
+        SChildStart start{.programs = {"/bin/true"}, .words = {"true"}, .environment = {}, .directory = {}};
+        start.input = start.output = start.errors = nothing.get();
+        start.endsWithThread = true;
+        const rlimit none = {static_cast<rlim_t>(nothing.get()) + 1, static_cast<rlim_t>(nothing.get()) + 1};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        pid_t pid = -7;
+        return base::startChild(start, pid) == ESRCH && pid == -7 ? 7 : 1;
+    });
+    if (status == -1) GTEST_SKIP() << NO_NAMESPACE;
+    EXPECT_EQ(status, 7);
 }
 
 TEST(ChildInput, OfAFifoDoesNotWaitToBeOpenedAndWaitsToBeRead)
