@@ -2,7 +2,7 @@
 
 import subprocess
 
-KEY = "set key outside bottom center horizontal Left reverse samplen 4 width 2"
+KEY = "set key outside bottom center vertical Left reverse samplen 4 width 2"
 HEAD = """
 set output '{name}.svg'
 set title '{title}'
@@ -11,7 +11,7 @@ set grid ytics lc rgb '#dddddd' lt 1
 set border 3
 set tics nomirror
 {key}
-set xlabel '{xlabel}' offset 0,0.4
+set xlabel "{xlabel}\\n " offset 0,0.4
 set ylabel '{ylabel}'
 set linetype 1 lc rgb '#000000' dt 1 lw 1.5 pt 7 ps 0.7
 set linetype 2 lc rgb '#000000' dt 2 lw 1.5 pt 6 ps 0.8

@@ -166,7 +166,7 @@ def draw(bench, samples):
         pairs = [(median(taken["fictl"][step]), median(taken["script"][step])) for step in STEPS]
         columns.append((delay, *(seconds for pair in pairs for seconds in pair), median(taken["fictl"]["frozen"])))
     commands = ["set multiplot layout 2,2 title 'What people wait for, by the time that a tool takes'",
-                "set logscale y", f"set xrange [-{list(samples)[-1] * 0.05}:*]"]
+                "set logscale y", "set yrange [0.02:200]", f"set xrange [-{list(samples)[-1] * 0.05}:*]"]
     for number, step in enumerate(STEPS):
         titles = ["fictl", "Bash script, the same commands"]
         plot = lines(*titles, first=2 + 2 * number)
