@@ -40,6 +40,7 @@ class Programs:
         return float(self._output([self.path("spawn_floor"), *options, str(run_list)]).split()[0])
 
     def spdlog_lines(self, file, nodes, groups):
+        """Processor seconds of spdlog alone for the lines that make traces of so many nodes."""
         return float(self._output([self.path("spdlog_lines"), str(file), str(nodes), str(groups)]))
 
     @staticmethod

@@ -42,5 +42,5 @@ def bars(*titles):
     """The commands for groups of bars, named by the first column, each bar in its own shade."""
     return ["set style data histogram", "set style histogram clustered gap 1", "set style fill solid 1 border lc rgb '#000000'",
             "set yrange [0:*]",
-            "plot " + ", ".join(f"DATA using {i + 2}{':xtic(1)' if i == 0 else ''} lc rgb '{SHADES[i]}' title '{title}'"
+            "plot " + ", ".join(f"DATA using {i + 2}{':xtic(1)' if i == 0 else ''} dt 1 lc rgb '{SHADES[i]}' title '{title}'"
                                 for i, title in enumerate(titles))]

@@ -22,6 +22,6 @@ def devices(bench):
         bench.ratio(5, f"{NAMES[kind]}, {large:,} LUNs", 1.5, by_count[large], by_count[small], f"with {small:,} LUNs")
     bench.plot("devices", "Calls for one device, in random order", "LUNs of the host",
                "processor time a device (nanoseconds)", [
-                   "set logscale x", f"set xrange [{small // 2}:{large * 2}]", "set yrange [0:*]",
+                   "set logscale x", "set format x '10^{%T}'", f"set xrange [{small // 2}:{large * 2}]", "set yrange [0:*]",
                    lines("interpose, claim, init\\_node, deinit\\_node", "interpose of a device without group"),
                ], [(count, *(median(samples[kind][count]) * 1e9 for kind in NAMES)) for count in sites])

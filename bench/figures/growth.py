@@ -8,7 +8,7 @@ from report import median, plain_text
 from sites import make_appliances
 
 NO_MORE_THAN_LINEAR = 1.3
-NO_SEARCH = 3  # a look-up waits for memory where the site does not fit into the caches, and does nothing more
+NO_SEARCH = 4  # a look-up waits for memory where the site does not fit into the caches, and does nothing more
 NAMES = {"protected": "interpose to deinit_node", "unprotected": "interpose of a device without group"}
 
 

@@ -18,9 +18,9 @@ def snapshots(bench):
     for count, site in imports.items():
         takers[count] = lambda site=site: bench.programs.workflow("import", site)["own"]["wall"]
     samples = bench.keep("snapshots", alternate(scale.repetitions, takers))
-    own, least, traced = ([made[part]["wall"] for made in samples[kind]]
+    own, least, traced = ([made[part]["cpu"] for made in samples[kind]]
                           for kind, part in (("silent", "own"), ("silent", "least"), ("usual", "own")))
-    what = f"own time of make, {nodes:,} nodes in {groups} groups"
+    what = f"own processor time of make, {nodes:,} nodes in {groups} groups"
     bench.ratio(7, f"{what}, its lines not traced", 4, own, least, "to find each node and name its copy")
     bench.ratio(7, f"{what}, its {6 * nodes:,} lines traced", 1.3, traced, samples["spdlog"], "spdlog alone, the same lines")
     small, large = scale.import_luns

@@ -21,5 +21,6 @@ def spawns(bench):
     bench.ratio(4, f"the same, {large} beside {small} MiB", 1.1, own[large], own[small], f"at {small} MiB")
     bench.ratio(4, f"the same, {large} MiB, beside fork", None, own[large], fork[large], "fork and exec")
     bench.plot("spawn", "Starting a tool", "resident memory of the host (MiB)", "time of a start (microseconds)", [
-        "set logscale xy", "set xrange [5:*]", "set yrange [100:*]", lines("runtime", "posix\\_spawn", "fork and exec"),
+        "set logscale xy", "set xrange [5:*]", "set yrange [100:*]", "set format y '10^{%T}'",
+        lines("runtime", "posix\\_spawn", "fork and exec"),
     ], [(size, *(median(samples[kind][size]) * 1e6 for kind in KINDS)) for size in scale.resident])

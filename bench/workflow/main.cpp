@@ -1,6 +1,7 @@
 // Whole workflows of a host program, on a site of prepared answers (bench/sites.py). Each command runs once and writes
 // what it measured as one line of JSON; bench/run.py repeats and compares.
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -66,6 +67,12 @@ size_t peakBytes()
     return bytesFrom("/proc/self/status", "VmHWM:");
 }
 
+/// Bytes that are allocated and not freed. What is resident depends on the order of both, too.
+size_t heapBytes()
+{
+    return mallinfo2().uordblks;
+}
+
 size_t openDescriptors()
 {
     const auto count = std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
@@ -105,6 +112,7 @@ struct SHolding
 {
     int cycle;
     size_t resident;
+    size_t heap;
     size_t descriptors;
 };
 
@@ -117,18 +125,21 @@ json commandCycles(const CHostProgram& host, const std::string& site, const std:
     const int step = std::max(count, SAMPLES) / SAMPLES;
     const std::vector<SDisk> disks = readDisks(site);
     // What is noted meanwhile must not grow: its room, and the code that reads the values, is in memory from here on.
-    std::vector<SHolding> samples(SAMPLES + 2, SHolding{0, residentBytes(), openDescriptors()});
+    std::vector<SHolding> samples(SAMPLES + 2, SHolding{0, residentBytes(), heapBytes(), openDescriptors()});
     samples.clear();
     for (int cycle = 1; cycle <= count; ++cycle) {
         forgetDiscovery(site);
         runBackup(host, disks, "session");
         if (cycle == first || cycle == count || (cycle > first && cycle % step == 0)) {
-            samples.push_back({cycle, residentBytes(), openDescriptors()});
+            samples.push_back({cycle, residentBytes(), heapBytes(), openDescriptors()});
         }
     }
     json result = json::array();
     for (const SHolding& sample : samples) {
-        result.push_back({{"cycle", sample.cycle}, {"resident", sample.resident}, {"descriptors", sample.descriptors}});
+        result.push_back({{"cycle", sample.cycle},
+                          {"resident", sample.resident},
+                          {"heap", sample.heap},
+                          {"descriptors", sample.descriptors}});
     }
     return {{"samples", result}};
 }
