@@ -140,6 +140,19 @@ TEST(Inspection, AGrantToTheGroupIsAGrantToItsImages)
     EXPECT_EQ(inspectionOf(document).isGrantedHere(G1, "KSV_Time_Image_7"), EThere::UNKNOWN);
 }
 
+TEST(Inspection, TellsHowManyRunsThereMayBeAtOnce)
+{
+    const std::vector<std::pair<json, size_t>> told = {{3, 3},  {1, 1},   {0, 1},   {64, 64},    {65, 64},
+                                                       {-1, 8}, {"3", 8}, {2.5, 8}, {nullptr, 8}};
+    std::string reason;
+    EXPECT_EQ(SInspection::read(documentJson().dump(), reason)->parallel, 8U) << "where nobody tells";
+    for (const auto& [value, taken] : told) {
+        json document = documentJson();
+        document["parallel"] = value;
+        EXPECT_EQ(SInspection::read(document.dump(), reason)->parallel, taken) << value;
+    }
+}
+
 TEST(Inspection, RefusesWhatIsNoDocumentOfItsVersion)
 {
     std::string reason;

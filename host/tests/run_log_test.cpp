@@ -6,6 +6,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <latch>
 #include <thread>
 
 #include "base/tests/temporary_folder.h"
@@ -167,6 +168,52 @@ TEST_F(CRunLogTest, ObservesRunsOfEveryThread)
         thread.join();
     }
     EXPECT_EQ(log.take().runs.size(), 20U);
+}
+
+TEST_F(CRunLogTest, EachPieceOfWorkHasItsOwnRunsAndMessages)
+{
+    CRunLog log;
+    std::latch allAreApart(3);
+    std::latch allAreJudged(3);
+    std::vector<std::thread> threads;
+    for (const int status : {3, 4}) {
+        threads.emplace_back([this, &log, &allAreApart, &allAreJudged, status] {
+            const CRunLog::CApart apart(log);
+            allAreApart.arrive_and_wait();
+            shell("exit " + std::to_string(status) + "\n");
+            log.say("said " + std::to_string(status));
+            const SRuns taken = log.take();
+            ASSERT_EQ(taken.runs.size(), 1U);
+            EXPECT_EQ(taken.runs[0].exitStatus, status);
+            EXPECT_EQ(taken.messages, std::vector<std::string>{"said " + std::to_string(status)});
+            EXPECT_TRUE(log.take().runs.empty());
+            allAreJudged.arrive_and_wait();
+        });
+    }
+    allAreApart.arrive_and_wait();
+    shell("exit 5\n");
+    allAreJudged.arrive_and_wait();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    const SRuns rest = log.take();
+    ASSERT_EQ(rest.runs.size(), 1U) << "of no piece of work";
+    EXPECT_EQ(rest.runs[0].exitStatus, 5);
+    EXPECT_EQ(log.count(), 3U);
+}
+
+TEST_F(CRunLogTest, WhatAnotherThreadRunsBelongsToTheOnlyPieceOfWork)
+{
+    CRunLog log;
+    shell("exit 1\n");
+    {
+        const CRunLog::CApart apart(log);
+        std::thread([this] { shell("exit 2\n"); }).join();
+        const SRuns taken = log.take();
+        ASSERT_EQ(taken.runs.size(), 1U);
+        EXPECT_EQ(taken.runs[0].exitStatus, 2);
+    }
+    EXPECT_EQ(log.take().runs.size(), 1U) << "what ran before it";
 }
 
 TEST_F(CRunLogTest, TheWatchSeesEveryStartAndEnd)
