@@ -23,6 +23,8 @@ void CGroupImport::run(const Images& images, CGroupWork& work)
         std::find_if(all.begin(), all.end(), [&](const GroupKey& group) { return !work.hasFailed(group); });
     if (first == all.end()) return;
     work.run({*first}, [&](const GroupKey& group) { findCopies(group, 1, work.lock()); });
+    // What keeps one copy from showing mostly keeps all of them, and each would be looked for as long.
+    if (work.hasFailed(*first)) return;
     work.run(all, [&](const GroupKey& group) { findCopies(group, std::numeric_limits<size_t>::max(), work.lock()); });
 }
 

@@ -39,13 +39,14 @@ std::optional<EFictl> CGroupWork::failure() const
         if (m_isStopped) stopPoint();
         return std::nullopt;
     }
-    std::string text;
+    const EFictl& first = m_failures.begin()->second;
+    std::string others;
     SApplianceReport report;
     for (const auto& [group, error] : m_failures) {
-        text += (text.empty() ? "" : "; ") + std::string(error.what());
+        if (&error != &first) others += (others.empty() ? "; failed, too: group " : ", ") + groupText(group);
         report.add(error.report());
     }
-    EFictl all(m_failures.begin()->second.exit(), text);
+    EFictl all(first.exit(), first.what() + others);
     all.withReport(std::move(report));
     return all;
 }

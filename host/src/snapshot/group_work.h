@@ -33,8 +33,8 @@ class CGroupWork
     /// To be held while a group's work uses what belongs to all, such as the record and the catalog.
     std::mutex& lock() { return m_lock; }
 
-    /// What has failed, as one: the texts and reports of all groups in their order, the exit code of the first. Nothing
-    /// when nothing has failed; then throws EFictl (STOPPED) when a stop has kept a group from its turn.
+    /// What has failed, as one: text and exit code of the first group, the names of the others, the reports of all.
+    /// Nothing when nothing has failed; then throws EFictl (STOPPED) when a stop has kept a group from its turn.
     std::optional<EFictl> failure() const;
 
   private:
