@@ -1,6 +1,7 @@
 #include "base/child_start.h"
 
 #include <fcntl.h>
+#include <linux/futex.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/prctl.h>
@@ -10,8 +11,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <memory>
 #include <string_view>
+
+#include "base/child_process.h"
+#include "base/poll_until.h"
 
 #ifdef __SANITIZE_THREAD__
 // The thread sanitizer takes a clone for a fork, and refuses new threads from then on. This is the same function.
@@ -27,14 +33,28 @@ constexpr size_t STACK_SIZE = size_t{32} * 1024;
 constexpr int LAST_SIGNAL = 64;
 constexpr int NOT_STARTED = 127;
 
+// How long is waited before the first, and between two looks at whether the start is given up.
+constexpr std::chrono::milliseconds SLICE{50};
+constexpr int NOT_RUNNING = 1;
+
+// What parent and child share, until the program runs or the child has ended.
 struct SChild
 {
+    // Everything that can fail for want of memory comes before there is a child.
+    explicit SChild(const SChildStart& what)
+        : start(what), arguments(pointersTo(what.words)), environment(environmentWith(what.environment))
+    {
+        if (start.endsWithThread) parentEnd = CFileDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, parent, 0)));
+    }
+
     const SChildStart& start;
-    char* const* arguments;
-    char* const* environment;
-    pid_t parent;
-    int parentEnd;  // readable once the parent has ended; -1 for none
-    int error = 0;  // why there is no program; the parent reads it once the child has gone
+    const std::vector<char*> arguments;
+    const std::vector<char*> environment;
+    const pid_t parent = ::getpid();
+    CFileDescriptor parentEnd;    // readable once the parent has ended; none unless it is needed
+    int error = 0;                // why there is no program; the parent reads it once the child has gone
+    int32_t phase = NOT_RUNNING;  // the kernel makes it 0 once this memory is not the child's any more, and tells
+    alignas(16) char stack[STACK_SIZE];
 };
 
 // No handler of the parent may run in the child, which has the parent's memory and other business.
@@ -54,13 +74,6 @@ class CSignalsBlocked
   private:
     sigset_t m_before;
 };
-
-void reap(pid_t pid)
-{
-    siginfo_t info;
-    while (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED) != 0 && errno == EINTR) {
-    }
-}
 
 // From here to the end of runProgram(): the child's own part. It allocates nothing, takes no lock, and makes system
 // calls past the sanitizers, whose books belong to the parent.
@@ -86,9 +99,9 @@ bool isOrphan(const SChild& child)
     const pid_t parent = ::getppid();
     if (parent != 0) return parent != child.parent;
     // The parent is outside of the child's process namespace, which has no number for it, whether it lives or not.
-    pollfd end = {child.parentEnd, POLLIN, 0};
+    pollfd end = {child.parentEnd.get(), POLLIN, 0};
     const timespec now = {};
-    return child.parentEnd < 0 || ::syscall(SYS_ppoll, &end, 1, &now, nullptr, 0) != 0;
+    return !child.parentEnd || ::syscall(SYS_ppoll, &end, 1, &now, nullptr, 0) != 0;
 }
 
 bool prepare(const SChild& child)
@@ -125,7 +138,7 @@ __attribute__((no_sanitize("address", "thread"))) int runProgram(void* argument)
     bool denied = false;
     if (prepare(child)) {
         for (const std::string& program : child.start.programs) {
-            ::execve(program.c_str(), child.arguments, child.environment);
+            ::execve(program.c_str(), child.arguments.data(), child.environment.data());
             denied = denied || errno == EACCES;
             if (!isElsewhere(errno)) break;
         }
@@ -133,6 +146,50 @@ __attribute__((no_sanitize("address", "thread"))) int runProgram(void* argument)
     // That a program may not be run says more than that there is none further on.
     child.error = denied && isElsewhere(errno) ? EACCES : errno;
     return NOT_STARTED;
+}
+
+// From here on the parent's part.
+
+void reap(pid_t pid)
+{
+    siginfo_t info;
+    while (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED) != 0 && errno == EINTR) {
+    }
+}
+
+// Whether the program runs, or the child has ended. Waits a slice for that.
+bool isThrough(SChild& child)
+{
+    if (__atomic_load_n(&child.phase, __ATOMIC_ACQUIRE) == NOT_RUNNING) {
+        const timespec slice = {0, std::chrono::nanoseconds(SLICE).count()};
+        ::syscall(SYS_futex, &child.phase, FUTEX_WAIT, NOT_RUNNING, &slice, nullptr, 0);
+    }
+    return __atomic_load_n(&child.phase, __ATOMIC_ACQUIRE) != NOT_RUNNING;
+}
+
+// Ends a child that may be anywhere between its first step and those of its program.
+void giveUp(std::unique_ptr<SChild> child, pid_t pid)
+{
+    ::kill(pid, SIGKILL);
+    CChildProcess process(pid);
+    process.kill();
+    while (!process.hasEnded()) {
+        pollfd end[] = {{process.descriptor(), POLLIN, 0}};
+        pollUntil(end, process.lookAt());
+    }
+    // The kernel holds it, with the file that does not answer, and writes to this memory when it lets it go.
+    if (process.exitStatus().held) static_cast<void>(child.release());
+}
+
+// The child begins without signals that could run a handler of the parent, which may run its own again at once.
+pid_t cloneChild(SChild& child)
+{
+    const CSignalsBlocked blocked;
+    const pid_t pid = ::clone(runProgram, child.stack + STACK_SIZE, CLONE_VM | CLONE_CHILD_CLEARTID | SIGCHLD, &child,
+                              nullptr, nullptr, &child.phase);
+    // Both have one errno. Nothing changes it here while the child does its few steps, unless they last.
+    if (pid > 0) isThrough(child);
+    return pid;
 }
 
 bool isReplaced(std::string_view variable, const std::vector<std::string>& added)
@@ -180,22 +237,20 @@ CFileDescriptor openInput(const std::string& path)
 
 int startChild(const SChildStart& start, pid_t& pid)
 {
-    // Everything that can fail for want of memory comes before there is a child.
-    const std::vector<char*> arguments = pointersTo(start.words);
-    const std::vector<char*> environment = environmentWith(start.environment);
-    // The caller waits until the child runs its program, so the child's stack may be a part of its own.
-    alignas(16) char stack[STACK_SIZE];
-    const CFileDescriptor end(start.endsWithThread ? static_cast<int>(::syscall(SYS_pidfd_open, ::getpid(), 0)) : -1);
-    SChild child{start, arguments.data(), environment.data(), ::getpid(), end.get()};
-    const CSignalsBlocked blocked;
-    const pid_t started = ::clone(runProgram, stack + STACK_SIZE, CLONE_VM | CLONE_VFORK | SIGCHLD, &child);
+    auto child = std::make_unique<SChild>(start);
+    const pid_t started = cloneChild(*child);
     if (started < 0) return errno;
-    if (child.error != 0) {
+    while (!isThrough(*child)) {
+        if (!start.isGivenUp || !start.isGivenUp()) continue;
+        giveUp(std::move(child), started);
+        return ECANCELED;
+    }
+    if (child->error != 0) {
         reap(started);
     } else {
         pid = started;
     }
-    return child.error;
+    return child->error;
 }
 
 }  // namespace base

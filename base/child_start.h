@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,12 +26,17 @@ struct SChildStart
     /// The program is killed as soon as the thread that started it ends, however that ends: for what must not go on
     /// changing things once nobody waits for it any more.
     bool endsWithThread = false;
+
+    /// Asked now and then while the program does not run yet, which lasts when its file system does not answer. True:
+    /// nobody waits for it any more. Does not throw. Empty: it is waited for as long as it takes.
+    std::function<bool()> isGivenUp = {};
 };
 
 /**
  * Starts a program in a process group of its own, with three descriptors and no other, no signal blocked and every
  * signal at its default. The child borrows this process's memory until its program runs, so the cost does not grow
- * with it. 0 and the child's id, or the errno value of what failed, with the id untouched.
+ * with it. 0 and the child's id, or the errno value of what failed, with the id untouched; ECANCELED for one that was
+ * given up, which is killed then, and waited for 5 s at most.
  * @throw std::bad_alloc before there is a child
  */
 int startChild(const SChildStart& start, pid_t& pid);

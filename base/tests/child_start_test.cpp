@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include "base/pipe.h"
 #include "base/process_stat.h"
 #include "base/tests/script.h"
+#include "base/tests/stalled_program.h"
 #include "base/tests/temporary_folder.h"
 
 namespace {
@@ -154,20 +156,73 @@ TEST(ChildStart, OutlivesItsThreadOtherwise)
     EXPECT_EQ(WTERMSIG(status), SIGTERM) << "it still ran";
 }
 
-// A process of its own whose children are in a process namespace of their own. The status that check() gives, or -1 and
-// why where the system lets nobody have one.
+// The status that check() gives in a process of its own, -2 when it does not end by itself.
+int inAnotherProcess(const std::function<int()>& check)
+{
+    const pid_t pid = ::fork();
+    if (pid == 0) ::_exit(check());
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -2;
+}
+
+class StalledStart : public testing::Test
+{
+  protected:
+    int start(pid_t& pid, std::function<bool()> isGivenUp)
+    {
+        const base::CFileDescriptor nothing = base::openInput();
+        SChildStart start{.programs = {m_path}, .words = {"true"}, .environment = {}, .directory = {}};
+        start.input = start.output = start.errors = nothing.get();
+        start.endsWithThread = true;
+        start.isGivenUp = std::move(isGivenUp);
+        return base::startChild(start, pid);
+    }
+
+    const base_test::CTemporaryFolder m_folder;
+    const std::string m_path = m_folder / "program";
+    base_test::CStalledProgram m_program{m_path};
+};
+
+TEST_F(StalledStart, IsGivenUpAndLeavesNoProcess)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    const auto enough = begin + std::chrono::milliseconds(200);
+    const int status = inAnotherProcess([this, enough] {
+        pid_t pid = -7;
+        const int error = start(pid, [enough] { return std::chrono::steady_clock::now() >= enough; });
+        if (error != ECANCELED || pid != -7) return 1;
+        return ::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD ? 7 : 2;
+    });
+    EXPECT_EQ(status, 7);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)) << "it was waited for";
+}
+
+TEST_F(StalledStart, IsWaitedForOtherwise)
+{
+    int looks = 0;
+    pid_t pid = -7;
+    EXPECT_EQ(start(pid,
+                    [&] {
+                        if (++looks == 3) m_program.goOn();
+                        return false;
+                    }),
+              0);
+    EXPECT_GE(looks, 3);
+    int status = -1;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(status, 0);
+}
+
+// The same whose children are in a process namespace of their own; -1 where the system lets nobody have one.
 int inForeignNamespace(const std::function<int()>& check)
 {
     constexpr int NOT_ALLOWED = 99;
-    const pid_t pid = ::fork();
-    if (pid == 0) {
+    const int status = inAnotherProcess([&check] {
         const bool isForeign = ::unshare(CLONE_NEWPID) == 0 || ::unshare(CLONE_NEWUSER | CLONE_NEWPID) == 0;
-        ::_exit(isForeign ? check() : NOT_ALLOWED);
-    }
-    int status = -1;
-    ::waitpid(pid, &status, 0);
-    if (!WIFEXITED(status)) return -1 - WTERMSIG(status);
-    return WEXITSTATUS(status) == NOT_ALLOWED ? -1 : WEXITSTATUS(status);
+        return isForeign ? check() : NOT_ALLOWED;
+    });
+    return status == NOT_ALLOWED ? -1 : status;
 }
 
 constexpr const char* NO_NAMESPACE = "NOT CHECKED: this system gives this user no process namespace";

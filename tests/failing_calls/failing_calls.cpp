@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdlib>
 
@@ -140,9 +141,17 @@ void free(void* block) noexcept
 int clone(int (*function)(void*), void* stack, int flags, void* argument, ...) noexcept
 {
     static auto* const real = nextOne<int(int (*)(void*), void*, int, void*, ...)>("clone");
-    if (!failsNow(EKind::SPAWN)) return real(function, stack, flags, argument);
-    errno = EAGAIN;
-    return -1;
+    if (failsNow(EKind::SPAWN)) {
+        errno = EAGAIN;
+        return -1;
+    }
+    va_list more;
+    va_start(more, argument);
+    auto* const parentId = va_arg(more, pid_t*);
+    auto* const storage = va_arg(more, void*);
+    auto* const childId = va_arg(more, pid_t*);
+    va_end(more);
+    return real(function, stack, flags, argument, parentId, storage, childId);
 }
 
 pid_t fork(void) noexcept

@@ -57,7 +57,8 @@ int spawnProcess(const SSpawnRequest& request, SSpawned& spawned)
                                   .input = input.get(),
                                   .output = output.writeEnd.get(),
                                   .errors = output.writeEnd.get(),
-                                  .endsWithThread = true};
+                                  .endsWithThread = true,
+                                  .isGivenUp = request.isGivenUp};
     const int status = base::startChild(start, spawned.pid);
     if (status == 0) spawned.output = std::move(output.readEnd);
     return status;

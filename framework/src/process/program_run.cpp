@@ -93,18 +93,27 @@ CProgramRun::CProgramRun(std::string commandLine, unsigned long seconds)
 bool CProgramRun::start(const std::string& inputFile, const std::string& directory, const std::string& user,
                         const std::string& environment)
 {
+    // Taken before the program is opened and before the observer is called: what these need counts, so that neither a
+    // file system that does not answer nor a slow observer prolongs the run.
+    m_deadline = Clock::now() + std::chrono::seconds(m_seconds);
     SSpawned spawned;
     m_startError = EINVAL;
     if (m_isCommand && user.empty() && !holdsNul(inputFile) && !holdsNul(directory) && !holdsNul(environment)) {
-        m_startError = spawnProcess({m_words, inputFile, directory, environment, m_record.inputText()}, spawned);
+        m_startError = spawnProcess({m_words, inputFile, directory, environment, m_record.inputText(),
+                                     [this] { return whyGivenUp() != OBZX_RUN_NOT_STOPPED; }},
+                                    spawned);
+    }
+    if (m_startError == ECANCELED) m_stop = whyGivenUp();
+    if (wasStopped()) {
+        m_startError = 0;
+        endWith({});
+        return false;
     }
     if (m_startError != 0) {
         m_record.notStarted(m_startError);
         m_isOver = true;
         return false;
     }
-    // Taken before the observer is called: the time that it needs counts, so a slow one does not prolong the run.
-    m_deadline = Clock::now() + std::chrono::seconds(m_seconds);
     m_program.emplace(spawned.pid);
     m_outputEnd = std::move(spawned.output);
     m_output = CProcessOutput(m_outputEnd.get());
@@ -170,16 +179,20 @@ void CProgramRun::readOrStop(bool isReady)
         end();
     } else if (m_output.tooLong()) {
         stop(OBZX_RUN_STOPPED_BY_OUTPUT);
-    } else if (m_cancel.isRequested()) {
-        stop(OBZX_RUN_STOPPED_BY_CANCEL);
-    } else if (!m_pausedAt && Clock::now() >= m_deadline) {
-        stop(OBZX_RUN_STOPPED_BY_LIMIT);
+    } else {
+        stop(whyGivenUp());
     }
+}
+
+obzx_run_stop CProgramRun::whyGivenUp() const noexcept
+{
+    if (m_cancel.isRequested()) return OBZX_RUN_STOPPED_BY_CANCEL;
+    return !m_pausedAt && Clock::now() >= m_deadline ? OBZX_RUN_STOPPED_BY_LIMIT : OBZX_RUN_NOT_STOPPED;
 }
 
 void CProgramRun::stop(obzx_run_stop why) noexcept
 {
-    if (m_isOver || wasStopped()) return;
+    if (m_isOver || wasStopped() || why == OBZX_RUN_NOT_STOPPED) return;
     m_stop = why;
     m_pausedAt.reset();
     m_program->stop();
@@ -194,9 +207,13 @@ void CProgramRun::drop() noexcept
 // Nothing of it is left but its answer, which somebody may ask for much later.
 void CProgramRun::end()
 {
-    m_isOver = true;
     m_outputEnd.reset();
-    const base::SExitStatus& exit = m_program->exitStatus();
+    endWith(m_program->exitStatus());
+}
+
+void CProgramRun::endWith(const base::SExitStatus& exit)
+{
+    m_isOver = true;
     m_result = resultOf(m_stop, exit);
     m_record.ended(m_result, m_stop, exit, m_output.text());
 }

@@ -65,7 +65,9 @@ class CProgramRun
     void attend(std::span<const pollfd, CRunningProgram::WATCHED> watched, bool isQuiet) noexcept;
     void readOrStop(bool isReady);
     void stop(obzx_run_stop why) noexcept;
+    obzx_run_stop whyGivenUp() const noexcept;
     void end();
+    void endWith(const base::SExitStatus& exit);
     int descriptor() const { return m_pausedAt ? -1 : m_output.descriptor(); }
 
     const std::string m_commandLine;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "base/tests/stalled_program.h"
 #include "framework/tests/process/exec_fixture.h"
 
 namespace {
@@ -113,6 +114,16 @@ TEST_F(ExecPipeEnding, TimeOutStopsTheProgram)
     EXPECT_THAT(traceLines(), ElementsAre("L1 unit CFiExecPipePosix::Exec - " + text));
     ASSERT_THAT(m_lines, SizeIs(1));  // what it wrote before
     EXPECT_TRUE(base_test::goesAway(std::stoi(m_lines[0])));
+}
+
+TEST_F(ExecPipeEnding, TimeThatAProgramNeedsToBeOpenedCountsAgainstItsTimeOut)
+{
+    const std::string program = root() + "/stalled";
+    const base_test::CStalledProgram stalled(program);
+    EXPECT_EQ(run(program, "", 1), EXEC_TIMED_OUT);
+    EXPECT_EQ(code(), ETIMEDOUT);
+    EXPECT_EQ(message(), "Command [" + program + "] did not end within 1 seconds and was stopped");
+    EXPECT_TRUE(::waitpid(-1, nullptr, WNOHANG) < 0 && errno == ECHILD) << "a process is left";
 }
 
 TEST_F(ExecPipeEnding, ProgramThatIgnoresTerminationIsKilled)

@@ -8,6 +8,7 @@
 #include <ctime>
 
 #include "base/file_descriptor.h"
+#include "base/tests/stalled_program.h"
 #include "framework/include/cfientrypoint.h"
 #include "framework/src/process/run_record.h"
 #include "framework/tests/process/run_fixture.h"
@@ -176,6 +177,30 @@ TEST_F(RunRecord, OfATimeOutHasLimitSignalAndOutput)
     EXPECT_EQ(end.limitSeconds, 1u);
     EXPECT_EQ(end.output, std::to_string(end.process) + "\n");
     EXPECT_GE(end.duration, 1000u * 1000 * 1000);
+}
+
+TEST_F(RunRecord, OfAProgramThatWasStoppedBeforeItRanHasNoProcessAndNoStart)
+{
+    const std::string program = root() + "/stalled";
+    const base_test::CStalledProgram stalled(program);
+    const SSeenRun end = endOf(program, "", 1);
+    EXPECT_EQ(seen().size(), 1u);
+    EXPECT_THAT(ending(end), ElementsAre(EXEC_TIMED_OUT, 0, 0, 0, OBZX_RUN_STOPPED_BY_LIMIT));
+    EXPECT_EQ(end.process, 0);
+    EXPECT_GE(end.duration, 1000u * 1000 * 1000);
+}
+
+TEST_F(RunRecord, OfAProgramThatIsOpenedSlowlyCanBeCancelled)
+{
+    const std::string program = root() + "/stalled";
+    const base_test::CStalledProgram stalled(program);
+    std::thread canceller([] {
+        ::usleep(100 * 1000);
+        obzx_cancel_runs();
+    });
+    const SSeenRun end = endOf(program);
+    canceller.join();
+    EXPECT_THAT(ending(end), ElementsAre(EXEC_TIMED_OUT, 0, 0, 0, OBZX_RUN_STOPPED_BY_CANCEL));
 }
 
 TEST_F(RunRecord, OfTooLongAnOutputHasItsStartAndItsSize)

@@ -157,8 +157,8 @@ std::string commandLine(const SRunRecord& run)
 
 std::string answerLine(const SRunRecord& run)
 {
-    if (run.process == 0) return "could not be started: " + errorText(run.error);
     if (run.stopped != EStop::NOT_STOPPED) return stoppedLine(run);
+    if (run.process == 0) return "could not be started: " + errorText(run.error);
     const std::string said = shortened(run);
     return "answer (" + endText(run) + ", after " + secondsText(run.seconds()) + "): " + (said.empty() ? "none" : said);
 }
