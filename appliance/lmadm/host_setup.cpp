@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <system_error>
@@ -28,6 +29,7 @@ fs::path findTools(const std::string& given)
         given.empty() ? base::thisProgram().parent_path() : fs::absolute(given, error).lexically_normal();
     for (const char* const tool : {"lmsh", "kforutil"}) {
         if (::access((folder / tool).c_str(), X_OK) != 0) {
+            if (errno == EIO || errno == ENOMEM) throwStorage("look at", (folder / tool).string(), errno);
             throw EApplianceError(EStatus::MALFORMED, "no program " + std::string(tool) + " in folder " +
                                                           inQuotes(folder.string()) +
                                                           "; name the right one with --tools");
@@ -39,8 +41,7 @@ fs::path findTools(const std::string& given)
 Lines readLines(const fs::path& file)
 {
     Lines lines;
-    std::error_code error;
-    if (!fs::exists(fs::symlink_status(file, error))) return lines;
+    if (!isThere(file)) return lines;
     std::istringstream content(readSmallFile(file, MAX_FILE_SIZE));
     for (std::string line; std::getline(content, line);) {
         lines.push_back(line);

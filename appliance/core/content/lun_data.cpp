@@ -1,6 +1,7 @@
 #include "appliance/core/content/lun_data.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,13 +22,14 @@ namespace {
 
 uint64_t sizeOfFile(const fs::path& file)
 {
-    std::error_code error;
-    const uint64_t size = fs::is_regular_file(file, error) ? fs::file_size(file, error) : 0;
-    if (error || size == 0) {
+    struct stat info = {};
+    const bool isThere = ::stat(file.c_str(), &info) == 0;
+    if (!isThere && errno != ENOENT && errno != ENOTDIR) throwStorage("look at", file.string(), errno);
+    if (!isThere || !S_ISREG(info.st_mode) || info.st_size == 0) {
         throw EApplianceError(EStatus::MALFORMED,
                               "file " + inQuotes(file.string()) + " is not a regular file with content");
     }
-    return size;
+    return static_cast<uint64_t>(info.st_size);
 }
 
 uint64_t chooseSize(std::optional<uint64_t> size, const std::optional<fs::path>& file)

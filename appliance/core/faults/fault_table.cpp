@@ -76,8 +76,7 @@ bool strikes(const SFault& fault)
 
 bool CFaultTable::exists() const
 {
-    std::error_code error;
-    return std::filesystem::exists(m_file, error);
+    return isThere(m_file);
 }
 
 // Commands that run meanwhile see no database or a whole one: it is made under another name.
@@ -86,12 +85,13 @@ void CFaultTable::make() const
     const base::CFileDescriptor lock = lockByte(m_createLock, 0);
     if (exists()) return;
     const std::filesystem::path made = m_file.string() + ".new";
-    const auto removeWithLog = [&made] {
-        for (const char* const ending : {"", "-wal", "-shm"}) {
+    const auto removeLog = [&made] {
+        for (const char* const ending : {"-wal", "-shm"}) {
             std::filesystem::remove(made.string() + ending);
         }
     };
-    removeWithLog();  // whoever was killed here left them
+    std::filesystem::remove(made);  // whoever was killed here left it
+    removeLog();
     // The database library would make the file readable by others.
     openFile(made, O_RDWR | O_CREAT | O_EXCL);
     {
@@ -99,8 +99,8 @@ void CFaultTable::make() const
         database.execute(SCHEMA);
         database.execute("PRAGMA wal_checkpoint(TRUNCATE)");
     }
+    removeLog();
     std::filesystem::rename(made, m_file);
-    removeWithLog();
 }
 
 SFault CFaultTable::arm(SFault fault) const

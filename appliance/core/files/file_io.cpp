@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "appliance/core/conventions/error.h"
+#include "appliance/core/files/range_lock.h"
 #include "base/file_read.h"
 
 namespace lumora {
@@ -18,9 +19,23 @@ namespace {
 
 constexpr mode_t PUBLIC_FOLDER = 0755;
 
-fs::path temporaryBeside(const fs::path& path)
+// A file that is to take the place of `path`, under a name of its own. Its maker holds a lock on it, so that others can
+// tell it from one that somebody was killed over.
+constexpr const char* TEMPORARY = ".new";
+
+void removeLeftovers(const fs::path& path)
 {
-    return path.string() + ".new" + std::to_string(randomNumber());
+    const std::string beginning = path.filename().string() + TEMPORARY;
+    std::error_code error;
+    for (fs::directory_iterator entry(path.parent_path(), error), end; !error && entry != end; entry.increment(error)) {
+        if (entry->path().filename().string().compare(0, beginning.size(), beginning) != 0) continue;
+        try {
+            const base::CFileDescriptor left = openFile(entry->path(), O_RDWR | O_NOFOLLOW | O_NONBLOCK);
+            if (tryLockRange(left.get(), ERangeLock::EXCLUSIVE, 0, 1, entry->path())) ::unlink(entry->path().c_str());
+        } catch (const EApplianceError&) {
+            continue;  // no such file, and nothing that is in the way
+        }
+    }
 }
 
 void moveIntoPlace(const fs::path& temporary, const fs::path& path)
@@ -86,6 +101,14 @@ void makeFolder(const fs::path& path, mode_t mode)
     }
 }
 
+bool isThere(const fs::path& path)
+{
+    std::error_code error;
+    const fs::file_status status = fs::symlink_status(path, error);
+    if (status.type() == fs::file_type::none) throwStorage("look at", path.string(), error.value());
+    return fs::exists(status);
+}
+
 std::string readSmallFile(const fs::path& path, size_t limit)
 {
     base::SFileText file = base::readFile(path.string(), limit);
@@ -98,9 +121,11 @@ std::string readSmallFile(const fs::path& path, size_t limit)
 void replaceFile(const fs::path& path, std::string_view text, mode_t mode)
 {
     makeFolder(path.parent_path(), PUBLIC_FOLDER);
-    const fs::path temporary = temporaryBeside(path);
+    removeLeftovers(path);
+    const fs::path temporary = path.string() + TEMPORARY + std::to_string(randomNumber());
     try {
         const base::CFileDescriptor file = openFile(temporary, O_WRONLY | O_CREAT | O_EXCL, mode);
+        lockRange(file.get(), ERangeLock::EXCLUSIVE, 0, 1, temporary);
         writeAt(file.get(), text, 0, temporary);
         // The mode asked for holds whatever the umask of the caller is.
         if (::fchmod(file.get(), mode) != 0) throwStorage("write", temporary.string(), errno);
@@ -115,7 +140,8 @@ void replaceFile(const fs::path& path, std::string_view text, mode_t mode)
 void replaceLink(const fs::path& path, const fs::path& target)
 {
     makeFolder(path.parent_path(), PUBLIC_FOLDER);
-    const fs::path temporary = temporaryBeside(path);
+    const fs::path temporary = path.string() + TEMPORARY;
+    ::unlink(temporary.c_str());  // whoever was killed here left it
     if (::symlink(target.c_str(), temporary.c_str()) != 0) throwStorage("create link", path.string(), errno);
     moveIntoPlace(temporary, path);
 }

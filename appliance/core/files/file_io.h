@@ -23,6 +23,9 @@ void syncFolder(const std::filesystem::path& path);
 /// With its parents, which are for all to pass through; there already is fine. The modes hold whatever the umask is.
 void makeFolder(const std::filesystem::path& path, mode_t mode = 0700);
 
+/// Whether something has this name; a link is something wherever it leads. A look that fails is no absence.
+bool isThere(const std::filesystem::path& path);
+
 /// The content of a regular file of at most `limit` bytes. A folder, FIFO, device or larger file is refused without
 /// waiting for anything (status unusable); so is a file that cannot be read.
 std::string readSmallFile(const std::filesystem::path& path, size_t limit);
