@@ -2,7 +2,6 @@
 import dataclasses
 import json
 import pathlib
-import shutil
 
 from sweep.site import Site, error_of, need
 
@@ -50,15 +49,6 @@ class House(Site):
             sight.images |= {(appliance, group, entry["name"], entry["annotation"], tuple(entry["permissions"]))
                              for entry in shown["time_images"]}
         return sight
-
-    def keep(self, folder):
-        shutil.rmtree(folder, ignore_errors=True)
-        shutil.copytree(self.folder, folder, symlinks=True)
-
-    def go_back(self, folder):
-        for entry in self.folder.iterdir():
-            shutil.rmtree(entry)
-        shutil.copytree(folder, self.folder, symlinks=True, dirs_exist_ok=True)
 
     def situation(self, sight):
         """What there is, without names that differ from run to run."""

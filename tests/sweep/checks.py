@@ -68,13 +68,21 @@ def recover(site):
             need(status == 0, f"{name} cannot be deleted on {host}: {status} {error_of(document)}")
 
 
-def check_nothing_left(site):
-    checkpoints, images = site.copies()
-    need(not checkpoints and not images, f"left on the appliances: {checkpoints} {images}")
-    for host in ("production", "backup"):
-        need(not site.names(host), f"left in the catalog of {host}")
+def check_sources(site):
     for name, path in site.devices.items():
         need(pathlib.Path(path).read_bytes() == site.content[name], f"source {name} has changed")
+
+
+def check_nothing_left(site):
+    for host in ("production", "backup"):
+        need(not site.names(host), f"left in the catalog of {host}")
+    check_nothing_on_appliances(site)
+
+
+def check_nothing_on_appliances(site):
+    checkpoints, images = site.copies()
+    need(not checkpoints and not images, f"left on the appliances: {checkpoints} {images}")
+    check_sources(site)
     home = site.folder / "store/var/lib/lumora"
     left = [entry for appliance in ("alpha", "beta") for area in ("annotations", "images", "work")
             for entry in (home / appliance / area).glob("*")]

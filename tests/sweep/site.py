@@ -89,13 +89,24 @@ class Site:
     def lmadm_json(self, *words):
         return json.loads(self.lmadm("--output", "json", *words))
 
-    def start(self, host, words, **extra):
-        """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too."""
+    def keep(self, folder):
+        """Copies the whole site."""
+        shutil.rmtree(folder, ignore_errors=True)
+        shutil.copytree(self.folder, folder, symlinks=True)
+
+    def go_back(self, folder):
+        """Makes the site what it was when `folder` was kept."""
+        for entry in self.folder.iterdir():
+            shutil.rmtree(entry)
+        shutil.copytree(folder, self.folder, symlinks=True, dirs_exist_ok=True)
+
+    def start(self, host, words, tracer=(), **extra):
+        """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too, `tracer` a program that starts it."""
         # A program that is built with the address sanitizer would refuse a library that comes before the sanitizer's.
         extra.setdefault("ASAN_OPTIONS", "verify_asan_link_order=0")
         preload = [str(self.libraries / "libopen_at_exit.so"), extra.pop("LD_PRELOAD", "")]
         environment = self.environment | {"OBZX_ROOT": str(self.folder / host), "LD_PRELOAD": ":".join(preload)} | extra
-        return subprocess.Popen([self.bin / "fictl", "--output", "json", *words], env=environment, text=True,
+        return subprocess.Popen([*tracer, self.bin / "fictl", "--output", "json", *words], env=environment, text=True,
                                 stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
 
     def finish(self, process, words):
@@ -243,14 +254,12 @@ class Stage:
             raise
 
     def keep(self, step):
-        shutil.copytree(self.site.folder, self.kept / step, symlinks=True)
+        self.site.keep(self.kept / step)
 
     def before(self, step):
         start = self.kept / Workflow.START.get(step, step)
         need(start.is_dir(), f"there is no step {step}; script/sweep --list names the cases")
-        for entry in self.site.folder.iterdir():
-            shutil.rmtree(entry)
-        shutil.copytree(start, self.site.folder, symlinks=True, dirs_exist_ok=True)
+        self.site.go_back(start)
         self.site.unmounted = step == "unmount"
         return self.site
 
