@@ -189,6 +189,40 @@ TEST_F(Disturbed, AFolderOfSomebodyElseBesideTheAppliancesStays)
     EXPECT_TRUE(fs::exists(foreign / "dev"));
 }
 
+TEST_F(Disturbed, AHostThatIsSetUpAnewKeepsOtherSettingsAndNoOtherFile)
+{
+    const fs::path folder = m_demo.root("prod") / "etc/qz";
+    const std::string other = "[OTHER]\nKEY=1\n";
+    writeFile(folder / "cdpfi.conf", contentOf(folder / "cdpfi.conf") + other);
+    const std::set<std::string> names = namesIn(folder);
+    const std::vector<std::string> setup = {"host", "setup", "--root", m_demo.root("prod").string(), "--host", "prod"};
+    for (int number = 1; number <= 50; ++number) {
+        lmadm(setup, "newfstatat", number, "error=EIO");
+        EXPECT_THAT(contentOf(folder / "cdpfi.conf"), testing::HasSubstr(other)) << number;
+    }
+    for (int number = 1; number <= 4; ++number) {
+        EXPECT_EQ(lmadm(setup, "rename", number, "signal=KILL").status, KILLED);
+    }
+    EXPECT_EQ(m_demo.lmadm(setup).status, 0);
+    EXPECT_THAT(contentOf(folder / "cdpfi.conf"), testing::HasSubstr(other));
+    EXPECT_EQ(namesIn(folder), names);
+    EXPECT_EQ(entriesIn(m_demo.root("prod") / "opt/QXPKlm/bin"), 1U);
+}
+
+TEST_F(Disturbed, FaultsThatAreArmedStay)
+{
+    const std::vector<std::string> arm = {"fault", "arm", "error", "--match", "no such command"};
+    EXPECT_EQ(lmadm(arm, "rename", 1, "signal=KILL").status, KILLED);
+    EXPECT_EQ(m_demo.lmadm(arm).status, 0);
+    for (int number = 1; number <= 40; ++number) {
+        lmadm(arm, "newfstatat", number, "error=EIO");
+        EXPECT_EQ(m_demo.document({"fault", "show", "1"})["match"], "no such command") << number;
+    }
+    for (const std::string& name : namesIn(m_demo.store() / "var/lib/lumora")) {
+        EXPECT_THAT(name, testing::Not(testing::HasSubstr(".new")));
+    }
+}
+
 TEST_F(Disturbed, TheGateOfAGroupThatIsGoneIsRemoved)
 {
     EXPECT_EQ(m_demo.lmadm({"group", "create", "other"}).status, 0);
