@@ -140,14 +140,14 @@ TEST_F(BadSurroundings, PreparedLinksInTheTemporaryFolderAreNotFollowed)
 TEST_F(BadSurroundings, TemporaryFolderThatIsFullStopsTheStart)
 {
     // Nothing but the script is written; its file can be made, but takes no bytes.
-    const SRun run = m_site.shell("production", "trap '' XFSZ; ulimit -f 0; exec fictl device list " + m_device);
+    const SRun run = m_site.shell("production", "ulimit -f 0; exec fictl device list " + m_device);
     EXPECT_EQ(run.status, PROVIDER) << run.err;
     EXPECT_EQ(m_site.fictl("production", {"device", "list", m_device}).status, 0);
 }
 
 TEST_F(BadSurroundings, DiskWithoutRoomForTheCatalogStopsBeforeAnythingIsMade)
 {
-    const SRun run = create("trap '' XFSZ; ulimit -f 0");
+    const SRun run = create("ulimit -f 0");
     EXPECT_TRUE(run.status == CATALOG || run.status == PROVIDER) << run.status << run.err;
     EXPECT_TRUE(copies().empty());
     EXPECT_EQ(create("true").status, 0);
@@ -158,7 +158,7 @@ TEST_F(BadSurroundings, DiskThatFillsUpLeavesNoCheckpointThatTheCatalogDoesNotKn
     // From a limit that fits nothing to one that fits all: the first file that does not fit differs.
     int succeeded = 0;
     for (const int blocks : {1, 8, 32, 64, 128, 256, 4096}) {
-        const SRun run = create("trap '' XFSZ; ulimit -f " + std::to_string(blocks));
+        const SRun run = create("ulimit -f " + std::to_string(blocks));
         EXPECT_TRUE(run.status == 0 || (run.status >= 1 && run.status <= 15))
             << blocks << ": " << run.status << run.err;
         const SRun shown = m_site.fictl("production", {"snapshot", "show", "nightly"});
@@ -172,6 +172,23 @@ TEST_F(BadSurroundings, DiskThatFillsUpLeavesNoCheckpointThatTheCatalogDoesNotKn
     EXPECT_GE(succeeded, 1);
 }
 
+TEST_F(BadSurroundings, ProgramWhoseFileMayNotGrowSaysSoAndIsNotKilled)
+{
+    const std::string limited = "ulimit -f 0; exec ";
+    const std::string output = " >" + (root() / "output").string();
+    constexpr int STORAGE = 6;
+    constexpr int IO = 14;
+    EXPECT_EQ(m_site.shell("production", limited + "kforutil listdisk" + output).status, STORAGE);
+    EXPECT_EQ(m_site.shell("production", limited + "lmsh --help" + output).status, STORAGE);
+    EXPECT_EQ(m_site
+                  .shell("production", limited + "lmadm --store " + (m_site.folder() / "store").string() +
+                                           " group list --appliance vault" + output)
+                  .status,
+              STORAGE);
+    EXPECT_EQ(m_site.shell("production", limited + "fictl --version" + output).status, IO);
+    EXPECT_EQ(m_site.shell("production", "lmsh --help" + output).status, 0) << "it is the limit";
+}
+
 TEST_F(BadSurroundings, TraceFileOnAFullDiskDoesNotStopABackup)
 {
     const fs::path log = root() / "var/log/qz/cdpfi.log";
@@ -179,7 +196,7 @@ TEST_F(BadSurroundings, TraceFileOnAFullDiskDoesNotStopABackup)
     constexpr uintmax_t SIZE = 2048 * 512;  // more than any other file takes
     std::ofstream(log).close();
     fs::resize_file(log, SIZE);
-    const SRun run = create("export OBZX_TRACE_LEVEL=6; trap '' XFSZ; ulimit -f 2048");
+    const SRun run = create("export OBZX_TRACE_LEVEL=6; ulimit -f 2048");
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(fs::file_size(log), SIZE);
     EXPECT_EQ(m_site.shell("production", "OBZX_TRACE_LEVEL=6 fictl device list " + m_device).status, 0);

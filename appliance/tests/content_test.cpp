@@ -146,7 +146,7 @@ TEST_F(Content, RunningOutOfSpaceLeavesNothingAndIsSaidInOneLine)
     m_demo.lmadm({"group", "create", "big"});
     m_demo.lmadm({"lun", "create", "lun3", "--group", "big", "--size", "32MiB"});
     // A limit on the size of files stands in for a full disk; the database stays below it.
-    CProcess limited({"/bin/sh", "-c", "trap '' XFSZ; ulimit -f 16384; exec " LMSH_PATH},
+    CProcess limited({"/bin/sh", "-c", "ulimit -f 16384; exec " LMSH_PATH},
                      script("create annotation \"A\" \"big\"\ncommit"), m_demo.root("prod").string());
     const SResult result = limited.wait();
     EXPECT_EQ(result.status, 6);

@@ -1,6 +1,7 @@
 #include "appliance/core/conventions/tool.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <exception>
 
@@ -10,6 +11,8 @@ namespace lumora {
 
 int runTool(const char* program, const std::function<int()>& body)
 {
+    // A file that may not grow any more is a storage failure like a full disk, and not the tool's end.
+    std::signal(SIGXFSZ, SIG_IGN);
     EStatus status = EStatus::UNEXPECTED;
     std::string text;
     try {

@@ -11,6 +11,7 @@
 #include <ctime>
 
 #include "base/file_descriptor.h"
+#include "base/file_size_signal.h"
 #include "framework/src/trace/trace_line_formatter.h"
 
 namespace obzx_pdk_4_4 {
@@ -99,11 +100,13 @@ void CTraceFile::write(int32_t level, std::string_view component, std::string_vi
         const std::lock_guard<std::mutex> guard(m_mutex);
         try {
             if (!open()) return;
+            const base::CFileSizeSignalHeld held;
             const auto anyLevel = static_cast<spdlog::level::level_enum>(level);
             m_sink->sink.log(spdlog::details::log_msg(toSpdlog(component), anyLevel, toSpdlog(text)));
             m_sink->sink.flush();
         } catch (...) {
-            // After a failure the sink may have closed its file; it is not used again.
+            // After a failure the sink may have closed its file; it is not used again. What it holds is written here.
+            const base::CFileSizeSignalHeld held;
             m_sink.reset();
             m_retryTime = monotonicSeconds() + RETRY_SECONDS;
         }

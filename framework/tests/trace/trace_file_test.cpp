@@ -276,7 +276,6 @@ TEST_F(TraceFile, WriteThatFailsHalfWayDoesNotStopTheHost)
     const pid_t child = ::fork();
     if (child == 0) {
         const rlimit limit{2000, 2000};
-        ::signal(SIGXFSZ, SIG_IGN);
         const CFiTraceLogPtr log = makeLog();
         ::setrlimit(RLIMIT_FSIZE, &limit);
         for (int i = 0; i < 100; ++i) {

@@ -38,6 +38,7 @@ void installSignalHandling()
     sigprocmask(SIG_UNBLOCK, &stopping, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr);
     action.sa_handler = SIG_DFL;
     sigaction(SIGCHLD, &action, nullptr);
 }

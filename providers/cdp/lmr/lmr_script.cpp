@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "base/file_descriptor.h"
+#include "base/file_size_signal.h"
 #include "base/file_write.h"
 #include "framework/include/cfiplatformerror.h"
 
@@ -24,6 +25,7 @@ std::string linesOf(const CString& server, const CString& command)
 // Some file systems report with the closing of a file what they could not write of it.
 bool writeAndClose(base::CFileDescriptor file, const std::string& text)
 {
+    const base::CFileSizeSignalHeld held;
     return base::writeWhole(file.get(), text) && ::close(file.release()) == 0;
 }
 

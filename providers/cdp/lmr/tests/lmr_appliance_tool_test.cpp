@@ -250,13 +250,13 @@ void forbidOpeningForWriting()
     install(filter);
 }
 
-/// From here on there is no room for anything that is written.
-void fillTheDisk()
+/// From here on the system does something else than to write.
+void interceptWriting(unsigned action)
 {
     sock_filter filter[] = {
         BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
         BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_write, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSPC),
+        BPF_STMT(BPF_RET | BPF_K, action),
         BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
     };
     install(filter);
@@ -281,7 +281,7 @@ TEST_F(ApplianceTool, ScriptThatFindsNoRoomIsTracedAndNotRun)
 {
     EXPECT_EXIT(
         {
-            fillTheDisk();
+            interceptWriting(SECCOMP_RET_ERRNO | ENOSPC);
             const int result = run("alpha", "x");
             const CLines trace = takeTrace();
             const bool told = trace.at(2) == "L1 Failed to write file [<root><temp>].";
@@ -302,7 +302,6 @@ TEST_F(ApplianceTool, ScriptThatIsCutOffIsNotRun)
 {
     EXPECT_EXIT(
         {
-            std::signal(SIGXFSZ, SIG_IGN);
             limitFiles(10);
             const int result = run("alpha", "x");
             const bool told = takeTrace().at(2) == "L1 Failed to write file [<root><temp>].";
@@ -329,8 +328,8 @@ TEST_F(ApplianceTool, ScriptThatIsBeingWrittenIsNotInheritedByProgramsOfOtherThr
         {
             static const int before = inheritedDescriptors();
             // Reaches the thread that writes, in the midst of writing.
-            std::signal(SIGXFSZ, [](int) { ::_exit(inheritedDescriptors() == before ? 0 : 1); });
-            limitFiles(0);
+            std::signal(SIGSYS, [](int) { ::_exit(inheritedDescriptors() == before ? 0 : 1); });
+            interceptWriting(SECCOMP_RET_TRAP);
             run("alpha", "x");
             ::_exit(2);
         },
