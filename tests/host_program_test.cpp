@@ -4,10 +4,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <thread>
+#include <utility>
 
 #include "base/tests/environment_value.h"
 #include "framework/include/obz_entry_points.h"
@@ -34,7 +38,11 @@ std::filesystem::path moveTools(const CSite& site)
 class CHost
 {
   public:
-    explicit CHost(const CSite& site) : m_root("OBZX_ROOT", site.root("production"))
+    using MessageWork = std::function<void(CHost&)>;
+
+    /// @param whenTold what the host does about each message
+    explicit CHost(const CSite& site, MessageWork whenTold = {})
+        : m_whenTold(std::move(whenTold)), m_root("OBZX_ROOT", site.root("production"))
     {
         obzx_set_trace_observer(&CHost::onTrace, this, 1);
         m_context.callback = &CHost::onMessage;
@@ -62,6 +70,7 @@ class CHost
     int32_t initStatus = -1;
     std::vector<std::string> failures;  // lines of level 1
     std::vector<std::string> messages;
+    obz_context* context() { return &m_context; }
 
   private:
     static void onTrace(void* user, int32_t, const char*, const char* text)
@@ -70,9 +79,12 @@ class CHost
     }
     static void onMessage(obz_context* context, const char*, const char* text, obz_eseverity)
     {
-        static_cast<CHost*>(context->user)->messages.emplace_back(text);
+        auto* const host = static_cast<CHost*>(context->user);
+        host->messages.emplace_back(text);
+        if (host->m_whenTold) host->m_whenTold(*host);
     }
 
+    const MessageWork m_whenTold;
     const base_test::CEnvironmentValue m_root;
     obz_context m_context{};
     void* m_library = nullptr;
@@ -370,4 +382,50 @@ TEST_F(HostProgram, DiskListingThatFailsInAnImportGivesFailedAndLeavesTheTarget)
     EXPECT_STREQ(m_copy.identity->name, m_target.c_str());
     ASSERT_FALSE(m_host->failures.empty());
     EXPECT_EQ(m_host->failures.back(), "initAltNode(): Unhandled execption encountered, exiting the function");
+}
+// The shell's answers take so long that a call lasts.
+void slowDown(const CSite& site)
+{
+    site.replaceShell("production",
+                      "#!/bin/sh\nsleep 0.3; exec " + (std::filesystem::path(CDPFI_BIN_DIR) / "lmsh").string());
+}
+
+TEST_F(HostProgram, ThreadThatIsCancelledInACallEndsAfterIt)
+{
+    slowDown(m_site);
+    ASSERT_NO_FATAL_FAILURE(start());
+    std::atomic<int32_t> status{-1};
+    std::atomic<bool> isIn{false};
+    bool wentOn = false;
+    std::thread thread([&] {
+        int32_t made = 0;
+        isIn = true;
+        status = makeSnapshot("session", made);
+        ::pthread_testcancel();
+        wentOn = true;
+    });
+    while (!isIn) {
+        ::usleep(1000);
+    }
+    ::usleep(100 * 1000);
+    EXPECT_EQ(status, -1) << "the call is under way";
+    ::pthread_cancel(thread.native_handle());
+    thread.join();
+    EXPECT_EQ(status, OBZ_OK) << "the call was finished";
+    EXPECT_FALSE(wentOn);
+    EXPECT_EQ(m_site.copiesOf("vault", "payroll").size(), 1u);
+}
+
+TEST_F(HostProgram, InitFromAMessageCallbackReturns)
+{
+    std::filesystem::remove(moveTools(m_site) / "kforutil");
+    std::vector<int32_t> statuses;
+    const CHost host(m_site, [&statuses](CHost& told) {
+        if (!statuses.empty()) return;
+        statuses.push_back(-1);
+        obz_version version{};
+        statuses.push_back(told.entry<obzx_fi_init_fn>("init")(told.context(), &version, nullptr));
+    });
+    EXPECT_EQ(host.initStatus, OBZ_ERR_INIT);
+    EXPECT_EQ(statuses, (std::vector<int32_t>{-1, OBZ_ERR_INIT}));
 }
