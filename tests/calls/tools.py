@@ -2,6 +2,7 @@
 afterwards: everything that is listed is whole, and the next commands remove whatever is not."""
 import pathlib
 import shutil
+import signal
 import subprocess
 import tempfile
 
@@ -123,7 +124,7 @@ class ToolStage:
         return self.run(program, LMADM[name], None, tracer)
 
     def check(self, command, status, _, err):
-        if status >= 0:
+        if status != -signal.SIGKILL:
             check_outcome(command, status, err)
         check_whole(self)
         check_repeated(self, command, status)

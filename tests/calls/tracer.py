@@ -58,6 +58,8 @@ ERRORS = {
     "getrandom": ("EINTR",),
 }
 KILL = "KILL"
+# brk answers with the end of the heap, and a failed one with another than was asked for.
+ANSWERS = {"brk": "retval=0"}
 
 
 def disturbances():
@@ -70,7 +72,7 @@ def tracer(log, kind=None, number=0, how=None):
     # Where the kernel can, only the calls that are traced stop the program.
     words = ["strace", "-q", "-o", str(log), "-e", f"trace={kind or ','.join([*ERRORS, 'munmap'])}"]
     if kind:
-        what = "signal=KILL" if how == KILL else f"error={how}"
+        what = "signal=KILL" if how == KILL else ANSWERS.get(kind, f"error={how}")
         words += ["-e", f"inject={kind}:{what}:when={number}"]
     return words
 
