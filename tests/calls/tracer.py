@@ -16,6 +16,7 @@ ERRORS = {
     "readlink": ("EIO", "ENOMEM"),
     "mkdir": ("EIO", "ENOSPC", "ENOMEM"),
     "rename": ("EIO", "ENOSPC", "ENOMEM"),
+    "renameat2": ("EIO", "ENOSPC", "ENOMEM"),
     "symlink": ("EIO", "ENOSPC", "ENOMEM"),
     "unlink": ("EIO", "ENOMEM"),
     "unlinkat": ("EIO", "ENOMEM"),
@@ -34,6 +35,7 @@ ERRORS = {
     "getdents64": ("EIO", "ENOMEM"),
     "ioctl": ("EIO", "ENOSPC"),
     "lseek": ("EIO",),
+    "flock": ("EINTR", "ENOMEM"),
     # descriptors
     "fcntl": ("EMFILE", "EINTR", "ENOMEM", "EAGAIN"),
     "close": (),  # one that fails has closed all the same, which a tracer cannot play
@@ -45,6 +47,8 @@ ERRORS = {
     "connect": ("EINTR", "EAGAIN"),
     "sendmsg": ("EINTR", "ENOMEM", "EAGAIN"),
     "recvmsg": ("EINTR", "ENOMEM"),
+    "sendmmsg": ("EINTR", "ENOMEM"),
+    "recvfrom": ("EINTR", "EAGAIN"),
     # processes
     "clone": ("EAGAIN", "ENOMEM"),
     "clone3": ("EAGAIN", "ENOMEM"),
