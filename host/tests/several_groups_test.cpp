@@ -25,12 +25,12 @@ class CSeveralGroupsTest : public CFictlTest
         arguments.insert(arguments.end(), more.begin(), more.end());
         return arguments;
     }
-    /// Every group's command at this point goes on once those of all three are under way.
-    void armToMeet(const std::string& point) const
+    /// The command at this point of each of these groups goes on once those of all of them are under way.
+    void armToMeet(const std::string& point, const Names& groups = {"g1", "g2", "g3"}) const
     {
         std::string faults;
-        for (const char* group : {"g1", "g2", "g3"}) {
-            faults += point + ":" + group + " meets=3 " + point + "s\n";
+        for (const std::string& group : groups) {
+            faults += point + ":" + group + " meets=" + std::to_string(groups.size()) + " " + point + "s\n";
         }
         arm(faults);
     }
@@ -102,7 +102,7 @@ TEST_F(CSeveralGroupsTest, TellHowFarApartTheyAreAndASingleOneDoesNot)
 TEST_F(CSeveralGroupsTest, AreImportedGivenBackAndDeletedAtOnce)
 {
     create();
-    armToMeet("image");
+    armToMeet("image", {"g2", "g3"});
     EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
     EXPECT_EQ(objects().size(), 6U);
     armToMeet("delete-timeimage");
@@ -340,24 +340,39 @@ TEST_F(CSeveralGroupsTest, AStopKeepsTheOthersFromBeingDeletedAndTheRecordTellsT
 TEST_F(CSeveralGroupsTest, AnImportThatFailsInOneGroupBringsTheOthers)
 {
     create();
+    arm("image:g2 fail busy\n");
+    const SRun run = fictlJson({"snapshot", "import", "s"});
+    EXPECT_EQ(run.exit, 8);
+    EXPECT_EQ(run.message(),
+              "snapshot \"s\": device /dev/fake3: no time image of group \"g2\" of appliance \"ap1\" could be made for "
+              "this host (status 6)");
+    EXPECT_EQ(run.next(), "mend what the appliance reports, then fictl snapshot import s");
+    const json devices = run.document()["snapshot"]["devices"];
+    EXPECT_EQ(devices[0]["import_path"], fake("copies/S1"));
+    EXPECT_TRUE(devices[1]["import_path"].is_null());
+    EXPECT_EQ(devices[2]["import_path"], fake("copies/S4"));
+    ASSERT_EQ(fictl({"snapshot", "release", "s"}).exit, 0);
+    arm("image:g2 fail busy\nimage:g3 fail busy\n");
+    const SRun two = fictlJson({"snapshot", "import", "s"});
+    EXPECT_EQ(two.message(),
+              "snapshot \"s\": device /dev/fake3: no time image of group \"g2\" of appliance \"ap1\" could be made for "
+              "this host (status 6); failed, too: group \"g3\" of appliance \"ap2\"");
+    EXPECT_EQ(two.document()["error"]["commands"].size(), 2U);
+    arm("");
+    EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    EXPECT_EQ(objects().size(), 6U);
+}
+
+TEST_F(CSeveralGroupsTest, WithoutTheFirstGroupAnImportTakesNoOther)
+{
+    create();
     arm("image:g1 fail busy\n");
     const SRun run = fictlJson({"snapshot", "import", "s"});
     EXPECT_EQ(run.exit, 8);
     EXPECT_EQ(run.message(),
               "snapshot \"s\": device /dev/fake1: no time image of group \"g1\" of appliance \"ap1\" could be made for "
               "this host (status 6)");
-    EXPECT_EQ(run.next(), "mend what the appliance reports, then fictl snapshot import s");
-    const json devices = run.document()["snapshot"]["devices"];
-    EXPECT_TRUE(devices[0]["import_path"].is_null());
-    EXPECT_EQ(devices[1]["import_path"], fake("copies/S3"));
-    EXPECT_EQ(devices[2]["import_path"], fake("copies/S4"));
-    ASSERT_EQ(fictl({"snapshot", "release", "s"}).exit, 0);
-    arm("image:g1 fail busy\nimage:g3 fail busy\n");
-    const SRun two = fictlJson({"snapshot", "import", "s"});
-    EXPECT_EQ(two.message(),
-              "snapshot \"s\": device /dev/fake1: no time image of group \"g1\" of appliance \"ap1\" could be made for "
-              "this host (status 6); failed, too: group \"g3\" of appliance \"ap2\"");
-    EXPECT_EQ(two.document()["error"]["commands"].size(), 2U);
+    EXPECT_EQ(objects().size(), 3U) << "the checkpoints alone";
     arm("");
     EXPECT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
     EXPECT_EQ(objects().size(), 6U);

@@ -16,9 +16,18 @@ void CGroupImport::run(const Images& images, CGroupWork& work)
         all.insert(group);
         if (image != CImportChecks::EImage::IS_THERE) withoutImage.insert(group);
     }
-    work.run(withoutImage, [&](const GroupKey& group) {
+    const auto make = [&](const GroupKey& group) {
         makeImage(group, images.at(group) == CImportChecks::EImage::MAY_BE_THERE, work.lock());
-    });
+    };
+    if (!withoutImage.empty()) {
+        // Of two hosts that import at the same time, the one that gets the first group goes on: with half of the groups
+        // each, neither could give its own back.
+        const GroupKey decisive = *withoutImage.begin();
+        work.run({decisive}, make);
+        if (work.hasFailed(decisive)) return;
+        withoutImage.erase(decisive);
+    }
+    work.run(withoutImage, make);
     const auto first =
         std::find_if(all.begin(), all.end(), [&](const GroupKey& group) { return !work.hasFailed(group); });
     if (first == all.end()) return;

@@ -13,9 +13,10 @@ namespace fictl {
 
 /**
  * Brings the copies of a record's groups to this host: first all images that are to be made, then the copies, groups
- * side by side. One copy is looked for before all others: for it the provider looks for new disks, and so finds those
- * of the others; where it does not show, the others are not looked for. What is there is entered into record and
- * catalog at once.
+ * side by side. The first image is made before all others, which are not made where that fails: of two hosts that
+ * import at the same time, one gets all groups. One copy is looked for before all others: for it the provider looks for
+ * new disks, and so finds those of the others; where it does not show, the others are not looked for. What is there is
+ * entered into record and catalog at once.
  */
 class CGroupImport
 {
