@@ -1,9 +1,12 @@
 #include "bench/workflow/meter.h"
 
 #include <dlfcn.h>
+#include <sched.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -126,7 +129,7 @@ auto countedAs(STime CMeter::STimes::*part, const Call& call)
 using bench::CMeter;
 
 // Set by the child, which has the memory of the program until its own begins.
-static const char* g_program = "";
+static std::atomic<const char*> g_program = nullptr;
 
 BENCH_EXPORT int execve(const char* path, char* const argv[], char* const envp[]) noexcept
 {
@@ -139,8 +142,20 @@ BENCH_EXPORT int clone(int (*body)(void*), void* stack, int flags, void* argumen
 {
     static auto* const original = bench::next<int(int (*)(void*), void*, int, void*, ...)>("clone");
     const bench::STime since = bench::STime::now();
-    const int result = original(body, stack, flags, argument);
-    if (CMeter* const meter = CMeter::running()) meter->toolStarts(g_program, since);
+    va_list more;
+    va_start(more, argument);
+    auto* const parentId = va_arg(more, pid_t*);
+    auto* const storage = va_arg(more, void*);
+    auto* const childId = va_arg(more, pid_t*);
+    va_end(more);
+    g_program = nullptr;
+    const int result = original(body, stack, flags, argument, parentId, storage, childId);
+    CMeter* const meter = CMeter::running();
+    if (meter == nullptr || result < 0) return result;
+    while (g_program == nullptr) {
+        sched_yield();  // the caller waits for the same, and it counts as the tool's time
+    }
+    meter->toolStarts(g_program, since);
     return result;
 }
 
