@@ -311,6 +311,7 @@ TEST_F(ApplianceTool, ScriptThatIsCutOffIsNotRun)
     EXPECT_EQ("", takeSent());
 }
 
+#ifndef __SANITIZE_ADDRESS__  // its checks open a pipe of their own
 /// How many descriptors programs that this process starts now would get.
 int inheritedDescriptors()
 {
@@ -335,6 +336,7 @@ TEST_F(ApplianceTool, ScriptThatIsBeingWrittenIsNotInheritedByProgramsOfOtherThr
         },
         ::testing::ExitedWithCode(0), "");
 }
+#endif
 
 TEST_F(ApplianceToolInstance, IsCreatedEmptyAndReleased)
 {
