@@ -16,11 +16,11 @@ namespace base {
 class CFileSizeSignalHeld
 {
   public:
-    CFileSizeSignalHeld() noexcept
+    /// @param isLimited what isLimited() says, for who does not ask it for each write
+    explicit CFileSizeSignalHeld(bool isLimited = CFileSizeSignalHeld::isLimited()) noexcept
     {
         const int error = errno;
-        rlimit size = {};
-        if (::getrlimit(RLIMIT_FSIZE, &size) != 0 || size.rlim_cur != RLIM_INFINITY) hold();
+        if (isLimited) hold();
         errno = error;
     }
     ~CFileSizeSignalHeld()
@@ -35,6 +35,16 @@ class CFileSizeSignalHeld
     }
     CFileSizeSignalHeld(const CFileSizeSignalHeld&) = delete;
     CFileSizeSignalHeld& operator=(const CFileSizeSignalHeld&) = delete;
+
+    /// Whether a file of this process may become too large; also when that cannot be told. Keeps errno.
+    static bool isLimited() noexcept
+    {
+        const int error = errno;
+        rlimit size = {};
+        const bool isKnown = ::getrlimit(RLIMIT_FSIZE, &size) == 0;
+        errno = error;
+        return !isKnown || size.rlim_cur != RLIM_INFINITY;
+    }
 
   private:
     void hold() noexcept

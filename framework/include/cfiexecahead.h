@@ -28,8 +28,9 @@ class OBZX_API CFiExecAhead : public CFiTraceable
 
     /**
      * Begins a run, as CFiExecPipePosix::Exec with these arguments does.
-     * @return its number; nothing when it could not be started, for want of descriptors, processes or memory, or as
-     * there is no such program: then nobody is told of it, and who needs it runs it by itself
+     * @return its number, also of a run that was over before its program was (time limit, cancellation); nothing when
+     * it could not be started, for want of descriptors, processes or memory, or as there is no such program: then
+     * nobody is told of it, and who needs it runs it by itself
      */
     std::optional<size_t> begin(const std::string& commandLine, const std::string& inputFile, unsigned long timeout);
 
@@ -45,7 +46,8 @@ class OBZX_API CFiExecAhead : public CFiTraceable
     bool hasSucceeded(size_t run) const;
     /// Its answer so far.
     const CFiOutputText& output(size_t run) const;
-    /// Begins to stop a run that is not asked for any more; its number means nothing from then on.
+    /// Begins to stop a run that is not asked for any more; its number means nothing from then on, and its answer is
+    /// not kept.
     void drop(size_t run);
     /// Waits until a program that runs has ended; returns at once when there is none.
     /// @param wanted the one that is read on however much it writes; nothing: all are

@@ -55,7 +55,8 @@ std::optional<size_t> CFiExecAhead::begin(const std::string& commandLine, const 
     try {
         run = std::make_unique<CProgramRun>(commandLine, limitOf(m_traceLog, timeout));
         std::unique_ptr<CProgramRun>& place = m_state->runs[m_state->begun];
-        if (run->start(inputFile, "", "", "")) {
+        // One that was given up before its program ran, by its time limit or a cancellation, is not begun again.
+        if (run->start(inputFile, "", "", "") || run->wasStopped()) {
             place = std::move(run);
             return m_state->begun++;
         }
@@ -117,6 +118,7 @@ void CFiExecAhead::waitForOne(std::optional<size_t> wanted)
         }
         CProgramRun::waitForAny(running);
     }
+    std::erase_if(m_state->runs, [](const auto& run) { return run.second->isDropped() && run.second->isOver(); });
 }
 
 std::unique_ptr<CProgramRun> CFiExecAhead::take(size_t run)

@@ -49,6 +49,7 @@ class CProgramRun
 
     /// Nobody needs its answer: begins to stop a program that runs.
     void drop() noexcept;
+    bool isDropped() const { return m_stop == OBZX_RUN_UNUSED; }
     /// Nobody is told of it: for one that is not started and never was.
     void forget() noexcept { m_record.forget(); }
 

@@ -94,13 +94,23 @@ bool CTraceFile::open()
     return true;
 }
 
+// Asking the system for each line would take a third of the line's time.
+bool CTraceFile::isLimited()
+{
+    if (const int64_t now = monotonicSeconds(); now != m_limitTime) {
+        m_isLimited = base::CFileSizeSignalHeld::isLimited();
+        m_limitTime = now;
+    }
+    return m_isLimited;
+}
+
 void CTraceFile::write(int32_t level, std::string_view component, std::string_view text) noexcept
 {
     try {
         const std::lock_guard<std::mutex> guard(m_mutex);
         try {
             if (!open()) return;
-            const base::CFileSizeSignalHeld held;
+            const base::CFileSizeSignalHeld held(isLimited());
             const auto anyLevel = static_cast<spdlog::level::level_enum>(level);
             m_sink->sink.log(spdlog::details::log_msg(toSpdlog(component), anyLevel, toSpdlog(text)));
             m_sink->sink.flush();

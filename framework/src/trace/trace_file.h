@@ -35,11 +35,14 @@ class CTraceFile
     struct SSink;
 
     bool open();
+    bool isLimited();
 
     const STraceFileSettings m_settings;
     std::mutex m_mutex;
     std::unique_ptr<SSink> m_sink;  // null: the file could not be opened or written
     int64_t m_retryTime = 0;        // seconds of the monotonic clock
+    int64_t m_limitTime = -1;       // the same, when the limit was looked at
+    bool m_isLimited = true;        // files of this process may become too large
 };
 
 }  // namespace obzx_pdk_4_4

@@ -11,6 +11,7 @@
 
 #include "base/tests/no_descriptor_left.h"
 #include "base/tests/process_end.h"
+#include "base/tests/stalled_program.h"
 #include "framework/tests/process/run_fixture.h"
 
 namespace {
@@ -153,7 +154,7 @@ TEST_F(ExecAhead, DroppedRunIsStoppedWhileOthersGoOn)
         m_ahead->waitForOne(std::nullopt);
     }
     m_ahead.reset();
-    EXPECT_THAT(stopsOfEnds(), ElementsAre(OBZX_RUN_NOT_STOPPED, OBZX_RUN_UNUSED));
+    EXPECT_THAT(stopsOfEnds(), testing::UnorderedElementsAre(OBZX_RUN_NOT_STOPPED, OBZX_RUN_UNUSED));
 }
 
 TEST_F(ExecAhead, CancellationReachesAllOfThem)
@@ -189,6 +190,34 @@ TEST_F(ExecAhead, ProgramThatIsNotThereIsNotBegunAndToldToNobody)
     EXPECT_FALSE(m_ahead->begin(child("exit 0"), root() + "/no input", MINUTE));
     EXPECT_EQ(m_ahead->countRunning(), 0u);
     EXPECT_THAT(seen(), IsEmpty());
+}
+
+TEST_F(ExecAhead, ProgramThatStallsBeforeItRunsIsGivenUpOnceAndNotBegunAgain)
+{
+    const std::string program = root() + "/stalled";
+    const base_test::CStalledProgram stalled(program);
+    const auto run = m_ahead->begin(program, "", 1);
+    ASSERT_TRUE(run);
+    EXPECT_TRUE(m_ahead->hasEnded(*run));
+    EXPECT_FALSE(m_ahead->hasSucceeded(*run));
+    EXPECT_EQ(take(*run), EXEC_TIMED_OUT);
+    EXPECT_EQ(message(), "Command [" + program + "] did not end within 1 seconds and was stopped");
+    EXPECT_THAT(stopsOfEnds(), ElementsAre(OBZX_RUN_STOPPED_BY_LIMIT));
+}
+
+TEST_F(ExecAhead, AnswerOfADroppedRunIsNotKept)
+{
+    const size_t unwanted = begin("echo text; exec sleep 1000");
+    while (m_ahead->countBytes() == 0) {
+        const size_t other = begin("exit 0");
+        EXPECT_EQ(take(other), EXEC_OK);
+    }
+    m_ahead->drop(unwanted);
+    while (m_ahead->countRunning() > 0) {
+        m_ahead->waitForOne(std::nullopt);
+    }
+    EXPECT_EQ(m_ahead->countBytes(), 0u);
+    EXPECT_THAT(stopsOfEnds(), testing::Contains(OBZX_RUN_UNUSED));
 }
 
 TEST_F(ExecAhead, RunThatTheObserverCancelsEndsAndNoOther)

@@ -231,7 +231,7 @@ void CLMRReadAhead::wait(std::optional<size_t> wanted)
 void CLMRReadAhead::readListing(SWalk& walk) const
 {
     const std::optional<size_t> listing = walk.m_commands.front().m_run;
-    if (walk.m_details == nullptr || !listing || !m_runs->hasEnded(*listing)) return;
+    if (walk.m_details == nullptr || walk.m_asked > 0 || !listing || !m_runs->hasEnded(*listing)) return;
     const CDetails details = std::exchange(walk.m_details, nullptr);
     if (!m_runs->hasSucceeded(*listing)) return;
     for (SLMRCommand& command : details(linesOf(m_runs->output(*listing)))) {
