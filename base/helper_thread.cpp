@@ -1,6 +1,7 @@
 #include "base/helper_thread.h"
 
 #include <csignal>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -18,6 +19,8 @@ std::thread startHelperThread(std::function<void()> work)
         thread = std::thread(std::move(work));
     } catch (const std::system_error&) {
         // None can be had; the caller does without.
+    } catch (const std::bad_alloc&) {
+        // The same.
     }
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     return thread;

@@ -19,6 +19,7 @@ void CSideBySide::run()
     {
         const std::lock_guard guard(m_lock);
         m_isRunning = true;
+        m_helpers.reserve(m_atOnce);  // a thread that was started must find its place
         // The calling thread does one of them.
         startHelpers();
     }
@@ -32,7 +33,6 @@ void CSideBySide::run()
 void CSideBySide::startHelpers()
 {
     while (m_helpers.size() + 1 < m_atOnce && m_helpers.size() + 1 < m_busy + m_waiting.size()) {
-        m_helpers.reserve(m_helpers.size() + 1);  // a thread that was started must find its place
         std::thread helper = startHelperThread([this] { work(); });
         if (!helper.joinable()) {
             m_atOnce = m_helpers.size() + 1;

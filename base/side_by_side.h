@@ -29,7 +29,8 @@ class CSideBySide
     /// Before run(), or within a task.
     void add(Task task);
     /// Returns when all tasks have ended, also those that tasks have added. What a task throws is thrown again then: of
-    /// several that of the task that was added first. To be called once.
+    /// several that of the task that was added first. Without memory for the threads it throws with nothing begun. To
+    /// be called once.
     void run();
 
   private:
