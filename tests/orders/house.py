@@ -3,6 +3,7 @@ import dataclasses
 import json
 import pathlib
 
+from sweep.checks import check_covered
 from sweep.site import Site, error_of, need
 
 NAME = "nightly"
@@ -42,13 +43,7 @@ class House(Site):
         return self.fictl(host, *words)
 
     def look(self):
-        sight = Sight({host: self.record(host, NAME) for host in HOSTS}, set(), set())
-        for appliance, group in set(self.LUNS.values()):
-            shown = self.lmadm_json("--appliance", appliance, "group", "show", group)
-            sight.checkpoints |= {(appliance, group, entry["name"]) for entry in shown["annotations"]}
-            sight.images |= {(appliance, group, entry["name"], entry["annotation"], tuple(entry["permissions"]))
-                             for entry in shown["time_images"]}
-        return sight
+        return Sight({host: self.record(host, NAME) for host in HOSTS}, *self.copies())
 
     def situation(self, sight):
         """What there is, without names that differ from run to run."""
@@ -80,11 +75,7 @@ def check_nothing_taken(command, before, after):
 
 def check_no_orphan(sight):
     """A record on one of the hosts covers whatever is on the appliances."""
-    covered = {(device["appliance"], device["group"], record["checkpoint"]) for record in sight.records.values()
-               if record for device in record["devices"] if device["made"] != "no"}
-    need(sight.checkpoints <= covered, f"no catalog knows the checkpoints {sight.checkpoints - covered}")
-    need({image[:2] + image[3:4] for image in sight.images} <= covered,
-         f"no catalog knows the images {sight.images}")
+    check_covered(filter(None, sight.records.values()), sight.checkpoints, sight.images)
 
 
 def check_imported(house, sight):

@@ -1,7 +1,7 @@
 """What has to hold after a backup was disturbed, and after it was brought into order again."""
 import pathlib
 
-from sweep.site import error_of, need
+from sweep.site import error_of, need, wait_for
 
 # The exit codes of docs/fictl.md that a command may end with when the appliance fails, with the names in its errors.
 EXIT_NAMES = {5: "state", 6: "provider", 7: "not-claimed", 8: "failed", 9: "partial", 10: "not-deleted",
@@ -21,16 +21,20 @@ AFTER_SUCCESS = {"create": "complete", "receive": "complete", "import": "importe
 BACKUP = ("receive", "import", "release", "unmount")  # steps of the other host
 
 
+def check_covered(records, checkpoints, images):
+    """A record covers whatever is on the appliances."""
+    known = {(device["appliance"], device["group"], record["checkpoint"]) for record in records
+             for device in record["devices"] if device["made"] != "no"}
+    need(checkpoints <= known, f"no catalog knows the checkpoints {checkpoints - known}")
+    unknown = {image for image in images if image[:2] + image[3:4] not in known}
+    need(not unknown, f"no catalog knows the time images {unknown}")
+
+
 def check_truth(site):
     """Everything on the appliances belongs to a record, and every record's claims hold."""
     checkpoints, images = site.copies()
     records = {host: [site.record(host, name) for name in site.names(host)] for host in ("production", "backup")}
-    known = set()
-    for record in records["production"] + records["backup"]:
-        known |= {(device["appliance"], device["group"], record["checkpoint"]) for device in record["devices"]
-                  if device["made"] != "no"}
-    need(checkpoints <= known, f"no catalog knows the checkpoints {checkpoints - known}")
-    need({image[:2] + image[3:] for image in images} <= known, f"no catalog knows the time images {images}")
+    check_covered(records["production"] + records["backup"], checkpoints, images)
     # A copy that the other host deleted is gone for both: only as long as nothing was deleted must all claims hold.
     deleting = any(record["state"].startswith("delet") for record in records["backup"])
     for record in records["production"]:
@@ -104,6 +108,11 @@ def processes_of(site):
         except OSError:
             continue  # somebody else's, or gone meanwhile
     return found
+
+
+def wait_for_quiet(site):
+    """What a killed fictl had started ends with it, and so does its guardian."""
+    wait_for(lambda: not processes_of(site), "the end of all processes", 5)
 
 
 def record_of(site, step, words):

@@ -5,6 +5,7 @@ import pathlib
 import shutil
 import subprocess
 import tempfile
+import time
 
 DEADLINE = 60  # seconds; nothing here takes longer on a machine that works at all
 
@@ -16,6 +17,14 @@ class Failure(Exception):
 def need(condition, text):
     if not condition:
         raise Failure(text)
+
+
+def wait_for(condition, what, seconds=DEADLINE):
+    end = time.monotonic() + seconds
+    while not condition():
+        if time.monotonic() > end:
+            raise Failure(f"{what} does not happen")
+        time.sleep(0.002)
 
 
 def error_of(document):
@@ -147,12 +156,14 @@ class Site:
         return document["snapshot"] if status == 0 else None
 
     def copies(self):
-        """Checkpoints and time images that the appliances list, as (appliance, group, name)."""
+        """What the appliances list: checkpoints as (appliance, group, name), time images as (appliance, group, name,
+        checkpoint, hosts that it is granted to)."""
         checkpoints, images = set(), set()
         for appliance, group in set(self.LUNS.values()):
             shown = self.lmadm_json("--appliance", appliance, "group", "show", group)
             checkpoints |= {(appliance, group, entry["name"]) for entry in shown["annotations"]}
-            images |= {(appliance, group, entry["name"], entry["annotation"]) for entry in shown["time_images"]}
+            images |= {(appliance, group, entry["name"], entry["annotation"], tuple(entry["permissions"]))
+                       for entry in shown["time_images"]}
         return checkpoints, images
 
 
