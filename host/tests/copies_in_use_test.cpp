@@ -255,11 +255,64 @@ TEST_F(CCopiesInUseTest, WhereNothingCanBeAskedARecordOfThisHostAloneIsDeletedWi
         << run.err;
 }
 
-TEST_F(CCopiesInUseTest, WithoutAnInspectorTheOwnCopyOfAnExportedRecordIsDeleted)
+TEST_F(CCopiesInUseTest, WithoutAnInspectorTheCopyOfAnExportedRecordNeedsTheOverride)
 {
     leaveInspectorAway();
     ASSERT_EQ(fictl({"snapshot", "export", "s"}).exit, 0);
     ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    // The image of the copy may have been taken away, and another host may have one in its place.
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 5);
+    EXPECT_EQ(fictlJson({"snapshot", "release", "s"}).next(),
+              "fictl snapshot delete s --even-if-in-use deletes the copies together with their checkpoints");
+    EXPECT_EQ(objects().size(), 4U);
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--even-if-in-use"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, WhereTheImagesCannotBeReadACopyThatStillShowsIsTheOwn)
+{
+    carry();
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    arm("inspect-images:g1 fail noise\n");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_TRUE(objects().empty());
+}
+
+TEST_F(CCopiesInUseTest, WhatAnotherHostImportedAfterAKilledReleaseIsNotTakenFromItUnseen)
+{
+    carry();
+    ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
+    allowAtOnce(1);
+    arm("delete-timeimage:g2 killed-after\n");
+    ASSERT_NE(fictl({"snapshot", "release", "s"}).exit, 0);
+    arm("");
+    ASSERT_EQ(state("s"), "release-interrupted");
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    ASSERT_EQ(objects().size(), 4U);
+    arm("inspect-images:g1 fail noise\ninspect-images:g2 fail noise\n");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 5);
+    EXPECT_EQ(fictl({"snapshot", "release", "s"}).exit, 5);
+    EXPECT_EQ(objects().size(), 4U);
+}
+
+TEST_F(CCopiesInUseTest, WhatAnotherHostImportsBetweenLookAndDeletionStays)
+{
+    carry();
+    arm("dispose wait go\n");
+    const pid_t pid = startHeld({"snapshot", "delete", "s"});
+    ASSERT_GT(pid, 0);
+    release();
+    waitForFile("go.reached");
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    touch("go");
+    const SRun run = finish();
+    EXPECT_EQ(run.exit, 10) << run.err;
+    EXPECT_NE(run.err.find("is in use by time image"), std::string::npos) << run.err;
+    EXPECT_EQ(objects().size(), 4U);
+    EXPECT_EQ(state("s"), "delete-failed");
+    arm("");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 5) << "now it is seen";
+    EXPECT_EQ(other({"snapshot", "delete", "s"}).exit, 0);
     EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
     EXPECT_TRUE(objects().empty());
 }

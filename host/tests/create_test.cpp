@@ -121,19 +121,25 @@ TEST_F(CFictlTest, WhenNoGroupIsMadeNothingIsLeftAndTheApplianceIsQuoted)
     expectClean();
 }
 
-TEST_F(CFictlTest, ACheckpointThatWasMadeThoughTheAnswerWasLostIsTakenBack)
+TEST_F(CFictlTest, ARefusedNameWhoseRefusalIsLostIsNotTakenFromItsOwner)
 {
-    arm("make:g1 lost connection lost\n");
-    const SRun run = fictl({"snapshot", "create", "s", "/dev/fake1"});
-    EXPECT_EQ(run.exit, 8);
-    EXPECT_NE(run.err.find("nothing is left on the appliance and nothing was recorded"), std::string::npos) << run.err;
-    EXPECT_EQ(state("s"), "");
-    EXPECT_TRUE(objects().empty());
+    arm("make wait go\nmake:g1 fail connection lost\n");
+    const pid_t pid = startHeld({"snapshot", "create", "s", "/dev/fake1"});
+    release();
+    waitForFile("go.reached");
+    // Another host whose process has the same id makes its checkpoint after this one has looked.
+    const std::string foreign = "ap1.g1.KSV_Check_Point_" + std::to_string(pid);
+    touch("objects/" + foreign);
+    touch("go");
+    const SRun run = finish();
+    EXPECT_EQ(run.exit, 8) << run.err;
+    EXPECT_EQ(objects(), std::vector<std::string>{foreign});
+    EXPECT_EQ(state("s"), "failed");
 }
 
-TEST_F(CFictlTest, WhenTakingBackIsNotConfirmedTheRecordStays)
+TEST_F(CFictlTest, ACheckpointWhoseAnswerWasLostStaysWithItsRecord)
 {
-    arm("make:g1 lost connection lost\ndelete-annotation:g1 fail connection lost\n");
+    arm("make:g1 lost connection lost\n");
     const SRun run = fictl({"snapshot", "create", "s", "/dev/fake1"});
     EXPECT_EQ(run.exit, 8);
     EXPECT_NE(run.err.find("next: fictl snapshot delete s"), std::string::npos) << run.err;

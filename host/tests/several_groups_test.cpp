@@ -156,8 +156,7 @@ TEST_F(CSeveralGroupsTest, AreAllTriedWhicheverFails)
 
 TEST_F(CSeveralGroupsTest, WhenAllFailNothingIsLeftAndEachAnswerIsQuoted)
 {
-    // The third was made, although its answer says otherwise.
-    arm("make:g1 fail one\nmake:g2 fail two\nmake:g3 lost three\n");
+    arm("make:g1 fail one\nmake:g2 fail two\nmake:g3 fail three\n");
     const SRun run = fictlJson(CREATE);
     EXPECT_EQ(run.exit, 8);
     Names answers;

@@ -8,7 +8,6 @@
 #include "host/src/process/signals.h"
 #include "host/src/provider/naming.h"
 #include "host/src/snapshot/creation_outcome.h"
-#include "host/src/snapshot/disposal.h"
 #include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
 
@@ -208,33 +207,11 @@ SResult CSnapshotCreation::settle(const SMakeResult& made)
     m_catalog.update(m_record);
     if (m_record.state == EState::COMPLETE) return outcome.complete();
     if (m_record.state == EState::PARTIAL) throw outcome.partial();
-    const bool isClean = disposeOfAll();
+    // A checkpoint that is there, or may be, is not deleted: where the answer to its creation was lost it may be
+    // another host's that came to the same name, and that answer the refusal.
+    const bool isClean = m_record.groupsToDispose().empty();
     if (isClean) m_catalog.remove(m_record.name);
     throw outcome.nothingMade(isClean);
-}
-
-// False when something may be left of a snapshot of which nothing was made.
-bool CSnapshotCreation::disposeOfAll()
-{
-    // The nodes go first: disposal sets up nodes of the same names.
-    m_nodes.clear();
-    m_tree.reset();
-    const std::set<GroupKey> all = m_record.groupsToDispose();
-    std::set<GroupKey> groups = all;
-    if (stopRequested()) std::erase_if(groups, [this](const GroupKey& group) { return isSilent(group); });
-    const auto disposals = disposeOfGroups(*m_provider, m_knowledge, m_record, groups, {.begin = [this](auto& group) {
-        m_context.progress.step("make sure that group " + groupText(group) + " keeps no checkpoint");
-    }});
-    return groups.size() == all.size() && std::all_of(disposals.begin(), disposals.end(),
-                                                      [](const auto& disposal) { return disposal.second.confirmed; });
-}
-
-// Who stops fictl is not made to wait for an appliance that has just not answered.
-bool CSnapshotCreation::isSilent(const GroupKey& group)
-{
-    const SInspection* const seen = m_knowledge.seen();
-    if (!m_knowledge.inspector().isThere()) return false;
-    return seen == nullptr || seen->hasCheckpoint(group, m_record.checkpoint) == EThere::UNKNOWN;
 }
 
 }  // namespace fictl

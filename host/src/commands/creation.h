@@ -55,8 +55,6 @@ class CSnapshotCreation
     [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason);
     SMakeResult make();
     SResult settle(const SMakeResult& made);
-    bool disposeOfAll();
-    bool isSilent(const GroupKey& group);
 
     const SContext& m_context;
     const SCreateRequest& m_request;

@@ -41,9 +41,11 @@ class CSnapshotDeletion
           m_catalog(catalog),
           m_snapshot(snapshot),
           m_isTouched(isTouched),
-          m_groups(snapshot.groupsToDispose()),
-          m_knowledge(context.providerFor(snapshot), context.timeout, m_groups)
+          m_knowledge(context.providerFor(snapshot), context.timeout, snapshot.groupsToDispose())
     {
+        for (const GroupKey& group : snapshot.groupsToDispose()) {
+            m_groups.emplace(group, EImageDisposal::DELETE);
+        }
     }
 
     /// Disposes of every group; returns what became of each. Throws when one was refused or not confirmed.
@@ -64,7 +66,7 @@ class CSnapshotDeletion
     CCatalog& m_catalog;
     SSnapshot& m_snapshot;
     bool& m_isTouched;  // the provider was asked to delete something
-    std::set<GroupKey> m_groups;
+    DisposalGroups m_groups;
     CKnowledge m_knowledge;
     std::optional<CProvider> m_provider;
     std::exception_ptr m_notStarted;  // why the provider did not start
@@ -114,15 +116,16 @@ json CSnapshotDeletion::run(bool evenIfInUse)
 void CSnapshotDeletion::keepOthers()
 {
     for (auto group = m_groups.begin(); group != m_groups.end();) {
-        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, *group, m_snapshot.checkpoint);
+        const GroupKey& key = group->first;
+        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, key, m_snapshot.checkpoint);
         if (!owner) {
             ++group;
             continue;
         }
-        m_context.progress.step("keep the checkpoint of group " + groupText(*group));
-        CProgress::warn("checkpoint " + m_snapshot.checkpoint + " of group " + groupText(*group) +
+        m_context.progress.step("keep the checkpoint of group " + groupText(key));
+        CProgress::warn("checkpoint " + m_snapshot.checkpoint + " of group " + groupText(key) +
                         " belongs to snapshot \"" + *owner + "\" and stays");
-        json entry = entryOf(*group);
+        json entry = entryOf(key);
         entry["result"] = "kept";
         entry["owner"] = *owner;
         m_results.push_back(std::move(entry));
@@ -140,8 +143,8 @@ void CSnapshotDeletion::guard()
     m_knowledge.look();
     stopPoint();
     CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::DELETE);
-    for (const GroupKey& group : m_groups) {
-        guard.requireOwnImage(group);
+    for (auto& [group, image] : m_groups) {
+        if (guard.requireOwnImage(group) == EThere::NO) image = EImageDisposal::KEEP;
         guard.requireUnused(group);
         requireHome(group);
     }

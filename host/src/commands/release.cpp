@@ -56,9 +56,10 @@ void CSnapshotRelease::requireInspection()
     stopPoint();
     throw EFictl(EExit::FAILED,
                  "snapshot \"" + m_snapshot.name + "\": the copies cannot be given back alone: " + m_knowledge.why(),
-                 m_knowledge.inspector().isThere() ? "mend that, then fictl snapshot release " + m_snapshot.name
-                                                   : "fictl snapshot delete " + m_snapshot.name +
-                                                         " deletes the copies together with their checkpoints")
+                 m_knowledge.inspector().isThere()
+                     ? "mend that, then fictl snapshot release " + m_snapshot.name
+                     : "fictl snapshot delete " + m_snapshot.name + (m_snapshot.isShared() ? " --even-if-in-use" : "") +
+                           " deletes the copies together with their checkpoints")
         .about(m_snapshot.name);
 }
 

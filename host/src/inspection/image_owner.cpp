@@ -1,5 +1,7 @@
 #include "host/src/inspection/image_owner.h"
 
+#include <algorithm>
+
 #include "host/src/provider/naming.h"
 #include "host/src/text/plain_text.h"
 
@@ -7,9 +9,23 @@ namespace fictl {
 
 namespace {
 
-SImageOwner ownerOfUnseen(const SSnapshot& snapshot, const GroupKey& group, SImageOwner found)
+// The disk of a copy goes with its image.
+bool showsCopy(const SInspection* inspection, const SSnapshot& snapshot, const GroupKey& group)
 {
-    found.owner = snapshot.isImported(group) ? EImageOwner::OURS : EImageOwner::UNKNOWN;
+    const std::vector<const SDevice*> devices = snapshot.devicesOf(group);
+    return inspection != nullptr && std::any_of(devices.begin(), devices.end(), [&](const SDevice* device) {
+               return !device->importSerial.empty() &&
+                      inspection->shows(device->importPath, device->importSerial) == EThere::YES;
+           });
+}
+
+// That the record has a copy says little where another host has the record, too: a release that was killed may have
+// given the image back, or somebody taken it away, and that host may have made its own since.
+SImageOwner ownerOfUnseen(const SSnapshot& snapshot, const GroupKey& group, const SInspection* inspection,
+                          SImageOwner found)
+{
+    const bool isOurs = snapshot.isImported(group) && (!snapshot.isShared() || showsCopy(inspection, snapshot, group));
+    found.owner = isOurs ? EImageOwner::OURS : EImageOwner::UNKNOWN;
     return found;
 }
 
@@ -37,10 +53,10 @@ SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, con
     SImageOwner found;
     found.image = naming::imageOfCheckpoint(snapshot.checkpoint);
     found.doubt = why;
-    if (inspection == nullptr) return ownerOfUnseen(snapshot, group, found);
+    if (inspection == nullptr) return ownerOfUnseen(snapshot, group, inspection, found);
     const EThere there = inspection->hasImage(group, found.image);
     found.doubt = inspection->doubt(group);
-    if (there == EThere::UNKNOWN) return ownerOfUnseen(snapshot, group, found);
+    if (there == EThere::UNKNOWN) return ownerOfUnseen(snapshot, group, inspection, found);
     if (there == EThere::NO) {
         found.owner = EImageOwner::NONE;
         return found;
@@ -48,7 +64,7 @@ SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, con
     const std::optional<std::set<std::string>>& granted = inspection->image(group, found.image)->permissions;
     if (!granted) {
         found.doubt = "the appliance does not tell which host it is granted to";
-        if (snapshot.isImageAsked(group)) return ownerOfUnseen(snapshot, group, found);
+        if (snapshot.isImageAsked(group)) return ownerOfUnseen(snapshot, group, inspection, found);
         found.owner = EImageOwner::OTHERS;
         found.holder = "a host that the appliance does not tell";
         return found;

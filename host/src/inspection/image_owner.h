@@ -26,8 +26,8 @@ struct SImageOwner
 
 /**
  * Tells whose an image is from what the record knows and what is on the appliance now. A host that was granted the
- * whole group is no holder of each image in it. Without an inspection only a copy that this record has imported is
- * known.
+ * whole group is no holder of each image in it. Where the image itself cannot be looked at, it is known to be this
+ * record's when the record has imported a copy and either its disk still shows here, or no other host has the record.
  * @param why there is no inspection
  */
 SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, const SInspection* inspection,

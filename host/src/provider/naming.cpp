@@ -8,6 +8,14 @@ namespace {
 
 constexpr std::string_view CHECKPOINT = "KSV_Check_Point_";
 constexpr std::string_view IMAGE = "KSV_Time_Image_";
+constexpr std::string_view ABSENT = "KSV_No__Image__";
+static_assert(ABSENT.size() == IMAGE.size(), "the same suffix is read from both");
+
+std::string withPrefix(std::string_view prefix, std::string_view checkpoint)
+{
+    if (!checkpoint.starts_with(CHECKPOINT)) return {};
+    return std::string(prefix) + std::string(checkpoint.substr(CHECKPOINT.size()));
+}
 
 std::string tagged(std::string_view tag, std::string_view value)
 {
@@ -51,8 +59,12 @@ bool isCheckpointName(std::string_view text)
 
 std::string imageOfCheckpoint(std::string_view checkpoint)
 {
-    if (!checkpoint.starts_with(CHECKPOINT)) return {};
-    return std::string(IMAGE) + std::string(checkpoint.substr(CHECKPOINT.size()));
+    return withPrefix(IMAGE, checkpoint);
+}
+
+std::string absentImageOfCheckpoint(std::string_view checkpoint)
+{
+    return withPrefix(ABSENT, checkpoint);
 }
 
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint)

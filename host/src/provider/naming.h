@@ -10,7 +10,7 @@
  *     node prefix     "<" provider ">"
  *     node            prefix + serial of the LUN
  *     checkpoint      "KSV_Check_Point_" + id of the process that made the snapshot
- *     time image      "KSV_Time_Image_"  + the same suffix
+ *     time image      "KSV_Time_Image_"  + the same suffix; the suffix is what stands behind the first 15 characters
  *     target device   prefix + "<DeviceID>" serial "<DeviceID/>" + "<Annotation>" checkpoint "<Annotation/>"
  *
  * A provider hands the target-device name out only when a checkpoint is made. Knowing its form lets the host dispose of
@@ -30,6 +30,8 @@ std::string checkpointOfProcess(int64_t pid);
 bool isCheckpointName(std::string_view text);
 /// Name of the time image that belongs to a checkpoint; empty for a text that is no checkpoint's name.
 std::string imageOfCheckpoint(std::string_view checkpoint);
+/// A name that a provider takes for that of the checkpoint's time image, and that no image has; empty likewise.
+std::string absentImageOfCheckpoint(std::string_view checkpoint);
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint);
 /// Checkpoint that a target-device name carries; empty when it carries none.
 std::string checkpointOfTarget(std::string_view target);

@@ -15,11 +15,17 @@ void CCopyGuard::refuse(const std::string& reason, const std::string& next) cons
         .about(m_snapshot.name);
 }
 
-void CCopyGuard::requireOwnImage(const GroupKey& group)
+EThere CCopyGuard::requireOwnImage(const GroupKey& group)
 {
     const SImageOwner found = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
     if (found.owner == EImageOwner::UNKNOWN) requireKnown(group, found);
-    if (found.owner != EImageOwner::OTHERS) return;
+    if (found.owner == EImageOwner::OTHERS) refuseForeign(group, found);
+    if (found.owner == EImageOwner::NONE) return EThere::NO;
+    return found.owner == EImageOwner::OURS ? EThere::YES : EThere::UNKNOWN;
+}
+
+void CCopyGuard::refuseForeign(const GroupKey& group, const SImageOwner& found) const
+{
     refuse("time image " + found.image + " of group " + groupText(group) + " is granted to " + found.holder +
                " and not imported by this record",
            "give it back there with fictl snapshot release " + m_snapshot.name +

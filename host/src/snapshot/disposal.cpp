@@ -23,11 +23,12 @@ EThere leftOf(const SInspection& seen, const GroupKey& group, const std::string&
 }
 
 /// Deletes what one group has, and judges by what was run for that.
-SDisposal dispose(CProvider& provider, const SDevice& device)
+SDisposal dispose(CProvider& provider, const SDevice& device, EImageDisposal image)
 {
     const CProvider::COwnReport own(provider);
     SNodeState state = device.state;
-    state.timeImage = naming::imageOfCheckpoint(state.checkPointName);
+    state.timeImage = image == EImageDisposal::DELETE ? naming::imageOfCheckpoint(state.checkPointName)
+                                                      : naming::absentImageOfCheckpoint(state.checkPointName);
     CNode primary(provider, device.node);
     primary.setState(state);
     // A name without the provider's prefix: the objects are then those that the states name. It tells the groups apart,
@@ -50,7 +51,7 @@ class CDisposals
   public:
     CDisposals(CProvider& provider, const SDisposalSteps& steps) : m_provider(provider), m_steps(steps) {}
 
-    void run(const SSnapshot& snapshot, const std::set<GroupKey>& groups, size_t atOnce);
+    void run(const SSnapshot& snapshot, const DisposalGroups& groups, size_t atOnce);
     void settle(const SSnapshot& snapshot, CKnowledge& knowledge);
     std::map<GroupKey, SDisposal> take() { return std::move(m_done); }
 
@@ -78,13 +79,13 @@ void CDisposals::enter(const GroupKey& group, SDisposal disposal)
     if (isConfirmed && m_steps.confirmed) m_steps.confirmed(group);
 }
 
-void CDisposals::run(const SSnapshot& snapshot, const std::set<GroupKey>& groups, size_t atOnce)
+void CDisposals::run(const SSnapshot& snapshot, const DisposalGroups& groups, size_t atOnce)
 {
     std::vector<base::CSideBySide::Task> tasks;
-    for (const GroupKey& group : groups) {
-        tasks.emplace_back([this, &snapshot, &group] {
+    for (const auto& [group, image] : groups) {
+        tasks.emplace_back([this, &snapshot, &group = group, image = image] {
             begin(group);
-            enter(group, dispose(m_provider, *snapshot.devicesOf(group).front()));
+            enter(group, dispose(m_provider, *snapshot.devicesOf(group).front(), image));
         });
     }
     base::runSideBySide(std::move(tasks), atOnce);
@@ -108,7 +109,7 @@ void CDisposals::settle(const SSnapshot& snapshot, CKnowledge& knowledge)
 }  // namespace
 
 std::map<GroupKey, SDisposal> disposeOfGroups(CProvider& provider, CKnowledge& knowledge, const SSnapshot& snapshot,
-                                              const std::set<GroupKey>& groups, const SDisposalSteps& steps)
+                                              const DisposalGroups& groups, const SDisposalSteps& steps)
 {
     CDisposals disposals(provider, steps);
     std::exception_ptr failure;

@@ -26,6 +26,16 @@ struct SDisposalSteps
     std::function<void(const GroupKey&)> confirmed = {};
 };
 
+/// Whether the time image of a group's checkpoint is to be deleted, too. Of one that is to stay nothing is sent that
+/// names it, so that an image that another host has made meanwhile stays: the appliance then refuses to delete its
+/// checkpoint, and the deletion is not confirmed.
+enum class EImageDisposal
+{
+    DELETE,
+    KEEP,
+};
+using DisposalGroups = std::map<GroupKey, EImageDisposal>;
+
 /**
  * Has the provider delete the time images and then the checkpoints of some groups of a snapshot, side by side, by the
  * appliance, the group and the names that the record holds: where the LUNs live now plays no part. The provider's
@@ -34,6 +44,6 @@ struct SDisposalSteps
  * afterwards finds neither object. What the steps throw is thrown again once the other groups are settled.
  */
 std::map<GroupKey, SDisposal> disposeOfGroups(CProvider& provider, CKnowledge& knowledge, const SSnapshot& snapshot,
-                                              const std::set<GroupKey>& groups, const SDisposalSteps& steps);
+                                              const DisposalGroups& groups, const SDisposalSteps& steps);
 
 }  // namespace fictl

@@ -113,9 +113,10 @@ std::string imageOf(const std::string& checkpoint)
     return checkpoint.starts_with(CHECKPOINT_PREFIX) ? IMAGE_PREFIX + checkpoint.substr(CHECKPOINT_PREFIX.size()) : "";
 }
 
+// The suffix counts, whatever stands in the place of the prefix.
 std::string checkpointOf(const std::string& image)
 {
-    return image.starts_with(IMAGE_PREFIX) ? CHECKPOINT_PREFIX + image.substr(IMAGE_PREFIX.size()) : "";
+    return CHECKPOINT_PREFIX + image.substr(std::min(image.size(), IMAGE_PREFIX.size()));
 }
 
 bool createAnnotation(const SData& data, const std::string& name)
