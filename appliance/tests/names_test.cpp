@@ -1,7 +1,15 @@
 // Which names and sizes are usable, and in which words the others are refused.
 #include "appliance/core/conventions/names.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "appliance/tests/test_support.h"
+#include "base/plain_text.h"
+#include "base/tests/name_corpus.h"
 
 namespace lumora {
 
@@ -30,6 +38,9 @@ TEST(Names, UsableOnes)
 
 TEST(Names, UnusableOnes)
 {
+    EXPECT_EQ(refusal(EObject::GROUP, "a\xFF"), "group name \"a\\xFF\" is not valid UTF-8");
+    EXPECT_EQ(refusal(EObject::GROUP, "a\xC2\x85"),
+              "group name \"a\\xC2\\x85\" must not hold a double quote or a control character");
     EXPECT_EQ(refusal(EObject::APPLIANCE, ""), "appliance name \"\" is empty");
     EXPECT_EQ(refusal(EObject::APPLIANCE, "appliance.db-wal"),
               "appliance name \"appliance.db-wal\" is taken by the store's own files");
@@ -62,6 +73,75 @@ TEST(Names, UnusableOnes)
     EXPECT_EQ(refusal(EObject::TIME_IMAGE, "a b"), "time image name \"a b\" must not hold a blank");
     EXPECT_EQ(refusal(EObject::GROUP, std::string(5000, 'a')),
               "group name \"" + std::string(40, 'a') + "\"... is longer than 255 bytes");
+}
+
+struct SCarrier
+{
+    EObject object;
+    base_test::ECarrier carrier;
+    std::string word;
+};
+
+TEST(Names, AreUsableForWhatTheyAreMeantFor)
+{
+    const std::vector<SCarrier> carriers = {{EObject::APPLIANCE, base_test::APPLIANCE, "appliance"},
+                                            {EObject::HOST, base_test::HOST, "host"},
+                                            {EObject::LUN, base_test::LUN, "LUN"},
+                                            {EObject::GROUP, base_test::GROUP, "group"},
+                                            {EObject::ANNOTATION, base_test::ANNOTATION, "annotation"},
+                                            {EObject::TIME_IMAGE, base_test::IMAGE, "time image"}};
+    for (const base_test::SCorpusName& name : base_test::nameCorpus()) {
+        for (const auto& [object, carrier, word] : carriers) {
+            const std::string text = refusal(object, name.name);
+            EXPECT_EQ(text == "accepted", name.isFor(carrier)) << name.what << ": " << text;
+            const std::string shown = name.name.size() <= 300 ? inQuotes(name.name) : inQuotes(name.name.substr(0, 40));
+            EXPECT_TRUE(name.isFor(carrier) || text.starts_with(word + " name " + shown)) << text;
+            EXPECT_TRUE(base::isPlainText(text)) << name.what;
+        }
+    }
+}
+
+TEST(Names, AreListedAsTheyAre)
+{
+    const test::CDemoStore demo;
+    std::set<std::string> groups = {"cg1"};
+    test::Lines lines = demo.lmsh("list cgroups").out;
+    for (const base_test::SCorpusName& name : base_test::namesFor(base_test::GROUP)) {
+        EXPECT_EQ(demo.lmadm({"group", "create", "--", name.name}).err, test::Lines()) << name.what;
+        groups.insert(name.name);
+        lines.push_back(name.name + " luns=0 annotations=0 timeimages=0");
+    }
+    std::set<std::string> listed;
+    const nlohmann::json document = demo.document({"group", "list"});
+    for (const nlohmann::json& group : document.at("groups")) {
+        listed.insert(group.at("name"));
+    }
+    EXPECT_EQ(listed, groups);
+    EXPECT_THAT(demo.lmsh("list cgroups").out, testing::UnorderedElementsAreArray(lines));
+}
+
+TEST(Names, OfCopiesAreListedAsTheyAre)
+{
+    const test::CDemoStore demo;
+    std::string commands;
+    test::Lines shown;
+    test::Lines listed;
+    for (const base_test::SCorpusName& name : base_test::namesFor(base_test::ANNOTATION)) {
+        const std::string quoted = '"' + name.name + '"';
+        const bool hasImage = name.isFor(base_test::IMAGE);
+        commands += "create annotation " + quoted + " \"cg1\"\nset message " + quoted + "\ncommit\n";
+        shown.push_back(quoted + " TIME " + quoted + " images=" + (hasImage ? "1" : "0"));
+        if (!hasImage) continue;
+        commands += "create timeimage " + quoted + " \"cg1\"\nuse annotation " + quoted + "\ncommit\n";
+        listed.push_back(name.name + " TIME annotation=" + quoted);
+    }
+    EXPECT_EQ(demo.lmsh(commands).err, test::Lines());
+    EXPECT_THAT(test::normalised(demo.lmsh("list timeimages \"cg1\"").out),
+                testing::UnorderedElementsAreArray(test::normalised(listed)));
+    const test::Lines group = test::normalised(demo.showGroup());
+    for (const std::string& line : test::normalised(shown)) {
+        EXPECT_THAT(group, testing::Contains(line));
+    }
 }
 
 TEST(Sizes, AreReadAndWritten)

@@ -187,6 +187,19 @@ void CInventory::checkIsNew(EObject object, const char* table, const SAppliance&
 {
     const std::string sql = std::string("SELECT 1 FROM ") + table + " WHERE appliance_id = ? AND name = ?";
     if (CQuery(m_database, sql.c_str(), appliance.id, name).next()) throwExists(object, name, onAppliance(appliance));
+    if (object == EObject::HOST) checkIsNoCasePair(appliance, name);
+}
+
+// Hosts go by their names in the network, where case does not count: of two such hosts neither would know which it is.
+void CInventory::checkIsNoCasePair(const SAppliance& appliance, const std::string& name)
+{
+    CQuery query(m_database, "SELECT id, name FROM host WHERE appliance_id = ? AND name = ? COLLATE NOCASE",
+                 appliance.id, name);
+    if (!query.next()) return;
+    throw EApplianceError(EStatus::EXISTS,
+                          "host " + inQuotes(name) + " differs from host " + inQuotes(readHost(query).name) + " " +
+                              onAppliance(appliance) + " by case alone",
+                          EObject::HOST);
 }
 
 void CInventory::createNamed(EObject object, const char* table, const SAppliance& appliance, const std::string& name)

@@ -99,6 +99,7 @@ class CInventory
     bool any(const char* sql, int64_t id);
     // The rows of hosts, groups and LUNs have a name that is unique on their appliance.
     void checkIsNew(EObject object, const char* table, const SAppliance& appliance, const std::string& name);
+    void checkIsNoCasePair(const SAppliance& appliance, const std::string& name);
     void createNamed(EObject object, const char* table, const SAppliance& appliance, const std::string& name);
 
     CStore& m_store;

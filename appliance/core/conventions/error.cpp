@@ -4,6 +4,8 @@
 #include <system_error>
 #include <utility>
 
+#include "base/plain_text.h"
+
 namespace lumora {
 
 namespace {
@@ -40,19 +42,7 @@ std::string_view objectWord(EObject object) noexcept
 
 std::string inQuotes(std::string_view name)
 {
-    static constexpr std::string_view DIGITS = "0123456789ABCDEF";
-    std::string text = "\"";
-    for (const char c : name) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x20 || byte == 0x7F) {
-            text += "\\x";
-            text += DIGITS[byte >> 4U];
-            text += DIGITS[byte & 0x0FU];
-        } else {
-            text += c;
-        }
-    }
-    return text + "\"";
+    return '"' + base::printable(name, "0123456789ABCDEF") + '"';
 }
 
 void tidyUp(const std::function<void()>& step)

@@ -58,7 +58,7 @@ std::string_view statusWord(EStatus status) noexcept;
 /// The word for an object in messages, such as "time image".
 std::string_view objectWord(EObject object) noexcept;
 
-/// The name in double quotes; control characters are shown as \xNN so that a message stays one line.
+/// The name in double quotes, for a message: what is no character to show is there as \xNN, so that it stays one line.
 std::string inQuotes(std::string_view name);
 
 /// Runs `step`, which tidies up behind a command that has had its effect already. A refusal is no failure of the

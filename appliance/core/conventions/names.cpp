@@ -5,6 +5,8 @@
 #include <charconv>
 #include <limits>
 
+#include "base/plain_text.h"
+
 namespace lumora {
 
 namespace {
@@ -49,7 +51,8 @@ void checkFree(EObject object, std::string_view name)
     // Section heads of the listings: a name that holds one would be taken for the section by a reader of the listing.
     static constexpr std::array<std::string_view, 6> HEADS = {
         "Protected LUNS:", "Monitor LUNS:", "Permissions:", "Stillmark LUNs:", "TimeImage LUNs:", "There are none!"};
-    if (std::any_of(name.begin(), name.end(), [](char c) { return isControl(c) || c == '"'; })) {
+    if (!base::isUtf8(name)) refuse(object, name, "is not valid UTF-8");
+    if (!base::isPlainText(name) || name.find('"') != std::string_view::npos) {
         refuse(object, name, "must not hold a double quote or a control character");
     }
     if (name.front() == ' ' || name.back() == ' ') refuse(object, name, "must not begin or end with a blank");

@@ -18,8 +18,8 @@ namespace lumora {
 ///   annotation 255   as a group, but "luns=" is free
 ///   time image 255   as an annotation, and without blanks
 ///
-/// The first three begin with a letter or digit. The others hold no double quote and no control character, and no blank
-/// at either end.
+/// The first three begin with a letter or digit. The others are valid UTF-8 without control characters and double
+/// quotes, and have no blank at either end.
 void checkName(EObject object, std::string_view name);
 
 /// "64MiB", "1GiB", "512K", "4096": a number of bytes, larger than 0; units are powers of 1024. Status malformed

@@ -2,21 +2,26 @@
 
 #include <string>
 
-#include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 
 namespace lumora {
 
 namespace {
 
+// A name as it is, and not as a message shows it: no name holds a double quote.
+std::string quoted(const std::string& name)
+{
+    return '"' + name + '"';
+}
+
 std::string describe(const STimeImage& image)
 {
-    return image.name + " " + image.created + " annotation=" + inQuotes(image.annotation);
+    return image.name + " " + image.created + " annotation=" + quoted(image.annotation);
 }
 
 std::string describe(const SAnnotation& annotation)
 {
-    return inQuotes(annotation.name) + " " + annotation.created + " " + inQuotes(annotation.message) +
+    return quoted(annotation.name) + " " + annotation.created + " " + quoted(annotation.message) +
            " images=" + std::to_string(annotation.timeImages);
 }
 

@@ -3,16 +3,16 @@
 #include <string>
 #include <string_view>
 
+#include "base/plain_text.h"
+
 namespace fictl {
 
 /// A snapshot's name: 1 to 128 letters, digits or "._:+@-", not beginning with "-" or ".".
 bool isSnapshotName(std::string_view name);
 /// A provider's name: 1 to 64 letters, digits or "_", not beginning with a digit.
 bool isProviderName(std::string_view name);
-/// Valid UTF-8 without control characters.
-bool isPlainText(std::string_view text);
-/// The text fit for a message: control characters and bytes that are not UTF-8 as \xNN.
-std::string printable(std::string_view text);
+using base::isPlainText;
+using base::printable;
 /// "1 disk", "2 disks"
 std::string counted(size_t number, const std::string& noun);
 /// "2.3 s"
