@@ -1,6 +1,7 @@
 // What fictl says of a command that failed: which one it was, and how it ended.
 #include <filesystem>
 
+#include "base/tests/name_corpus.h"
 #include "host/tests/fictl_fixture.h"
 
 namespace {
@@ -128,13 +129,13 @@ TEST_F(CFailedCommandTest, ABannerInFrontOfARefusalIsPartOfTheAnswer)
 }
 
 /// Groups whose names hold what answers are made of.
-class COddNameTest : public CFailedCommandTest, public testing::WithParamInterface<const char*>
+class COddNameTest : public CFailedCommandTest, public testing::WithParamInterface<base_test::SCorpusName>
 {
   protected:
     void SetUp() override
     {
         CFictlTest::SetUp();
-        m_group = GetParam();
+        m_group = GetParam().name;
         base_test::writeFile(fake("groups"), "ap1\t" + m_group + "\n");
         base_test::writeFile(fake("devices"), "/dev/fake1\tS1\tap1\t" + m_group + "\n");
     }
@@ -179,9 +180,6 @@ TEST_P(COddNameTest, ARefusedCreateIsNotTakenForANameInUse)
     EXPECT_EQ(run.err.find("another process id"), std::string::npos) << run.err;
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, COddNameTest,
-                         testing::Values("db that does not exist", "x] failed with error [y", "exists already",
-                                         "] and output [", "error", "fail timed out", "gr\xc3\xbc\xc3\x9f",
-                                         "a'b; $(x)"));
+INSTANTIATE_TEST_SUITE_P(Names, COddNameTest, testing::ValuesIn(base_test::answerLikeNames()));
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include "host/src/output/error.h"
 #include "host/src/provider/naming.h"
+#include "host/src/provider/usable_names.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -14,6 +15,7 @@ std::string disagreementOf(const SSnapshot& snapshot, const SDevice& device)
     const bool isWhole = !state.applianceName.empty() && !state.consistencyGroup.empty() && !state.serialNo.empty();
     if (!isWhole) return "\"state\" lacks appliance, group or serial";
     if (state.serialNo.find('/') != std::string::npos) return "the serial in \"state\" is a path";
+    if (const auto problem = findNameProblem(snapshot.provider, state)) return problem->reason;
     if (state.checkPointName != snapshot.checkpoint) return "\"state\" names another checkpoint";
     if (!state.timeImage.empty()) return "\"state\" names a time image";
     if (naming::serialOfNode(snapshot.provider, device.node) != state.serialNo) {

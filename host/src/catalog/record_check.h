@@ -8,8 +8,9 @@ namespace fictl {
 
 /**
  * Where a record contradicts itself, as a text: node, target-device name, state, appliance and group of each device
- * have to agree with each other and with the record's checkpoint, and no serial may read as a path or be the name of a
- * group, since either would lead the provider to another LUN. Empty when nothing is wrong.
+ * have to agree with each other and with the record's checkpoint, each name must be one that can be worked with, and no
+ * serial may read as a path or be the name of a group, since either would lead the provider to another LUN. Empty when
+ * nothing is wrong.
  */
 std::string findDisagreement(const SSnapshot& snapshot);
 

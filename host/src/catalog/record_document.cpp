@@ -117,6 +117,15 @@ void checkHead(const json& document)
     checkKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
 }
 
+std::string dump(const json& document)
+{
+    try {
+        return document.dump(1) + "\n";
+    } catch (const json::type_error&) {
+        reject("a name in it is not valid UTF-8");
+    }
+}
+
 }  // namespace
 
 std::string writeDocument(const SSnapshot& snapshot)
@@ -136,7 +145,7 @@ std::string writeDocument(const SSnapshot& snapshot)
                            {"created", snapshot.created},
                            {"checkpoint", snapshot.checkpoint},
                            {"devices", devices}};
-    std::string text = document.dump(1) + "\n";
+    std::string text = dump(document);
     // Reading it back shows now, not on the other host, that it cannot be carried.
     readDocument(text);
     return text;

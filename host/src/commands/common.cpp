@@ -27,7 +27,7 @@ void requireSnapshotName(const std::string& name)
 {
     if (isSnapshotName(name)) return;
     throw EFictl(EExit::USAGE, "\"" + printable(name) + "\" cannot be a snapshot's name",
-                 "use 1 to 128 letters, digits or ._:+@-, beginning with a letter or digit");
+                 "use 1 to 128 letters, digits or ._:+@-, not beginning with . or -");
 }
 
 void requireDevices(const std::vector<std::string>& devices)

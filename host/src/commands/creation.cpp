@@ -7,6 +7,7 @@
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/naming.h"
+#include "host/src/provider/usable_names.h"
 #include "host/src/snapshot/creation_outcome.h"
 #include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
@@ -74,8 +75,11 @@ void CSnapshotCreation::goOnElsewhere(const SInspection* seen)
     throw inUse;
 }
 
-void CSnapshotCreation::refuseDevice(const std::string& path, const std::string& reason)
+void CSnapshotCreation::refuseDevice(const std::string& path, const std::string& reason, const std::string& next)
 {
+    if (!next.empty()) {
+        throw EFictl(EExit::NOT_CLAIMED, "device " + path + ": " + reason + "; nothing was made", next);
+    }
     // A provider that could not read an appliance's inventory serves none of its devices.
     SApplianceReport report = m_provider->takeReport();
     const bool isKnown = report.empty();
@@ -93,7 +97,7 @@ void CSnapshotCreation::setUp()
         stopPoint();
         m_context.progress.step("set up " + given);
         const auto [path, offer] = offerByAnyName(*m_tree, given, knownPaths);
-        if (!offer.claimed) refuseDevice(given, offer.reason);
+        if (!offer.claimed) refuseDevice(given, offer.reason, offer.next);
         for (const SDevice& other : m_record.devices) {
             if (other.node != offer.node) continue;
             throw EFictl(EExit::USAGE,
@@ -105,6 +109,9 @@ void CSnapshotCreation::setUp()
         device.source = path;
         device.node = offer.node;
         device.state = node.state();
+        if (const auto problem = findNameProblem(m_record.provider, device.state)) {
+            refuseDevice(given, problem->reason, problem->next);
+        }
         device.state.checkPointName = m_record.checkpoint;
         device.target = naming::targetDevice(m_record.provider, offer.serial, m_record.checkpoint);
         device.made = EMade::UNKNOWN;

@@ -52,7 +52,7 @@ class CSnapshotCreation
     void requireUnambiguous(const SInspection& seen) const;
     void requireFreeName(const SInspection& seen);
     [[noreturn]] void goOnElsewhere(const SInspection* seen);
-    [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason);
+    [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason, const std::string& next);
     SMakeResult make();
     SResult settle(const SMakeResult& made);
 

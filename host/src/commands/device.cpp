@@ -10,6 +10,7 @@
 #include "host/src/output/error_text.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/node_tree.h"
+#include "host/src/provider/provider_library.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -90,7 +91,7 @@ SResult listAllDevices(const SContext& context)
         throw EFictl(EExit::FAILED, "the disks of this host could not be read: " + diskReason(*seen), "fictl doctor");
     }
     warnOfSilence(*seen);
-    const std::vector<SListedDisk> disks = listDisks(*seen);
+    const std::vector<SListedDisk> disks = listDisks(*seen, CProviderLibrary::nameOf(context.chosenProvider()));
     return resultOf({{"devices", devicesJson(disks)}}, formatTable(deviceRows(disks)));
 }
 

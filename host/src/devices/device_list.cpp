@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <tuple>
 
+#include "host/src/provider/usable_names.h"
 #include "host/src/text/display_text.h"
 
 namespace fictl {
@@ -36,9 +37,19 @@ std::map<std::string, SPlace> placesOf(const SInspection& inspection)
     return places;
 }
 
+std::optional<SNameProblem> nameProblem(const std::string& provider, const SListedDisk& disk)
+{
+    if (!disk.image.empty()) return std::nullopt;
+    SNodeState state;
+    state.applianceName = disk.appliance;
+    state.consistencyGroup = disk.group;
+    state.serialNo = disk.serial;
+    return findNameProblem(provider, state);
+}
+
 }  // namespace
 
-std::vector<SListedDisk> listDisks(const SInspection& inspection)
+std::vector<SListedDisk> listDisks(const SInspection& inspection, const std::string& provider)
 {
     const std::map<std::string, SPlace> places = placesOf(inspection);
     std::map<std::string, std::string> ambiguous;
@@ -58,6 +69,7 @@ std::vector<SListedDisk> listDisks(const SInspection& inspection)
         std::tie(disk.appliance, disk.group) = place->second.group;
         disk.image = place->second.image;
         if (!disk.image.empty()) disk.reason = "a copy, of a time image";
+        if (auto problem = nameProblem(provider, disk)) disk.reason = problem->reason;
         if (const auto doubt = ambiguous.find(serial); doubt != ambiguous.end()) disk.reason = doubt->second;
     }
     std::vector<SListedDisk> list;

@@ -20,7 +20,8 @@ struct SListedDisk
 };
 
 /// Every disk that the inspection found on this host, in order of the paths as people count.
-std::vector<SListedDisk> listDisks(const SInspection& inspection);
+/// @param provider its name
+std::vector<SListedDisk> listDisks(const SInspection& inspection, const std::string& provider);
 
 json devicesJson(const std::vector<SListedDisk>& disks);
 Rows deviceRows(const std::vector<SListedDisk>& disks);

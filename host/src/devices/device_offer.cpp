@@ -9,6 +9,16 @@
 
 namespace fictl {
 
+namespace {
+
+// A device that is protected by an appliance has been found, whether it can be worked with or not.
+bool isAnswer(const SOffer& offer)
+{
+    return offer.claimed || !offer.next.empty();
+}
+
+}  // namespace
+
 KnownPaths inspectedPaths(const std::string& provider, std::chrono::seconds timeout)
 {
     const auto paths = std::make_shared<std::optional<std::set<std::string>>>();
@@ -36,7 +46,7 @@ SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const Know
     const std::vector<std::string> names = localNames(given);
     for (const std::string& name : names) {
         SOffer offer = tree.offer(name);
-        if (offer.claimed) return {name, std::move(offer)};
+        if (isAnswer(offer)) return {name, std::move(offer)};
         if (refused.offer.reason.empty()) refused.offer = std::move(offer);
     }
     // Where nothing is at the path, it cannot lead to a device that the provider knows under another name.
@@ -44,7 +54,7 @@ SNamedOffer offerByAnyName(CNodeTree& tree, const std::string& given, const Know
     const std::optional<std::string> known = resolveDevice(given, knownPaths());
     if (!known || std::find(names.begin(), names.end(), *known) != names.end()) return refused;
     SOffer offer = tree.offer(*known);
-    return offer.claimed ? SNamedOffer{*known, std::move(offer)} : refused;
+    return isAnswer(offer) ? SNamedOffer{*known, std::move(offer)} : refused;
 }
 
 }  // namespace fictl

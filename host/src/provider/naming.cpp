@@ -17,12 +17,23 @@ std::string withPrefix(std::string_view prefix, std::string_view checkpoint)
     return std::string(prefix) + std::string(checkpoint.substr(CHECKPOINT.size()));
 }
 
+constexpr std::string_view SERIAL_TAG = "DeviceID";
+constexpr std::string_view CHECKPOINT_TAG = "Annotation";
+
+std::string opening(std::string_view tag)
+{
+    return "<" + std::string(tag) + ">";
+}
+
+// Carries the slash behind the name: that is the provider's form.
+std::string closing(std::string_view tag)
+{
+    return "<" + std::string(tag) + "/>";
+}
+
 std::string tagged(std::string_view tag, std::string_view value)
 {
-    std::string text;
-    // The closing part carries the slash behind the name: that is the provider's form.
-    text.append("<").append(tag).append(">").append(value).append("<").append(tag).append("/>");
-    return text;
+    return opening(tag).append(value).append(closing(tag));
 }
 
 }  // namespace
@@ -69,17 +80,21 @@ std::string absentImageOfCheckpoint(std::string_view checkpoint)
 
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint)
 {
-    return nodePrefix(provider) + tagged("DeviceID", serial) + tagged("Annotation", checkpoint);
+    return nodePrefix(provider) + tagged(SERIAL_TAG, serial) + tagged(CHECKPOINT_TAG, checkpoint);
+}
+
+std::vector<std::string> targetTags()
+{
+    return {opening(SERIAL_TAG), closing(SERIAL_TAG), opening(CHECKPOINT_TAG), closing(CHECKPOINT_TAG)};
 }
 
 std::string checkpointOfTarget(std::string_view target)
 {
-    constexpr std::string_view OPEN = "<Annotation>";
-    constexpr std::string_view CLOSE = "<Annotation/>";
-    const size_t open = target.find(OPEN);
-    if (open == std::string_view::npos) return {};
-    const size_t from = open + OPEN.size();
-    const size_t close = target.find(CLOSE, from);
+    const std::string open = opening(CHECKPOINT_TAG);
+    const size_t at = target.find(open);
+    if (at == std::string_view::npos) return {};
+    const size_t from = at + open.size();
+    const size_t close = target.find(closing(CHECKPOINT_TAG), from);
     return close == std::string_view::npos ? std::string() : std::string(target.substr(from, close - from));
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 /**
  * What this host knows of a provider's names, all in one place.
@@ -33,6 +34,8 @@ std::string imageOfCheckpoint(std::string_view checkpoint);
 /// A name that a provider takes for that of the checkpoint's time image, and that no image has; empty likewise.
 std::string absentImageOfCheckpoint(std::string_view checkpoint);
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint);
+/// What stands around the parts of a target-device name, so that no part can hold it.
+std::vector<std::string> targetTags();
 /// Checkpoint that a target-device name carries; empty when it carries none.
 std::string checkpointOfTarget(std::string_view target);
 

@@ -18,16 +18,22 @@ constexpr SField FIELDS[] = {
     {"CheckPointName", &SNodeState::checkPointName},     {"SerialNo", &SNodeState::serialNo},
 };
 
-bool isPlain(char c)
+std::string opening(std::string_view tag)
 {
-    return c != '<' && static_cast<unsigned char>(c) >= 0x20 && c != 0x7f;
+    return "<" + std::string(tag) + ">";
 }
 
-bool take(std::string_view& text, std::string_view expected)
+std::string closing(std::string_view tag)
 {
-    if (!text.starts_with(expected)) return false;
-    text.remove_prefix(expected.size());
-    return true;
+    return "</" + std::string(tag) + ">";
+}
+
+bool isValue(std::string_view text)
+{
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
+    return std::ranges::none_of(text, isControl) && std::ranges::none_of(nodeStateTags(), [text](const auto& tag) {
+               return text.find(tag) != std::string_view::npos;
+           });
 }
 
 }  // namespace
@@ -36,12 +42,14 @@ std::optional<SNodeState> parseNodeState(std::string_view text)
 {
     SNodeState state;
     for (const SField& field : FIELDS) {
-        const std::string tag(field.tag);
-        if (!take(text, "<" + tag + ">")) return std::nullopt;
-        const auto end = std::find_if_not(text.begin(), text.end(), isPlain);
-        state.*field.value = std::string(text.begin(), end);
-        text.remove_prefix(static_cast<size_t>(end - text.begin()));
-        if (!take(text, "</" + tag + ">\n")) return std::nullopt;
+        const std::string open = opening(field.tag);
+        const std::string close = closing(field.tag) + "\n";
+        const size_t end = text.find(close);
+        if (!text.starts_with(open) || end == std::string_view::npos) return std::nullopt;
+        const std::string_view value = text.substr(open.size(), end - open.size());
+        if (!isValue(value)) return std::nullopt;
+        state.*field.value = std::string(value);
+        text.remove_prefix(end + close.size());
     }
     if (!text.empty()) return std::nullopt;
     return state;
@@ -51,10 +59,22 @@ std::string writeNodeState(const SNodeState& state)
 {
     std::string text;
     for (const SField& field : FIELDS) {
-        text.append("<").append(field.tag).append(">").append(state.*field.value);
-        text.append("</").append(field.tag).append(">\n");
+        text.append(opening(field.tag)).append(state.*field.value).append(closing(field.tag)).append("\n");
     }
     return text;
+}
+
+const std::vector<std::string>& nodeStateTags()
+{
+    static const std::vector<std::string> tags = [] {
+        std::vector<std::string> all;
+        for (const SField& field : FIELDS) {
+            all.push_back(opening(field.tag));
+            all.push_back(closing(field.tag));
+        }
+        return all;
+    }();
+    return tags;
 }
 
 }  // namespace fictl

@@ -3,6 +3,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace fictl {
 
@@ -16,7 +17,8 @@ namespace fictl {
  *     <CheckPointName>value</CheckPointName>
  *     <SerialNo>value</SerialNo>
  *
- * one line each, each line ended by a newline, values as they stand and without "<" or control characters.
+ * one line each, each line ended by a newline, values as they stand. A provider looks for the tags wherever they stand,
+ * so that no value may hold one of the twelve; nor may it hold a control character.
  */
 struct SNodeState
 {
@@ -33,5 +35,7 @@ struct SNodeState
 /// Nothing when the text is not exactly of the form above.
 std::optional<SNodeState> parseNodeState(std::string_view text);
 std::string writeNodeState(const SNodeState& state);
+/// The tags that begin and end a value.
+const std::vector<std::string>& nodeStateTags();
 
 }  // namespace fictl

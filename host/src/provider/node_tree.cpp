@@ -3,6 +3,7 @@
 #include "framework/include/obzx_runtime.h"
 #include "host/src/output/error.h"
 #include "host/src/provider/naming.h"
+#include "host/src/provider/usable_names.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -40,11 +41,20 @@ bool claims(CProvider& provider, obzx_objid* identity)
     return result == OBZ_CLAIM_SECONDARY;
 }
 
-SOffer notClaimed(const char* reason)
+SOffer notClaimed(const std::string& reason, const std::string& next = {})
 {
     SOffer offer;
     offer.reason = reason;
+    offer.next = next;
     return offer;
+}
+
+std::optional<SNameProblem> findNameProblem(const std::string& provider, const SOffer& offer)
+{
+    for (const std::string& group : offer.groups) {
+        if (auto problem = findNameProblem(provider, ENamed::GROUP, group)) return problem;
+    }
+    return findNameProblem(provider, ENamed::SERIAL, offer.serial);
 }
 
 }  // namespace
@@ -74,6 +84,9 @@ SOffer CNodeTree::offer(const std::string& device)
         throw EFictl(EExit::FAILED, "device " + printable(device) + ": the provider's node \"" + printable(offer.node) +
                                         "\" has no serial or no group")
             .withReport(m_provider.takeReport());
+    }
+    if (const auto problem = findNameProblem(m_provider.name(), offer)) {
+        return notClaimed(problem->reason, problem->next);
     }
     CNode node(m_provider, offer.node);
     if (m_provider.call().supports_fitype(node.record(), "any") != 1) {

@@ -14,6 +14,7 @@ struct SOffer
 {
     bool claimed = false;
     std::string reason;               ///< why not, when not claimed
+    std::string next;                 ///< what to do about a LUN that is protected and still not claimed
     std::string node;                 ///< the provider's own node for the device
     std::string serial;               ///< of the LUN behind the device
     std::vector<std::string> groups;  ///< group nodes that hold it
@@ -31,7 +32,8 @@ class CNodeTree
     CNodeTree(const CNodeTree&) = delete;
     CNodeTree& operator=(const CNodeTree&) = delete;
 
-    /// Interposes, claims and asks for a snapshot method. Throws EFictl (FAILED) on an answer that cannot be used.
+    /// Interposes, claims and asks for a snapshot method. What has a name that cannot be worked with is not claimed.
+    /// Throws EFictl (FAILED) on an answer that cannot be used.
     SOffer offer(const std::string& device);
     /// Sets the groups of an offer and the node itself up; throws EFictl (FAILED) when the provider refuses one.
     CNode& add(const SOffer& offer);

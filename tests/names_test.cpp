@@ -1,0 +1,276 @@
+// Whatever an appliance's objects are called: everything works with a name, from the listing of devices to the deletion
+// of a snapshot, or its creation refuses with the reason, and nothing is left behind.
+#include <algorithm>
+#include <cctype>
+
+#include "base/tests/name_corpus.h"
+#include "tests/backup_fixture.h"
+
+using base_test::namesFor;
+using base_test::SCorpusName;
+using nlohmann::json;
+
+namespace {
+
+std::string reasonOf(const SCorpusName& group)
+{
+    return "the name of consistency group \"" + group.name + "\" " + group.unusable;
+}
+
+std::string inLowerCase(std::string text)
+{
+    std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
+    return text;
+}
+
+class CNamesTest : public CBackupTest
+{
+  protected:
+    void need(const std::vector<std::string>& words) const
+    {
+        const SRun done = site.lmadm(words);
+        ASSERT_EQ(done.status, 0) << done.err;
+    }
+    void addAppliance(const std::string& name) const
+    {
+        need({"appliance", "create", name});
+        need({"--appliance", name, "host", "create", "production"});
+        need({"--appliance", name, "host", "create", "backup"});
+    }
+    void addGroup(const std::string& appliance, const std::string& name) const
+    {
+        need({"--appliance", appliance, "group", "create", "--", name});
+    }
+    void addLun(const std::string& appliance, const std::string& group, const std::string& name) const
+    {
+        need({"--appliance", appliance, "lun", "create", name, "--group=" + group, "--size", "4KiB"});
+        need({"--appliance", appliance, "lun", "present", name, "production"});
+        site.write(appliance, name, "content of " + appliance + " " + name + "; ");
+    }
+    /// Runs commands of the appliance's shell as one script.
+    void tell(const std::string& appliance, const std::string& commands) const
+    {
+        const std::string file = (site.folder() / "script").string();
+        writeFile(file, "server " + appliance + "\n" + commands + "exit\n");
+        const SRun done = site.shell("production", "lmsh <" + file);
+        ASSERT_EQ(done.status, 0) << done.err;
+    }
+
+    /// Path of each LUN by its name.
+    std::map<std::string, std::string> devices(const std::string& appliance) const
+    {
+        std::map<std::string, std::string> paths;
+        const json listed = site.lmadm({"--appliance", appliance, "--output", "json", "lun", "list"}).json();
+        for (const json& lun : listed.at("luns")) {
+            paths[lun.at("name")] = lun.at("device");
+        }
+        return paths;
+    }
+    /// All that the groups of an appliance hold besides their LUNs.
+    json copies(const std::string& appliance, const std::vector<std::string>& groups) const
+    {
+        json found = json::array();
+        for (const std::string& group : groups) {
+            const json shown =
+                site.lmadm({"--appliance", appliance, "--output", "json", "group", "show", "--", group}).json();
+            found.push_back({shown.at("name"), shown.at("annotations"), shown.at("time_images")});
+        }
+        return found;
+    }
+
+    /// Takes a snapshot, carries it to the other host, imports it there, compares, gives it back and deletes it.
+    void expectWhole(const std::string& name, const std::vector<std::string>& sources) const
+    {
+        const SRun created = create(name, sources);
+        ASSERT_EQ(created.status, 0) << created.err;
+        const std::map<std::string, std::string> paths = importOnBackup(name);
+        EXPECT_EQ(paths.size(), sources.size());
+        for (const auto& [source, copy] : paths) {
+            EXPECT_EQ(contentOf(copy), contentOf(source)) << source;
+        }
+        expectDone("backup", {"snapshot", "show", name});
+        expectDone("backup", {"snapshot", "release", name});
+        expectDone("production", {"snapshot", "list"});
+        expectDone("production", {"snapshot", "delete", name});
+        EXPECT_EQ(site.fictl("backup", {"snapshot", "delete", name}).status, 0);
+    }
+    void expectDone(const std::string& host, const std::vector<std::string>& words) const
+    {
+        const SRun done = site.fictl(host, words);
+        EXPECT_EQ(done.status, 0) << done.err;
+        EXPECT_EQ(done.err, "") << words.at(1);
+    }
+};
+
+}  // namespace
+
+class CGroupNamesTest : public CNamesTest
+{
+  protected:
+    void SetUp() override
+    {
+        addAppliance("alpha");
+        for (const SCorpusName& group : m_groups) {
+            const std::string lun = "lun" + std::to_string(m_names.size());
+            m_names.push_back(group.name);
+            addGroup("alpha", group.name);
+            addLun("alpha", group.name, lun);
+        }
+        site.setUpHosts();
+        const std::map<std::string, std::string> paths = devices("alpha");
+        for (size_t i = 0; i < m_names.size(); ++i) {
+            m_devices[m_names[i]] = paths.at("lun" + std::to_string(i));
+        }
+    }
+
+    // As the list of all devices tells it, and the answer about each one.
+    void expectListed() const
+    {
+        std::vector<std::string> words = {"--output", "json", "device", "list"};
+        const json all = site.fictl("production", words).json().at("devices");
+        for (const auto& [group, path] : m_devices) {
+            words.push_back(path);
+        }
+        const SRun asked = site.fictl("production", words);
+        EXPECT_EQ(asked.status, 0) << asked.err;
+        const json answers = asked.json().at("devices");
+        for (const SCorpusName& group : m_groups) {
+            expectListed(group, all);
+            expectListed(group, answers);
+        }
+    }
+    void expectListed(const SCorpusName& group, const json& entries) const
+    {
+        const std::string& path = m_devices.at(group.name);
+        const auto entry = std::ranges::find_if(entries, [&](const json& each) { return each.at("device") == path; });
+        ASSERT_NE(entry, entries.end()) << group.what;
+        EXPECT_EQ(entry->at("claimed"), group.unusable.empty()) << group.what;
+        EXPECT_EQ(entry->value("group", group.name), group.name);
+        if (!group.unusable.empty()) {
+            EXPECT_EQ(entry->at("reason"), reasonOf(group));
+        }
+    }
+
+    void expectRefused(const SCorpusName& group) const
+    {
+        const std::string& device = m_devices.at(group.name);
+        const SRun run = create("refused", {device});
+        EXPECT_EQ(run.status, 7) << group.what;
+        const json error = run.json().at("error");
+        EXPECT_EQ(error.at("message"), "device " + device + ": " + reasonOf(group) + "; nothing was made");
+        EXPECT_EQ(error.at("next"), "give the group another name on the appliance, or move its LUNs to another group");
+    }
+
+    const std::vector<SCorpusName> m_groups = namesFor(base_test::GROUP);
+    std::vector<std::string> m_names;
+    std::map<std::string, std::string> m_devices;  // by group
+};
+
+TEST_F(CGroupNamesTest, WorkFromTheListToTheDeletionOrAreRefusedBeforeAnythingIsMade)
+{
+    const json before = copies("alpha", m_names);
+    expectListed();
+    std::vector<std::string> usable;
+    for (const SCorpusName& group : m_groups) {
+        if (group.unusable.empty()) {
+            usable.push_back(m_devices.at(group.name));
+        } else {
+            expectRefused(group);
+        }
+    }
+    EXPECT_EQ(copies("alpha", m_names), before);
+    ASSERT_GT(usable.size(), 50U);
+    ASSERT_GT(m_groups.size() - usable.size(), 5U);
+    expectWhole("nightly", usable);
+    EXPECT_EQ(copies("alpha", m_names), before);
+}
+
+// What is in the group already is somebody else's, whatever it is called.
+TEST_F(CNamesTest, OfWhatIsInTheGroupKeepNothingFromWorking)
+{
+    addAppliance("alpha");
+    addGroup("alpha", "payroll");
+    addLun("alpha", "payroll", "data");
+    site.setUpHosts();
+    std::string script;
+    std::string shown;
+    for (const SCorpusName& name : namesFor(base_test::ANNOTATION)) {
+        script += "create annotation \"" + name.name + "\" \"payroll\"\nset message \"" + name.name.substr(0, 20) +
+                  "\"\ncommit\n";
+        if (!name.isFor(base_test::IMAGE)) continue;
+        script += "create timeimage \"" + name.name + "\" \"payroll\"\nuse annotation \"" + name.name +
+                  "\"\nadd permission \"production\"\nset preserve mode no\ncommit\n";
+    }
+    tell("alpha", script);
+    const json before = copies("alpha", {"payroll"});
+    EXPECT_EQ(before[0][1].size(), namesFor(base_test::ANNOTATION).size());
+    EXPECT_EQ(before[0][2].size(), namesFor(base_test::IMAGE).size());
+    expectWhole("nightly", {devices("alpha").at("data")});
+    EXPECT_EQ(copies("alpha", {"payroll"}), before);
+}
+
+// Each appliance has a group of the same name, so that nothing but its own name tells them apart.
+TEST_F(CNamesTest, OfAppliancesWork)
+{
+    std::vector<std::string> sources;
+    for (const SCorpusName& appliance : namesFor(base_test::APPLIANCE)) {
+        addAppliance(appliance.name);
+        addGroup(appliance.name, "payroll");
+        addLun(appliance.name, "payroll", "data");
+        sources.push_back(devices(appliance.name).at("data"));
+    }
+    site.setUpHosts();
+    expectWhole("nightly", sources);
+    for (const SCorpusName& appliance : namesFor(base_test::APPLIANCE)) {
+        EXPECT_EQ(copies(appliance.name, {"payroll"})[0][1].size(), 0U) << appliance.name;
+    }
+}
+
+TEST_F(CNamesTest, OfLunsWork)
+{
+    addAppliance("alpha");
+    addGroup("alpha", "payroll");
+    for (const SCorpusName& lun : namesFor(base_test::LUN)) {
+        addLun("alpha", "payroll", lun.name);
+    }
+    site.setUpHosts();
+    std::vector<std::string> sources;
+    for (const auto& [lun, path] : devices("alpha")) {
+        sources.push_back(path);
+    }
+    expectWhole("nightly", sources);
+    EXPECT_EQ(copies("alpha", {"payroll"})[0][1].size(), 0U);
+}
+
+TEST_F(CNamesTest, OfHostsWork)
+{
+    addAppliance("alpha");
+    addGroup("alpha", "payroll");
+    addLun("alpha", "payroll", "data");
+    std::map<std::string, std::string> hosts;  // by what a network compares
+    for (const SCorpusName& host : namesFor(base_test::HOST)) {
+        const auto [other, isNew] = hosts.emplace(inLowerCase(host.name), host.name);
+        if (host.name == "backup") continue;
+        const SRun made = site.lmadm({"--appliance", "alpha", "host", "create", host.name});
+        EXPECT_EQ(made.err, isNew ? ""
+                                  : "lmadm: host \"" + host.name + "\" differs from host \"" + other->second +
+                                        "\" on appliance \"alpha\" by case alone; choose another name, or delete the "
+                                        "existing one first\n");
+    }
+    site.setUpHosts();
+    const std::string source = devices("alpha").at("data");
+    ASSERT_EQ(create("nightly", {source}).status, 0);
+    carry("nightly");
+    // All of them are in the listing; these a resolver or a shell might take for something else.
+    for (const std::string& host : {std::string("77"), std::string("0"), std::string("no"), std::string("exit"),
+                                    std::string("host-1.example.com"), std::string(253, 'h')}) {
+        ASSERT_TRUE(hosts.contains(host)) << host;
+        // The other host under another name, with what it has received.
+        need({"host", "setup", "--root", site.root("backup").string(), "--host", host});
+        const SRun imported = site.fictl("backup", {"--output", "json", "snapshot", "import", "nightly"});
+        ASSERT_EQ(imported.status, 0) << host << ": " << imported.err;
+        EXPECT_EQ(contentOf(imported.json().at("snapshot").at("devices").at(0).at("import_path")), contentOf(source));
+        expectDone("backup", {"snapshot", "release", "nightly"});
+    }
+    expectDone("production", {"snapshot", "delete", "nightly"});
+}
