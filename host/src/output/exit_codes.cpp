@@ -14,7 +14,9 @@ constexpr SExitCode CODES[] = {
     {EExit::STATE, "state",
      "the snapshot's state does not allow it, another fictl is at work on it, or a copy is in use"},
     {EExit::PROVIDER, "provider", "the provider could not be loaded or started"},
-    {EExit::NOT_CLAIMED, "not-claimed", "a device is not served by the provider, or is ambiguous; nothing was done"},
+    {EExit::NOT_CLAIMED, "not-claimed",
+     "a device is not served by the provider, is ambiguous, or has a name that cannot be worked with; nothing was "
+     "done"},
     {EExit::FAILED, "failed", "the provider or the appliance refused or failed, or the doctor found something to mend"},
     {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
     {EExit::NOT_DELETED, "not-deleted",
