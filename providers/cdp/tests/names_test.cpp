@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include "base/tests/name_corpus.h"
+#include "providers/cdp/cdp_identities.h"
+
 namespace cdpfi {
 
 TEST(Names, TheCheckPointOfAProcessEndsInItsId)
@@ -43,6 +46,18 @@ TEST(Names, ATextWithoutTagsIsReadWithTheSameArithmeticAsAState)
     const STargetDevice target = parseTargetDevice("0123456789abcdef");
     EXPECT_EQ(CString("9abcdef"), target.m_source);    // from the length of <DeviceID> - 1 on
     EXPECT_EQ(CString("bcdef"), target.m_checkPoint);  // from the length of <Annotation> - 1 on
+}
+
+TEST(Names, ASerialIsReadBackFromATargetDeviceName)
+{
+    for (const base_test::SCorpusName& serial : base_test::namesFor(base_test::SERIAL)) {
+        const CString name = targetDeviceName("<cdpfi>", serial.name, "KSV_Check_Point_7");
+        const STargetDevice target = parseTargetDevice(bytesOf(name));
+        EXPECT_EQ(serial.name, bytesOf(target.m_source)) << serial.what;
+        EXPECT_EQ(CString("KSV_Check_Point_7"), target.m_checkPoint) << serial.what;
+        const CIdentityPtr identity = newIdentity(name);
+        EXPECT_EQ(bytesOf(name), identity->name) << serial.what;
+    }
 }
 
 }  // namespace cdpfi

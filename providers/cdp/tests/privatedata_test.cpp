@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "base/tests/name_corpus.h"
 #include "framework/include/obzx_runtime.h"
 #include "providers/cdp/tests/support/memory_faults.h"
 
@@ -243,6 +244,24 @@ TEST(PrivateData, WithoutMemoryForTheBlobNothingIsWrittenToIt)
     EXPECT_THROW(data.getNodeState(&blob), std::bad_alloc);
     EXPECT_EQ(7u, blob.size);
     EXPECT_EQ(9, blob.encoding);
+}
+
+TEST(PrivateData, AGroupsNameIsReadBackUnlessItHoldsATag)
+{
+    for (const base_test::SCorpusName& group : base_test::nameCorpus()) {
+        if (group.unusable.find("a part of a node's state") != std::string::npos) continue;
+        CCDPPrivateData written(nullptr, false);
+        fill(written);
+        written.m_consistencyGroup = CString(group.name.data(), group.name.size());
+        obz_blob blob{};
+        ASSERT_EQ(OBZ_OK, written.getNodeState(&blob));
+        CCDPPrivateData read(nullptr, false);
+        EXPECT_EQ(OBZ_OK, read.setNodeState(&blob));
+        obzx_free_buf(blob.data, blob.size);
+        EXPECT_EQ(group.name, bytesOf(read.m_consistencyGroup)) << group.what;
+        read.m_consistencyGroup = "cg1";
+        expectFilled(read);
+    }
 }
 
 }  // namespace cdpfi
