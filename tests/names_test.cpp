@@ -185,6 +185,22 @@ TEST_F(CGroupNamesTest, WorkFromTheListToTheDeletionOrAreRefusedBeforeAnythingIs
     EXPECT_EQ(copies("alpha", m_names), before);
 }
 
+TEST_F(CNamesTest, ThatAreNoUtf8AreRefused)
+{
+    addAppliance("alpha");
+    addGroup("alpha", "cafe");
+    addLun("alpha", "cafe", "data");
+    site.setUpHosts();
+    site.replaceShell("production",
+                      "#!/bin/sh\nLC_ALL=C sed 's/caf\\xe9/cafe/' | lmsh | LC_ALL=C sed 's/cafe/caf\\xe9/'\n");
+    const std::string device = devices("alpha").at("data");
+    const SRun run = create("refused", {device});
+    EXPECT_EQ(run.status, 7);
+    EXPECT_EQ(run.json().at("error").at("message"),
+              "device " + device + ": the name of consistency group \"caf\\xe9\" is not valid UTF-8; nothing was made");
+    EXPECT_TRUE(site.copiesOf("alpha", "cafe").empty());
+}
+
 // What is in the group already is somebody else's, whatever it is called.
 TEST_F(CNamesTest, OfWhatIsInTheGroupKeepNothingFromWorking)
 {

@@ -157,6 +157,26 @@ TEST_F(CDeviceTest, EveryDiskIsListedWithItsPlaceOnTheAppliances)
     EXPECT_TRUE(calls().empty()) << "no provider is started";
 }
 
+TEST_F(CDeviceTest, ADeviceWhoseCopyCouldNotBeImportedIsRefused)
+{
+    const std::string reason = "its name on the appliance \"/dev/a-1\" holds \"-\", a mark";
+    m_seen["appliances"] = {appliance("ap1")};
+    m_seen["appliances"][0]["groups"] = {group("g1", {"S1"})};
+    m_seen["unlistable"] = {{{"serial", "S1"}, {"reason", reason}}};
+    base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap1 g1\n");
+    m_seen["disks"]["devices"] = {{{"path", "/dev/fake1"}, {"serial", "S1"}}};
+    setInspection();
+    const nlohmann::json listed = fictlJson({"device", "list"}).document().at("devices").at(0);
+    EXPECT_EQ(listed.at("claimed"), false);
+    EXPECT_EQ(listed.at("reason"), reason);
+    const SRun run = fictlJson({"snapshot", "create", "s", "/dev/fake1"});
+    EXPECT_EQ(run.exit, 7);
+    EXPECT_EQ(run.message(),
+              "device /dev/fake1: no copy of LUN S1 could be imported: " + reason + "; nothing was made");
+    EXPECT_EQ(run.next(), "give the LUN another name on the appliance");
+    EXPECT_TRUE(objects().empty());
+}
+
 TEST_F(CDeviceTest, AnApplianceThatIsSilentIsNamedAndCostsTheOthersNothing)
 {
     m_seen["appliances"] = {appliance("ap1"), appliance("ap2")};

@@ -165,6 +165,14 @@ TEST_F(CDoctorTest, AnAmbiguousLunIsAWarning)
         "taken");
 }
 
+TEST_F(CDoctorTest, ALunWhoseCopyCouldNotBeImportedIsAWarning)
+{
+    m_seen["unlistable"] = {{{"serial", "S-1"}, {"reason", "its serial \"S-1\" holds \"-\""}}};
+    expectComplaint(
+        "WARN LUN \"S-1\": its serial \"S-1\" holds \"-\"; next: give the LUN another name on the appliance: no "
+        "snapshot of it is taken");
+}
+
 TEST_F(CDoctorTest, DisksThatCannotBeToldAreTold)
 {
     m_seen["disks"] = {{"read", false}, {"reason", "kforutil exited with status 1"}, {"devices", json::array()}};

@@ -46,6 +46,22 @@ class InspectorTools : public CInspectorTest
 
 }  // namespace
 
+TEST_F(InspectorTools, LunsThatTheListingOfAnImageCannotCarryAreTold)
+{
+    setUpSite();
+    const std::string serial = site.serial("alpha", "a1");
+    EXPECT_EQ(document({}).at("unlistable"), CJson::array());
+    replaceTool("lmsh", realTool("lmsh") + " | sed 's,/dev/lumora/a1,/dev/lumora/a-1,'");
+    EXPECT_EQ(document({}).at("unlistable"),
+              CJson::parse(R"([{"serial": ")" + serial +
+                           R"(", "reason": "its name on the appliance \"/dev/lumora/a-1\" )"
+                           R"(holds \"-\", a mark of the listing of a time image"}])"));
+    replaceTool("lmsh", realTool("lmsh") + " | sed 's/LM/L-M/'");
+    EXPECT_EQ(document({}).at("unlistable"),
+              CJson::parse(R"([{"serial": "L-)" + serial.substr(1) + R"(", "reason": "its serial \"L-)" +
+                           serial.substr(1) + R"(\" holds \"-\", a mark of the listing of a time image"}])"));
+}
+
 TEST_F(InspectorTools, EveryCommandButReleaseOnlyListsAndShows)
 {
     site.addGroup("alpha", "cg1", {"a1"});

@@ -144,6 +144,7 @@ void CSnapshotCreation::lookBefore()
         return;
     }
     requireUnambiguous(*seen);
+    requireListable(*seen);
     requireFreeName(*seen);
 }
 
@@ -161,6 +162,18 @@ void CSnapshotCreation::requireUnambiguous(const SInspection& seen) const
                      "device " + printable(device.source) + ": LUN " + printable(serial) + " is ambiguous: " + reason +
                          "; nothing was made",
                      "give the group another name, or keep the LUN in one group");
+    }
+}
+
+// The appliance takes a snapshot of such a LUN, and nobody can import it.
+void CSnapshotCreation::requireListable(const SInspection& seen)
+{
+    for (const SDevice& device : m_record.devices) {
+        const auto found = seen.unlistable.find(device.state.serialNo);
+        if (found == seen.unlistable.end()) continue;
+        refuseDevice(printable(device.source),
+                     "no copy of LUN " + printable(found->first) + " could be imported: " + printable(found->second),
+                     "give the LUN another name on the appliance");
     }
 }
 

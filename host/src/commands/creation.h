@@ -50,6 +50,7 @@ class CSnapshotCreation
     const SInspection* inventory();
     void lookBefore();
     void requireUnambiguous(const SInspection& seen) const;
+    void requireListable(const SInspection& seen);
     void requireFreeName(const SInspection& seen);
     [[noreturn]] void goOnElsewhere(const SInspection* seen);
     [[noreturn]] void refuseDevice(const std::string& path, const std::string& reason, const std::string& next);

@@ -69,6 +69,9 @@ std::vector<SListedDisk> listDisks(const SInspection& inspection, const std::str
         std::tie(disk.appliance, disk.group) = place->second.group;
         disk.image = place->second.image;
         if (!disk.image.empty()) disk.reason = "a copy, of a time image";
+        if (const auto entry = inspection.unlistable.find(serial); entry != inspection.unlistable.end()) {
+            disk.reason = entry->second;
+        }
         if (auto problem = nameProblem(provider, disk)) disk.reason = problem->reason;
         if (const auto doubt = ambiguous.find(serial); doubt != ambiguous.end()) disk.reason = doubt->second;
     }

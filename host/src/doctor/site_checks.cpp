@@ -47,6 +47,10 @@ class CSiteCheck
             add(ELevel::WARN, "lun", "LUN " + quoted(lun.at("serial")) + ": " + textOf(lun.at("reason"), "ambiguous"),
                 "give the group another name: no snapshot of this LUN is taken");
         }
+        for (const json& lun : m_inspection.value("unlistable", json::array())) {
+            add(ELevel::WARN, "lun", "LUN " + quoted(lun.at("serial")) + ": " + textOf(lun.at("reason"), "unlistable"),
+                "give the LUN another name on the appliance: no snapshot of it is taken");
+        }
         return std::move(m_checks);
     }
 

@@ -94,6 +94,10 @@ void readAll(const json& document, SInspection& inspection)
     for (const json& entry : document.at("ambiguous")) {
         inspection.ambiguous.push_back({entry.at("serial").get<std::string>(), entry.at("reason").get<std::string>()});
     }
+    // An inspector that does not tell knows of none.
+    for (const json& entry : document.value("unlistable", json::array())) {
+        inspection.unlistable.emplace(entry.at("serial").get<std::string>(), entry.at("reason").get<std::string>());
+    }
 }
 
 EThere thereIf(bool there)

@@ -76,6 +76,7 @@ struct SInspection
     std::map<std::string, std::string> disks;  ///< device path on this host to LUN serial
     std::map<std::string, SInspectedAppliance> appliances;
     std::vector<SAmbiguousLun> ambiguous;
+    std::map<std::string, std::string> unlistable;   ///< serial of a LUN whose copy could not be imported: why
     size_t parallel = USUAL_PARALLEL;                ///< how many runs of the provider's tools there may be at once
     std::shared_ptr<const nlohmann::json> document;  ///< all of it; never null in one that was read
 

@@ -15,6 +15,7 @@
 #include "providers/cdp/inspect/host_section.h"
 #include "providers/cdp/inspect/tool_runner.h"
 #include "providers/cdp/inspect/tool_section.h"
+#include "providers/cdp/inspect/unlistable_luns.h"
 
 namespace cdpfi::inspect {
 
@@ -130,6 +131,7 @@ SInspection inspect(const SInspectOptions& options)
     if (options.raw) inspection.raw = takeRuns(gathered);
     inspection.appliances = std::move(gathered.appliances);
     inspection.ambiguous = findAmbiguous(inspection.appliances, inspection.disks);
+    inspection.unlistable = findUnlistable(inspection.appliances);
     inspection.seconds = std::chrono::duration<double>(CClock::now() - start).count();
     return inspection;
 }

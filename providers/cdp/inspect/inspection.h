@@ -199,6 +199,12 @@ struct SAmbiguousSerial
     std::vector<SPlace> places;
 };
 
+struct SUnlistableLun
+{
+    std::string serial;
+    std::string reason;
+};
+
 struct SInspection
 {
     std::string taken;  ///< UTC
@@ -210,6 +216,7 @@ struct SInspection
     SDisks disks;
     std::vector<SAppliance> appliances;
     std::vector<SAmbiguousSerial> ambiguous;
+    std::vector<SUnlistableLun> unlistable;
     std::optional<std::vector<SToolRun>> raw;
 };
 

@@ -174,6 +174,11 @@ static CJson toJson(const SAmbiguousSerial& serial)
     return {{"serial", serial.serial}, {"reason", serial.reason}, {"places", listOf(serial.places)}};
 }
 
+static CJson toJson(const SUnlistableLun& lun)
+{
+    return {{"serial", lun.serial}, {"reason", lun.reason}};
+}
+
 static CJson toJson(const SToolRun& run)
 {
     return {{"appliance", orNull(run.appliance)}, {"command", run.command}, {"exit", orNull(run.exitStatus)},
@@ -200,6 +205,7 @@ std::string documentOf(const SInspection& inspection)
                    {"disks", toJson(inspection.disks)},
                    {"appliances", listOf(inspection.appliances)},
                    {"ambiguous", listOf(inspection.ambiguous)},
+                   {"unlistable", listOf(inspection.unlistable)},
                    {"raw", inspection.raw ? listOf(*inspection.raw) : CJson()}});
 }
 

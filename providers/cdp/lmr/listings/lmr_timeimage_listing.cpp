@@ -9,7 +9,7 @@ namespace cdpfi {
 namespace {
 
 constexpr CLMRSeparators FIELD_ENDS(" \t\n");
-constexpr CLMRSeparators LUN_MARKS("[]<-\n");
+constexpr CLMRSeparators LUN_MARKS(IMAGE_LUN_MARKS);
 
 }  // namespace
 

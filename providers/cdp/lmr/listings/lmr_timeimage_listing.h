@@ -14,6 +14,9 @@ bool isEmptyTimeImageList(const std::vector<std::string>& lines);
 /// The name that a line of a time-image listing begins with; false when the line is blank.
 bool parseTimeImageName(std::string_view line, std::string_view& name);
 
+/// What stands between the parts of a line about a LUN, wherever it is found: no part can hold one of these.
+inline constexpr std::string_view IMAGE_LUN_MARKS = "[]<-\n";
+
 /// A LUN of a time image: what it shows, and under which LUN it shows it.
 struct SLMRImageLun
 {
