@@ -100,6 +100,24 @@ TEST_F(Copies, DeletionIsRefusedWhileAnotherHostHasTheCopyUnlessToldTo)
     EXPECT_EQ(afterwards.status, 0) << afterwards.err;
 }
 
+TEST_F(Copies, ALaterCheckpointOfTheSameNameStays)
+{
+    carry("nightly");
+    const std::string group = "\"" + checkpoint + "\" \"payroll\"\n";
+    ASSERT_EQ(site.lmsh("production", "vault", "delete annotation " + group).status, 0);
+    // The appliance tells times by the second.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    ASSERT_EQ(site.lmsh("production", "vault", "create annotation " + group + "set message Later\ncommit\n").status, 0);
+    EXPECT_EQ(on("backup", "import").status, 8);
+    for (const std::string host : {"backup", "production"}) {
+        const SRun deleted = on(host, "delete");
+        EXPECT_EQ(deleted.status, 0) << deleted.err;
+        EXPECT_NE(deleted.err.find(": it is another one and stays\n"), std::string::npos) << deleted.err;
+        EXPECT_EQ(deleted.json().at("deleted").at("groups").at(0).at("result"), "kept");
+    }
+    EXPECT_EQ(site.copiesOf("vault", "payroll").size(), 1U);
+}
+
 TEST_F(Copies, ReleaseDeletesTheImageAndKeepsTheCheckpoint)
 {
     const auto paths = importOnBackup("nightly");

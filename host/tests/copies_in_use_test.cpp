@@ -317,6 +317,31 @@ TEST_F(CCopiesInUseTest, WhatAnotherHostImportsBetweenLookAndDeletionStays)
     EXPECT_TRUE(objects().empty());
 }
 
+TEST_F(CCopiesInUseTest, ALaterCheckpointOfTheSameNameIsNeitherDeletedNorImported)
+{
+    carry();
+    const std::vector<std::string> made = objects();
+    ASSERT_EQ(made.size(), 2U);
+    // That of g1 was deleted elsewhere, and a process of the same id has made another one since.
+    const std::string file = fake("objects/" + made.front());
+    fs::remove(file);
+    base_test::writeFile(file, "time 2026-02-01T12:00:00Z\n");
+    const SRun import = fictlJson({"snapshot", "import", "s"});
+    EXPECT_EQ(import.exit, 8);
+    EXPECT_NE(import.message().find(" is gone, so there is nothing to import"), std::string::npos) << import.message();
+    EXPECT_EQ(objects(), made);
+    const SRun run = fictlJson({"snapshot", "delete", "s"});
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_NE(run.err.find("of group \"g1\" of appliance \"ap1\" was made at 2026-02-01T12:00:00Z, and that of this "
+                           "snapshot at 2026-01-31T12:00:00Z: it is another one and stays\n"),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(run.document()["deleted"]["groups"][0]["result"], "kept");
+    EXPECT_EQ(objects(), std::vector<std::string>{made.front()});
+    EXPECT_EQ(other({"snapshot", "delete", "s"}).exit, 0) << "the host that received the record knows, too";
+    EXPECT_EQ(objects(), std::vector<std::string>{made.front()});
+}
+
 TEST_F(CCopiesInUseTest, ALunThatLivesElsewhereNowIsRefused)
 {
     base_test::writeFile(fake("devices"), "/dev/fake1 S1 ap2 g3\n/dev/fake3 S3 ap1 g2\n");

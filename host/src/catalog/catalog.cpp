@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/src/catalog/catalog_place.h"
+#include "host/src/catalog/checkpoint_time_table.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
 
@@ -239,6 +240,7 @@ std::optional<SSnapshot> CCatalog::find(const std::string& name)
     while (device.next()) {
         snapshot.devices.push_back(readDevice(device));
     }
+    readCheckpointTimes(*m_database, snapshot);
     return snapshot;
 }
 
@@ -276,6 +278,7 @@ void CCatalog::write(const SSnapshot& snapshot)
     for (const SDevice& device : snapshot.devices) {
         writeDevice(snapshot.name, position++, device);
     }
+    writeCheckpointTimes(*m_database, snapshot);
 }
 
 void CCatalog::writeHead(const SSnapshot& snapshot)

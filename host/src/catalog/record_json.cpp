@@ -24,6 +24,7 @@ json deviceJson(const SDevice& device)
             {"checkpoint", device.state.checkPointName},
             {"target", device.target},
             {"made", madeText(device.made)},
+            {"made_at", textOrNull(device.madeAt)},
             {"import_path", textOrNull(device.importPath)},
             {"node_state", stateJson(device.state)}};
 }

@@ -53,6 +53,7 @@ struct SDevice
     std::string target;  ///< target-device name: what the copy is imported and disposed of by
     SNodeState state;    ///< appliance, group, checkpoint, serial
     EMade made = EMade::NO;
+    std::string madeAt;        ///< when the appliance says that the checkpoint was made; empty when that is not known
     std::string importPath;    ///< device path of the copy on this host; empty when not imported
     std::string importSerial;  ///< serial of the LUN that it shows; empty when not known
     bool imageAsked = false;   ///< this catalog's fictl has asked for the group's time image, whatever became of it

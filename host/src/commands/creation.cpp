@@ -67,7 +67,7 @@ void CSnapshotCreation::goOnElsewhere(const SInspection* seen)
     for (const GroupKey& key : m_record.groups()) {
         const SInspectedGroup* const group = seen == nullptr ? nullptr : seen->group(key);
         if (group == nullptr || !group->annotations) continue;
-        for (const std::string& name : *group->annotations) {
+        for (const auto& [name, time] : *group->annotations) {
             addProcessOf(name, inUse.ids);
         }
     }

@@ -52,7 +52,9 @@ class CSnapshotDeletion
     json run(bool evenIfInUse);
 
   private:
+    void keep(const GroupKey& group, const std::string& why, const json& owner);
     void keepOthers();
+    void keepLaterOnes();
     void guard();
     void requireHome(const GroupKey& group);
     void disposeOfAll();
@@ -112,25 +114,43 @@ json CSnapshotDeletion::run(bool evenIfInUse)
         .about(m_snapshot.name);
 }
 
+void CSnapshotDeletion::keep(const GroupKey& group, const std::string& why, const json& owner)
+{
+    m_context.progress.step("keep the checkpoint of group " + groupText(group));
+    CProgress::warn("checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) + " " + why + " and stays");
+    json entry = entryOf(group);
+    entry["result"] = "kept";
+    entry["owner"] = owner;
+    m_results.push_back(std::move(entry));
+}
+
 // A checkpoint is named by a process id, which is used again: another snapshot may own the one of that name.
 void CSnapshotDeletion::keepOthers()
 {
-    for (auto group = m_groups.begin(); group != m_groups.end();) {
-        const GroupKey& key = group->first;
-        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, key, m_snapshot.checkpoint);
-        if (!owner) {
-            ++group;
-            continue;
+    std::erase_if(m_groups, [this](const auto& entry) {
+        const GroupKey& group = entry.first;
+        const std::optional<std::string> owner = m_catalog.otherOwner(m_snapshot.name, group, m_snapshot.checkpoint);
+        if (owner) keep(group, "belongs to snapshot \"" + *owner + "\"", *owner);
+        return owner.has_value();
+    });
+}
+
+// The same where no catalog here knows it: this snapshot's is gone then.
+void CSnapshotDeletion::keepLaterOnes()
+{
+    const SInspection* const seen = m_knowledge.seen();
+    if (seen == nullptr) return;
+    std::erase_if(m_groups, [this, seen](const auto& entry) {
+        const SDevice& device = *m_snapshot.devicesOf(entry.first).front();
+        const bool isReplaced = seen->hasReplacedCheckpoint(device);
+        if (isReplaced) {
+            keep(entry.first,
+                 "was made at " + seen->checkpointTime(entry.first, m_snapshot.checkpoint) +
+                     ", and that of this snapshot at " + printable(device.madeAt) + ": it is another one",
+                 nullptr);
         }
-        m_context.progress.step("keep the checkpoint of group " + groupText(key));
-        CProgress::warn("checkpoint " + m_snapshot.checkpoint + " of group " + groupText(key) +
-                        " belongs to snapshot \"" + *owner + "\" and stays");
-        json entry = entryOf(key);
-        entry["result"] = "kept";
-        entry["owner"] = *owner;
-        m_results.push_back(std::move(entry));
-        group = m_groups.erase(group);
-    }
+        return isReplaced;
+    });
 }
 
 // Everything is looked at before anything is deleted.
@@ -142,6 +162,7 @@ void CSnapshotDeletion::guard()
     m_context.progress.step("look at the copies");
     m_knowledge.look();
     stopPoint();
+    keepLaterOnes();
     CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::DELETE);
     for (auto& [group, image] : m_groups) {
         if (guard.requireOwnImage(group) == EThere::NO) image = EImageDisposal::KEEP;

@@ -15,6 +15,7 @@
 #include "host/src/inspection/knowledge.h"
 #include "host/src/output/error.h"
 #include "host/src/provider/provider_library.h"
+#include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -117,7 +118,7 @@ void requireThere(const SSnapshot& snapshot, const SDevice& device, const SInspe
     }
 }
 
-void requireWhatIsThere(const SContext& context, const SSnapshot& snapshot)
+void requireWhatIsThere(const SContext& context, SSnapshot& snapshot)
 {
     CKnowledge knowledge(context.provider.empty() ? snapshot.provider : context.provider, context.timeout,
                          snapshot.groups());
@@ -129,6 +130,7 @@ void requireWhatIsThere(const SContext& context, const SSnapshot& snapshot)
     for (const SDevice& device : snapshot.devices) {
         requireThere(snapshot, device, *seen, knowledge);
     }
+    enterCheckpointTimes(snapshot, *seen);
 }
 
 SResult receiveSnapshot(const SContext& context, const std::string& file)

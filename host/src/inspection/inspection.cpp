@@ -25,9 +25,35 @@ std::optional<std::set<std::string>> namesOf(const json& list)
     if (list.is_null()) return std::nullopt;
     std::set<std::string> names;
     for (const json& entry : list) {
-        names.insert((entry.is_object() ? entry.at("name") : entry).get<std::string>());
+        names.insert(entry.get<std::string>());
     }
     return names;
+}
+
+// "2026-01-31T12:00:00Z", maybe with a fraction: an instant that reads the same whenever it is listed.
+bool isInstant(const std::string& text)
+{
+    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd";
+    if (text.size() <= FORM.size() || text.back() != 'Z') return false;
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    for (size_t i = 0; i < FORM.size(); ++i) {
+        if (FORM[i] == 'd' ? !isDigit(text[i]) : text[i] != FORM[i]) return false;
+    }
+    const std::string_view fraction(text.data() + FORM.size(), text.size() - FORM.size() - 1);
+    return fraction.empty() || (fraction.size() > 1 && fraction.front() == '.' &&
+                                std::all_of(fraction.begin() + 1, fraction.end(), isDigit));
+}
+
+std::optional<std::map<std::string, std::string>> readAnnotations(const json& list)
+{
+    if (list.is_null()) return std::nullopt;
+    std::map<std::string, std::string> annotations;
+    for (const json& entry : list) {
+        const auto told = entry.find("time");
+        const std::string time = told == entry.end() ? "" : textOr(*told, "");
+        annotations.emplace(entry.at("name").get<std::string>(), isInstant(time) ? time : "");
+    }
+    return annotations;
 }
 
 SInspectedImage readImage(const json& entry)
@@ -48,7 +74,7 @@ SInspectedGroup readGroup(const json& entry)
     SInspectedGroup group;
     group.read = entry.at("read").get<bool>();
     group.permissions = namesOf(entry.at("permissions"));
-    group.annotations = namesOf(entry.at("annotations"));
+    group.annotations = readAnnotations(entry.at("annotations"));
     group.imagesRead = entry.at("images_read").get<bool>();
     for (const json& lun : entry.at("luns")) {
         group.luns.push_back(
@@ -171,6 +197,18 @@ EThere SInspection::hasCheckpoint(const GroupKey& key, const std::string& name) 
     const SInspectedGroup* const found = group(key);
     if (found == nullptr) return EThere::UNKNOWN;
     return found->read && found->annotations ? thereIf(found->annotations->contains(name)) : EThere::UNKNOWN;
+}
+
+std::string SInspection::checkpointTime(const GroupKey& key, const std::string& name) const
+{
+    if (hasCheckpoint(key, name) != EThere::YES) return {};
+    return group(key)->annotations->at(name);
+}
+
+bool SInspection::hasReplacedCheckpoint(const SDevice& device) const
+{
+    const std::string time = checkpointTime(device.group(), device.state.checkPointName);
+    return !time.empty() && !device.madeAt.empty() && time != device.madeAt;
 }
 
 EThere SInspection::hasImage(const GroupKey& key, const std::string& name) const

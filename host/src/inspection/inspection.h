@@ -40,7 +40,9 @@ struct SInspectedGroup
     std::vector<SInspectedLun> luns;
     bool read = false;  ///< luns, permissions and annotations are what the appliance has
     std::optional<std::set<std::string>> permissions;
-    std::optional<std::set<std::string>> annotations;  ///< nothing: the appliance does not tell
+    /// Names, each with the instant at which it was made, "" where that is not told as an instant in UTC; nothing: the
+    /// appliance does not tell.
+    std::optional<std::map<std::string, std::string>> annotations;
     bool imagesRead = false;
     std::map<std::string, SInspectedImage> images;
 
@@ -90,6 +92,11 @@ struct SInspection
     /// Of a group that is not listed nothing is known: it may have got another name and kept what it has, or the list
     /// may have lost its end.
     EThere hasCheckpoint(const GroupKey& key, const std::string& name) const;
+    /// When the group's checkpoint of that name was made, as the appliance writes it; "" when that is not known.
+    std::string checkpointTime(const GroupKey& key, const std::string& name) const;
+    /// Whether the checkpoint of the device's group is there and is for certain another one of the same name: names are
+    /// made from process ids, which come again, and tell nothing of what became of the first one.
+    bool hasReplacedCheckpoint(const SDevice& device) const;
     EThere hasImage(const GroupKey& key, const std::string& name) const;
     /// Hosts that an image is granted to, by itself or with its whole group; nothing when that is not told.
     std::optional<std::set<std::string>> hostsOfImage(const GroupKey& key, const std::string& name) const;

@@ -73,7 +73,9 @@ bool CImportChecks::isImageThere(const GroupKey& group, const SImageOwner& image
 void CImportChecks::requireCheckpoint(const GroupKey& group, bool wasImported) const
 {
     const SInspection* const seen = m_knowledge.seen();
-    if (seen == nullptr || seen->hasCheckpoint(group, m_snapshot.checkpoint) != EThere::NO) return;
+    if (seen == nullptr) return;
+    const bool isReplaced = seen->hasReplacedCheckpoint(*m_snapshot.devicesOf(group).front());
+    if (!isReplaced && seen->hasCheckpoint(group, m_snapshot.checkpoint) != EThere::NO) return;
     throw EFictl(EExit::FAILED,
                  quotedName() + ": checkpoint " + m_snapshot.checkpoint + " of group " + groupText(group) +
                      (wasImported ? " is gone, and with it the copy that was imported"

@@ -35,12 +35,26 @@ void markUnanswered(SSnapshot& record, const SMakeResult& made)
     }
 }
 
+void enterTime(const std::vector<SDevice*>& devices, const std::string& time)
+{
+    for (SDevice* const device : devices) {
+        device->madeAt = time;
+    }
+}
+
 }  // namespace
 
 void enterMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeResult& made)
 {
     markMade(record, nodes, made);
     markUnanswered(record, made);
+}
+
+void enterCheckpointTimes(SSnapshot& record, const SInspection& seen)
+{
+    for (const GroupKey& key : record.groups()) {
+        enterTime(record.devicesOf(key), seen.checkpointTime(key, record.checkpoint));
+    }
 }
 
 std::string compareWithAppliances(SSnapshot& record, CKnowledge& knowledge)
@@ -53,8 +67,9 @@ std::string compareWithAppliances(SSnapshot& record, CKnowledge& knowledge)
             knowledge.warnUnguarded("whether group " + groupText(key) + " has checkpoint " + record.checkpoint,
                                     knowledge.doubt(key));
         }
-        if (there != EThere::NO) continue;
         const std::vector<SDevice*> devices = record.devicesOf(key);
+        if (there == EThere::YES) enterTime(devices, seen->checkpointTime(key, record.checkpoint));
+        if (there != EThere::NO) continue;
         if (devices.front()->made == EMade::YES) contradiction += (contradiction.empty() ? "" : ", ") + groupText(key);
         for (SDevice* const device : devices) {
             device->made = EMade::NO;

@@ -16,6 +16,9 @@ namespace fictl {
  */
 void enterMade(SSnapshot& record, const std::vector<CNode*>& nodes, const SMakeResult& made);
 
+/// Enters when the checkpoints were made, which tells them from later ones of the same names.
+void enterCheckpointTimes(SSnapshot& record, const SInspection& seen);
+
 /// Looks at the groups and enters which have no checkpoint: what is on the appliances counts for more than what the
 /// provider says of it. Groups that have none although the provider says so, as a list; empty when there are none.
 std::string compareWithAppliances(SSnapshot& record, CKnowledge& knowledge);
