@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfioutputtext.h"
 #include "framework/include/cfitrace.h"
 
@@ -33,6 +34,8 @@ class OBZX_API CFiExecAhead : public CFiTraceable
      * nobody is told of it, and who needs it runs it by itself
      */
     std::optional<size_t> begin(const std::string& commandLine, const std::string& inputFile, unsigned long timeout);
+    /// For the runs from now on.
+    void setBounds(const SFiOutputBounds& bounds) { m_bounds = bounds; }
 
     // Each concerns runs that were not asked for yet.
 
@@ -62,6 +65,7 @@ class OBZX_API CFiExecAhead : public CFiTraceable
 
     struct SState;
     std::unique_ptr<SState> m_state;
+    SFiOutputBounds m_bounds;
 };
 
 }  // namespace obzx_pdk_4_4

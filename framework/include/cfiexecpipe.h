@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <exception>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -18,7 +21,27 @@ enum EExecResult : int
     EXEC_OK = 0,
     EXEC_FAILED = 11,     ///< failed, was killed, or could not be started
     EXEC_TIMED_OUT = 12,  ///< the process group was stopped
-    EXEC_TOO_LONG = 13,   ///< the output passed 256 MiB; the process group was stopped
+    EXEC_TOO_LONG = 13,   ///< the output passed a bound; the process group was stopped
+};
+
+/// What the output of a program may come to. No bound is below the bytes that are read at once.
+struct SFiOutputBounds
+{
+    static constexpr size_t LEAST = size_t{64} * 1024;
+    static constexpr size_t NONE = std::numeric_limits<size_t>::max();
+
+    size_t bytes = size_t{256} * 1024 * 1024;  ///< at least LEAST
+    size_t lines = NONE;                       ///< a last one without its end counts
+    size_t lineLength = NONE;                  ///< bytes without the line's end; at least LEAST
+};
+
+/// The bound that an output passed.
+enum class EFiOutputBound : uint8_t
+{
+    NONE,
+    BYTES,
+    LINES,
+    LINE_LENGTH,
 };
 
 /// What went wrong in a run.
@@ -28,6 +51,7 @@ struct SFiExecError
     std::wstring wideMessage;
     int result = 0;  ///< EExecResult
     long code = 0;   ///< exit status, 128 + signal, or errno when the program could not be started
+    EFiOutputBound bound = EFiOutputBound::NONE;  ///< of EXEC_TOO_LONG
 };
 
 /// A failed run, thrown by those who need its output.
@@ -76,9 +100,12 @@ class OBZX_API CFiExecPipeBase : public CFiTraceable
                      unsigned long timeout, const std::string& directory, const std::string& user,
                      const std::string& environment) = 0;
     const SFiExecError& getError() const { return m_error; }  ///< of the last run
+    /// For the runs from now on, but not for those that were begun ahead.
+    void setBounds(const SFiOutputBounds& bounds) { m_bounds = bounds; }
 
   protected:
     SFiExecError m_error;
+    SFiOutputBounds m_bounds;
 };
 
 /// The runner of this system.

@@ -53,7 +53,7 @@ std::optional<size_t> CFiExecAhead::begin(const std::string& commandLine, const 
 {
     std::unique_ptr<CProgramRun> run;
     try {
-        run = std::make_unique<CProgramRun>(commandLine, limitOf(m_traceLog, timeout));
+        run = std::make_unique<CProgramRun>(commandLine, limitOf(m_traceLog, timeout), m_bounds);
         std::unique_ptr<CProgramRun>& place = m_state->runs[m_state->begun];
         // One that was given up before its program ran, by its time limit or a cancellation, is not begun again.
         if (run->start(inputFile, "", "", "") || run->wasStopped()) {

@@ -30,7 +30,7 @@ int CFiExecPipePosix::Exec(const std::string& commandLine, CFiOutputText& text, 
                            const std::string& environment)
 {
     text = {};
-    CProgramRun run(commandLine, limitOf(m_traceLog, timeout));
+    CProgramRun run(commandLine, limitOf(m_traceLog, timeout), m_bounds);
     run.start(inputFile, directory, user, environment);
     return finish(run, text);
 }

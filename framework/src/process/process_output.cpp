@@ -8,6 +8,8 @@
 #include <limits>
 #include <utility>
 
+#include "framework/src/process/line_ends.h"
+
 namespace obzx_pdk_4_4 {
 
 namespace {
@@ -33,7 +35,29 @@ size_t CProcessOutput::readSome(size_t most)
     if (count == 0) m_descriptor = -1;
     if (count <= 0) return 0;
     m_text.extend(static_cast<size_t>(count));
+    measure({room.data(), static_cast<size_t>(count)});
     return static_cast<size_t>(count);
+}
+
+void CProcessOutput::measure(std::string_view added)
+{
+    const size_t first = added.find('\n');
+    if (first == std::string_view::npos) {
+        m_lineLength += added.size();
+        return;
+    }
+    // A line between two ends is shorter than what is read at once, and no bound is below that.
+    m_longestLine = std::max(m_longestLine, m_lineLength + first);
+    m_lineLength = added.size() - 1 - added.rfind('\n');
+    m_lineEnds += countLineEnds(added);
+}
+
+EFiOutputBound CProcessOutput::passedBound() const
+{
+    if (m_text.size() > m_bounds.bytes) return EFiOutputBound::BYTES;
+    if (m_lineEnds + (m_lineLength > 0 ? 1 : 0) > m_bounds.lines) return EFiOutputBound::LINES;
+    if (std::max(m_longestLine, m_lineLength) > m_bounds.lineLength) return EFiOutputBound::LINE_LENGTH;
+    return EFiOutputBound::NONE;
 }
 
 void CProcessOutput::read()

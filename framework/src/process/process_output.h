@@ -1,19 +1,19 @@
 #pragma once
 
 #include <cstddef>
+#include <string_view>
 
+#include "framework/include/cfiexecpipe.h"
 #include "framework/include/cfioutputtext.h"
 
 namespace obzx_pdk_4_4 {
 
-/// Collects what a program writes, up to a limit.
+/// Collects what a program writes, until it passes a bound.
 class CProcessOutput
 {
   public:
-    static constexpr size_t LIMIT = size_t{256} * 1024 * 1024;
-
     /// @param descriptor not owned; reads from it do not wait
-    explicit CProcessOutput(int descriptor) : m_descriptor(descriptor) {}
+    CProcessOutput(int descriptor, const SFiOutputBounds& bounds) : m_descriptor(descriptor), m_bounds(bounds) {}
 
     /// Reads what is there, at most one buffer.
     void read();
@@ -22,7 +22,9 @@ class CProcessOutput
 
     /// -1 once the output has ended.
     int descriptor() const { return m_descriptor; }
-    bool tooLong() const { return m_text.size() > LIMIT; }
+    /// The first of its bounds that it has passed.
+    EFiOutputBound passedBound() const;
+    bool tooLong() const { return passedBound() != EFiOutputBound::NONE; }
 
     const CFiOutputText& text() const { return m_text; }
     /// The first bytes of the text, at most so many.
@@ -33,9 +35,14 @@ class CProcessOutput
 
   private:
     size_t readSome(size_t most);
+    void measure(std::string_view added);
 
     int m_descriptor;
+    SFiOutputBounds m_bounds;
     CFiOutputText m_text;
+    size_t m_lineEnds = 0;
+    size_t m_lineLength = 0;   // of the line that has no end yet
+    size_t m_longestLine = 0;  // of those that have one
 };
 
 }  // namespace obzx_pdk_4_4

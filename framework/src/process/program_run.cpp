@@ -60,17 +60,31 @@ SFiExecError ended(const std::string& command, const base::SExitStatus& exit)
 SFiExecError stopped(obzx_run_stop stop, const std::string& command, unsigned long seconds)
 {
     const std::string text = "Command [" + command + "] ";
-    switch (stop) {
-        case OBZX_RUN_STOPPED_BY_LIMIT:
-            return failure(EXEC_TIMED_OUT, ETIMEDOUT,
-                           text + "did not end within " + std::to_string(seconds) + " seconds and was stopped");
-        case OBZX_RUN_STOPPED_BY_OUTPUT:
-            return failure(
-                EXEC_TOO_LONG, EFBIG,
-                text + "wrote more than " + std::to_string(CProcessOutput::LIMIT) + " bytes and was stopped");
-        default:
-            return failure(EXEC_TIMED_OUT, ECANCELED, text + "was cancelled and was stopped");
+    if (stop == OBZX_RUN_STOPPED_BY_LIMIT) {
+        return failure(EXEC_TIMED_OUT, ETIMEDOUT,
+                       text + "did not end within " + std::to_string(seconds) + " seconds and was stopped");
     }
+    return failure(EXEC_TIMED_OUT, ECANCELED, text + "was cancelled and was stopped");
+}
+
+std::string textOf(EFiOutputBound passed, const SFiOutputBounds& bounds)
+{
+    switch (passed) {
+        case EFiOutputBound::LINES:
+            return "more than " + std::to_string(bounds.lines) + " lines";
+        case EFiOutputBound::LINE_LENGTH:
+            return "a line of more than " + std::to_string(bounds.lineLength) + " bytes";
+        default:
+            return "more than " + std::to_string(bounds.bytes) + " bytes";
+    }
+}
+
+SFiExecError tooLong(const std::string& command, EFiOutputBound passed, const SFiOutputBounds& bounds)
+{
+    SFiExecError error =
+        failure(EXEC_TOO_LONG, EFBIG, "Command [" + command + "] wrote " + textOf(passed, bounds) + " and was stopped");
+    error.bound = passed;
+    return error;
 }
 
 int resultOf(obzx_run_stop stop, const base::SExitStatus& exit)
@@ -82,9 +96,10 @@ int resultOf(obzx_run_stop stop, const base::SExitStatus& exit)
 
 }  // namespace
 
-CProgramRun::CProgramRun(std::string commandLine, unsigned long seconds)
+CProgramRun::CProgramRun(std::string commandLine, unsigned long seconds, const SFiOutputBounds& bounds)
     : m_commandLine(std::move(commandLine)),
       m_seconds(std::min(seconds, MAX_SECONDS)),
+      m_bounds(bounds),
       m_isCommand(splitCommandLine(m_commandLine, m_words)),
       m_record(m_commandLine, m_words, m_seconds)
 {
@@ -116,7 +131,7 @@ bool CProgramRun::start(const std::string& inputFile, const std::string& directo
     }
     m_program.emplace(spawned.pid);
     m_outputEnd = std::move(spawned.output);
-    m_output = CProcessOutput(m_outputEnd.get());
+    m_output = CProcessOutput(m_outputEnd.get(), m_bounds);
     if (m_record.started(spawned.pid)) stop(OBZX_RUN_STOPPED_BY_CANCEL);
     return true;
 }
@@ -233,13 +248,14 @@ SFiExecError CProgramRun::error() const
 {
     if (m_lacksMemory) throw std::bad_alloc();
     if (m_startError != 0) return notStarted(m_commandLine, m_startError);
+    if (m_stop == OBZX_RUN_STOPPED_BY_OUTPUT) return tooLong(m_commandLine, m_output.passedBound(), m_bounds);
     if (wasStopped()) return stopped(m_stop, m_commandLine, m_seconds);
     return ended(m_commandLine, m_program->exitStatus());
 }
 
 CFiOutputText CProgramRun::takeText()
 {
-    return m_output.takeText(m_stop == OBZX_RUN_STOPPED_BY_OUTPUT ? SHOWN_OF_TOO_LONG : CProcessOutput::LIMIT);
+    return m_output.takeText(m_stop == OBZX_RUN_STOPPED_BY_OUTPUT ? SHOWN_OF_TOO_LONG : m_bounds.bytes);
 }
 
 }  // namespace obzx_pdk_4_4

@@ -28,7 +28,7 @@ class CProgramRun
     using Clock = CRunningProgram::Clock;
 
     /// @param seconds most that it may take
-    CProgramRun(std::string commandLine, unsigned long seconds);
+    CProgramRun(std::string commandLine, unsigned long seconds, const SFiOutputBounds& bounds);
     CProgramRun(const CProgramRun&) = delete;
     CProgramRun& operator=(const CProgramRun&) = delete;
 
@@ -73,13 +73,14 @@ class CProgramRun
 
     const std::string m_commandLine;
     const unsigned long m_seconds;
+    const SFiOutputBounds m_bounds;
     std::vector<std::string> m_words;
     const bool m_isCommand;  // the line could be split
     CRunRecord m_record;
     CRunCancel m_cancel;
     base::CFileDescriptor m_outputEnd;
     std::optional<CRunningProgram> m_program;
-    CProcessOutput m_output{-1};
+    CProcessOutput m_output{-1, m_bounds};
     Clock::time_point m_deadline;
     std::optional<Clock::time_point> m_pausedAt;  // since when its output is not read
     bool m_isOver = false;

@@ -9,17 +9,17 @@
 
 namespace {
 
-using obzx_pdk_4_4::CProcessOutput;
+using namespace obzx_pdk_4_4;
 
 constexpr size_t BLOCK = size_t{64} * 1024;
 
 // The lines of a text that is read from a file, which has all of it ready.
-std::vector<std::string> linesOf(const std::string& text, size_t most = CProcessOutput::LIMIT)
+std::vector<std::string> linesOf(const std::string& text, size_t most = SFiOutputBounds::NONE)
 {
     std::FILE* const file = std::tmpfile();
     EXPECT_EQ(std::fwrite(text.data(), 1, text.size(), file), text.size());
     std::rewind(file);
-    CProcessOutput output(::fileno(file));
+    CProcessOutput output(::fileno(file), {});
     while (output.descriptor() >= 0) {
         output.read();
     }
@@ -62,6 +62,51 @@ TEST(ProcessOutput, ANumberOfBytesCutsTheLastLine)
     text.append("\nsecond\n").append(BLOCK, 'z');
     for (const size_t most : {size_t{0}, size_t{1}, BLOCK - 1, BLOCK, BLOCK + 3, BLOCK + 7, 2 * BLOCK}) {
         EXPECT_EQ(linesOf(text, most), expected(text.substr(0, most))) << most;
+    }
+}
+
+// The bound that a text passes; what is beyond it is not read.
+EFiOutputBound passedBy(const std::string& text, const SFiOutputBounds& bounds)
+{
+    std::FILE* const file = std::tmpfile();
+    EXPECT_EQ(std::fwrite(text.data(), 1, text.size(), file), text.size());
+    std::rewind(file);
+    CProcessOutput output(::fileno(file), bounds);
+    while (output.descriptor() >= 0 && !output.tooLong()) {
+        output.read();
+    }
+    std::fclose(file);
+    return output.passedBound();
+}
+
+TEST(ProcessOutput, MayHaveAsManyBytesAsItsBound)
+{
+    const SFiOutputBounds bounds{.bytes = 3 * BLOCK + 5};
+    EXPECT_EQ(passedBy(std::string(3 * BLOCK + 5, 'x'), bounds), EFiOutputBound::NONE);
+    EXPECT_EQ(passedBy(std::string(3 * BLOCK + 6, 'x'), bounds), EFiOutputBound::BYTES);
+    EXPECT_EQ(passedBy("", bounds), EFiOutputBound::NONE);
+}
+
+TEST(ProcessOutput, MayHaveAsManyLinesAsItsBoundWithOrWithoutALastEnd)
+{
+    const SFiOutputBounds bounds{.lines = 2 * BLOCK};
+    const std::string ends(2 * BLOCK - 1, '\n');
+    EXPECT_EQ(passedBy(ends + "\n", bounds), EFiOutputBound::NONE);
+    EXPECT_EQ(passedBy(ends + "last", bounds), EFiOutputBound::NONE);
+    EXPECT_EQ(passedBy(ends + "\nlast", bounds), EFiOutputBound::LINES);
+    EXPECT_EQ(passedBy(ends + "\n\n", bounds), EFiOutputBound::LINES);
+}
+
+TEST(ProcessOutput, MayHaveALineAsLongAsItsBoundWhereverItBegins)
+{
+    const SFiOutputBounds bounds{.lineLength = BLOCK + 7};
+    const std::string longest(BLOCK + 7, 'x');
+    for (const size_t before : {size_t{0}, size_t{1}, BLOCK - 1, BLOCK, BLOCK + 1}) {
+        const std::string start = before == 0 ? "" : std::string(before - 1, 'y') + "\n";
+        for (const char* const end : {"", "\n", "\nz\n"}) {
+            EXPECT_EQ(passedBy(start + longest + end, bounds), EFiOutputBound::NONE) << before << end;
+            EXPECT_EQ(passedBy(start + longest + "x" + end, bounds), EFiOutputBound::LINE_LENGTH) << before << end;
+        }
     }
 }
 
