@@ -9,7 +9,11 @@
 
 namespace obzx_pdk_4_4 {
 
-/// A message of a catalog: key, arguments, and where it was reported. Does not change, so any thread may read it.
+/**
+ * A message of a catalog: key, arguments, and where it was reported. Does not change, so any thread may read it. An
+ * argument of more than 1 MiB is cut, and so is the message's text; section FI_MESSAGE of the component's
+ * configuration store can raise that (MAX_LENGTH, bytes).
+ */
 class OBZX_API CFiMessage : public virtual CFiRefCount
 {
   public:

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -91,17 +92,19 @@ class CFiTraceArg
 /**
  * The text of a trace line. A conversion without an argument, and an incomplete conversion such as "%l]", are written
  * as they stand; an argument whose kind does not fit its conversion is written in its own form; surplus arguments are
- * ignored. Texts are written whole, NUL and newline included.
+ * ignored. Texts are written whole, NUL and newline included, unless the line would have more bytes than it may: then
+ * the rest of it is left out, and what stands behind says how much that is (" ... [17 bytes more]").
  */
-OBZX_API std::string formatTrace(std::string_view format, const CFiTraceArg* args, size_t count);
+OBZX_API std::string formatTrace(std::string_view format, const CFiTraceArg* args, size_t count,
+                                 size_t most = std::numeric_limits<size_t>::max());
 
 /**
  * The trace log of one component: a rotated file, /var/log/qz/<component>.log below the root directory.
  *
  * A line is "<UTC time, microseconds, Z> <pid>.<tid> L<level> <component> <text>". Section FI_TRACE of the component's
- * configuration store sets LEVEL (2), FILE, MAX_SIZE (bytes, 10 MiB) and MAX_FILES (5); OBZX_TRACE_LEVEL overrides the
- * level. A file that cannot be opened or written silences tracing and nothing else. Any thread may trace; lines are
- * whole.
+ * configuration store sets LEVEL (2), FILE, MAX_SIZE (bytes, 10 MiB), MAX_FILES (5) and MAX_LINE, the bytes of a text
+ * from which on it is cut (64 KiB, and no less); OBZX_TRACE_LEVEL overrides the level. A file that cannot be opened or
+ * written silences tracing and nothing else. Any thread may trace; lines are whole.
  */
 class OBZX_API CFiTraceLog : public virtual CFiRefCount
 {

@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "framework/include/cfistringtool.h"
+#include "framework/src/messages/message_bound.h"
 #include "framework/src/messages/message_text.h"
 #include "framework/src/text/locale_name.h"
 
@@ -21,6 +22,9 @@ CFiMessage::CFiMessage(std::string catalog, std::string id, std::vector<std::str
       m_line(line),
       m_severity(severity)
 {
+    for (std::string& argument : m_arguments) {
+        boundMessage(argument, m_catalog);
+    }
 }
 
 CFiMessage::~CFiMessage() = default;

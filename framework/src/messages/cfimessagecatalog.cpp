@@ -4,6 +4,7 @@
 
 #include "framework/src/messages/catalog_folder.h"
 #include "framework/src/messages/icu_message_catalog.h"
+#include "framework/src/messages/message_bound.h"
 #include "framework/src/messages/message_text.h"
 
 namespace obzx_pdk_4_4 {
@@ -116,10 +117,11 @@ bool CFiMessageCatalogManager::findPattern(const std::string& component, const s
 std::string CFiMessageCatalogManager::getLocalizedMessage(const CFiMessage& message, const std::string& locale)
 {
     std::string pattern;
-    if (findPattern(message.getCatalog(), message.getMessageId(), locale, pattern)) {
-        return message.format(pattern, locale);
-    }
-    return appendArguments(message.getMessageId(), message.getArguments());
+    std::string text = findPattern(message.getCatalog(), message.getMessageId(), locale, pattern)
+                           ? message.format(pattern, locale)
+                           : appendArguments(message.getMessageId(), message.getArguments());
+    boundMessage(text, message.getCatalog());
+    return text;
 }
 
 CFiMessagePtr CFiMessageCatalogManager::allocateMessage(const obz_msg_info* info)

@@ -1,5 +1,6 @@
 #include "framework/include/cfitrace.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <climits>
@@ -22,10 +23,12 @@ namespace {
 constexpr int32_t DEFAULT_LEVEL = TRACE_INVALID;
 constexpr long MIN_FILE_SIZE = 1024;
 constexpr long MAX_FILES = 1000;
+constexpr size_t DEFAULT_LINE = size_t{64} * 1024;
 
 struct STraceSettings
 {
     int32_t level = DEFAULT_LEVEL;
+    size_t longestLine = DEFAULT_LINE;  // bytes of its text
     STraceFileSettings file;
 };
 
@@ -39,6 +42,9 @@ void readStore(STraceSettings& settings, CFiConfiguration& store)
     if (store.getStringValue("FILE", text) == 0 && !text.empty()) settings.file.path = CFiStringTool::tstr2str(text);
     if (store.getIntegerValue("MAX_SIZE", number) == 0 && number >= MIN_FILE_SIZE) {
         settings.file.maxSize = static_cast<size_t>(number);
+    }
+    if (store.getIntegerValue("MAX_LINE", number) == 0) {
+        settings.longestLine = std::max(static_cast<size_t>(number), DEFAULT_LINE);
     }
     if (store.getIntegerValue("MAX_FILES", number) == 0 && number <= MAX_FILES) {
         settings.file.maxFiles = static_cast<size_t>(number);
@@ -99,6 +105,7 @@ const char* fileName(const char* path)
 struct CFiTraceLog::SState
 {
     mutable std::mutex mutex;  // guards initialisation and the error manager
+    size_t longestLine = DEFAULT_LINE;
     std::unique_ptr<CTraceFile> file;
     std::string component;
     CFiErrorManagerPtr errorManager;
@@ -118,6 +125,7 @@ void CFiTraceLog::initialize(const ACE_String_Base<char>& component, const ACE_S
     m_component = component;
     if (m_component != component) throw std::bad_alloc();  // the text class leaves a text as it was without a word
     m_state->component = CFiStringTool::tstr2str(component);
+    m_state->longestLine = settings.longestLine;
     m_state->file = std::make_unique<CTraceFile>(std::move(settings.file));
     m_level.store(settings.level, std::memory_order_relaxed);
     m_initialized.store(true, std::memory_order_release);
@@ -130,7 +138,7 @@ void CFiTraceLog::write(int32_t level, const char* format, const CFiTraceArg* ar
     if (!isInitialized() || format == nullptr) return;
     const int savedErrno = errno;  // a trace line between a call and its check must not change what is checked
     try {
-        const std::string text = formatTrace(format, args, count);
+        const std::string text = formatTrace(format, args, count, m_state->longestLine);
         if (level <= m_level.load(std::memory_order_relaxed)) m_state->file->write(level, m_state->component, text);
         if (level <= g_observerLevel.load(std::memory_order_relaxed)) observeTrace(level, m_state->component, text);
     } catch (...) {

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <unicode/locid.h>
 
+#include "base/tests/test_root.h"
 #include "framework/include/cfimessagecatalog.h"
 #include "framework/tests/support/plugin_test_support.h"
 
@@ -42,6 +43,18 @@ TEST_F(MessageCatalogs, AnswerInEnglishByDefault)
     EXPECT_EQ(text(PLAIN, ""), "Plain text");
     EXPECT_EQ(text(PLAIN, "C"), "Plain text");
     EXPECT_EQ(text("MSG_ERROR_PDKTEST_0002", "", {"X", "Y"}), "Cannot open X: Y");
+}
+
+TEST_F(MessageCatalogs, TextOfMoreThanAMebibyteIsCutUnlessTheStoreLetsItBeLonger)
+{
+    const base_test::CTestRoot root;
+    const std::string longest(1 << 20, 'x');
+    // "Cannot open X: Y" and the same without a catalog.
+    EXPECT_EQ(text("MSG_ERROR_PDKTEST_0002", "", {longest, "Y"}),
+              "Cannot open " + std::string((1 << 20) - 12, 'x') + " ... [15 bytes more]");
+    EXPECT_EQ(text("KEY", "", {longest}, "other"), "KEY " + std::string((1 << 20) - 4, 'x') + " ... [4 bytes more]");
+    root.write("etc/qz/pdktest.conf", "[FI_MESSAGE]\nMAX_LENGTH=1048590\n");
+    EXPECT_EQ(text("MSG_ERROR_PDKTEST_0002", "", {longest, "Y"}), "Cannot open " + longest + ":  ... [1 bytes more]");
 }
 
 TEST_F(MessageCatalogs, FallBackToEnglishForWhatIsNotTranslated)

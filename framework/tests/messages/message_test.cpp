@@ -87,5 +87,12 @@ TEST(IcuMessage, TakesArgumentsOfAnyBytes)
     EXPECT_EQ(formatted("{0}", {"{1}'{0}'"}), "{1}'{0}'");
 }
 
+TEST(Message, ArgumentOfMoreThanAMebibyteIsCut)
+{
+    const std::string longest(1 << 20, 'x');
+    const CFiMessage message("c", "ID", {longest, longest + "yz", ""}, "f", 1, OBZ_SEV_ERROR);
+    EXPECT_EQ(message.getArguments(), (std::vector<std::string>{longest, longest + " ... [2 bytes more]", ""}));
+}
+
 }  // namespace
 }  // namespace obzx_pdk_4_4

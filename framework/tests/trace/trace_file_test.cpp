@@ -181,6 +181,23 @@ TEST_F(TraceFile, TextsAreWrittenAsTheyStand)
     EXPECT_THAT(traceLines(), ElementsAre("L1 unit two", "lines with %s and {}", "L1 unit [a\0b]"s, "L1 unit "));
 }
 
+TEST_F(TraceFile, LineOfMoreThan64KiBIsCutUnlessTheStoreLetsItBeLonger)
+{
+    const std::string longest(64 * 1024, 'x');
+    for (const char* const store : {"", "[FI_TRACE]\nMAX_LINE=100\n"}) {
+        configure(store);
+        std::filesystem::remove_all(root() + "/var");
+        const CFiTraceLogPtr log = makeLog();
+        log->trace(1, "%s", longest);
+        log->trace(1, "%s", longest + "yz");
+        EXPECT_THAT(traceLines(), ElementsAre("L1 unit " + longest, "L1 unit " + longest + " ... [2 bytes more]"));
+    }
+    configure("[FI_TRACE]\nMAX_LINE=65537\n");
+    std::filesystem::remove_all(root() + "/var");
+    makeLog()->trace(1, "%s", longest + "yz");
+    EXPECT_THAT(traceLines(), ElementsAre("L1 unit " + longest + "y ... [1 bytes more]"));
+}
+
 TEST_F(TraceFile, LinesAreAddedToTheFileThatIsThere)
 {
     makeLog()->trace(1, "first");

@@ -130,6 +130,26 @@ TEST(TraceFormat, LongTextIsWrittenWhole)
     EXPECT_EQ(line(text), text);
 }
 
+TEST(TraceFormat, LineIsCutWhereItMayNotBeLongerAndSaysHowMuchIsMissing)
+{
+    const auto cut = [](size_t most, std::string_view format, const auto&... args) {
+        const std::vector<CFiTraceArg> list{CFiTraceArg(args)...};
+        return formatTrace(format, list.data(), list.size(), most);
+    };
+    EXPECT_EQ(cut(5, "%s", "12345"), "12345");
+    EXPECT_EQ(cut(5, "%s", "123456"), "12345 ... [1 bytes more]");
+    EXPECT_EQ(cut(5, "123456789"), "12345 ... [4 bytes more]");
+    EXPECT_EQ(cut(5, "a%sb%dc", "123456789", 7), "a1234 ... [8 bytes more]");
+    EXPECT_EQ(cut(5, "%.3s|%s", "123456789", "x"), "123|x");
+    EXPECT_EQ(cut(5, "%.7s", "123456789"), "12345 ... [2 bytes more]");
+    EXPECT_EQ(cut(5, "%d", "123456789"), "12345 ... [4 bytes more]");
+    // No character is torn.
+    EXPECT_EQ(cut(4, "%s", "a\xe2\x82\xac\xe2\x82\xac"), "a\xe2\x82\xac ... [3 bytes more]");
+    EXPECT_EQ(cut(5, "%s", "a\xe2\x82\xac\xe2\x82\xac"), "a\xe2\x82\xac ... [3 bytes more]");
+    EXPECT_EQ(cut(3, "%s", "\x80\x80\x80\x80\x80\x80"), "\x80\x80\x80 ... [3 bytes more]");
+    EXPECT_EQ(cut(0, "%s", "x"), " ... [1 bytes more]");
+}
+
 TEST(TraceFormat, NulAndNewlineStayInTheText)
 {
     EXPECT_EQ(line("a\0%s"s, "b\0\nc"s), "a\0b\0\nc"s);
