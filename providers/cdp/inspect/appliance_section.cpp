@@ -1,6 +1,7 @@
 #include "providers/cdp/inspect/appliance_section.h"
 
 #include <algorithm>
+#include <unordered_set>
 
 #include "providers/cdp/lmr/listings/lmr_inventory_listing.h"
 #include "providers/cdp/lmr/listings/lmr_listing_details.h"
@@ -176,12 +177,17 @@ std::optional<CApplianceQuestions::CLines> CApplianceQuestions::ask(const SLMRCo
 }
 
 /// The names in a listing; empty when there was no answer or it is no such listing, with the reason.
-std::optional<std::vector<std::string>> CApplianceQuestions::askForNames(const SLMRCommand& command, CNameReader reader,
-                                                                         SAsked& asked, CReason& problem)
+std::optional<std::vector<std::string>> CApplianceQuestions::askForNames(const SLMRCommand& command,
+                                                                         const SNameReader& reader, SAsked& asked,
+                                                                         CReason& problem)
 {
     const auto lines = ask(command, asked, problem);
     if (!lines) return std::nullopt;
-    const SLMRNameListing listing = reader(*lines);
+    if (const std::string excess = excessOf(*lines, reader.parse, m_runner.bounds()); !excess.empty()) {
+        problem = "the answer to \"" + readableCommand(command.m_text) + "\" counts as none: " + excess;
+        return std::nullopt;
+    }
+    const SLMRNameListing listing = reader.read(*lines);
     if (listing.isListing) return textsOf(listing.names);
     problem = noListing(command, *lines, defectOf(listing, *lines), asked);
     return std::nullopt;
@@ -190,7 +196,8 @@ std::optional<std::vector<std::string>> CApplianceQuestions::askForNames(const S
 void CApplianceQuestions::readHosts()
 {
     CReason problem;
-    const auto names = askForNames(lmr_commands::listHosts(), readHostListing, m_askedForHosts, problem);
+    const auto names =
+        askForNames(lmr_commands::listHosts(), {readHostListing, parseHostName}, m_askedForHosts, problem);
     note(problem);
     if (!names) return;
     m_section.hostsRead = true;
@@ -215,7 +222,7 @@ void CApplianceQuestions::readHost(SHost& host, SAsked& asked)
 void CApplianceQuestions::readGroups()
 {
     CReason problem;
-    auto names = askForNames(lmr_commands::listGroups(), readGroupListing, m_askedForGroups, problem);
+    auto names = askForNames(lmr_commands::listGroups(), {readGroupListing, parseGroupName}, m_askedForGroups, problem);
     note(problem);
     if (!names) return;
     m_section.groupsRead = true;
@@ -251,10 +258,13 @@ void CApplianceQuestions::readImages(SGroup& group, const std::vector<std::strin
 {
     CReason problem;
     const SLMRCommand command = lmr_commands::listTimeImages(cdpfi::textOf(group.name));
-    const auto names = askForNames(command, readTimeImageListing, asked, problem);
+    const auto names = askForNames(command, {readTimeImageListing, parseTimeImageName}, asked, problem);
     // A list whose last lines were lost looks like a shorter list, so it is compared with what the group shows.
+    const std::unordered_set<std::string_view> listed =
+        names ? std::unordered_set<std::string_view>(names->begin(), names->end())
+              : std::unordered_set<std::string_view>();
     for (const std::string& name : shown) {
-        if (!names || std::ranges::find(*names, name) != names->end()) continue;
+        if (!names || listed.contains(name)) continue;
         problem = "the answer to \"" + readableCommand(command.m_text) + "\" lacks " + shortLine(name);
     }
     if (!group.problem) group.problem = problem;

@@ -46,7 +46,11 @@ class CApplianceQuestions
 
   private:
     using CLines = std::vector<std::string>;
-    using CNameReader = SLMRNameListing (*)(const CLines&);
+    struct SNameReader
+    {
+        SLMRNameListing (*read)(const CLines&);
+        CLMRNameParser parse;  ///< one line, for the count
+    };
 
     void add(base::CSideBySide::Task questions);
     void gather(SAsked& asked);
@@ -55,7 +59,8 @@ class CApplianceQuestions
     void noteSilence(const SAnswer& answer);
     void note(const CReason& problem);
     std::optional<CLines> ask(const SLMRCommand& command, SAsked& asked, CReason& problem);
-    std::optional<CLines> askForNames(const SLMRCommand& command, CNameReader reader, SAsked& asked, CReason& problem);
+    std::optional<CLines> askForNames(const SLMRCommand& command, const SNameReader& reader, SAsked& asked,
+                                      CReason& problem);
     void readHosts();
     void readHost(SHost& host, SAsked& asked);
     void readGroups();

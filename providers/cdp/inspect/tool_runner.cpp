@@ -34,6 +34,7 @@ struct SRunFacts
     uint64_t limit = 0;
     double seconds = 0;
     std::string output;
+    uint64_t outputSize = 0;
     bool isWhole = true;
 };
 
@@ -53,6 +54,7 @@ void onRun(void* /*context*/, const obzx_run* run)
     facts.limit = run->limit_seconds;
     facts.seconds = static_cast<double>(run->duration_nanoseconds) / 1e9;
     facts.output.assign(run->output, run->output_kept);
+    facts.outputSize = run->output_size;
     facts.isWhole = run->output_kept == run->output_size;
 }
 
@@ -82,7 +84,9 @@ std::string problemOf(const SRunFacts& facts, const std::string& tool, const std
         case OBZX_RUN_STOPPED_BY_CANCEL:
             return tool + " was stopped";
         case OBZX_RUN_STOPPED_BY_OUTPUT:
-            return tool + " wrote more than can be read and was stopped";
+            return tool + " wrote more than can be read and was stopped; " + LMR_TOOL_SECTION + "/" +
+                   LMR_MAX_ANSWER_SIZE.key + ", " + LMR_MAX_ANSWER_LINES.key + " and " + LMR_MAX_LINE_LENGTH.key +
+                   " in " + CLMRConfiguration({}).path() + " are its bounds";
         default:
             break;
     }
@@ -124,6 +128,7 @@ SAnswer watch(const std::string& toolPath, const CStart& start)
     if (byItself) answer.run.exitStatus = facts.exitStatus;
     if (facts.signal != 0) answer.run.signal = facts.signal;
     answer.run.seconds = facts.seconds;
+    answer.bytes = facts.outputSize;
     answer.isCut = facts.isWhole && !facts.output.empty() && facts.output.back() != '\n';
     answer.run.output = std::move(facts.output);
     return answer;
@@ -155,6 +160,7 @@ CRunWatch::~CRunWatch()
 CToolRunner::CToolRunner() : m_atOnce(CLMRConfiguration({}).importMaxParallel())
 {
     m_shell.setShell(CLMRConfiguration({}).importlmshPathInfo());
+    m_shell.setBounds(CLMRConfiguration({}).importAnswerBounds());
     m_shellPath = m_shell.getShell().program();
     m_utilityPath = CLMRConfiguration({}).importkforUtilPathInfo().program();
 }
@@ -171,6 +177,10 @@ SAnswer CToolRunner::send(const std::string& appliance, const SLMRCommand& comma
         answer.problem = "the appliance's name holds a double quote or a control character, so nothing is sent";
         return answer;
     }
+    if (m_answered > bounds().inventory) {
+        answer.problem = "not asked: " + inventoryExcess(bounds());
+        return answer;
+    }
     try {
         answer = watch(m_shellPath, [&](std::vector<std::string>& lines) {
             return m_shell.execLMSH(textOf(appliance), textOf(command.m_text), lines);
@@ -178,6 +188,7 @@ SAnswer CToolRunner::send(const std::string& appliance, const SLMRCommand& comma
     } catch (const CFiPlatformError& error) {
         answer.problem = error.getPath() + ": " + error.what();
     }
+    m_answered += answer.bytes;
     answer.run.appliance = appliance;
     answer.run.command = readableCommand(command.m_text);
     return answer;
@@ -187,7 +198,9 @@ SAnswer CToolRunner::listDisks()
 {
     const std::string commandLine = lmr_utility::listDisks(m_utilityPath);
     SAnswer answer = watch(m_utilityPath, [&](std::vector<std::string>& lines) {
-        return CFiExecPipePosix(1).Exec(commandLine, lines, "", NO_LIMIT_OF_ITS_OWN, "", "", "");
+        CFiExecPipePosix pipe(1);
+        pipe.setBounds(bounds().ofOutput());
+        return pipe.Exec(commandLine, lines, "", NO_LIMIT_OF_ITS_OWN, "", "", "");
     });
     answer.run.command = readableCommand(commandLine);
     return answer;

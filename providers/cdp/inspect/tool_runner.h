@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -21,6 +22,7 @@ struct SAnswer
     bool timedOut = false;           ///< it was stopped by the time limit
     std::vector<std::string> lines;  ///< also of a command that failed
     bool isCut = false;              ///< the last line does not end: more was to come
+    size_t bytes = 0;                ///< of the whole answer
     SToolUse use;
     SToolRun run;
 };
@@ -46,6 +48,8 @@ class CToolRunner
 
     const std::string& shellPath() const { return m_shellPath; }
     const std::string& utilityPath() const { return m_utilityPath; }
+    /// What an answer may come to, and all of them together.
+    const SLMRAnswerBounds& bounds() const { return m_shell.bounds(); }
     /// How many runs of the tools there may be at once: MAX_PARALLEL of the configuration.
     size_t atOnce() const { return m_atOnce; }
 
@@ -59,6 +63,7 @@ class CToolRunner
     std::string m_shellPath;
     std::string m_utilityPath;
     size_t m_atOnce;
+    std::atomic<size_t> m_answered{0};  // bytes of the appliances' answers
 };
 
 /// A command as people read it: single blanks between words, names in quotes as they are.

@@ -20,6 +20,8 @@ class CLMRAnswer
 
     /// Valid as long as the answer is, wherever that is moved.
     std::span<const std::string_view> lines() const { return m_lines; }
+    /// Of the whole answer.
+    size_t bytes() const { return m_text.size(); }
     std::vector<std::string> copies() const { return {m_lines.begin(), m_lines.end()}; }
 
   private:

@@ -30,13 +30,16 @@ void CLMRAppliance::initialize()
     const std::shared_ptr<void> ahead = readAhead();
     const CLMRDeviceManagerPtr devices = CFiContextSingleton<CLMRDeviceManager, CLMRDeviceManager>::instance(false);
     devices->registerTraceLog(m_traceLog);
+    const SLMRAnswerBounds bounds = CLMRConfiguration({}).importAnswerBounds();
     devices->setUtility(CLMRConfiguration(m_traceLog).importkforUtilPathInfo());
+    devices->setBounds(bounds);
     devices->refresh(false);
     setCLMRDeviceManagerSingletonPtr(devices);
 
     const CLMRApplianceToolPtr tool = CFiContextSingleton<CLMRApplianceTool, CLMRApplianceTool>::instance(false);
     tool->registerTraceLog(m_traceLog);
     tool->setShell(CLMRConfiguration(m_traceLog).importlmshPathInfo());
+    tool->setBounds(bounds);
     setCLMRApplianceToolSingletonPtr(tool);
 
     generateHostList();

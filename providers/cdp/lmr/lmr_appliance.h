@@ -70,8 +70,8 @@ class CLMRAppliance : public CBaseAppliance
 
   private:
     /// Has the appliance list its hosts or groups. @return whether it did; a failure is traced
-    bool list(const SLMRCommand& command, std::vector<std::string>& lines) const;
-    bool loadGroup(const CString& name);
+    bool list(const SLMRCommand& command, CLMRNameParser parse, CLMRAnswer& answer) const;
+    bool loadGroup(const CString& name, size_t& bytes);
     void indexGroups();
     bool storeDevices(CLMRConsistencyGroup& group, std::span<const std::string_view> lines);
     void traceLun(const SLMRGroupLun& lun) const;

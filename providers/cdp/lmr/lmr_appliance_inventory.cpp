@@ -25,9 +25,10 @@ std::vector<CString> CLMRAppliance::getConsistencyGroupNameList()
     return m_groupNameList;
 }
 
-bool CLMRAppliance::list(const SLMRCommand& command, std::vector<std::string>& lines) const
+bool CLMRAppliance::list(const SLMRCommand& command, CLMRNameParser parse, CLMRAnswer& answer) const
 {
-    const bool succeeded = sendCommand(*this, m_name, command, lines) == 0;
+    const bool succeeded =
+        sendCommand(*this, m_name, command, answer) == 0 && isWithinBounds(*this, command, answer.lines(), parse);
     if (!succeeded) trace(TRACE_FAILURE, "Failed to execute command");
     return succeeded;
 }
@@ -35,8 +36,8 @@ bool CLMRAppliance::list(const SLMRCommand& command, std::vector<std::string>& l
 void CLMRAppliance::generateHostNameList()
 {
     m_hostNameList.clear();
-    std::vector<std::string> lines;
-    if (list(lmr_commands::listHosts(), lines)) m_hostNameList = parseHostNames(lines);
+    CLMRAnswer answer;
+    if (list(lmr_commands::listHosts(), parseHostName, answer)) m_hostNameList = parseHostNames(answer.lines());
 }
 
 void CLMRAppliance::generateHostList()
@@ -65,10 +66,10 @@ void CLMRAppliance::generateHostList()
 void CLMRAppliance::generateConsistencyGroupNameList()
 {
     m_groupNameList.clear();
-    std::vector<std::string> lines;
-    if (!list(lmr_commands::listGroups(), lines)) return;
-    m_groupNameList.reserve(lines.size());
-    for (const std::string& line : lines) {
+    CLMRAnswer answer;
+    if (!list(lmr_commands::listGroups(), parseGroupName, answer)) return;
+    m_groupNameList.reserve(answer.lines().size());
+    for (const std::string_view line : answer.lines()) {
         std::string_view name;
         if (parseGroupName(line, name)) {
             appendTo(m_groupNameList, name);
@@ -90,8 +91,9 @@ void CLMRAppliance::generateConsistencyGroupList()
     m_groupList.clear();
     m_groupMap.clear();
     try {
+        size_t bytes = 0;
         for (const CString& name : m_groupNameList) {
-            if (!loadGroup(name)) break;
+            if (!loadGroup(name, bytes)) break;
         }
     } catch (...) {
         indexGroups();  // what was read before stays
@@ -112,13 +114,15 @@ void CLMRAppliance::indexGroups()
 }
 
 /// False when the walk over the groups is to stop here.
-bool CLMRAppliance::loadGroup(const CString& name)
+/// @param bytes of the listings so far
+bool CLMRAppliance::loadGroup(const CString& name, size_t& bytes)
 {
     trace(TRACE_DETAIL, "CLMRAppliance::generateConsistencyGroupList - Working with CG %s", name);
     CLMRAnswer answer;
     const int result = sendCommand(*this, m_name, lmr_commands::showGroup(name), answer);
     trace(TRACE_DETAIL, "CLMRApplianceToolCS::instance()->execLMSH Command returned %d", result);
-    if (result != 0) {
+    bytes += answer.bytes();
+    if (result != 0 || !isWithinInventory(*this, lmr_commands::showGroup(name), bytes)) {
         trace(TRACE_FAILURE, "Failed to execute command");
         return false;
     }

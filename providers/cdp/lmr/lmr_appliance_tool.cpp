@@ -17,6 +17,8 @@ namespace {
 
 constexpr int NOT_STARTED = -1;
 constexpr unsigned long TIME_OUT_SECONDS = 600;
+// Of what a failed command wrote; a trace line is cut before, unless it may be longer than usual.
+constexpr size_t MOST_TRACED = size_t{1024} * 1024;
 
 }  // namespace
 
@@ -34,6 +36,7 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, C
     const CFiTraceLogFunction tracer(m_traceLog, "execLMSH", __LINE__, __FILE__);
     CFiExecPipePosix pipe(1);
     pipe.registerTraceLog(m_traceLog);
+    pipe.setBounds(m_bounds.ofOutput());
     answer = {};
     if (!isSendable(server, command)) return NOT_STARTED;
     trace(TRACE_DETAIL, "CLMRApplianceTool::execLMSH - Running command [%s].", command);
@@ -50,10 +53,14 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, C
     if (result == EXEC_FAILED) {
         if (isTraceEnabled(TRACE_INVALID)) {
             trace(TRACE_INVALID, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command,
-                  pipe.getError().code, joinTexts(lines, ""));
+                  pipe.getError().code, joinTexts(lines, "", MOST_TRACED));
         }
         script.remove();
         return result;
+    }
+    if (result == EXEC_TOO_LONG) {
+        trace(TRACE_FAILURE, "CLMRApplianceTool::execLMSH - The answer to [%s] counts as none: %s; %s.", command,
+              pipe.getError().message, howToRaise(pipe.getError().bound));
     }
     script.remove();
     if (isTraceEnabled(TRACE_DETAIL)) {

@@ -20,6 +20,8 @@ class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virt
   public:
     void setShell(const SLMRCliPath& shell) { m_shell.assignFrom(shell); }
     const SLMRCliPath& getShell() const { return m_shell; }
+    void setBounds(const SLMRAnswerBounds& bounds) { m_bounds = bounds; }
+    const SLMRAnswerBounds& bounds() const { return m_bounds; }
 
     /**
      * Has the shell run one command on an appliance and waits for it, at most 600 seconds.
@@ -37,6 +39,7 @@ class CLMRApplianceTool : public virtual obzx_pdk_4_4::CFiTraceable, public virt
     bool isSendable(const CString& server, const CString& command) const;
 
     SLMRCliPath m_shell;
+    SLMRAnswerBounds m_bounds;
     std::map<CString, CString> m_settings;  // reserved for settings of the shell
 };
 

@@ -36,18 +36,33 @@ SLMRCliPath CLMRConfiguration::importkforUtilPathInfo()
 unsigned CLMRConfiguration::importMaxParallel()
 {
     const CFiTraceLogFunction tracer(m_traceLog, "importMaxParallel", __LINE__, __FILE__);
-    long count = LMR_DEFAULT_PARALLEL;
+    const long count = readNumber(LMR_MAX_PARALLEL, LMR_DEFAULT_PARALLEL);
+    return static_cast<unsigned>(std::clamp(count, 1L, LMR_MOST_PARALLEL));
+}
+
+SLMRAnswerBounds CLMRConfiguration::importAnswerBounds()
+{
+    const auto bound = [this](const SLMRBoundSetting& setting) {
+        return static_cast<size_t>(std::max(readNumber(setting.key, setting.byDefault), setting.least));
+    };
+    return {.bytes = bound(LMR_MAX_ANSWER_SIZE),
+            .lines = bound(LMR_MAX_ANSWER_LINES),
+            .lineLength = bound(LMR_MAX_LINE_LENGTH),
+            .inventory = bound(LMR_MAX_INVENTORY_SIZE),
+            .names = bound(LMR_MAX_NAMES),
+            .repeatedNames = bound(LMR_MAX_REPEATED_NAMES)};
+}
+
+long CLMRConfiguration::readNumber(const char* key, long byDefault)
+{
+    long number = byDefault;
     try {
         ACE_Configuration_Section_Key section;
-        long configured = 0;
-        if (openSection(LMR_TOOL_SECTION, section, READ_ONLY) == 0 &&
-            getIntegerValue(LMR_MAX_PARALLEL, configured) == 0) {
-            count = configured;
-        }
+        if (openSection(LMR_TOOL_SECTION, section, READ_ONLY) == 0) getIntegerValue(key, number);
     } catch (...) {
         // A store that cannot be read is as good as one without the value.
     }
-    return static_cast<unsigned>(std::clamp(count, 1L, LMR_MOST_PARALLEL));
+    return number;
 }
 
 SLMRCliPath CLMRConfiguration::readTool(const SLMRToolSetting& setting)

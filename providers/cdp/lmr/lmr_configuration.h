@@ -4,6 +4,7 @@
 
 #include "framework/include/cficonfiguration.h"
 #include "pdk/include/cfitracelog.h"
+#include "providers/cdp/lmr/lmr_answer_bounds.h"
 #include "providers/cdp/model/base_types.h"
 
 namespace cdpfi {
@@ -65,9 +66,12 @@ class CLMRConfiguration : public obzx_pdk_4_4::CFiConfiguration
     SLMRCliPath importkforUtilPathInfo();
     /// 1 (one after the other) to 64; what is set outside of that counts as the nearer end, what is no number as unset.
     unsigned importMaxParallel();
+    /// What is no number counts as unset.
+    SLMRAnswerBounds importAnswerBounds();
 
   private:
     SLMRCliPath readTool(const SLMRToolSetting& setting);
+    long readNumber(const char* key, long byDefault);
 
     obzx_pdk_4_4::CFiTraceLogPtr m_traceLog;
 };

@@ -14,6 +14,13 @@ namespace cdpfi {
 
 using namespace obzx_pdk_4_4;
 
+namespace {
+
+// Of a listing that is none.
+constexpr size_t MOST_TRACED = size_t{1024} * 1024;
+
+}  // namespace
+
 std::vector<SCDPDeviceInfo> CLMRConsistencyGroup::getDeviceList()
 {
     return m_devices;
@@ -133,9 +140,14 @@ CString CLMRConsistencyGroup::getName()
 void CLMRConsistencyGroup::populateTimeImageInformation()
 {
     std::vector<std::string> lines;
-    if (!send(lmr_commands::listTimeImages(m_name), lines)) return;
+    const SLMRCommand command = lmr_commands::listTimeImages(m_name);
+    if (!send(command, lines)) return;
     if (isEmptyTimeImageList(lines)) {
         trace(TRACE_INFO, "There are no timeimages for [%s]", m_name);
+        return;
+    }
+    if (!isWithinBounds(*this, command, viewsOf(lines), parseTimeImageName)) {
+        trace(TRACE_FAILURE, "Failed to execute command");
         return;
     }
     for (const std::string& line : lines) {
@@ -272,7 +284,8 @@ bool CLMRConsistencyGroup::fillTimeImage(CBaseTimeImage& image, const std::vecto
 {
     const SLMRImageListing listing = parseTimeImage(lines);
     if (listing.result == EImageListing::NO_LUNS) {
-        trace(TRACE_FAILURE, "Invalid output could not find TimeImage LUNS section [%s] ", joinTexts(lines, ""));
+        trace(TRACE_FAILURE, "Invalid output could not find TimeImage LUNS section [%s] ",
+              joinTexts(viewsOf(lines), "", MOST_TRACED));
         return false;
     }
     for (const SLMRImageLun& lun : listing.luns) {

@@ -1,5 +1,6 @@
 #include "providers/cdp/lmr/lmr_device_manager.h"
 
+#include <algorithm>
 #include <array>
 
 #include "framework/include/cfistringtool.h"
@@ -16,6 +17,9 @@ namespace {
 
 constexpr unsigned long TIME_OUT_SECONDS = 600;
 constexpr size_t LINES_WITHOUT_DISKS = 2;
+// Of what cannot be read: enough to see what it is.
+constexpr size_t MOST_LINES_TRACED = 1000;
+constexpr size_t MOST_TOKENS_TRACED = 100;
 
 }  // namespace
 
@@ -48,7 +52,9 @@ void CLMRDeviceManager::refresh(bool discover)
             trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - CLI Command [%s] failed with error [%l].", commandLine);
         }
         traceOutput(output);
-        throw EDiskListing(m_utility.program(), pipe.getError());
+        SFiExecError error = pipe.getError();
+        if (result == EXEC_TOO_LONG) error.message += "; " + howToRaise(error.bound);
+        throw EDiskListing(m_utility.program(), error);
     }
     const std::lock_guard<std::mutex> lock(m_lunMapLock);
     const size_t count = output.countLines();
@@ -81,10 +87,15 @@ int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& com
     // A rescan uses the words of the refresh that it belongs to.
     trace(TRACE_INFO, "CLMRDeviceManager::refresh - Command going to execute is :[%s]", commandLine);
     pipe.registerTraceLog(m_traceLog);
+    pipe.setBounds(m_bounds.ofOutput());
     const std::optional<int> begun = CLMRReadAhead::answer(commandLine, pipe, output);
     const int result = begun ? *begun : pipe.Exec(commandLine, output, "", TIME_OUT_SECONDS, "", "", "");
     if (isTraceEnabled(TRACE_INFO)) {
         trace(TRACE_INFO, "CLMRDeviceManager::refresh - kforutil : command returned [%d] lines .", output.countLines());
+    }
+    if (result == EXEC_TOO_LONG) {
+        trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - The answer counts as none: %s; %s.", pipe.getError().message,
+              howToRaise(pipe.getError().bound));
     }
     return result;
 }
@@ -92,9 +103,11 @@ int CLMRDeviceManager::runUtility(CFiExecPipePosix& pipe, const std::string& com
 void CLMRDeviceManager::traceOutput(CFiOutputText& output) const
 {
     std::array<std::string_view, 1> line;
-    while (output.takeLines(line) > 0) {
+    for (size_t count = 0; count < MOST_LINES_TRACED && output.takeLines(line) > 0; ++count) {
         trace(TRACE_FAILURE, "CLIDATA: [%s]", line[0]);
     }
+    const size_t left = output.countLines();
+    if (left > 0) trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - [%d] lines more are not shown.", left);
 }
 
 void CLMRDeviceManager::readListing(CFiOutputText& output)
@@ -146,7 +159,7 @@ void CLMRDeviceManager::traceFields(std::string_view line) const
     trace(TRACE_FAILURE,
           "CLMRDeviceManager::refresh - invalid format for lun parser. Found [%d] tokens in line  [%s] found",
           fields.size(), line);
-    for (size_t i = 0; i < fields.size(); ++i) {
+    for (size_t i = 0; i < std::min(fields.size(), MOST_TOKENS_TRACED); ++i) {
         trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - token[%d] = [%s]", i, fields[i]);
     }
 }
@@ -155,7 +168,7 @@ void CLMRDeviceManager::traceGroups(std::string_view line) const
 {
     trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - invalid format for lun parser [%s]", line);
     const std::vector<std::string> groups = CFiStringTool::tokenize(line, "(\n");
-    for (size_t i = 0; i < groups.size(); ++i) {
+    for (size_t i = 0; i < std::min(groups.size(), MOST_TOKENS_TRACED); ++i) {
         trace(TRACE_FAILURE, "CLMRDeviceManager::refresh - token[%d] = [%s]", i, groups[i]);
     }
 }

@@ -24,6 +24,7 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
   public:
     void setUtility(const SLMRCliPath& utility) { m_utility.assignFrom(utility); }
     const SLMRCliPath& getUtility() const { return m_utility; }
+    void setBounds(const SLMRAnswerBounds& bounds) { m_bounds = bounds; }
 
     /**
      * Lists the disks and updates the table: new devices are added, known ones get the serial they have now, and those
@@ -51,6 +52,7 @@ class CLMRDeviceManager : public virtual obzx_pdk_4_4::CFiTraceable, public virt
     void traceGroups(std::string_view line) const;
 
     SLMRCliPath m_utility;
+    SLMRAnswerBounds m_bounds;
     CLMRLunTable m_lunMap;
     std::mutex m_lunMapLock;
 };

@@ -23,18 +23,20 @@ constexpr unsigned long TIME_OUT_SECONDS = 600;  // as the walk has it
 
 thread_local CLMRReadAhead* g_ofThread = nullptr;
 
-std::vector<SLMRCommand> hostsOf(const std::vector<std::string>& listing)
+std::vector<SLMRCommand> hostsOf(const std::vector<std::string>& listing, const SLMRAnswerBounds& bounds)
 {
     std::vector<SLMRCommand> commands;
+    if (!excessOf(listing, parseHostName, bounds).empty()) return commands;
     for (const CString& name : parseHostNames(listing)) {
         commands.push_back(lmr_commands::showHost(name));
     }
     return commands;
 }
 
-std::vector<SLMRCommand> groupsOf(const std::vector<std::string>& listing)
+std::vector<SLMRCommand> groupsOf(const std::vector<std::string>& listing, const SLMRAnswerBounds& bounds)
 {
     std::vector<SLMRCommand> commands;
+    if (!excessOf(listing, parseGroupName, bounds).empty()) return commands;
     for (const std::string& line : listing) {
         std::string_view name;
         if (parseGroupName(line, name)) commands.push_back(lmr_commands::showGroup(textOf(name)));
@@ -63,11 +65,13 @@ std::shared_ptr<CLMRReadAhead> CLMRReadAhead::ofThread(const CFiTraceLogPtr& tra
 
 CLMRReadAhead::CLMRReadAhead(const CFiTraceLogPtr& traceLog, size_t atOnce)
     : m_atOnce(atOnce),
+      m_bounds(CLMRConfiguration({}).importAnswerBounds()),
       m_shell('"' + CLMRConfiguration({}).importlmshPathInfo().program() + '"'),
       m_utility(lmr_utility::listDisks(CLMRConfiguration({}).importkforUtilPathInfo().program())),
       m_runs(std::make_unique<CFiExecAhead>())
 {
     m_runs->registerTraceLog(traceLog);
+    m_runs->setBounds(m_bounds.ofOutput());
     g_ofThread = this;
 }
 
@@ -234,7 +238,7 @@ void CLMRReadAhead::readListing(SWalk& walk) const
     if (walk.m_details == nullptr || walk.m_asked > 0 || !listing || !m_runs->hasEnded(*listing)) return;
     const CDetails details = std::exchange(walk.m_details, nullptr);
     if (!m_runs->hasSucceeded(*listing)) return;
-    for (SLMRCommand& command : details(linesOf(m_runs->output(*listing)))) {
+    for (SLMRCommand& command : details(linesOf(m_runs->output(*listing)), m_bounds)) {
         if (!command.m_refused) walk.m_commands.push_back({.m_text = std::move(command.m_text)});
     }
 }

@@ -8,6 +8,7 @@
 
 #include "framework/include/cfiexecahead.h"
 #include "framework/include/cfiexecpipe.h"
+#include "providers/cdp/lmr/lmr_answer_bounds.h"
 #include "providers/cdp/lmr/lmr_commands.h"
 #include "providers/cdp/lmr/lmr_script.h"
 #include "providers/cdp/model/base_types.h"
@@ -60,7 +61,8 @@ class CLMRReadAhead : public std::enable_shared_from_this<CLMRReadAhead>
         std::optional<size_t> m_run{};
         std::unique_ptr<CLMRScript> m_script{};
     };
-    using CDetails = std::vector<SLMRCommand> (*)(const std::vector<std::string>& listing);
+    using CDetails = std::vector<SLMRCommand> (*)(const std::vector<std::string>& listing,
+                                                  const SLMRAnswerBounds& bounds);
     /// Commands that a walk asks for one after the other: a listing, and one for each name in it.
     struct SWalk
     {
@@ -90,6 +92,7 @@ class CLMRReadAhead : public std::enable_shared_from_this<CLMRReadAhead>
     void readListing(SWalk& walk) const;
 
     const size_t m_atOnce;
+    const SLMRAnswerBounds m_bounds;
     std::string m_shell;    // as a command line
     std::string m_utility;  // its command line that lists the disks
     std::deque<SWalk> m_walks;

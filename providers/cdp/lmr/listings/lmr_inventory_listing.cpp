@@ -56,15 +56,27 @@ EGroupListing findSections(std::span<const std::string_view> lines, SLMRGroupLis
 //
 //   backup01   10.0.0.7
 //   backup02   10.0.0.8
-std::vector<CString> parseHostNames(const std::vector<std::string>& lines)
+bool parseHostName(std::string_view line, std::string_view& name)
+{
+    if (!CLMRPieceCursor(line, FIELD_ENDS).next(name)) return false;
+    name = trimBlanks(name);
+    return true;
+}
+
+std::vector<CString> parseHostNames(std::span<const std::string_view> lines)
 {
     std::vector<CString> names;
     names.reserve(lines.size());
-    for (const std::string& line : lines) {
+    for (const std::string_view line : lines) {
         std::string_view name;
-        if (CLMRPieceCursor(line, FIELD_ENDS).next(name)) appendTo(names, trimBlanks(name));
+        if (parseHostName(line, name)) appendTo(names, name);
     }
     return names;
+}
+
+std::vector<CString> parseHostNames(const std::vector<std::string>& lines)
+{
+    return parseHostNames(viewsOf(lines));
 }
 
 // groups = { group-name "luns=" text NEWLINE | other text NEWLINE }

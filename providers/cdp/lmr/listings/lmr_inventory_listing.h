@@ -12,7 +12,10 @@ namespace cdpfi {
 // Parsers of what the appliance's shell answers about its hosts and groups. They take lines and return what was read;
 // views point into the lines. No commands, no locks, no traces.
 
+/// The host's name in a line of the host listing; false when the line names none.
+bool parseHostName(std::string_view line, std::string_view& name);
 /// Host names of a host listing, in order.
+std::vector<CString> parseHostNames(std::span<const std::string_view> lines);
 std::vector<CString> parseHostNames(const std::vector<std::string>& lines);
 
 /// The group name in a line of the group listing; false when the line names none.

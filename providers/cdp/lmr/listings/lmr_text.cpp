@@ -1,5 +1,7 @@
 #include "providers/cdp/lmr/listings/lmr_text.h"
 
+#include <algorithm>
+
 namespace cdpfi {
 
 std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& separators)
@@ -34,12 +36,16 @@ std::string joinTexts(const std::vector<std::string>& texts, std::string_view se
     return joinTexts(viewsOf(texts), separator);
 }
 
-std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator)
+std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator, size_t most)
 {
     std::string joined;
     for (const std::string_view& text : texts) {
         if (&text != &texts.front()) joined.append(separator);
-        joined.append(text);
+        const bool fits = text.size() <= most - std::min(joined.size(), most);
+        joined.append(text.substr(0, most));
+        if (fits) continue;
+        joined.resize(most);
+        return joined + " ...";
     }
     return joined;
 }

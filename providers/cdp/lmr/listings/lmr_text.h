@@ -92,7 +92,9 @@ std::vector<std::string> allPieces(std::string_view text, const CLMRSeparators& 
 /// The text without LMR_BLANKS at both ends.
 std::string_view trimBlanks(std::string_view text);
 /// The texts in order with the separator between them.
-std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator);
+/// @param most bytes; of more, the first ones and " ..."
+std::string joinTexts(std::span<const std::string_view> texts, std::string_view separator,
+                      size_t most = std::string_view::npos);
 std::string joinTexts(const std::vector<std::string>& texts, std::string_view separator);
 /// The same texts, not copied.
 std::vector<std::string_view> viewsOf(const std::vector<std::string>& texts);

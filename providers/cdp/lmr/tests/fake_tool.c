@@ -9,6 +9,7 @@
  *   delay MS         wait; what was written before it is there to be read
  *   output           the lines up to one that is "." are written
  *   file PATH        the bytes of the file are written
+ *   repeat N TEXT    the text is written N times, each with a newline; "%d" in it is the number of the line
  *   signal N         end by that signal
  *   exit N           end with that status; closes the entry, as "signal" does
  *
@@ -105,6 +106,20 @@ static void copy_lines(FILE* file, int wanted)
     }
 }
 
+static void repeat(const char* words)
+{
+    char* text;
+    const long count = strtol(words, &text, 10);
+    const int has_number = strstr(text, "%d") != NULL;
+    if (*text == ' ') ++text;
+    const size_t front = has_number ? (size_t)(strstr(text, "%d") - text) : strlen(text);
+    for (long i = 1; i <= count && !ferror(stdout); ++i) {
+        fwrite(text, 1, front, stdout);
+        if (has_number) printf("%ld%s", i, text + front + 2);
+        putc('\n', stdout);
+    }
+}
+
 static void wait_ms(long ms)
 {
     fflush(stdout);
@@ -137,6 +152,8 @@ static int answer(FILE* file)
             copy_lines(file, fits);
         } else if (after(line, "file ", &rest)) {
             if (fits) copy_file(rest);
+        } else if (after(line, "repeat ", &rest)) {
+            if (fits) repeat(rest);
         } else if (after(line, "signal ", &rest)) {
             fflush(stdout);
             if (fits) raise(atoi(rest));
