@@ -1,6 +1,10 @@
 #include "host/src/guardian/hook.h"
 
 #include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
@@ -8,6 +12,7 @@
 #include <fstream>
 #include <string>
 
+#include "base/tests/stalled_program.h"
 #include "base/tests/temporary_folder.h"
 #include "host/tests/processes.h"
 
@@ -60,6 +65,32 @@ TEST_F(CHookTest, StopsACommandThatTakesTooLongWithAllItStarted)
     EXPECT_FALSE(result.ok);
     EXPECT_EQ(result.reason, "no end within 1 s");
     waitUntil([pid = sleeperPid()] { return !isThere(pid); });
+}
+
+TEST_F(CHookTest, TimeThatTheShellNeedsToBeOpenedCountsAgainstTheLimit)
+{
+    constexpr int NOT_ALLOWED = 99;
+    const pid_t child = fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+        // A shell that stalls, seen by this process alone.
+        if (unshare(CLONE_NEWNS) != 0 && unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) _exit(NOT_ALLOWED);
+        const base_test::CStalledProgram stalled(m_folder + "/sh");
+        const std::string shell = std::filesystem::canonical("/bin/sh");
+        if (mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount((m_folder + "/sh").c_str(), shell.c_str(), nullptr, MS_BIND, nullptr) != 0) {
+            _exit(NOT_ALLOWED);
+        }
+        CHookRun hook("true", std::chrono::seconds(1), {});
+        const SHookResult result = runToEnd(hook);
+        _exit(!hook.wasStarted() && !result.ok && result.reason == "no end within 1 s" ? 7 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    if (WEXITSTATUS(status) == NOT_ALLOWED) {
+        GTEST_SKIP() << "NOT CHECKED: this system gives this user no mount namespace";
+    }
+    EXPECT_EQ(WEXITSTATUS(status), 7);
 }
 
 TEST_F(CHookTest, ACommandThatIgnoresItsStopIsKilledAfterTheGraceWithAllItStarted)

@@ -6,6 +6,9 @@
 #include <filesystem>
 #include <fstream>
 
+#include "base/tests/stalled_program.h"
+#include "base/tests/temporary_folder.h"
+
 namespace fictl {
 namespace {
 
@@ -50,6 +53,41 @@ TEST(Program, IsStoppedWithAllThatItStarted)
     EXPECT_TRUE(end.timedOut);
     EXPECT_EQ(end.reason, "did not end within 0 s");
     EXPECT_FALSE(std::filesystem::exists(mark));
+}
+
+TEST(Program, TimeThatItNeedsToBeOpenedCountsAgainstItsLimit)
+{
+    const base_test::CTemporaryFolder folder;
+    const base_test::CStalledProgram stalled(folder / "program");
+    const SProgramEnd end = CProgram({folder / "program"}).within(std::chrono::seconds(1)).run();
+    EXPECT_FALSE(end.started);
+    EXPECT_TRUE(end.timedOut);
+    EXPECT_EQ(end.reason, "did not end within 1 s");
+}
+
+TEST(Program, IsNotOpenedToTheEndOnceNobodyWaitsForIt)
+{
+    const base_test::CTemporaryFolder folder;
+    const base_test::CStalledProgram stalled(folder / "program");
+    std::stop_source unwanted;
+    unwanted.request_stop();
+    const SProgramEnd end = CProgram({folder / "program"}).stoppingWith(unwanted.get_token()).run();
+    EXPECT_FALSE(end.started);
+    EXPECT_TRUE(end.stopped);
+    EXPECT_EQ(end.reason, "was stopped by a signal");
+}
+
+TEST(Program, MayWriteAsMuchAsItsLimit)
+{
+    const auto write = [](const char* script) { return CProgram({"/bin/sh", "-c", script}).writingAtMost(1000).run(); };
+    const SProgramEnd just = write("head -c 1000 /dev/zero");
+    EXPECT_EQ(just.reason, "");
+    EXPECT_EQ(just.output.size(), 1000U);
+    for (const char* const script : {"head -c 1001 /dev/zero", "yes"}) {
+        const SProgramEnd past = write(script);
+        EXPECT_TRUE(past.tooLong) << script;
+        EXPECT_EQ(past.reason, "wrote more than 1000 bytes") << script;
+    }
 }
 
 TEST(Program, KeepsTheBeginningOfLongErrors)

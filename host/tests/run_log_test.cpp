@@ -46,6 +46,22 @@ class CRunLogTest : public testing::Test
 
 }  // namespace
 
+TEST_F(CRunLogTest, CancelsWhatStartsForALookThatIsGivenUp)
+{
+    CRunLog log;
+    bool isGivenUp = false;
+    {
+        const CRunLog::CLooking looking(log, [&isGivenUp] { return isGivenUp; });
+        EXPECT_EQ(shell("exit 0\n"), obzx_pdk_4_4::EXEC_OK);
+        isGivenUp = true;
+        EXPECT_EQ(shell("sleep 60\n"), obzx_pdk_4_4::EXEC_TIMED_OUT);
+    }
+    EXPECT_EQ(shell("exit 0\n"), obzx_pdk_4_4::EXEC_OK);
+    const SRuns taken = log.take();
+    ASSERT_EQ(taken.runs.size(), 3U);
+    EXPECT_EQ(taken.runs[1].stopped, EStop::CANCEL);
+}
+
 TEST_F(CRunLogTest, KeepsWhatTheRuntimeTellsOfARun)
 {
     CRunLog log;

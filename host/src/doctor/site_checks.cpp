@@ -217,7 +217,14 @@ class CSiteCheck
         }
         add(ELevel::OK, "appliance", name + " answers: " + counted(appliance.at("groups").size(), "consistency group"));
         checkGroups(appliance, name);
-        if (appliance.at("hosts_read").get<bool>()) checkHostHere(appliance, name);
+        if (appliance.at("hosts_read").get<bool>()) {
+            checkHostHere(appliance, name);
+        } else if (appliance.at("not_listings").empty()) {
+            locate(appliance,
+                   add(ELevel::FAIL, "appliance",
+                       name + ": its hosts could not be read: " + textOf(appliance.at("reason"), "no reason is told"),
+                       "have it list its hosts by hand"));
+        }
     }
 
     void checkGroups(const json& appliance, const std::string& name)

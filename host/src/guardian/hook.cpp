@@ -16,8 +16,9 @@ namespace {
 // Between SIGTERM and SIGKILL for a command that took too long.
 constexpr std::chrono::seconds GRACE{5};
 
-// 0, or the errno value of what failed.
-int startShell(const std::string& command, const std::vector<std::string>& added, pid_t& pid)
+// 0, or the errno value of what failed; ECANCELED: it did not start in time.
+int startShell(const std::string& command, const std::vector<std::string>& added, CHookRun::Clock::time_point limit,
+               pid_t& pid)
 {
     const base::CFileDescriptor input = base::openInput();
     if (!input) return errno;
@@ -27,6 +28,7 @@ int startShell(const std::string& command, const std::vector<std::string>& added
     start.environment = added;
     start.input = input.get();
     start.output = start.errors = STDERR_FILENO;  // what a hook writes is no result of fictl's
+    start.isGivenUp = [limit] { return CHookRun::Clock::now() >= limit; };
     return base::startChild(start, pid);
 }
 
@@ -36,13 +38,19 @@ CHookRun::CHookRun(const std::string& command, std::chrono::seconds timeout, con
     : m_timeout(timeout), m_limit(Clock::now() + timeout)
 {
     pid_t pid = -1;
-    const int error = startShell(command, added, pid);
+    const int error = startShell(command, added, m_limit, pid);
     if (error == 0) {
         m_process.emplace(pid);
         return;
     }
     m_ended = true;
-    m_result.reason = "cannot start: " + std::error_code(error, std::generic_category()).message();
+    m_result.reason = error == ECANCELED ? timeoutText()
+                                         : "cannot start: " + std::error_code(error, std::generic_category()).message();
+}
+
+std::string CHookRun::timeoutText() const
+{
+    return "no end within " + std::to_string(m_timeout.count()) + " s";
 }
 
 CHookRun::Clock::time_point CHookRun::lookAt() const
@@ -73,7 +81,7 @@ SHookResult CHookRun::resultNow() const
 {
     const base::SExitStatus& status = m_process->exitStatus();
     if (status.held) return {.ok = false, .reason = "it does not even end when it is killed"};
-    if (m_timedOut) return {.ok = false, .reason = "no end within " + std::to_string(m_timeout.count()) + " s"};
+    if (m_timedOut) return {.ok = false, .reason = timeoutText()};
     if (status.lost) return {.ok = false, .reason = "its exit status is lost"};
     if (status.signal != 0) return {.ok = false, .reason = "killed by signal " + std::to_string(status.signal)};
     if (status.exit != 0) return {.ok = false, .reason = "exit status " + std::to_string(status.exit)};

@@ -29,9 +29,9 @@ struct SHookResult
 
 /**
  * One run of a command given by the user: /bin/sh -c, in a process group of its own (a Ctrl-C at the terminal does not
- * reach it), standard input empty, standard output on standard error, default signal handling. Nothing here waits, so
- * that who runs it can watch other things: it calls look() whenever descriptor() is readable or lookAt() has come.
- * A run that is destroyed before it has ended is killed. For one thread.
+ * reach it), standard input empty, standard output on standard error, default signal handling. Nothing here waits but
+ * the start, and that within the time limit, so that who runs it can watch other things: it calls look() whenever
+ * descriptor() is readable or lookAt() has come. A run that is destroyed before it has ended is killed. For one thread.
  */
 class CHookRun
 {
@@ -59,6 +59,7 @@ class CHookRun
 
   private:
     SHookResult resultNow() const;
+    std::string timeoutText() const;
 
     std::chrono::seconds m_timeout;
     Clock::time_point m_limit;                     // for a command that is not being stopped

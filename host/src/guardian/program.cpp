@@ -27,9 +27,9 @@ constexpr std::chrono::milliseconds SLICE{100};
 constexpr std::chrono::seconds GRACE{1};
 constexpr size_t ERRORS_LIMIT = 4096;
 
-// 0, or the errno value of what failed.
+// 0, or the errno value of what failed; ECANCELED: it was given up before it ran.
 int startProgram(const std::vector<std::string>& words, const base::CFileDescriptor& output,
-                 const base::CFileDescriptor& errors, pid_t& pid)
+                 const base::CFileDescriptor& errors, std::function<bool()> isGivenUp, pid_t& pid)
 {
     const base::CFileDescriptor input = base::openInput();
     if (!input) return errno;
@@ -39,6 +39,7 @@ int startProgram(const std::vector<std::string>& words, const base::CFileDescrip
     start.input = input.get();
     start.output = output.get();
     start.errors = errors.get();
+    start.isGivenUp = std::move(isGivenUp);
     return base::startChild(start, pid);
 }
 
@@ -69,39 +70,28 @@ bool readSome(int descriptor, std::string& text, size_t limit)
 class CProgramRun
 {
   public:
-    CProgramRun(pid_t pid, std::chrono::seconds limit, std::function<bool()> isUnwanted, SProgramEnd& end)
-        : m_guarded(pid),
-          m_child(pid),
-          m_deadline(Clock::now() + limit),
-          m_isUnwanted(std::move(isUnwanted)),
-          m_end(end)
+    /// @param mustStop whether it is to be stopped, with the reason in the record of its end
+    CProgramRun(pid_t pid, Clock::time_point deadline, std::function<bool()> mustStop, SProgramEnd& end)
+        : m_guarded(pid), m_child(pid), m_deadline(deadline), m_mustStop(std::move(mustStop)), m_end(end)
     {
     }
 
     /// Collects both streams until they end, and waits for the program's end then: as long as it is not waited for, the
     /// group's id is its own. False when the program has to be stopped before.
-    bool collect(base::CFileDescriptor output, base::CFileDescriptor errors);
+    bool collect(base::CFileDescriptor output, base::CFileDescriptor errors, size_t most);
     /// Returns when it has ended, or when not even SIGKILL ends it.
     void stop();
     const base::SExitStatus& exitStatus() const { return m_child.exitStatus(); }
 
   private:
-    bool mustStop();
     void wait(std::span<pollfd> watched) const;
 
     const CGuarded m_guarded;
     base::CChildProcess m_child;
     const Clock::time_point m_deadline;
-    const std::function<bool()> m_isUnwanted;
+    const std::function<bool()> m_mustStop;
     SProgramEnd& m_end;
 };
-
-bool CProgramRun::mustStop()
-{
-    m_end.stopped = m_isUnwanted();
-    m_end.timedOut = !m_end.stopped && Clock::now() >= m_deadline;
-    return m_end.stopped || m_end.timedOut || m_end.output.size() > CProgram::OUTPUT_LIMIT;
-}
 
 // Until one is ready; not longer than until the next look at what may stop the program.
 void CProgramRun::wait(std::span<pollfd> watched) const
@@ -109,24 +99,24 @@ void CProgramRun::wait(std::span<pollfd> watched) const
     base::pollUntil(watched, std::min(m_deadline, Clock::now() + SLICE));
 }
 
-bool CProgramRun::collect(base::CFileDescriptor output, base::CFileDescriptor errors)
+bool CProgramRun::collect(base::CFileDescriptor output, base::CFileDescriptor errors, size_t most)
 {
     while (output || errors) {
-        if (mustStop()) return false;
+        if (m_mustStop()) return false;
         pollfd streams[] = {{output.get(), POLLIN, 0}, {errors.get(), POLLIN, 0}};
         wait(streams);
         // One byte over the limit tells an output that is too long from one that just fits.
-        if (streams[0].revents != 0 && !readSome(output.get(), m_end.output, CProgram::OUTPUT_LIMIT + 1)) {
+        if (streams[0].revents != 0 && !readSome(output.get(), m_end.output, most + 1)) {
             output.reset();
         }
         if (streams[1].revents != 0 && !readSome(errors.get(), m_end.errors, ERRORS_LIMIT)) errors.reset();
     }
     while (!m_child.hasEnded()) {
-        if (mustStop()) return false;
+        if (m_mustStop()) return false;
         pollfd process[] = {{m_child.descriptor(), POLLIN, 0}};
         wait(process);
     }
-    return m_end.output.size() <= CProgram::OUTPUT_LIMIT;
+    return m_end.output.size() <= most;
 }
 
 void CProgramRun::stop()
@@ -140,27 +130,41 @@ void CProgramRun::stop()
 
 }  // namespace
 
+std::string CProgram::whyStopped(const SProgramEnd& end) const
+{
+    if (end.stopped) return "was stopped by a signal";
+    if (end.timedOut) return "did not end within " + std::to_string(m_limit.count()) + " s";
+    return "wrote more than " + std::to_string(m_outputLimit) + " bytes";
+}
+
 SProgramEnd CProgram::run() const
 {
     SProgramEnd end;
     base::SPipe output = base::openPipe();
     base::SPipe errors = base::openPipe();
     pid_t pid = -1;
-    const int error = output && errors ? startProgram(m_words, output.writeEnd, errors.writeEnd, pid) : errno;
+    const Clock::time_point deadline = Clock::now() + m_limit;
+    const auto mustStop = [this, deadline, &end] {
+        end.stopped = (m_stopOnSignal && stopRequested()) || m_unwanted.stop_requested();
+        end.timedOut = !end.stopped && Clock::now() >= deadline;
+        end.tooLong = end.output.size() > m_outputLimit;
+        return end.stopped || end.timedOut || end.tooLong;
+    };
+    const int error = output && errors ? startProgram(m_words, output.writeEnd, errors.writeEnd, mustStop, pid) : errno;
     if (error != 0) {
-        end.reason = "could not be started: " + std::error_code(error, std::generic_category()).message();
+        end.reason = error == ECANCELED
+                         ? whyStopped(end)
+                         : "could not be started: " + std::error_code(error, std::generic_category()).message();
         return end;
     }
     end.started = true;
     output.writeEnd.reset();
     errors.writeEnd.reset();
-    const auto isUnwanted = [this] { return (m_stopOnSignal && stopRequested()) || m_unwanted.stop_requested(); };
-    CProgramRun run(pid, m_limit, isUnwanted, end);
-    if (!run.collect(std::move(output.readEnd), std::move(errors.readEnd))) {
+    CProgramRun run(pid, deadline, mustStop, end);
+    if (!run.collect(std::move(output.readEnd), std::move(errors.readEnd), m_outputLimit)) {
         run.stop();
-        end.reason = end.stopped    ? "was stopped by a signal"
-                     : end.timedOut ? "did not end within " + std::to_string(m_limit.count()) + " s"
-                                    : "wrote more than " + std::to_string(OUTPUT_LIMIT) + " bytes";
+        end.tooLong = !end.stopped && !end.timedOut;
+        end.reason = whyStopped(end);
         return end;
     }
     const base::SExitStatus& status = run.exitStatus();

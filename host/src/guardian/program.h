@@ -12,19 +12,20 @@ namespace fictl {
 struct SProgramEnd
 {
     bool started = false;
+    bool tooLong = false;   ///< it was stopped: it wrote more than it may
     bool timedOut = false;  ///< it was stopped: no end in time
     bool stopped = false;   ///< it was stopped: fictl was asked to stop
     int exit = -1;          ///< exit status; -1 when it did not end by itself
     std::string reason;     ///< why it did not end with status 0, in words; empty when it did
-    std::string output;     ///< its standard output, up to OUTPUT_LIMIT
+    std::string output;     ///< its standard output, as far as it was read
     std::string errors;     ///< its standard error, the first 4 KiB
 };
 
 /**
  * Runs a program by its path and collects what it writes. Standard input is empty, the process group its own. When it
- * does not end in time, writes more than OUTPUT_LIMIT, or, with stopOnSignal, when fictl is asked to stop, its group
- * gets SIGTERM and a second later SIGKILL. run() waits for its end; the guardian, where there is one, ends the program
- * should fictl end before it. Throws std::bad_alloc.
+ * does not end in time, which begins before it is opened, writes more than it may, or, with stopOnSignal, when fictl is
+ * asked to stop, its group gets SIGTERM and a second later SIGKILL. run() waits for its end; the guardian, where there
+ * is one, ends the program should fictl end before it. Throws std::bad_alloc.
  */
 class CProgram
 {
@@ -51,11 +52,20 @@ class CProgram
         return *this;
     }
 
+    CProgram& writingAtMost(size_t bytes)
+    {
+        m_outputLimit = bytes;
+        return *this;
+    }
+
     SProgramEnd run() const;
 
   private:
+    std::string whyStopped(const SProgramEnd& end) const;
+
     std::vector<std::string> m_words;
     std::chrono::seconds m_limit{600};
+    size_t m_outputLimit = OUTPUT_LIMIT;
     bool m_stopOnSignal = false;
     std::stop_token m_unwanted;
 };

@@ -2,11 +2,13 @@
 
 #include <unistd.h>
 
+#include <charconv>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "base/process_stat.h"
+#include "framework/include/obzx_runtime.h"
 #include "host/src/guardian/program.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/provider_library.h"
@@ -37,6 +39,26 @@ std::string findInspector(const std::string& provider)
     const std::filesystem::path program = base::thisProgram();
     const std::filesystem::path path = (program.parent_path() / ".." / FICTL_INSPECTOR_DIR / file).lexically_normal();
     return !program.empty() && isProgram(path) ? path.string() : std::string();
+}
+
+constexpr const char* LIMIT_SECTION = "INSPECTOR";
+constexpr const char* LIMIT_KEY = "MAX_DOCUMENT";
+
+// Bytes of a document, which takes several times as much memory once it is read.
+size_t documentLimit()
+{
+    char* const setting = obzx_get_setting("fictl", LIMIT_SECTION, LIMIT_KEY);
+    const std::string text = setting == nullptr ? "" : setting;
+    obzx_free_buf(setting, 0);
+    size_t limit = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), limit);
+    return error == std::errc() && *end == '\0' && limit > 0 ? limit : CProgram::OUTPUT_LIMIT;
+}
+
+std::string raising(const SProgramEnd& end)
+{
+    return end.tooLong ? std::string("; ") + LIMIT_SECTION + "/" + LIMIT_KEY + " in /etc/qz/fictl.conf raises that"
+                       : "";
 }
 
 std::string firstLineOf(const std::string& text)
@@ -72,9 +94,9 @@ std::optional<SInspection> CInspector::look(const SLook& look)
     }
     CProgram program(std::move(command));
     program.within(WHOLE_LIMIT).stoppingOnSignal(look.stopsOnSignal).stoppingWith(look.unwanted);
-    const SProgramEnd end = program.run();
+    const SProgramEnd end = program.writingAtMost(documentLimit()).run();
     if (end.exit != 0) {
-        m_why = m_path + " " + end.reason + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
+        m_why = m_path + " " + end.reason + raising(end) + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
         return std::nullopt;
     }
     std::string reason;

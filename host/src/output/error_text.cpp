@@ -71,7 +71,7 @@ std::string reportText(const SApplianceReport& report)
     }
     if (report.lost > 0) text += "  and " + std::to_string(report.lost) + " commands more, of which nothing was kept\n";
     for (const std::string& message : report.messages) {
-        text += "  reported: " + printable(oneLine(message)) + "\n";
+        text += "  reported: " + printable(shortened(message, message.size())) + "\n";
     }
     return text;
 }

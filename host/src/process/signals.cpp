@@ -3,6 +3,7 @@
 #include <atomic>
 #include <csignal>
 
+#include "framework/include/obzx_runtime.h"
 #include "host/src/output/error.h"
 
 namespace fictl {
@@ -11,11 +12,13 @@ namespace {
 
 // Read by the thread that watches over a frozen application, too.
 std::atomic<bool> g_stop{false};
+std::atomic<bool> g_cancelsRuns{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait for a lock");
 
 extern "C" void onStop(int)
 {
     g_stop = true;
+    if (g_cancelsRuns) obzx_cancel_runs();
 }
 
 }  // namespace
@@ -46,6 +49,16 @@ void installSignalHandling()
 bool stopRequested()
 {
     return g_stop;
+}
+
+CStopCancelsRuns::CStopCancelsRuns()
+{
+    g_cancelsRuns = true;
+}
+
+CStopCancelsRuns::~CStopCancelsRuns()
+{
+    g_cancelsRuns = false;
 }
 
 void stopPoint()

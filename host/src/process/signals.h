@@ -17,6 +17,16 @@ constexpr std::chrono::seconds SETTLING_SECONDS{5};
 
 /// True once one of the signals came.
 bool stopRequested();
+/// While it lives, such a signal also cancels what the provider runs: for runs that only look. What begins after the
+/// signal is not concerned. One at a time.
+class CStopCancelsRuns
+{
+  public:
+    CStopCancelsRuns();
+    ~CStopCancelsRuns();
+    CStopCancelsRuns(const CStopCancelsRuns&) = delete;
+    CStopCancelsRuns& operator=(const CStopCancelsRuns&) = delete;
+};
 /// Throws EFictl with the exit code STOPPED once one of the signals came.
 void stopPoint();
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "host/src/process/signals.h"
+
 namespace fictl {
 
 CProvider::CProvider(const std::string& nameOrPath, EStart start) : m_library(nameOrPath)
@@ -18,10 +20,14 @@ CProvider::CProvider(const std::string& nameOrPath, EStart start) : m_library(na
 
 void CProvider::start(EStart start)
 {
-    // A start reads the inventory of every appliance, with several commands each.
-    m_runs.spareSilentServers(true);
-    const int32_t status = call().init(&m_context, &m_version, nullptr);
-    m_runs.spareSilentServers(false);
+    int32_t status = OBZ_OK;
+    {
+        // A start reads the inventory of every appliance, with several commands each.
+        const CRunLog::CLooking looking(m_runs, stopRequested);
+        const CStopCancelsRuns cancelling;
+        status = call().init(&m_context, &m_version, nullptr);
+    }
+    stopPoint();  // what it has read may be a part
     if (status != OBZ_OK) {
         EFictl failure(EExit::PROVIDER,
                        "provider \"" + name() + "\" did not start (status " + std::to_string(status) + ")",

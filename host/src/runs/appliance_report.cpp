@@ -65,13 +65,6 @@ std::string errorText(int32_t error)
     return std::error_code(error, std::generic_category()).message();
 }
 
-std::string shortened(const SRunRecord& run)
-{
-    std::string text = oneLine(run.output.substr(0, LONGEST_ANSWER));
-    if (run.outputSize > LONGEST_ANSWER) text += "... (" + std::to_string(run.outputSize) + " bytes in all)";
-    return text;
-}
-
 std::string stoppedLine(const SRunRecord& run)
 {
     std::string text;
@@ -87,7 +80,7 @@ std::string stoppedLine(const SRunRecord& run)
             text = "no answer: cancelled after " + secondsText(run.seconds());
             break;
     }
-    const std::string said = shortened(run);
+    const std::string said = shortened(run.output, run.outputSize);
     return said.empty() ? text : text + "; it had said: " + said;
 }
 
@@ -159,8 +152,15 @@ std::string answerLine(const SRunRecord& run)
 {
     if (run.stopped != EStop::NOT_STOPPED) return stoppedLine(run);
     if (run.process == 0) return "could not be started: " + errorText(run.error);
-    const std::string said = shortened(run);
+    const std::string said = shortened(run.output, run.outputSize);
     return "answer (" + endText(run) + ", after " + secondsText(run.seconds()) + "): " + (said.empty() ? "none" : said);
+}
+
+std::string shortened(std::string_view start, uint64_t size)
+{
+    std::string text = oneLine(start.substr(0, LONGEST_ANSWER));
+    if (size > LONGEST_ANSWER) text += "... (" + std::to_string(size) + " bytes in all)";
+    return text;
 }
 
 std::string oneLine(std::string_view text)

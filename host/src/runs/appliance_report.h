@@ -49,6 +49,11 @@ std::string commandLine(const SRunRecord& run);
 /// What a stopped program had written follows as "; it had said: ...".
 std::string answerLine(const SRunRecord& run);
 
+/// The beginning of a text on one line, and how long the whole is where that is more.
+/// @param start of the text
+/// @param size of the whole in bytes
+std::string shortened(std::string_view start, uint64_t size);
+
 /// The text on one line, runs of blanks and newlines as one blank, for messages.
 std::string oneLine(std::string_view text);
 

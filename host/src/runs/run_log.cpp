@@ -139,24 +139,34 @@ void CRunLog::onRun(void* context, const obzx_run* run)
     SRunRecord record = runRecordOf(*run);
     if (run->phase == OBZX_RUN_STARTED) {
         if (g_watch.onStarted) g_watch.onStarted(record);
-        if (self->isSilent(record)) obzx_cancel_observed_run();
+        if (self->isUseless(record)) obzx_cancel_observed_run();
         return;
     }
     if (g_watch.onEnded) g_watch.onEnded(record);
     self->add(std::move(record));
 }
 
-void CRunLog::spareSilentServers(bool spare)
+CRunLog::CLooking::CLooking(CRunLog& log, std::function<bool()> isGivenUp) : m_log(log)
+{
+    m_log.setLooking(std::move(isGivenUp));
+}
+
+CRunLog::CLooking::~CLooking()
+{
+    m_log.setLooking({});
+}
+
+void CRunLog::setLooking(std::function<bool()> isGivenUp)
 {
     const std::lock_guard guard(m_lock);
-    m_spares = spare;
+    m_isGivenUp = std::move(isGivenUp);
     m_silent.clear();
 }
 
-bool CRunLog::isSilent(const SRunRecord& run) const
+bool CRunLog::isUseless(const SRunRecord& run) const
 {
     const std::lock_guard guard(m_lock);
-    return m_spares && m_silent.contains(serverLine(run));
+    return m_isGivenUp && (m_isGivenUp() || m_silent.contains(serverLine(run)));
 }
 
 void CRunLog::add(SRunRecord record)
@@ -164,7 +174,7 @@ void CRunLog::add(SRunRecord record)
     const std::lock_guard guard(m_lock);
     ++m_count;
     if (record.stopped == EStop::UNUSED) return;
-    if (m_spares && (record.stopped == EStop::CANCEL || record.stopped == EStop::LIMIT)) {
+    if (m_isGivenUp && (record.stopped == EStop::CANCEL || record.stopped == EStop::LIMIT)) {
         const bool isKnown = m_silent.contains(serverLine(record));
         if (record.stopped == EStop::LIMIT) m_silent.insert(serverLine(record));
         if (isKnown) return;

@@ -129,11 +129,24 @@ class CRunLog
     uint64_t count() const;
 
     /**
-     * While it is on, a command to a server that has let an earlier one run into its time limit is cancelled as soon as
-     * it has started, and neither it nor one that ran beside that one is kept: a silent appliance costs one limit, and
-     * the command that it let wait is the one to name. Only for commands that change nothing.
+     * While it lives, the provider only looks, and no look is worth waiting for once it is of no use. A command to a
+     * server that has let an earlier one run into its time limit is cancelled as soon as it has started, and neither it
+     * nor one that ran beside that one is kept: a silent appliance costs one limit, and the command that it let wait is
+     * the one to name. Once nobody waits for the look any more, each command is cancelled as soon as it has started.
+     * One at a time.
      */
-    void spareSilentServers(bool spare);
+    class CLooking
+    {
+      public:
+        /// @param isGivenUp asked on any thread
+        CLooking(CRunLog& log, std::function<bool()> isGivenUp);
+        ~CLooking();
+        CLooking(const CLooking&) = delete;
+        CLooking& operator=(const CLooking&) = delete;
+
+      private:
+        CRunLog& m_log;
+    };
 
     /// Who is told of the runs, for every log of this process; empty functions for nobody. To be set while no log is
     /// there.
@@ -142,15 +155,16 @@ class CRunLog
   private:
     static void onRun(void* context, const obzx_run* run);
     void add(SRunRecord record);
-    bool isSilent(const SRunRecord& run) const;
+    bool isUseless(const SRunRecord& run) const;
+    void setLooking(std::function<bool()> isGivenUp);
     SKept& kept();  // for this thread; the caller holds the lock
 
     mutable std::mutex m_lock;  // guards all below, and what is kept apart
     SKept m_kept;
     std::vector<CApart*> m_aparts;
     uint64_t m_count = 0;
-    bool m_spares = false;
-    std::set<std::string> m_silent;  // first lines of scripts, which name the server
+    std::function<bool()> m_isGivenUp;  // while the provider only looks
+    std::set<std::string> m_silent;     // first lines of scripts, which name the server
 };
 
 }  // namespace fictl
