@@ -45,7 +45,6 @@ class CNamesTest : public CBackupTest
     {
         need({"--appliance", appliance, "lun", "create", name, "--group=" + group, "--size", "4KiB"});
         need({"--appliance", appliance, "lun", "present", name, "production"});
-        site.write(appliance, name, "content of " + appliance + " " + name + "; ");
     }
     /// Runs commands of the appliance's shell as one script.
     void tell(const std::string& appliance, const std::string& commands) const
@@ -66,21 +65,31 @@ class CNamesTest : public CBackupTest
         }
         return paths;
     }
-    /// All that the groups of an appliance hold besides their LUNs.
-    json copies(const std::string& appliance, const std::vector<std::string>& groups) const
+    /// The groups of an appliance, and how many copies each has.
+    json groups(const std::string& appliance) const
     {
-        json found = json::array();
-        for (const std::string& group : groups) {
-            const json shown =
-                site.lmadm({"--appliance", appliance, "--output", "json", "group", "show", "--", group}).json();
-            found.push_back({shown.at("name"), shown.at("annotations"), shown.at("time_images")});
+        return site.lmadm({"--appliance", appliance, "--output", "json", "group", "list"}).json().at("groups");
+    }
+    json group(const std::string& appliance, const std::string& name) const
+    {
+        return site.lmadm({"--appliance", appliance, "--output", "json", "group", "show", name}).json();
+    }
+    void expectNoCopies(const std::string& appliance) const
+    {
+        for (const json& entry : groups(appliance)) {
+            EXPECT_EQ(entry.at("annotations"), 0) << entry;
+            EXPECT_EQ(entry.at("time_images"), 0) << entry;
         }
-        return found;
     }
 
     /// Takes a snapshot, carries it to the other host, imports it there, compares, gives it back and deletes it.
     void expectWhole(const std::string& name, const std::vector<std::string>& sources) const
     {
+        for (const std::string& source : sources) {
+            std::string content = "content of " + source + "; ";
+            content.resize(contentOf(source).size(), '.');
+            writeFile(source, content);
+        }
         const SRun created = create(name, sources);
         ASSERT_EQ(created.status, 0) << created.err;
         const std::map<std::string, std::string> paths = importOnBackup(name);
@@ -107,20 +116,22 @@ class CNamesTest : public CBackupTest
 class CGroupNamesTest : public CNamesTest
 {
   protected:
-    void SetUp() override
+    /// One site for those that work and one for those that do not: every command looks at all groups there are.
+    void addGroups(bool usable)
     {
         addAppliance("alpha");
-        for (const SCorpusName& group : m_groups) {
-            const std::string lun = "lun" + std::to_string(m_names.size());
-            m_names.push_back(group.name);
-            addGroup("alpha", group.name);
-            addLun("alpha", group.name, lun);
+        for (const SCorpusName& name : namesFor(base_test::GROUP)) {
+            if (name.unusable.empty() != usable) continue;
+            addGroup("alpha", name.name);
+            addLun("alpha", name.name, "lun" + std::to_string(m_groups.size()));
+            m_groups.push_back(name);
         }
         site.setUpHosts();
         const std::map<std::string, std::string> paths = devices("alpha");
-        for (size_t i = 0; i < m_names.size(); ++i) {
-            m_devices[m_names[i]] = paths.at("lun" + std::to_string(i));
+        for (size_t i = 0; i < m_groups.size(); ++i) {
+            m_devices.push_back(paths.at("lun" + std::to_string(i)));
         }
+        ASSERT_EQ(groups("alpha").size(), m_groups.size());
     }
 
     // As the list of all devices tells it, and the answer about each one.
@@ -128,21 +139,20 @@ class CGroupNamesTest : public CNamesTest
     {
         std::vector<std::string> words = {"--output", "json", "device", "list"};
         const json all = site.fictl("production", words).json().at("devices");
-        for (const auto& [group, path] : m_devices) {
-            words.push_back(path);
-        }
+        words.insert(words.end(), m_devices.begin(), m_devices.end());
         const SRun asked = site.fictl("production", words);
         EXPECT_EQ(asked.status, 0) << asked.err;
         const json answers = asked.json().at("devices");
-        for (const SCorpusName& group : m_groups) {
-            expectListed(group, all);
-            expectListed(group, answers);
+        for (size_t i = 0; i < m_groups.size(); ++i) {
+            expectListed(i, all);
+            expectListed(i, answers);
         }
     }
-    void expectListed(const SCorpusName& group, const json& entries) const
+    void expectListed(size_t number, const json& entries) const
     {
-        const std::string& path = m_devices.at(group.name);
-        const auto entry = std::ranges::find_if(entries, [&](const json& each) { return each.at("device") == path; });
+        const SCorpusName& group = m_groups[number];
+        const auto entry =
+            std::ranges::find_if(entries, [&](const json& each) { return each.at("device") == m_devices[number]; });
         ASSERT_NE(entry, entries.end()) << group.what;
         EXPECT_EQ(entry->at("claimed"), group.unusable.empty()) << group.what;
         EXPECT_EQ(entry->value("group", group.name), group.name);
@@ -151,38 +161,32 @@ class CGroupNamesTest : public CNamesTest
         }
     }
 
-    void expectRefused(const SCorpusName& group) const
-    {
-        const std::string& device = m_devices.at(group.name);
-        const SRun run = create("refused", {device});
-        EXPECT_EQ(run.status, 7) << group.what;
-        const json error = run.json().at("error");
-        EXPECT_EQ(error.at("message"), "device " + device + ": " + reasonOf(group) + "; nothing was made");
-        EXPECT_EQ(error.at("next"), "give the group another name on the appliance, or move its LUNs to another group");
-    }
-
-    const std::vector<SCorpusName> m_groups = namesFor(base_test::GROUP);
-    std::vector<std::string> m_names;
-    std::map<std::string, std::string> m_devices;  // by group
+    std::vector<SCorpusName> m_groups;
+    std::vector<std::string> m_devices;  // in their order
 };
 
-TEST_F(CGroupNamesTest, WorkFromTheListToTheDeletionOrAreRefusedBeforeAnythingIsMade)
+TEST_F(CGroupNamesTest, WorkFromTheListOfDevicesToTheDeletion)
 {
-    const json before = copies("alpha", m_names);
+    addGroups(true);
+    ASSERT_GE(m_groups.size(), 50U);
     expectListed();
-    std::vector<std::string> usable;
-    for (const SCorpusName& group : m_groups) {
-        if (group.unusable.empty()) {
-            usable.push_back(m_devices.at(group.name));
-        } else {
-            expectRefused(group);
-        }
+    expectWhole("nightly", m_devices);
+    expectNoCopies("alpha");
+}
+
+TEST_F(CGroupNamesTest, AreRefusedWithTheReasonBeforeAnythingIsMade)
+{
+    addGroups(false);
+    ASSERT_GE(m_groups.size(), 5U);
+    expectListed();
+    for (size_t i = 0; i < m_groups.size(); ++i) {
+        const SRun run = create("refused", {m_devices[i]});
+        EXPECT_EQ(run.status, 7) << m_groups[i].what;
+        const json error = run.json().at("error");
+        EXPECT_EQ(error.at("message"), "device " + m_devices[i] + ": " + reasonOf(m_groups[i]) + "; nothing was made");
+        EXPECT_EQ(error.at("next"), "give the group another name on the appliance, or move its LUNs to another group");
     }
-    EXPECT_EQ(copies("alpha", m_names), before);
-    ASSERT_GT(usable.size(), 50U);
-    ASSERT_GT(m_groups.size() - usable.size(), 5U);
-    expectWhole("nightly", usable);
-    EXPECT_EQ(copies("alpha", m_names), before);
+    expectNoCopies("alpha");
 }
 
 TEST_F(CNamesTest, ThatAreNoUtf8AreRefused)
@@ -218,11 +222,11 @@ TEST_F(CNamesTest, OfWhatIsInTheGroupKeepNothingFromWorking)
                   "\"\nadd permission \"production\"\nset preserve mode no\ncommit\n";
     }
     tell("alpha", script);
-    const json before = copies("alpha", {"payroll"});
-    EXPECT_EQ(before[0][1].size(), namesFor(base_test::ANNOTATION).size());
-    EXPECT_EQ(before[0][2].size(), namesFor(base_test::IMAGE).size());
+    const json before = group("alpha", "payroll");
+    EXPECT_EQ(before.at("annotations").size(), namesFor(base_test::ANNOTATION).size());
+    EXPECT_EQ(before.at("time_images").size(), namesFor(base_test::IMAGE).size());
     expectWhole("nightly", {devices("alpha").at("data")});
-    EXPECT_EQ(copies("alpha", {"payroll"}), before);
+    EXPECT_EQ(group("alpha", "payroll"), before);
 }
 
 // Each appliance has a group of the same name, so that nothing but its own name tells them apart.
@@ -238,7 +242,7 @@ TEST_F(CNamesTest, OfAppliancesWork)
     site.setUpHosts();
     expectWhole("nightly", sources);
     for (const SCorpusName& appliance : namesFor(base_test::APPLIANCE)) {
-        EXPECT_EQ(copies(appliance.name, {"payroll"})[0][1].size(), 0U) << appliance.name;
+        expectNoCopies(appliance.name);
     }
 }
 
@@ -255,7 +259,7 @@ TEST_F(CNamesTest, OfLunsWork)
         sources.push_back(path);
     }
     expectWhole("nightly", sources);
-    EXPECT_EQ(copies("alpha", {"payroll"})[0][1].size(), 0U);
+    expectNoCopies("alpha");
 }
 
 TEST_F(CNamesTest, OfHostsWork)
