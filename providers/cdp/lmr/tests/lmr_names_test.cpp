@@ -147,6 +147,9 @@ TEST(LmrNames, OfLunsAreReadFromAllListingsOrAreNone)
     for (const SCorpusName& name : nameCorpus()) {
         const bool isEverywhere = isDiskOf(name.name) && isLunOfGroup(name.name) && isLunOfImage(name.name);
         EXPECT_TRUE(isEverywhere || !name.isFor(base_test::SERIAL)) << name.what;
+        if (name.name.find_first_of(IMAGE_LUN_MARKS) != std::string::npos) {
+            EXPECT_FALSE(isLunOfImage(name.name)) << name.what;
+        }
         if (name.name.find_first_of("[]()<-\n\"") != std::string::npos) {
             EXPECT_FALSE(name.isFor(base_test::SERIAL)) << name.what;
         }
