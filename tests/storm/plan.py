@@ -1,4 +1,4 @@
-"""What a storm does: rounds of commands on two hosts, with kills and faults, made from a seed alone."""
+"""What a storm does: rounds of commands on two hosts, with kills and faults, made from a seed."""
 import dataclasses
 import json
 import random
@@ -8,7 +8,7 @@ from sweep.faults import FAULTS
 HOSTS = ("production", "backup")
 NAMES = ("noon", "dusk")
 GROUPS = ("payroll", "books", "both")
-ROUNDS = 6
+ROUNDS = 8
 SPREAD = 1.0  # seconds within which the commands of a round begin
 LONGEST = 0.7  # seconds that a command is let run before it is killed; an undisturbed one takes less
 # Parts of commands of the appliance, for which faults are armed.
@@ -40,62 +40,75 @@ class Round:
 
 
 class Guess:
-    """What there would be if every command succeeded, so that most commands find something to do."""
+    """What there will be if every command succeeds, so that most commands find something to do."""
 
-    def __init__(self, rng):
+    def __init__(self, rng, records, documents):
         self.rng = rng
-        self.records = {host: {} for host in HOSTS}  # name -> "complete" or "imported"
-        self.exported = set()
+        self.states = {host: {name: record["state"] for name, record in records[host].items()} for host in HOSTS}
+        self.documents = set(documents)  # names whose record was exported
+
+    def others(self, host, name):
+        """States of the record on the other hosts."""
+        return [self.states[other][name] for other in HOSTS if other != host and name in self.states[other]]
 
     def likely(self, host):
         """Verbs and names that fit."""
         found = []
         for name in NAMES:
-            state = self.records[host].get(name)
+            state = self.states[host].get(name)
+            others = self.others(host, name)
             if state is None:
-                found += [("receive", name)] * 4 if name in self.exported else []
-                found += [("create", name)] * 2 if not any(name in self.records[other] for other in HOSTS) else []
+                found += [("receive", name)] * 4 if others and name in self.documents else []
+                found += [("create", name)] * 3 if not others else []
+            elif "imported" in others:
+                found += [("delete", name)] * 3 + [("import", name)] * 2
             elif state == "complete":
-                found += [("import", name)] * 4 + [("delete", name)]
-                found += [("export", name)] * (1 if name in self.exported else 4)
-            else:
+                found += [("import", name)] * 4 + [("delete", name)] + [("export", name)] * (1 if others else 6)
+            elif state == "imported":
                 found += [("release", name)] * 2 + [("import", name), ("delete", name), ("export", name)]
+            else:  # left by a command that was killed or failed
+                found += [("import", name), ("release", name), ("delete", name)]
         return found
 
     def choose(self, host):
         likely = self.likely(host)
-        if likely and self.rng.random() < 0.85:
+        if likely and self.rng.random() < 0.9:
             verb, name = self.rng.choice(likely)
         else:
-            verb = self.rng.choice(("create", "export", "receive", "import", "release", "delete", "delete", "list"))
+            verb = self.rng.choice(("create", "export", "receive", "import", "release", "delete", "list"))
             name = self.rng.choice(NAMES)
         if verb == "delete" and self.rng.random() < 0.08:
             verb = "take"
         return verb, name
 
     def enter(self, host, verb, name):
-        records = self.records[host]
+        states = self.states[host]
+        is_held = "imported" in self.others(host, name)
         if verb in ("create", "receive"):
-            records.setdefault(name, "complete")
-        elif verb == "export" and name in records:
-            self.exported.add(name)
-        elif verb in ("import", "release") and name in records:
-            records[name] = "imported" if verb == "import" else "complete"
-        elif verb in ("delete", "take"):
-            records.pop(name, None)
+            states.setdefault(name, "complete")
+        elif name not in states:
+            return
+        elif verb == "export":
+            self.documents.add(name)
+        elif verb == "release" or (verb == "import" and not is_held):
+            states[name] = "complete" if verb == "release" else "imported"
+        elif verb == "take" or (verb == "delete" and not is_held):
+            del states[name]
 
 
-def make_plan(seed):
-    """The rounds of a seed."""
+def rounds_of(seed, look):
+    """The rounds of a seed, each made for what there is when it begins.
+
+    look: gives the records, host -> name -> record, and the names whose record was exported
+    """
     rng = random.Random(seed)
-    guess = Guess(rng)
-    rounds = []
     for number in range(1, ROUNDS + 1):
+        guess = Guess(rng, *look())
         acts = []
-        for _ in range(rng.randint(2, 5)):
+        for at in sorted(round(rng.uniform(0, SPREAD), 3) for _ in range(rng.randint(2, 5))):
             host = rng.choice(HOSTS)
             verb, name = guess.choose(host)
-            act = Act(round(rng.uniform(0, SPREAD), 3), host, verb, name)
+            act = Act(at, host, verb, name)
             if verb == "create":
                 act.groups = rng.choice(GROUPS)
             if rng.random() < 0.25:
@@ -105,8 +118,7 @@ def make_plan(seed):
             acts.append(act)
         faults = [(rng.choice([*FAULTS]), rng.choice(COMMANDS), rng.randint(1, 4))
                   for _ in range(rng.choice((0, 0, 1, 1, 2)))]
-        rounds.append(Round(acts, faults, number if rng.random() < 0.5 else 0))
-    return rounds
+        yield Round(acts, faults, number if rng.random() < 0.5 else 0)
 
 
 def size_of(rounds):

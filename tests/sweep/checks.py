@@ -111,8 +111,10 @@ def processes_of(site):
 
 
 def wait_for_quiet(site):
-    """What a killed fictl had started ends with it, and so does its guardian."""
+    """What a killed fictl had started ends with it, and so does its guardian. No sanitizer found anything in them."""
     wait_for(lambda: not processes_of(site), "the end of all processes", 5)
+    reports = [report.read_text(errors="replace") for report in (site.folder / "reports").glob("sanitizer.*")]
+    need(not reports, f"{len(reports)} reports of sanitizers, the first one: {''.join(reports[:1])}")
 
 
 def record_of(site, step, words):

@@ -53,7 +53,8 @@ class Site:
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep.", dir=scratch_parent()))
         self.environment = {"PATH": "/usr/bin:/bin", "RES_OPTIONS": "timeout:1 attempts:1",
                             "TMPDIR": str(self.folder / "tmp"), "LMADM_STORE": str(self.folder / "store"),
-                            "OPEN_AT_EXIT_PROGRAM": "fictl", "OPEN_AT_EXIT": str(self.folder / "reports/open")}
+                            "OPEN_AT_EXIT_PROGRAM": "fictl", "OPEN_AT_EXIT": str(self.folder / "reports/open"),
+                            **self.sanitizer_options()}
         for name in ("store", "tmp", "exchange", "reports", "production", "backup"):
             (self.folder / name).mkdir()
         try:
@@ -64,6 +65,12 @@ class Site:
         self.devices = {entry["name"]: entry["device"] for appliance in ("alpha", "beta")
                         for entry in self.lmadm_json("--appliance", appliance, "lun", "list")["luns"]}
         self.content = {name: pathlib.Path(path).read_bytes() for name, path in self.devices.items()}
+
+    def sanitizer_options(self):
+        """For programs that are built with sanitizers: each report becomes a file. The address sanitizer would refuse a
+        library that is loaded before its own."""
+        reports = f"log_path={self.folder}/reports/sanitizer"
+        return {"ASAN_OPTIONS": f"verify_asan_link_order=0:{reports}", "TSAN_OPTIONS": reports, "UBSAN_OPTIONS": reports}
 
     def build(self):
         groups = {"alpha": "payroll", "beta": "books"}
@@ -81,10 +88,12 @@ class Site:
             self.lmadm("host", "setup", "--root", str(self.folder / host), "--host", host)
 
     def limit_commands(self, seconds):
-        """Lets the provider give up a command that hangs; long enough for one that does not."""
+        """Lets the provider give up a command that hangs; long enough for one that does not. 0: the usual limit."""
+        section = "\n[FI_EXEC]\n"
         for host in ("production", "backup"):
-            with open(self.folder / host / "etc/qz/cdpfi.conf", "a", encoding="ascii") as configuration:
-                configuration.write(f"\n[FI_EXEC]\nMAX_TIMEOUT={seconds}\n")
+            configuration = self.folder / host / "etc/qz/cdpfi.conf"
+            text = configuration.read_text().split(section)[0]
+            configuration.write_text(f"{text}{section}MAX_TIMEOUT={seconds}\n" if seconds else text)
 
     def remove(self):
         shutil.rmtree(self.folder)
@@ -111,8 +120,6 @@ class Site:
 
     def start(self, host, words, tracer=(), **extra):
         """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too, `tracer` a program that starts it."""
-        # A program that is built with the address sanitizer would refuse a library that comes before the sanitizer's.
-        extra.setdefault("ASAN_OPTIONS", "verify_asan_link_order=0")
         preload = [str(self.libraries / "libopen_at_exit.so"), extra.pop("LD_PRELOAD", "")]
         environment = self.environment | {"OBZX_ROOT": str(self.folder / host), "LD_PRELOAD": ":".join(preload)} | extra
         return subprocess.Popen([*tracer, self.bin / "fictl", "--output", "json", *words], env=environment, text=True,
