@@ -169,6 +169,14 @@ TEST(ApplianceReport, AddsReportsInOrder)
     EXPECT_EQ(report.messages, (std::vector<std::string>{"m", "n"}));
 }
 
+TEST(ApplianceReport, LongMessageIsCutForPeopleAndSaysHowLongItIs)
+{
+    SApplianceReport report;
+    report.messages = {std::string(2000, 'x'), std::string(2001, 'y')};
+    EXPECT_EQ(reportText(report), "  reported: " + std::string(2000, 'x') + "\n  reported: " + std::string(2000, 'y') +
+                                      "... (2001 bytes in all)\n");
+}
+
 TEST(ApplianceReport, RunsThatSucceededAreNothingToReport)
 {
     EXPECT_TRUE(reportOfRuns({runs::succeeded("list hosts")}).empty());

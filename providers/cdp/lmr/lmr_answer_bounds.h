@@ -24,6 +24,9 @@ inline constexpr SLMRBoundSetting LMR_MAX_INVENTORY_SIZE = {"MAX_INVENTORY_SIZE"
 inline constexpr SLMRBoundSetting LMR_MAX_NAMES = {"MAX_NAMES", 100'000, 1};
 inline constexpr SLMRBoundSetting LMR_MAX_REPEATED_NAMES = {"MAX_REPEATED_NAMES", 100'000, 1};
 
+/// Bytes of an answer that cannot be used that are handed to the trace, which shows less of it unless it is told to.
+inline constexpr size_t LMR_MOST_TRACED = size_t{1024} * 1024;
+
 /// What the answer to one command, and all those of an inventory, may come to. One that passes a bound counts as none.
 struct SLMRAnswerBounds
 {

@@ -17,8 +17,6 @@ namespace {
 
 constexpr int NOT_STARTED = -1;
 constexpr unsigned long TIME_OUT_SECONDS = 600;
-// Of what a failed command wrote; a trace line is cut before, unless it may be longer than usual.
-constexpr size_t MOST_TRACED = size_t{1024} * 1024;
 
 }  // namespace
 
@@ -53,7 +51,7 @@ int CLMRApplianceTool::execLMSH(const CString& server, const CString& command, C
     if (result == EXEC_FAILED) {
         if (isTraceEnabled(TRACE_INVALID)) {
             trace(TRACE_INVALID, "CLI Command [%s] failed with error [%ld] and output \n[%s]\n.", command,
-                  pipe.getError().code, joinTexts(lines, "", MOST_TRACED));
+                  pipe.getError().code, joinTexts(lines, "", LMR_MOST_TRACED));
         }
         script.remove();
         return result;

@@ -14,13 +14,6 @@ namespace cdpfi {
 
 using namespace obzx_pdk_4_4;
 
-namespace {
-
-// Of a listing that is none.
-constexpr size_t MOST_TRACED = size_t{1024} * 1024;
-
-}  // namespace
-
 std::vector<SCDPDeviceInfo> CLMRConsistencyGroup::getDeviceList()
 {
     return m_devices;
@@ -285,7 +278,7 @@ bool CLMRConsistencyGroup::fillTimeImage(CBaseTimeImage& image, const std::vecto
     const SLMRImageListing listing = parseTimeImage(lines);
     if (listing.result == EImageListing::NO_LUNS) {
         trace(TRACE_FAILURE, "Invalid output could not find TimeImage LUNS section [%s] ",
-              joinTexts(viewsOf(lines), "", MOST_TRACED));
+              joinTexts(viewsOf(lines), "", LMR_MOST_TRACED));
         return false;
     }
     for (const SLMRImageLun& lun : listing.luns) {
