@@ -150,6 +150,33 @@ TEST_F(CCopiesInUseTest, ReleaseRefusesWhatAnotherHostHas)
     EXPECT_EQ(objects().size(), 4U);
 }
 
+TEST_F(CCopiesInUseTest, ReleaseGivesBackThePartOfThisHostAndLeavesThatOfAnother)
+{
+    carry();
+    arm("image:g1 wait go\n");
+    startHeld({"snapshot", "import", "s"});
+    release();
+    waitForFile("go.reached");
+    arm("delete-timeimage:g2 fail busy\n");
+    ASSERT_EQ(other({"snapshot", "import", "s"}).exit, 0);
+    ASSERT_EQ(other({"snapshot", "release", "s"}).exit, 10);
+    touch("go");
+    ASSERT_EQ(finish().exit, 8) << "the image of g2 is the other host's";
+    ASSERT_EQ(objects().size(), 4U);
+    arm("");
+
+    const SRun run = fictl({"snapshot", "release", "s"});
+    EXPECT_EQ(run.exit, 0) << run.err;
+    EXPECT_NE(run.err.find("time image " + imageName() +
+                           " of group \"g2\" of appliance \"ap1\" is granted to host \"there\" and stays\n"),
+              std::string::npos)
+        << run.err;
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(objects().size(), 3U);
+    EXPECT_EQ(other({"snapshot", "release", "s"}).exit, 0);
+    EXPECT_EQ(objects().size(), 2U);
+}
+
 TEST_F(CCopiesInUseTest, ReleaseGivesTheCopyBackAndKeepsTheCheckpoint)
 {
     ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);

@@ -1,3 +1,4 @@
+#include <map>
 #include <mutex>
 #include <optional>
 
@@ -40,6 +41,7 @@ class CSnapshotRelease
 
   private:
     void requireInspection();
+    void keepForeign(const CCopyGuard& guard) const;
     void releaseGroup(const GroupKey& group, std::mutex& lock);
     void enterReleased(const GroupKey& group);
 
@@ -48,6 +50,8 @@ class CSnapshotRelease
     SSnapshot& m_snapshot;
     bool& m_isTouched;  // an image was asked to be deleted, or found gone
     CKnowledge m_knowledge;
+    std::map<GroupKey, SImageOwner> m_foreign;  // another host's images
+    bool m_hasOwn = false;
 };
 
 void CSnapshotRelease::requireInspection()
@@ -63,16 +67,29 @@ void CSnapshotRelease::requireInspection()
         .about(m_snapshot.name);
 }
 
+// Also with --even-if-in-use: what another host holds is not this host's to give back. But with a part of the groups
+// each, two hosts could never give back anything if one had to wait for the other.
+void CSnapshotRelease::keepForeign(const CCopyGuard& guard) const
+{
+    for (const auto& [group, found] : m_foreign) {
+        if (!m_hasOwn) guard.refuseForeign(group, found);
+        CProgress::warn("time image " + found.image + " of group " + groupText(group) + " is granted to " +
+                        found.holder + " and stays");
+    }
+}
+
 void CSnapshotRelease::run(bool evenIfInUse)
 {
     m_context.progress.step("look at the copies");
     requireInspection();
     CCopyGuard guard(m_snapshot, m_knowledge, CCopyGuard::EAction::RELEASE);
     for (const GroupKey& group : m_snapshot.groups()) {
-        // Also with --even-if-in-use: what another host holds is not this host's to give back.
-        guard.requireOwnImage(group);
+        const SImageOwner found = guard.requireOwner(group);
+        if (found.owner == EImageOwner::OTHERS) m_foreign.emplace(group, found);
+        m_hasOwn = m_hasOwn || found.owner == EImageOwner::OURS;
         if (!evenIfInUse) guard.requireUnused(group);
     }
+    keepForeign(guard);
     CGroupWork work(m_knowledge.parallel());
     work.run(m_snapshot.groups(), [&](const GroupKey& group) { releaseGroup(group, work.lock()); });
     if (const std::optional<EFictl> failure = work.failure()) {
@@ -89,7 +106,7 @@ void CSnapshotRelease::releaseGroup(const GroupKey& group, std::mutex& lock)
         m_isTouched = true;
     }
     const std::string image = naming::imageOfCheckpoint(m_snapshot.checkpoint);
-    if (m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
+    if (!m_foreign.contains(group) && m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
         m_context.progress.step("delete the time image of group " + groupText(group));
         if (const std::optional<std::string> why = m_knowledge.inspector().release(group, image)) {
             throw EFictl(EExit::NOT_DELETED,

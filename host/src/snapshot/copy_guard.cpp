@@ -15,10 +15,16 @@ void CCopyGuard::refuse(const std::string& reason, const std::string& next) cons
         .about(m_snapshot.name);
 }
 
+SImageOwner CCopyGuard::requireOwner(const GroupKey& group)
+{
+    SImageOwner found = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
+    if (found.owner == EImageOwner::UNKNOWN) requireKnown(group, found);
+    return found;
+}
+
 EThere CCopyGuard::requireOwnImage(const GroupKey& group)
 {
-    const SImageOwner found = findImageOwner(m_snapshot, group, m_knowledge.seen(), m_knowledge.why());
-    if (found.owner == EImageOwner::UNKNOWN) requireKnown(group, found);
+    const SImageOwner found = requireOwner(group);
     if (found.owner == EImageOwner::OTHERS) refuseForeign(group, found);
     if (found.owner == EImageOwner::NONE) return EThere::NO;
     return found.owner == EImageOwner::OURS ? EThere::YES : EThere::UNKNOWN;

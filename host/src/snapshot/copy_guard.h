@@ -28,12 +28,14 @@ class CCopyGuard
 
     /// The group's time image is nobody's, or this record's own; says whether it is there at all.
     EThere requireOwnImage(const GroupKey& group);
+    /// Whose the group's time image is, which is known, or else of no matter.
+    SImageOwner requireOwner(const GroupKey& group);
+    [[noreturn]] void refuseForeign(const GroupKey& group, const SImageOwner& found) const;
     /// No copy of the group that shows on this host is mounted, open or held.
     void requireUnused(const GroupKey& group);
 
   private:
     [[noreturn]] void refuse(const std::string& reason, const std::string& next) const;
-    [[noreturn]] void refuseForeign(const GroupKey& group, const SImageOwner& found) const;
     void requireKnown(const GroupKey& group, const SImageOwner& found);
     [[noreturn]] void refuseUsed(const SDevice& device, const std::vector<std::string>& uses) const;
 
