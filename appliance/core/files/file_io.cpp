@@ -12,6 +12,7 @@
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/files/range_lock.h"
 #include "base/file_read.h"
+#include "base/file_sync.h"
 
 namespace lumora {
 namespace fs = std::filesystem;
@@ -85,8 +86,7 @@ void syncFile(int fd, const fs::path& path)
 
 void syncFolder(const fs::path& path)
 {
-    const base::CFileDescriptor folder = openFile(path, O_RDONLY | O_DIRECTORY);
-    syncFile(folder.get(), path);
+    if (!base::syncFolder(path.c_str())) throwStorage("write", path.string(), errno);
 }
 
 void makeFolder(const fs::path& path, mode_t mode)

@@ -1,9 +1,7 @@
 #include "host/src/commands/common.h"
 
-#include <cerrno>
 #include <map>
 #include <set>
-#include <system_error>
 
 #include "host/src/commands/command.h"
 #include "host/src/devices/device_name.h"
@@ -50,12 +48,6 @@ void requireDevices(const std::vector<std::string>& devices)
                          "give every device once");
         }
     }
-}
-
-void failFile(const std::string& doing, const std::string& file)
-{
-    const std::string reason = std::error_code(errno, std::generic_category()).message();
-    throw EFictl(EExit::IO, "cannot " + doing + " " + printable(file) + ": " + reason);
 }
 
 SSnapshot workOn(CCatalog& catalog, const SSnapshot& before, const SStep& step, const StepWork& work)

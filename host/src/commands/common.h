@@ -15,9 +15,6 @@ void requireSnapshotName(const std::string& name);
 /// Throws EFictl (USAGE) for an unusable or repeated device path.
 void requireDevices(const std::vector<std::string>& devices);
 
-/// Throws EFictl (IO) with errno's reason: "cannot open FILE: Permission denied".
-[[noreturn]] void failFile(const std::string& doing, const std::string& file);
-
 /// What a step makes of a record.
 struct SStep
 {

@@ -59,4 +59,7 @@ class EFictl : public std::runtime_error
     double m_frozenSeconds = 0;
 };
 
+/// Throws EFictl (IO) with errno's reason: "cannot open FILE: Permission denied".
+[[noreturn]] void failFile(const std::string& doing, const std::string& file);
+
 }  // namespace fictl

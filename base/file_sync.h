@@ -1,0 +1,20 @@
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "base/file_descriptor.h"
+
+namespace base {
+
+/// Returns when the names in a folder are on disk: those that were made, changed and removed. False with errno set. A
+/// file system that has nothing to wait for counts as done.
+inline bool syncFolder(const char* folder) noexcept
+{
+    const CFileDescriptor opened(::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    return opened && (::fsync(opened.get()) == 0 || errno == EINVAL);
+}
+
+}  // namespace base
