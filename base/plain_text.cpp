@@ -57,30 +57,17 @@ bool isAll(std::string_view text, size_t (*lengthOf)(std::string_view))
     return true;
 }
 
-}  // namespace
-
-size_t plainLength(std::string_view text)
+size_t utf8Length(std::string_view text)
 {
-    const SCharacter first = firstOf(text);
-    const bool isControl = first.code < 0x20 || (first.code >= 0x7f && first.code < 0xa0);
-    return isControl ? 0 : first.length;
+    return firstOf(text).length;
 }
 
-bool isUtf8(std::string_view text)
-{
-    return isAll(text, [](std::string_view rest) { return firstOf(rest).length; });
-}
-
-bool isPlainText(std::string_view text)
-{
-    return isAll(text, plainLength);
-}
-
-std::string printable(std::string_view text, std::string_view digits)
+// The text with each byte at which none of these characters begins as \xNN.
+std::string escaped(std::string_view text, size_t (*lengthOf)(std::string_view), std::string_view digits)
 {
     std::string shown;
     while (!text.empty()) {
-        const size_t length = plainLength(text);
+        const size_t length = lengthOf(text);
         if (length > 0) {
             shown += text.substr(0, length);
             text.remove_prefix(length);
@@ -93,6 +80,35 @@ std::string printable(std::string_view text, std::string_view digits)
         text.remove_prefix(1);
     }
     return shown;
+}
+
+}  // namespace
+
+size_t plainLength(std::string_view text)
+{
+    const SCharacter first = firstOf(text);
+    const bool isControl = first.code < 0x20 || (first.code >= 0x7f && first.code < 0xa0);
+    return isControl ? 0 : first.length;
+}
+
+bool isUtf8(std::string_view text)
+{
+    return isAll(text, utf8Length);
+}
+
+bool isPlainText(std::string_view text)
+{
+    return isAll(text, plainLength);
+}
+
+std::string printable(std::string_view text, std::string_view digits)
+{
+    return escaped(text, plainLength, digits);
+}
+
+std::string asUtf8(std::string_view text)
+{
+    return escaped(text, utf8Length, LOWER_DIGITS);
 }
 
 }  // namespace base

@@ -14,6 +14,11 @@ TEST(PlainText, IsUtf8WithoutControlCharacters)
     }
 }
 
+TEST(PlainText, AsUtf8KeepsAllThatIs)
+{
+    EXPECT_EQ(base::asUtf8("a\n\xff\xc3\xa4\xc3"), "a\n\\xff\xc3\xa4\\xc3");
+}
+
 TEST(PlainText, MayBeUtf8WithControlCharacters)
 {
     for (const char* const text : {"", "a\nb", "\xc2\x85", "\xf4\x8f\xbf\xbf"}) {

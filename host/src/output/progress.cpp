@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
+
+#include "base/file_write.h"
+#include "host/src/text/plain_text.h"
 
 namespace fictl {
 
@@ -24,15 +26,7 @@ void CProgress::warn(const std::string& text)
 
 void CProgress::write(const std::string& text)
 {
-    const char* at = text.data();
-    size_t left = text.size();
-    while (left > 0) {
-        const ssize_t done = ::write(STDERR_FILENO, at, left);
-        if (done < 0 && errno == EINTR) continue;
-        if (done <= 0) return;
-        at += done;
-        left -= static_cast<size_t>(done);
-    }
+    base::writeWhole(STDERR_FILENO, isUtf8(text) ? text : asUtf8(text));
 }
 
 }  // namespace fictl

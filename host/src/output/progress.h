@@ -23,7 +23,7 @@ class CProgress
     void step(const std::string& text) const;
     /// "fictl: warning: text"
     static void warn(const std::string& text);
-    /// Writes whole lines to standard error; a closed one is no error.
+    /// Writes whole lines to standard error, bytes that are not UTF-8 as \xNN; a closed one is no error.
     static void write(const std::string& text);
 
   private:

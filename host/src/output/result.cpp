@@ -51,6 +51,18 @@ void fit(std::vector<size_t>& widths, size_t lineWidth)
     if (widest > READABLE) widest -= std::min(all - lineWidth, widest - READABLE);
 }
 
+// JSON is UTF-8; a name or a message need not be.
+void escapeTexts(json& value)
+{
+    if (value.is_structured()) {
+        for (json& part : value) {
+            escapeTexts(part);
+        }
+    } else if (value.is_string() && !isUtf8(value.get_ref<const std::string&>())) {
+        value = asUtf8(value.get_ref<const std::string&>());
+    }
+}
+
 }  // namespace
 
 SResult resultOf(json document, std::string text)
@@ -118,6 +130,7 @@ std::string documentText(json document)
     constexpr int INDENT = 2;
     constexpr int SCHEMA_VERSION = 1;
     document["schema_version"] = SCHEMA_VERSION;
+    escapeTexts(document);
     return document.dump(INDENT, ' ', false, json::error_handler_t::replace) + "\n";
 }
 

@@ -42,8 +42,8 @@ std::string formatValues(const Rows& rows);
 /// what it wanted.
 bool writeOutput(const std::string& text);
 
-/// The document's text: with "schema_version", two blanks of indentation, a last newline, bytes that are not UTF-8
-/// replaced. The version changes when a key goes or means something else.
+/// The document's text: with "schema_version", two blanks of indentation, a last newline, bytes that are not UTF-8 as
+/// \xNN. The version changes when a key goes or means something else.
 std::string documentText(json document);
 
 }  // namespace fictl

@@ -11,7 +11,9 @@ namespace fictl {
 bool isSnapshotName(std::string_view name);
 /// A provider's name: 1 to 64 letters, digits or "_", not beginning with a digit.
 bool isProviderName(std::string_view name);
+using base::asUtf8;
 using base::isPlainText;
+using base::isUtf8;
 using base::printable;
 /// "1 disk", "2 disks"
 std::string counted(size_t number, const std::string& noun);
