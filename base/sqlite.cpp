@@ -1,5 +1,7 @@
 #include "base/sqlite.h"
 
+#include <memory>
+
 namespace base {
 
 ESqlite::~ESqlite() = default;
@@ -27,6 +29,15 @@ CSqliteDatabase::~CSqliteDatabase()
 void CSqliteDatabase::execute(const char* sql)
 {
     check(sqlite3_exec(m_handle, sql, nullptr, nullptr, nullptr));
+}
+
+std::string CSqliteDatabase::content() const
+{
+    sqlite3_int64 size = 0;
+    const std::unique_ptr<unsigned char, decltype(&sqlite3_free)> bytes(sqlite3_serialize(m_handle, "main", &size, 0),
+                                                                        &sqlite3_free);
+    if (bytes == nullptr) fail(sqlite3_errcode(m_handle) == SQLITE_OK ? SQLITE_NOMEM : sqlite3_errcode(m_handle));
+    return {reinterpret_cast<const char*>(bytes.get()), static_cast<size_t>(size)};
 }
 
 void CSqliteDatabase::fail(int code) const

@@ -49,6 +49,9 @@ class CSqliteDatabase
     /// Rows that the last statement inserted, updated or deleted.
     int changes() const noexcept { return sqlite3_changes(m_handle); }
 
+    /// The whole database as the bytes of a file, as this connection sees it now: what is only in its log stands in it.
+    std::string content() const;
+
     /// For what is not wrapped here.
     sqlite3* handle() const noexcept { return m_handle; }
     /// Throws what a result code of the handle stands for.
@@ -90,6 +93,14 @@ class CSqliteQuery
         return *this;
     }
 
+    /// Begins anew with other values, which spares preparing the statement again.
+    template <class... Values>
+    void again(const Values&... values)
+    {
+        sqlite3_reset(m_statement);  // tells the last run's failure once more
+        m_bound = 0;
+        (bind(values), ...);
+    }
     /// Moves to the next row; false after the last one.
     bool next();
     /// Runs a statement whose rows do not matter.

@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "base/tests/temporary_folder.h"
+#include "base/tests/text_file.h"
 
 using base::CSqliteDatabase;
 using base::CSqliteQuery;
@@ -118,4 +119,26 @@ TEST_F(Sqlite, AnOwnersTranslationIsThrownInPlaceOfIt)
     CSqliteDatabase database(m_folder / "other", CREATE, NO_PATIENCE, refuse);
     EXPECT_THROW(database.execute("nonsense"), SRefused);
     EXPECT_THROW(CSqliteQuery(database, "nonsense"), SRefused);
+}
+
+TEST_F(Sqlite, AQueryBeginsAnewWithOtherValues)
+{
+    m_database.execute("INSERT INTO t VALUES (1, 'a'), (1, 'b'), (2, 'c')");
+    CSqliteQuery query(m_database, "SELECT text FROM t WHERE number = ? AND text >= ? ORDER BY text", 1, "a");
+    ASSERT_TRUE(query.next());
+    EXPECT_EQ(query.text(0), "a");
+    query.again(2, "b");
+    ASSERT_TRUE(query.next());
+    EXPECT_EQ(query.text(0), "c");
+    EXPECT_FALSE(query.next());
+}
+
+TEST_F(Sqlite, TheContentIsThatOfAFileWithAllThatWasCommitted)
+{
+    m_database.execute("PRAGMA journal_mode = WAL; INSERT INTO t VALUES (1, 'only in the log')");
+    base_test::writeFile(m_folder / "copy", m_database.content());
+    const CSqliteDatabase copy(m_folder / "copy", SQLITE_OPEN_READONLY, NO_PATIENCE);
+    CSqliteQuery query(copy, "SELECT text FROM t");
+    ASSERT_TRUE(query.next());
+    EXPECT_EQ(query.text(0), "only in the log");
 }

@@ -74,12 +74,12 @@ TEST_F(CFictlTest, WithoutRootAndRootFolderFictlUsesTheStateFolder)
             geteuid() != 0 || (setgroups(0, nullptr) == 0 && setgid(NOBODY) == 0 && setuid(NOBODY) == 0);
         unsetenv("OBZX_ROOT");                       // NOLINT(concurrency-mt-unsafe)
         setenv("XDG_STATE_HOME", state.c_str(), 1);  // NOLINT(concurrency-mt-unsafe)
-        if (isDropped) execl(FICTL_PROGRAM, FICTL_PROGRAM, "--output", "json", "snapshot", "list", nullptr);
+        if (isDropped) execl(FICTL_PROGRAM, FICTL_PROGRAM, "snapshot", "delete", "none", "--forget", nullptr);
         _exit(127);
     }
     int status = 0;
     ASSERT_EQ(waitpid(pid, &status, 0), pid);
-    EXPECT_EQ(WEXITSTATUS(status), 0);
+    EXPECT_EQ(WEXITSTATUS(status), 3);
     EXPECT_TRUE(fs::is_regular_file(state + "/cdpfi/fictl.db"));
     EXPECT_EQ(fs::status(state + "/cdpfi").permissions(), fs::perms::owner_all);
 }

@@ -74,7 +74,7 @@ TEST_F(CDoctorTest, ATraceFolderThatCannotBeMadeIsAWarning)
 
 TEST_F(CDoctorTest, ACatalogFolderThatOthersCanWriteToIsAWarning)
 {
-    ASSERT_EQ(fictl({"snapshot", "list"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "delete", "none"}).exit, 3);  // makes a catalog
     const std::string folder = m_root + "/var/lib/qz";
     fs::permissions(folder, fs::perms(0777));
     expectComplaint("WARN folder of the catalog " + folder + " can be written to by others; next: chmod 700 " + folder);
@@ -82,7 +82,7 @@ TEST_F(CDoctorTest, ACatalogFolderThatOthersCanWriteToIsAWarning)
 
 TEST_F(CDoctorTest, ACatalogThatOthersCanReadIsAWarning)
 {
-    ASSERT_EQ(fictl({"snapshot", "list"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "delete", "none"}).exit, 3);  // makes a catalog
     fs::permissions(catalog(), fs::perms(0644));
     expectComplaint("WARN catalog " + catalog() + " can be read or written by others; next: chmod 600 " + catalog());
 }
@@ -128,7 +128,7 @@ TEST_F(CDoctorTest, AFileThatIsNoCatalogIsToldAndLeftAlone)
 
 TEST_F(CDoctorTest, ACatalogOfAnotherLayoutIsTold)
 {
-    ASSERT_EQ(fictl({"snapshot", "list"}).exit, 0);
+    ASSERT_EQ(fictl({"snapshot", "delete", "none"}).exit, 3);  // makes a catalog
     base::CSqliteDatabase(catalog(), SQLITE_OPEN_READWRITE, std::chrono::seconds(20))
         .execute("PRAGMA user_version = 99");
     const std::vector<std::string> lines = complaints();

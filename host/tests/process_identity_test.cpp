@@ -122,6 +122,26 @@ TEST_F(COwnerLockTest, IsSharedByAllOfOneProcessAndGivenBackByTheLast)
     EXPECT_EQ(thisProcess().lock, 0);
 }
 
+TEST_F(COwnerLockTest, WhoLooksSeesTheOthersAndTakesNone)
+{
+    const COwnerLock look(m_file, COwnerLock::EUse::LOOK);
+    EXPECT_EQ(thisProcess().lock, 0);
+    EXPECT_TRUE(isAlive(owner()));
+    {
+        const COwnerLock own(m_file);
+        EXPECT_NE(thisProcess().lock, 0);
+    }
+    endChild();
+    EXPECT_FALSE(isAlive(owner()));
+}
+
+TEST_F(COwnerLockTest, WhoLooksMakesNoFile)
+{
+    const std::string none = m_file + ".none";
+    const COwnerLock look(none, COwnerLock::EUse::LOOK);
+    EXPECT_NE(access(none.c_str(), F_OK), 0);
+}
+
 TEST_F(COwnerLockTest, ALockThatCannotBeHadIsNone)
 {
     const COwnerLock lock("/nowhere/at/all");

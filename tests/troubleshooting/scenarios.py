@@ -285,8 +285,30 @@ def damaged_catalog(place):
     yield
 
 
+@scenario("its record cannot be read")
+def unreadable_record(place):
+    place.given("production", "snapshot create nightly /dev/sdb")
+    place.given("production", "snapshot create weekly /dev/sdd")
+    place.change_rows(place.catalog("production"), "UPDATE snapshot SET state = 'weird' WHERE name = 'nightly'")
+    yield
+    place.change_rows(place.catalog("production"), "UPDATE snapshot SET state = 'complete' WHERE name = 'nightly'")
+    yield
+
+
+@scenario("it was cut to nothing")
+def cut_catalog(place):
+    place.given("production", "snapshot create nightly /dev/sdb")
+    catalog = place.catalog("production")
+    yesterday = catalog.with_name("fictl.db.yesterday")
+    yesterday.write_bytes(catalog.read_bytes())
+    yesterday.chmod(0o600)
+    catalog.write_bytes(b"")
+    yield
+
+
 @scenario("A disk is full")
 def disk_full(place):
+    place.given("production", "snapshot delete none", 3)  # there is a catalog
     place.before_each = "trap '' XFSZ; ulimit -f 0"
     yield
     place.before_each = ":"

@@ -23,12 +23,12 @@ class CCatalog
     /// How long the lock of another fictl is waited for, which holds it for moments only.
     static constexpr std::chrono::seconds PATIENCE{20};
 
-    /// Creates folder, file and tables where missing; refuses a file that is not a catalog of this version.
+    /// Creates folder, file and tables where missing; refuses a file that is not a catalog of this version. Whoever
+    /// only looks takes CCatalogReader.
     CCatalog();
 
     const std::string& path() const { return m_path; }
 
-    std::vector<SSnapshot> list();
     SSnapshot get(const std::string& name);
     bool has(const std::string& name);
     /// Names of the checkpoints of all records, each once.
@@ -62,9 +62,6 @@ class CCatalog
   private:
     template <class Work>
     auto guarded(const char* doing, Work work);
-    bool isPrepared() const;
-    void prepareSchema();
-    std::optional<SSnapshot> find(const std::string& name);
     void write(const SSnapshot& snapshot);
     void writeHead(const SSnapshot& snapshot);
     void writeDevice(const std::string& snapshot, size_t position, const SDevice& device);

@@ -46,12 +46,12 @@ const char* stateText(EState state)
     return entryOf(state).text;
 }
 
-EState stateOf(const std::string& text)
+std::optional<EState> stateOf(const std::string& text)
 {
     for (const SStateText& entry : STATES) {
         if (text == entry.text) return entry.state;
     }
-    throw std::invalid_argument("no state is called \"" + printable(text) + "\"");
+    return std::nullopt;
 }
 
 const char* madeText(EMade made)

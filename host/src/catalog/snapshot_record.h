@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -27,9 +28,9 @@ enum class EState
     DELETE_FAILED,
 };
 
-/// Text of a state in the catalog; throws std::invalid_argument for a text that is none.
+/// Text of a state in the catalog; no state for a text that is none.
 const char* stateText(EState state);
-EState stateOf(const std::string& text);
+std::optional<EState> stateOf(const std::string& text);
 
 /// Whether a device's consistency group has the snapshot's checkpoint.
 enum class EMade

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/output/error_text.h"
 #include "host/src/output/progress.h"
@@ -14,8 +14,7 @@ namespace {
 json recordOf(const std::string& name)
 {
     try {
-        CCatalog catalog;
-        return snapshotJson(catalog.get(name));
+        return snapshotJson(CCatalogReader().get(name));
     } catch (const EFictl&) {
         return nullptr;
     }

@@ -33,12 +33,14 @@ CommandRun declareList(COptions& options);
 CommandRun declareShow(COptions& options);
 CommandRun declareExport(COptions& options);
 CommandRun declareReceive(COptions& options);
+CommandRun declareCatalogCheck(COptions& options);
 
 /// Every group and every command, in the order of --help.
 inline constexpr SCommandGroup COMMAND_GROUPS[] = {
     {"provider", "Providers of snapshots"},
     {"device", "Devices of this host"},
     {"snapshot", "Snapshots and their records"},
+    {"catalog", "The catalog of this host's snapshots"},
 };
 inline constexpr SCommand COMMANDS[] = {
     {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor},
@@ -52,6 +54,7 @@ inline constexpr SCommand COMMANDS[] = {
     {"snapshot", "show", "Show a snapshot's record", declareShow},
     {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport},
     {"snapshot", "receive", "Enter a record that another host has written", declareReceive},
+    {"catalog", "check", "Tell what of the catalog cannot be read, row by row", declareCatalogCheck},
 };
 
 }  // namespace fictl

@@ -2,10 +2,13 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/catalog_failure.h"
+#include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/output/progress.h"
 #include "host/src/text/display_text.h"
+#include "host/src/text/plain_text.h"
 
 namespace fictl {
 
@@ -24,12 +27,25 @@ std::string groupNames(const SSnapshot& snapshot)
     return list;
 }
 
+// Says on standard error what is missing from the table.
+json unreadableJson(const SListing& listing)
+{
+    json list = json::array();
+    for (const SUnreadable& entry : listing.unreadable) {
+        list.push_back({{"name", entry.name}, {"reason", entry.reason}});
+        CProgress::warn(quotedSnapshot(entry.name) + " cannot be read: " + printable(entry.reason) +
+                        "; fictl catalog check tells more");
+    }
+    return list;
+}
+
 SResult listSnapshots(const SContext& /*context*/)
 {
-    CCatalog catalog;
+    CCatalogReader catalog;
     json summaries = json::array();
     Rows rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
-    std::vector<SSnapshot> snapshots = catalog.list();
+    SListing listing = catalog.list();
+    std::vector<SSnapshot>& snapshots = listing.snapshots;
     std::sort(snapshots.begin(), snapshots.end(),
               [](const SSnapshot& a, const SSnapshot& b) { return SNameOrder()(a.name, b.name); });
     for (const SSnapshot& snapshot : snapshots) {
@@ -37,12 +53,16 @@ SResult listSnapshots(const SContext& /*context*/)
         rows.push_back({snapshot.name, snapshot.shownState(), snapshot.created, std::to_string(snapshot.devices.size()),
                         groupNames(snapshot)});
     }
-    return resultOf({{"snapshots", std::move(summaries)}}, formatTable(rows));
+    SResult result =
+        resultOf({{"snapshots", std::move(summaries)}, {"unreadable", unreadableJson(listing)}}, formatTable(rows));
+    // The others are told all the same.
+    if (!listing.unreadable.empty()) result.exit = EExit::CATALOG;
+    return result;
 }
 
 SResult showSnapshot(const std::string& name)
 {
-    CCatalog catalog;
+    CCatalogReader catalog;
     const SSnapshot snapshot = catalog.get(name);
     Rows head = {
         {"SNAPSHOT", snapshot.name},   {"STATE", snapshot.shownState()},    {"PROVIDER", snapshot.provider},

@@ -5,7 +5,6 @@
 #include <cerrno>
 
 #include "base/file_descriptor.h"
-#include "framework/include/obzx_runtime.h"
 #include "host/src/catalog/catalog.h"
 #include "host/src/catalog/record_document.h"
 #include "host/src/catalog/record_json.h"
@@ -14,6 +13,7 @@
 #include "host/src/guardian/guardian.h"
 #include "host/src/inspection/knowledge.h"
 #include "host/src/output/error.h"
+#include "host/src/process/own_setting.h"
 #include "host/src/provider/provider_library.h"
 #include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
@@ -54,27 +54,10 @@ std::string readInput(const std::string& file)
                  next);
 }
 
-/// Names of the providers that records from outside may be of: RECEIVE/PROVIDERS of /etc/qz/fictl.conf, separated by
-/// commas or blanks; empty when the administrator says nothing.
-std::set<std::string> allowedProviders()
-{
-    char* const setting = obzx_get_setting("fictl", "RECEIVE", "PROVIDERS");
-    if (setting == nullptr) return {};
-    const std::string text = setting;
-    obzx_free_buf(setting, 0);
-    std::set<std::string> names;
-    for (size_t begin = 0; (begin = text.find_first_not_of(", \t", begin)) != std::string::npos;) {
-        const size_t end = std::min(text.find_first_of(", \t", begin), text.size());
-        names.insert(text.substr(begin, end - begin));
-        begin = end;
-    }
-    return names;
-}
-
 // A record names the library that this host loads for it, so only providers that are wanted here are taken.
 void requireAllowedProvider(const SContext& context, const SSnapshot& snapshot)
 {
-    std::set<std::string> allowed = allowedProviders();
+    std::set<std::string> allowed = wordsOfSetting("RECEIVE", "PROVIDERS");
     if (allowed.empty()) allowed.insert(CProviderLibrary::nameOf(context.chosenProvider()));
     if (allowed.contains(snapshot.provider)) return;
     reject(snapshot, "provider \"" + snapshot.provider + "\" is not allowed on this host",

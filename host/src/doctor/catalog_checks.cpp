@@ -6,8 +6,9 @@
 #include <filesystem>
 #include <utility>
 
-#include "base/sqlite.h"
-#include "host/src/catalog/catalog.h"
+#include "host/src/catalog/catalog_check.h"
+#include "host/src/catalog/catalog_file.h"
+#include "host/src/catalog/catalog_reader.h"
 #include "host/src/doctor/file_checks.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
@@ -46,18 +47,25 @@ SCheck checkFolderRights(const std::string& path)
     return checkFolder(NAME, "folder of the catalog", folder, ELevel::FAIL);
 }
 
-// By SQLite's own look at the whole file, before anything else trusts it.
-SCheck checkIntegrity(const std::string& path)
+// All of it, before anything else trusts it.
+SCheck checkSoundness(const std::string& path)
 {
+    SCatalogState state;
     try {
-        const base::CSqliteDatabase database(path, SQLITE_OPEN_READONLY, CCatalog::PATIENCE);
-        base::CSqliteQuery check(database, "PRAGMA integrity_check(1)");
-        const std::string verdict = check.next() ? check.text(0) : "no answer";
-        if (verdict == "ok") return {ELevel::OK, NAME, "catalog " + path + " is sound"};
-        return {ELevel::FAIL, NAME, "catalog " + path + " is damaged: " + verdict, MOVE_AWAY};
+        CCatalogReading(path).run([&](const base::CSqliteDatabase& database) { state = checkContent(database); });
     } catch (const base::ESqlite& error) {
         return {ELevel::FAIL, NAME, "catalog " + path + " cannot be read: " + error.what(), MOVE_AWAY};
+    } catch (const EFictl& error) {
+        return {ELevel::FAIL, NAME, error.what(), error.next()};
     }
+    if (state.problems.empty()) return {ELevel::OK, NAME, "catalog " + path + " is sound"};
+    const std::string& first = state.problems.front().text;
+    if (state.problems.front().table.empty()) {
+        return {ELevel::FAIL, NAME, "catalog " + path + " is damaged: " + first, MOVE_AWAY};
+    }
+    return {ELevel::FAIL, NAME,
+            "catalog " + path + ": " + counted(state.problems.size(), "problem") + " in its records",
+            "fictl catalog check"};
 }
 
 void checkRecord(const SSnapshot& snapshot, Checks& checks)
@@ -76,7 +84,7 @@ void checkRecord(const SSnapshot& snapshot, Checks& checks)
 void checkRecords(Checks& checks)
 {
     try {
-        const std::vector<SSnapshot> snapshots = CCatalog().list();
+        const std::vector<SSnapshot> snapshots = CCatalogReader().list().snapshots;
         checks.push_back({ELevel::OK, NAME,
                           "the catalog holds " + counted(snapshots.size(), "record") + ", each of which can be read"});
         for (const SSnapshot& snapshot : snapshots) {
@@ -93,13 +101,20 @@ Checks checkCatalog(const std::string& path)
 {
     Checks checks = {checkFolderRights(path)};
     struct stat status = {};
-    if (lstat(path.c_str(), &status) != 0) {
-        checks.push_back({ELevel::OK, NAME, "there is no catalog yet; the first snapshot begins it"});
+    if (lstat(path.c_str(), &status) == 0) {
+        checks.push_back(checkRights(path, status));
+        if (checks.back().level == ELevel::FAIL) return checks;
+    }
+    try {
+        if (!isCatalogThere(path, ECatalogUse::WRITE)) {
+            checks.push_back({ELevel::OK, NAME, "there is no catalog yet; the first snapshot begins it"});
+            return checks;
+        }
+    } catch (const EFictl& error) {
+        checks.push_back({ELevel::FAIL, NAME, error.what(), error.next()});
         return checks;
     }
-    checks.push_back(checkRights(path, status));
-    if (checks.back().level == ELevel::FAIL) return checks;
-    checks.push_back(checkIntegrity(path));
+    checks.push_back(checkSoundness(path));
     if (checks.back().level == ELevel::OK) checkRecords(checks);
     return checks;
 }

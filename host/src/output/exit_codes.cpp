@@ -21,7 +21,7 @@ constexpr SExitCode CODES[] = {
     {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
     {EExit::NOT_DELETED, "not-deleted",
      "a deletion was not confirmed, or a LUN is in another group now; the record stays"},
-    {EExit::CATALOG, "catalog", "the catalog could not be read or written"},
+    {EExit::CATALOG, "catalog", "the catalog, or a record in it, could not be read or written"},
     {EExit::HOOK, "hook", "a freeze or thaw command failed"},
     {EExit::BAD_RECORD, "bad-record",
      "a document or record does not agree with itself, with another record, or with what is there"},

@@ -21,6 +21,7 @@ std::optional<base::SProcessStat> statOf(int64_t pid)
 
 // Locks of this kind belong to the process, so no child inherits one, and they are gone when it is. Closing any
 // descriptor of the file would give them back too: there is only this one.
+constexpr int FLAGS = O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 int g_owners = -1;
 int64_t g_lock = 0;
 int g_holders = 0;
@@ -61,11 +62,17 @@ EHeld isHeld(int64_t byte)
 
 }  // namespace
 
-COwnerLock::COwnerLock(const std::string& file)
+COwnerLock::COwnerLock(const std::string& file, EUse use)
 {
-    if (g_holders++ > 0) return;
+    ++g_holders;
+    if (use == EUse::LOOK) {
+        if (g_owners < 0) g_owners = open(file.c_str(), O_RDONLY | FLAGS);
+        return;
+    }
+    if (g_lock != 0) return;
+    if (g_owners >= 0) close(g_owners);  // was opened for a look
     constexpr mode_t OWNER_ONLY = 0600;
-    g_owners = open(file.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, OWNER_ONLY);
+    g_owners = open(file.c_str(), O_RDWR | O_CREAT | FLAGS, OWNER_ONLY);
     if (g_owners < 0) return;
     constexpr int TRIES = 8;  // another process may hold the byte of the first
     for (int i = 0; i < TRIES && g_lock == 0; ++i) {

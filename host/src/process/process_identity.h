@@ -30,7 +30,13 @@ struct SProcessIdentity
 class COwnerLock
 {
   public:
-    explicit COwnerLock(const std::string& file);
+    enum class EUse
+    {
+        OWN,   ///< takes a lock
+        LOOK,  ///< only lets isAlive see the locks of others; makes no file
+    };
+
+    explicit COwnerLock(const std::string& file, EUse use = EUse::OWN);
     ~COwnerLock();
     COwnerLock(const COwnerLock&) = delete;
     COwnerLock& operator=(const COwnerLock&) = delete;

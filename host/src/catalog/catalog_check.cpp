@@ -1,0 +1,208 @@
+#include "host/src/catalog/catalog_check.h"
+
+#include <limits>
+#include <set>
+#include <span>
+
+#include "host/src/catalog/record_check.h"
+#include "host/src/catalog/record_rows.h"
+#include "host/src/provider/naming.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+struct STextColumn
+{
+    const char* name;
+    bool (*isRight)(const std::string& text);
+    const char* complaint;
+};
+
+struct SNumberColumn
+{
+    const char* name;
+    int64_t least;
+    int64_t most;
+};
+
+bool isPlain(const std::string& text)
+{
+    return isPlainText(text);
+}
+
+bool isPlainAndThere(const std::string& text)
+{
+    return !text.empty() && isPlainText(text);
+}
+
+constexpr const char* NOT_PLAIN = "holds control characters, or bytes that are not UTF-8";
+constexpr const char* NOT_PLAIN_OR_EMPTY = "is empty, or holds control characters or bytes that are not UTF-8";
+constexpr int64_t MOST = std::numeric_limits<int64_t>::max();
+
+// The thaw command is not among them: it is whatever the user gave.
+const STextColumn SNAPSHOT_TEXTS[] = {
+    {"name", [](const std::string& text) { return isSnapshotName(text); }, "is not a snapshot's name"},
+    {"state", [](const std::string& text) { return stateOf(text).has_value(); }, "is no state"},
+    {"provider", [](const std::string& text) { return isProviderName(text); }, "is not a provider's name"},
+    {"checkpoint", [](const std::string& text) { return naming::isCheckpointName(text); },
+     "is not a checkpoint's name"},
+    {"created", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"origin", [](const std::string& text) { return text == "created" || text == "received"; },
+     "is neither \"created\" nor \"received\""},
+    {"message", [](const std::string& text) { return isUtf8(text); }, "holds bytes that are not UTF-8"},
+    {"boot_id", isPlain, NOT_PLAIN},
+    {"pid_namespace", isPlain, NOT_PLAIN},
+};
+constexpr SNumberColumn SNAPSHOT_NUMBERS[] = {{"pid", 0, std::numeric_limits<int32_t>::max()},
+                                              {"start_time", -1, MOST},
+                                              {"exported", 0, 1},
+                                              {"owner_lock", 0, MOST}};
+
+const STextColumn DEVICE_TEXTS[] = {
+    {"source", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"node", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"target", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"import_path", isPlain, NOT_PLAIN},
+    {"appliance_type", isPlain, NOT_PLAIN},
+    {"appliance", isPlain, NOT_PLAIN},
+    {"cgroup", isPlain, NOT_PLAIN},
+    {"time_image", isPlain, NOT_PLAIN},
+    {"checkpoint", isPlain, NOT_PLAIN},
+    {"serial", isPlain, NOT_PLAIN},
+    {"import_serial", isPlain, NOT_PLAIN},
+};
+constexpr SNumberColumn DEVICE_NUMBERS[] = {{"position", 0, MOST}, {"made", 0, 2}, {"image_asked", 0, 1}};
+
+/// A table as it is looked at: its columns, and how one row is found.
+struct STable
+{
+    const char* name;
+    std::span<const STextColumn> texts;
+    std::span<const SNumberColumn> numbers;
+    const char* key;
+
+    std::string query() const
+    {
+        std::string columns;
+        for (const STextColumn& column : texts) {
+            columns += (columns.empty() ? "" : ", ") + std::string(column.name);
+        }
+        for (const SNumberColumn& column : numbers) {
+            columns += ", " + std::string(column.name);
+        }
+        return "SELECT " + columns + " FROM " + name + " WHERE " + key;
+    }
+};
+
+const STable SNAPSHOTS = {"snapshot", SNAPSHOT_TEXTS, SNAPSHOT_NUMBERS, "name = ?"};
+const STable DEVICES = {"device", DEVICE_TEXTS, DEVICE_NUMBERS, "snapshot = ? AND position = ?"};
+
+class CCatalogCheck
+{
+  public:
+    explicit CCatalogCheck(const base::CSqliteDatabase& database) : m_database(database), m_records(database) {}
+
+    SCatalogState run()
+    {
+        checkFile();
+        checkSnapshots();
+        checkDevices();
+        return std::move(m_state);
+    }
+
+  private:
+    void add(const SProblem& problem) { m_state.problems.push_back(problem); }
+
+    void checkFile()
+    {
+        for (base::CSqliteQuery row(m_database, "PRAGMA main.integrity_check(100)"); row.next();) {
+            if (row.text(0) != "ok") add({.text = row.text(0)});
+        }
+    }
+
+    void checkSnapshots()
+    {
+        base::CSqliteQuery values(m_database, SNAPSHOTS.query().c_str(), "");
+        for (base::CSqliteQuery row(m_database, "SELECT name FROM snapshot ORDER BY name"); row.next();) {
+            const std::string name = row.text(0);
+            m_names.insert(name);
+            ++m_state.records;
+            values.again(name);
+            // What can be told of its columns is told by them.
+            if (checkRow(SNAPSHOTS, name, values)) checkRecord(name);
+        }
+    }
+
+    void checkDevices()
+    {
+        base::CSqliteQuery values(m_database, DEVICES.query().c_str(), "", 0);
+        base::CSqliteQuery row(m_database, "SELECT snapshot, position FROM device ORDER BY snapshot, position");
+        while (row.next()) {
+            const std::string snapshot = row.text(0);
+            const std::string name = snapshot + "/" + std::to_string(row.integer(1));
+            ++m_state.devices;
+            if (!m_names.contains(snapshot)) add({DEVICES.name, name, "snapshot", "there is no snapshot of this name"});
+            values.again(snapshot, row.integer(1));
+            checkRow(DEVICES, name, values);
+        }
+    }
+
+    // False when something is wrong with it.
+    bool checkRow(const STable& table, const std::string& name, base::CSqliteQuery& values)
+    {
+        const size_t before = m_state.problems.size();
+        try {
+            if (values.next()) {
+                checkValues(table, name, values);
+            } else {
+                add({table.name, name, "", "its row cannot be found"});
+            }
+        } catch (const base::ESqlite& error) {
+            add({table.name, name, "", error.what()});
+        }
+        return m_state.problems.size() == before;
+    }
+
+    void checkValues(const STable& table, const std::string& name, const base::CSqliteQuery& values)
+    {
+        int index = 0;
+        for (const STextColumn& column : table.texts) {
+            const std::string text = values.text(index++);
+            if (!column.isRight(text)) add({table.name, name, column.name, "\"" + text + "\" " + column.complaint});
+        }
+        for (const SNumberColumn& column : table.numbers) {
+            const int64_t number = values.integer(index++);
+            if (number >= column.least && number <= column.most) continue;
+            add({table.name, name, column.name, std::to_string(number) + " is out of range"});
+        }
+    }
+
+    void checkRecord(const std::string& name)
+    {
+        try {
+            const std::optional<SSnapshot> snapshot = m_records.find(name);
+            if (!snapshot) return;
+            if (snapshot->devices.empty()) add({SNAPSHOTS.name, name, "", "it has no devices"});
+            const std::string found = findDisagreement(*snapshot);
+            if (!found.empty()) add({SNAPSHOTS.name, name, "", "it does not agree with itself: " + found});
+        } catch (const std::runtime_error& error) {
+            add({SNAPSHOTS.name, name, "", error.what()});
+        }
+    }
+
+    const base::CSqliteDatabase& m_database;
+    CRecordRows m_records;
+    std::set<std::string> m_names;
+    SCatalogState m_state;
+};
+
+}  // namespace
+
+SCatalogState checkContent(const base::CSqliteDatabase& database)
+{
+    return CCatalogCheck(database).run();
+}
+
+}  // namespace fictl

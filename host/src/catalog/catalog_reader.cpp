@@ -1,0 +1,73 @@
+#include "host/src/catalog/catalog_reader.h"
+
+#include "host/src/catalog/catalog_failure.h"
+#include "host/src/catalog/catalog_file.h"
+#include "host/src/catalog/catalog_place.h"
+#include "host/src/catalog/record_rows.h"
+
+namespace fictl {
+
+namespace {
+
+std::vector<std::string> namesOf(const base::CSqliteDatabase& database)
+{
+    std::vector<std::string> names;
+    for (base::CSqliteQuery row(database, "SELECT name FROM snapshot ORDER BY name"); row.next();) {
+        names.push_back(row.text(0));
+    }
+    return names;
+}
+
+SListing listingOf(const base::CSqliteDatabase& database)
+{
+    SListing listing;
+    CRecordRows rows(database);
+    for (const std::string& name : namesOf(database)) {
+        try {
+            if (std::optional<SSnapshot> snapshot = rows.find(name)) {
+                listing.snapshots.push_back(*std::move(snapshot));
+            } else {
+                listing.unreadable.push_back({name, "its row cannot be found"});
+            }
+        } catch (const EUnreadableRecord& error) {
+            listing.unreadable.push_back({name, error.what()});
+        } catch (const base::ESqlite& error) {
+            listing.unreadable.push_back({name, error.what()});
+        }
+    }
+    return listing;
+}
+
+}  // namespace
+
+CCatalogReader::CCatalogReader() : m_path(catalogPath()), m_lock(m_path + "-owners", COwnerLock::EUse::LOOK)
+{
+    if (!isCatalogThere(m_path, ECatalogUse::READ)) return;
+    telling(m_path, "open it", [this] { m_reading.emplace(m_path); });
+}
+
+void CCatalogReader::read(const CCatalogReading::Work& work)
+{
+    telling(m_path, "read", [&] { m_reading->run(work); });
+}
+
+SListing CCatalogReader::list()
+{
+    SListing listing;
+    if (isThere()) {
+        read([&](const base::CSqliteDatabase& database) { listing = listingOf(database); });
+    }
+    return listing;
+}
+
+SSnapshot CCatalogReader::get(const std::string& name)
+{
+    std::optional<SSnapshot> snapshot;
+    if (isThere()) {
+        read([&](const base::CSqliteDatabase& database) { snapshot = findRecord(database, name); });
+    }
+    if (!snapshot) failNotFound(name);
+    return *std::move(snapshot);
+}
+
+}  // namespace fictl

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/src/catalog/catalog_reading.h"
+#include "host/src/catalog/snapshot_record.h"
+
+namespace fictl {
+
+/// A record that is there and cannot be read.
+struct SUnreadable
+{
+    std::string name;
+    std::string reason;
+};
+
+struct SListing
+{
+    std::vector<SSnapshot> snapshots{};  ///< in order of the names' bytes
+    std::vector<SUnreadable> unreadable{};
+};
+
+/**
+ * The catalog of this user for those who only look. A catalog that is not there reads as one without records, and is
+ * not made. All calls throw EFictl (CATALOG) when it cannot be read.
+ */
+class CCatalogReader
+{
+  public:
+    CCatalogReader();
+
+    const std::string& path() const { return m_path; }
+    bool isThere() const { return m_reading.has_value(); }
+
+    /// All records; one that cannot be read hides only itself.
+    SListing list();
+    /// Throws EFictl (NOT_FOUND) when there is none, EFictl (CATALOG) when it cannot be read.
+    SSnapshot get(const std::string& name);
+    /// Does work that reads; not for a catalog that is not there.
+    void read(const CCatalogReading::Work& work);
+
+  private:
+    std::string m_path;
+    COwnerLock m_lock;
+    std::optional<CCatalogReading> m_reading;
+};
+
+}  // namespace fictl
