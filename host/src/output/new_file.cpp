@@ -55,6 +55,7 @@ bool CNewFile::keep(bool mayReplace)
         if (mayReplace || errno != EINVAL || rename(0) != 0) failFile("create", m_file);
     }
     m_isOwn = false;
+    m_output = base::CFileDescriptor();  // who waits for the lock goes on
     const std::string folder = folderOf(m_file);
     if (base::syncFolder(folder.c_str())) return true;
     const int reason = errno;
