@@ -189,7 +189,7 @@ TEST_P(AnswerBounds, AListingOfDisksPastItsBoundIsNoneAndSaysHowToRaiseThat)
 }
 
 // How much memory a call takes at most, in a process of its own; nothing under a sanitizer, which takes its own.
-void expectPeakBelow(size_t mebibytes, const std::function<void()>& call)
+void expectPeakBelow([[maybe_unused]] size_t mebibytes, const std::function<void()>& call)
 {
     const pid_t child = ::fork();
     ASSERT_GE(child, 0);
