@@ -94,9 +94,26 @@ TEST_F(CCatalogCheckTest, EachValueThatCannotBeIsNamedWithItsRowAndColumn)
 TEST_F(CCatalogCheckTest, DevicesWithoutTheirSnapshotAndSnapshotsWithoutDevicesAreNamed)
 {
     change("DELETE FROM device WHERE snapshot = 'b'; DELETE FROM snapshot WHERE name = 'c'");
-    EXPECT_EQ(problems(), (std::vector<std::string>{"snapshot b -: it has no devices",
-                                                    "device c/0 snapshot: there is no snapshot of this name",
-                                                    "device c/1 snapshot: there is no snapshot of this name"}));
+    EXPECT_EQ(problems(),
+              (std::vector<std::string>{"snapshot b -: it has no devices",
+                                        "device c/0 snapshot: there is no snapshot of this name",
+                                        "device c/1 snapshot: there is no snapshot of this name",
+                                        "checkpoint_time c/ap1/g1 snapshot: there is no snapshot of this name"}));
+}
+
+TEST_F(CCatalogCheckTest, TimesOfCheckpointsAreLookedAtToo)
+{
+    change(
+        "CREATE TABLE IF NOT EXISTS checkpoint_time (snapshot TEXT NOT NULL, appliance TEXT NOT NULL, cgroup TEXT "
+        "NOT NULL, made_at TEXT NOT NULL, PRIMARY KEY (snapshot, appliance, cgroup)) STRICT; "
+        "DELETE FROM checkpoint_time; "
+        "INSERT INTO checkpoint_time VALUES ('a', 'ap1', 'g1', '2026-01-31T12:00:00Z'), ('b', 'ap1', 'g1', ''), "
+        "('x', 'ap1', 'g1', '2026-01-31T12:00:00Z')");
+    EXPECT_EQ(problems(),
+              (std::vector<std::string>{
+                  "checkpoint_time b/ap1/g1 made_at: \"\" is empty, or holds control characters or bytes that "
+                  "are not UTF-8",
+                  "checkpoint_time x/ap1/g1 snapshot: there is no snapshot of this name"}));
 }
 
 TEST_F(CCatalogCheckTest, TheProblemsAreATableAndALineForPeople)

@@ -4,6 +4,7 @@
 #include <set>
 #include <span>
 
+#include "host/src/catalog/checkpoint_time_table.h"
 #include "host/src/catalog/record_check.h"
 #include "host/src/catalog/record_rows.h"
 #include "host/src/provider/naming.h"
@@ -75,6 +76,12 @@ const STextColumn DEVICE_TEXTS[] = {
 };
 constexpr SNumberColumn DEVICE_NUMBERS[] = {{"position", 0, MOST}, {"made", 0, 2}, {"image_asked", 0, 1}};
 
+const STextColumn TIME_TEXTS[] = {
+    {"appliance", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"cgroup", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"made_at", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+};
+
 /// A table as it is looked at: its columns, and how one row is found.
 struct STable
 {
@@ -98,6 +105,7 @@ struct STable
 
 const STable SNAPSHOTS = {"snapshot", SNAPSHOT_TEXTS, SNAPSHOT_NUMBERS, "name = ?"};
 const STable DEVICES = {"device", DEVICE_TEXTS, DEVICE_NUMBERS, "snapshot = ? AND position = ?"};
+const STable TIMES = {"checkpoint_time", TIME_TEXTS, {}, "snapshot = ? AND appliance = ? AND cgroup = ?"};
 
 class CCatalogCheck
 {
@@ -109,6 +117,7 @@ class CCatalogCheck
         checkFile();
         checkSnapshots();
         checkDevices();
+        if (hasCheckpointTimes(m_database)) checkTimes();
         return std::move(m_state);
     }
 
@@ -143,10 +152,28 @@ class CCatalogCheck
             const std::string snapshot = row.text(0);
             const std::string name = snapshot + "/" + std::to_string(row.integer(1));
             ++m_state.devices;
-            if (!m_names.contains(snapshot)) add({DEVICES.name, name, "snapshot", "there is no snapshot of this name"});
+            checkSnapshotOf(DEVICES, name, snapshot);
             values.again(snapshot, row.integer(1));
             checkRow(DEVICES, name, values);
         }
+    }
+
+    void checkTimes()
+    {
+        base::CSqliteQuery values(m_database, TIMES.query().c_str(), "", "", "");
+        base::CSqliteQuery row(m_database, "SELECT snapshot, appliance, cgroup FROM checkpoint_time ORDER BY 1, 2, 3");
+        while (row.next()) {
+            const std::string snapshot = row.text(0);
+            const std::string name = snapshot + "/" + row.text(1) + "/" + row.text(2);
+            checkSnapshotOf(TIMES, name, snapshot);
+            values.again(snapshot, row.text(1), row.text(2));
+            checkRow(TIMES, name, values);
+        }
+    }
+
+    void checkSnapshotOf(const STable& table, const std::string& name, const std::string& snapshot)
+    {
+        if (!m_names.contains(snapshot)) add({table.name, name, "snapshot", "there is no snapshot of this name"});
     }
 
     // False when something is wrong with it.

@@ -11,17 +11,17 @@ CREATE TABLE IF NOT EXISTS checkpoint_time (
     PRIMARY KEY (snapshot, appliance, cgroup)) STRICT;
 )";
 
-bool isThere(const base::CSqliteDatabase& database)
+}  // namespace
+
+bool hasCheckpointTimes(const base::CSqliteDatabase& database)
 {
     return base::CSqliteQuery(database, "SELECT 1 FROM sqlite_schema WHERE type = 'table' AND name = 'checkpoint_time'")
         .next();
 }
 
-}  // namespace
-
 void readCheckpointTimes(const base::CSqliteDatabase& database, SSnapshot& snapshot)
 {
-    if (!isThere(database)) return;
+    if (!hasCheckpointTimes(database)) return;
     base::CSqliteQuery row(database, "SELECT appliance, cgroup, made_at FROM checkpoint_time WHERE snapshot = ?",
                            snapshot.name);
     while (row.next()) {
