@@ -2,6 +2,7 @@
 // of a snapshot, or its creation refuses with the reason, and nothing is left behind.
 #include <algorithm>
 #include <cctype>
+#include <sstream>
 
 #include "base/tests/name_corpus.h"
 #include "tests/backup_fixture.h"
@@ -107,7 +108,17 @@ class CNamesTest : public CBackupTest
     {
         const SRun done = site.fictl(host, words);
         EXPECT_EQ(done.status, 0) << done.err;
-        EXPECT_EQ(done.err, "") << words.at(1);
+        EXPECT_EQ(withoutWaiting(done.err), "") << words.at(1);
+    }
+    /// On a busy machine fictl says what it waits for.
+    static std::string withoutWaiting(const std::string& text)
+    {
+        std::istringstream lines(text);
+        std::string rest;
+        for (std::string line; std::getline(lines, line);) {
+            if (!line.starts_with("fictl: still waiting: ")) rest += line + "\n";
+        }
+        return rest;
     }
 };
 
