@@ -23,6 +23,7 @@ class Watch:
         self.contents = {}  # (appliance, group, checkpoint) -> content of the sources when it was made
         self.deleted = set()  # (host, name, checkpoint) of records whose checkpoint another host may have deleted
         self.taken = set()  # the same, with --even-if-in-use
+        self.gone = set()  # (name, checkpoint) of all records that somebody may have deleted
         self.records = {host: {} for host in HOSTS}
 
     def check(self, ends):
@@ -33,6 +34,8 @@ class Watch:
         checkpoints, images = self.site.copies()
         for act, status, _ in ends:
             self.note_deletion(act, status, (self.records, records))
+        for act, _, _ in ends:
+            self.note_late_receive(act, records[act.host].get(act.name))
         self.note_contents(checkpoints)
         checks.check_covered([record for host in HOSTS for record in records[host].values()], checkpoints, images)
         for host in HOSTS:
@@ -47,12 +50,20 @@ class Watch:
         for other in HOSTS:
             for records in sights:
                 record = records[other].get(act.name)
-                if other == act.host or record is None:
+                if record is None:
+                    continue
+                self.gone.add((act.name, record["checkpoint"]))
+                if other == act.host:
                     continue
                 entry = (other, act.name, record["checkpoint"])
                 self.deleted.add(entry)
                 if act.verb == "take":
                     self.taken.add(entry)
+
+    def note_late_receive(self, act, record):
+        """A document may outlive what it tells of; who receives it without being able to look cannot know."""
+        if act.verb == "receive" and record and (act.name, record["checkpoint"]) in self.gone:
+            self.deleted.add((act.host, act.name, record["checkpoint"]))
 
     def note_contents(self, checkpoints):
         """The sources are written at quiet points only, so a new checkpoint has what they have now."""
