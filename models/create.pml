@@ -21,8 +21,7 @@ inline chooseMaker() {
     :: !IS_USED(1) -> record[r].maker = 1
     :: IS_USED(1) && !IS_USED(2) -> record[r].maker = 2
     :: IS_USED(1) && IS_USED(2) && !IS_USED(3) -> record[r].maker = 3
-    :: IS_USED(1) && IS_USED(2) && IS_USED(3) && !IS_USED(4) -> record[r].maker = 4
-    :: else -> record[r].maker = 5
+    :: else -> assert(!IS_USED(4)); record[r].maker = 4
     fi
 }
 
