@@ -66,7 +66,8 @@ std::optional<uid_t> numberOf(const std::string& user)
 {
     uid_t number = 0;
     const char* const end = user.data() + user.size();
-    if (std::from_chars(user.data(), end, number).ptr == end) return number;
+    const auto [read, error] = std::from_chars(user.data(), end, number);
+    if (read == end) return error == std::errc() ? std::optional(number) : std::nullopt;
     passwd entry{};
     passwd* found = nullptr;
     std::vector<char> buffer(16384);
