@@ -14,7 +14,10 @@ namespace base {
 inline bool syncFolder(const char* folder) noexcept
 {
     const CFileDescriptor opened(::open(folder, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return opened && (::fsync(opened.get()) == 0 || errno == EINVAL);
+    if (opened) return ::fsync(opened.get()) == 0 || errno == EINVAL;
+    if (errno != EACCES) return false;
+    ::sync();  // who may write into a folder need not be allowed to read it
+    return true;
 }
 
 }  // namespace base
