@@ -1,12 +1,10 @@
 // kforutil: the disks that the appliances show to this host.
 #include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/tool.h"
-#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/faults/faulty_tool.h"
 #include "appliance/core/hosts/disk_listing.h"
 #include "appliance/core/hosts/host_config.h"
@@ -38,12 +36,9 @@ int run(const std::string& word)
     using namespace lumora;
     const SHostConfiguration configuration = readHostConfiguration(hostRoot());
     CStore store(configuration.store, CStore::EMode::EXISTING);
-    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(store.engineSetup());
-    runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, *engine,
-               [&](const CBaseStorageEngine& chosen) {
-                   CDiskTable table(store, chosen);
-                   return answer(table, configuration.host, word);
-               });
+    CDiskTable table(store);
+    runCommand(CFaultTable(store.layout()), configuration.host + ": kforutil " + word, nullptr,
+               [&](CBaseStorageEngine* /*none*/) { return answer(table, configuration.host, word); });
     return 0;
 }
 

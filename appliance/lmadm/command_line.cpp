@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "appliance/core/conventions/error.h"
+#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/faults/fault_kinds.h"
 #include "appliance/lmadm/commands.h"
 
@@ -60,8 +61,10 @@ void addApplianceCommands(CLI::App& app, const SOptions& options)
 {
     constexpr const char* NAME = "Name of the appliance";
     CLI::App& parent = addParent(app, "appliance", "Create, list, show and delete appliances");
-    addNamed(parent, options, "create", "Create an appliance; makes the store when it is not there", NAME,
-             createAppliance);
+    const auto [create, given] =
+        add(parent, options, "create", "Create an appliance; makes the store when it is not there", createAppliance);
+    create.add_option("name", given.name, NAME)->required();
+    create.add_option("--engine", given.engine, "What keeps its content: " + engineNames() + " (default: files)");
     add(parent, options, "list", "List the appliances of the store", listAppliances);
     addNamed(parent, options, "show", "Show an appliance with its hosts and groups", NAME, showAppliance);
     addNamed(parent, options, "delete", "Delete an appliance that has no groups and hosts any more", NAME,

@@ -12,8 +12,13 @@ namespace lumora {
 /// The commands of lmadm, with what the command line says of each. Each opens the store, does its work and prints its
 /// document. They throw EApplianceError.
 
+struct SNewAppliance
+{
+    std::string name;
+    std::string engine;  ///< that keeps its content; empty: the one that the store names for new appliances
+};
 /// Makes the store when it is not there.
-void createAppliance(const SOptions& options, const std::string& name);
+void createAppliance(const SOptions& options, const SNewAppliance& appliance);
 void listAppliances(const SOptions& options);
 void showAppliance(const SOptions& options, const std::string& name);
 void deleteAppliance(const SOptions& options, const std::string& name);

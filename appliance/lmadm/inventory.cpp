@@ -1,10 +1,8 @@
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "appliance/core/catalog/catalog.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/engines/engine_table.h"
-#include "appliance/core/store/work_folder.h"
 #include "appliance/lmadm/commands.h"
 #include "appliance/lmadm/session.h"
 
@@ -21,14 +19,13 @@ Json namesOf(const std::vector<SHost>& hosts)
     return names;
 }
 
-Json describeImage(CSession& session, const CBaseStorageEngine& engine, const SAppliance& appliance,
-                   const STimeImage& image)
+Json describeImage(CSession& session, const SAppliance& appliance, const STimeImage& image)
 {
     CCatalog catalog(session.store().database());
-    const auto folder = areaFolder(session.store().layout().appliance(appliance.name), EArea::IMAGES) / image.folder;
+    const SLayout& layout = session.store().layout();
     Json luns = Json::array();
     for (const SImageLun& lun : catalog.timeImageLuns(image)) {
-        luns.push_back({{"device", engine.hostPath(folder, lun.source.name).string()},
+        luns.push_back({{"device", layout.imageLun(appliance.name, image.folder, lun.source.name).string()},
                         {"serial", lun.serial},
                         {"source", lun.source.name},
                         {"source_serial", lun.source.serial}});
@@ -57,10 +54,9 @@ Json showGroupDocument(CSession& session, const std::string& name)
                                {"message", annotation.message},
                                {"time_images", annotation.timeImages}});
     }
-    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(session.store().engineSetup());
     Json images = Json::array();
     for (const STimeImage& image : catalog.timeImages(group)) {
-        images.push_back(describeImage(session, *engine, appliance, image));
+        images.push_back(describeImage(session, appliance, image));
     }
     return {{"name", group.name},
             {"appliance", appliance.name},
@@ -80,20 +76,22 @@ Json showApplianceDocument(CSession& session, const std::string& name)
     return {{"name", appliance.name},
             {"created", appliance.created},
             {"folder", session.store().layout().appliance(appliance.name).string()},
-            {"engine", session.store().engineSetup().engine},
+            {"engine", appliance.engine},
             {"hosts", namesOf(session.inventory().hosts(appliance))},
             {"groups", groups}};
 }
 
 }  // namespace
 
-void createAppliance(const SOptions& options, const std::string& name)
+void createAppliance(const SOptions& options, const SNewAppliance& given)
 {
     // A bad name must not leave an empty store behind.
-    checkName(EObject::APPLIANCE, name);
+    checkName(EObject::APPLIANCE, given.name);
+    if (!given.engine.empty()) checkEngineName(given.engine);
     CSession session(options, CStore::EMode::CREATE);
-    session.inventory().createAppliance(name);
-    session.print(CSession::describe(session.inventory().appliance(name)));
+    const std::string engine = given.engine.empty() ? session.store().engineSetup().engine : given.engine;
+    session.inventory().createAppliance(given.name, engine);
+    session.print(CSession::describe(session.inventory().appliance(given.name)));
 }
 
 void listAppliances(const SOptions& options)

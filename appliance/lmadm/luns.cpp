@@ -33,8 +33,8 @@ base::CFileDescriptor openInput(const std::string& path, uint64_t& size)
     return file;
 }
 
-uint64_t writePattern(CSession& session, const SAppliance& appliance, const SLun& lun, uint64_t offset,
-                      std::optional<uint64_t> length, const std::string& pattern)
+uint64_t writePattern(CSession& session, const SLun& lun, uint64_t offset, std::optional<uint64_t> length,
+                      const std::string& pattern)
 {
     // A whole number of patterns, so that one block follows another without a seam.
     std::string block;
@@ -42,18 +42,18 @@ uint64_t writePattern(CSession& session, const SAppliance& appliance, const SLun
         block += pattern;
     }
     const uint64_t rest = lun.size - std::min(offset, lun.size);
-    return session.lunData().write(appliance, lun, offset, length.value_or(rest),
+    return session.lunData().write(lun, offset, length.value_or(rest),
                                    [&block](uint64_t /*wanted*/) { return std::string_view(block); });
 }
 
-uint64_t writeFile(CSession& session, const SAppliance& appliance, const SLun& lun, uint64_t offset,
-                   std::optional<uint64_t> length, const std::string& path)
+uint64_t writeFile(CSession& session, const SLun& lun, uint64_t offset, std::optional<uint64_t> length,
+                   const std::string& path)
 {
     uint64_t size = 0;
     const base::CFileDescriptor file = openInput(path, size);
     std::vector<char> buffer(size_t{1} << 18U);
     uint64_t position = 0;
-    return session.lunData().write(appliance, lun, offset, std::min(length.value_or(size), size), [&](uint64_t wanted) {
+    return session.lunData().write(lun, offset, std::min(length.value_or(size), size), [&](uint64_t wanted) {
         const size_t count = std::min<uint64_t>(wanted, buffer.size());
         const size_t done = readAt(file.get(), buffer.data(), count, position, path);
         position += done;
@@ -67,7 +67,7 @@ void readRange(CSession& session, const SRange& given, const std::function<void(
     const SLun lun = session.inventory().lun(appliance, given.lun);
     const uint64_t offset = parsePosition(given.offset);
     const uint64_t rest = lun.size - std::min(offset, lun.size);
-    session.lunData().read(appliance, lun, offset, given.length.empty() ? rest : parsePosition(given.length), sink);
+    session.lunData().read(lun, offset, given.length.empty() ? rest : parsePosition(given.length), sink);
 }
 
 void setPresented(const SOptions& options, const SPresentation& given, bool present)
@@ -104,8 +104,7 @@ void createLun(const SOptions& options, const SNewLun& given)
     const SAppliance appliance = session.appliance();
     const auto size = given.size.empty() ? std::nullopt : std::make_optional(parseSize(given.size));
     const auto file = given.file.empty() ? std::nullopt : std::make_optional<std::filesystem::path>(given.file);
-    session.print(
-        session.describe(appliance, session.lunData().create(appliance, given.group, given.name, size, file)));
+    session.print(session.describe(appliance, session.lunData().create(given.group, given.name, size, file)));
 }
 
 void listLuns(const SOptions& options)
@@ -122,7 +121,7 @@ void listLuns(const SOptions& options)
 void deleteLun(const SOptions& options, const std::string& name)
 {
     CSession session(options);
-    session.lunData().remove(session.appliance(), name);
+    session.lunData().remove(name);
     session.print({{"deleted", name}});
 }
 
@@ -146,8 +145,8 @@ void writeLun(const SOptions& options, const SWrite& given)
     const SLun lun = session.inventory().lun(appliance, given.lun);
     const uint64_t offset = parsePosition(given.offset);
     const auto length = given.length.empty() ? std::nullopt : std::make_optional(parsePosition(given.length));
-    const uint64_t done = given.input.empty() ? writePattern(session, appliance, lun, offset, length, given.pattern)
-                                              : writeFile(session, appliance, lun, offset, length, given.input);
+    const uint64_t done = given.input.empty() ? writePattern(session, lun, offset, length, given.pattern)
+                                              : writeFile(session, lun, offset, length, given.input);
     session.print({{"lun", lun.name}, {"offset", offset}, {"written", done}});
 }
 

@@ -8,7 +8,7 @@
 namespace lumora {
 
 CSession::CSession(const SOptions& options, CStore::EMode mode)
-    : m_options(options), m_store(options.store, mode), m_inventory(m_store), m_lunData(m_store)
+    : m_options(options), m_store(options.store, mode), m_inventory(m_store)
 {
 }
 
@@ -37,8 +37,12 @@ Json CSession::describe(const SAppliance& appliance)
 
 Json CSession::describe(const SAppliance& appliance, const SLun& lun) const
 {
-    return {{"name", lun.name},  {"group", lun.group},   {"size", formatSize(lun.size)},
-            {"bytes", lun.size}, {"serial", lun.serial}, {"device", m_lunData.path(appliance, lun).string()}};
+    return {{"name", lun.name},
+            {"group", lun.group},
+            {"size", formatSize(lun.size)},
+            {"bytes", lun.size},
+            {"serial", lun.serial},
+            {"device", m_store.layout().lun(appliance.name, lun.name).string()}};
 }
 
 Json CSession::describe(const SGroup& group)

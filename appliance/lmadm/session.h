@@ -17,7 +17,8 @@ class CSession
 
     CStore& store() noexcept { return m_store; }
     CInventory& inventory() noexcept { return m_inventory; }
-    CLunData& lunData() noexcept { return m_lunData; }
+    /// The data of the LUNs of appliance().
+    CLunData lunData() { return {m_store, appliance()}; }
     /// The appliance that was asked for, or the only one. Status missing when there is none, malformed when there are
     /// several to choose from.
     SAppliance appliance();
@@ -33,7 +34,6 @@ class CSession
     SOptions m_options;
     CStore m_store;
     CInventory m_inventory;
-    CLunData m_lunData;
 };
 
 }  // namespace lumora

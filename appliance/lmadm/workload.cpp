@@ -17,9 +17,9 @@ constexpr uint64_t MOST_SECTORS = 16;
 
 std::atomic<bool> g_stopAsked = false;  // lock-free, so that the handler may set it
 
-void requireZeros(CSession& session, const SAppliance& appliance, const SLun& lun)
+void requireZeros(CLunData& data, const SLun& lun)
 {
-    session.lunData().read(appliance, lun, 0, lun.size, [&lun](std::string_view bytes) {
+    data.read(lun, 0, lun.size, [&lun](std::string_view bytes) {
         if (bytes.find_first_not_of('\0') != std::string_view::npos) {
             throw EApplianceError(EStatus::IN_USE, "LUN " + inQuotes(lun.name) +
                                                        " does not read as zeros, as a workload's LUNs must at first");
@@ -32,7 +32,7 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
                   uint64_t most)
 {
     CSession session(options);
-    const SAppliance appliance = session.appliance();
+    CLunData data = session.lunData();
     std::mt19937_64 random(seed);
     while (!g_stopAsked && (most == 0 || log.writes() < most)) {
         SWorkloadWrite write;
@@ -42,14 +42,13 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
         write.sector = random() % sectors;
         write.count = 1 + random() % std::min(MOST_SECTORS, sectors - write.sector);
         std::string content;
-        session.lunData().write(appliance, lun, write.sector * WORKLOAD_SECTOR, write.count * WORKLOAD_SECTOR,
-                                [&](uint64_t /*wanted*/) {
-                                    const uint64_t number = log.enter(write);
-                                    for (uint64_t i = 0; i < write.count; ++i) {
-                                        content += workloadContent(number, lun.name, write.sector + i);
-                                    }
-                                    return std::string_view(content);
-                                });
+        data.write(lun, write.sector * WORKLOAD_SECTOR, write.count * WORKLOAD_SECTOR, [&](uint64_t /*wanted*/) {
+            const uint64_t number = log.enter(write);
+            for (uint64_t i = 0; i < write.count; ++i) {
+                content += workloadContent(number, lun.name, write.sector + i);
+            }
+            return std::string_view(content);
+        });
     }
 }
 
@@ -60,12 +59,13 @@ void runWorkload(const SOptions& options, const SWorkloadRun& given)
     CSession session(options);
     const SAppliance appliance = session.appliance();
     const std::vector<SLun> luns = session.inventory().luns(session.inventory().group(appliance, given.group));
+    CLunData data = session.lunData();
     std::vector<SWorkloadLun> logged;
     for (const SLun& lun : luns) {
         if (lun.size % WORKLOAD_SECTOR != 0) {
             throw EApplianceError(EStatus::MALFORMED, "LUN " + inQuotes(lun.name) + " is not made of whole sectors");
         }
-        requireZeros(session, appliance, lun);
+        requireZeros(data, lun);
         logged.push_back({lun.name, lun.size});
     }
     if (luns.empty()) {

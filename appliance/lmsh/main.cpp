@@ -8,7 +8,6 @@
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/tool.h"
-#include "appliance/core/engines/engine_table.h"
 #include "appliance/core/faults/faulty_tool.h"
 #include "appliance/core/hosts/host_config.h"
 #include "appliance/core/shell/command_table.h"
@@ -46,12 +45,12 @@ int run()
     using namespace lumora;
     const SScript script = parseScript(readScript());
     CStore store(readHostConfiguration(hostRoot()).store, CStore::EMode::EXISTING);
-    const std::unique_ptr<CBaseStorageEngine> engine = makeEngine(store.engineSetup());
     const CFaultTable faults(store.layout());
     const SAppliance appliance = CInventory(store).appliance(script.server);
+    const std::unique_ptr<CBaseStorageEngine> engine = store.makeEngine(appliance.name, appliance.engine);
     for (const SCommand& command : script.commands) {
-        runCommand(faults, appliance.name + ": " + commandText(command), *engine, [&](CBaseStorageEngine& chosen) {
-            SShellTarget target(store, chosen, appliance);
+        runCommand(faults, appliance.name + ": " + commandText(command), engine.get(), [&](CBaseStorageEngine* chosen) {
+            SShellTarget target(store, *chosen, appliance);
             return command.kind->run(target, command);
         });
     }

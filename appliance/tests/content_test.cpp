@@ -171,18 +171,20 @@ TEST(FilesEngine, FixesImagesAndDrops)
     const fs::path image = folder.path() / "image";
     fs::create_directories(content);
     fs::create_directories(image);
-    writeFile(folder.path() / "lun", "data");
-    const std::vector<SVolume> volumes = {{"lun", folder.path() / "lun", 4}};
-    CFilesEngine engine;
+    fs::create_directories(folder.path() / "dev");
+    writeFile(folder.path() / "dev/lun", "data");
+    const std::vector<SVolume> volumes = {{1, "lun", 4}};
+    CFilesEngine engine(folder.path());
     engine.fixContent(volumes, folder.path() / "gate", content);
-    writeFile(folder.path() / "lun", "DATA");
+    writeFile(folder.path() / "dev/lun", "DATA");
     engine.makeImage(volumes, content, image);
-    EXPECT_EQ(contentOf(engine.hostPath(image, "lun")), "data");
-    EXPECT_THAT(engine.hostPath(image, "lun").string(), testing::HasSubstr("/dev/"));
-    engine.drop(content);
-    engine.drop(content);
+    EXPECT_EQ(contentOf(image / "dev/lun"), "data");
+    engine.dropContent(content);
+    engine.dropContent(content);
     EXPECT_FALSE(fs::exists(content));
-    EXPECT_EQ(contentOf(engine.hostPath(image, "lun")), "data");
+    EXPECT_EQ(contentOf(image / "dev/lun"), "data");
+    engine.dropImage(image);
+    EXPECT_FALSE(fs::exists(image));
     EXPECT_THROW(engine.makeImage(volumes, content, folder.path() / "other"), EApplianceError);
 }
 

@@ -5,6 +5,7 @@
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/engines/engine_table.h"
 #include "appliance/tests/test_support.h"
+#include "base/sqlite.h"
 
 namespace lumora::test {
 namespace {
@@ -34,8 +35,10 @@ TEST(Engine, IsFilesWhereNothingIsSaid)
 
 TEST(Engine, EveryNameMakesItsEngine)
 {
+    SEngineSetup setup;
+    setup.store = "/store";
     for (const SEngineKind& kind : engineKinds()) {
-        EXPECT_NE(makeEngine({"/store", std::string(kind.name), {}}), nullptr) << kind.name;
+        EXPECT_NE(makeEngine(setup, {"/store/a", std::string(kind.name)}), nullptr) << kind.name;
     }
 }
 
@@ -57,7 +60,7 @@ TEST(Engine, OfTheStoreIsThatOfEveryTool)
     result = demo.kforutil("prod", "listdisk");
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.err, ElementsAre("kforutil: " + refusal));
-    demo.expectRefusal({"group", "show", "cg1"}, 7,
+    demo.expectRefusal({"read", "lun1"}, 7,
                        refusal +
                            "; name the right folder with --store, or create a store: lmadm --store DIR appliance "
                            "create NAME");
@@ -71,6 +74,35 @@ TEST(Engine, OfAStoreWithBrokenSettingsIsRefused)
     const SResult result = demo.lmsh("list hosts");
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.err, ElementsAre("lmsh: configuration " + file.string() + ": line 2 is not KEY=VALUE"));
+}
+
+TEST(Engine, OfAnApplianceIsTheOneThatItWasMadeWith)
+{
+    const CDemoStore demo;
+    EXPECT_EQ(demo.lmadm({"appliance", "create", "beta", "--engine", "files"}).status, 0);
+    EXPECT_THAT(demo.lmadm({"appliance", "show", "beta"}).out, testing::Contains("engine: files"));
+
+    const std::filesystem::path fresh = demo.folder() / "fresh";
+    CProcess refused({LMADM_PATH, "--store", fresh.string(), "appliance", "create", "gamma", "--engine", "paper"}, "");
+    const SResult result = refused.wait();
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.err, ElementsAre("lmadm: engine \"paper\" is none of " + engineNames() + "; see lmadm --help"));
+    EXPECT_FALSE(std::filesystem::exists(fresh));
+}
+
+TEST(Engine, OfAStoreFromBeforeThereWereSeveralIsFiles)
+{
+    const CDemoStore demo;
+    demo.createAnnotation("A");
+    const std::filesystem::path file = demo.store() / "var/lib/lumora/appliance.db";
+    {
+        const base::CSqliteDatabase database(file.string(), SQLITE_OPEN_READWRITE, std::chrono::seconds(1));
+        sqlite3_exec(database.handle(), "ALTER TABLE appliance DROP COLUMN engine; PRAGMA user_version = 1", nullptr,
+                     nullptr, nullptr);
+    }
+    EXPECT_THAT(demo.lmadm({"appliance", "show", "alpha"}).out, testing::Contains("engine: files"));
+    demo.createTimeImage("T", "A", "backup");
+    EXPECT_EQ(demo.kforutil("backup", "discover").out, Lines({"2 disks for host backup"}));
 }
 
 }  // namespace

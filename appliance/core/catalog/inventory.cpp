@@ -28,7 +28,7 @@ SGroup readGroup(const CQuery& query)
 
 SAppliance readAppliance(const CQuery& query)
 {
-    return {query.integer(0), query.text(1), query.text(2)};
+    return {query.integer(0), query.text(1), query.text(2), query.text(3)};
 }
 
 SHost readHost(const CQuery& query)
@@ -112,17 +112,17 @@ bool CInventory::any(const char* sql, int64_t id)
 
 SAppliance CInventory::appliance(std::string_view name)
 {
-    CQuery query(m_database, "SELECT id, name, created FROM appliance WHERE name = ?", name);
+    CQuery query(m_database, "SELECT id, name, created, engine FROM appliance WHERE name = ?", name);
     if (!query.next()) throwMissing(EObject::APPLIANCE, name, "");
     return readAppliance(query);
 }
 
 std::vector<SAppliance> CInventory::appliances()
 {
-    return readRows(CQuery(m_database, "SELECT id, name, created FROM appliance ORDER BY name"), readAppliance);
+    return readRows(CQuery(m_database, "SELECT id, name, created, engine FROM appliance ORDER BY name"), readAppliance);
 }
 
-void CInventory::createAppliance(const std::string& name)
+void CInventory::createAppliance(const std::string& name, const std::string& engine)
 {
     checkName(EObject::APPLIANCE, name);
     const base::CFileDescriptor alone = lockByte(m_store.layout().createLock(), 0);
@@ -135,9 +135,11 @@ void CInventory::createAppliance(const std::string& name)
     }
     makeFolder(m_store.layout().devices(name));
     makeFolder(folder / "gate");
+    m_store.makeEngine(name, engine)->prepare();
     syncFolder(folder);
     syncFolder(folder.parent_path());
-    CQuery(m_database, "INSERT INTO appliance (name, created) VALUES (?, ?)", name, timeStamp()).run();
+    CQuery(m_database, "INSERT INTO appliance (name, created, engine) VALUES (?, ?, ?)", name, timeStamp(), engine)
+        .run();
     transaction.commit();
 }
 

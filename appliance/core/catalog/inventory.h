@@ -15,6 +15,7 @@ struct SAppliance
     int64_t id = 0;
     std::string name;
     std::string created;  ///< UTC, "2026-01-31T12:00:00Z"
+    std::string engine;   ///< that keeps its content
 };
 
 struct SHost
@@ -61,8 +62,9 @@ class CInventory
 
     SAppliance appliance(std::string_view name);
     std::vector<SAppliance> appliances();
-    /// Checks the name, makes the folders; status exists when it is there. Own transaction.
-    void createAppliance(const std::string& name);
+    /// Checks the name, makes the folders and lets the engine prepare them; status exists when it is there. Own
+    /// transaction.
+    void createAppliance(const std::string& name, const std::string& engine);
     /// Status in use while it has groups or hosts. Own transaction.
     void deleteAppliance(const std::string& name);
 
@@ -82,8 +84,9 @@ class CInventory
     std::vector<SLun> luns(const SAppliance& appliance);
     std::vector<SLun> luns(const SGroup& group);
     std::vector<SLun> lunsPresentedTo(const SHost& host);
-    /// Only the row; the caller has put the data in place. Status exists, or malformed for a bad name.
-    void insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun);
+    /// Only the row, whose number it returns; the caller puts the data in place. Status exists, or malformed for a bad
+    /// name.
+    int64_t insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun);
     /// Only the row, with its presentations. Status in use while an annotation holds content of it.
     void removeLun(const SLun& lun);
     /// Presenting twice is fine; taking back what was not given is status missing. Own transaction.

@@ -49,13 +49,14 @@ std::vector<SLun> CInventory::lunsPresentedTo(const SHost& host)
     return readRows(query, readLun);
 }
 
-void CInventory::insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun)
+int64_t CInventory::insertLun(const SAppliance& appliance, const SGroup& group, const SLun& lun)
 {
     checkName(EObject::LUN, lun.name);
     checkIsNew(EObject::LUN, "lun", appliance, lun.name);
     CQuery(m_database, "INSERT INTO lun (appliance_id, cgroup_id, name, serial, size) VALUES (?, ?, ?, ?, ?)",
            appliance.id, group.id, lun.name, lun.serial, lun.size)
         .run();
+    return m_database.lastId();
 }
 
 void CInventory::removeLun(const SLun& lun)

@@ -2,16 +2,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <set>
 #include <vector>
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
-#include "appliance/core/files/file_copy.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/gate.h"
 #include "appliance/core/store/work_folder.h"
@@ -55,20 +52,42 @@ void checkRange(const SLun& lun, uint64_t offset, uint64_t length)
 
 }  // namespace
 
-fs::path CLunData::path(const SAppliance& appliance, const SLun& lun) const
+SVolume volumeOf(const SLun& lun)
 {
-    return m_store.layout().lun(appliance.name, lun.name);
+    return {lun.id, lun.name, lun.size};
 }
 
-SLun CLunData::create(const SAppliance& appliance, const std::string& groupName, const std::string& name,
-                      std::optional<uint64_t> size, const std::optional<fs::path>& file)
+CLunData::CLunData(CStore& store, const SAppliance& appliance)
+    : m_store(store),
+      m_appliance(appliance),
+      m_engine(store.makeEngine(appliance.name, appliance.engine)),
+      m_inventory(store)
+{
+}
+
+fs::path CLunData::path(const SLun& lun) const
+{
+    return m_store.layout().lun(m_appliance.name, lun.name);
+}
+
+void CLunData::attach(const std::vector<SLun>& luns)
+{
+    std::vector<SDevice> devices;
+    for (const SLun& lun : luns) {
+        devices.push_back({volumeOf(lun), "", path(lun)});
+    }
+    m_engine->attach(devices);
+}
+
+SLun CLunData::create(const std::string& groupName, const std::string& name, std::optional<uint64_t> size,
+                      const std::optional<fs::path>& file)
 {
     checkName(EObject::LUN, name);
-    const SGroup group = m_inventory.group(appliance, groupName);
-    const fs::path home = m_store.layout().appliance(appliance.name);
+    m_inventory.group(m_appliance, groupName);
+    const fs::path home = m_store.layout().appliance(m_appliance.name);
     {
         const base::CFileDescriptor alone = lockLuns(home);
-        collect(appliance);
+        collect();
     }
 
     SLun lun;
@@ -77,79 +96,64 @@ SLun CLunData::create(const SAppliance& appliance, const std::string& groupName,
     lun.size = chooseSize(size, file);
     lun.group = groupName;
     const CWorkFolder folder(home, EArea::WORK);
-    const fs::path data = folder.path() / name;
-    if (file) copyFile(*file, data, lun.size);
+    m_engine->makeData(volumeOf(lun), file, folder.path());
     {
-        const base::CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
-        if (::ftruncate(made.get(), static_cast<off_t>(lun.size)) != 0) throwStorage("write", data.string(), errno);
-        syncFile(made.get(), data);
+        const base::CFileDescriptor alone = lockLuns(home);
+        CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
+        lun.id = m_inventory.insertLun(m_appliance, m_inventory.group(m_appliance, groupName), lun);
+        // From here on the data stays, whatever happens: only collect() can prove that no LUN came of it.
+        m_engine->publishData(volumeOf(lun), folder.path());
+        transaction.commit();
     }
-
-    const base::CFileDescriptor alone = lockLuns(home);
-    CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
-    m_inventory.insertLun(appliance, m_inventory.group(appliance, groupName), lun);
-    // From here on the data stays, whatever happens: only collect() can prove that no LUN came of it.
-    if (::rename(data.c_str(), path(appliance, lun).c_str()) != 0) {
-        throwStorage("create", path(appliance, lun).string(), errno);
-    }
-    syncFolder(m_store.layout().devices(appliance.name));
-    transaction.commit();
+    attach({lun});
     return lun;
 }
 
-void CLunData::remove(const SAppliance& appliance, const std::string& name)
+void CLunData::remove(const std::string& name)
 {
-    const base::CFileDescriptor alone = lockLuns(m_store.layout().appliance(appliance.name));
+    const base::CFileDescriptor alone = lockLuns(m_store.layout().appliance(m_appliance.name));
     SLun lun;
     {
         CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
-        lun = m_inventory.lun(appliance, name);
+        lun = m_inventory.lun(m_appliance, name);
         m_inventory.removeLun(lun);
         transaction.commit();
     }
-    std::error_code ignored;
-    fs::remove(path(appliance, lun), ignored);
-    tidyUp([&] { collect(appliance); });
+    tidyUp([&] {
+        m_engine->dropData(volumeOf(lun));
+        collect();
+    });
 }
 
-void CLunData::collect(const SAppliance& appliance)
+void CLunData::collect()
 {
     const auto drop = [](const fs::path& left) {
         std::error_code ignored;  // the next one tries again
         fs::remove_all(left, ignored);
     };
-    const fs::path home = m_store.layout().appliance(appliance.name);
+    const fs::path home = m_store.layout().appliance(m_appliance.name);
     collectLeftovers(home, EArea::WORK, {[](const std::string&) { return false; }, [] {}, drop});
-    if (strayData(appliance).empty()) return;
+    if (!m_engine->hasStrayData(listed())) return;
     m_store.database().settle();
-    for (const fs::path& left : strayData(appliance)) {
-        drop(left);
-    }
+    m_engine->dropStrayData(listed());
 }
 
-std::vector<fs::path> CLunData::strayData(const SAppliance& appliance)
+std::vector<SVolume> CLunData::listed()
 {
-    std::set<std::string> listed;
-    for (const SLun& lun : m_inventory.luns(appliance)) {
-        listed.insert(lun.name);
+    std::vector<SVolume> volumes;
+    for (const SLun& lun : m_inventory.luns(m_appliance)) {
+        volumes.push_back(volumeOf(lun));
     }
-    std::vector<fs::path> stray;
-    std::error_code error;
-    for (fs::directory_iterator entry(m_store.layout().devices(appliance.name), error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (listed.count(name) == 0 && entry->is_regular_file(error)) stray.push_back(entry->path());
-    }
-    return stray;
+    return volumes;
 }
 
-uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
-                         const Source& source)
+uint64_t CLunData::write(const SLun& lun, uint64_t offset, uint64_t length, const Source& source)
 {
     checkRange(lun, offset, length);
-    const SGroup group = m_inventory.group(appliance, lun.group);
-    const fs::path data = path(appliance, lun);
-    const CGate gate(m_store.layout().gate(appliance.name, group.id));
+    const SGroup group = m_inventory.group(m_appliance, lun.group);
+    const fs::path data = path(lun);
+    attach({lun});
+    const CGate gate(m_store.layout().gate(m_appliance.name, group.id));
     const base::CFileDescriptor file = openFile(data, O_RDWR);
     uint64_t done = 0;
     while (done < length) {
@@ -162,11 +166,12 @@ uint64_t CLunData::write(const SAppliance& appliance, const SLun& lun, uint64_t 
     return done;
 }
 
-void CLunData::read(const SAppliance& appliance, const SLun& lun, uint64_t offset, uint64_t length,
+void CLunData::read(const SLun& lun, uint64_t offset, uint64_t length,
                     const std::function<void(std::string_view)>& sink)
 {
     checkRange(lun, offset, length);
-    const fs::path data = path(appliance, lun);
+    const fs::path data = path(lun);
+    attach({lun});
     const base::CFileDescriptor file = openFile(data, O_RDONLY);
     std::vector<char> buffer(size_t{1} << 20U);
     while (length > 0) {

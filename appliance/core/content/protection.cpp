@@ -1,5 +1,6 @@
 #include "appliance/core/content/protection.h"
 
+#include "appliance/core/content/lun_data.h"
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 
@@ -7,12 +8,12 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-std::vector<SVolume> volumesOf(const SLayout& layout, const SAppliance& appliance, const std::vector<SLun>& luns)
+std::vector<SVolume> volumesOf(const std::vector<SLun>& luns)
 {
     std::vector<SVolume> volumes;
     volumes.reserve(luns.size());
     for (const SLun& lun : luns) {
-        volumes.push_back({lun.name, layout.lun(appliance.name, lun.name), lun.size});
+        volumes.push_back(volumeOf(lun));
     }
     return volumes;
 }
@@ -36,8 +37,7 @@ void CProtection::createAnnotation(const SAppliance& appliance, const std::strin
         throw EApplianceError(EStatus::MISSING, "a LUN to protect does not exist " + inGroup(group), EObject::LUN);
     }
     CWorkFolder folder(m_store.layout().appliance(appliance.name), EArea::ANNOTATIONS);
-    m_engine.fixContent(volumesOf(m_store.layout(), appliance, luns), m_store.layout().gate(appliance.name, group.id),
-                        folder.path());
+    m_engine.fixContent(volumesOf(luns), m_store.layout().gate(appliance.name, group.id), folder.path());
 
     CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
     SAnnotation made;
@@ -77,8 +77,7 @@ void CProtection::createTimeImage(const SAppliance& appliance, const STimeImageR
     const fs::path home = m_store.layout().appliance(appliance.name);
     CWorkFolder folder(home, EArea::IMAGES);
     try {
-        m_engine.makeImage(volumesOf(m_store.layout(), appliance, luns),
-                           areaFolder(home, EArea::ANNOTATIONS) / annotation.folder, folder.path());
+        m_engine.makeImage(volumesOf(luns), areaFolder(home, EArea::ANNOTATIONS) / annotation.folder, folder.path());
     } catch (const EApplianceError&) {
         // The content may be missing because the annotation was deleted meanwhile: then say so.
         m_catalog.annotation(group, request.annotation);
@@ -118,16 +117,25 @@ void CProtection::collect(const SAppliance& appliance, EArea area)
         [this, area](const std::string& id) {
             return area == EArea::ANNOTATIONS ? m_catalog.isAnnotationFolder(id) : m_catalog.isTimeImageFolder(id);
         },
-        [this] { m_store.database().settle(); }, [this](const fs::path& folder) { m_engine.drop(folder); }};
+        [this] { m_store.database().settle(); }, [this, area](const fs::path& folder) { drop(area, folder); }};
     collectLeftovers(m_store.layout().appliance(appliance.name), area, collector);
 }
 
 void CProtection::dropUnlisted(const SAppliance& appliance, EArea area, const std::string& folder)
 {
     tidyUp([&] {
-        m_engine.drop(areaFolder(m_store.layout().appliance(appliance.name), area) / folder);
+        drop(area, areaFolder(m_store.layout().appliance(appliance.name), area) / folder);
         collect(appliance, area);
     });
+}
+
+void CProtection::drop(EArea area, const fs::path& folder)
+{
+    if (area == EArea::ANNOTATIONS) {
+        m_engine.dropContent(folder);
+    } else {
+        m_engine.dropImage(folder);
+    }
 }
 
 }  // namespace lumora

@@ -28,6 +28,7 @@ struct STimeImageRequest
 class CProtection
 {
   public:
+    /// `engine` is that of the appliance that every call names.
     CProtection(CStore& store, CBaseStorageEngine& engine);
 
     void createAnnotation(const SAppliance& appliance, const std::string& group, const std::string& name,
@@ -40,6 +41,7 @@ class CProtection
     void collect(const SAppliance& appliance, EArea area);
     // The folder whose row was removed for certain, and what others left.
     void dropUnlisted(const SAppliance& appliance, EArea area, const std::string& folder);
+    void drop(EArea area, const std::filesystem::path& folder);
 
     CStore& m_store;
     CBaseStorageEngine& m_engine;

@@ -2,22 +2,38 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace lumora {
 
-/// One LUN of a group as an engine sees it.
-struct SVolume
+/// Where an appliance lives, and which engine keeps its content.
+struct SApplianceHome
 {
-    std::string name;            ///< name of the LUN; usable as a file name
-    std::filesystem::path data;  ///< where the LUN's data lies
-    uint64_t size = 0;           ///< bytes
+    std::filesystem::path folder;  ///< the appliance's own; absolute
+    std::string engine;            ///< name of a row of engineKinds()
 };
 
-/// Keeps and copies the content of consistency groups. An engine knows nothing of names, permissions and databases:
-/// it is given folders that nobody else uses and fills them. Everything an operation wrote is on stable storage when
-/// it returns; an operation that throws (EApplianceError) may leave parts behind, which the caller drops.
+/// One LUN as an engine sees it.
+struct SVolume
+{
+    int64_t id = 0;     ///< number of the LUN, which no other LUN of the store ever gets; 0 while it is not listed
+    std::string name;   ///< of the LUN; usable as a file name
+    uint64_t size = 0;  ///< bytes
+};
+
+/// What a host sees as a disk: a LUN, or the LUN of a time image.
+struct SDevice
+{
+    SVolume volume;
+    std::string image;           ///< id of the time image; empty: the LUN itself
+    std::filesystem::path path;  ///< where the host sees it; holds "/dev/"
+};
+
+/// Keeps and copies the content of one appliance's groups. An engine knows nothing of names, permissions and refusals:
+/// it is given numbers, and folders that nobody else uses. Everything an operation wrote is on stable storage when it
+/// returns; an operation that throws (EApplianceError) may leave parts behind, which the caller drops.
 class CBaseStorageEngine
 {
   public:
@@ -26,17 +42,42 @@ class CBaseStorageEngine
     CBaseStorageEngine(const CBaseStorageEngine&) = delete;
     CBaseStorageEngine& operator=(const CBaseStorageEngine&) = delete;
 
-    /// Fixes the content that all the volumes have at one instant in `content`, an empty folder. `gate` is the gate
-    /// file of the group.
+    /// Prepares the appliance, whose folder is there, before it is listed. Status unusable, with what is missing, where
+    /// the engine cannot work.
+    virtual void prepare() {}
+    /// Takes back what attach() made of all its devices and ends what runs for the appliance; nothing is lost. The
+    /// next attach() starts it again.
+    virtual void stop() {}
+
+    /// Makes the data of a LUN to be in `work`, an empty folder: zeros, or what begins with the content of `file`.
+    virtual void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
+                          const std::filesystem::path& work) = 0;
+    /// Puts the data from `work` in place, under the number that the LUN has got. The caller is alone with the LUNs of
+    /// the appliance, and lists the LUN in the same transaction.
+    virtual void publishData(const SVolume& volume, const std::filesystem::path& work) = 0;
+    /// Removes the data of a LUN that is listed no more; gone already is fine.
+    virtual void dropData(const SVolume& volume) = 0;
+    /// Whether there is data of LUNs that are not listed; what commands that were disturbed left. The caller of this
+    /// and the next is alone with the LUNs of the appliance.
+    virtual bool hasStrayData(const std::vector<SVolume>& listed) = 0;
+    virtual void dropStrayData(const std::vector<SVolume>& listed) = 0;
+
+    /// Fixes the content that all the volumes have at one instant, for the annotation whose empty folder is `content`.
+    /// `gate` is the gate file of the group.
     virtual void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,
                             const std::filesystem::path& content) = 0;
-    /// Makes a writable image of fixed content in `image`, an empty folder. Neither the content nor the volumes change.
+    /// Makes a writable image of fixed content, for the time image whose empty folder is `image`. Neither the content
+    /// nor the volumes change.
     virtual void makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,
                            const std::filesystem::path& image) = 0;
-    /// Removes fixed content, or an image. A folder that is gone already is fine.
-    virtual void drop(const std::filesystem::path& folder) = 0;
-    /// The path under which a host sees the volume of an image; holds "/dev/".
-    virtual std::filesystem::path hostPath(const std::filesystem::path& image, const std::string& volume) const = 0;
+    /// Remove fixed content, or an image, with its folder; gone already is fine.
+    virtual void dropContent(const std::filesystem::path& content) = 0;
+    virtual void dropImage(const std::filesystem::path& image) = 0;
+
+    /// Makes devices usable at their paths on this host; those that are already stay as they are.
+    virtual void attach(const std::vector<SDevice>& /*devices*/) {}
+    /// Whether the device can be used at its path on this host.
+    virtual bool isAttached(const SDevice& device) const = 0;
 };
 
 }  // namespace lumora

@@ -1,5 +1,6 @@
 #include "appliance/core/engines/engine_table.h"
 
+#include <algorithm>
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
@@ -7,10 +8,25 @@
 #include "appliance/core/files/key_values.h"
 
 namespace lumora {
-
+namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* ENGINE_KEY = "ENGINE";
+
+const SEngineKind* findKind(const std::string& engine)
+{
+    const auto& kinds = engineKinds();
+    const auto kind = std::find_if(kinds.begin(), kinds.end(), [&](const auto& each) { return each.name == engine; });
+    return kind == kinds.end() ? nullptr : &*kind;
+}
+
+const SEngineKind& kindOf(const SEngineSetup& setup, const std::string& engine)
+{
+    const SEngineKind* const kind = findKind(engine);
+    if (kind != nullptr) return *kind;
+    throw EApplianceError(EStatus::UNUSABLE, "store " + setup.store.string() + " is kept by engine " +
+                                                 inQuotes(engine) + ", which is none of " + engineNames());
+}
 
 }  // namespace
 
@@ -18,33 +34,43 @@ const std::vector<SEngineKind>& engineKinds()
 {
     static const std::vector<SEngineKind> kinds = {
         {"files", "plain files, which share blocks where the file system can",
-         [](const SEngineSetup& /*setup*/) -> std::unique_ptr<CBaseStorageEngine> {
-             return std::make_unique<CFilesEngine>();
+         [](const SEngineSetup& /*setup*/, const SApplianceHome& home) -> std::unique_ptr<CBaseStorageEngine> {
+             return std::make_unique<CFilesEngine>(home.folder);
          }},
     };
     return kinds;
 }
 
-SEngineSetup readEngineSetup(const std::filesystem::path& store, const std::filesystem::path& file)
+std::string engineNames()
+{
+    std::string names;
+    for (const SEngineKind& kind : engineKinds()) {
+        names += (names.empty() ? "" : ", ") + std::string(kind.name);
+    }
+    return names;
+}
+
+void checkEngineName(const std::string& name)
+{
+    if (findKind(name) != nullptr) return;
+    throw EApplianceError(EStatus::MALFORMED, "engine " + inQuotes(name) + " is none of " + engineNames());
+}
+
+SEngineSetup readEngineSetup(const fs::path& store, const fs::path& file)
 {
     SEngineSetup setup;
     setup.store = store;
     std::error_code error;
-    if (std::filesystem::symlink_status(file, error).type() == std::filesystem::file_type::not_found) return setup;
+    if (fs::symlink_status(file, error).type() == fs::file_type::not_found) return setup;
     setup.settings = readKeyValues(file);
     if (const auto name = setup.settings.extract(ENGINE_KEY)) setup.engine = name.mapped();
     return setup;
 }
 
-std::unique_ptr<CBaseStorageEngine> makeEngine(const SEngineSetup& setup)
+std::unique_ptr<CBaseStorageEngine> makeEngine(const SEngineSetup& setup, const SApplianceHome& home)
 {
-    std::string names;
-    for (const SEngineKind& kind : engineKinds()) {
-        if (kind.name == setup.engine) return kind.make(setup);
-        names += (names.empty() ? "" : ", ") + std::string(kind.name);
-    }
-    throw EApplianceError(EStatus::UNUSABLE, "store " + setup.store.string() + " is kept by engine " +
-                                                 inQuotes(setup.engine) + ", which is none of " + names);
+    kindOf(setup, setup.engine);
+    return kindOf(setup, home.engine).make(setup, home);
 }
 
 }  // namespace lumora

@@ -1,7 +1,10 @@
 #include "appliance/core/engines/files_engine.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <set>
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
@@ -23,14 +26,71 @@ void syncVolumes(const std::vector<SVolume>& volumes, const fs::path& folder)
     syncFolder(folder.parent_path());
 }
 
+void dropFolder(const fs::path& folder)
+{
+    std::error_code error;
+    fs::remove_all(folder, error);
+    if (error) throwStorage("remove", folder.string(), error.value());
+}
+
 }  // namespace
+
+void CFilesEngine::makeData(const SVolume& volume, const std::optional<fs::path>& file, const fs::path& work)
+{
+    const fs::path data = work / volume.name;
+    if (file) copyFile(*file, data, volume.size);
+    const base::CFileDescriptor made = openFile(data, O_RDWR | O_CREAT);
+    if (::ftruncate(made.get(), static_cast<off_t>(volume.size)) != 0) throwStorage("write", data.string(), errno);
+    syncFile(made.get(), data);
+}
+
+void CFilesEngine::publishData(const SVolume& volume, const fs::path& work)
+{
+    const fs::path data = devices() / volume.name;
+    if (::rename((work / volume.name).c_str(), data.c_str()) != 0) throwStorage("create", data.string(), errno);
+    syncFolder(devices());
+}
+
+void CFilesEngine::dropData(const SVolume& volume)
+{
+    std::error_code ignored;  // the next one tries again
+    fs::remove(devices() / volume.name, ignored);
+}
+
+bool CFilesEngine::hasStrayData(const std::vector<SVolume>& listed)
+{
+    return !strayData(listed).empty();
+}
+
+void CFilesEngine::dropStrayData(const std::vector<SVolume>& listed)
+{
+    for (const fs::path& left : strayData(listed)) {
+        std::error_code ignored;  // the next one tries again
+        fs::remove(left, ignored);
+    }
+}
+
+std::vector<fs::path> CFilesEngine::strayData(const std::vector<SVolume>& listed) const
+{
+    std::set<std::string> names;
+    for (const SVolume& volume : listed) {
+        names.insert(volume.name);
+    }
+    std::vector<fs::path> stray;
+    std::error_code error;
+    for (fs::directory_iterator entry(devices(), error), end; !error && entry != end; entry.increment(error)) {
+        const std::string name = entry->path().filename().string();
+        if (names.count(name) == 0 && entry->is_regular_file(error)) stray.push_back(entry->path());
+    }
+    return stray;
+}
 
 void CFilesEngine::fixContent(const std::vector<SVolume>& volumes, const fs::path& gate, const fs::path& content)
 {
     {
         const CGate alone(gate);
         for (const SVolume& volume : volumes) {
-            copyFile(volume.data, content / volume.name, volume.size);
+            copyFile(devices() / volume.name, content / volume.name, volume.size);
         }
     }
     // The copy is complete: waiting for the disk needs no closed gate.
@@ -39,25 +99,23 @@ void CFilesEngine::fixContent(const std::vector<SVolume>& volumes, const fs::pat
 
 void CFilesEngine::makeImage(const std::vector<SVolume>& volumes, const fs::path& content, const fs::path& image)
 {
-    const fs::path devices = image / "dev";
-    makeFolder(devices);
+    const fs::path imageDevices = image / "dev";
+    makeFolder(imageDevices);
     for (const SVolume& volume : volumes) {
-        copyFile(content / volume.name, devices / volume.name, volume.size);
+        copyFile(content / volume.name, imageDevices / volume.name, volume.size);
     }
-    syncVolumes(volumes, devices);
+    syncVolumes(volumes, imageDevices);
     syncFolder(image.parent_path());
 }
 
-void CFilesEngine::drop(const fs::path& folder)
+void CFilesEngine::dropContent(const fs::path& content)
 {
-    std::error_code error;
-    fs::remove_all(folder, error);
-    if (error) throwStorage("remove", folder.string(), error.value());
+    dropFolder(content);
 }
 
-fs::path CFilesEngine::hostPath(const fs::path& image, const std::string& volume) const
+void CFilesEngine::dropImage(const fs::path& image)
 {
-    return image / "dev" / volume;
+    dropFolder(image);
 }
 
 }  // namespace lumora

@@ -7,7 +7,7 @@
 
 namespace lumora {
 
-void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorageEngine& engine,
+void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorageEngine* engine,
                 const ToolCommand& command)
 {
     const std::optional<SStrike> strike = faults.strike(text);
@@ -17,12 +17,12 @@ void runCommand(const CFaultTable& faults, const std::string& text, CBaseStorage
     }
     const SFault& fault = strike->fault;
     const std::unique_ptr<CBaseStorageEngine> inFront =
-        fault.kind->engine != nullptr ? fault.kind->engine(fault, engine) : nullptr;
+        fault.kind->engine != nullptr && engine != nullptr ? fault.kind->engine(fault, *engine) : nullptr;
     std::string answer;
     std::exception_ptr refusal;
     try {
         if (fault.kind->before != nullptr) fault.kind->before(fault);
-        for (const std::string& line : command(inFront ? *inFront : engine)) {
+        for (const std::string& line : command(inFront ? inFront.get() : engine)) {
             answer += line + '\n';
         }
     } catch (const EApplianceError&) {

@@ -15,20 +15,4 @@ void CTornEngine::fixContent(const std::vector<SVolume>& volumes, const std::fil
     }
 }
 
-void CTornEngine::makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,
-                            const std::filesystem::path& image)
-{
-    m_engine.makeImage(volumes, content, image);
-}
-
-void CTornEngine::drop(const std::filesystem::path& folder)
-{
-    m_engine.drop(folder);
-}
-
-std::filesystem::path CTornEngine::hostPath(const std::filesystem::path& image, const std::string& volume) const
-{
-    return m_engine.hostPath(image, volume);
-}
-
 }  // namespace lumora

@@ -14,12 +14,31 @@ class CTornEngine : public CBaseStorageEngine
     /// Writers get `pause` between two LUNs.
     CTornEngine(CBaseStorageEngine& engine, std::chrono::milliseconds pause) : m_engine(engine), m_pause(pause) {}
 
+    void prepare() override { m_engine.prepare(); }
+    void stop() override { m_engine.stop(); }
+    void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
+                  const std::filesystem::path& work) override
+    {
+        m_engine.makeData(volume, file, work);
+    }
+    void publishData(const SVolume& volume, const std::filesystem::path& work) override
+    {
+        m_engine.publishData(volume, work);
+    }
+    void dropData(const SVolume& volume) override { m_engine.dropData(volume); }
+    bool hasStrayData(const std::vector<SVolume>& listed) override { return m_engine.hasStrayData(listed); }
+    void dropStrayData(const std::vector<SVolume>& listed) override { m_engine.dropStrayData(listed); }
     void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,
                     const std::filesystem::path& content) override;
     void makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,
-                   const std::filesystem::path& image) override;
-    void drop(const std::filesystem::path& folder) override;
-    std::filesystem::path hostPath(const std::filesystem::path& image, const std::string& volume) const override;
+                   const std::filesystem::path& image) override
+    {
+        m_engine.makeImage(volumes, content, image);
+    }
+    void dropContent(const std::filesystem::path& content) override { m_engine.dropContent(content); }
+    void dropImage(const std::filesystem::path& image) override { m_engine.dropImage(image); }
+    void attach(const std::vector<SDevice>& devices) override { m_engine.attach(devices); }
+    bool isAttached(const SDevice& device) const override { return m_engine.isAttached(device); }
 
   private:
     CBaseStorageEngine& m_engine;

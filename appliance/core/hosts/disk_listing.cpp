@@ -17,8 +17,8 @@ Lines listDisks(const std::string& host, const std::vector<SDisk>& disks)
     Lines lines = {"Disks of host " + host, "Device (Vendor) (Type) (Size) (Serial) State Access",
                    std::string(RULE_LENGTH, '=')};
     for (const SDisk& disk : disks) {
-        lines.push_back(disk.path.string() + " (LUMORA) (VDISK) (" + formatSize(disk.size) + ") (" + disk.serial +
-                        ") online rw");
+        lines.push_back(disk.device.path.string() + " (LUMORA) (VDISK) (" + formatSize(disk.device.volume.size) +
+                        ") (" + disk.serial + ") online rw");
     }
     return lines;
 }

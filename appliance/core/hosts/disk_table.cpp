@@ -1,8 +1,7 @@
 #include "appliance/core/hosts/disk_table.h"
 
 #include <algorithm>
-
-#include "appliance/core/store/work_folder.h"
+#include <utility>
 
 namespace lumora {
 
@@ -14,16 +13,35 @@ constexpr const char* NEW_GRANTS =
     "AND discovered.host_id = host.id)";
 
 constexpr const char* PRESENTED_LUNS =
-    "SELECT appliance.name, lun.name, lun.serial, lun.size FROM presentation JOIN lun ON lun.id = lun_id "
+    "SELECT appliance.name, appliance.engine, lun.id, lun.name, lun.size, lun.serial FROM presentation JOIN lun ON "
+    "lun.id = lun_id "
     "JOIN host ON host.id = host_id JOIN appliance ON appliance.id = lun.appliance_id WHERE host.name = ?";
 
 // `discovered` holds granted images only, but the table is asked for both, so that a listing cannot show too much.
 constexpr const char* IMAGE_LUNS =
-    "SELECT appliance.name, lun.name, time_image_lun.serial, lun.size, time_image.folder FROM discovered "
+    "SELECT appliance.name, appliance.engine, lun.id, lun.name, lun.size, time_image_lun.serial, time_image.folder "
+    "FROM discovered "
     "JOIN host ON host.id = discovered.host_id JOIN time_image ON time_image.id = discovered.time_image_id "
     "JOIN time_image_lun ON time_image_lun.time_image_id = time_image.id JOIN lun ON lun.id = time_image_lun.lun_id "
     "JOIN appliance ON appliance.id = lun.appliance_id WHERE host.name = ? AND EXISTS (SELECT 1 FROM granted "
     "WHERE granted.time_image_id = time_image.id AND granted.host_id = host.id)";
+
+SDisk readDisk(const CQuery& query)
+{
+    return {.device = {.volume = {.id = query.integer(2),
+                                  .name = query.text(3),
+                                  .size = static_cast<uint64_t>(query.integer(4))},
+                       .image = "",
+                       .path = ""},
+            .serial = query.text(5),
+            .appliance = query.text(0),
+            .engine = query.text(1)};
+}
+
+bool isBefore(const SDisk& left, const SDisk& right)
+{
+    return left.device.path < right.device.path;
+}
 
 }  // namespace
 
@@ -42,26 +60,56 @@ SDiscovery CDiskTable::discover(const std::string& host)
             .run();
         transaction.commit();
     }
-    return {disks(host).size()};
+    std::map<std::string, std::vector<SDisk>> byAppliance;
+    const std::vector<SDisk> listed = listedDisks(host);
+    for (const SDisk& disk : listed) {
+        byAppliance[disk.appliance].push_back(disk);
+    }
+    for (const auto& [appliance, disks] : byAppliance) {
+        std::vector<SDevice> devices;
+        for (const SDisk& disk : disks) {
+            devices.push_back(disk.device);
+        }
+        engineOf(disks.front()).attach(devices);
+    }
+    return {listed.size()};
 }
 
 std::vector<SDisk> CDiskTable::disks(const std::string& host)
+{
+    std::vector<SDisk> list = listedDisks(host);
+    list.erase(std::remove_if(list.begin(), list.end(),
+                              [this](const SDisk& disk) { return !engineOf(disk).isAttached(disk.device); }),
+               list.end());
+    return list;
+}
+
+std::vector<SDisk> CDiskTable::listedDisks(const std::string& host)
 {
     std::vector<SDisk> list;
     const CTransaction transaction(m_store.database(), CTransaction::EKind::READ);
     CQuery presented(m_store.database(), PRESENTED_LUNS, host);
     while (presented.next()) {
-        list.push_back({m_store.layout().lun(presented.text(0), presented.text(1)), presented.text(2),
-                        static_cast<uint64_t>(presented.integer(3))});
+        SDisk disk = readDisk(presented);
+        disk.device.path = m_store.layout().lun(disk.appliance, disk.device.volume.name);
+        list.push_back(std::move(disk));
     }
     CQuery images(m_store.database(), IMAGE_LUNS, host);
     while (images.next()) {
-        const auto folder = areaFolder(m_store.layout().appliance(images.text(0)), EArea::IMAGES) / images.text(4);
-        list.push_back(
-            {m_engine.hostPath(folder, images.text(1)), images.text(2), static_cast<uint64_t>(images.integer(3))});
+        SDisk disk = readDisk(images);
+        disk.device.image = images.text(6);
+        disk.device.path = m_store.layout().imageLun(disk.appliance, disk.device.image, disk.device.volume.name);
+        list.push_back(std::move(disk));
     }
-    std::sort(list.begin(), list.end(), [](const SDisk& left, const SDisk& right) { return left.path < right.path; });
+    std::sort(list.begin(), list.end(), isBefore);
     return list;
+}
+
+CBaseStorageEngine& CDiskTable::engineOf(const SDisk& disk)
+{
+    std::unique_ptr<CBaseStorageEngine>& engine = m_engines[disk.appliance];
+    if (!engine) engine = m_store.makeEngine(disk.appliance, disk.engine);
+    return *engine;
 }
 
 }  // namespace lumora

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,9 +15,10 @@ namespace lumora {
 /// One disk as a host sees it.
 struct SDisk
 {
-    std::filesystem::path path;  ///< holds "/dev/"
+    SDevice device;
     std::string serial;
-    uint64_t size = 0;  ///< bytes
+    std::string appliance;
+    std::string engine;  ///< of the appliance
 };
 
 struct SDiscovery
@@ -29,16 +32,21 @@ struct SDiscovery
 class CDiskTable
 {
   public:
-    CDiskTable(CStore& store, const CBaseStorageEngine& engine) : m_store(store), m_engine(engine) {}
+    explicit CDiskTable(CStore& store) : m_store(store) {}
 
     /// False when no appliance knows the host.
     bool isHostKnown(const std::string& host);
+    /// Attaches what was granted since the last time, and what is attached no more.
     SDiscovery discover(const std::string& host);
+    /// Those that can be used at their paths now.
     std::vector<SDisk> disks(const std::string& host);
 
   private:
+    std::vector<SDisk> listedDisks(const std::string& host);
+    CBaseStorageEngine& engineOf(const SDisk& disk);
+
     CStore& m_store;
-    const CBaseStorageEngine& m_engine;
+    std::map<std::string, std::unique_ptr<CBaseStorageEngine>> m_engines;  // by appliance
 };
 
 }  // namespace lumora

@@ -4,16 +4,19 @@
 #include <filesystem>
 #include <string>
 
+#include "appliance/core/engines/engine.h"
+
 namespace lumora {
 
 /// Where everything of a store lies. Holds no state beyond the root; makes and checks nothing.
 ///
 ///   <root>/var/lib/lumora/appliance.db                      what exists, for all appliances
 ///   <root>/var/lib/lumora/faults.db                         faults that are armed, once one was
-///   <root>/var/lib/lumora/engine.conf                       which engine keeps the content, when it is not `files`
-///   <root>/var/lib/lumora/<appliance>/dev/<lun>             data of a LUN; also the path a host sees
+///   <root>/var/lib/lumora/engine.conf                       settings of the engines that keep the content
+///   <root>/var/lib/lumora/<appliance>/dev/<lun>             the LUN as a host sees it
 ///   <root>/var/lib/lumora/<appliance>/annotations/<id>/     content that an annotation fixed
 ///   <root>/var/lib/lumora/<appliance>/images/<id>/          data of a time image
+///   <root>/var/lib/lumora/<appliance>/images/<id>/dev/<lun> its LUN as a host sees it
 ///   <root>/var/lib/lumora/<appliance>/work/<id>/            a LUN that is being made
 ///   <root>/var/lib/lumora/<appliance>/gate/<group number>   tickets of a group's gate
 ///   <root>/var/lib/lumora/<appliance>/owners                locks of those who are making a folder
@@ -29,6 +32,10 @@ struct SLayout
     std::filesystem::path appliance(const std::string& name) const { return base() / name; }
     std::filesystem::path devices(const std::string& name) const { return appliance(name) / "dev"; }
     std::filesystem::path lun(const std::string& name, const std::string& lun) const { return devices(name) / lun; }
+    std::filesystem::path imageLun(const std::string& name, const std::string& image, const std::string& lun) const
+    {
+        return appliance(name) / "images" / image / "dev" / lun;
+    }
     std::filesystem::path gate(const std::string& name, int64_t group) const
     {
         return appliance(name) / "gate" / std::to_string(group);

@@ -13,7 +13,7 @@ namespace lumora {
 namespace fs = std::filesystem;
 namespace {
 
-constexpr int SCHEMA_VERSION = 1;
+constexpr int SCHEMA_VERSION = 2;
 
 // Rows of time_image_grant are the hosts that were granted one image, rows of group_grant those granted the whole
 // group. A row of discovered says that a host has looked since it was granted.
@@ -54,6 +54,11 @@ CREATE VIEW granted AS
   UNION SELECT time_image.id, group_grant.host_id FROM time_image JOIN group_grant USING (cgroup_id);
 )sql";
 
+// What version 2 has and version 1 had not: there, one engine kept all.
+constexpr const char* ENGINE_OF_EACH_APPLIANCE = R"sql(
+ALTER TABLE appliance ADD COLUMN engine TEXT NOT NULL DEFAULT 'files';
+)sql";
+
 SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
 {
     if (root.empty()) throw EApplianceError(EStatus::UNUSABLE, "no store folder given");
@@ -81,10 +86,23 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
     CTransaction transaction(database, CTransaction::EKind::WRITE);
     if (database.version() == 0) {
         database.execute(SCHEMA);
-        database.execute("PRAGMA user_version = 1");
+        database.execute(ENGINE_OF_EACH_APPLIANCE);
+        database.execute("PRAGMA user_version = 2");
         transaction.commit();
     }
     return CDatabase::EMode::EXISTING;
+}
+
+// Brings a database of an earlier version up to this one; several processes may try at once.
+void migrate(CDatabase& database)
+{
+    if (database.version() != 1) return;
+    CTransaction transaction(database, CTransaction::EKind::WRITE);
+    if (database.version() == 1) {
+        database.execute(ENGINE_OF_EACH_APPLIANCE);
+        database.execute("PRAGMA user_version = 2");
+        transaction.commit();
+    }
 }
 
 }  // namespace
@@ -92,10 +110,23 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
 CStore::CStore(const fs::path& root, EMode mode)
     : m_layout(prepareLayout(root, mode)), m_database(m_layout.database(), prepareDatabase(m_layout, mode))
 {
+    migrate(m_database);
     if (m_database.version() != SCHEMA_VERSION) {
         throw EApplianceError(EStatus::UNUSABLE, "store database " + m_layout.database().string() +
                                                      " is of a version that this program does not know");
     }
+}
+
+SEngineSetup CStore::engineSetup()
+{
+    SEngineSetup setup = readEngineSetup(m_layout.root, m_layout.engine());
+    setup.catalog = &m_database;
+    return setup;
+}
+
+std::unique_ptr<CBaseStorageEngine> CStore::makeEngine(const std::string& appliance, const std::string& engine)
+{
+    return lumora::makeEngine(engineSetup(), {m_layout.appliance(appliance), engine});
 }
 
 }  // namespace lumora

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
 
 #include "appliance/core/engines/engine_table.h"
 #include "appliance/core/store/database.h"
@@ -23,8 +24,10 @@ class CStore
     /// The root is absolute and free of links, so that paths below it are the same for every tool.
     const SLayout& layout() const noexcept { return m_layout; }
     CDatabase& database() noexcept { return m_database; }
-    /// What the store says of the engine that keeps its content. Status unusable when it cannot be read.
-    SEngineSetup engineSetup() const { return readEngineSetup(m_layout.root, m_layout.engine()); }
+    /// What the store says of its engines. Status unusable when it cannot be read.
+    SEngineSetup engineSetup();
+    /// The engine of an appliance; must not outlive the store. Status unusable for one that is unknown, or cannot work.
+    std::unique_ptr<CBaseStorageEngine> makeEngine(const std::string& appliance, const std::string& engine);
 
   private:
     SLayout m_layout;
