@@ -6,10 +6,9 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 #include <vector>
 
-#include "framework/include/obzx_runtime.h"
+#include "host/src/process/placed_path.h"
 
 namespace fictl {
 
@@ -17,15 +16,6 @@ namespace {
 
 constexpr const char* CATALOG = "/var/lib/qz/fictl.db";
 constexpr const char* IN_STATE_FOLDER = "cdpfi/fictl.db";
-
-std::string placed(const char* path)
-{
-    char* const buffer = obzx_place_path(path);
-    if (buffer == nullptr) throw std::bad_alloc();
-    std::string text = buffer;
-    obzx_free_buf(buffer, 0);
-    return text;
-}
 
 std::string valueOf(const char* variable)
 {
@@ -54,7 +44,7 @@ bool ownsCatalog(const std::string& path)
 
 SCatalogUser SCatalogUser::current()
 {
-    return {.common = placed(CATALOG),
+    return {.common = placedPath(CATALOG),
             .isRoot = geteuid() == 0,
             .hasRootFolder = !valueOf("OBZX_ROOT").empty(),
             .stateFolder = valueOf("XDG_STATE_HOME"),

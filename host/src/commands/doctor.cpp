@@ -11,6 +11,7 @@
 #include "host/src/guardian/program.h"
 #include "host/src/inspection/inspector.h"
 #include "host/src/output/error.h"
+#include "host/src/process/placed_path.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/provider_library.h"
 #include "host/src/text/plain_text.h"

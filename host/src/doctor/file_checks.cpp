@@ -8,11 +8,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <new>
 #include <system_error>
 #include <utility>
 
-#include "framework/include/obzx_runtime.h"
+#include "host/src/process/placed_path.h"
 
 namespace fictl {
 
@@ -47,15 +46,6 @@ std::string temporaryFolder()
 }
 
 }  // namespace
-
-std::string placedPath(const std::string& path)
-{
-    char* const buffer = obzx_place_path(path.c_str());
-    if (buffer == nullptr) throw std::bad_alloc();
-    std::string text = buffer;
-    obzx_free_buf(buffer, 0);
-    return text;
-}
 
 Checks checkTrusted(const std::string& what, const std::string& path)
 {

@@ -14,7 +14,5 @@ SCheck checkTemporaryFolder();
 SCheck checkTraceFile(const std::string& path, uint64_t sizeLimit);
 /// Whether the folder can be made, or written to when it is there.
 SCheck checkFolder(const char* name, const std::string& what, const std::string& path, ELevel otherwise);
-/// A path below OBZX_ROOT.
-std::string placedPath(const std::string& path);
 
 }  // namespace fictl
