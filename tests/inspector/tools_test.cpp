@@ -111,10 +111,22 @@ TEST_F(InspectorTools, ReleaseDeletesOneTimeImageAndLooksWhetherItIsGone)
     const CJson released = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha"});
     EXPECT_EQ(released, CJson::parse(R"({"format": "obzx-release", "schema_version": 1, "appliance": "alpha",
         "group": "cg1", "image": "KSV_Time_Image_1", "released": true, "reason": null, "exit": 0,
-        "output": "time image \"KSV_Time_Image_1\" deleted\n"})"));
+        "output": "time image \"KSV_Time_Image_1\" deleted\n", "raw": null})"));
     EXPECT_EQ(sent(),
               (std::vector<std::string>{"delete timeimage \"KSV_Time_Image_1\" \"cg1\"", "list timeimages \"cg1\""}));
     EXPECT_EQ(site.copiesOf("alpha", "cg1").size(), 3u);  // both checkpoints and the other image
+}
+
+TEST_F(InspectorTools, ReleaseTellsItsCommandsWithTheirAnswersWhenAsked)
+{
+    setUpSite();
+    makeImage("alpha", "cg1", "1", "backup");
+    const CJson raw = document({"release", "cg1", "KSV_Time_Image_1", "--appliance", "alpha", "--raw"}).at("raw");
+    ASSERT_EQ(raw.size(), 2u);
+    EXPECT_EQ(raw.at(0).at("command"), "delete timeimage \"KSV_Time_Image_1\" \"cg1\"");
+    EXPECT_EQ(raw.at(0).at("output"), "time image \"KSV_Time_Image_1\" deleted\n");
+    EXPECT_EQ(raw.at(1).at("command"), "list timeimages \"cg1\"");
+    EXPECT_EQ(raw.at(1).at("exit"), 0);
 }
 
 TEST_F(InspectorTools, ATimeImageThatIsNotThereCountsAsReleased)

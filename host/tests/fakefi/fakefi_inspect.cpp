@@ -337,7 +337,8 @@ int release(const CStore& store, const CFaults& faults, const SRequest& request)
                            {"released", isReleased},
                            {"reason", isReleased ? json() : json("the time image is still there")},
                            {"exit", answer.status},
-                           {"output", answer.text}};
+                           {"output", answer.text},
+                           {"raw", json()}};
     std::printf("%s\n", document.dump(2, ' ', false, json::error_handler_t::replace).c_str());
     return isReleased ? 0 : NOT_RELEASED;
 }

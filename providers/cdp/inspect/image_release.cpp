@@ -30,9 +30,10 @@ CReason whyNoImageName(const std::string& image)
     return "time image [" + shortLine(image) + "] has a name with a blank, which none has";
 }
 
-CReason whyNotGone(CToolRunner& runner, const SImageRelease& release)
+CReason whyNotGone(CToolRunner& runner, SImageRelease& release)
 {
     const SAnswer answer = runner.send(release.appliance, lmr_commands::listTimeImages(textOf(release.group)));
+    if (answer.use.tried) release.runs.push_back(answer.run);
     if (answer.problem) return "whether it is gone is not known: " + *answer.problem;
     const SLMRNameListing listing = readTimeImageListing(answer.lines);
     if (!listing.isListing || answer.isCut) {
@@ -60,6 +61,7 @@ void releaseImage(SImageRelease& release, uint64_t timeout)
         release.problem = answer.problem;
         return;
     }
+    release.runs.push_back(answer.run);
     release.problem = whyNotGone(runner, release);
     const bool saysMore =
         answer.problem && release.problem && release.problem->find(*answer.problem) == std::string::npos;

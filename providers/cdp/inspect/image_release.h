@@ -13,6 +13,7 @@ struct SImageRelease
     CReason problem;                ///< why it may still be there; empty: it is gone
     std::optional<int> exitStatus;  ///< of the delete command, when it was sent and ended
     std::string output;             ///< of the same command
+    std::vector<SToolRun> runs;     ///< every command that was sent
 };
 
 /**

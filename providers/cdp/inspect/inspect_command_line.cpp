@@ -38,6 +38,11 @@ void addTimeout(CLI::App& app, SCommandLine& line)
         ->check(CLI::Range(uint64_t{1}, LONGEST_TIMEOUT));
 }
 
+void addRaw(CLI::App& app, SCommandLine& line)
+{
+    app.add_flag("--raw", line.look.raw, "Add every command that was sent, with its answer");
+}
+
 void build(CLI::App& app, SCommandLine& line)
 {
     app.set_version_flag("--version", std::string(PROGRAM) + " " + CDPFI_VERSION);
@@ -51,7 +56,7 @@ void build(CLI::App& app, SCommandLine& line)
         ->allow_extra_args(false);
     app.add_flag("--inventory", line.look.inventory, "Ask for no time image and not for what each host is shown");
     addTimeout(app, line);
-    app.add_flag("--raw", line.look.raw, "Add every command that was sent, with its answer");
+    addRaw(app, line);
 
     CLI::App* const release =
         app.add_subcommand("release", "Delete a time image, but not the checkpoint that it shows");
@@ -59,6 +64,7 @@ void build(CLI::App& app, SCommandLine& line)
     release->add_option("IMAGE", line.release.image, "Time image")->required();
     release->add_option("--appliance", line.release.appliance, "Appliance")->required();
     addTimeout(*release, line);
+    addRaw(*release, line);
     release->callback([&line] { line.releases = true; });
 }
 
@@ -76,7 +82,7 @@ int run(SCommandLine& line)
 {
     if (!line.releases) return write(documentOf(inspect(line.look))) ? EXIT_DONE : EXIT_FAILED;
     releaseImage(line.release, line.look.timeout);
-    if (!write(documentOf(line.release))) return EXIT_FAILED;
+    if (!write(documentOf(line.release, line.look.raw))) return EXIT_FAILED;
     return line.release.problem ? EXIT_NOT_RELEASED : EXIT_DONE;
 }
 

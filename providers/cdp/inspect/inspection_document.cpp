@@ -209,7 +209,7 @@ std::string documentOf(const SInspection& inspection)
                    {"raw", inspection.raw ? listOf(*inspection.raw) : CJson()}});
 }
 
-std::string documentOf(const SImageRelease& release)
+std::string documentOf(const SImageRelease& release, bool raw)
 {
     return textOf({{"format", "obzx-release"},
                    {"schema_version", SCHEMA_VERSION},
@@ -219,7 +219,8 @@ std::string documentOf(const SImageRelease& release)
                    {"released", !release.problem},
                    {"reason", orNull(release.problem)},
                    {"exit", orNull(release.exitStatus)},
-                   {"output", release.output}});
+                   {"output", release.output},
+                   {"raw", raw ? listOf(release.runs) : CJson()}});
 }
 
 }  // namespace cdpfi::inspect

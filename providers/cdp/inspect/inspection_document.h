@@ -9,6 +9,7 @@ namespace cdpfi::inspect {
 
 /// The JSON documents that docs/inspector.md describes, every key always there. Bytes that are no UTF-8 are replaced.
 std::string documentOf(const SInspection& inspection);
-std::string documentOf(const SImageRelease& release);
+/// @param raw whether its commands stand in it
+std::string documentOf(const SImageRelease& release, bool raw);
 
 }  // namespace cdpfi::inspect
