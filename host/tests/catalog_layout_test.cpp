@@ -18,7 +18,8 @@ class CCatalogLayoutTest : public CCatalogTest
         ASSERT_EQ(fictl({"snapshot", "import", "seen"}).exit, 0);
         m_before = fictl({"snapshot", "list"}).out;
         change(
-            "DROP INDEX snapshot_by_checkpoint;"
+            "DROP INDEX snapshot_by_checkpoint; DROP TABLE checkpoint_time;"
+            "DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run;"
             "ALTER TABLE snapshot DROP COLUMN exported; ALTER TABLE snapshot DROP COLUMN pid_namespace;"
             "ALTER TABLE snapshot DROP COLUMN owner_lock; ALTER TABLE device DROP COLUMN import_serial;"
             "ALTER TABLE device DROP COLUMN image_asked; PRAGMA user_version = 1");
@@ -49,6 +50,7 @@ TEST_F(CCatalogLayoutTest, TheFirstOneIsReadAsItIs)
     EXPECT_EQ(fictl({"snapshot", "list"}).out, m_before);
     EXPECT_EQ(state("seen"), "imported");
     EXPECT_EQ(fictl({"catalog", "check"}).out, "catalog " + catalog() + " is sound: 2 records with 3 devices\n");
+    EXPECT_EQ(fictl({"history"}).out, "nothing is known\n");
     EXPECT_EQ(textOf("PRAGMA user_version"), "1");
     EXPECT_TRUE(files().empty());
 }
@@ -105,6 +107,53 @@ TEST_F(CCatalogLayoutTest, NothingIsChangedWithoutACopy)
                   ".part: Is a directory");
     EXPECT_EQ(textOf("PRAGMA user_version"), "1");
     EXPECT_EQ(fictl({"snapshot", "list"}).out, m_before);
+}
+
+/// A catalog of layout 2, which knew the times of checkpoints, and had no history.
+class CSecondLayoutTest : public CCatalogTest
+{
+  protected:
+    void SetUp() override
+    {
+        CCatalogTest::SetUp();
+        ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+        m_before = fictl({"snapshot", "export", "s"}).out;
+        change("DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run; PRAGMA user_version = 2");
+    }
+
+    std::string m_before;
+};
+
+TEST_F(CSecondLayoutTest, ReadsAsItIsWithoutHistory)
+{
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(fictl({"history"}).out, "nothing is known\n");
+    EXPECT_EQ(fictl({"catalog", "check"}).out, "catalog " + catalog() + " is sound: 1 record with 1 device\n");
+    EXPECT_EQ(textOf("PRAGMA user_version"), "2");
+}
+
+TEST_F(CSecondLayoutTest, IsBroughtUpToDateWholeAndKeptAsItWas)
+{
+    const SRun run = fictl({"snapshot", "export", "s"});
+    const std::string backup = catalog() + ".version-2.bak";
+    EXPECT_EQ(run.exit, 0);
+    EXPECT_EQ(run.err,
+              "fictl: the catalog has the layout of this fictl now; what it was before is kept in " + backup + "\n");
+    EXPECT_EQ(run.out, m_before);
+    EXPECT_EQ(textOf("SELECT made_at FROM checkpoint_time"), "2026-01-31T12:00:00Z");
+    EXPECT_EQ(textOf(backup, "PRAGMA user_version"), "2");
+    EXPECT_EQ(textOf(backup, "SELECT name FROM snapshot"), "s");
+    const nlohmann::json history = fictlJson({"history"}).document()["history"];
+    ASSERT_EQ(history.size(), 1U);
+    EXPECT_EQ(history[0]["snapshot"], "s");
+}
+
+TEST_F(CSecondLayoutTest, WithoutTimesIsBroughtUpToDateToo)
+{
+    change("DROP TABLE checkpoint_time");
+    EXPECT_EQ(state("s"), "complete");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
+    EXPECT_EQ(textOf("SELECT count(*) FROM checkpoint_time"), "0");
 }
 
 }  // namespace

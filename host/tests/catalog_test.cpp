@@ -49,18 +49,20 @@ TEST_F(CCatalogTest, TheCatalogIsForItsOwnerOnly)
 TEST_F(CCatalogTest, ACatalogOfAnotherLayoutIsRefused)
 {
     begin();
-    change("PRAGMA user_version = 3");
+    change("PRAGMA user_version = 4");
     const SRun run = fictlJson({"snapshot", "list"});
     EXPECT_EQ(run.exit, 11);
     EXPECT_EQ(run.document()["error"]["code"], "catalog");
-    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 3, this fictl reads 2)"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 4, this fictl reads 3)"), std::string::npos) << run.err;
 }
 
 TEST_F(CCatalogTest, ACatalogFromBeforeItsIndexGetsItAndKeepsItsRecords)
 {
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
     const std::string before = fictl({"snapshot", "list"}).out;
-    change("DROP INDEX snapshot_by_checkpoint");
+    change(
+        "DROP INDEX snapshot_by_checkpoint; DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run; "
+        "PRAGMA user_version = 2");
     EXPECT_EQ(fictl({"snapshot", "list"}).out, before);
     begin();
     EXPECT_EQ(fictl({"snapshot", "list"}).out, before);

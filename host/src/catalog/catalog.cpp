@@ -6,12 +6,15 @@
 #include "host/src/catalog/catalog_file.h"
 #include "host/src/catalog/catalog_layout.h"
 #include "host/src/catalog/checkpoint_time_table.h"
+#include "host/src/catalog/command_history.h"
 
 namespace fictl {
 
 namespace {
 
 constexpr auto WRITE = base::CSqliteTransaction::EKind::WRITE;
+
+const std::vector<SHistoryObject> NOTHING_ASKED;
 
 // The first column of the first row; nothing without a row.
 std::optional<std::string> firstText(base::CSqliteQuery row)
@@ -48,18 +51,44 @@ auto CCatalog::guarded(const char* doing, Work work)
     return telling(m_path, doing, work);
 }
 
+// One transaction, with what the work says that the appliances are about to be asked for. A history that cannot be
+// written undoes it all; it is then done without.
+template <class Work>
+void CCatalog::change(const std::string& snapshot, Work work)
+{
+    guarded("write", [&] {
+        CCommandHistory* const history = CCommandHistory::current();
+        if (history != nullptr) history->concern(snapshot);
+        try {
+            base::CSqliteTransaction transaction(*m_database, WRITE);
+            const std::vector<SHistoryObject> asked = work();
+            if (history != nullptr) history->enter(asked);
+            transaction.commit();
+            if (history != nullptr) history->entered();
+            return;
+        } catch (const EHistory& error) {
+            history->giveUp(error.what());
+        }
+        base::CSqliteTransaction transaction(*m_database, WRITE);
+        work();
+        transaction.commit();
+    });
+}
+
 CCatalog::CCatalog() : m_path(prepareCatalogFile()), m_lock(m_path + "-owners")
 {
     guarded("open it", [this] {
-        m_database.emplace(m_path, SQLITE_OPEN_READWRITE, PATIENCE);
+        m_database = std::make_shared<base::CSqliteDatabase>(m_path, SQLITE_OPEN_READWRITE, PATIENCE);
         // FULL: an intent must be on disk before the appliance is asked for anything.
         m_database->execute("PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL; PRAGMA foreign_keys = ON");
         bringUpToDate(*m_database, m_path);
     });
+    if (CCommandHistory* const history = CCommandHistory::current()) history->attach(m_path, m_database);
 }
 
 bool CCatalog::has(const std::string& name)
 {
+    if (CCommandHistory* const history = CCommandHistory::current()) history->concern(name);
     return guarded(
         "read", [&] { return base::CSqliteQuery(*m_database, "SELECT 1 FROM snapshot WHERE name = ?", name).next(); });
 }
@@ -77,6 +106,7 @@ std::vector<std::string> CCatalog::checkpoints()
 
 SSnapshot CCatalog::get(const std::string& name)
 {
+    if (CCommandHistory* const history = CCommandHistory::current()) history->concern(name);
     return guarded("read", [&] {
         std::optional<SSnapshot> snapshot = findRecord(*m_database, name);
         if (!snapshot) failNotFound(name);
@@ -127,70 +157,67 @@ void CCatalog::writeDevice(const std::string& snapshot, size_t position, const S
 
 void CCatalog::insert(const SSnapshot& snapshot)
 {
-    guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
+    change(snapshot.name, [&] {
         if (const std::optional<SSnapshot> present = findRecord(*m_database, snapshot.name)) {
             throw EFictl(EExit::EXISTS,
                          quotedSnapshot(snapshot.name) + " is in the catalog already (" + present->shownState() + ")",
                          howToGoOn(*present));
         }
         write(snapshot);
-        transaction.commit();
+        return aboutToBeAsked(snapshot);
     });
 }
 
 void CCatalog::update(const SSnapshot& snapshot)
 {
-    guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
+    change(snapshot.name, [&] {
         write(snapshot);
-        transaction.commit();
+        return NOTHING_ASKED;
     });
 }
 
 void CCatalog::updateDevice(const SSnapshot& snapshot, size_t position)
 {
-    guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
+    change(snapshot.name, [&] {
         writeHead(snapshot);
         writeDevice(snapshot.name, position, snapshot.devices.at(position));
-        transaction.commit();
+        return NOTHING_ASKED;
     });
 }
 
 void CCatalog::updateGroup(const SSnapshot& snapshot, const GroupKey& group)
 {
-    guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
+    change(snapshot.name, [&] {
         writeHead(snapshot);
         for (size_t position = 0; position < snapshot.devices.size(); ++position) {
             const SDevice& device = snapshot.devices[position];
             if (device.group() == group) writeDevice(snapshot.name, position, device);
         }
-        transaction.commit();
+        return imageAboutToBeAsked(snapshot, group);
     });
 }
 
 void CCatalog::markExported(const std::string& name)
 {
-    guarded("write",
-            [&] { base::CSqliteQuery(*m_database, "UPDATE snapshot SET exported = 1 WHERE name = ?", name).run(); });
+    change(name, [&] {
+        base::CSqliteQuery(*m_database, "UPDATE snapshot SET exported = 1 WHERE name = ?", name).run();
+        return NOTHING_ASKED;
+    });
 }
 
 void CCatalog::remove(const std::string& name)
 {
-    guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
+    change(name, [&] {
         base::CSqliteQuery(*m_database, "DELETE FROM snapshot WHERE name = ?", name).run();
-        transaction.commit();
+        return NOTHING_ASKED;
     });
 }
 
 SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_list<EState> allowed, const char* what)
 {
-    return guarded("write", [&] {
-        base::CSqliteTransaction transaction(*m_database, WRITE);
-        const std::optional<SSnapshot> before = findRecord(*m_database, name);
+    std::optional<SSnapshot> before;
+    change(name, [&] {
+        before = findRecord(*m_database, name);
         if (!before) failNotFound(name);
         if (before->isHeld()) {
             throw EFictl(EExit::STATE,
@@ -206,9 +233,9 @@ SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_
         taken.state = into;
         taken.owner = thisProcess();
         write(taken);
-        transaction.commit();
-        return *before;
+        return aboutToBeAsked(taken);
     });
+    return *std::move(before);
 }
 
 std::optional<std::string> CCatalog::otherOwner(const std::string& name, const GroupKey& group,

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <initializer_list>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +14,10 @@ namespace fictl {
 
 /**
  * The catalog of this host's snapshots: the file that catalogPath names, SQLite in WAL mode, folder 0700,
- * file 0600. Any number of fictl processes may use it at once; one object is used by one thread. Every change is one
- * transaction that is on disk when the call returns. All calls throw EFictl (CATALOG) when the catalog cannot be read
- * or written; those that need a record throw EFictl (NOT_FOUND) when there is none.
+ * file 0600. What changes a record enters it into the history of this process's command (command_history.h), too. Any
+ * number of fictl processes may use it at once; one object is used by one thread. Every change is one transaction that
+ * is on disk when the call returns. All calls throw EFictl (CATALOG) when the catalog cannot be read or written; those
+ * that need a record throw EFictl (NOT_FOUND) when there is none.
  */
 class CCatalog
 {
@@ -62,13 +64,15 @@ class CCatalog
   private:
     template <class Work>
     auto guarded(const char* doing, Work work);
+    template <class Work>
+    void change(const std::string& snapshot, Work work);
     void write(const SSnapshot& snapshot);
     void writeHead(const SSnapshot& snapshot);
     void writeDevice(const std::string& snapshot, size_t position, const SDevice& device);
 
     std::string m_path;
     COwnerLock m_lock;
-    std::optional<base::CSqliteDatabase> m_database;
+    std::shared_ptr<base::CSqliteDatabase> m_database;  // shared with the command's history
 };
 
 }  // namespace fictl

@@ -4,7 +4,7 @@
 #include <set>
 #include <span>
 
-#include "host/src/catalog/checkpoint_time_table.h"
+#include "host/src/catalog/history_entry.h"
 #include "host/src/catalog/record_check.h"
 #include "host/src/catalog/record_rows.h"
 #include "host/src/provider/naming.h"
@@ -38,6 +38,12 @@ bool isPlainAndThere(const std::string& text)
     return !text.empty() && isPlainText(text);
 }
 
+bool isUtf8Text(const std::string& text)
+{
+    return isUtf8(text);
+}
+
+constexpr const char* NOT_UTF8 = "holds bytes that are not UTF-8";
 constexpr const char* NOT_PLAIN = "holds control characters, or bytes that are not UTF-8";
 constexpr const char* NOT_PLAIN_OR_EMPTY = "is empty, or holds control characters or bytes that are not UTF-8";
 constexpr int64_t MOST = std::numeric_limits<int64_t>::max();
@@ -52,7 +58,7 @@ const STextColumn SNAPSHOT_TEXTS[] = {
     {"created", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
     {"origin", [](const std::string& text) { return text == "created" || text == "received"; },
      "is neither \"created\" nor \"received\""},
-    {"message", [](const std::string& text) { return isUtf8(text); }, "holds bytes that are not UTF-8"},
+    {"message", isUtf8Text, NOT_UTF8},
     {"boot_id", isPlain, NOT_PLAIN},
     {"pid_namespace", isPlain, NOT_PLAIN},
 };
@@ -82,6 +88,46 @@ const STextColumn TIME_TEXTS[] = {
     {"made_at", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
 };
 
+const STextColumn HISTORY_TEXTS[] = {
+    {"started", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"host", isPlain, NOT_PLAIN},
+    {"user", isPlain, NOT_PLAIN},
+    {"sudo_user", isPlain, NOT_PLAIN},
+    {"command", isUtf8Text, NOT_UTF8},
+    {"message", isUtf8Text, NOT_UTF8},
+    {"snapshot", isPlain, NOT_PLAIN},
+    {"boot_id", isPlain, NOT_PLAIN},
+    {"pid_namespace", isPlain, NOT_PLAIN},
+};
+constexpr SNumberColumn HISTORY_NUMBERS[] = {{"pid", 0, std::numeric_limits<int32_t>::max()},
+                                             {"start_time", -1, MOST},
+                                             {"owner_lock", 0, MOST},
+                                             {"ended", 0, 1},
+                                             {"exit", 0, 255},
+                                             {"microseconds", 0, MOST},
+                                             {"frozen", 0, MOST},
+                                             {"looks", 0, MOST},
+                                             {"lost", 0, MOST},
+                                             {"bytes", 0, MOST}};
+
+const STextColumn OBJECT_TEXTS[] = {
+    {"verb", [](const std::string& text) { return text == "create" || text == "delete"; },
+     "is neither \"create\" nor \"delete\""},
+    {"kind", [](const std::string& text) { return text == "checkpoint" || text == "image"; },
+     "is neither \"checkpoint\" nor \"image\""},
+    {"appliance", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"cgroup", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"name", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"outcome", [](const std::string& text) { return outcomeOf(text).has_value(); }, "is no outcome"},
+    {"made_at", isPlain, NOT_PLAIN},
+};
+const STextColumn RUN_TEXTS[] = {
+    {"started", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+    {"command", isUtf8Text, NOT_UTF8},
+    {"answer", isUtf8Text, NOT_UTF8},
+};
+constexpr SNumberColumn RUN_NUMBERS[] = {{"microseconds", 0, MOST}};
+
 /// A table as it is looked at: its columns, and how one row is found.
 struct STable
 {
@@ -106,6 +152,9 @@ struct STable
 const STable SNAPSHOTS = {"snapshot", SNAPSHOT_TEXTS, SNAPSHOT_NUMBERS, "name = ?"};
 const STable DEVICES = {"device", DEVICE_TEXTS, DEVICE_NUMBERS, "snapshot = ? AND position = ?"};
 const STable TIMES = {"checkpoint_time", TIME_TEXTS, {}, "snapshot = ? AND appliance = ? AND cgroup = ?"};
+const STable HISTORY = {"history", HISTORY_TEXTS, HISTORY_NUMBERS, "id = ?"};
+const STable OBJECTS = {"history_object", OBJECT_TEXTS, {}, "entry = ? AND position = ?"};
+const STable RUNS = {"history_run", RUN_TEXTS, RUN_NUMBERS, "entry = ? AND position = ?"};
 
 class CCatalogCheck
 {
@@ -117,7 +166,8 @@ class CCatalogCheck
         checkFile();
         checkSnapshots();
         checkDevices();
-        if (hasCheckpointTimes(m_database)) checkTimes();
+        checkTimes();
+        checkHistory();
         return std::move(m_state);
     }
 
@@ -168,6 +218,31 @@ class CCatalogCheck
             checkSnapshotOf(TIMES, name, snapshot);
             values.again(snapshot, row.text(1), row.text(2));
             checkRow(TIMES, name, values);
+        }
+    }
+
+    void checkHistory()
+    {
+        base::CSqliteQuery values(m_database, HISTORY.query().c_str(), 0);
+        std::set<int64_t> entries;
+        for (base::CSqliteQuery row(m_database, "SELECT id FROM history ORDER BY id"); row.next();) {
+            entries.insert(row.integer(0));
+            ++m_state.entries;
+            values.again(row.integer(0));
+            checkRow(HISTORY, std::to_string(row.integer(0)), values);
+        }
+        checkPartsOfHistory(OBJECTS, "SELECT entry, position FROM history_object ORDER BY 1, 2", entries);
+        checkPartsOfHistory(RUNS, "SELECT entry, position FROM history_run ORDER BY 1, 2", entries);
+    }
+
+    void checkPartsOfHistory(const STable& table, const char* keys, const std::set<int64_t>& entries)
+    {
+        base::CSqliteQuery values(m_database, table.query().c_str(), 0, 0);
+        for (base::CSqliteQuery row(m_database, keys); row.next();) {
+            const std::string name = std::to_string(row.integer(0)) + "/" + std::to_string(row.integer(1));
+            if (!entries.contains(row.integer(0))) add({table.name, name, "entry", "there is no entry of this number"});
+            values.again(row.integer(0), row.integer(1));
+            checkRow(table, name, values);
         }
     }
 

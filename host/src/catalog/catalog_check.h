@@ -11,7 +11,8 @@ namespace fictl {
 struct SProblem
 {
     std::string table{};   ///< empty: of the file as a whole
-    std::string row{};     ///< name of the snapshot, for a device with "/" and its position; empty: of no row
+    std::string row{};     ///< name of the snapshot, for a device with "/" and its position; number of an entry of the
+                           ///< history, for a part of it with "/" and its position; empty: of no row
     std::string column{};  ///< empty: of the row as a whole
     std::string text;
 };
@@ -20,6 +21,7 @@ struct SCatalogState
 {
     size_t records = 0;
     size_t devices = 0;
+    size_t entries = 0;  ///< of the history
     std::vector<SProblem> problems{};
 };
 

@@ -16,13 +16,13 @@ namespace {
 
 // Says that the file is a catalog of fictl ("fict") in this layout; another layout gets another version.
 constexpr int64_t APPLICATION_ID = 0x66696374;
-constexpr int64_t VERSION = 2;
+constexpr int64_t VERSION = 3;
 static_assert(APPLICATION_ID == 1718182772, "written out in the schema");
 
 enum class ELayout
 {
     CURRENT,
-    WITHOUT_INDEX,
+    SECOND,
     FIRST,
 };
 
@@ -41,7 +41,36 @@ CREATE TABLE device (
     import_serial TEXT NOT NULL DEFAULT '', image_asked INTEGER NOT NULL DEFAULT 0,
     PRIMARY KEY (snapshot, position)) STRICT;
 PRAGMA application_id = 1718182772;
-PRAGMA user_version = 2;
+)";
+
+// What layout 3 has beyond those tables. Of layout 2 there are catalogs with and without the first two.
+constexpr const char* ADDED_BY_VERSION_3 = R"(
+CREATE INDEX IF NOT EXISTS snapshot_by_checkpoint ON snapshot (checkpoint);
+CREATE TABLE IF NOT EXISTS checkpoint_time (
+    snapshot TEXT NOT NULL REFERENCES snapshot(name) ON DELETE CASCADE, appliance TEXT NOT NULL, cgroup TEXT NOT NULL,
+    made_at TEXT NOT NULL,
+    PRIMARY KEY (snapshot, appliance, cgroup)) STRICT;
+CREATE TABLE history (
+    id INTEGER PRIMARY KEY AUTOINCREMENT, started TEXT NOT NULL, host TEXT NOT NULL, user TEXT NOT NULL,
+    sudo_user TEXT NOT NULL, command TEXT NOT NULL, snapshot TEXT NOT NULL,
+    pid INTEGER NOT NULL, boot_id TEXT NOT NULL, start_time INTEGER NOT NULL, pid_namespace TEXT NOT NULL,
+    owner_lock INTEGER NOT NULL,
+    ended INTEGER NOT NULL DEFAULT 0, exit INTEGER NOT NULL DEFAULT 0, microseconds INTEGER NOT NULL DEFAULT 0,
+    frozen INTEGER NOT NULL DEFAULT 0, message TEXT NOT NULL DEFAULT '', looks INTEGER NOT NULL DEFAULT 0,
+    lost INTEGER NOT NULL DEFAULT 0, bytes INTEGER NOT NULL) STRICT;
+CREATE TABLE history_object (
+    entry INTEGER NOT NULL REFERENCES history(id) ON DELETE CASCADE, position INTEGER NOT NULL, verb TEXT NOT NULL,
+    kind TEXT NOT NULL, appliance TEXT NOT NULL, cgroup TEXT NOT NULL, name TEXT NOT NULL, outcome TEXT NOT NULL,
+    made_at TEXT NOT NULL,
+    PRIMARY KEY (entry, position)) STRICT;
+CREATE INDEX history_object_by_name ON history_object (name);
+CREATE TABLE history_run (
+    entry INTEGER NOT NULL REFERENCES history(id) ON DELETE CASCADE, position INTEGER NOT NULL, started TEXT NOT NULL,
+    microseconds INTEGER NOT NULL, command TEXT NOT NULL, answer TEXT NOT NULL,
+    PRIMARY KEY (entry, position)) STRICT;
+CREATE TRIGGER history_is_kept BEFORE UPDATE ON history WHEN OLD.ended = 1
+    BEGIN SELECT RAISE(ABORT, 'an entry of the history that is complete is not changed'); END;
+PRAGMA user_version = 3;
 )";
 
 // Layout 1 did not say which images were asked for, nor which records were exported: each counts as such where it may
@@ -55,12 +84,10 @@ ALTER TABLE device ADD COLUMN image_asked INTEGER NOT NULL DEFAULT 0;
 UPDATE snapshot SET exported = 1 WHERE origin = 'created' AND state NOT IN ('creating', 'partial', 'failed');
 UPDATE device SET image_asked = 1 WHERE import_path <> '' OR snapshot IN
     (SELECT name FROM snapshot WHERE state NOT IN ('creating', 'partial', 'failed', 'complete'));
-PRAGMA user_version = 2;
 )";
 
 // The same for one who only reads: views that stand before the tables.
 constexpr const char* SHOWN_FROM_VERSION_1 = R"(
-PRAGMA temp_store = MEMORY;
 CREATE TEMP VIEW snapshot AS SELECT *,
     origin = 'created' AND state NOT IN ('creating', 'partial', 'failed') AS exported,
     '' AS pid_namespace, 0 AS owner_lock FROM main.snapshot;
@@ -69,10 +96,22 @@ CREATE TEMP VIEW device AS SELECT *, '' AS import_serial,
         WHERE state NOT IN ('creating', 'partial', 'failed', 'complete')) AS image_asked FROM main.device;
 )";
 
-// Whether a checkpoint's name is in use is asked before each creation. Layout 2 had no index for it at first; a fictl
-// that does not know it needs nothing of it, and keeps it up to date all the same: the layout stays what it is.
-constexpr const char* HAS_INDEX = "SELECT count(*) FROM sqlite_schema WHERE name = 'snapshot_by_checkpoint'";
-constexpr const char* ADD_INDEX = "CREATE INDEX snapshot_by_checkpoint ON snapshot (checkpoint)";
+// What an older layout does not have at all reads as empty.
+constexpr const char* SHOWN_WITHOUT_HISTORY = R"(
+PRAGMA temp_store = MEMORY;
+CREATE TEMP VIEW history AS SELECT 0 AS id, '' AS started, '' AS host, '' AS user, '' AS sudo_user, '' AS command,
+    '' AS snapshot, 0 AS pid, '' AS boot_id, 0 AS start_time, '' AS pid_namespace, 0 AS owner_lock, 0 AS ended,
+    0 AS exit, 0 AS microseconds, 0 AS frozen, '' AS message, 0 AS looks, 0 AS lost, 0 AS bytes WHERE 0;
+CREATE TEMP VIEW history_object AS SELECT 0 AS entry, 0 AS position, '' AS verb, '' AS kind, '' AS appliance,
+    '' AS cgroup, '' AS name, '' AS outcome, '' AS made_at WHERE 0;
+CREATE TEMP VIEW history_run AS SELECT 0 AS entry, 0 AS position, '' AS started, 0 AS microseconds, '' AS command,
+    '' AS answer WHERE 0;
+)";
+constexpr const char* SHOWN_WITHOUT_TIMES = R"(
+CREATE TEMP VIEW checkpoint_time AS SELECT '' AS snapshot, '' AS appliance, '' AS cgroup, '' AS made_at WHERE 0;
+)";
+constexpr const char* HAS_TIMES =
+    "SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name = 'checkpoint_time'";
 
 int64_t numberOf(const base::CSqliteDatabase& database, const char* sql)
 {
@@ -85,9 +124,8 @@ ELayout layoutOf(const base::CSqliteDatabase& database, const std::string& path)
     const int64_t version = numberOf(database, "PRAGMA user_version");
     const bool isCatalog = numberOf(database, "PRAGMA application_id") == APPLICATION_ID;
     if (isCatalog && version == 1) return ELayout::FIRST;
-    if (isCatalog && version == VERSION) {
-        return numberOf(database, HAS_INDEX) == 1 ? ELayout::CURRENT : ELayout::WITHOUT_INDEX;
-    }
+    if (isCatalog && version == 2) return ELayout::SECOND;
+    if (isCatalog && version == VERSION) return ELayout::CURRENT;
     throw EFictl(EExit::CATALOG,
                  "catalog " + path + ": not a catalog of this fictl (layout " + std::to_string(version) +
                      ", this fictl reads " + std::to_string(VERSION) + ")",
@@ -100,16 +138,17 @@ bool holds(const std::string& file, const std::string& content)
     return there && there.text == content;
 }
 
-std::string backupName(const std::string& path, int number)
+std::string backupName(const std::string& path, ELayout layout, int number)
 {
-    return path + ".version-1" + (number == 1 ? "" : "-" + std::to_string(number)) + ".bak";
+    return path + (layout == ELayout::FIRST ? ".version-1" : ".version-2") +
+           (number == 1 ? "" : "-" + std::to_string(number)) + ".bak";
 }
 
 // Gives the name of the file that holds it.
-std::string keepBackup(const std::string& path, const std::string& content)
+std::string keepBackup(const std::string& path, ELayout layout, const std::string& content)
 {
     for (int number = 1;; ++number) {
-        const std::string name = backupName(path, number);
+        const std::string name = backupName(path, layout, number);
         struct stat status = {};
         if (lstat(name.c_str(), &status) != 0) {
             CNewFile file(name, CNewFile::EBusy::WAIT);
@@ -121,10 +160,10 @@ std::string keepBackup(const std::string& path, const std::string& content)
     }
 }
 
-std::string keepBackup(const base::CSqliteDatabase& database, const std::string& path)
+std::string keepBackup(const base::CSqliteDatabase& database, const std::string& path, ELayout layout)
 {
     try {
-        return keepBackup(path, database.content());
+        return keepBackup(path, layout, database.content());
     } catch (const EFictl& error) {
         throw EFictl(
             EExit::CATALOG,
@@ -140,7 +179,7 @@ std::string emptyCatalog()
     base::CSqliteDatabase database(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
                                    std::chrono::milliseconds(0));
     database.execute(SCHEMA);
-    database.execute(ADD_INDEX);
+    database.execute(ADDED_BY_VERSION_3);
     std::string bytes = database.content();
     // The header's two bytes that say that changes go to a log first. As a change of its own, made later, this could be
     // cut in half, and somebody who may only read could not undo it.
@@ -159,21 +198,21 @@ void bringUpToDate(base::CSqliteDatabase& database, const std::string& path)
     // Another process may have changed the tables meanwhile.
     const ELayout layout = layoutOf(database, path);
     if (layout == ELayout::CURRENT) return;
-    std::string backup;
-    if (layout == ELayout::FIRST) {
-        backup = keepBackup(database, path);
-        database.execute(FROM_VERSION_1);
-    }
-    database.execute(ADD_INDEX);
+    const std::string backup = keepBackup(database, path, layout);
+    if (layout == ELayout::FIRST) database.execute(FROM_VERSION_1);
+    database.execute(ADDED_BY_VERSION_3);
     transaction.commit();
-    if (backup.empty()) return;
     CProgress::write("fictl: the catalog has the layout of this fictl now; what it was before is kept in " +
                      printable(backup) + "\n");
 }
 
 void readAsUpToDate(base::CSqliteDatabase& database, const std::string& path)
 {
-    if (layoutOf(database, path) == ELayout::FIRST) database.execute(SHOWN_FROM_VERSION_1);
+    const ELayout layout = layoutOf(database, path);
+    if (layout == ELayout::CURRENT) return;
+    database.execute(SHOWN_WITHOUT_HISTORY);
+    if (layout == ELayout::FIRST) database.execute(SHOWN_FROM_VERSION_1);
+    if (numberOf(database, HAS_TIMES) == 0) database.execute(SHOWN_WITHOUT_TIMES);
 }
 
 }  // namespace fictl

@@ -5,14 +5,8 @@
 
 namespace fictl {
 
-/**
- * When each group's checkpoint was made, in a table of the catalog that stands beside the records: the time belongs to
- * a group, and not to each of its devices. The first record with a time makes the table. An earlier fictl needs nothing
- * of it, and takes the rows of a record that it removes along, so the layout of the catalog stays what it is. All
- * throw base::ESqlite.
- */
-/// Whether the catalog has the table.
-bool hasCheckpointTimes(const base::CSqliteDatabase& database);
+/// When each group's checkpoint was made: a table of its own, as the time belongs to a group and not to each of its
+/// devices. Both throw base::ESqlite.
 void readCheckpointTimes(const base::CSqliteDatabase& database, SSnapshot& snapshot);
 /// Within the transaction that writes the record, and after its head.
 void writeCheckpointTimes(base::CSqliteDatabase& database, const SSnapshot& snapshot);

@@ -136,14 +136,4 @@ std::string SSnapshot::shownState() const
     return isInterrupted() ? entry.interrupted : entry.text;
 }
 
-std::string utcNow()
-{
-    const std::time_t now = std::time(nullptr);
-    std::tm parts{};
-    gmtime_r(&now, &parts);
-    char text[32];
-    const size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return {text, length};
-}
-
 }  // namespace fictl

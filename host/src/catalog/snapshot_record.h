@@ -104,7 +104,4 @@ struct SSnapshot
     std::string shownState() const;
 };
 
-/// Time now as "2024-01-31T12:00:00Z".
-std::string utcNow();
-
 }  // namespace fictl

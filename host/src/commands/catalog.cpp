@@ -53,6 +53,7 @@ SResult checkCatalogContent(const SContext& /*context*/)
                            {"sound", isSound},
                            {"records", state.records},
                            {"devices", state.devices},
+                           {"history", state.entries},
                            {"problems", problemsJson(state)},
                            {"next", textOrNull(isSound ? "" : next)}};
     SResult result = resultOf({{"catalog", document}},

@@ -2,7 +2,11 @@
 
 #include <unistd.h>
 
+#include <chrono>
+#include <optional>
+
 #include "framework/include/obzx_runtime.h"
+#include "host/src/catalog/command_history.h"
 #include "host/src/commands/answer.h"
 #include "host/src/commands/command_line.h"
 #include "host/src/output/error.h"
@@ -23,9 +27,49 @@ SResult run(const SCommandLine& line)
     return line.run(context);
 }
 
+SHistoryEnd endOf(int exit, double frozenSeconds, std::string message)
+{
+    const std::chrono::duration<double> frozen(frozenSeconds);
+    return {.exit = exit,
+            .frozen = std::chrono::duration_cast<std::chrono::microseconds>(frozen),
+            .message = std::move(message)};
+}
+
 CAnswer answerFor(const SCommandLine& line)
 {
     return CAnswer(line.output == "json" ? CAnswer::EForm::JSON : CAnswer::EForm::TABLE);
+}
+
+EFictl unexpected(const std::exception& error)
+{
+    return {EExit::INTERNAL, std::string("unexpected: ") + error.what(), "fictl snapshot list"};
+}
+
+// Runs the command and writes what came of it.
+SHistoryEnd runAndAnswer(const SCommandLine& line)
+{
+    CAnswer answer = answerFor(line);
+    SHistoryEnd end;
+    try {
+        const SResult result = run(line);
+        end = endOf(answer.done(result), result.frozenSeconds, "");
+    } catch (const EFictl& error) {
+        end = endOf(answer.failed(error), error.frozenSeconds(), error.what());
+    } catch (const std::exception& error) {
+        end = endOf(answer.failed(unexpected(error)), 0, error.what());
+    }
+    return end;
+}
+
+int runKnown(int argc, char** argv, const SCommandLine& line)
+{
+    const auto start = std::chrono::steady_clock::now();
+    std::optional<CCommandHistory> history;
+    if (line.isChange) history.emplace(shownCommandLine(argc, argv, line.secrets));
+    SHistoryEnd end = runAndAnswer(line);
+    end.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    if (history) history->end(end);
+    return end.exit;
 }
 
 }  // namespace
@@ -35,15 +79,13 @@ int runCommandLine(int argc, char** argv)
     SCommandLine line;
     try {
         readCommandLine(argc, argv, line);
-        const SResult result = run(line);
-        return answerFor(line).done(result);
+        return runKnown(argc, argv, line);
     } catch (const SEndedElsewhere& ended) {
         return ended.exit;
     } catch (const EFictl& error) {
         return answerFor(line).failed(error);
     } catch (const std::exception& error) {
-        return answerFor(line).failed(
-            EFictl(EExit::INTERNAL, std::string("unexpected: ") + error.what(), "fictl snapshot list"));
+        return answerFor(line).failed(unexpected(error));
     }
 }
 

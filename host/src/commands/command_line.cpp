@@ -14,7 +14,8 @@ namespace {
 class CLibraryOptions : public COptions
 {
   public:
-    explicit CLibraryOptions(CLI::App& command) : m_command(command) {}
+    /// @param secrets where the names of secret options are entered
+    CLibraryOptions(CLI::App& command, std::set<std::string>& secrets) : m_command(command), m_secrets(secrets) {}
 
     void word(const char* name, std::string& value, EGiven given, const char* help) override
     {
@@ -28,6 +29,11 @@ class CLibraryOptions : public COptions
     {
         m_command.add_option(name, value, help);
     }
+    void secret(const char* name, std::string& value, const char* help) override
+    {
+        m_secrets.insert(name);
+        text(name, value, help);
+    }
     void seconds(const char* name, std::chrono::seconds& value, const char* help) override
     {
         m_command
@@ -39,6 +45,7 @@ class CLibraryOptions : public COptions
 
   private:
     CLI::App& m_command;
+    std::set<std::string>& m_secrets;
 };
 
 std::string exitCodeText()
@@ -64,8 +71,11 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
     for (const SCommand& entry : COMMANDS) {
         if (entry.group != group) continue;
         CLI::App& command = add(parent, entry.name, entry.help);
-        CLibraryOptions options(command);
-        command.callback([&line, run = entry.declare(options)] { line.run = run; });
+        CLibraryOptions options(command, line.secrets);
+        command.callback([&line, run = entry.declare(options), isChange = entry.isChange] {
+            line.run = run;
+            line.isChange = isChange;
+        });
     }
 }
 
@@ -74,7 +84,7 @@ void build(CLI::App& app, SCommandLine& line)
     app.require_subcommand(1);
     app.add_option("--output", line.output, "Form of standard output: table or json")
         ->check(CLI::IsMember({"table", "json"}));
-    CLibraryOptions options(app);
+    CLibraryOptions options(app, line.secrets);
     options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
     options.flag("--verbose", line.isVerbose,
@@ -87,6 +97,18 @@ void build(CLI::App& app, SCommandLine& line)
         group.require_subcommand(1);
         addCommands(group, entry.name, line);
     }
+}
+
+// A word as a shell takes it.
+std::string quoted(const std::string& word)
+{
+    constexpr const char* PLAIN = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_@%+=:,./-";
+    if (!word.empty() && word.find_first_not_of(PLAIN) == std::string::npos) return word;
+    std::string text = "'";
+    for (const char character : word) {
+        text += character == '\'' ? "'\\''" : std::string(1, character);
+    }
+    return text + "'";
 }
 
 // What is wrong with the command line. Of a word that is no command the library says that a command is missing.
@@ -122,6 +144,20 @@ void readCommandLine(int argc, char** argv, SCommandLine& line)
         line.output = outputOf(app);
         throw usageError(app, error);
     }
+}
+
+std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets)
+{
+    std::string text = "fictl";
+    bool isSecret = false;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const size_t end = word.find('=');
+        const bool hasValue = end != std::string::npos && secrets.contains(word.substr(0, end));
+        text += " " + (isSecret ? "..." : hasValue ? word.substr(0, end + 1) + "..." : quoted(word));
+        isSecret = !isSecret && secrets.contains(word);
+    }
+    return text;
 }
 
 }  // namespace fictl

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <set>
 #include <string>
 
 #include "host/src/commands/command.h"
@@ -14,11 +15,16 @@ struct SCommandLine
     std::string provider{};
     std::chrono::seconds timeout{0};
     bool isVerbose = false;
-    CommandRun run{};  ///< the command; also for --help and --version, which run as one
+    bool isChange = false;            ///< the command changes something
+    std::set<std::string> secrets{};  ///< options whose values are not repeated
+    CommandRun run{};                 ///< the command; also for --help and --version, which run as one
 };
 
 /// Reads a command line. Throws EFictl (USAGE); output then holds the form that was asked for, as far as it was
 /// understood.
 void readCommandLine(int argc, char** argv, SCommandLine& line);
+
+/// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret.
+std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets);
 
 }  // namespace fictl

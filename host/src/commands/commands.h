@@ -12,6 +12,7 @@ struct SCommand
     const char* name;
     const char* help;
     CommandRun (*declare)(COptions& options);
+    bool isChange;  ///< changes something, and is entered into the history
 };
 
 /// A word that commands stand behind.
@@ -34,6 +35,7 @@ CommandRun declareShow(COptions& options);
 CommandRun declareExport(COptions& options);
 CommandRun declareReceive(COptions& options);
 CommandRun declareCatalogCheck(COptions& options);
+CommandRun declareHistory(COptions& options);
 
 /// Every group and every command, in the order of --help.
 inline constexpr SCommandGroup COMMAND_GROUPS[] = {
@@ -43,18 +45,19 @@ inline constexpr SCommandGroup COMMAND_GROUPS[] = {
     {"catalog", "The catalog of this host's snapshots"},
 };
 inline constexpr SCommand COMMANDS[] = {
-    {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor},
-    {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow},
-    {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList},
-    {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate},
-    {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport},
-    {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease},
-    {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete},
-    {"snapshot", "list", "List the snapshots of this host's catalog", declareList},
-    {"snapshot", "show", "Show a snapshot's record", declareShow},
-    {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport},
-    {"snapshot", "receive", "Enter a record that another host has written", declareReceive},
-    {"catalog", "check", "Tell what of the catalog cannot be read, row by row", declareCatalogCheck},
+    {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor, false},
+    {"", "history", "Show which commands changed something, and what became of them", declareHistory, false},
+    {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
+    {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList, false},
+    {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true},
+    {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true},
+    {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease, true},
+    {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true},
+    {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false},
+    {"snapshot", "show", "Show a snapshot's record", declareShow, false},
+    {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport, true},
+    {"snapshot", "receive", "Enter a record that another host has written", declareReceive, true},
+    {"catalog", "check", "Tell what of the catalog cannot be read, row by row", declareCatalogCheck, false},
 };
 
 }  // namespace fictl

@@ -1,3 +1,4 @@
+#include "host/src/catalog/command_history.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
 #include "host/src/commands/creation.h"
@@ -23,6 +24,7 @@ SResult createSnapshot(const SContext& context, const SCreateRequest& request)
     } catch (const SNameInUse& found) {
         inUse = found;
     }
+    if (CCommandHistory* const history = CCommandHistory::current()) history->leave();
     context.progress.step("go on in another process: the name of this one's checkpoint is in use");
     throw SEndedElsewhere{runInAnotherProcess(inUse.ids)};
 }
@@ -35,8 +37,8 @@ CommandRun declareCreate(COptions& options)
     SHooks& hooks = request->hooks;
     options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the new snapshot");
     options.words("DEV", request->devices, COptions::EGiven::MUST_BE, "Device paths");
-    options.text("--freeze", hooks.freeze, "Command (sh -c) that quiets the application before");
-    options.text("--thaw", hooks.thaw, "Command that lets it go on; always runs once freeze has started");
+    options.secret("--freeze", hooks.freeze, "Command (sh -c) that quiets the application before");
+    options.secret("--thaw", hooks.thaw, "Command that lets it go on; always runs once freeze has started");
     options.seconds("--hook-timeout", hooks.timeout, "Seconds that each of the two may take (60)");
     options.seconds("--max-freeze", hooks.maxFreeze, "Seconds after which the application is thawed in any case (60)");
     return [request](const SContext& context) { return createSnapshot(context, *request); };

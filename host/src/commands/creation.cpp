@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "host/src/catalog/command_history.h"
 #include "host/src/devices/device_offer.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
@@ -11,6 +12,7 @@
 #include "host/src/snapshot/creation_outcome.h"
 #include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
+#include "host/src/text/utc_text.h"
 
 namespace fictl {
 
@@ -50,7 +52,7 @@ void CSnapshotCreation::refuseEarly()
     m_record.name = m_request.name;
     m_record.owner = thisProcess();
     m_record.origin = "created";
-    m_record.created = utcNow();
+    m_record.created = utcSecondsText(std::chrono::system_clock::now());
     m_record.thaw = m_request.hooks.thaw;
     m_record.checkpoint = naming::checkpointOfProcess(m_record.owner.pid);
     if (m_catalog.has(m_request.name)) m_catalog.insert(m_record);  // refuses, saying what is there
@@ -222,6 +224,7 @@ SResult CSnapshotCreation::settle(const SMakeResult& made)
     }
     m_record.thaw = made.thawFailure.empty() ? "" : m_request.hooks.thaw;
     const CCreationOutcome outcome(m_record, made, contradiction);
+    if (CCommandHistory* const history = CCommandHistory::current()) history->settleCheckpoints(m_record);
     m_record.state = outcome.state();
     m_record.message = outcome.message();
     m_catalog.update(m_record);

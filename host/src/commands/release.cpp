@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "host/src/catalog/catalog.h"
+#include "host/src/catalog/command_history.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
@@ -44,6 +45,7 @@ class CSnapshotRelease
     void keepForeign(const CCopyGuard& guard) const;
     void releaseGroup(const GroupKey& group, std::mutex& lock);
     void enterReleased(const GroupKey& group);
+    static void enterAnswer(const GroupKey& group, const std::string& image, bool isGone, std::mutex& lock);
 
     const SContext& m_context;
     CCatalog& m_catalog;
@@ -108,13 +110,28 @@ void CSnapshotRelease::releaseGroup(const GroupKey& group, std::mutex& lock)
     const std::string image = naming::imageOfCheckpoint(m_snapshot.checkpoint);
     if (!m_foreign.contains(group) && m_knowledge.seen()->hasImage(group, image) != EThere::NO) {
         m_context.progress.step("delete the time image of group " + groupText(group));
-        if (const std::optional<std::string> why = m_knowledge.inspector().release(group, image)) {
+        const std::optional<std::string> why = m_knowledge.inspector().release(group, image);
+        enterAnswer(group, image, !why.has_value(), lock);
+        if (why) {
             throw EFictl(EExit::NOT_DELETED,
                          "time image " + image + " of group " + groupText(group) + " was not deleted: " + *why);
         }
     }
     const std::lock_guard guard(lock);
     enterReleased(group);
+}
+
+void CSnapshotRelease::enterAnswer(const GroupKey& group, const std::string& image, bool isGone, std::mutex& lock)
+{
+    CCommandHistory* const history = CCommandHistory::current();
+    if (history == nullptr) return;
+    const std::lock_guard guard(lock);
+    history->settle({.verb = "delete",
+                     .kind = "image",
+                     .appliance = group.first,
+                     .group = group.second,
+                     .name = image,
+                     .outcome = isGone ? EOutcome::SURE : EOutcome::LOST});
 }
 
 void CSnapshotRelease::enterReleased(const GroupKey& group)

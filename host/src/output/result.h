@@ -17,7 +17,8 @@ struct SResult
     std::shared_ptr<const json> document{};  ///< null for a text that is the same in every form
     std::string text{};
     EExit exit = EExit::OK;
-    bool isDelivery = false;  ///< the command's work is that somebody gets all of this
+    double frozenSeconds = 0;  ///< how long the application was frozen; 0 when it was not
+    bool isDelivery = false;   ///< the command's work is that somebody gets all of this
 };
 
 SResult resultOf(json document, std::string text);

@@ -15,6 +15,7 @@ constexpr size_t MOST_BYTES = size_t{16} * 1024 * 1024;
 constexpr size_t MOST_MESSAGES = 1000;
 
 SRunWatch g_watch;
+std::vector<const CRunLog::CListening*> g_listeners;
 // What this thread runs is kept here, when it is not null.
 thread_local CRunLog::CApart* g_apart = nullptr;
 
@@ -113,6 +114,16 @@ void CRunLog::setWatch(SRunWatch watch)
     g_watch = std::move(watch);
 }
 
+CRunLog::CListening::CListening(RunListener listener) : m_listener(std::move(listener))
+{
+    g_listeners.push_back(this);
+}
+
+CRunLog::CListening::~CListening()
+{
+    std::erase(g_listeners, this);
+}
+
 CRunLog::CApart::CApart(CRunLog& log) : m_log(log)
 {
     const std::lock_guard guard(m_log.m_lock);
@@ -143,6 +154,9 @@ void CRunLog::onRun(void* context, const obzx_run* run)
         return;
     }
     if (g_watch.onEnded) g_watch.onEnded(record);
+    for (const CListening* const listening : g_listeners) {
+        listening->m_listener(record, *run);
+    }
     self->add(std::move(record));
 }
 

@@ -72,6 +72,10 @@ struct SRunWatch
     std::function<void(const SRunRecord&)> onEnded;
 };
 
+/// Told of every run that has ended, also of one that nobody needed, on the thread that waits for it: the record, and
+/// the runtime's own with the whole answer, which is there during the call only. Bound as a watch's functions are.
+using RunListener = std::function<void(const SRunRecord& run, const obzx_run& whole)>;
+
 /**
  * Keeps what the runtime tells of the programs that run for this process, and what the provider says. One at a time, as
  * the runtime has one observer; it observes from construction to destruction. Every operation may be called from any
@@ -113,6 +117,20 @@ class CRunLog
         friend class CRunLog;
         CRunLog& m_log;
         SKept m_kept;
+    };
+
+    /// While it lives, somebody hears of the runs of every log of this process. Made and ended while no log is there.
+    class CListening
+    {
+      public:
+        explicit CListening(RunListener listener);
+        ~CListening();
+        CListening(const CListening&) = delete;
+        CListening& operator=(const CListening&) = delete;
+
+      private:
+        friend class CRunLog;
+        RunListener m_listener;
     };
 
     CRunLog();

@@ -7,15 +7,15 @@
 
 #include "host/src/catalog/snapshot_record.h"
 #include "host/src/snapshot/snapshot_maker.h"
+#include "host/src/text/utc_text.h"
 
 namespace fictl {
 
 /// The run of the command that made a group's checkpoint: the instant that the checkpoint holds lies within it.
 struct SCheckpointTime
 {
-    using Time = std::chrono::sys_time<std::chrono::nanoseconds>;
-    Time from;
-    Time until;
+    UtcTime from;
+    UtcTime until;
 };
 
 /// By group, of those whose command succeeded and was seen by the runtime.
@@ -25,8 +25,5 @@ CheckpointTimes checkpointTimes(const SSnapshot& snapshot, const SMakeResult& ma
 /// The most seconds that the instants of the groups can be apart: from the start of the first command to the end of the
 /// last. Nothing for a single group, and where not every group's command was seen.
 std::optional<double> mostSecondsApart(const SSnapshot& snapshot, const CheckpointTimes& times);
-
-/// "2024-01-31T12:00:00.123456Z"
-std::string utcText(SCheckpointTime::Time time);
 
 }  // namespace fictl

@@ -102,7 +102,9 @@ SResult CCreationOutcome::complete() const
                        counted(m_record.groups().size(), "group") + "\n";
     if (apart) text += "the groups' checkpoints are at most " + secondsText(*apart) + " apart\n";
     if (m_made.frozenSeconds > 0) text += "the application was frozen for " + secondsText(m_made.frozenSeconds) + "\n";
-    return resultOf({{"snapshot", std::move(document)}}, std::move(text));
+    SResult result = resultOf({{"snapshot", std::move(document)}}, std::move(text));
+    result.frozenSeconds = m_made.frozenSeconds;
+    return result;
 }
 
 EFictl CCreationOutcome::partial() const

@@ -1,0 +1,185 @@
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "host/src/catalog/catalog_reader.h"
+#include "host/src/catalog/history_table.h"
+#include "host/src/commands/commands.h"
+#include "host/src/commands/common.h"
+#include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
+#include "host/src/text/utc_text.h"
+
+namespace fictl {
+
+namespace {
+
+using std::chrono::microseconds;
+
+struct SHistoryRequest
+{
+    std::string name{};
+    std::string since{};
+};
+
+// Seconds of an age such as 90s, 30m, 12h or 2d; nothing for another text.
+std::optional<std::chrono::seconds> ageOf(const std::string& text)
+{
+    int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    constexpr int64_t MOST = 1'000'000;  // of days, thousands of years
+    if (error != std::errc() || number < 0 || number > MOST || text.size() != size_t(end - text.data()) + 1) return {};
+    switch (*end) {
+        case 's':
+            return std::chrono::seconds(number);
+        case 'm':
+            return std::chrono::minutes(number);
+        case 'h':
+            return std::chrono::hours(number);
+        case 'd':
+            return std::chrono::days(number);
+        default:
+            return std::nullopt;
+    }
+}
+
+// A day, or a time as the entries have it, or the beginning of one.
+bool isTime(const std::string& text)
+{
+    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:ddZ";
+    constexpr size_t DAY = 10;
+    if (text.size() < DAY || text.size() > FORM.size()) return false;
+    for (size_t i = 0; i < text.size(); ++i) {
+        const bool isDigit = text[i] >= '0' && text[i] <= '9';
+        if (FORM[i] == 'd' ? !isDigit : text[i] != FORM[i]) return false;
+    }
+    return true;
+}
+
+std::string sinceOf(const std::string& text)
+{
+    if (text.empty() || isTime(text)) return text;
+    const std::optional<std::chrono::seconds> age = ageOf(text);
+    if (age) return utcSecondsText(std::chrono::system_clock::now() - *age);
+    throw EFictl(EExit::USAGE, "--since: \"" + printable(text) + "\" is neither a time nor an age",
+                 "give an age such as 90s, 30m, 12h or 2d, or a time such as 2026-01-31 or 2026-01-31T12:00:00Z");
+}
+
+double secondsOf(microseconds time)
+{
+    return std::chrono::duration<double>(time).count();
+}
+
+const char* stateOf(const SHistoryEntry& entry)
+{
+    if (entry.end) return "ended";
+    return isAlive(entry.process) ? "running" : "did not end";
+}
+
+json exitJson(const SHistoryEntry& entry)
+{
+    if (!entry.end) return nullptr;
+    return {{"code", entry.end->exit}, {"name", exitName(static_cast<EExit>(entry.end->exit))}};
+}
+
+json objectsJson(const SHistoryEntry& entry)
+{
+    json list = json::array();
+    for (const SHistoryObject& object : entry.objects) {
+        list.push_back({{"verb", object.verb},
+                        {"kind", object.kind},
+                        {"appliance", object.appliance},
+                        {"group", object.group},
+                        {"name", object.name},
+                        {"outcome", outcomeText(object.outcome)},
+                        {"made_at", textOrNull(object.madeAt)}});
+    }
+    return list;
+}
+
+json commandsJson(const SHistoryEntry& entry)
+{
+    json list = json::array();
+    for (const SHistoryRun& run : entry.runs) {
+        list.push_back({{"started", run.started},
+                        {"seconds", secondsOf(run.duration)},
+                        {"command", run.command},
+                        {"answer", run.answer}});
+    }
+    return list;
+}
+
+json entryJson(const SHistoryEntry& entry)
+{
+    return {
+        {"number", entry.id},
+        {"started", entry.started},
+        {"host", entry.host},
+        {"user", entry.user},
+        {"sudo_user", textOrNull(entry.sudoUser)},
+        {"command", entry.command},
+        {"snapshot", textOrNull(entry.snapshot)},
+        {"process", entry.process.pid},
+        {"state", stateOf(entry)},
+        {"exit", exitJson(entry)},
+        {"seconds", entry.end ? json(secondsOf(entry.end->duration)) : json()},
+        {"frozen_seconds", entry.end && entry.end->frozen.count() > 0 ? json(secondsOf(entry.end->frozen)) : json()},
+        {"message", entry.end ? textOrNull(entry.end->message) : json()},
+        {"objects", objectsJson(entry)},
+        {"commands", commandsJson(entry)},
+        {"looks", entry.looks},
+        {"lost", entry.lost}};
+}
+
+std::string who(const SHistoryEntry& entry)
+{
+    return entry.user + (entry.sudoUser.empty() ? "" : " (" + entry.sudoUser + ")") + "@" + entry.host;
+}
+
+void addRows(const SHistoryEntry& entry, Rows& commands, Rows& objects)
+{
+    const bool wasFrozen = entry.end && entry.end->frozen.count() > 0;
+    commands.push_back({std::to_string(entry.id), entry.started, who(entry),
+                        entry.end ? std::to_string(entry.end->exit) : stateOf(entry),
+                        entry.end ? secondsText(secondsOf(entry.end->duration)) : "",
+                        wasFrozen ? secondsText(secondsOf(entry.end->frozen)) : "", entry.command});
+    for (const SHistoryObject& object : entry.objects) {
+        objects.push_back({std::to_string(entry.id), object.verb, object.kind, object.appliance, object.group,
+                           object.name, outcomeText(object.outcome), object.madeAt});
+    }
+}
+
+SResult showHistory(const SHistoryRequest& request)
+{
+    if (!request.name.empty()) requireSnapshotName(request.name);
+    const SHistoryFilter filter = {.snapshot = request.name, .since = sinceOf(request.since)};
+    json list = json::array();
+    Rows commands;
+    Rows objects;
+    CCatalogReader catalog;
+    const auto read = [&](const base::CSqliteDatabase& database) {
+        list.clear();
+        commands = {{"NUMBER", "STARTED", "WHO", "EXIT", "TOOK", "FROZEN", "COMMAND"}};
+        objects = {{"NUMBER", "VERB", "KIND", "APPLIANCE", "GROUP", "NAME", "OUTCOME", "MADE AT"}};
+        readHistory(database, filter, [&](const SHistoryEntry& entry) {
+            list.push_back(entryJson(entry));
+            addRows(entry, commands, objects);
+        });
+    };
+    if (catalog.isThere()) catalog.read(read);
+    if (list.empty()) return resultOf({{"history", list}}, "nothing is known\n");
+    const bool isDetailed = !request.name.empty() && objects.size() > 1;
+    return resultOf({{"history", std::move(list)}},
+                    formatTable(commands) + (isDetailed ? "\n" + formatTable(objects) : ""));
+}
+
+}  // namespace
+
+CommandRun declareHistory(COptions& options)
+{
+    const auto request = std::make_shared<SHistoryRequest>();
+    options.word("NAME", request->name, COptions::EGiven::MAY_BE, "Name of the snapshot (all)");
+    options.text("--since", request->since, "Only what began at or after a time, or within an age such as 2d (all)");
+    return [request](const SContext&) { return showHistory(*request); };
+}
+
+}  // namespace fictl
