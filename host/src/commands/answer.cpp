@@ -22,11 +22,11 @@ json recordOf(const std::string& name)
 
 }  // namespace
 
-int CAnswer::done(const SResult& result) const
+int CAnswer::done(const SResult& result)
 {
     try {
-        const bool isRead = writeOutput(
-            m_form == EForm::JSON ? documentText(result.document ? *result.document : json()) : result.text);
+        m_written = m_form == EForm::JSON ? documentText(result.document ? *result.document : json()) : result.text;
+        const bool isRead = writeOutput(m_written);
         if (!isRead && result.isDelivery) {
             throw EFictl(EExit::IO, "standard output: its reader went away before it had all of the document",
                          "run the command again with a reader that takes all of it, or with --file");
@@ -39,14 +39,15 @@ int CAnswer::done(const SResult& result) const
     }
 }
 
-int CAnswer::failed(const EFictl& error) const
+int CAnswer::failed(const EFictl& error)
 {
     CProgress::write(errorText(error));
     if (m_form == EForm::TABLE) return static_cast<int>(error.exit());
     json document = {{"error", errorJson(error)}};
     if (!error.snapshot().empty()) document["snapshot"] = recordOf(error.snapshot());
     try {
-        writeOutput(documentText(std::move(document)));
+        m_written = documentText(std::move(document));
+        writeOutput(m_written);
     } catch (const EFictl& output) {
         // The first error is the one that counts; its text is on standard error.
         CProgress::write(errorText(output));

@@ -20,12 +20,16 @@ class CAnswer
 
     explicit CAnswer(EForm form) : m_form(form) {}
 
+    /// What was to be written to standard output.
+    const std::string& written() const { return m_written; }
+
     /// Each writes and returns the exit code of the process; none throws.
-    int done(const SResult& result) const;
-    int failed(const EFictl& error) const;
+    int done(const SResult& result);
+    int failed(const EFictl& error);
 
   private:
     EForm m_form;
+    std::string m_written;
 };
 
 }  // namespace fictl

@@ -3,14 +3,17 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <nlohmann/json.hpp>
 #include <optional>
 
 #include "framework/include/obzx_runtime.h"
 #include "host/src/catalog/command_history.h"
 #include "host/src/commands/answer.h"
 #include "host/src/commands/command_line.h"
+#include "host/src/commands/conversation_head.h"
 #include "host/src/output/error.h"
 #include "host/src/process/other_process.h"
+#include "host/src/recording/recording.h"
 
 namespace fictl {
 
@@ -58,12 +61,15 @@ SHistoryEnd runAndAnswer(const SCommandLine& line)
     } catch (const std::exception& error) {
         end = endOf(answer.failed(unexpected(error)), 0, error.what());
     }
+    if (CRecording* const recording = CRecording::current()) recording->end(end.exit, answer.written());
     return end;
 }
 
 int runKnown(int argc, char** argv, const SCommandLine& line)
 {
     const auto start = std::chrono::steady_clock::now();
+    std::optional<CRecording> recording;
+    if (!line.record.empty()) recording.emplace(line.record, conversationHead(argc, argv, line));
     std::optional<CCommandHistory> history;
     if (line.isChange) history.emplace(shownCommandLine(argc, argv, line.secrets));
     SHistoryEnd end = runAndAnswer(line);

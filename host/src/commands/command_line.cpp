@@ -87,6 +87,8 @@ void build(CLI::App& app, SCommandLine& line)
     CLibraryOptions options(app, line.secrets);
     options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
+    options.text("--record", line.record,
+                 "New file for every command that the appliances are asked, with its answer (none)");
     options.flag("--verbose", line.isVerbose,
                  "Write a line for each step to standard error, also when it is no terminal");
     app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");

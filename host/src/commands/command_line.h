@@ -15,6 +15,7 @@ struct SCommandLine
     std::string provider{};
     std::chrono::seconds timeout{0};
     bool isVerbose = false;
+    std::string record{};             ///< file for the conversation with the appliances; empty: none
     bool isChange = false;            ///< the command changes something
     std::set<std::string> secrets{};  ///< options whose values are not repeated
     CommandRun run{};                 ///< the command; also for --help and --version, which run as one

@@ -5,6 +5,7 @@
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/process/other_process.h"
+#include "host/src/recording/recording.h"
 
 namespace fictl {
 
@@ -25,6 +26,7 @@ SResult createSnapshot(const SContext& context, const SCreateRequest& request)
         inUse = found;
     }
     if (CCommandHistory* const history = CCommandHistory::current()) history->leave();
+    if (CRecording* const recording = CRecording::current()) recording->leave();
     context.progress.step("go on in another process: the name of this one's checkpoint is in use");
     throw SEndedElsewhere{runInAnotherProcess(inUse.ids)};
 }

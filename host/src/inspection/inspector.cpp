@@ -12,6 +12,7 @@
 #include "host/src/guardian/program.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/provider_library.h"
+#include "host/src/recording/recording.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -43,6 +44,20 @@ std::string findInspector(const std::string& provider)
 
 constexpr const char* LIMIT_SECTION = "INSPECTOR";
 constexpr const char* LIMIT_KEY = "MAX_DOCUMENT";
+
+// Has the inspector tell its commands where they are recorded.
+void askForRaw(std::vector<std::string>& command)
+{
+    if (CRecording::current() != nullptr) command.emplace_back("--raw");
+}
+
+void recordRaw(const std::string& text, std::chrono::steady_clock::time_point began)
+{
+    CRecording* const recording = CRecording::current();
+    if (recording == nullptr) return;
+    const json document = json::parse(text, nullptr, false);
+    if (document.is_object() && document.contains("raw")) recording->addInspection(document["raw"], began);
+}
 
 // Bytes of a document, which takes several times as much memory once it is read.
 size_t documentLimit()
@@ -92,6 +107,8 @@ std::optional<SInspection> CInspector::look(const SLook& look)
         if (appliances.insert(key.first).second) command.push_back("--appliance=" + key.first);
         if (names.insert(key.second).second) command.push_back("--group=" + key.second);
     }
+    askForRaw(command);
+    const auto began = std::chrono::steady_clock::now();
     CProgram program(std::move(command));
     program.within(WHOLE_LIMIT).stoppingOnSignal(look.stopsOnSignal).stoppingWith(look.unwanted);
     const SProgramEnd end = program.writingAtMost(documentLimit()).run();
@@ -99,6 +116,7 @@ std::optional<SInspection> CInspector::look(const SLook& look)
         m_why = m_path + " " + end.reason + raising(end) + (end.errors.empty() ? "" : ": " + firstLineOf(end.errors));
         return std::nullopt;
     }
+    recordRaw(end.output, began);
     std::string reason;
     std::optional<SInspection> inspection = SInspection::read(end.output, reason);
     m_why = inspection ? std::string() : m_path + ": " + reason;
@@ -114,8 +132,11 @@ std::optional<std::string> CInspector::release(const GroupKey& group, const std:
 {
     if (!isThere()) return m_why;
     std::vector<std::string> command = words({"release", "--appliance=" + group.first});
+    askForRaw(command);
     command.insert(command.end(), {"--", group.second, image});
+    const auto began = std::chrono::steady_clock::now();
     const SProgramEnd end = CProgram(std::move(command)).within(WHOLE_LIMIT).run();
+    recordRaw(end.output, began);
     const json document = json::parse(end.output, nullptr, false);
     if (document.is_object() && document.value("released", false) && end.exit == 0) return std::nullopt;
     return document.is_object() && document.contains("reason") && document["reason"].is_string()

@@ -1,0 +1,112 @@
+#include "host/src/commands/conversation_head.h"
+
+#include <sys/utsname.h>
+#include <unistd.h>
+
+#include <nlohmann/json.hpp>
+
+#include "base/file_read.h"
+#include "framework/include/obzx_runtime.h"
+#include "host/src/catalog/catalog_reader.h"
+#include "host/src/output/error.h"
+#include "host/src/process/placed_path.h"
+#include "host/src/provider/naming.h"
+#include "host/src/provider/provider_library.h"
+#include "host/src/recording/recording.h"
+#include "host/src/text/utc_text.h"
+
+namespace fictl {
+
+namespace {
+
+using nlohmann::json;
+
+json argumentsOf(int argc, char** argv, const SCommandLine& line)
+{
+    constexpr const char* HARMLESS = "true";
+    json words = json::array();
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::string option = word.substr(0, word.find('='));
+        const bool isSecret = line.secrets.contains(option);
+        const bool hasOwnWord = option == word;
+        if (option == "--record") {
+            if (hasOwnWord) ++i;
+        } else if (isSecret) {
+            words.insert(words.end(), {option, HARMLESS});
+            if (hasOwnWord) ++i;
+        } else {
+            words.push_back(conversationText(word));
+        }
+    }
+    return words;
+}
+
+std::string configurationOf(const std::string& provider)
+{
+    constexpr size_t LONGEST = size_t{64} * 1024;
+    return base::readFile(placedPath("/etc/qz/" + provider + ".conf"), LONGEST).text;
+}
+
+// As the provider is told, else as the system has it.
+std::string hostName(const std::string& provider)
+{
+    if (char* const name = obzx_get_setting(provider.c_str(), "FI_NETWORK", "LOCAL_NAME")) {
+        std::string text = name;
+        obzx_free_buf(name, 0);
+        return text;
+    }
+    utsname system{};
+    return uname(&system) == 0 ? system.nodename : "";
+}
+
+// Whatever columns the catalog's layout has.
+json rowsOf(const base::CSqliteDatabase& database, const char* table)
+{
+    base::CSqliteQuery names(database,
+                             "SELECT group_concat(quote(name) || ', ' || name, ', ') FROM pragma_table_info(?)", table);
+    json rows = json::array();
+    if (!names.next()) return rows;
+    const std::string query = "SELECT json_object(" + names.text(0) + ") FROM " + table;
+    for (base::CSqliteQuery row(database, query.c_str()); row.next();) {
+        rows.push_back(json::parse(row.text(0), nullptr, false));
+    }
+    return rows;
+}
+
+json catalogRows()
+{
+    try {
+        json rows;
+        CCatalogReader catalog;
+        if (!catalog.isThere()) return json::object();
+        catalog.read([&](const base::CSqliteDatabase& database) {
+            rows.clear();
+            for (const char* const table : {"snapshot", "device", "checkpoint_time"}) {
+                rows[table] = rowsOf(database, table);
+            }
+        });
+        return rows;
+    } catch (const EFictl&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+json conversationHead(int argc, char** argv, const SCommandLine& line)
+{
+    const std::string provider = CProviderLibrary::nameOf(line.provider.empty() ? "cdpfi" : line.provider);
+    return {{"fictl", FICTL_VERSION},
+            {"started", utcSecondsText(std::chrono::system_clock::now())},
+            {"arguments", argumentsOf(argc, argv, line)},
+            {"process", getpid()},
+            {"checkpoint", naming::checkpointOfProcess(getpid())},
+            {"provider", provider},
+            {"configuration", conversationText(configurationOf(provider))},
+            {"root", placedPath("/")},
+            {"host", conversationText(hostName(provider))},
+            {"catalog", catalogRows()}};
+}
+
+}  // namespace fictl
