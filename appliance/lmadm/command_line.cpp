@@ -19,6 +19,11 @@ constexpr const char* FOOTER =
 
 constexpr int64_t MOST = int64_t{1} << 40U;
 
+void requireStore(const SOptions& options)
+{
+    if (options.store.empty()) throw EApplianceError(EStatus::MALFORMED, "--store is required");
+}
+
 // A command and what the line says for it, which its options fill.
 template <class Request>
 struct SAdded
@@ -33,14 +38,20 @@ SAdded<Request> add(CLI::App& parent, const SOptions& options, const char* word,
 {
     CLI::App* const command = parent.add_subcommand(word, description);
     const auto request = std::make_shared<Request>();
-    command->callback([request, run, &options] { run(options, *request); });
+    command->callback([request, run, &options] {
+        requireStore(options);
+        run(options, *request);
+    });
     return {*command, *request};
 }
 
 void add(CLI::App& parent, const SOptions& options, const char* word, const char* description,
          void (*run)(const SOptions&))
 {
-    parent.add_subcommand(word, description)->callback([run, &options] { run(options); });
+    parent.add_subcommand(word, description)->callback([run, &options] {
+        requireStore(options);
+        run(options);
+    });
 }
 
 // A command with one name as its argument.
@@ -178,6 +189,22 @@ void addWorkloadCommands(CLI::App& app, const SOptions& options)
     check.add_option("images", toCheck.images, "LUN=FILE for each LUN of the log")->required();
 }
 
+// They work on a conversation, and need no store.
+void addReplayCommands(CLI::App& app, const SOptions& options, int& status)
+{
+    CLI::App& replay = *app.add_subcommand("replay", "Make tools that answer as those of a recorded conversation did");
+    const auto request = std::make_shared<SReplayRequest>();
+    replay.add_option("file", request->conversation, "Conversation, as fictl --record writes it")->required();
+    replay.add_option("--tools", request->tools, "New folder for lmsh and kforutil")->required();
+    replay.callback([request, &options] { replayConversation(options, *request); });
+
+    CLI::App& answer = *app.add_subcommand("answer", "What those tools run: answer one command of a conversation");
+    const auto asked = std::make_shared<SAnswerRequest>();
+    answer.add_option("folder", asked->folder, "Folder of the tools")->required();
+    answer.add_option("words", asked->words, "The command (default: a script on standard input)");
+    answer.callback([asked, &status] { status = answerFromConversation(*asked); });
+}
+
 EOutput parseOutput(const std::string& form)
 {
     if (form != "table" && form != "json") {
@@ -188,7 +215,7 @@ EOutput parseOutput(const std::string& form)
 
 void addOptions(CLI::App& app, SOptions& options)
 {
-    app.add_option("--store", options.store, "Folder of the store")->envname("LMADM_STORE")->required();
+    app.add_option("--store", options.store, "Folder of the store")->envname("LMADM_STORE");
     app.add_option("--appliance", options.appliance, "Appliance to work on (default: the only one of the store)");
     app.add_option_function<std::string>(
         "--output", [&options](const std::string& form) { options.output = parseOutput(form); },
@@ -219,6 +246,8 @@ int runCommandLine(int argc, char** argv, SOptions& options)
     addDataCommands(app, options);
     addFaultCommands(app, options);
     addWorkloadCommands(app, options);
+    int status = 0;
+    addReplayCommands(app, options, status);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& help) {
@@ -235,7 +264,7 @@ int runCommandLine(int argc, char** argv, SOptions& options)
         std::replace(text.begin(), text.end(), '\n', ' ');
         throw EApplianceError(EStatus::MALFORMED, text);
     }
-    return 0;
+    return status;
 }
 
 }  // namespace lumora

@@ -101,6 +101,22 @@ void showFault(const SOptions& options, const int64_t& id);
 /// The given ones, or all.
 void clearFaults(const SOptions& options, const std::vector<int64_t>& ids);
 
+struct SReplayRequest
+{
+    std::string conversation;  ///< file
+    std::string tools;         ///< new folder
+};
+/// Makes the tools of a conversation; needs no store.
+void replayConversation(const SOptions& options, const SReplayRequest& request);
+
+struct SAnswerRequest
+{
+    std::string folder;              ///< of the tools
+    std::vector<std::string> words;  ///< the command; empty: a script on standard input
+};
+/// What those tools do; gives the exit status of the tool.
+int answerFromConversation(const SAnswerRequest& request);
+
 struct SWorkloadRun
 {
     std::string group;
