@@ -32,13 +32,13 @@ function(cdpfi_use_test_headers target)
   set_source_files_properties(${sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 endfunction()
 
-# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS]): one GoogleTest program,
-# one CTest entry a test.
+# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS] [PROPERTIES...]): one
+# GoogleTest program, one CTest entry a test, with these properties.
 function(cdpfi_add_tests name)
   if(NOT BUILD_TESTING)
     return()
   endif()
-  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES;DEPENDS;DEFINITIONS" ${ARGN})
+  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES;DEPENDS;DEFINITIONS;PROPERTIES" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -51,7 +51,7 @@ function(cdpfi_add_tests name)
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} DISCOVERY_TIMEOUT 60)
+  gtest_discover_tests(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ${arg_PROPERTIES} DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # cdpfi_add_test_support(NAME SOURCES... LIBRARIES... [DEFINITIONS...]): what several test programs share, compiled once.
