@@ -20,8 +20,7 @@ inline chooseMaker() {
     if
     :: !IS_USED(1) -> record[r].maker = 1
     :: IS_USED(1) && !IS_USED(2) -> record[r].maker = 2
-    :: IS_USED(1) && IS_USED(2) && !IS_USED(3) -> record[r].maker = 3
-    :: else -> record[r].maker = 4 /* never more than three are in use then */
+    :: else -> record[r].maker = 3 /* never more than two are in use then */
     fi
 }
 

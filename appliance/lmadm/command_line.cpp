@@ -71,15 +71,20 @@ CLI::App& addParent(CLI::App& app, const char* word, const char* description)
 void addApplianceCommands(CLI::App& app, const SOptions& options)
 {
     constexpr const char* NAME = "Name of the appliance";
-    CLI::App& parent = addParent(app, "appliance", "Create, list, show and delete appliances");
+    CLI::App& parent = addParent(app, "appliance", "Create, list, show, stop and delete appliances");
     const auto [create, given] =
         add(parent, options, "create", "Create an appliance; makes the store when it is not there", createAppliance);
     create.add_option("name", given.name, NAME)->required();
-    create.add_option("--engine", given.engine, "What keeps its content: " + engineNames() + " (default: files)");
+    create.add_option("--engine", given.engine, "What keeps its content: " + engineNames() + " (default: files)")
+        ->envname("LMADM_ENGINE");
     add(parent, options, "list", "List the appliances of the store", listAppliances);
     addNamed(parent, options, "show", "Show an appliance with its hosts and groups", NAME, showAppliance);
     addNamed(parent, options, "delete", "Delete an appliance that has no groups and hosts any more", NAME,
              deleteAppliance);
+    addNamed(parent, options, "stop", "Detach the devices from this host and end what runs for the appliance", NAME,
+             stopAppliance);
+    addNamed(parent, options, "keep", "Keep what runs for the appliance running, until it is stopped", NAME,
+             keepAppliance);
 }
 
 void addHostCommands(CLI::App& app, const SOptions& options)
@@ -180,6 +185,7 @@ void addWorkloadCommands(CLI::App& app, const SOptions& options)
     run.add_option("--log", toRun.log, "New file for the order of the writes")->required();
     run.add_option("--writers", toRun.writers, "Writers at once (default: 4)")
         ->check(CLI::Range(size_t{1}, size_t{64}));
+    run.add_flag("--ungated", toRun.isUngated, "Leave the gate of the group open: for an engine that needs none");
     run.add_option("--writes", toRun.writes,
                    "Stop after this many writes or a few more (default: when a signal comes)");
     const auto [check, toCheck] =

@@ -22,6 +22,11 @@ void createAppliance(const SOptions& options, const SNewAppliance& appliance);
 void listAppliances(const SOptions& options);
 void showAppliance(const SOptions& options, const std::string& name);
 void deleteAppliance(const SOptions& options, const std::string& name);
+/// Takes the appliance's devices back from this host and ends what runs for it; nothing is lost. The next command that
+/// needs it starts it again.
+void stopAppliance(const SOptions& options, const std::string& name);
+/// Keeps what runs for the appliance running until it is stopped.
+void keepAppliance(const SOptions& options, const std::string& name);
 
 void createHost(const SOptions& options, const std::string& name);
 void listHosts(const SOptions& options);
@@ -122,7 +127,8 @@ struct SWorkloadRun
     std::string group;
     std::string log;
     size_t writers = 4;
-    uint64_t writes = 0;  ///< 0: until a signal comes
+    uint64_t writes = 0;     ///< 0: until a signal comes
+    bool isUngated = false;  ///< the writers take turns among themselves and leave the gate alone
 };
 void runWorkload(const SOptions& options, const SWorkloadRun& workload);
 

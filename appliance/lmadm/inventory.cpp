@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "appliance/core/catalog/catalog.h"
+#include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/engines/engine_table.h"
 #include "appliance/lmadm/commands.h"
@@ -115,6 +116,24 @@ void deleteAppliance(const SOptions& options, const std::string& name)
     CSession session(options);
     session.inventory().deleteAppliance(name);
     session.print({{"deleted", name}});
+}
+
+void stopAppliance(const SOptions& options, const std::string& name)
+{
+    CSession session(options);
+    const SAppliance appliance = session.inventory().appliance(name);
+    session.store().makeEngine(appliance.name, appliance.engine)->stop();
+    session.print({{"stopped", name}});
+}
+
+void keepAppliance(const SOptions& options, const std::string& name)
+{
+    CSession session(options);
+    const SAppliance appliance = session.inventory().appliance(name);
+    if (!session.store().makeEngine(appliance.name, appliance.engine)->keep()) {
+        throw EApplianceError(EStatus::MALFORMED, "appliance " + inQuotes(name) + " is kept by engine " +
+                                                      inQuotes(appliance.engine) + ", for which nothing runs");
+    }
 }
 
 void createHost(const SOptions& options, const std::string& name)

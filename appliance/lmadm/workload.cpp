@@ -1,5 +1,6 @@
 #include <atomic>
 #include <csignal>
+#include <mutex>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <thread>
@@ -27,14 +28,16 @@ void requireZeros(CLunData& data, const SLun& lun)
     });
 }
 
-// Writes until it is told to stop; the gate that each write takes puts the writers in the order that they log.
+// Writes until it is told to stop. The gate that each write takes puts the writers in the order that they log; without
+// it they take turns among themselves, and the appliance knows nothing of them.
 void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkloadLog& log, uint64_t seed,
-                  uint64_t most)
+                  const SWorkloadRun& given)
 {
+    static std::mutex turns;
     CSession session(options);
     CLunData data = session.lunData();
     std::mt19937_64 random(seed);
-    while (!g_stopAsked && (most == 0 || log.writes() < most)) {
+    while (!g_stopAsked && (given.writes == 0 || log.writes() < given.writes)) {
         SWorkloadWrite write;
         write.lun = random() % luns.size();
         const SLun& lun = luns[write.lun];
@@ -42,13 +45,21 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
         write.sector = random() % sectors;
         write.count = 1 + random() % std::min(MOST_SECTORS, sectors - write.sector);
         std::string content;
-        data.write(lun, write.sector * WORKLOAD_SECTOR, write.count * WORKLOAD_SECTOR, [&](uint64_t /*wanted*/) {
+        const auto source = [&](uint64_t /*wanted*/) {
             const uint64_t number = log.enter(write);
             for (uint64_t i = 0; i < write.count; ++i) {
                 content += workloadContent(number, lun.name, write.sector + i);
             }
             return std::string_view(content);
-        });
+        };
+        const uint64_t offset = write.sector * WORKLOAD_SECTOR;
+        const uint64_t length = write.count * WORKLOAD_SECTOR;
+        if (given.isUngated) {
+            const std::lock_guard<std::mutex> turn(turns);
+            data.writeUngated(lun, offset, length, source);
+        } else {
+            data.write(lun, offset, length, source);
+        }
     }
 }
 
@@ -88,7 +99,7 @@ void runWorkload(const SOptions& options, const SWorkloadRun& given)
         for (size_t writer = 0; writer < given.writers; ++writer) {
             writers.emplace_back([&, writer] {
                 try {
-                    writeForEver(options, luns, log, writer, given.writes);
+                    writeForEver(options, luns, log, writer, given);
                 } catch (...) {
                     fail();
                 }

@@ -22,6 +22,11 @@ using testing::ElementsAre;
 
 constexpr size_t LUN_SIZE = size_t{256} << 10U;
 
+void removeAll(const fs::path& folder)
+{
+    fs::remove_all(folder);
+}
+
 class Content : public testing::Test
 {
   protected:
@@ -108,7 +113,7 @@ void dieInTheMiddle(const fs::path& home, EArea area)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-        const CWorkFolder folder(home, area);
+        const CWorkFolder folder(home, area, removeAll);
         copyFile(home / "dev/lun1", folder.path() / "lun1", LUN_SIZE);
         ::raise(SIGKILL);
     }
@@ -135,7 +140,7 @@ TEST_F(Content, HalfACopyIsListedNowhereAndCollectedLater)
 TEST_F(Content, AFolderWithALivingOwnerIsLeftAlone)
 {
     m_demo.createAnnotation("A");
-    const CWorkFolder mine(m_demo.home(), EArea::ANNOTATIONS);
+    const CWorkFolder mine(m_demo.home(), EArea::ANNOTATIONS, removeAll);
     EXPECT_EQ(m_demo.lmsh("delete annotation \"A\" \"cg1\"").status, 0);
     EXPECT_TRUE(fs::exists(mine.path()));
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U);

@@ -37,6 +37,8 @@ TEST(Engine, EveryNameMakesItsEngine)
 {
     SEngineSetup setup;
     setup.store = "/store";
+    base::CSqliteDatabase catalog(":memory:", SQLITE_OPEN_READWRITE, std::chrono::seconds(0));
+    setup.catalog = &catalog;
     for (const SEngineKind& kind : engineKinds()) {
         EXPECT_NE(makeEngine(setup, {"/store/a", std::string(kind.name)}), nullptr) << kind.name;
     }
@@ -52,7 +54,7 @@ TEST(Engine, OfTheStoreIsThatOfEveryTool)
 
     writeFile(file, "ENGINE=paper\n");
     const std::string refusal =
-        "store " + demo.store().string() + " is kept by engine \"paper\", which is none of files";
+        "store " + demo.store().string() + " is kept by engine \"paper\", which is none of " + engineNames();
     SResult result = demo.lmsh("list hosts");
     EXPECT_EQ(result.status, 7);
     EXPECT_THAT(result.out, IsEmpty());

@@ -79,10 +79,10 @@ std::string script(const std::string& commands)
     return "server alpha\n" + commands + "\nexit\n";
 }
 
-CDemoStore::CDemoStore()
+CDemoStore::CDemoStore(const std::string& engine) : m_engine(engine)
 {
     for (const std::vector<std::string>& command : std::vector<std::vector<std::string>>{
-             {"appliance", "create", "alpha"},
+             {"appliance", "create", "alpha", "--engine", engine},
              {"host", "create", "prod"},
              {"host", "create", "backup"},
              {"group", "create", "cg1"},
@@ -95,6 +95,12 @@ CDemoStore::CDemoStore()
         const SResult result = lmadm(command);
         EXPECT_EQ(result.status, 0) << testing::PrintToString(result.err);
     }
+}
+
+CDemoStore::~CDemoStore()
+{
+    if (m_engine == "files") return;
+    EXPECT_EQ(lmadm({"appliance", "stop", "alpha"}).status, 0);
 }
 
 SResult CDemoStore::lmadm(std::vector<std::string> arguments) const

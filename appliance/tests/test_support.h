@@ -49,7 +49,11 @@ class CProcess
 class CDemoStore
 {
   public:
-    CDemoStore();
+    explicit CDemoStore(const std::string& engine = "files");
+    /// Nothing of the appliance runs any more then.
+    ~CDemoStore();
+    CDemoStore(const CDemoStore&) = delete;
+    CDemoStore& operator=(const CDemoStore&) = delete;
 
     SResult lmadm(std::vector<std::string> arguments) const;  ///< --store is added
     /// What lmadm answers with --output json, which is added.
@@ -72,6 +76,7 @@ class CDemoStore
 
   private:
     CTemporaryFolder m_folder;
+    const std::string m_engine;
 };
 
 std::vector<std::string> lmshCommand();

@@ -55,7 +55,8 @@ bool isApplianceName(const std::string& name)
 bool isApplianceFolder(const fs::path& folder)
 {
     if (!isApplianceName(folder.filename().string())) return false;
-    static const std::set<std::string> PARTS = {"annotations", "dev", "gate", "images", "owners", "work"};
+    static const std::set<std::string> PARTS = {"annotations", "dev", "gate",    "images",
+                                                "owners",      "qsd", "volumes", "work"};
     std::error_code error;
     if (!fs::is_directory(fs::symlink_status(folder, error))) return false;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
@@ -180,8 +181,13 @@ void CInventory::collectFolders()
     if (unlisted.empty()) return;
     m_database.settle();
     for (const fs::path& folder : unlisted) {
+        const std::string name = folder.filename().string();
+        if (isListed(name)) continue;
+        for (const SEngineKind& kind : engineKinds()) {
+            m_store.makeEngine(name, std::string(kind.name))->stop();
+        }
         std::error_code ignored;  // the next one tries again
-        if (!isListed(folder.filename().string())) fs::remove_all(folder, ignored);
+        fs::remove_all(folder, ignored);
     }
 }
 

@@ -50,6 +50,24 @@ void checkRange(const SLun& lun, uint64_t offset, uint64_t length)
     }
 }
 
+uint64_t writeFrom(const CLunData::Source& source, int file, uint64_t offset, uint64_t length, const fs::path& data)
+{
+    uint64_t done = 0;
+    while (done < length) {
+        const std::string_view bytes = source(length - done);
+        if (bytes.empty()) break;
+        writeAt(file, bytes.substr(0, length - done), offset + done, data);
+        done += std::min<uint64_t>(bytes.size(), length - done);
+    }
+    return done;
+}
+
+void dropWork(const fs::path& left)
+{
+    std::error_code ignored;  // the next one tries again
+    fs::remove_all(left, ignored);
+}
+
 }  // namespace
 
 SVolume volumeOf(const SLun& lun)
@@ -95,7 +113,7 @@ SLun CLunData::create(const std::string& groupName, const std::string& name, std
     lun.serial = newSerial();
     lun.size = chooseSize(size, file);
     lun.group = groupName;
-    const CWorkFolder folder(home, EArea::WORK);
+    const CWorkFolder folder(home, EArea::WORK, dropWork);
     m_engine->makeData(volumeOf(lun), file, folder.path());
     {
         const base::CFileDescriptor alone = lockLuns(home);
@@ -127,12 +145,8 @@ void CLunData::remove(const std::string& name)
 
 void CLunData::collect()
 {
-    const auto drop = [](const fs::path& left) {
-        std::error_code ignored;  // the next one tries again
-        fs::remove_all(left, ignored);
-    };
     const fs::path home = m_store.layout().appliance(m_appliance.name);
-    collectLeftovers(home, EArea::WORK, {[](const std::string&) { return false; }, [] {}, drop});
+    collectLeftovers(home, EArea::WORK, {[](const std::string&) { return false; }, [] {}, dropWork});
     if (!m_engine->hasStrayData(listed())) return;
     m_store.database().settle();
     m_engine->dropStrayData(listed());
@@ -155,15 +169,17 @@ uint64_t CLunData::write(const SLun& lun, uint64_t offset, uint64_t length, cons
     attach({lun});
     const CGate gate(m_store.layout().gate(m_appliance.name, group.id));
     const base::CFileDescriptor file = openFile(data, O_RDWR);
-    uint64_t done = 0;
-    while (done < length) {
-        const std::string_view bytes = source(length - done);
-        if (bytes.empty()) break;
-        writeAt(file.get(), bytes.substr(0, length - done), offset + done, data);
-        done += std::min<uint64_t>(bytes.size(), length - done);
-    }
+    const uint64_t done = writeFrom(source, file.get(), offset, length, data);
     syncFile(file.get(), data);
     return done;
+}
+
+uint64_t CLunData::writeUngated(const SLun& lun, uint64_t offset, uint64_t length, const Source& source)
+{
+    checkRange(lun, offset, length);
+    const fs::path data = path(lun);
+    attach({lun});
+    return writeFrom(source, openFile(data, O_RDWR).get(), offset, length, data);
 }
 
 void CLunData::read(const SLun& lun, uint64_t offset, uint64_t length,

@@ -41,6 +41,9 @@ class CLunData
     /// storage and opens the gate. So an annotation holds all of one write or nothing of it. Returns the bytes written.
     /// Status malformed when the range is not inside the LUN; nothing is written then.
     uint64_t write(const SLun& lun, uint64_t offset, uint64_t length, const Source& source);
+    /// The same with the gate left alone and without waiting for stable storage, as any program writes that opens the
+    /// LUN by itself.
+    uint64_t writeUngated(const SLun& lun, uint64_t offset, uint64_t length, const Source& source);
     /// Passes the bytes of the range to `sink` in order. Status malformed when the range is not inside the LUN.
     void read(const SLun& lun, uint64_t offset, uint64_t length, const std::function<void(std::string_view)>& sink);
 

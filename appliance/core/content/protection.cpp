@@ -36,7 +36,8 @@ void CProtection::createAnnotation(const SAppliance& appliance, const std::strin
     if (luns.empty()) {
         throw EApplianceError(EStatus::MISSING, "a LUN to protect does not exist " + inGroup(group), EObject::LUN);
     }
-    CWorkFolder folder(m_store.layout().appliance(appliance.name), EArea::ANNOTATIONS);
+    CWorkFolder folder(m_store.layout().appliance(appliance.name), EArea::ANNOTATIONS,
+                       [this](const fs::path& left) { m_engine.dropContent(left); });
     m_engine.fixContent(volumesOf(luns), m_store.layout().gate(appliance.name, group.id), folder.path());
 
     CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
@@ -75,7 +76,7 @@ void CProtection::createTimeImage(const SAppliance& appliance, const STimeImageR
     collect(appliance, EArea::IMAGES);
     const std::vector<SLun> luns = m_catalog.annotationLuns(annotation);
     const fs::path home = m_store.layout().appliance(appliance.name);
-    CWorkFolder folder(home, EArea::IMAGES);
+    CWorkFolder folder(home, EArea::IMAGES, [this](const fs::path& left) { m_engine.dropImage(left); });
     try {
         m_engine.makeImage(volumesOf(luns), areaFolder(home, EArea::ANNOTATIONS) / annotation.folder, folder.path());
     } catch (const EApplianceError&) {

@@ -49,6 +49,10 @@ class CBaseStorageEngine
     /// next attach() starts it again.
     virtual void stop() {}
 
+    /// Starts what runs for the appliance, and again whenever it ends, until stop() is called by another process; true
+    /// then, or when another process keeps it already. False: nothing runs for it.
+    virtual bool keep() { return false; }
+
     /// Makes the data of a LUN to be in `work`, an empty folder: zeros, or what begins with the content of `file`.
     virtual void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
                           const std::filesystem::path& work) = 0;

@@ -5,6 +5,7 @@
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/engines/files_engine.h"
+#include "appliance/core/engines/qsd/qsd_engine.h"
 #include "appliance/core/files/key_values.h"
 
 namespace lumora {
@@ -36,6 +37,10 @@ const std::vector<SEngineKind>& engineKinds()
         {"files", "plain files, which share blocks where the file system can",
          [](const SEngineSetup& /*setup*/, const SApplianceHome& home) -> std::unique_ptr<CBaseStorageEngine> {
              return std::make_unique<CFilesEngine>(home.folder);
+         }},
+        {"qsd", "layers of qcow2 files behind a storage daemon, which fixes them for any writer",
+         [](const SEngineSetup& setup, const SApplianceHome& home) -> std::unique_ptr<CBaseStorageEngine> {
+             return std::make_unique<CQsdEngine>(setup.store, home.folder, *setup.catalog);
          }},
     };
     return kinds;

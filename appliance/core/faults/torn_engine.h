@@ -16,6 +16,7 @@ class CTornEngine : public CBaseStorageEngine
 
     void prepare() override { m_engine.prepare(); }
     void stop() override { m_engine.stop(); }
+    bool keep() override { return m_engine.keep(); }
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
                   const std::filesystem::path& work) override
     {

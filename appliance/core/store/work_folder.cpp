@@ -57,7 +57,8 @@ fs::path areaFolder(const fs::path& appliance, EArea area)
     return appliance / "work";
 }
 
-CWorkFolder::CWorkFolder(const fs::path& appliance, EArea area) : m_owners(openOwners(appliance))
+CWorkFolder::CWorkFolder(const fs::path& appliance, EArea area, Drop drop)
+    : m_drop(std::move(drop)), m_owners(openOwners(appliance))
 {
     for (;;) {
         const uint64_t number = randomNumber() >> 4U;
@@ -72,9 +73,11 @@ CWorkFolder::CWorkFolder(const fs::path& appliance, EArea area) : m_owners(openO
 
 CWorkFolder::~CWorkFolder()
 {
-    if (!m_kept) {
-        std::error_code ignored;
-        fs::remove_all(m_path, ignored);
+    if (m_kept) return;
+    try {
+        m_drop(m_path);
+    } catch (const std::exception&) {
+        return;  // the collector meets it again
     }
 }
 

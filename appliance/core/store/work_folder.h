@@ -20,13 +20,16 @@ enum class EArea : uint8_t
 std::filesystem::path areaFolder(const std::filesystem::path& appliance, EArea area);
 
 /// A uniquely named folder that is being filled. As long as this object lives, the folder has a living owner and no
-/// collector touches it. Unless keep() was called, the end of the object removes the folder; a killed process leaves
-/// it to the collector.
+/// collector touches it. Unless keep() was called, the end of the object drops the folder; a killed process, or a drop
+/// that fails, leaves it to the collector.
 class CWorkFolder
 {
   public:
-    /// `appliance` is the appliance's folder. Status storage on failure.
-    CWorkFolder(const std::filesystem::path& appliance, EArea area);
+    using Drop = std::function<void(const std::filesystem::path& folder)>;
+
+    /// `appliance` is the appliance's folder; `drop` removes the folder and what was made for it. Status storage on
+    /// failure.
+    CWorkFolder(const std::filesystem::path& appliance, EArea area, Drop drop);
     ~CWorkFolder();
     CWorkFolder(const CWorkFolder&) = delete;
     CWorkFolder& operator=(const CWorkFolder&) = delete;
@@ -39,6 +42,7 @@ class CWorkFolder
     void keep() noexcept { m_kept = true; }
 
   private:
+    const Drop m_drop;
     base::CFileDescriptor m_owners;
     std::string m_id;
     std::filesystem::path m_path;

@@ -1,0 +1,149 @@
+#include "appliance/core/engines/qsd/block_graph.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+using Json = CQmpClient::Json;
+
+std::string layerNode(int64_t volume, int64_t file)
+{
+    return "v" + std::to_string(volume) + "." + std::to_string(file);
+}
+
+std::string imageNode(const SLayeredImage& image)
+{
+    return "i" + image.image + "." + std::to_string(image.volume);
+}
+
+Json fileNode(const fs::path& file)
+{
+    return {{"driver", "file"}, {"filename", file.string()}};
+}
+
+}  // namespace
+
+fs::path CBlockGraph::layerFile(const fs::path& appliance, int64_t volume, int64_t file)
+{
+    return appliance / "volumes" / (std::to_string(volume) + "." + std::to_string(file));
+}
+
+fs::path CBlockGraph::imageFile(const fs::path& appliance, const SLayeredImage& image)
+{
+    return appliance / "images" / image.image / std::to_string(image.volume);
+}
+
+std::string CBlockGraph::exportName(int64_t volume)
+{
+    return "v" + std::to_string(volume);
+}
+
+std::string CBlockGraph::exportName(const SLayeredImage& image)
+{
+    return imageNode(image);
+}
+
+std::set<std::string> CBlockGraph::exports()
+{
+    std::set<std::string> names;
+    for (const Json& each : m_monitor.execute("query-block-exports")) {
+        names.insert(each.value("id", ""));
+    }
+    return names;
+}
+
+// The format is always said: a layer that a crash cut short would be taken for raw data otherwise.
+Json CBlockGraph::chainOf(const SLayeredVolume& volume) const
+{
+    Json node;
+    for (const SLayer& layer : volume.layers) {
+        Json above = {{"driver", "qcow2"},
+                      {"node-name", layerNode(volume.id, layer.file)},
+                      {"discard", "unmap"},
+                      {"file", fileNode(layerFile(m_appliance, volume.id, layer.file))},
+                      {"backing", std::move(node)}};
+        node = std::move(above);
+    }
+    return node;
+}
+
+void CBlockGraph::openVolume(const SLayeredVolume& volume)
+{
+    m_monitor.execute("blockdev-add", chainOf(volume));
+    addExport(exportName(volume.id), layerNode(volume.id, volume.active().file));
+}
+
+void CBlockGraph::openImage(const SLayeredImage& image, int64_t layerFile)
+{
+    m_monitor.execute("blockdev-add", {{"driver", "qcow2"},
+                                       {"node-name", imageNode(image)},
+                                       {"discard", "unmap"},
+                                       {"file", fileNode(imageFile(m_appliance, image))},
+                                       {"backing", layerNode(image.volume, layerFile)}});
+    addExport(exportName(image), imageNode(image));
+}
+
+void CBlockGraph::addExport(const std::string& name, const std::string& node)
+{
+    m_monitor.execute("block-export-add", {{"type", "nbd"},
+                                           {"id", name},
+                                           {"node-name", node},
+                                           {"name", name},
+                                           {"writable", true},
+                                           {"writethrough", true}});
+}
+
+void CBlockGraph::closeVolume(const SLayeredVolume& volume)
+{
+    close(exportName(volume.id), layerNode(volume.id, volume.active().file));
+}
+
+void CBlockGraph::closeImage(const SLayeredImage& image)
+{
+    close(exportName(image), imageNode(image));
+}
+
+void CBlockGraph::close(const std::string& name, const std::string& node)
+{
+    if (exports().count(name) != 0) {
+        m_monitor.execute("block-export-del", {{"id", name}, {"mode", "hard"}});
+        m_monitor.waitFor("BLOCK_EXPORT_DELETED", [&](const Json& data) { return data.value("id", "") == name; });
+    }
+    for (const Json& open : m_monitor.execute("query-named-block-nodes", {{"flat", true}})) {
+        if (open.value("node-name", "") == node) {
+            m_monitor.execute("blockdev-del", {{"node-name", node}});
+            return;
+        }
+    }
+}
+
+void CBlockGraph::beginLayers(const std::vector<SLayeredVolume>& volumes)
+{
+    Json actions = Json::array();
+    for (const SLayeredVolume& volume : volumes) {
+        actions.push_back({{"type", "blockdev-snapshot-sync"},
+                           {"data",
+                            {{"node-name", layerNode(volume.id, volume.active().file)},
+                             {"snapshot-file", layerFile(m_appliance, volume.id, volume.intended).string()},
+                             {"snapshot-node-name", layerNode(volume.id, volume.intended)},
+                             {"format", "qcow2"}}}});
+    }
+    m_monitor.execute("transaction", {{"actions", actions}});
+}
+
+void CBlockGraph::merge(const SLayeredVolume& volume, const SLayer& below, const SLayer& merged)
+{
+    const std::string job = "merge-" + exportName(volume.id);
+    m_monitor.execute("block-commit", {{"job-id", job},
+                                       {"device", layerNode(volume.id, volume.active().file)},
+                                       {"top-node", layerNode(volume.id, merged.file)},
+                                       {"base-node", layerNode(volume.id, below.file)}});
+    const Json ended =
+        m_monitor.waitFor("BLOCK_JOB_COMPLETED", [&](const Json& data) { return data.value("device", "") == job; });
+    if (ended.contains("error")) {
+        throw EApplianceError(EStatus::STORAGE, "cannot merge layers of volume " + std::to_string(volume.id) + ": " +
+                                                    ended.value("error", ""));
+    }
+}
+
+}  // namespace lumora

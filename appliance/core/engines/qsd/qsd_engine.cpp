@@ -1,0 +1,478 @@
+#include "appliance/core/engines/qsd/qsd_engine.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <set>
+#include <system_error>
+#include <thread>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/engines/qsd/nbd_mount.h"
+#include "appliance/core/engines/qsd/programs.h"
+#include "appliance/core/files/file_io.h"
+#include "appliance/core/files/gate.h"
+#include "base/process_stat.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+using Json = CQmpClient::Json;
+
+constexpr std::chrono::minutes PATIENCE{1};
+constexpr std::chrono::hours COPY_PATIENCE{24};
+constexpr std::chrono::milliseconds TRY_AGAIN{500};
+constexpr uint64_t SECTOR = 512;
+constexpr const char* BASE = "base";  // file of a LUN that is being made
+
+void syncNewFile(const fs::path& file)
+{
+    syncFile(openFile(file, O_RDONLY).get(), file);
+    syncFolder(file.parent_path());
+}
+
+void removeFile(const fs::path& file)
+{
+    if (::unlink(file.c_str()) != 0 && errno != ENOENT) throwStorage("remove", file.string(), errno);
+}
+
+// A layer without content on top of another file.
+void makeOverlay(const fs::path& file, const fs::path& below, const fs::path& log)
+{
+    removeFile(file);
+    runProgram({"qemu-img", "create", "-q", "-f", "qcow2", "-F", "qcow2", "-b", below.string(), file.string()}, log,
+               PATIENCE);
+    syncNewFile(file);
+}
+
+void dropFolder(const fs::path& folder)
+{
+    std::error_code error;
+    fs::remove_all(folder, error);
+    if (error) throwStorage("remove", folder.string(), error.value());
+}
+
+int64_t fileOf(const SLayeredVolume& volume, int64_t number)
+{
+    for (const SLayer& layer : volume.layers) {
+        if (layer.number == number) return layer.file;
+    }
+    throw EApplianceError(EStatus::UNUSABLE, "volume " + std::to_string(volume.id) + " has no layer " +
+                                                 std::to_string(number) + " any more");
+}
+
+}  // namespace
+
+CQsdEngine::CQsdEngine(fs::path store, fs::path home, base::CSqliteDatabase& catalog)
+    : m_store(std::move(store)),
+      m_home(std::move(home)),
+      m_daemon(m_home / "qsd"),
+      m_table(catalog, m_home.filename().string())
+{
+}
+
+void CQsdEngine::prepare()
+{
+    checkPrograms();
+    m_daemon.prepare();
+    makeFolder(volumesFolder());
+    m_table.prepare();
+}
+
+void CQsdEngine::stop()
+{
+    if (!m_daemon.isThere()) return;
+    const base::CFileDescriptor alone = m_daemon.lock();
+    std::error_code error;
+    for (fs::directory_iterator lun(m_home / "dev", error), end; !error && lun != end; lun.increment(error)) {
+        unmount(lun->path(), m_daemon.log());
+    }
+    for (fs::directory_iterator image(m_home / "images", error), end; !error && image != end; image.increment(error)) {
+        std::error_code none;
+        for (fs::directory_iterator lun(image->path() / "dev", none); !none && lun != end; lun.increment(none)) {
+            unmount(lun->path(), m_daemon.log());
+        }
+    }
+    m_daemon.markStopped();
+    m_daemon.end();
+}
+
+bool CQsdEngine::keep()
+{
+    const base::CFileDescriptor keeper = m_daemon.lockAsKeeper();
+    if (!keeper) return true;
+    while (m_daemon.isThere()) {
+        try {
+            const base::CFileDescriptor alone = m_daemon.lock();
+            if (m_daemon.isStopped()) return true;
+            makeReady();
+        } catch (const EApplianceError& error) {
+            // It may have been killed while it was started: whoever waits for it needs it all the same.
+            std::fprintf(stderr, "%s\n", error.what());
+            std::this_thread::sleep_for(TRY_AGAIN);
+            continue;
+        }
+        m_daemon.waitForEnd();
+    }
+    return true;
+}
+
+// Who keeps the daemon running when no service does: readers and writers wait while it is away, and no tool may come
+// by.
+void CQsdEngine::startKeeper()
+{
+    if (!m_daemon.lockAsKeeper()) return;
+    const fs::path program = base::thisProgram().parent_path() / "lmadm";
+    if (::access(program.c_str(), X_OK) != 0) return;
+    startProgram({program.string(), "--store", m_store.string(), "appliance", "keep", m_home.filename().string()},
+                 m_daemon.log());
+}
+
+void CQsdEngine::makeReady()
+{
+    if (m_daemon.isReady()) return;
+    m_daemon.end();
+    for (const SLayeredVolume& volume : m_table.volumes()) {
+        if (volume.intended != 0) rollForward(volume);
+    }
+    m_daemon.start();
+    openAll();
+    m_daemon.markReady();
+}
+
+// The daemon may have begun the layer and taken writes to it, or not have got so far: then the layer is begun now.
+// Either way the view of the layer below stays what it was when the daemon was told.
+void CQsdEngine::rollForward(const SLayeredVolume& volume)
+{
+    const fs::path file = layerFile(volume.id, volume.intended);
+    const fs::path below = layerFile(volume.id, volume.active().file);
+    const fs::path told = m_home / "qsd/info";
+    removeFile(told);
+    bool isBegun = false;
+    try {
+        runProgram({"qemu-img", "info", "-f", "qcow2", "--output=json", file.string()}, told, PATIENCE);
+        const Json info = Json::parse(readSmallFile(told, size_t{1} << 20U), nullptr, false);
+        isBegun = info.is_object() && info.value("full-backing-filename", "") == below.string();
+    } catch (const EApplianceError&) {
+        isBegun = false;  // not there, or not whole
+    }
+    if (!isBegun) makeOverlay(file, below, m_daemon.log());
+    m_table.fulfil({volume});
+}
+
+void CQsdEngine::openAll()
+{
+    CQmpClient monitor = m_daemon.connect();
+    CBlockGraph graph(monitor, m_home);
+    std::map<std::pair<int64_t, int64_t>, int64_t> files;  // of volume and layer
+    for (const SLayeredVolume& volume : m_table.volumes()) {
+        try {
+            graph.openVolume(volume);
+        } catch (const EQmpRefusal&) {
+            continue;  // one that is damaged keeps none of the others from being used; openMissing() says what it has
+        }
+        for (const SLayer& layer : volume.layers) {
+            files[{volume.id, layer.number}] = layer.file;
+        }
+    }
+    for (const SLayeredImage& image : m_table.images()) {
+        const auto file = files.find({image.volume, image.layer});
+        if (file == files.end()) continue;
+        try {
+            graph.openImage(image, file->second);
+        } catch (const EQmpRefusal&) {
+            continue;
+        }
+    }
+}
+
+CQmpClient CQsdEngine::connect()
+{
+    makeReady();
+    try {
+        return m_daemon.connect();
+    } catch (const EApplianceError&) {
+        if (m_daemon.isReady()) throw;  // it lives, and does not answer
+    }
+    makeReady();
+    return m_daemon.connect();
+}
+
+void CQsdEngine::change(const std::function<void(CBlockGraph& graph)>& step)
+{
+    CQmpClient monitor = connect();
+    CBlockGraph graph(monitor, m_home);
+    m_daemon.markUnready();
+    try {
+        step(graph);
+    } catch (const EQmpRefusal&) {
+        m_daemon.markReady();  // what it refuses it has not begun
+        throw;
+    }
+    m_daemon.markReady();
+}
+
+// Volumes that were listed since the daemon was started.
+void CQsdEngine::openMissing(CBlockGraph& graph, const std::vector<SVolume>& volumes)
+{
+    const std::set<std::string> open = graph.exports();
+    for (const SVolume& volume : volumes) {
+        if (open.count(CBlockGraph::exportName(volume.id)) == 0) graph.openVolume(m_table.volume(volume.id));
+    }
+}
+
+void CQsdEngine::makeData(const SVolume& volume, const std::optional<fs::path>& file, const fs::path& work)
+{
+    const fs::path data = work / BASE;
+    const std::string size = std::to_string(volume.size);
+    if (volume.size % SECTOR != 0) {
+        throw EApplianceError(EStatus::MALFORMED, "LUN " + inQuotes(volume.name) + " of " + size +
+                                                      " bytes is not made of whole sectors of " +
+                                                      std::to_string(SECTOR) + " bytes");
+    }
+    if (file) {
+        const fs::path content = fs::absolute(*file);
+        runProgram({"qemu-img", "convert", "-q", "-f", "raw", "-O", "qcow2", content.string(), data.string()},
+                   m_daemon.log(), COPY_PATIENCE);
+        runProgram({"qemu-img", "resize", "-q", "-f", "qcow2", data.string(), size}, m_daemon.log(), PATIENCE);
+    } else {
+        runProgram({"qemu-img", "create", "-q", "-f", "qcow2", data.string(), size}, m_daemon.log(), PATIENCE);
+    }
+    syncNewFile(data);
+}
+
+void CQsdEngine::publishData(const SVolume& volume, const fs::path& work)
+{
+    m_table.insertVolume(volume.id);
+    const fs::path data = layerFile(volume.id, 0);
+    if (::rename((work / BASE).c_str(), data.c_str()) != 0) throwStorage("create", data.string(), errno);
+    syncFolder(volumesFolder());
+}
+
+void CQsdEngine::dropData(const SVolume& volume)
+{
+    const base::CFileDescriptor alone = m_daemon.lock();
+    unmount(m_home / "dev" / volume.name, m_daemon.log());
+    removeVolume(volume.id);
+}
+
+void CQsdEngine::removeVolume(int64_t id)
+{
+    const SLayeredVolume volume = m_table.volume(id);
+    change([&](CBlockGraph& graph) { graph.closeVolume(volume); });
+    m_table.removeVolume(id);
+    for (const SLayer& layer : volume.layers) {
+        removeFile(layerFile(id, layer.file));
+    }
+}
+
+bool CQsdEngine::hasStrayData(const std::vector<SVolume>& listed)
+{
+    return !strayVolumes(listed).empty() || !strayFiles(listed).empty();
+}
+
+void CQsdEngine::dropStrayData(const std::vector<SVolume>& listed)
+{
+    const base::CFileDescriptor alone = m_daemon.lock();
+    for (const int64_t id : strayVolumes(listed)) {
+        removeVolume(id);
+    }
+    for (const fs::path& file : strayFiles(listed)) {
+        if (file.parent_path() == m_home / "dev") {
+            unmount(file, m_daemon.log());
+        } else {
+            removeFile(file);
+        }
+    }
+}
+
+std::vector<int64_t> CQsdEngine::strayVolumes(const std::vector<SVolume>& listed)
+{
+    std::vector<int64_t> stray;
+    for (const SLayeredVolume& volume : m_table.volumes()) {
+        const bool isListed =
+            std::any_of(listed.begin(), listed.end(), [&](const SVolume& each) { return each.id == volume.id; });
+        if (!isListed) stray.push_back(volume.id);
+    }
+    return stray;
+}
+
+// Files of volumes that the tables do not know, and files that mounts of LUNs were over which are no more.
+std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
+{
+    std::set<std::string> names;
+    for (const SVolume& volume : listed) {
+        names.insert(volume.name);
+    }
+    std::vector<fs::path> stray;
+    std::error_code error;
+    for (fs::directory_iterator entry(m_home / "dev", error), end; !error && entry != end; entry.increment(error)) {
+        if (names.count(entry->path().filename().string()) == 0) stray.push_back(entry->path());
+    }
+    std::set<fs::path> known;
+    for (const SLayeredVolume& volume : m_table.volumes()) {
+        for (const SLayer& layer : volume.layers) {
+            known.insert(layerFile(volume.id, layer.file));
+        }
+        if (volume.intended != 0) known.insert(layerFile(volume.id, volume.intended));
+    }
+    for (fs::directory_iterator entry(volumesFolder(), error), end; !error && entry != end; entry.increment(error)) {
+        if (known.count(entry->path()) == 0) stray.push_back(entry->path());
+    }
+    return stray;
+}
+
+void CQsdEngine::fixContent(const std::vector<SVolume>& volumes, const fs::path& gate, const fs::path& content)
+{
+    const std::string id = content.filename().string();
+    const base::CFileDescriptor alone = m_daemon.lock();
+    bool isIntended = false;
+    try {
+        change([&](CBlockGraph& graph) {
+            openMissing(graph, volumes);
+            const std::vector<SLayeredVolume> intended = m_table.intend(id, volumes);
+            isIntended = true;
+            const CGate closed(gate);
+            beginLayers(graph, id, intended);
+        });
+    } catch (const EQmpRefusal&) {
+        throw;
+    } catch (const EApplianceError&) {
+        if (!isIntended) throw;
+        // The daemon ended over it. Its successor brings all volumes to the layers that were intended: at the instant
+        // at which the last one took no more writes, or at the one at which it had begun them.
+        makeReady();
+    }
+}
+
+void CQsdEngine::beginLayers(CBlockGraph& graph, const std::string& content, const std::vector<SLayeredVolume>& volumes)
+{
+    try {
+        graph.beginLayers(volumes);
+    } catch (const EQmpRefusal&) {
+        m_table.takeBack(content, volumes);
+        throw;
+    }
+    syncFolder(volumesFolder());
+    m_table.fulfil(volumes);
+}
+
+void CQsdEngine::makeImage(const std::vector<SVolume>& volumes, const fs::path& content, const fs::path& image)
+{
+    const std::string id = image.filename().string();
+    const base::CFileDescriptor alone = m_daemon.lock();
+    const std::map<int64_t, int64_t> layers = m_table.content(content.filename().string());
+    std::vector<SLayeredImage> made;
+    std::vector<int64_t> files;
+    for (const SVolume& volume : volumes) {
+        const auto layer = layers.find(volume.id);
+        if (layer == layers.end()) throwStorage("read", (content / volume.name).string(), ENOENT);
+        made.push_back({id, volume.id, layer->second});
+        files.push_back(fileOf(m_table.volume(volume.id), layer->second));
+        makeOverlay(CBlockGraph::imageFile(m_home, made.back()), layerFile(volume.id, files.back()), m_daemon.log());
+    }
+    m_table.insertImage(made);
+    change([&](CBlockGraph& graph) {
+        openMissing(graph, volumes);
+        for (size_t i = 0; i < made.size(); ++i) {
+            graph.openImage(made[i], files[i]);
+        }
+    });
+    syncFolder(image.parent_path());
+}
+
+void CQsdEngine::dropContent(const fs::path& content)
+{
+    const std::string id = content.filename().string();
+    const base::CFileDescriptor alone = m_daemon.lock();
+    const std::map<int64_t, int64_t> layers = m_table.content(id);
+    if (!layers.empty()) m_table.removeContent(id);
+    for (const auto& [volume, layer] : layers) {
+        mergeUnneeded(volume);
+    }
+    dropFolder(content);
+}
+
+// The view of a layer that nobody needs goes as the layer above is merged into its file. Nothing is merged into what is
+// written to: of a layer that is active now, the next checkpoint makes one that can be merged.
+void CQsdEngine::mergeUnneeded(int64_t id)
+{
+    for (size_t i = 0;;) {
+        const SLayeredVolume volume = m_table.volume(id);
+        if (i + 2 >= volume.layers.size()) return;
+        const SLayer below = volume.layers[i];
+        const SLayer merged = volume.layers[i + 1];
+        if (m_table.isNeeded(id, below.number)) {
+            ++i;
+            continue;
+        }
+        change([&](CBlockGraph& graph) {
+            openMissing(graph, {{id, "", 0}});
+            graph.merge(volume, below, merged);
+            m_table.noteMerge(id, below, merged);
+        });
+        removeFile(layerFile(id, merged.file));
+    }
+}
+
+void CQsdEngine::dropImage(const fs::path& image)
+{
+    const std::string id = image.filename().string();
+    const base::CFileDescriptor alone = m_daemon.lock();
+    std::error_code error;
+    for (fs::directory_iterator lun(image / "dev", error), end; !error && lun != end; lun.increment(error)) {
+        unmount(lun->path(), m_daemon.log());
+    }
+    const std::vector<SLayeredImage> volumes = m_table.image(id);
+    if (!volumes.empty()) {
+        change([&](CBlockGraph& graph) {
+            for (const SLayeredImage& volume : volumes) {
+                graph.closeImage(volume);
+            }
+        });
+        m_table.removeImage(id);
+    }
+    dropFolder(image);
+}
+
+void CQsdEngine::attach(const std::vector<SDevice>& devices)
+{
+    const auto isDone = [this](const SDevice& device) { return isAttached(device); };
+    if (m_daemon.isReady() && std::all_of(devices.begin(), devices.end(), isDone)) return;
+    const base::CFileDescriptor alone = m_daemon.lock();
+    CQmpClient monitor = connect();
+    const std::set<std::string> open = CBlockGraph(monitor, m_home).exports();
+    std::vector<SVolume> missing;
+    std::vector<SNbdMount> mounts;
+    for (const SDevice& device : devices) {
+        if (isAttached(device)) continue;
+        const std::string name = device.image.empty() ? CBlockGraph::exportName(device.volume.id)
+                                                      : CBlockGraph::exportName({device.image, device.volume.id, 0});
+        if (open.count(name) == 0) {
+            if (!device.image.empty()) continue;  // deleted meanwhile
+            missing.push_back(device.volume);
+        }
+        mounts.push_back({device.path, m_daemon.exports(), name, device.volume.size});
+    }
+    if (!missing.empty()) {
+        m_daemon.markUnready();
+        CBlockGraph graph(monitor, m_home);
+        for (const SVolume& volume : missing) {
+            graph.openVolume(m_table.volume(volume.id));
+        }
+        m_daemon.markReady();
+    }
+    mountAll(mounts, m_daemon.log());
+    startKeeper();
+}
+
+bool CQsdEngine::isAttached(const SDevice& device) const
+{
+    return isMounted(device.path, device.volume.size);
+}
+
+}  // namespace lumora

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <functional>
+
+#include "appliance/core/engines/engine.h"
+#include "appliance/core/engines/qsd/block_graph.h"
+#include "appliance/core/engines/qsd/layer_table.h"
+#include "appliance/core/engines/qsd/storage_daemon.h"
+
+namespace lumora {
+
+/// Content as qcow2 layers behind a storage daemon, which fixes all LUNs of a group at one instant for any writer. What
+/// a host sees is a file that is mounted over the daemon's export.
+///
+/// The catalog says which layers there are before the daemon is told (CLayerTable); whoever finds the daemon dead, or
+/// unfinished, starts it anew and brings every volume to what the catalog says. Layers that no content and no image
+/// shows are merged as soon as the content is dropped.
+class CQsdEngine : public CBaseStorageEngine
+{
+  public:
+    /// `store` is the root of the store, `home` the appliance's folder in it, `catalog` the store's database, which
+    /// outlives the engine.
+    CQsdEngine(std::filesystem::path store, std::filesystem::path home, base::CSqliteDatabase& catalog);
+
+    void prepare() override;
+    void stop() override;
+    bool keep() override;
+    void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
+                  const std::filesystem::path& work) override;
+    void publishData(const SVolume& volume, const std::filesystem::path& work) override;
+    void dropData(const SVolume& volume) override;
+    bool hasStrayData(const std::vector<SVolume>& listed) override;
+    void dropStrayData(const std::vector<SVolume>& listed) override;
+    void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,
+                    const std::filesystem::path& content) override;
+    void makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,
+                   const std::filesystem::path& image) override;
+    void dropContent(const std::filesystem::path& content) override;
+    void dropImage(const std::filesystem::path& image) override;
+    void attach(const std::vector<SDevice>& devices) override;
+    bool isAttached(const SDevice& device) const override;
+
+  private:
+    // All of these in the hands of whoever has the daemon's lock.
+    void makeReady();
+    void rollForward(const SLayeredVolume& volume);
+    void openAll();
+    // What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
+    void change(const std::function<void(CBlockGraph& graph)>& step);
+    CQmpClient connect();
+    void openMissing(CBlockGraph& graph, const std::vector<SVolume>& volumes);
+    void beginLayers(CBlockGraph& graph, const std::string& content, const std::vector<SLayeredVolume>& volumes);
+    void mergeUnneeded(int64_t volume);
+    void removeVolume(int64_t id);
+
+    std::vector<int64_t> strayVolumes(const std::vector<SVolume>& listed);
+    std::vector<std::filesystem::path> strayFiles(const std::vector<SVolume>& listed);
+    std::filesystem::path volumesFolder() const { return m_home / "volumes"; }
+    std::filesystem::path layerFile(int64_t volume, int64_t file) const
+    {
+        return CBlockGraph::layerFile(m_home, volume, file);
+    }
+
+    void startKeeper();
+
+    const std::filesystem::path m_store;
+    const std::filesystem::path m_home;
+    const CStorageDaemon m_daemon;
+    CLayerTable m_table;
+};
+
+}  // namespace lumora
