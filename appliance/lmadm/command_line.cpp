@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 #include "appliance/core/faults/fault_kinds.h"
 #include "appliance/lmadm/commands.h"
 

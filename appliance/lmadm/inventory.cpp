@@ -3,7 +3,7 @@
 #include "appliance/core/catalog/catalog.h"
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 #include "appliance/lmadm/commands.h"
 #include "appliance/lmadm/session.h"
 

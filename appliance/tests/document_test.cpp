@@ -4,7 +4,7 @@
 
 #include <sstream>
 
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 #include "appliance/core/faults/fault_kinds.h"
 #include "appliance/core/shell/command_table.h"
 #include "appliance/tests/test_support.h"

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 #include "appliance/tests/test_support.h"
 #include "base/sqlite.h"
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 #include "appliance/core/store/database.h"
 #include "appliance/core/store/layout.h"
 

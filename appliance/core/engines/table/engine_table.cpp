@@ -1,4 +1,4 @@
-#include "appliance/core/engines/engine_table.h"
+#include "appliance/core/engines/table/engine_table.h"
 
 #include <algorithm>
 #include <system_error>
