@@ -42,8 +42,8 @@ class CCephCluster
     /// The settings, for a library that makes a connection of its own with them.
     rados_config_t settings() noexcept { return ::rados_cct(m_handle); }
 
-    /// Shuts a client out: nothing that it has sent and that is not written yet will be written, from this call's
-    /// return on and for an hour. For clients that are known to be dead.
+    /// Shuts a client out for an hour: of what it has sent and what it sends, nothing is done behind anything that this
+    /// object's client, or one that connects later, asks for. For clients that are known to be dead.
     void blocklist(const std::string& address);
 
   private:
