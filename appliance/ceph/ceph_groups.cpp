@@ -2,6 +2,8 @@
 
 #include <rbd/librbd.h>
 
+#include <algorithm>
+
 #include "appliance/ceph/ceph_error.h"
 #include "appliance/ceph/ceph_id.h"
 #include "appliance/ceph/ceph_images.h"
@@ -55,6 +57,7 @@ std::vector<std::string> CCephGroups::members(const std::string& group) const
         },
         "list the members of", groupInWords(group, m_pool.name()));
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const rbd_group_image_info_t& image : found) {
         names.emplace_back(image.name);
     }
@@ -74,10 +77,9 @@ void CCephGroups::dropContent(const std::string& group, const std::string& conte
     const std::string object = contentInWords(content, group, m_pool.name());
     const std::vector<std::string> volumes = members(group);
     for (const std::string& name : CCephImages(m_pool).names()) {
-        for (const std::string& volume : volumes) {
-            if (isImportOf(name, content, volume))
-                refuseNeeded("drop", object, "image " + inQuotes(name) + " shows it");
-        }
+        const bool shows = std::any_of(volumes.begin(), volumes.end(),
+                                       [&](const std::string& volume) { return isImportOf(name, content, volume); });
+        if (shows) refuseNeeded("drop", object, "image " + inQuotes(name) + " shows it");
     }
     checkCeph(::rbd_group_snap_remove(m_pool.handle(), group.c_str(), content.c_str()), "drop", object);
 }
@@ -90,6 +92,7 @@ std::vector<SGroupContent> CCephGroups::contents(const std::string& group) const
         },
         "list the content of", groupInWords(group, m_pool.name()));
     std::vector<SGroupContent> contents;
+    contents.reserve(found.size());
     for (const rbd_group_snap_info_t& snapshot : found) {
         contents.push_back({snapshot.name, snapshot.state == RBD_GROUP_SNAP_STATE_COMPLETE});
     }

@@ -57,6 +57,7 @@ std::vector<std::string> CCephImages::names() const
         [this](rbd_image_spec_t* images, size_t* count) { return ::rbd_list2(m_pool.handle(), images, count); },
         "list the images of", "pool " + inQuotes(m_pool.name()));
     std::vector<std::string> names;
+    names.reserve(found.size());
     for (const rbd_image_spec_t& image : found) {
         names.emplace_back(image.name);
     }
@@ -73,6 +74,7 @@ std::vector<std::string> CCephImages::attachedBy(const std::string& image) const
         },
         "list the clients of", open.inWords());
     std::vector<std::string> addresses;
+    addresses.reserve(watchers.size());
     for (const rbd_image_watcher_t& watcher : watchers) {
         addresses.emplace_back(watcher.addr);
     }

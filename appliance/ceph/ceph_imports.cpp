@@ -26,8 +26,8 @@ struct SSnapshotsEnd
 bool isOfContent(rbd_image_t image, uint64_t snapshot, const std::string& group, const std::string& content)
 {
     rbd_snap_namespace_type_t type = RBD_SNAP_NAMESPACE_TYPE_USER;
-    if (::rbd_snap_get_namespace_type(image, snapshot, &type) < 0 || type != RBD_SNAP_NAMESPACE_TYPE_GROUP)
-        return false;
+    const int code = ::rbd_snap_get_namespace_type(image, snapshot, &type);
+    if (code < 0 || type != RBD_SNAP_NAMESPACE_TYPE_GROUP) return false;
     rbd_snap_group_namespace_t owner{};
     if (::rbd_snap_get_group_namespace(image, snapshot, &owner, sizeof(owner)) < 0) return false;
     const bool isIt = group == owner.group_name && content == owner.group_snap_name;
@@ -61,7 +61,7 @@ std::optional<uint64_t> snapshotOf(const CCephPool& pool, const std::string& gro
 std::string CCephImports::make(const std::string& group, const std::string& content, const std::string& tag,
                                const std::string& volume) const
 {
-    const std::string name = importName(content, tag, volume);
+    std::string name = importName(content, tag, volume);
     const std::string object = imageInWords(name, m_pool.name());
     const std::optional<uint64_t> snapshot = snapshotOf(m_pool, group, content, volume);
     if (!snapshot) {
