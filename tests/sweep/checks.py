@@ -1,5 +1,6 @@
 """What has to hold after a backup was disturbed, and after it was brought into order again."""
 import pathlib
+import re
 
 from sweep.site import error_of, need, wait_for
 
@@ -97,14 +98,20 @@ def check_nothing_on_appliances(site):
     need(not processes, f"processes are left: {processes}")
 
 
+# What an engine of the appliance runs for as long as devices are attached.
+OF_THE_APPLIANCE = re.compile(r"^(qemu-storage-daemon|nbdfuse|nbdkit|\S*lmadm --store \S+ appliance keep) ")
+
+
 def processes_of(site):
-    """Programs that were started for the site and still run."""
+    """Programs that were started for the site and still run, but for the appliance's own."""
     mark = str(site.folder).encode()
     found = []
     for process in pathlib.Path("/proc").glob("[0-9]*"):
         try:
             if mark in (process / "environ").read_bytes():
-                found.append((process / "cmdline").read_bytes().decode().replace("\0", " "))
+                command = (process / "cmdline").read_bytes().decode().replace("\0", " ")
+                if not OF_THE_APPLIANCE.match(command):
+                    found.append(command)
         except OSError:
             continue  # somebody else's, or gone meanwhile
     return found

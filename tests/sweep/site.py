@@ -38,8 +38,15 @@ def scratch_parent():
     return memory if "TMPDIR" not in os.environ and os.access(memory, os.W_OK | os.X_OK) else None
 
 
+def leave_sockets_out(folder, names):
+    return [name for name in names if (pathlib.Path(folder) / name).is_socket()]
+
+
 class Site:
     """Two appliances with a group each, and two hosts, below a scratch folder of their own."""
+
+    # What keeps the appliances' content: LMADM_ENGINE, as for lmadm itself.
+    ENGINE = os.environ.get("LMADM_ENGINE", "files")
 
     LUNS = {"data": ("alpha", "payroll"), "journal": ("alpha", "payroll"), "ledger": ("beta", "books")}
 
@@ -54,7 +61,7 @@ class Site:
         self.environment = {"PATH": "/usr/bin:/bin", "RES_OPTIONS": "timeout:1 attempts:1",
                             "TMPDIR": str(self.folder / "tmp"), "LMADM_STORE": str(self.folder / "store"),
                             "OPEN_AT_EXIT_PROGRAM": "fictl", "OPEN_AT_EXIT": str(self.folder / "reports/open"),
-                            **self.sanitizer_options()}
+                            "LMADM_ENGINE": self.ENGINE, **self.sanitizer_options()}
         for name in ("store", "tmp", "exchange", "reports", "production", "backup"):
             (self.folder / name).mkdir()
         try:
@@ -96,7 +103,24 @@ class Site:
             configuration.write_text(f"{text}{section}MAX_TIMEOUT={seconds}\n" if seconds else text)
 
     def remove(self):
+        self.stop_appliances()
         shutil.rmtree(self.folder)
+
+    def stop_appliances(self):
+        """Takes the devices back of an engine that keeps them as something else than files."""
+        if self.ENGINE == "files" or not (self.folder / "store/var").exists():
+            return
+        for entry in self.lmadm_json("appliance", "list")["appliances"]:
+            self.lmadm("appliance", "stop", entry["name"])
+
+    def start_appliances(self):
+        """Attaches the devices again."""
+        if self.ENGINE == "files":
+            return
+        for host in ("production", "backup"):
+            run = subprocess.run([self.bin / "kforutil", "discover"], capture_output=True, text=True, timeout=DEADLINE,
+                                 env=self.environment | {"OBZX_ROOT": str(self.folder / host)}, check=False)
+            need(run.returncode == 0, f"kforutil discover on {host}: {run.stderr}")
 
     def lmadm(self, *words):
         run = subprocess.run([self.bin / "lmadm", *words], env=self.environment, stdin=subprocess.DEVNULL,
@@ -110,13 +134,17 @@ class Site:
     def keep(self, folder):
         """Copies the whole site."""
         shutil.rmtree(folder, ignore_errors=True)
-        shutil.copytree(self.folder, folder, symlinks=True)
+        self.stop_appliances()
+        shutil.copytree(self.folder, folder, symlinks=True, ignore=leave_sockets_out)
+        self.start_appliances()
 
     def go_back(self, folder):
         """Makes the site what it was when `folder` was kept."""
+        self.stop_appliances()
         for entry in self.folder.iterdir():
             shutil.rmtree(entry)
         shutil.copytree(folder, self.folder, symlinks=True, dirs_exist_ok=True)
+        self.start_appliances()
 
     def start(self, host, words, tracer=(), **extra):
         """Starts fictl; LD_PRELOAD in `extra` names a library that is loaded too, `tracer` a program that starts it."""
