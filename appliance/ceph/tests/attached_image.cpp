@@ -16,7 +16,19 @@ CAttachedImage::~CAttachedImage()
 
 int CAttachedImage::write(std::string_view bytes) const
 {
-    const ssize_t count = ::rbd_write(m_image, 0, bytes.size(), bytes.data());
+    return writeAt(bytes, 0);
+}
+
+int CAttachedImage::writeSector(uint64_t number) const
+{
+    std::string bytes = std::to_string(number);
+    bytes.resize(SECTOR, ' ');
+    return writeAt(bytes, number * SECTOR);
+}
+
+int CAttachedImage::writeAt(std::string_view bytes, uint64_t offset) const
+{
+    const ssize_t count = ::rbd_write(m_image, offset, bytes.size(), bytes.data());
     return count < 0 ? static_cast<int>(count) : ::rbd_flush(m_image);
 }
 

@@ -1,10 +1,13 @@
-// A client of the cluster in a process of its own, for tests that kill it.
+// A client of the cluster in a process of its own, for tests that kill it. What it does:
 //
-//   ceph_client CONF USER CLIENTS add POOL DATABASE COUNT   commits COUNT rows, each in a transaction
-//   ceph_client CONF USER CLIENTS hold POOL DATABASE        adds a row, says "held", commits after a line, says
-//   "committed" ceph_client CONF USER CLIENTS write POOL IMAGE          writes to the image and says "written", again
-//   after each line
-#include <cstdio>
+//   ceph_client CONF USER CLIENTS add POOL DATABASE COUNT
+//       commits COUNT rows, each in a transaction
+//   ceph_client CONF USER CLIENTS hold POOL DATABASE
+//       adds a row, says "held", commits after a line, says "committed"
+//   ceph_client CONF USER CLIENTS write POOL IMAGE
+//       writes to the image and says "written", again after each line
+//   ceph_client CONF USER CLIENTS sequence POOL IMAGE
+//       for each line N, writes N to the sector N of the image and says "written"
 #include <exception>
 #include <iostream>
 #include <string>
@@ -50,6 +53,16 @@ void write(CCephCluster& cluster, const std::string& pool, const std::string& im
     } while (std::getline(std::cin, line));
 }
 
+void writeSequence(CCephCluster& cluster, const std::string& pool, const std::string& image)
+{
+    const CCephPool images(cluster, pool);
+    const CAttachedImage attached(images, image);
+    for (std::string line; std::getline(std::cin, line);) {
+        const int code = attached.writeSector(std::stoul(line));
+        std::cout << (code == 0 ? "written" : "error " + std::to_string(code)) << std::endl;
+    }
+}
+
 int run(const std::vector<std::string>& words)
 {
     CCephCluster cluster({words[0], words[1], words[2]});
@@ -57,6 +70,8 @@ int run(const std::vector<std::string>& words)
         add(cluster, {words[4], words[5]}, std::stoi(words[6]));
     } else if (words[3] == "hold") {
         hold(cluster, {words[4], words[5]});
+    } else if (words[3] == "sequence") {
+        writeSequence(cluster, words[4], words[5]);
     } else {
         write(cluster, words[4], words[5]);
     }

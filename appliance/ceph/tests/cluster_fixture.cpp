@@ -155,6 +155,11 @@ std::string CClusterTest::bytesOf(const std::string& image, size_t size) const
     return readFrom(open.handle(), size);
 }
 
+void runCluster(const std::string& command)
+{
+    runScript(command, CClusterOfRun::g_folder);
+}
+
 void expectRefusal(EStatus status, const std::string& text, const std::function<void()>& step)
 {
     try {

@@ -71,6 +71,9 @@ class CClusterTest : public testing::Test
     const SCatalogPlace m_catalog;
 };
 
+/// A command of script/cluster for the cluster of this run.
+void runCluster(const std::string& command);
+
 /// Expects a refusal with this status and text.
 void expectRefusal(EStatus status, const std::string& text, const std::function<void()>& step);
 
