@@ -71,7 +71,7 @@ CLI::App& addParent(CLI::App& app, const char* word, const char* description)
 void addApplianceCommands(CLI::App& app, const SOptions& options)
 {
     constexpr const char* NAME = "Name of the appliance";
-    CLI::App& parent = addParent(app, "appliance", "Create, list, show, stop and delete appliances");
+    CLI::App& parent = addParent(app, "appliance", "Create, list, show, move, stop and delete appliances");
     const auto [create, given] =
         add(parent, options, "create", "Create an appliance; makes the store when it is not there", createAppliance);
     create.add_option("name", given.name, NAME)->required();
@@ -81,6 +81,10 @@ void addApplianceCommands(CLI::App& app, const SOptions& options)
     addNamed(parent, options, "show", "Show an appliance with its hosts and groups", NAME, showAppliance);
     addNamed(parent, options, "delete", "Delete an appliance that has no groups and hosts any more", NAME,
              deleteAppliance);
+    const auto [migrate, moved] =
+        add(parent, options, "migrate", "Move the data of the LUNs to another engine", migrateAppliance);
+    migrate.add_option("name", moved.name, NAME)->required();
+    migrate.add_option("--engine", moved.engine, "What keeps it then: " + engineNames())->required();
     addNamed(parent, options, "stop", "Detach the devices from this host and end what runs for the appliance", NAME,
              stopAppliance);
     addNamed(parent, options, "keep", "Keep what runs for the appliance running, until it is stopped", NAME,

@@ -25,6 +25,13 @@ void deleteAppliance(const SOptions& options, const std::string& name);
 /// Takes the appliance's devices back from this host and ends what runs for it; nothing is lost. The next command that
 /// needs it starts it again.
 void stopAppliance(const SOptions& options, const std::string& name);
+struct SMigration
+{
+    std::string name;
+    std::string engine;
+};
+/// Moves the data of the appliance's LUNs to another engine; nobody may write to them meanwhile.
+void migrateAppliance(const SOptions& options, const SMigration& migration);
 /// Keeps what runs for the appliance running until it is stopped.
 void keepAppliance(const SOptions& options, const std::string& name);
 

@@ -1,6 +1,7 @@
 #include <nlohmann/json.hpp>
 
 #include "appliance/core/catalog/catalog.h"
+#include "appliance/core/content/migration.h"
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
 #include "appliance/core/engines/table/engine_table.h"
@@ -124,6 +125,13 @@ void stopAppliance(const SOptions& options, const std::string& name)
     const SAppliance appliance = session.inventory().appliance(name);
     session.store().makeEngine(appliance.name, appliance.engine)->stop();
     session.print({{"stopped", name}});
+}
+
+void migrateAppliance(const SOptions& options, const SMigration& given)
+{
+    CSession session(options);
+    migrateAppliance(session.store(), session.inventory().appliance(given.name), given.engine);
+    session.print({{"name", given.name}, {"engine", given.engine}});
 }
 
 void keepAppliance(const SOptions& options, const std::string& name)

@@ -160,6 +160,41 @@ TEST(Qsd, AnApplianceThatIsDeletedEndsItsDaemon)
     EXPECT_FALSE(fs::exists(folder));
 }
 
+TEST(Qsd, AnApplianceMovesFromFilesAndBackWithItsData)
+{
+    const CQsdStore store;
+    store.fill(store.lun("lun1"), 'a');
+    const Lines disks = store.kforutil("prod", "listdisk").out;
+    EXPECT_EQ(store.lmadm({"appliance", "migrate", "alpha", "--engine", "files"}).out,
+              Lines({"name: alpha", "engine: files"}));
+    EXPECT_EQ(store.kforutil("prod", "listdisk").out, disks);
+    EXPECT_EQ(store.filledWith(store.lun("lun1")), 'a');
+    EXPECT_EQ(store.layers(), 0U);
+    EXPECT_FALSE(fs::exists(store.home() / "qsd/pid"));
+    store.createAnnotation("A");
+    EXPECT_EQ(store.lmsh("delete annotation \"A\" \"cg1\"").status, 0);
+    store.fill(store.lun("lun1"), 'b');
+
+    EXPECT_EQ(store.lmadm({"appliance", "migrate", "alpha", "--engine", "qsd"}).status, 0);
+    EXPECT_EQ(store.kforutil("prod", "discover").status, 0);
+    EXPECT_EQ(store.kforutil("prod", "listdisk").out, disks);
+    EXPECT_EQ(store.filledWith(store.lun("lun1")), 'b');
+    store.createAnnotation("A");
+    store.showImage("T", "A");
+    EXPECT_EQ(store.filledWith(store.imageLun("T", "lun1")), 'b');
+}
+
+TEST(Qsd, AnApplianceWithAnnotationsStaysWithItsEngine)
+{
+    const CQsdStore store;
+    store.createAnnotation("A");
+    store.expectRefusal({"appliance", "migrate", "alpha", "--engine", "files"}, 5,
+                        "group \"cg1\" still has 1 annotations and 0 time images, which do not move to another engine; "
+                        "remove what uses it first");
+    store.expectRefusal({"appliance", "migrate", "alpha", "--engine", "qsd"}, 2,
+                        "appliance \"alpha\" is kept by engine \"qsd\" already; see lmadm --help");
+}
+
 TEST(Qsd, ManyToolsAtOnceEachGetTheirAnnotation)
 {
     constexpr int MANY = 8;

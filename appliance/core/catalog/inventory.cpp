@@ -144,6 +144,11 @@ void CInventory::createAppliance(const std::string& name, const std::string& eng
     transaction.commit();
 }
 
+void CInventory::setEngine(const SAppliance& appliance, const std::string& engine)
+{
+    CQuery(m_database, "UPDATE appliance SET engine = ? WHERE id = ?", engine, appliance.id).run();
+}
+
 void CInventory::deleteAppliance(const std::string& name)
 {
     // Nobody makes the appliance anew before its folder is gone.

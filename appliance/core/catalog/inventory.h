@@ -65,6 +65,8 @@ class CInventory
     /// Checks the name, makes the folders and lets the engine prepare them; status exists when it is there. Own
     /// transaction.
     void createAppliance(const std::string& name, const std::string& engine);
+    /// Only the row; the caller has put the data in place.
+    void setEngine(const SAppliance& appliance, const std::string& engine);
     /// Status in use while it has groups or hosts. Own transaction.
     void deleteAppliance(const std::string& name);
 

@@ -91,7 +91,9 @@ void mountAll(const std::vector<SNbdMount>& mounts, const fs::path& log)
 void unmount(const fs::path& path, const fs::path& log)
 {
     if (isCovered(path)) runProgram({"fusermount3", "-u", "-z", path.string()}, log, PATIENCE);
-    if (::unlink(path.c_str()) != 0 && errno != ENOENT) throwStorage("remove", path.string(), errno);
+    struct stat below = {};
+    if (::stat(path.c_str(), &below) != 0 && errno == ENOENT) return;
+    if (below.st_size == 0 && ::unlink(path.c_str()) != 0) throwStorage("remove", path.string(), errno);
 }
 
 }  // namespace lumora

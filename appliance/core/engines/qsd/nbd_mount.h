@@ -24,7 +24,8 @@ bool isMounted(const std::filesystem::path& path, uint64_t size);
 /// What the programs have to say goes to `log`. Returns when all can be used; status storage when one cannot.
 void mountAll(const std::vector<SNbdMount>& mounts, const std::filesystem::path& log);
 
-/// Takes the mount back, also one that is in use: its users get errors from then on. Removes the file below.
+/// Takes the mount back, also one that is in use: its users get errors from then on. Removes the empty file below; a
+/// file with content is no mount's.
 void unmount(const std::filesystem::path& path, const std::filesystem::path& log);
 
 }  // namespace lumora
