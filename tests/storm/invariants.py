@@ -38,6 +38,7 @@ class Watch:
             self.note_late_receive(act, records[act.host].get(act.name))
         self.note_contents(checkpoints)
         checks.check_covered([record for host in HOSTS for record in records[host].values()], checkpoints, images)
+        checks.check_history(self.site, checkpoints, images)
         for host in HOSTS:
             for record in records[host].values():
                 self.check_record(host, record, checkpoints, images)

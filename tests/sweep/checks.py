@@ -31,6 +31,18 @@ def check_covered(records, checkpoints, images):
     need(not unknown, f"no catalog knows the time images {unknown}")
 
 
+def check_history(site, checkpoints, images):
+    """The histories tell who made whatever is on the appliances, also after a kill, and no command that has ended or
+    was killed is told to be running."""
+    entries = [entry for host in ("production", "backup") for entry in site.history(host)]
+    made = {(done["kind"], done["appliance"], done["group"], done["name"]) for entry in entries
+            for done in entry["objects"] if done["verb"] == "create" and done["outcome"] != "refused"}
+    there = {("checkpoint", *checkpoint) for checkpoint in checkpoints} | {("image", *image[:3]) for image in images}
+    need(there <= made, f"no history knows who made {there - made}")
+    running = [entry["command"] for entry in entries if entry["state"] == "running"]
+    need(not running, f"told to be running: {running}")
+
+
 def check_truth(site):
     """Everything on the appliances belongs to a record, and every record's claims hold."""
     checkpoints, images = site.copies()

@@ -190,6 +190,11 @@ class Site:
         need(status in (0, 3), f"{name} cannot be shown on {host}")
         return document["snapshot"] if status == 0 else None
 
+    def history(self, host):
+        status, document = self.fictl(host, "history")
+        need(status == 0, f"the history of {host} cannot be read")
+        return document["history"]
+
     def copies(self):
         """What the appliances list: checkpoints as (appliance, group, name), time images as (appliance, group, name,
         checkpoint, hosts that it is granted to)."""
