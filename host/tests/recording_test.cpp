@@ -149,6 +149,14 @@ TEST_F(CRecordingTest, WhatMayHoldAPasswordIsLeftOut)
     ASSERT_EQ(record({"snapshot", "create", "s", "/dev/fake1", "--freeze=true secret", "--thaw", "true secret"}).exit,
               0);
     EXPECT_EQ(base_test::contentOf(file()).find("secret"), std::string::npos);
+    // A record keeps the command while it may still have to run.
+    arm("make killed\n");
+    EXPECT_NE(fictl({"snapshot", "create", "t", "/dev/fake3", "--freeze", "true", "--thaw", "true secret"}).exit, 0);
+    arm("");
+    const std::string second = m_root + "/second.jsonl";
+    EXPECT_EQ(fictl({"--record", second, "snapshot", "list"}).exit, 0);
+    EXPECT_EQ(base_test::contentOf(second).find("secret"), std::string::npos);
+    EXPECT_NE(base_test::contentOf(second).find("\"thaw\":\"true\""), std::string::npos);
     const json arguments = lines().front()["arguments"];
     EXPECT_EQ(json(std::vector<json>(arguments.end() - 4, arguments.end())),
               (json{"--freeze", "true", "--thaw", "true"}));

@@ -320,3 +320,17 @@ def looking_for_a_copy(place):
     place.carried()
     place.given("backup", "snapshot import nightly")
     yield
+
+
+@scenario("What has become of this snapshot")
+def asking_the_history(place):
+    place.killed("production", "snapshot create nightly /dev/sdb",
+                 ("hang-after", "--match", "create annotation"))
+    place.given("production", "snapshot delete nightly")
+    yield
+
+
+@scenario("A command goes wrong, and nobody sees why")
+def recording(place):
+    place.answer_oddly("production", "*create*annotation*", "echo 'lmsh: no space'; exit 6")
+    yield

@@ -58,11 +58,12 @@ SHistoryObject objectOf(const GroupKey& group, const char* verb, const char* kin
     return {.verb = verb, .kind = kind, .appliance = group.first, .group = group.second, .name = std::move(name)};
 }
 
-/// A command that changes an appliance, with what its answer says; nothing for any other run.
+/// A command about an object that it changes, with what its answer says; nothing for any other run.
 std::optional<SHistoryObject> changeOf(const SRunRecord& run)
 {
     const std::optional<SObjectCommand> command = run.isInputWhole() ? objectCommandOf(run.input) : std::nullopt;
     if (!command || (command->verb != "create" && command->verb != "delete")) return std::nullopt;
+    if (naming::isAbsentImageName(command->name)) return std::nullopt;  // stands for no object
     SHistoryObject object = objectOf({command->server, command->group}, command->verb.c_str(),
                                      command->kind == "annotation" ? "checkpoint" : "image", command->name);
     switch (judge(run)) {
@@ -166,7 +167,7 @@ void CCommandHistory::giveUp(const std::string& why)
 {
     if (!m_database) return;
     leave();
-    CProgress::warn("catalog " + printable(m_path) + ": this command is missing from its history: " + printable(why));
+    CProgress::warn("catalog " + printable(m_path) + ": its history may lack this command: " + printable(why));
 }
 
 void CCommandHistory::settle(const SHistoryObject& object)

@@ -78,6 +78,11 @@ std::string absentImageOfCheckpoint(std::string_view checkpoint)
     return withPrefix(ABSENT, checkpoint);
 }
 
+bool isAbsentImageName(std::string_view text)
+{
+    return text.starts_with(ABSENT);
+}
+
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint)
 {
     return nodePrefix(provider) + tagged(SERIAL_TAG, serial) + tagged(CHECKPOINT_TAG, checkpoint);

@@ -33,6 +33,7 @@ bool isCheckpointName(std::string_view text);
 std::string imageOfCheckpoint(std::string_view checkpoint);
 /// A name that a provider takes for that of the checkpoint's time image, and that no image has; empty likewise.
 std::string absentImageOfCheckpoint(std::string_view checkpoint);
+bool isAbsentImageName(std::string_view text);
 std::string targetDevice(std::string_view provider, std::string_view serial, std::string_view checkpoint);
 /// What stands around the parts of a target-device name, so that no part can hold it.
 std::vector<std::string> targetTags();
