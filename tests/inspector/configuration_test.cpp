@@ -212,7 +212,7 @@ TEST_F(InspectorConfiguration, EveryKeyOfTheDocumentsIsAlwaysThereAndDocumented)
     collectKeys(document({"--raw"}), "", keys);
     collectKeys(document({"release", "cg1", "none", "--appliance", "alpha"}), "", keysOfRelease);
     EXPECT_EQ(keys.size(), 105u);
-    EXPECT_EQ(keysOfRelease.size(), 9u);
+    EXPECT_EQ(keysOfRelease.size(), 10u);
     const std::string manual = contentOf(INSPECTOR_MANUAL);
     const size_t release = manual.find("## The release document");
     ASSERT_NE(release, std::string::npos);

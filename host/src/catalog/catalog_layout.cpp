@@ -148,7 +148,7 @@ std::string backupName(const std::string& path, ELayout layout, int number)
 std::string keepBackup(const std::string& path, ELayout layout, const std::string& content)
 {
     for (int number = 1;; ++number) {
-        const std::string name = backupName(path, layout, number);
+        std::string name = backupName(path, layout, number);
         struct stat status = {};
         if (lstat(name.c_str(), &status) != 0) {
             CNewFile file(name, CNewFile::EBusy::WAIT);

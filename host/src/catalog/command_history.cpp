@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <utility>
 #include <vector>
 
 #include "host/src/catalog/history_table.h"
@@ -211,7 +212,7 @@ void CCommandHistory::addRun(const SRunRecord& run)
 
 void CCommandHistory::resolve(bool isSuccess)
 {
-    std::vector<SHistoryObject> objects = std::move(m_entry.objects);
+    std::vector<SHistoryObject> objects = std::exchange(m_entry.objects, {});
     for (const SHistoryObject& answer : m_answered) {
         enterAnswer(objects, answer);
     }

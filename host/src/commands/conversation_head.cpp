@@ -88,7 +88,7 @@ json catalogRows()
                 rows[table] = rowsOf(database, table);
             }
             for (json& row : rows["snapshot"]) {
-                if (row.value("thaw", "") != "") row["thaw"] = HARMLESS;
+                if (!row.value("thaw", std::string()).empty()) row["thaw"] = HARMLESS;
             }
         });
         return rows;

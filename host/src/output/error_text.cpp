@@ -9,22 +9,6 @@ namespace fictl {
 
 namespace {
 
-json stopJson(EStop stopped)
-{
-    switch (stopped) {
-        case EStop::LIMIT:
-            return "limit";
-        case EStop::CANCEL:
-            return "cancel";
-        case EStop::OUTPUT:
-            return "output";
-        case EStop::UNUSED:  // never told
-        case EStop::NOT_STOPPED:
-            break;
-    }
-    return nullptr;
-}
-
 json numberOrNull(int32_t number, bool isKnown)
 {
     return isKnown ? json(number) : json();
@@ -39,7 +23,7 @@ json runJson(const SRunRecord& run)
             {"code", numberOrNull(run.exitStatus, run.endedByItself())},
             {"signal", numberOrNull(run.signal, run.signal != 0)},
             {"error", run.error == 0 ? json() : json(std::generic_category().message(run.error))},
-            {"stopped", stopJson(run.stopped)},
+            {"stopped", textOrNull(stopText(run.stopped))},
             {"seconds", isStarted ? json(run.seconds()) : json()},
             {"limit_seconds", run.limitSeconds},
             {"output", run.output}};

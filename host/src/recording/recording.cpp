@@ -9,6 +9,7 @@
 #include "framework/include/obzx_runtime.h"
 #include "host/src/output/error.h"
 #include "host/src/output/progress.h"
+#include "host/src/output/result.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -20,31 +21,9 @@ using Clock = std::chrono::steady_clock;
 
 // What a provider traces where nobody asks for more: at a higher level it may do more than it would otherwise.
 constexpr int32_t TRACE_LEVEL = 2;
-constexpr uint64_t LONGEST_ANSWER = 1024 * 1024;  // of which the inspector shows no more
+constexpr size_t LONGEST_ANSWER = size_t{1024} * 1024;  // of which the inspector shows no more
 
 CRecording* g_current = nullptr;
-
-const char* stopText(EStop stop)
-{
-    switch (stop) {
-        case EStop::LIMIT:
-            return "limit";
-        case EStop::CANCEL:
-            return "cancel";
-        case EStop::OUTPUT:
-            return "output";
-        case EStop::UNUSED:
-            return "unused";
-        default:
-            return nullptr;
-    }
-}
-
-json stopOf(EStop stop)
-{
-    const char* const text = stopText(stop);
-    return text == nullptr ? json() : json(text);
-}
 
 std::optional<CNewFile> newFile(const std::string& name, std::string& failure)
 {
@@ -157,7 +136,7 @@ void CRecording::addRun(const SRunRecord& run, const obzx_run& whole)
              {"exit", run.endedByItself() ? json(run.exitStatus) : json()},
              {"signal", run.signal != 0 ? json(run.signal) : json()},
              {"error", run.error},
-             {"stopped", stopOf(run.stopped)},
+             {"stopped", textOrNull(stopText(run.stopped))},
              {"limit", run.limitSeconds}}}});
 }
 

@@ -62,6 +62,23 @@ std::string serverLine(const SRunRecord& run)
 
 }  // namespace
 
+std::string stopText(EStop stop)
+{
+    switch (stop) {
+        case EStop::LIMIT:
+            return "limit";
+        case EStop::CANCEL:
+            return "cancel";
+        case EStop::OUTPUT:
+            return "output";
+        case EStop::UNUSED:
+            return "unused";
+        case EStop::NOT_STOPPED:
+            break;
+    }
+    return {};
+}
+
 std::string SRunRecord::program() const
 {
     if (arguments.empty()) return {};

@@ -22,6 +22,9 @@ enum class EStop
     UNUSED,  ///< it was begun ahead, and nobody needed its answer
 };
 
+/// "limit", "cancel", "output" or "unused"; empty for a program that was not stopped.
+std::string stopText(EStop stop);
+
 /// One run of a program by the provider: a copy of the runtime's record (obzx_run), whose texts live for one call only.
 struct SRunRecord
 {
