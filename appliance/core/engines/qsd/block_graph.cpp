@@ -43,6 +43,11 @@ std::string CBlockGraph::exportName(const SLayeredImage& image)
     return imageNode(image);
 }
 
+std::string CBlockGraph::exportName(const SDevice& device)
+{
+    return device.image.empty() ? exportName(device.volume.id) : exportName({device.image, device.volume.id, 0});
+}
+
 std::set<std::string> CBlockGraph::exports()
 {
     std::set<std::string> names;

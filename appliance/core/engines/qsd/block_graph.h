@@ -31,6 +31,7 @@ class CBlockGraph
     static std::filesystem::path imageFile(const std::filesystem::path& appliance, const SLayeredImage& image);
     static std::string exportName(int64_t volume);
     static std::string exportName(const SLayeredImage& image);
+    static std::string exportName(const SDevice& device);
 
     std::set<std::string> exports();
     /// Opens all layers of a volume, each by its file, and exports the active one.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <optional>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -444,30 +445,32 @@ void CQsdEngine::attach(const std::vector<SDevice>& devices)
     const auto isDone = [this](const SDevice& device) { return isAttached(device); };
     if (m_daemon.isReady() && std::all_of(devices.begin(), devices.end(), isDone)) return;
     const base::CFileDescriptor alone = m_daemon.lock();
-    CQmpClient monitor = connect();
-    const std::set<std::string> open = CBlockGraph(monitor, m_home).exports();
-    std::vector<SVolume> missing;
+    std::optional<EQmpRefusal> refusal;
+    for (const SDevice& device : devices) {
+        if (!device.image.empty() || isAttached(device)) continue;
+        try {
+            change([&](CBlockGraph& graph) { openMissing(graph, {device.volume}); });
+        } catch (const EQmpRefusal& error) {
+            refusal = error;  // of one that is damaged, which keeps no other from its host
+        }
+    }
+    const std::set<std::string> open = exports();
     std::vector<SNbdMount> mounts;
     for (const SDevice& device : devices) {
-        if (isAttached(device)) continue;
-        const std::string name = device.image.empty() ? CBlockGraph::exportName(device.volume.id)
-                                                      : CBlockGraph::exportName({device.image, device.volume.id, 0});
-        if (open.count(name) == 0) {
-            if (!device.image.empty()) continue;  // deleted meanwhile
-            missing.push_back(device.volume);
-        }
+        const std::string name = CBlockGraph::exportName(device);
+        // An image that is not there was deleted meanwhile.
+        if (isAttached(device) || open.count(name) == 0) continue;
         mounts.push_back({device.path, m_daemon.exports(), name, device.volume.size});
-    }
-    if (!missing.empty()) {
-        m_daemon.markUnready();
-        CBlockGraph graph(monitor, m_home);
-        for (const SVolume& volume : missing) {
-            graph.openVolume(m_table.volume(volume.id));
-        }
-        m_daemon.markReady();
     }
     mountAll(mounts, m_daemon.log());
     startKeeper();
+    if (refusal) throw *refusal;
+}
+
+std::set<std::string> CQsdEngine::exports()
+{
+    CQmpClient monitor = connect();
+    return CBlockGraph(monitor, m_home).exports();
 }
 
 bool CQsdEngine::isAttached(const SDevice& device) const

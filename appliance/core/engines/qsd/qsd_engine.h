@@ -1,6 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <set>
+#include <string>
+#include <vector>
 
 #include "appliance/core/engines/engine.h"
 #include "appliance/core/engines/qsd/block_graph.h"
@@ -48,6 +51,7 @@ class CQsdEngine : public CBaseStorageEngine
     // What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
     void change(const std::function<void(CBlockGraph& graph)>& step);
     CQmpClient connect();
+    std::set<std::string> exports();
     void openMissing(CBlockGraph& graph, const std::vector<SVolume>& volumes);
     void beginLayers(CBlockGraph& graph, const std::string& content, const std::vector<SLayeredVolume>& volumes);
     void mergeUnneeded(int64_t volume);
