@@ -27,6 +27,7 @@ using Json = CQmpClient::Json;
 constexpr std::chrono::minutes PATIENCE{1};
 constexpr std::chrono::hours COPY_PATIENCE{24};
 constexpr std::chrono::milliseconds TRY_AGAIN{500};
+constexpr int TRIES = 3;
 constexpr uint64_t SECTOR = 512;
 constexpr const char* BASE = "base";  // file of a LUN that is being made
 
@@ -332,21 +333,23 @@ void CQsdEngine::fixContent(const std::vector<SVolume>& volumes, const fs::path&
     const std::string id = content.filename().string();
     const base::CFileDescriptor alone = m_daemon.lock();
     bool isIntended = false;
-    try {
-        change([&](CBlockGraph& graph) {
-            openMissing(graph, volumes);
-            const std::vector<SLayeredVolume> intended = m_table.intend(id, volumes);
-            isIntended = true;
-            const CGate closed(gate);
-            beginLayers(graph, id, intended);
-        });
-    } catch (const EQmpRefusal&) {
-        throw;
-    } catch (const EApplianceError&) {
-        if (!isIntended) throw;
-        // The daemon ended over it. Its successor brings all volumes to the layers that were intended: at the instant
-        // at which the last one took no more writes, or at the one at which it had begun them.
-        makeReady();
+    for (int tries = 1; !isIntended; ++tries) {
+        try {
+            change([&](CBlockGraph& graph) {
+                openMissing(graph, volumes);
+                const std::vector<SLayeredVolume> intended = m_table.intend(id, volumes);
+                isIntended = true;
+                const CGate closed(gate);
+                beginLayers(graph, id, intended);
+            });
+        } catch (const EQmpRefusal&) {
+            throw;
+        } catch (const EApplianceError&) {
+            // The daemon ended over it. If anything was intended, its successor brings all volumes to these layers: at
+            // the instant at which the last one took no more writes, or at the one at which it had begun them.
+            if (!isIntended && tries == TRIES) throw;
+            makeReady();
+        }
     }
 }
 
