@@ -53,10 +53,12 @@ class CClusterOfRun : public testing::Environment
 fs::path CClusterOfRun::g_folder;
 testing::Environment* const g_environment = testing::AddGlobalTestEnvironment(new CClusterOfRun);
 
+// One that no other test has, nor this one when it is repeated.
 std::string testName()
 {
+    static int count = 0;
     const testing::TestInfo* const test = testing::UnitTest::GetInstance()->current_test_info();
-    return std::string(test->name()) + "-" + std::to_string(::getpid());
+    return std::string(test->name()) + "-" + std::to_string(::getpid()) + "-" + std::to_string(++count);
 }
 
 }  // namespace
