@@ -3,6 +3,9 @@
 #include <rbd/librbd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <thread>
 
 #include "appliance/ceph/ceph_error.h"
 #include "appliance/ceph/ceph_id.h"
@@ -13,6 +16,9 @@
 namespace lumora {
 
 namespace {
+
+constexpr int MOST_TRIES = 5;
+constexpr std::chrono::milliseconds TRY_AGAIN{100};
 
 [[noreturn]] void refuseNeeded(const std::string& doing, const std::string& object, const std::string& reason)
 {
@@ -68,8 +74,16 @@ std::vector<std::string> CCephGroups::members(const std::string& group) const
 void CCephGroups::fixContent(const std::string& group, const std::string& content) const
 {
     checkCephId(content);
-    checkCeph(::rbd_group_snap_create(m_pool.handle(), group.c_str(), content.c_str()), "fix",
-              contentInWords(content, group, m_pool.name()));
+    // A monitor that has just become the leader refuses the first one as if the user might not; the next one it allows.
+    int code = -EPERM;
+    for (int tries = 0; code == -EPERM && tries < MOST_TRIES; ++tries) {
+        if (tries > 0) {
+            std::this_thread::sleep_for(TRY_AGAIN);
+            ::rbd_group_snap_remove(m_pool.handle(), group.c_str(), content.c_str());  // what there is of it
+        }
+        code = ::rbd_group_snap_create(m_pool.handle(), group.c_str(), content.c_str());
+    }
+    checkCeph(code, "fix", contentInWords(content, group, m_pool.name()));
 }
 
 void CCephGroups::dropContent(const std::string& group, const std::string& content) const
