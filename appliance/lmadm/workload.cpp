@@ -15,6 +15,8 @@ namespace lumora {
 namespace {
 
 constexpr uint64_t MOST_SECTORS = 16;
+// A write is handed over page by page, so that a longer one that is under way may be there in part, as on any disk.
+constexpr uint64_t SECTORS_OF_A_PAGE = 8;
 
 std::atomic<bool> g_stopAsked = false;  // lock-free, so that the handler may set it
 
@@ -43,7 +45,8 @@ void writeForEver(const SOptions& options, const std::vector<SLun>& luns, CWorkl
         const SLun& lun = luns[write.lun];
         const uint64_t sectors = lun.size / WORKLOAD_SECTOR;
         write.sector = random() % sectors;
-        write.count = 1 + random() % std::min(MOST_SECTORS, sectors - write.sector);
+        const uint64_t most = given.isUngated ? SECTORS_OF_A_PAGE - write.sector % SECTORS_OF_A_PAGE : MOST_SECTORS;
+        write.count = 1 + random() % std::min(most, sectors - write.sector);
         std::string content;
         const auto source = [&](uint64_t /*wanted*/) {
             const uint64_t number = log.enter(write);
