@@ -47,7 +47,7 @@ class EndlessAnswers : public testing::Test
         EXPECT_EQ(run.status, 15) << run.err;
         EXPECT_EQ(run.json()["error"]["message"], "stopped by a signal") << run.out;
         const auto at = [&](const char* end) { return std::stoll(contentOf(asked() + end)) / 1'000'000; };
-        EXPECT_LT(at(".end") - at(".term"), 10'000) << "milliseconds";
+        EXPECT_LT(at(".end") - at(".term"), 120'000) << "milliseconds; the whole listing takes many minutes";
     }
     void expectSoundAfterwards() const
     {
