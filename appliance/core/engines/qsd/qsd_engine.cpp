@@ -152,18 +152,28 @@ void CQsdEngine::rollForward(const SLayeredVolume& volume)
 {
     const fs::path file = layerFile(volume.id, volume.intended);
     const fs::path below = layerFile(volume.id, volume.active().file);
+    if (!isBegun(file, below)) makeOverlay(file, below, m_daemon.log());
+    m_table.fulfil({volume});
+}
+
+// What cannot be told is an error: a layer that was begun may hold writes that were acknowledged.
+bool CQsdEngine::isBegun(const fs::path& file, const fs::path& below)
+{
+    if (!isThere(file)) return false;
     const fs::path told = m_home / "qsd/info";
     removeFile(told);
-    bool isBegun = false;
     try {
         runProgram({"qemu-img", "info", "-f", "qcow2", "--output=json", file.string()}, told, PATIENCE);
-        const Json info = Json::parse(readSmallFile(told, size_t{1} << 20U), nullptr, false);
-        isBegun = info.is_object() && info.value("full-backing-filename", "") == below.string();
-    } catch (const EApplianceError&) {
-        isBegun = false;  // not there, or not whole
+    } catch (const EApplianceError& error) {
+        if (std::string(error.what()).find("Image is not in qcow2 format") != std::string::npos) return false;
+        throw;
     }
-    if (!isBegun) makeOverlay(file, below, m_daemon.log());
-    m_table.fulfil({volume});
+    const Json info = Json::parse(readSmallFile(told, size_t{1} << 20U), nullptr, false);
+    const std::string backing = info.is_object() ? info.value("backing-filename", "") : "unknown";
+    if (backing.empty()) return false;  // it gets its backing file last, before it takes writes
+    if (fs::path(backing).filename() == below.filename()) return true;
+    throw EApplianceError(EStatus::STORAGE,
+                          "layer " + file.string() + " stands on " + backing + ", not on " + below.string());
 }
 
 void CQsdEngine::openAll()

@@ -47,6 +47,7 @@ class CQsdEngine : public CBaseStorageEngine
     // All of these in the hands of whoever has the daemon's lock.
     void makeReady();
     void rollForward(const SLayeredVolume& volume);
+    bool isBegun(const std::filesystem::path& file, const std::filesystem::path& below);
     void openAll();
     // What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
     void change(const std::function<void(CBlockGraph& graph)>& step);
