@@ -8,7 +8,7 @@
 #include <cstring>
 #include <thread>
 
-#include "appliance/core/engines/qsd/qmp_client.h"
+#include "appliance/core/engines/daemon/qmp_client.h"
 #include "base/tests/temporary_folder.h"
 
 namespace lumora::test {

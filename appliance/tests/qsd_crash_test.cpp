@@ -74,6 +74,42 @@ TEST(QsdCrash, TheDaemonIsKilledIntoCheckpoints)
     }
 }
 
+// The command is killed when the daemon has begun the layers and the catalog does not know it yet; then a writer goes
+// on, and the next command has no qemu-img to look at the layers with.
+TEST(QsdCrash, ALayerThatCannotBeLookedAtIsLeftAsItIs)
+{
+    const CQsdStore store;
+    const CTemporaryFolder programs;
+    for (const char* const program : {"qemu-storage-daemon", "nbdfuse", "nbdkit", "fusermount3"}) {
+        std::filesystem::create_symlink(std::filesystem::path("/usr/bin") / program, programs / program);
+    }
+    int refused = 0;
+    for (int number = 1; number <= 3; ++number) {
+        const char content = static_cast<char>('a' + number);
+        CProcess killed({"/usr/bin/env", "ASAN_OPTIONS=detect_leaks=0", "strace", "-qq", "-o", "/dev/null", "-e",
+                         "trace=fsync", "-e", "inject=fsync:signal=KILL:when=" + std::to_string(number), LMSH_PATH},
+                        script("create annotation \"K\" \"cg1\"\ncommit"), store.root("prod").string());
+        killed.wait();
+        store.fill(store.lun("lun1"), content);
+        CProcess next({"/usr/bin/env", "PATH=" + programs.path().string(), LMSH_PATH},
+                      script("create annotation \"A\" \"cg1\"\ncommit"), store.root("prod").string());
+        const SResult result = next.wait();
+        if (result.status != 0) {
+            ++refused;
+            EXPECT_EQ(result.status, 6);
+            EXPECT_THAT(result.err, testing::Contains("lmsh: cannot start qemu-img: install the package qemu-utils"));
+        }
+        store.createAnnotation("B");
+        EXPECT_EQ(store.filledWith(store.lun("lun1")), content) << number;
+        store.showImage("T", "B");
+        EXPECT_EQ(store.filledWith(store.imageLun("T", "lun1")), content) << number;
+        store.expectDone("delete timeimage \"T\" \"cg1\"\ndelete annotation \"B\" \"cg1\"");
+        store.lmsh("delete annotation \"A\" \"cg1\"");
+        store.lmsh("delete annotation \"K\" \"cg1\"");
+    }
+    EXPECT_GT(refused, 0);
+}
+
 struct SKill
 {
     const char* call;

@@ -26,13 +26,6 @@ void syncVolumes(const std::vector<SVolume>& volumes, const fs::path& folder)
     syncFolder(folder.parent_path());
 }
 
-void dropFolder(const fs::path& folder)
-{
-    std::error_code error;
-    fs::remove_all(folder, error);
-    if (error) throwStorage("remove", folder.string(), error.value());
-}
-
 }  // namespace
 
 void CFilesEngine::makeData(const SVolume& volume, const std::optional<fs::path>& file, const fs::path& work)

@@ -89,6 +89,13 @@ void syncFolder(const fs::path& path)
     if (!base::syncFolder(path.c_str())) throwStorage("write", path.string(), errno);
 }
 
+void dropFolder(const fs::path& path)
+{
+    std::error_code error;
+    fs::remove_all(path, error);
+    if (error) throwStorage("remove", path.string(), error.value());
+}
+
 void makeFolder(const fs::path& path, mode_t mode)
 {
     std::error_code error;

@@ -23,6 +23,9 @@ void syncFolder(const std::filesystem::path& path);
 /// With its parents, which are for all to pass through; there already is fine. The modes hold whatever the umask is.
 void makeFolder(const std::filesystem::path& path, mode_t mode = 0700);
 
+/// Removes a folder with all that is in it; gone already is fine.
+void dropFolder(const std::filesystem::path& path);
+
 /// Whether something has this name; a link is something wherever it leads. A look that fails is no absence.
 bool isThere(const std::filesystem::path& path);
 

@@ -48,15 +48,6 @@ std::string CBlockGraph::exportName(const SDevice& device)
     return device.image.empty() ? exportName(device.volume.id) : exportName({device.image, device.volume.id, 0});
 }
 
-std::set<std::string> CBlockGraph::exports()
-{
-    std::set<std::string> names;
-    for (const Json& each : m_monitor.execute("query-block-exports")) {
-        names.insert(each.value("id", ""));
-    }
-    return names;
-}
-
 // The format is always said: a layer that a crash cut short would be taken for raw data otherwise.
 Json CBlockGraph::chainOf(const SLayeredVolume& volume) const
 {
@@ -75,7 +66,7 @@ Json CBlockGraph::chainOf(const SLayeredVolume& volume) const
 void CBlockGraph::openVolume(const SLayeredVolume& volume)
 {
     m_monitor.execute("blockdev-add", chainOf(volume));
-    addExport(exportName(volume.id), layerNode(volume.id, volume.active().file));
+    addExport(m_monitor, exportName(volume.id), layerNode(volume.id, volume.active().file));
 }
 
 void CBlockGraph::openImage(const SLayeredImage& image, int64_t layerFile)
@@ -85,41 +76,17 @@ void CBlockGraph::openImage(const SLayeredImage& image, int64_t layerFile)
                                        {"discard", "unmap"},
                                        {"file", fileNode(imageFile(m_appliance, image))},
                                        {"backing", layerNode(image.volume, layerFile)}});
-    addExport(exportName(image), imageNode(image));
-}
-
-void CBlockGraph::addExport(const std::string& name, const std::string& node)
-{
-    m_monitor.execute("block-export-add", {{"type", "nbd"},
-                                           {"id", name},
-                                           {"node-name", node},
-                                           {"name", name},
-                                           {"writable", true},
-                                           {"writethrough", true}});
+    addExport(m_monitor, exportName(image), imageNode(image));
 }
 
 void CBlockGraph::closeVolume(const SLayeredVolume& volume)
 {
-    close(exportName(volume.id), layerNode(volume.id, volume.active().file));
+    closeExport(m_monitor, exportName(volume.id), layerNode(volume.id, volume.active().file));
 }
 
 void CBlockGraph::closeImage(const SLayeredImage& image)
 {
-    close(exportName(image), imageNode(image));
-}
-
-void CBlockGraph::close(const std::string& name, const std::string& node)
-{
-    if (exports().count(name) != 0) {
-        m_monitor.execute("block-export-del", {{"id", name}, {"mode", "hard"}});
-        m_monitor.waitFor("BLOCK_EXPORT_DELETED", [&](const Json& data) { return data.value("id", "") == name; });
-    }
-    for (const Json& open : m_monitor.execute("query-named-block-nodes", {{"flat", true}})) {
-        if (open.value("node-name", "") == node) {
-            m_monitor.execute("blockdev-del", {{"node-name", node}});
-            return;
-        }
-    }
+    closeExport(m_monitor, exportName(image), imageNode(image));
 }
 
 void CBlockGraph::beginLayers(const std::vector<SLayeredVolume>& volumes)

@@ -2,12 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <set>
 #include <string>
 #include <vector>
 
+#include "appliance/core/engines/daemon/daemon_engine.h"
 #include "appliance/core/engines/qsd/layer_table.h"
-#include "appliance/core/engines/qsd/qmp_client.h"
 
 namespace lumora {
 
@@ -16,8 +15,7 @@ namespace lumora {
 ///   volumes/<volume>.<file>     a layer, qcow2 with the next lower one as its backing file; node "v<volume>.<file>"
 ///   images/<image>/<volume>     a time image's volume, qcow2 on top of a layer; node "i<image>.<volume>"
 ///
-/// What is exported goes by "v<volume>" and "i<image>.<volume>". Every export is write-through: what it acknowledged is
-/// on stable storage, together with the layer's own tables, or a daemon that is killed would lose it.
+/// What is exported goes by "v<volume>" and "i<image>.<volume>".
 class CBlockGraph
 {
   public:
@@ -33,7 +31,6 @@ class CBlockGraph
     static std::string exportName(const SLayeredImage& image);
     static std::string exportName(const SDevice& device);
 
-    std::set<std::string> exports();
     /// Opens all layers of a volume, each by its file, and exports the active one.
     void openVolume(const SLayeredVolume& volume);
     /// Opens an image on top of the layer's file, which its volume has open, and exports it.
@@ -49,8 +46,6 @@ class CBlockGraph
 
   private:
     CQmpClient::Json chainOf(const SLayeredVolume& volume) const;
-    void addExport(const std::string& name, const std::string& node);
-    void close(const std::string& name, const std::string& node);
 
     CQmpClient& m_monitor;
     const std::filesystem::path m_appliance;

@@ -5,18 +5,15 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <optional>
 #include <set>
 #include <system_error>
-#include <thread>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/qsd/nbd_mount.h"
-#include "appliance/core/engines/qsd/programs.h"
+#include "appliance/core/engines/daemon/nbd_mount.h"
+#include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/gate.h"
-#include "base/process_stat.h"
 
 namespace lumora {
 namespace fs = std::filesystem;
@@ -26,7 +23,6 @@ using Json = CQmpClient::Json;
 
 constexpr std::chrono::minutes PATIENCE{1};
 constexpr std::chrono::hours COPY_PATIENCE{24};
-constexpr std::chrono::milliseconds TRY_AGAIN{500};
 constexpr int TRIES = 3;
 constexpr uint64_t SECTOR = 512;
 constexpr const char* BASE = "base";  // file of a LUN that is being made
@@ -51,13 +47,6 @@ void makeOverlay(const fs::path& file, const fs::path& below, const fs::path& lo
     syncNewFile(file);
 }
 
-void dropFolder(const fs::path& folder)
-{
-    std::error_code error;
-    fs::remove_all(folder, error);
-    if (error) throwStorage("remove", folder.string(), error.value());
-}
-
 int64_t fileOf(const SLayeredVolume& volume, int64_t number)
 {
     for (const SLayer& layer : volume.layers) {
@@ -70,80 +59,23 @@ int64_t fileOf(const SLayeredVolume& volume, int64_t number)
 }  // namespace
 
 CQsdEngine::CQsdEngine(fs::path store, fs::path home, base::CSqliteDatabase& catalog)
-    : m_store(std::move(store)),
-      m_home(std::move(home)),
-      m_daemon(m_home / "qsd"),
-      m_table(catalog, m_home.filename().string())
+    : CBaseDaemonEngine(std::move(store), home, home / "qsd"), m_table(catalog, home.filename().string())
 {
 }
 
 void CQsdEngine::prepare()
 {
-    checkPrograms();
-    m_daemon.prepare();
+    checkPrograms("qsd");
+    daemon().prepare();
     makeFolder(volumesFolder());
     m_table.prepare();
 }
 
-void CQsdEngine::stop()
+void CQsdEngine::recover()
 {
-    if (!m_daemon.isThere()) return;
-    const base::CFileDescriptor alone = m_daemon.lock();
-    std::error_code error;
-    for (fs::directory_iterator lun(m_home / "dev", error), end; !error && lun != end; lun.increment(error)) {
-        unmount(lun->path(), m_daemon.log());
-    }
-    for (fs::directory_iterator image(m_home / "images", error), end; !error && image != end; image.increment(error)) {
-        std::error_code none;
-        for (fs::directory_iterator lun(image->path() / "dev", none); !none && lun != end; lun.increment(none)) {
-            unmount(lun->path(), m_daemon.log());
-        }
-    }
-    m_daemon.markStopped();
-    m_daemon.end();
-}
-
-bool CQsdEngine::keep()
-{
-    const base::CFileDescriptor keeper = m_daemon.lockAsKeeper();
-    if (!keeper) return true;
-    while (m_daemon.isThere()) {
-        try {
-            const base::CFileDescriptor alone = m_daemon.lock();
-            if (m_daemon.isStopped()) return true;
-            makeReady();
-        } catch (const EApplianceError& error) {
-            // It may have been killed while it was started: whoever waits for it needs it all the same.
-            std::fprintf(stderr, "%s\n", error.what());
-            std::this_thread::sleep_for(TRY_AGAIN);
-            continue;
-        }
-        m_daemon.waitForEnd();
-    }
-    return true;
-}
-
-// Who keeps the daemon running when no service does: readers and writers wait while it is away, and no tool may come
-// by.
-void CQsdEngine::startKeeper()
-{
-    if (!m_daemon.lockAsKeeper()) return;
-    const fs::path program = base::thisProgram().parent_path() / "lmadm";
-    if (::access(program.c_str(), X_OK) != 0) return;
-    startProgram({program.string(), "--store", m_store.string(), "appliance", "keep", m_home.filename().string()},
-                 m_daemon.log());
-}
-
-void CQsdEngine::makeReady()
-{
-    if (m_daemon.isReady()) return;
-    m_daemon.end();
     for (const SLayeredVolume& volume : m_table.volumes()) {
         if (volume.intended != 0) rollForward(volume);
     }
-    m_daemon.start();
-    openAll();
-    m_daemon.markReady();
 }
 
 // The daemon may have begun the layer and taken writes to it, or not have got so far: then the layer is begun now.
@@ -152,7 +84,7 @@ void CQsdEngine::rollForward(const SLayeredVolume& volume)
 {
     const fs::path file = layerFile(volume.id, volume.intended);
     const fs::path below = layerFile(volume.id, volume.active().file);
-    if (!isBegun(file, below)) makeOverlay(file, below, m_daemon.log());
+    if (!isBegun(file, below)) makeOverlay(file, below, daemon().log());
     m_table.fulfil({volume});
 }
 
@@ -160,7 +92,7 @@ void CQsdEngine::rollForward(const SLayeredVolume& volume)
 bool CQsdEngine::isBegun(const fs::path& file, const fs::path& below)
 {
     if (!isThere(file)) return false;
-    const fs::path told = m_home / "qsd/info";
+    const fs::path told = home() / "qsd/info";
     removeFile(told);
     try {
         runProgram({"qemu-img", "info", "-f", "qcow2", "--output=json", file.string()}, told, PATIENCE);
@@ -176,10 +108,9 @@ bool CQsdEngine::isBegun(const fs::path& file, const fs::path& below)
                           "layer " + file.string() + " stands on " + backing + ", not on " + below.string());
 }
 
-void CQsdEngine::openAll()
+void CQsdEngine::openAll(CQmpClient& monitor)
 {
-    CQmpClient monitor = m_daemon.connect();
-    CBlockGraph graph(monitor, m_home);
+    CBlockGraph graph(monitor, home());
     std::map<std::pair<int64_t, int64_t>, int64_t> files;  // of volume and layer
     for (const SLayeredVolume& volume : m_table.volumes()) {
         try {
@@ -202,39 +133,28 @@ void CQsdEngine::openAll()
     }
 }
 
-CQmpClient CQsdEngine::connect()
+void CQsdEngine::changeGraph(const std::function<void(CQmpClient& monitor, CBlockGraph& graph)>& step)
 {
-    makeReady();
-    try {
-        return m_daemon.connect();
-    } catch (const EApplianceError&) {
-        if (m_daemon.isReady()) throw;  // it lives, and does not answer
-    }
-    makeReady();
-    return m_daemon.connect();
-}
-
-void CQsdEngine::change(const std::function<void(CBlockGraph& graph)>& step)
-{
-    CQmpClient monitor = connect();
-    CBlockGraph graph(monitor, m_home);
-    m_daemon.markUnready();
-    try {
-        step(graph);
-    } catch (const EQmpRefusal&) {
-        m_daemon.markReady();  // what it refuses it has not begun
-        throw;
-    }
-    m_daemon.markReady();
+    change([&](CQmpClient& monitor) {
+        CBlockGraph graph(monitor, home());
+        step(monitor, graph);
+    });
 }
 
 // Volumes that were listed since the daemon was started.
-void CQsdEngine::openMissing(CBlockGraph& graph, const std::vector<SVolume>& volumes)
+void CQsdEngine::openMissing(CQmpClient& monitor, const std::vector<SVolume>& volumes)
 {
-    const std::set<std::string> open = graph.exports();
+    const std::set<std::string> open = exportsOf(monitor);
     for (const SVolume& volume : volumes) {
-        if (open.count(CBlockGraph::exportName(volume.id)) == 0) graph.openVolume(m_table.volume(volume.id));
+        if (open.count(CBlockGraph::exportName(volume.id)) != 0) continue;
+        CBlockGraph(monitor, home()).openVolume(m_table.volume(volume.id));
     }
+}
+
+// An image that is not open was deleted meanwhile: those that there are were opened when they were made, or after them.
+void CQsdEngine::openDevice(CQmpClient& monitor, const SDevice& device)
+{
+    if (device.image.empty()) openMissing(monitor, {device.volume});
 }
 
 void CQsdEngine::makeData(const SVolume& volume, const std::optional<fs::path>& file, const fs::path& work)
@@ -249,10 +169,10 @@ void CQsdEngine::makeData(const SVolume& volume, const std::optional<fs::path>& 
     if (file) {
         const fs::path content = fs::absolute(*file);
         runProgram({"qemu-img", "convert", "-q", "-f", "raw", "-O", "qcow2", content.string(), data.string()},
-                   m_daemon.log(), COPY_PATIENCE);
-        runProgram({"qemu-img", "resize", "-q", "-f", "qcow2", data.string(), size}, m_daemon.log(), PATIENCE);
+                   daemon().log(), COPY_PATIENCE);
+        runProgram({"qemu-img", "resize", "-q", "-f", "qcow2", data.string(), size}, daemon().log(), PATIENCE);
     } else {
-        runProgram({"qemu-img", "create", "-q", "-f", "qcow2", data.string(), size}, m_daemon.log(), PATIENCE);
+        runProgram({"qemu-img", "create", "-q", "-f", "qcow2", data.string(), size}, daemon().log(), PATIENCE);
     }
     syncNewFile(data);
 }
@@ -267,15 +187,15 @@ void CQsdEngine::publishData(const SVolume& volume, const fs::path& work)
 
 void CQsdEngine::dropData(const SVolume& volume)
 {
-    const base::CFileDescriptor alone = m_daemon.lock();
-    unmount(m_home / "dev" / volume.name, m_daemon.log());
+    const base::CFileDescriptor alone = daemon().lock();
+    unmount(home() / "dev" / volume.name, daemon().log());
     removeVolume(volume.id);
 }
 
 void CQsdEngine::removeVolume(int64_t id)
 {
     const SLayeredVolume volume = m_table.volume(id);
-    change([&](CBlockGraph& graph) { graph.closeVolume(volume); });
+    changeGraph([&](CQmpClient&, CBlockGraph& graph) { graph.closeVolume(volume); });
     m_table.removeVolume(id);
     for (const SLayer& layer : volume.layers) {
         removeFile(layerFile(id, layer.file));
@@ -289,13 +209,13 @@ bool CQsdEngine::hasStrayData(const std::vector<SVolume>& listed)
 
 void CQsdEngine::dropStrayData(const std::vector<SVolume>& listed)
 {
-    const base::CFileDescriptor alone = m_daemon.lock();
+    const base::CFileDescriptor alone = daemon().lock();
     for (const int64_t id : strayVolumes(listed)) {
         removeVolume(id);
     }
     for (const fs::path& file : strayFiles(listed)) {
-        if (file.parent_path() == m_home / "dev") {
-            unmount(file, m_daemon.log());
+        if (file.parent_path() == home() / "dev") {
+            unmount(file, daemon().log());
         } else {
             removeFile(file);
         }
@@ -322,7 +242,7 @@ std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
     }
     std::vector<fs::path> stray;
     std::error_code error;
-    for (fs::directory_iterator entry(m_home / "dev", error), end; !error && entry != end; entry.increment(error)) {
+    for (fs::directory_iterator entry(home() / "dev", error), end; !error && entry != end; entry.increment(error)) {
         if (names.count(entry->path().filename().string()) == 0) stray.push_back(entry->path());
     }
     std::set<fs::path> known;
@@ -341,12 +261,12 @@ std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
 void CQsdEngine::fixContent(const std::vector<SVolume>& volumes, const fs::path& gate, const fs::path& content)
 {
     const std::string id = content.filename().string();
-    const base::CFileDescriptor alone = m_daemon.lock();
+    const base::CFileDescriptor alone = daemon().lock();
     bool isIntended = false;
     for (int tries = 1; !isIntended; ++tries) {
         try {
-            change([&](CBlockGraph& graph) {
-                openMissing(graph, volumes);
+            changeGraph([&](CQmpClient& monitor, CBlockGraph& graph) {
+                openMissing(monitor, volumes);
                 const std::vector<SLayeredVolume> intended = m_table.intend(id, volumes);
                 isIntended = true;
                 const CGate closed(gate);
@@ -378,7 +298,7 @@ void CQsdEngine::beginLayers(CBlockGraph& graph, const std::string& content, con
 void CQsdEngine::makeImage(const std::vector<SVolume>& volumes, const fs::path& content, const fs::path& image)
 {
     const std::string id = image.filename().string();
-    const base::CFileDescriptor alone = m_daemon.lock();
+    const base::CFileDescriptor alone = daemon().lock();
     const std::map<int64_t, int64_t> layers = m_table.content(content.filename().string());
     std::vector<SLayeredImage> made;
     std::vector<int64_t> files;
@@ -387,11 +307,11 @@ void CQsdEngine::makeImage(const std::vector<SVolume>& volumes, const fs::path& 
         if (layer == layers.end()) throwStorage("read", (content / volume.name).string(), ENOENT);
         made.push_back({id, volume.id, layer->second});
         files.push_back(fileOf(m_table.volume(volume.id), layer->second));
-        makeOverlay(CBlockGraph::imageFile(m_home, made.back()), layerFile(volume.id, files.back()), m_daemon.log());
+        makeOverlay(CBlockGraph::imageFile(home(), made.back()), layerFile(volume.id, files.back()), daemon().log());
     }
     m_table.insertImage(made);
-    change([&](CBlockGraph& graph) {
-        openMissing(graph, volumes);
+    changeGraph([&](CQmpClient& monitor, CBlockGraph& graph) {
+        openMissing(monitor, volumes);
         for (size_t i = 0; i < made.size(); ++i) {
             graph.openImage(made[i], files[i]);
         }
@@ -402,7 +322,7 @@ void CQsdEngine::makeImage(const std::vector<SVolume>& volumes, const fs::path& 
 void CQsdEngine::dropContent(const fs::path& content)
 {
     const std::string id = content.filename().string();
-    const base::CFileDescriptor alone = m_daemon.lock();
+    const base::CFileDescriptor alone = daemon().lock();
     const std::map<int64_t, int64_t> layers = m_table.content(id);
     if (!layers.empty()) m_table.removeContent(id);
     for (const auto& [volume, layer] : layers) {
@@ -424,8 +344,8 @@ void CQsdEngine::mergeUnneeded(int64_t id)
             ++i;
             continue;
         }
-        change([&](CBlockGraph& graph) {
-            openMissing(graph, {{id, "", 0}});
+        changeGraph([&](CQmpClient& monitor, CBlockGraph& graph) {
+            openMissing(monitor, {{id, "", 0}});
             graph.merge(volume, below, merged);
             m_table.noteMerge(id, below, merged);
         });
@@ -436,14 +356,11 @@ void CQsdEngine::mergeUnneeded(int64_t id)
 void CQsdEngine::dropImage(const fs::path& image)
 {
     const std::string id = image.filename().string();
-    const base::CFileDescriptor alone = m_daemon.lock();
-    std::error_code error;
-    for (fs::directory_iterator lun(image / "dev", error), end; !error && lun != end; lun.increment(error)) {
-        unmount(lun->path(), m_daemon.log());
-    }
+    const base::CFileDescriptor alone = daemon().lock();
+    unmountImage(image);
     const std::vector<SLayeredImage> volumes = m_table.image(id);
     if (!volumes.empty()) {
-        change([&](CBlockGraph& graph) {
+        changeGraph([&](CQmpClient&, CBlockGraph& graph) {
             for (const SLayeredImage& volume : volumes) {
                 graph.closeImage(volume);
             }
@@ -451,44 +368,6 @@ void CQsdEngine::dropImage(const fs::path& image)
         m_table.removeImage(id);
     }
     dropFolder(image);
-}
-
-void CQsdEngine::attach(const std::vector<SDevice>& devices)
-{
-    const auto isDone = [this](const SDevice& device) { return isAttached(device); };
-    if (m_daemon.isReady() && std::all_of(devices.begin(), devices.end(), isDone)) return;
-    const base::CFileDescriptor alone = m_daemon.lock();
-    std::optional<EQmpRefusal> refusal;
-    for (const SDevice& device : devices) {
-        if (!device.image.empty() || isAttached(device)) continue;
-        try {
-            change([&](CBlockGraph& graph) { openMissing(graph, {device.volume}); });
-        } catch (const EQmpRefusal& error) {
-            refusal = error;  // of one that is damaged, which keeps no other from its host
-        }
-    }
-    const std::set<std::string> open = exports();
-    std::vector<SNbdMount> mounts;
-    for (const SDevice& device : devices) {
-        const std::string name = CBlockGraph::exportName(device);
-        // An image that is not there was deleted meanwhile.
-        if (isAttached(device) || open.count(name) == 0) continue;
-        mounts.push_back({device.path, m_daemon.exports(), name, device.volume.size});
-    }
-    mountAll(mounts, m_daemon.log());
-    startKeeper();
-    if (refusal) throw *refusal;
-}
-
-std::set<std::string> CQsdEngine::exports()
-{
-    CQmpClient monitor = connect();
-    return CBlockGraph(monitor, m_home).exports();
-}
-
-bool CQsdEngine::isAttached(const SDevice& device) const
-{
-    return isMounted(device.path, device.volume.size);
 }
 
 }  // namespace lumora

@@ -1,14 +1,12 @@
 #pragma once
 
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "appliance/core/engines/engine.h"
+#include "appliance/core/engines/daemon/daemon_engine.h"
 #include "appliance/core/engines/qsd/block_graph.h"
 #include "appliance/core/engines/qsd/layer_table.h"
-#include "appliance/core/engines/qsd/storage_daemon.h"
 
 namespace lumora {
 
@@ -18,7 +16,7 @@ namespace lumora {
 /// The catalog says which layers there are before the daemon is told (CLayerTable); whoever finds the daemon dead, or
 /// unfinished, starts it anew and brings every volume to what the catalog says. Layers that no content and no image
 /// shows are merged as soon as the content is dropped.
-class CQsdEngine : public CBaseStorageEngine
+class CQsdEngine : public CBaseDaemonEngine
 {
   public:
     /// `store` is the root of the store, `home` the appliance's folder in it, `catalog` the store's database, which
@@ -26,8 +24,6 @@ class CQsdEngine : public CBaseStorageEngine
     CQsdEngine(std::filesystem::path store, std::filesystem::path home, base::CSqliteDatabase& catalog);
 
     void prepare() override;
-    void stop() override;
-    bool keep() override;
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
                   const std::filesystem::path& work) override;
     void publishData(const SVolume& volume, const std::filesystem::path& work) override;
@@ -40,37 +36,30 @@ class CQsdEngine : public CBaseStorageEngine
                    const std::filesystem::path& image) override;
     void dropContent(const std::filesystem::path& content) override;
     void dropImage(const std::filesystem::path& image) override;
-    void attach(const std::vector<SDevice>& devices) override;
-    bool isAttached(const SDevice& device) const override;
 
   private:
+    void recover() override;
+    void openAll(CQmpClient& monitor) override;
+    void openDevice(CQmpClient& monitor, const SDevice& device) override;
+    std::string exportName(const SDevice& device) const override { return CBlockGraph::exportName(device); }
+
     // All of these in the hands of whoever has the daemon's lock.
-    void makeReady();
     void rollForward(const SLayeredVolume& volume);
     bool isBegun(const std::filesystem::path& file, const std::filesystem::path& below);
-    void openAll();
-    // What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
-    void change(const std::function<void(CBlockGraph& graph)>& step);
-    CQmpClient connect();
-    std::set<std::string> exports();
-    void openMissing(CBlockGraph& graph, const std::vector<SVolume>& volumes);
+    void changeGraph(const std::function<void(CQmpClient& monitor, CBlockGraph& graph)>& step);
+    void openMissing(CQmpClient& monitor, const std::vector<SVolume>& volumes);
     void beginLayers(CBlockGraph& graph, const std::string& content, const std::vector<SLayeredVolume>& volumes);
     void mergeUnneeded(int64_t volume);
     void removeVolume(int64_t id);
 
     std::vector<int64_t> strayVolumes(const std::vector<SVolume>& listed);
     std::vector<std::filesystem::path> strayFiles(const std::vector<SVolume>& listed);
-    std::filesystem::path volumesFolder() const { return m_home / "volumes"; }
+    std::filesystem::path volumesFolder() const { return home() / "volumes"; }
     std::filesystem::path layerFile(int64_t volume, int64_t file) const
     {
-        return CBlockGraph::layerFile(m_home, volume, file);
+        return CBlockGraph::layerFile(home(), volume, file);
     }
 
-    void startKeeper();
-
-    const std::filesystem::path m_store;
-    const std::filesystem::path m_home;
-    const CStorageDaemon m_daemon;
     CLayerTable m_table;
 };
 

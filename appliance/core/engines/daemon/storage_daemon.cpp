@@ -1,4 +1,4 @@
-#include "appliance/core/engines/qsd/storage_daemon.h"
+#include "appliance/core/engines/daemon/storage_daemon.h"
 
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -9,7 +9,7 @@
 #include <csignal>
 #include <thread>
 
-#include "appliance/core/engines/qsd/programs.h"
+#include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/range_lock.h"
 #include "base/file_read.h"

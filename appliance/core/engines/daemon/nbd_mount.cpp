@@ -1,4 +1,4 @@
-#include "appliance/core/engines/qsd/nbd_mount.h"
+#include "appliance/core/engines/daemon/nbd_mount.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/qsd/programs.h"
+#include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
 
 namespace lumora {

@@ -1,4 +1,4 @@
-#include "appliance/core/engines/qsd/qmp_client.h"
+#include "appliance/core/engines/daemon/qmp_client.h"
 
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -5,7 +5,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "appliance/core/engines/qsd/qmp_client.h"
+#include "appliance/core/engines/daemon/qmp_client.h"
 
 namespace lumora {
 

@@ -1,4 +1,4 @@
-#include "appliance/core/engines/qsd/programs.h"
+#include "appliance/core/engines/daemon/programs.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -63,11 +63,11 @@ std::string packageOf(const std::string& program)
 
 }  // namespace
 
-void checkPrograms()
+void checkPrograms(const std::string& engine)
 {
     for (const SNeeded& needed : NEEDED) {
         if (isThereToRun(needed.program)) continue;
-        throw EApplianceError(EStatus::UNUSABLE, "engine \"qsd\" needs the program " + std::string(needed.program) +
+        throw EApplianceError(EStatus::UNUSABLE, "engine " + inQuotes(engine) + " needs the program " + needed.program +
                                                      ": install the package " + needed.package);
     }
 }

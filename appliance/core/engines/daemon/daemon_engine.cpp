@@ -1,0 +1,196 @@
+#include "appliance/core/engines/daemon/daemon_engine.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include "appliance/core/conventions/error.h"
+#include "appliance/core/engines/daemon/nbd_mount.h"
+#include "appliance/core/engines/daemon/programs.h"
+#include "base/process_stat.h"
+
+namespace lumora {
+namespace fs = std::filesystem;
+namespace {
+
+using Json = CQmpClient::Json;
+
+constexpr std::chrono::milliseconds TRY_AGAIN{500};
+
+}  // namespace
+
+CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, fs::path daemon)
+    : m_store(std::move(store)), m_home(std::move(home)), m_daemon(std::move(daemon))
+{
+}
+
+void CBaseDaemonEngine::stop()
+{
+    if (!m_daemon.isThere()) return;
+    const base::CFileDescriptor alone = m_daemon.lock();
+    unmountBelow(m_home / "dev");
+    std::error_code error;
+    for (fs::directory_iterator image(m_home / "images", error), end; !error && image != end; image.increment(error)) {
+        unmountImage(image->path());
+    }
+    m_daemon.markStopped();
+    m_daemon.end();
+    closeAll();
+}
+
+void CBaseDaemonEngine::unmountBelow(const fs::path& folder) const
+{
+    std::error_code error;
+    for (fs::directory_iterator device(folder, error), end; !error && device != end; device.increment(error)) {
+        unmount(device->path(), m_daemon.log());
+    }
+}
+
+bool CBaseDaemonEngine::keep()
+{
+    const base::CFileDescriptor keeper = m_daemon.lockAsKeeper();
+    if (!keeper) return true;
+    while (m_daemon.isThere()) {
+        try {
+            const base::CFileDescriptor alone = m_daemon.lock();
+            if (m_daemon.isStopped()) return true;
+            makeReady();
+        } catch (const EApplianceError& error) {
+            // It may have been killed while it was started: whoever waits for it needs it all the same.
+            std::fprintf(stderr, "%s\n", error.what());
+            std::this_thread::sleep_for(TRY_AGAIN);
+            continue;
+        }
+        m_daemon.waitForEnd();
+    }
+    return true;
+}
+
+// Who keeps the daemon running when no service does: readers and writers wait while it is away, and no tool may come
+// by.
+void CBaseDaemonEngine::startKeeper()
+{
+    if (!m_daemon.lockAsKeeper()) return;
+    const fs::path program = base::thisProgram().parent_path() / "lmadm";
+    if (::access(program.c_str(), X_OK) != 0) return;
+    startProgram({program.string(), "--store", m_store.string(), "appliance", "keep", m_home.filename().string()},
+                 m_daemon.log());
+}
+
+void CBaseDaemonEngine::makeReady()
+{
+    if (m_daemon.isReady()) return;
+    m_daemon.end();
+    recover();
+    m_daemon.start();
+    {
+        CQmpClient monitor = m_daemon.connect();
+        openAll(monitor);
+    }
+    m_daemon.markReady();
+}
+
+CQmpClient CBaseDaemonEngine::connect()
+{
+    makeReady();
+    try {
+        return m_daemon.connect();
+    } catch (const EApplianceError&) {
+        // It has ended, or it hangs, and what it acknowledged is safe: one that hangs is ended too.
+        m_daemon.end();
+    }
+    makeReady();
+    return m_daemon.connect();
+}
+
+void CBaseDaemonEngine::change(const CStep& step)
+{
+    CQmpClient monitor = connect();
+    m_daemon.markUnready();
+    try {
+        step(monitor);
+    } catch (const EQmpRefusal&) {
+        m_daemon.markReady();  // what it refuses it has not begun
+        throw;
+    }
+    m_daemon.markReady();
+}
+
+void CBaseDaemonEngine::attach(const std::vector<SDevice>& devices)
+{
+    const auto isDone = [this](const SDevice& device) { return isAttached(device); };
+    if (m_daemon.isReady() && std::all_of(devices.begin(), devices.end(), isDone)) return;
+    const base::CFileDescriptor alone = m_daemon.lock();
+    std::set<std::string> open;
+    {
+        CQmpClient monitor = connect();
+        open = exportsOf(monitor);
+    }
+    std::optional<EQmpRefusal> refusal;
+    std::vector<SNbdMount> mounts;
+    for (const SDevice& device : devices) {
+        const std::string name = exportName(device);
+        if (open.count(name) != 0 && isAttached(device)) continue;
+        bool isOpen = open.count(name) != 0;
+        try {
+            if (!isOpen) {
+                change([&](CQmpClient& monitor) {
+                    openDevice(monitor, device);
+                    isOpen = exportsOf(monitor).count(name) != 0;
+                });
+            }
+        } catch (const EQmpRefusal& error) {
+            refusal = error;  // of one that is damaged, which keeps no other from its host
+        }
+        if (isOpen && !isAttached(device)) {
+            mounts.push_back({device.path, m_daemon.exports(), name, device.volume.size});
+        }
+    }
+    mountAll(mounts, m_daemon.log());
+    startKeeper();
+    if (refusal) throw *refusal;
+}
+
+bool CBaseDaemonEngine::isAttached(const SDevice& device) const
+{
+    return isMounted(device.path, device.volume.size);
+}
+
+std::set<std::string> exportsOf(CQmpClient& monitor)
+{
+    std::set<std::string> names;
+    for (const Json& each : monitor.execute("query-block-exports")) {
+        names.insert(each.value("id", ""));
+    }
+    return names;
+}
+
+void addExport(CQmpClient& monitor, const std::string& name, const std::string& node)
+{
+    monitor.execute("block-export-add", {{"type", "nbd"},
+                                         {"id", name},
+                                         {"node-name", node},
+                                         {"name", name},
+                                         {"writable", true},
+                                         {"writethrough", true}});
+}
+
+void closeExport(CQmpClient& monitor, const std::string& name, const std::string& node)
+{
+    if (exportsOf(monitor).count(name) != 0) {
+        monitor.execute("block-export-del", {{"id", name}, {"mode", "hard"}});
+        monitor.waitFor("BLOCK_EXPORT_DELETED", [&](const Json& data) { return data.value("id", "") == name; });
+    }
+    for (const Json& open : monitor.execute("query-named-block-nodes", {{"flat", true}})) {
+        if (open.value("node-name", "") == node) {
+            monitor.execute("blockdev-del", {{"node-name", node}});
+            return;
+        }
+    }
+}
+
+}  // namespace lumora
