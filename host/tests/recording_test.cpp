@@ -162,6 +162,43 @@ TEST_F(CRecordingTest, WhatMayHoldAPasswordIsLeftOut)
               (json{"--freeze", "true", "--thaw", "true"}));
 }
 
+TEST_F(CRecordingTest, AThawCommandThatIsPrintedIsLeftOut)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "--freeze", "true", "--thaw", "false secret"}).exit, 12);
+    for (const char* const form : {"table", "json"}) {
+        const SRun run = fictl({"--output", form, "--record", file(), "snapshot", "show", "s"});
+        EXPECT_NE(run.out.find("false secret"), std::string::npos) << "people are told";
+        EXPECT_EQ(base_test::contentOf(file()).find("secret"), std::string::npos) << form;
+        EXPECT_NE(lines().back()["end"]["output"].get<std::string>().find("thaw command failed: "), std::string::npos);
+        fs::remove(file());
+    }
+}
+
+TEST_F(CRecordingTest, TheHistoryRepeatsNoCommandThatFailed)
+{
+    EXPECT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "--freeze=false secret", "--thaw", "true"}).exit, 12);
+    const SRun history = fictlJson({"history"});
+    EXPECT_EQ(history.document()["history"][0]["message"].get<std::string>().find("secret"), std::string::npos);
+    EXPECT_NE(history.out.find("freeze command \\\"...\\\" failed"), std::string::npos) << history.out;
+}
+
+TEST_F(CRecordingTest, HoldsTheDocumentThatIsReceived)
+{
+    ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+    const std::string document = fictl({"snapshot", "export", "s"}).out;
+    ASSERT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
+    base_test::writeFile(m_root + "/s.json", document);
+    EXPECT_EQ(record({"snapshot", "receive", m_root + "/s.json"}).exit, 0);
+    EXPECT_EQ(lines()[1]["input"], (json{{"file", m_root + "/s.json"}, {"text", document}}));
+}
+
+TEST_F(CRecordingTest, OfTheDoctorHoldsWhatTheProviderAskedWhenItWasStarted)
+{
+    EXPECT_EQ(record({"doctor"}).exit, 0);
+    EXPECT_FALSE(runs("provider").empty());
+    EXPECT_EQ(lines().back()["end"]["exit"], 0);
+}
+
 TEST_F(CRecordingTest, GoesOnInTheProcessThatGoesOn)
 {
     const pid_t process = startHeld({"--record", file(), "snapshot", "create", "s", "/dev/fake1"});

@@ -12,6 +12,7 @@
 #include "host/src/commands/command_line.h"
 #include "host/src/commands/conversation_head.h"
 #include "host/src/output/error.h"
+#include "host/src/output/secrets.h"
 #include "host/src/process/other_process.h"
 #include "host/src/recording/recording.h"
 
@@ -69,11 +70,16 @@ int runKnown(int argc, char** argv, const SCommandLine& line)
 {
     const auto start = std::chrono::steady_clock::now();
     std::optional<CRecording> recording;
-    if (!line.record.empty()) recording.emplace(line.record, conversationHead(argc, argv, line));
+    const std::vector<std::string> secrets = secretValues(argc, argv, line.secrets);
+    if (!line.record.empty()) {
+        SConversationBegin begin = beginConversation(recordedWords(argc, argv, line), line.provider, secrets);
+        recording.emplace(line.record, std::move(begin.head), std::move(begin.secrets));
+    }
     std::optional<CCommandHistory> history;
     if (line.isChange) history.emplace(shownCommandLine(argc, argv, line.secrets));
     SHistoryEnd end = runAndAnswer(line);
     end.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+    end.message = CSecrets(secrets, "...").hidden(end.message);
     if (history) history->end(end);
     return end.exit;
 }

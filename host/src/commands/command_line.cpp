@@ -162,4 +162,19 @@ std::string shownCommandLine(int argc, char** argv, const std::set<std::string>&
     return text;
 }
 
+std::vector<std::string> secretValues(int argc, char** argv, const std::set<std::string>& secrets)
+{
+    std::vector<std::string> values;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const size_t end = word.find('=');
+        if (secrets.contains(word)) {
+            if (++i < argc) values.emplace_back(argv[i]);
+        } else if (end != std::string::npos && secrets.contains(word.substr(0, end))) {
+            values.push_back(word.substr(end + 1));
+        }
+    }
+    return values;
+}
+
 }  // namespace fictl

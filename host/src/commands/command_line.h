@@ -3,6 +3,7 @@
 #include <chrono>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "host/src/commands/command.h"
 
@@ -27,5 +28,8 @@ void readCommandLine(int argc, char** argv, SCommandLine& line);
 
 /// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret.
 std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets);
+
+/// The values of the options that are secret.
+std::vector<std::string> secretValues(int argc, char** argv, const std::set<std::string>& secrets);
 
 }  // namespace fictl

@@ -36,6 +36,7 @@ CommandRun declareExport(COptions& options);
 CommandRun declareReceive(COptions& options);
 CommandRun declareCatalogCheck(COptions& options);
 CommandRun declareHistory(COptions& options);
+CommandRun declareSupportBundle(COptions& options);
 
 /// Every group and every command, in the order of --help.
 inline constexpr SCommandGroup COMMAND_GROUPS[] = {
@@ -47,6 +48,8 @@ inline constexpr SCommandGroup COMMAND_GROUPS[] = {
 inline constexpr SCommand COMMANDS[] = {
     {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor, false},
     {"", "history", "Show which commands changed something, and what became of them", declareHistory, false},
+    {"", "support-bundle", "Collect what tells what is wrong here, for somebody else to look at", declareSupportBundle,
+     false},
     {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
     {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList, false},
     {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true},

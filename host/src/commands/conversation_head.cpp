@@ -9,6 +9,7 @@
 #include "framework/include/obzx_runtime.h"
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/output/error.h"
+#include "host/src/output/secrets.h"
 #include "host/src/process/placed_path.h"
 #include "host/src/provider/naming.h"
 #include "host/src/provider/provider_library.h"
@@ -20,29 +21,6 @@ namespace fictl {
 namespace {
 
 using nlohmann::json;
-
-// In place of a command that may hold a password.
-constexpr const char* HARMLESS = "true";
-
-json argumentsOf(int argc, char** argv, const SCommandLine& line)
-{
-    json words = json::array();
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const std::string option = word.substr(0, word.find('='));
-        const bool isSecret = line.secrets.contains(option);
-        const bool hasOwnWord = option == word;
-        if (option == "--record") {
-            if (hasOwnWord) ++i;
-        } else if (isSecret) {
-            words.insert(words.end(), {option, HARMLESS});
-            if (hasOwnWord) ++i;
-        } else {
-            words.push_back(conversationText(word));
-        }
-    }
-    return words;
-}
 
 std::string configurationOf(const std::string& provider)
 {
@@ -76,7 +54,8 @@ json rowsOf(const base::CSqliteDatabase& database, const char* table)
     return rows;
 }
 
-json catalogRows()
+// Adds the thaw commands that stand in it to the secrets.
+json catalogRows(std::vector<std::string>& secrets)
 {
     try {
         json rows;
@@ -88,7 +67,9 @@ json catalogRows()
                 rows[table] = rowsOf(database, table);
             }
             for (json& row : rows["snapshot"]) {
-                if (!row.value("thaw", std::string()).empty()) row["thaw"] = HARMLESS;
+                if (row.value("thaw", std::string()).empty()) continue;
+                secrets.push_back(row["thaw"]);
+                row["thaw"] = HARMLESS_COMMAND;
             }
         });
         return rows;
@@ -99,19 +80,42 @@ json catalogRows()
 
 }  // namespace
 
-json conversationHead(int argc, char** argv, const SCommandLine& line)
+SConversationBegin beginConversation(json words, const std::string& providerText, std::vector<std::string> secrets)
 {
-    const std::string provider = CProviderLibrary::nameOf(line.provider.empty() ? "cdpfi" : line.provider);
-    return {{"fictl", FICTL_VERSION},
-            {"started", utcSecondsText(std::chrono::system_clock::now())},
-            {"arguments", argumentsOf(argc, argv, line)},
-            {"process", getpid()},
-            {"checkpoint", naming::checkpointOfProcess(getpid())},
-            {"provider", provider},
-            {"configuration", conversationText(configurationOf(provider))},
-            {"root", placedPath("/")},
-            {"host", conversationText(hostName(provider))},
-            {"catalog", catalogRows()}};
+    const std::string provider = CProviderLibrary::nameOf(providerText.empty() ? "cdpfi" : providerText);
+    json rows = catalogRows(secrets);
+    CSecrets(secrets, HARMLESS_COMMAND).hide(rows);  // a message may repeat one
+    json head = {{"fictl", FICTL_VERSION},
+                 {"started", utcSecondsText(std::chrono::system_clock::now())},
+                 {"arguments", std::move(words)},
+                 {"process", getpid()},
+                 {"checkpoint", naming::checkpointOfProcess(getpid())},
+                 {"provider", provider},
+                 {"configuration", conversationText(configurationOf(provider))},
+                 {"root", placedPath("/")},
+                 {"host", conversationText(hostName(provider))},
+                 {"catalog", std::move(rows)}};
+    return {std::move(head), std::move(secrets)};
+}
+
+json recordedWords(int argc, char** argv, const SCommandLine& line)
+{
+    json words = json::array();
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::string option = word.substr(0, word.find('='));
+        const bool isSecret = line.secrets.contains(option);
+        const bool hasOwnWord = option == word;
+        if (option == "--record") {
+            if (hasOwnWord) ++i;
+        } else if (isSecret) {
+            words.insert(words.end(), {option, HARMLESS_COMMAND});
+            if (hasOwnWord) ++i;
+        } else {
+            words.push_back(conversationText(word));
+        }
+    }
+    return words;
 }
 
 }  // namespace fictl

@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog_reader.h"
+#include "host/src/catalog/history_json.h"
 #include "host/src/catalog/history_table.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
@@ -12,8 +13,6 @@
 namespace fictl {
 
 namespace {
-
-using std::chrono::microseconds;
 
 struct SHistoryRequest
 {
@@ -64,70 +63,9 @@ std::string sinceOf(const std::string& text)
                  "give an age such as 90s, 30m, 12h or 2d, or a time such as 2026-01-31 or 2026-01-31T12:00:00Z");
 }
 
-double secondsOf(microseconds time)
+std::string secondsOf(std::chrono::microseconds time)
 {
-    return std::chrono::duration<double>(time).count();
-}
-
-const char* stateOf(const SHistoryEntry& entry)
-{
-    if (entry.end) return "ended";
-    return isAlive(entry.process) ? "running" : "did not end";
-}
-
-json exitJson(const SHistoryEntry& entry)
-{
-    if (!entry.end) return nullptr;
-    return {{"code", entry.end->exit}, {"name", exitName(static_cast<EExit>(entry.end->exit))}};
-}
-
-json objectsJson(const SHistoryEntry& entry)
-{
-    json list = json::array();
-    for (const SHistoryObject& object : entry.objects) {
-        list.push_back({{"verb", object.verb},
-                        {"kind", object.kind},
-                        {"appliance", object.appliance},
-                        {"group", object.group},
-                        {"name", object.name},
-                        {"outcome", outcomeText(object.outcome)},
-                        {"made_at", textOrNull(object.madeAt)}});
-    }
-    return list;
-}
-
-json commandsJson(const SHistoryEntry& entry)
-{
-    json list = json::array();
-    for (const SHistoryRun& run : entry.runs) {
-        list.push_back({{"started", run.started},
-                        {"seconds", secondsOf(run.duration)},
-                        {"command", run.command},
-                        {"answer", run.answer}});
-    }
-    return list;
-}
-
-json entryJson(const SHistoryEntry& entry)
-{
-    return {
-        {"number", entry.id},
-        {"started", entry.started},
-        {"host", entry.host},
-        {"user", entry.user},
-        {"sudo_user", textOrNull(entry.sudoUser)},
-        {"command", entry.command},
-        {"snapshot", textOrNull(entry.snapshot)},
-        {"process", entry.process.pid},
-        {"state", stateOf(entry)},
-        {"exit", exitJson(entry)},
-        {"seconds", entry.end ? json(secondsOf(entry.end->duration)) : json()},
-        {"frozen_seconds", entry.end && entry.end->frozen.count() > 0 ? json(secondsOf(entry.end->frozen)) : json()},
-        {"message", entry.end ? textOrNull(entry.end->message) : json()},
-        {"objects", objectsJson(entry)},
-        {"commands", commandsJson(entry)},
-        {"looks", entry.looks},
-        {"lost", entry.lost}};
+    return secondsText(std::chrono::duration<double>(time).count());
 }
 
 std::string who(const SHistoryEntry& entry)
@@ -139,9 +77,9 @@ void addRows(const SHistoryEntry& entry, Rows& commands, Rows& objects)
 {
     const bool wasFrozen = entry.end && entry.end->frozen.count() > 0;
     commands.push_back({std::to_string(entry.id), entry.started, who(entry),
-                        entry.end ? std::to_string(entry.end->exit) : stateOf(entry),
-                        entry.end ? secondsText(secondsOf(entry.end->duration)) : "",
-                        wasFrozen ? secondsText(secondsOf(entry.end->frozen)) : "", entry.command});
+                        entry.end ? std::to_string(entry.end->exit) : historyState(entry),
+                        entry.end ? secondsOf(entry.end->duration) : "", wasFrozen ? secondsOf(entry.end->frozen) : "",
+                        entry.command});
     for (const SHistoryObject& object : entry.objects) {
         objects.push_back({std::to_string(entry.id), object.verb, object.kind, object.appliance, object.group,
                            object.name, outcomeText(object.outcome), object.madeAt});
@@ -161,7 +99,7 @@ SResult showHistory(const SHistoryRequest& request)
         commands = {{"NUMBER", "STARTED", "WHO", "EXIT", "TOOK", "FROZEN", "COMMAND"}};
         objects = {{"NUMBER", "VERB", "KIND", "APPLIANCE", "GROUP", "NAME", "OUTCOME", "MADE AT"}};
         readHistory(database, filter, [&](const SHistoryEntry& entry) {
-            list.push_back(entryJson(entry));
+            list.push_back(historyJson(entry));
             addRows(entry, commands, objects);
         });
     };

@@ -15,6 +15,7 @@
 #include "host/src/output/error.h"
 #include "host/src/process/own_setting.h"
 #include "host/src/provider/provider_library.h"
+#include "host/src/recording/recording.h"
 #include "host/src/snapshot/made_devices.h"
 #include "host/src/text/plain_text.h"
 
@@ -40,12 +41,19 @@ std::string readAll(int descriptor, const std::string& what)
     return text;
 }
 
-std::string readInput(const std::string& file)
+std::string bytesOf(const std::string& file)
 {
     if (file == STANDARD_INPUT) return readAll(STDIN_FILENO, "standard input");
     const base::CFileDescriptor input(open(file.c_str(), O_RDONLY | O_CLOEXEC));
     if (!input) failFile("open", file);
     return readAll(input.get(), file);
+}
+
+std::string readInput(const std::string& file)
+{
+    std::string text = bytesOf(file);
+    if (CRecording* const recording = CRecording::current()) recording->addInput(file, text);
+    return text;
 }
 
 [[noreturn]] void reject(const SSnapshot& snapshot, const std::string& reason, const std::string& next)

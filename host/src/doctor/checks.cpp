@@ -33,7 +33,7 @@ std::string checksText(const Checks& checks)
     return text;
 }
 
-json checksJson(const Checks& checks)
+json doctorJson(const Checks& checks)
 {
     json list = json::array();
     for (const SCheck& check : checks) {
@@ -44,7 +44,7 @@ json checksJson(const Checks& checks)
                         {"line", check.line == 0 ? json() : json(check.line)},
                         {"next", textOrNull(check.next)}});
     }
-    return list;
+    return {{"doctor", {{"checks", std::move(list)}, {"ok", isHealthy(checks)}}}};
 }
 
 bool isHealthy(const Checks& checks)

@@ -29,7 +29,8 @@ using Checks = std::vector<SCheck>;
 
 /// The checks as lines for people: level, file and line, text, next step.
 std::string checksText(const Checks& checks);
-json checksJson(const Checks& checks);
+/// As "fictl doctor" gives them.
+json doctorJson(const Checks& checks);
 bool isHealthy(const Checks& checks);
 
 }  // namespace fictl

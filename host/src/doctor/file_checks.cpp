@@ -11,6 +11,7 @@
 #include <system_error>
 #include <utility>
 
+#include "host/src/output/private_folder.h"
 #include "host/src/process/placed_path.h"
 
 namespace fictl {
@@ -37,12 +38,6 @@ std::string existingPart(std::string path)
         path = std::filesystem::path(path).parent_path();
     }
     return path.empty() ? "." : path;
-}
-
-std::string temporaryFolder()
-{
-    const char* const folder = secure_getenv("TMPDIR");
-    return folder == nullptr || *folder == '\0' ? P_tmpdir : folder;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <csignal>
 
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "framework/include/obzx_runtime.h"
 #include "host/src/output/error.h"
@@ -71,10 +72,24 @@ json conversationText(const std::string& text)
     return {{"hex", hex}};
 }
 
-CRecording::CRecording(const std::string& file, json head)
+CRecording::CRecording(const std::string& file, json head, std::vector<std::string> secrets)
     : m_name(file),
+      m_secrets(std::move(secrets), HARMLESS_COMMAND),
       m_file(newFile(file, m_failure)),
       m_listening([this](const SRunRecord& run, const obzx_run& whole) { addRun(run, whole); })
+{
+    begin(std::move(head));
+}
+
+CRecording::CRecording(std::vector<json>& lines, json head, std::vector<std::string> secrets)
+    : m_secrets(std::move(secrets), HARMLESS_COMMAND),
+      m_lines(&lines),
+      m_listening([this](const SRunRecord& run, const obzx_run& whole) { addRun(run, whole); })
+{
+    begin(std::move(head));
+}
+
+void CRecording::begin(json head)
 {
     head["format"] = "fictl-conversation";
     head["version"] = 1;
@@ -102,6 +117,7 @@ double CRecording::offsetOf(Clock::time_point time) const
 void CRecording::write(const json& line)
 {
     const std::lock_guard guard(m_lock);
+    if (m_lines != nullptr) m_lines->push_back(line);
     if (!m_file) return;
     try {
         m_file->write(line.dump(-1, ' ', false, json::error_handler_t::replace) + "\n");
@@ -154,9 +170,37 @@ void CRecording::addInspection(const json& raw, Clock::time_point began)
     }
 }
 
+void CRecording::addInput(const std::string& file, const std::string& text)
+{
+    write({{"input", {{"file", conversationText(file)}, {"text", conversationText(text)}}}});
+}
+
+void CRecording::addPart(const std::string& text, Clock::time_point began)
+{
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
+        json entry = json::parse(line, nullptr, false);
+        if (!entry.is_object() || !(entry.contains("run") || entry.contains("trace"))) continue;
+        if (entry.contains("run")) entry["run"]["offset"] = entry["run"].value("offset", 0.0) + offsetOf(began);
+        write(entry);
+    }
+}
+
+void CRecording::missPart(const std::string& why)
+{
+    const std::lock_guard guard(m_lock);
+    m_failure = why;
+}
+
+std::string CRecording::failure()
+{
+    const std::lock_guard guard(m_lock);
+    return m_failure;
+}
+
 void CRecording::end(int exit, const std::string& output)
 {
-    write({{"end", {{"exit", exit}, {"output", conversationText(output)}}}});
+    write({{"end", {{"exit", exit}, {"output", conversationText(m_secrets.hiddenOutput(output))}}}});
     const std::lock_guard guard(m_lock);
     try {
         if (m_file && !m_file->keep(false)) m_failure = "a file of that name has appeared meanwhile";
@@ -164,7 +208,8 @@ void CRecording::end(int exit, const std::string& output)
         m_failure = error.what();
     }
     m_file.reset();
-    if (!m_failure.empty()) CProgress::warn("conversation " + printable(m_name) + " is not whole: " + m_failure);
+    if (m_lines == nullptr && !m_failure.empty())
+        CProgress::warn("conversation " + printable(m_name) + " is not whole: " + m_failure);
 }
 
 void CRecording::leave()
