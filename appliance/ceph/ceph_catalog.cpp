@@ -30,28 +30,6 @@ constexpr const char* PACKAGE = "libsqlite3-mod-ceph";
                           "cannot use " + std::string(LIBRARY) + " (package " + PACKAGE + "): " + reason);
 }
 
-// Where it cannot open a file, the library answers with a negative errno value, of which SQLite passes on one byte.
-std::string reasonOf(const base::ESqlite& error)
-{
-    constexpr int BYTE = 256;
-    if (error.primaryCode() <= SQLITE_DONE) return error.what();
-    return std::error_code(BYTE - error.primaryCode(), std::generic_category()).message();
-}
-
-[[noreturn]] void refuse(const std::string& file, const base::ESqlite& error)
-{
-    switch (error.primaryCode()) {
-        case SQLITE_FULL:
-        case SQLITE_IOERR:
-        case SQLITE_BUSY:
-        case SQLITE_LOCKED:
-        case SQLITE_NOMEM:
-            throw EApplianceError(EStatus::STORAGE, "cannot use " + file + ": " + error.what());
-        default:
-            throw EApplianceError(EStatus::UNUSABLE, "catalog " + file + " is unusable: " + reasonOf(error));
-    }
-}
-
 void loadLibrary()
 {
     base::CSqliteDatabase loader(":memory:", SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, PATIENCE);
@@ -96,19 +74,6 @@ class CLibraryClient
     std::string m_address;
 };
 
-// The database's name for SQLite, once its library can be used.
-std::string openable(CCephCluster& cluster, const SCatalogPlace& place)
-{
-    static const CLibraryClient client(cluster);
-    if (!client.isOf(cluster.setup())) refuseLibrary("this process uses a database of another cluster");
-    return "file:///" + place.pool + ":/" + place.name + "?vfs=ceph";
-}
-
-int flagsOf(CCephCatalog::EMode mode)
-{
-    return SQLITE_OPEN_READWRITE | SQLITE_OPEN_URI | (mode == CCephCatalog::EMode::CREATE ? SQLITE_OPEN_CREATE : 0);
-}
-
 void watch(const std::stop_token& stop, const SCephSetup& setup, const SCatalogPlace& catalog)
 {
     std::unique_ptr<CCephCluster> cluster;
@@ -137,14 +102,16 @@ CFenceWatch::CFenceWatch(SCephSetup setup, SCatalogPlace catalog)
 {
 }
 
-CCephCatalog::CCephCatalog(CCephCluster& cluster, const SCatalogPlace& place, EMode mode)
-    : m_watch(cluster.setup(), place), m_database(openable(cluster, place), flagsOf(mode), PATIENCE, refuse)
+std::string catalogName(CCephCluster& cluster, const SCatalogPlace& place)
 {
-    // Readers shut each other out, so what is read goes in one piece. A journal that is kept costs least; a log would
-    // leave the database closed to all but one process.
-    m_database.execute(
-        "PRAGMA page_size = 65536; PRAGMA journal_mode = PERSIST; PRAGMA synchronous = FULL; "
-        "PRAGMA temp_store = MEMORY; PRAGMA foreign_keys = ON");
+    static const CLibraryClient client(cluster);
+    if (!client.isOf(cluster.setup())) refuseLibrary("this process uses a database of another cluster");
+    return "file:///" + place.pool + ":/" + place.name + "?vfs=ceph";
+}
+
+CCephCatalog::CCephCatalog(CCephCluster& cluster, const SCatalogPlace& place, CDatabase::EMode mode)
+    : m_watch(cluster.setup(), place), m_database(catalogName(cluster, place), mode)
+{
 }
 
 }  // namespace lumora

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <thread>
 
 #include "appliance/ceph/fence.h"
-#include "base/sqlite.h"
+#include "appliance/core/store/database.h"
 
 namespace lumora {
 
@@ -20,32 +19,23 @@ class CFenceWatch
     std::jthread m_thread;
 };
 
-/**
- * A SQLite database in a pool of a cluster; what is committed is safe there. One transaction at a time has it, whether
- * it reads or writes, whatever machine it runs on; others wait. When the process that has it dies, the next one on the
- * same machine waits less than a second, on another machine half a minute. For one thread.
- *
- * Failures, also of its queries and transactions, are EApplianceError: storage for a cluster that does not do what it
- * is told, unusable for a database that is missing, damaged or none.
- */
+/// The name of a database in a pool for SQLite, which can open it from then on. All of a process's databases are of the
+/// cluster, and used as the user, of the first one; others are refused with status unusable. What is committed is safe
+/// in the cluster. One transaction at a time has it; when the process that has it dies, the next one on the same
+/// machine waits less than a second where a CFenceWatch lives, and half a minute elsewhere.
+std::string catalogName(CCephCluster& cluster, const SCatalogPlace& place);
+
+/// A database in a pool, and the watch for it. For one thread.
 class CCephCatalog
 {
   public:
-    enum class EMode : uint8_t
-    {
-        EXISTING,
-        CREATE
-    };
+    CCephCatalog(CCephCluster& cluster, const SCatalogPlace& place, CDatabase::EMode mode);
 
-    /// All of a process's databases are of the cluster, and used as the user, of the first one; others are refused with
-    /// status unusable.
-    CCephCatalog(CCephCluster& cluster, const SCatalogPlace& place, EMode mode);
-
-    base::CSqliteDatabase& database() noexcept { return m_database; }
+    CDatabase& database() noexcept { return m_database; }
 
   private:
     CFenceWatch m_watch;  // from before the first lock to behind the last one
-    base::CSqliteDatabase m_database;
+    CDatabase m_database;
 };
 
 }  // namespace lumora

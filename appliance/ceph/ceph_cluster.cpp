@@ -73,9 +73,11 @@ void CCephCluster::blocklist(const std::string& address)
     checkCeph(::rados_wait_for_latest_osdmap(handle()), "shut out", "client " + address);
 }
 
-CCephPool::CCephPool(CCephCluster& cluster, std::string name) : m_name(std::move(name))
+CCephPool::CCephPool(CCephCluster& cluster, std::string name, std::string space)
+    : m_name(std::move(name)), m_space(std::move(space))
 {
     checkCeph(::rados_ioctx_create(cluster.handle(), m_name.c_str(), &m_handle), "open", "pool " + inQuotes(m_name));
+    if (!m_space.empty()) ::rados_ioctx_set_namespace(m_handle, m_space.c_str());
 }
 
 CCephPool::~CCephPool()

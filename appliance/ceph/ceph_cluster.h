@@ -55,21 +55,24 @@ class CCephCluster
     std::string m_address;  // empty as long as there is no connection
 };
 
-/// A pool of a cluster, which must outlive it. For several threads.
+/// A pool of a cluster, or a namespace in it; the cluster must outlive it. For several threads.
 class CCephPool
 {
   public:
-    /// Status missing when there is none of the name.
-    CCephPool(CCephCluster& cluster, std::string name);
+    /// Status missing when there is no pool of the name. All that is done with it is done in the namespace, which is
+    /// the pool's own where the name is empty.
+    CCephPool(CCephCluster& cluster, std::string name, std::string space = "");
     ~CCephPool();
     CCephPool(const CCephPool&) = delete;
     CCephPool& operator=(const CCephPool&) = delete;
 
     const std::string& name() const noexcept { return m_name; }
+    const std::string& space() const noexcept { return m_space; }
     rados_ioctx_t handle() const noexcept { return m_handle; }
 
   private:
     const std::string m_name;
+    const std::string m_space;
     rados_ioctx_t m_handle = nullptr;
 };
 

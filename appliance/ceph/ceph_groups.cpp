@@ -10,6 +10,7 @@
 #include "appliance/ceph/ceph_error.h"
 #include "appliance/ceph/ceph_id.h"
 #include "appliance/ceph/ceph_images.h"
+#include "appliance/ceph/image_contents.h"
 #include "appliance/ceph/rbd_list.h"
 #include "appliance/core/conventions/error.h"
 
@@ -51,8 +52,30 @@ void CCephGroups::take(const std::string& group, const std::string& image) const
 {
     const std::string doing = "take " + imageInWords(image, m_pool.name()) + " out of";
     const std::string object = groupInWords(group, m_pool.name());
-    if (!contents(group).empty()) refuseNeeded(doing, object, "the group has content");
+    const std::vector<SImageContent> contents = contentsOf(COpenImage(m_pool, image));
+    if (!contents.empty()) refuseNeeded(doing, object, "content " + inQuotes(contents.front().content) + " holds it");
     checkCeph(::rbd_group_image_remove(m_pool.handle(), group.c_str(), m_pool.handle(), image.c_str()), doing, object);
+}
+
+std::vector<std::string> CCephGroups::names() const
+{
+    std::string texts(size_t{1} << 12U, '\0');
+    size_t size = texts.size();
+    int code = ::rbd_group_list(m_pool.handle(), texts.data(), &size);
+    while (code == -ERANGE) {
+        size = std::max(size, 2 * texts.size());
+        texts.resize(size);
+        code = ::rbd_group_list(m_pool.handle(), texts.data(), &size);
+    }
+    checkCeph(code, "list the groups of", "pool " + inQuotes(m_pool.name()));
+    std::vector<std::string> names;
+    for (size_t start = 0; start < size;) {
+        const size_t end = texts.find('\0', start);
+        if (end == std::string::npos || end == start) break;
+        names.push_back(texts.substr(start, end - start));
+        start = end + 1;
+    }
+    return names;
 }
 
 std::vector<std::string> CCephGroups::members(const std::string& group) const

@@ -30,7 +30,8 @@ class CCephGroups
     /// Status in use for a group that still has members or contents; gone already is fine.
     void remove(const std::string& group) const;
     void add(const std::string& group, const std::string& image) const;
-    /// Takes an image out. Status in use as long as the group has contents, which would lose it.
+    std::vector<std::string> names() const;
+    /// Takes an image out. Status in use as long as a content holds a part of it, which would lose it.
     void take(const std::string& group, const std::string& image) const;
     std::vector<std::string> members(const std::string& group) const;
 

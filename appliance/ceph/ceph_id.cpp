@@ -33,6 +33,13 @@ std::string importName(std::string_view content, std::string_view tag, std::stri
     return name;
 }
 
+bool isImportAs(std::string_view name, std::string_view tag)
+{
+    const size_t end = name.find(SEPARATOR);
+    const size_t start = name.rfind(SEPARATOR);
+    return end != start && name.substr(end + 1, start - end - 1) == tag;
+}
+
 bool isImportOf(std::string_view name, std::string_view content, std::string_view volume)
 {
     const size_t end = name.find(SEPARATOR);

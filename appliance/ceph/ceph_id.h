@@ -16,6 +16,8 @@ void checkCephId(std::string_view id);
 /// @param volume id of the volume that the content is of
 std::string importName(std::string_view content, std::string_view tag, std::string_view volume);
 
+/// Whether an image's name is that of an import with the tag.
+bool isImportAs(std::string_view name, std::string_view tag);
 /// Whether an image's name is that of an import of this volume's content.
 bool isImportOf(std::string_view name, std::string_view content, std::string_view volume);
 

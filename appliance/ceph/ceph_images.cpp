@@ -43,6 +43,22 @@ void CCephImages::remove(const std::string& image) const
     checkCeph(::rbd_remove(m_pool.handle(), image.c_str()), "remove", object);
 }
 
+void CCephImages::rename(const std::string& image, const std::string& name) const
+{
+    checkCephId(name);
+    checkCeph(::rbd_rename(m_pool.handle(), image.c_str(), name.c_str()), "rename", imageInWords(image, m_pool.name()));
+}
+
+std::string CCephImages::groupOf(const std::string& image) const
+{
+    const COpenImage open(m_pool, image);
+    rbd_group_info_t info{};
+    checkCeph(::rbd_get_group(open.handle(), &info, sizeof(info)), "look at", open.inWords());
+    std::string name = info.name == nullptr ? "" : info.name;
+    ::rbd_group_info_cleanup(&info, sizeof(info));
+    return name;
+}
+
 uint64_t CCephImages::size(const std::string& image) const
 {
     uint64_t size = 0;

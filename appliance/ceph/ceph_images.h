@@ -18,12 +18,15 @@ class CCephImages
 
     /// @param size bytes
     void make(const std::string& image, uint64_t size) const;
+    void rename(const std::string& image, const std::string& name) const;
     /// Status in use for one that a client has attached, that is a member of a group, or that still has content.
     void remove(const std::string& image) const;
     /// In bytes.
     uint64_t size(const std::string& image) const;
     /// All, also those that show content.
     std::vector<std::string> names() const;
+    /// The group that it is a member of; empty when there is none.
+    std::string groupOf(const std::string& image) const;
     /// Addresses of the clients that have it open for writing. One that died is among them until it is fenced, or for
     /// half a minute.
     std::vector<std::string> attachedBy(const std::string& image) const;

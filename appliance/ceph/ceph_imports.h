@@ -20,6 +20,8 @@ class CCephImports
                      const std::string& volume) const;
     /// @param image as make() returned it. Status in use while a client has it attached.
     void drop(const std::string& image) const;
+    /// All with the tag.
+    std::vector<std::string> of(const std::string& tag) const;
     /// All of a content's volume.
     std::vector<std::string> of(const std::string& content, const std::string& volume) const;
 

@@ -16,17 +16,20 @@ namespace {
 constexpr const char* FIRST_OBJECT = ".0000000000000000";
 constexpr const char* LOCK = "striper.lock";
 
-void breakLock(const CCephPool& pool, const std::string& database, const SLockHolder& holder)
+// Where one of the dead clients has it.
+void breakLock(const CCephPool& pool, const std::string& database, const std::vector<std::string>& gone)
 {
-    const int code = ::rados_break_lock(pool.handle(), (database + FIRST_OBJECT).c_str(), LOCK, holder.client.c_str(),
-                                        holder.cookie.c_str());
+    const std::optional<SLockHolder> holder = holderOfObject(pool, database + FIRST_OBJECT, LOCK);
+    if (!holder || std::find(gone.begin(), gone.end(), holder->address) == gone.end()) return;
+    const int code = ::rados_break_lock(pool.handle(), (database + FIRST_OBJECT).c_str(), LOCK, holder->client.c_str(),
+                                        holder->cookie.c_str());
     if (code == -ENOENT) return;  // broken by another one, or over meanwhile
     checkCeph(code, "break the lock of", "database " + inQuotes(database) + " of pool " + inQuotes(pool.name()));
 }
 
 }  // namespace
 
-std::vector<std::string> fenceGone(CCephCluster& cluster, const SCatalogPlace& catalog)
+std::vector<std::string> fenceGone(CCephCluster& cluster, const std::optional<SCatalogPlace>& catalog)
 {
     const CClientRecords records = cluster.records();
     std::vector<std::string> gone = records.gone();
@@ -34,11 +37,7 @@ std::vector<std::string> fenceGone(CCephCluster& cluster, const SCatalogPlace& c
     for (const std::string& address : gone) {
         cluster.blocklist(address);
     }
-    const CCephPool pool(cluster, catalog.pool);
-    const std::optional<SLockHolder> holder = holderOfObject(pool, catalog.name + FIRST_OBJECT, LOCK);
-    if (holder && std::find(gone.begin(), gone.end(), holder->address) != gone.end()) {
-        breakLock(pool, catalog.name, *holder);
-    }
+    if (catalog) breakLock(CCephPool(cluster, catalog->pool), catalog->name, gone);
     for (const std::string& address : gone) {
         records.remove(address);
     }

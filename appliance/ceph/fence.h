@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,12 +17,12 @@ struct SCatalogPlace
 
 /**
  * Shuts out the clients of this machine whose processes are gone, so that nobody waits half a minute for a lock of
- * theirs: puts them on the blocklist, breaks the database's lock where one of them holds it, and forgets them. The lock
- * of an image goes to the next who asks for it. A client that lives, or that may live, stays as it is: those of other
- * machines, which this one knows nothing of, are for the tools there, or for the half minute.
+ * theirs: puts them on the blocklist, breaks the lock of the database, if there is one, where one of them holds it, and
+ * forgets them. The lock of an image goes to the next who asks for it. A client that lives, or that may live, stays as
+ * it is: those of other machines, which this one knows nothing of, are for the tools there, or for the half minute.
  * @return the addresses
  * Throws EApplianceError when the cluster does not do it; what was not done is for the next call.
  */
-std::vector<std::string> fenceGone(CCephCluster& cluster, const SCatalogPlace& catalog);
+std::vector<std::string> fenceGone(CCephCluster& cluster, const std::optional<SCatalogPlace>& catalog);
 
 }  // namespace lumora

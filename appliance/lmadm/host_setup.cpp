@@ -58,6 +58,16 @@ std::string join(const Lines& lines)
     return text;
 }
 
+// Keeps what else stands there, such as the settings of a store that is the host's own.
+std::string hostSettings(const fs::path& file, const fs::path& store, const std::string& host)
+{
+    Lines lines = readLines(file);
+    std::erase_if(lines,
+                  [](const std::string& line) { return line.starts_with("STORE=") || line.starts_with("HOST="); });
+    lines.insert(lines.begin(), {"STORE=" + store.string(), "HOST=" + host});
+    return join(lines);
+}
+
 std::string applianceList(const fs::path& file, const std::vector<SAppliance>& appliances)
 {
     Lines lines = readLines(file);
@@ -130,7 +140,7 @@ void setUpHost(const SOptions& options, const SHostSetup& setup)
     constexpr mode_t READABLE_BY_ALL = 0644;
 
     replaceFile(folder / "appliance.conf",
-                "STORE=" + session.store().layout().root.string() + "\nHOST=" + setup.host + "\n", READABLE_BY_ALL);
+                hostSettings(folder / "appliance.conf", session.store().layout().root, setup.host), READABLE_BY_ALL);
     replaceFile(folder / "hls.conf", applianceList(folder / "hls.conf", appliances), READABLE_BY_ALL);
     replaceFile(folder / "cdpfi.conf", providerSettings(folder / "cdpfi.conf", tools, setup.host), READABLE_BY_ALL);
     const fs::path link = root / "opt/QXPKlm/bin/lmsh";

@@ -46,8 +46,8 @@ TEST(Names, UnusableOnes)
               "appliance name \"appliance.db-wal\" is taken by the store's own files");
     EXPECT_EQ(refusal(EObject::APPLIANCE, "faults.db"),
               "appliance name \"faults.db\" is taken by the store's own files");
-    EXPECT_EQ(refusal(EObject::APPLIANCE, "engine.conf"),
-              "appliance name \"engine.conf\" is taken by the store's own files");
+    EXPECT_EQ(refusal(EObject::APPLIANCE, "ceph.clients"),
+              "appliance name \"ceph.clients\" is taken by the store's own files");
     EXPECT_EQ(
         refusal(EObject::APPLIANCE, ".."),
         "appliance name \"..\" may hold letters and digits, \".\", \"_\", \"-\" and must begin with a letter or digit");

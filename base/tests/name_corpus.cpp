@@ -60,6 +60,7 @@ const Names& plainNames()
         {"the mark of a checkpoint alone", "KSV_Check_Point_", EVERYTHING},
         {"a database's file", "appliance.db-wal", (TEXT | IMAGE | HOST | SNAPSHOT)},
         {"the file of the engine", "engine.conf", EVERYTHING & ~APPLIANCE},
+        {"the folder of clients", "ceph.clients", EVERYTHING & ~APPLIANCE},
         {"folders of the appliance", "dev", EVERYTHING},
         {"as long as a LUN's may be", std::string(64, 'l'), EVERYTHING},
         {"one byte longer", std::string(65, 'l'), EVERYTHING & ~(APPLIANCE | LUN)},

@@ -18,7 +18,7 @@ class CCatalogTest : public CClusterTest
   protected:
     CCatalogTest()
     {
-        CCephCatalog catalog(m_cluster, m_catalog, CCephCatalog::EMode::CREATE);
+        CCephCatalog catalog(m_cluster, m_catalog, CDatabase::EMode::CREATE);
         catalog.database().execute("CREATE TABLE rows(id INTEGER PRIMARY KEY, name TEXT)");
     }
 
@@ -28,14 +28,14 @@ class CCatalogTest : public CClusterTest
     }
     int64_t rows(const std::string& name)
     {
-        CCephCatalog catalog(m_cluster, m_catalog, CCephCatalog::EMode::EXISTING);
+        CCephCatalog catalog(m_cluster, m_catalog, CDatabase::EMode::EXISTING);
         base::CSqliteQuery query(catalog.database(), "SELECT count(*) FROM rows WHERE name = ?", name);
         query.next();
         return query.integer(0);
     }
     std::string integrity()
     {
-        CCephCatalog catalog(m_cluster, m_catalog, CCephCatalog::EMode::EXISTING);
+        CCephCatalog catalog(m_cluster, m_catalog, CDatabase::EMode::EXISTING);
         base::CSqliteQuery query(catalog.database(), "PRAGMA integrity_check");
         query.next();
         return query.text(0);
@@ -103,13 +103,13 @@ TEST_F(CCatalogTest, IsNotMadeByWhoOnlyLooks)
 {
     const SCatalogPlace none{"catalog", own("none.db")};
     expectRefusal(EStatus::UNUSABLE,
-                  "catalog file:///catalog:/" + none.name + "?vfs=ceph is unusable: No such file or directory",
-                  [&] { CCephCatalog(m_cluster, none, CCephCatalog::EMode::EXISTING); });
+                  "store database file:///catalog:/" + none.name + "?vfs=ceph is unusable: No such file or directory",
+                  [&] { CCephCatalog(m_cluster, none, CDatabase::EMode::EXISTING); });
 }
 
 TEST_F(CCatalogTest, SettingsAreThoseThatKeepEveryCommit)
 {
-    CCephCatalog catalog(m_cluster, m_catalog, CCephCatalog::EMode::EXISTING);
+    CCephCatalog catalog(m_cluster, m_catalog, CDatabase::EMode::EXISTING);
     for (const auto& [pragma, value] : std::vector<std::pair<std::string, std::string>>{
              {"journal_mode", "persist"}, {"synchronous", "2"}, {"page_size", "65536"}, {"temp_store", "2"}}) {
         base::CSqliteQuery query(catalog.database(), ("PRAGMA " + pragma).c_str());

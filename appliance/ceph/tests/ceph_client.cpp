@@ -21,7 +21,7 @@ namespace {
 
 void add(CCephCluster& cluster, const SCatalogPlace& place, int count)
 {
-    CCephCatalog catalog(cluster, place, CCephCatalog::EMode::EXISTING);
+    CCephCatalog catalog(cluster, place, CDatabase::EMode::EXISTING);
     for (int i = 0; i < count; ++i) {
         base::CSqliteTransaction transaction(catalog.database(), base::CSqliteTransaction::EKind::WRITE);
         base::CSqliteQuery(catalog.database(), "INSERT INTO rows(name) VALUES(?)", "added").run();
@@ -32,7 +32,7 @@ void add(CCephCluster& cluster, const SCatalogPlace& place, int count)
 
 void hold(CCephCluster& cluster, const SCatalogPlace& place)
 {
-    CCephCatalog catalog(cluster, place, CCephCatalog::EMode::EXISTING);
+    CCephCatalog catalog(cluster, place, CDatabase::EMode::EXISTING);
     base::CSqliteTransaction transaction(catalog.database(), base::CSqliteTransaction::EKind::WRITE);
     base::CSqliteQuery(catalog.database(), "INSERT INTO rows(name) VALUES(?)", "held").run();
     std::cout << "held" << std::endl;

@@ -99,7 +99,7 @@ TEST_F(CContentTest, GoesInOneOrderOnly)
                       [&] { m_imports.drop(shown); });
     }
     m_imports.drop(shown);
-    expectRefusal(EStatus::IN_USE, "cannot take " + image(a) + " out of " + group() + ": the group has content",
+    expectRefusal(EStatus::IN_USE, "cannot take " + image(a) + " out of " + group() + ": content \"c1\" holds it",
                   [&] { m_groups.take(own("group"), a); });
     expectRefusal(EStatus::IN_USE, "cannot remove " + group() + ": it has content",
                   [this] { m_groups.remove(own("group")); });

@@ -55,14 +55,24 @@ bool isApplianceName(const std::string& name)
 bool isApplianceFolder(const fs::path& folder)
 {
     if (!isApplianceName(folder.filename().string())) return false;
-    static const std::set<std::string> PARTS = {"annotations", "dev", "gate",    "images",
-                                                "owners",      "qsd", "volumes", "work"};
+    static const std::set<std::string> PARTS = {"annotations", "ceph", "dev",     "gate", "images",
+                                                "owners",      "qsd",  "volumes", "work"};
     std::error_code error;
     if (!fs::is_directory(fs::symlink_status(folder, error))) return false;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
         if (PARTS.count(entry->path().filename().string()) == 0) return false;
     }
     return !error;
+}
+
+// The engines that have, or had, something of an appliance.
+std::vector<std::string> enginesOf(const fs::path& folder)
+{
+    std::vector<std::string> engines;
+    for (const SEngineKind& kind : engineKinds()) {
+        if (isThere(folder / kind.name)) engines.emplace_back(kind.name);
+    }
+    return engines;
 }
 
 }  // namespace
@@ -126,16 +136,13 @@ std::vector<SAppliance> CInventory::appliances()
 void CInventory::createAppliance(const std::string& name, const std::string& engine)
 {
     checkName(EObject::APPLIANCE, name);
+    checkEngineIsShared(m_store.engineSetup(), engine);
     const base::CFileDescriptor alone = lockByte(m_store.layout().createLock(), 0);
     collectFolders();
     CTransaction transaction(m_database, CTransaction::EKind::WRITE);
     if (isListed(name)) throwExists(EObject::APPLIANCE, name, "");
     const fs::path folder = m_store.layout().appliance(name);
-    for (const EArea area : {EArea::ANNOTATIONS, EArea::IMAGES, EArea::WORK}) {
-        makeFolder(areaFolder(folder, area));
-    }
-    makeFolder(m_store.layout().devices(name));
-    makeFolder(folder / "gate");
+    makeAreas(folder);
     m_store.makeEngine(name, engine)->prepare();
     syncFolder(folder);
     syncFolder(folder.parent_path());
@@ -153,9 +160,10 @@ void CInventory::deleteAppliance(const std::string& name)
 {
     // Nobody makes the appliance anew before its folder is gone.
     const base::CFileDescriptor alone = lockByte(m_store.layout().createLock(), 0);
+    SAppliance found;
     {
         CTransaction transaction(m_database, CTransaction::EKind::WRITE);
-        const SAppliance found = appliance(name);
+        found = appliance(name);
         if (any("SELECT 1 FROM cgroup WHERE appliance_id = ?", found.id)) {
             throwInUse(EObject::APPLIANCE, name, "still has groups");
         }
@@ -165,7 +173,12 @@ void CInventory::deleteAppliance(const std::string& name)
         CQuery(m_database, "DELETE FROM appliance WHERE id = ?", found.id).run();
         transaction.commit();
     }
-    tidyUp([this] { collectFolders(); });
+    tidyUp([&] {
+        const auto engine = m_store.makeEngine(name, found.engine);
+        engine->stop();
+        engine->remove();
+        collectFolders();
+    });
 }
 
 bool CInventory::isListed(const std::string& name)
@@ -188,8 +201,10 @@ void CInventory::collectFolders()
     for (const fs::path& folder : unlisted) {
         const std::string name = folder.filename().string();
         if (isListed(name)) continue;
-        for (const SEngineKind& kind : engineKinds()) {
-            m_store.makeEngine(name, std::string(kind.name))->stop();
+        for (const std::string& kind : enginesOf(folder)) {
+            const auto engine = m_store.makeEngine(name, kind);
+            engine->stop();
+            engine->remove();
         }
         std::error_code ignored;  // the next one tries again
         fs::remove_all(folder, ignored);

@@ -40,6 +40,7 @@ struct SLun
     std::string serial;
     uint64_t size = 0;  ///< bytes
     std::string group;
+    int64_t groupId = 0;
 };
 
 /// Names that the appliance shows for devices: free of the marks that its listings use.

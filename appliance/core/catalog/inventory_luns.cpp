@@ -7,11 +7,13 @@ namespace lumora {
 namespace {
 
 constexpr const char* LUN_COLUMNS =
-    "SELECT lun.id, lun.name, lun.serial, lun.size, cgroup.name FROM lun JOIN cgroup ON cgroup.id = lun.cgroup_id ";
+    "SELECT lun.id, lun.name, lun.serial, lun.size, cgroup.name, cgroup.id FROM lun JOIN cgroup ON cgroup.id = "
+    "lun.cgroup_id ";
 
 SLun readLun(const CQuery& query)
 {
-    return {query.integer(0), query.text(1), query.text(2), static_cast<uint64_t>(query.integer(3)), query.text(4)};
+    return {query.integer(0), query.text(1),   query.text(2), static_cast<uint64_t>(query.integer(3)),
+            query.text(4),    query.integer(5)};
 }
 
 std::string select(const char* condition)

@@ -62,17 +62,11 @@ uint64_t writeFrom(const CLunData::Source& source, int file, uint64_t offset, ui
     return done;
 }
 
-void dropWork(const fs::path& left)
-{
-    std::error_code ignored;  // the next one tries again
-    fs::remove_all(left, ignored);
-}
-
 }  // namespace
 
 SVolume volumeOf(const SLun& lun)
 {
-    return {lun.id, lun.name, lun.size};
+    return {lun.id, lun.name, lun.size, lun.groupId};
 }
 
 CLunData::CLunData(CStore& store, const SAppliance& appliance)
@@ -92,7 +86,7 @@ void CLunData::attach(const std::vector<SLun>& luns)
 {
     std::vector<SDevice> devices;
     for (const SLun& lun : luns) {
-        devices.push_back({volumeOf(lun), "", path(lun)});
+        devices.push_back({volumeOf(lun), "", path(lun), ""});
     }
     m_engine->attach(devices);
 }
@@ -113,12 +107,14 @@ SLun CLunData::create(const std::string& groupName, const std::string& name, std
     lun.serial = newSerial();
     lun.size = chooseSize(size, file);
     lun.group = groupName;
-    const CWorkFolder folder(home, EArea::WORK, dropWork);
+    const CWorkFolder folder(home, EArea::WORK, [this](const fs::path& left) { m_engine->dropWork(left); });
     m_engine->makeData(volumeOf(lun), file, folder.path());
     {
         const base::CFileDescriptor alone = lockLuns(home);
         CTransaction transaction(m_store.database(), CTransaction::EKind::WRITE);
-        lun.id = m_inventory.insertLun(m_appliance, m_inventory.group(m_appliance, groupName), lun);
+        const SGroup group = m_inventory.group(m_appliance, groupName);
+        lun.groupId = group.id;
+        lun.id = m_inventory.insertLun(m_appliance, group, lun);
         // From here on the data stays, whatever happens: only collect() can prove that no LUN came of it.
         m_engine->publishData(volumeOf(lun), folder.path());
         transaction.commit();
@@ -146,10 +142,13 @@ void CLunData::remove(const std::string& name)
 void CLunData::collect()
 {
     const fs::path home = m_store.layout().appliance(m_appliance.name);
-    collectLeftovers(home, EArea::WORK, {[](const std::string&) { return false; }, [] {}, dropWork});
-    if (!m_engine->hasStrayData(listed())) return;
+    collectLeftovers(
+        home, EArea::WORK,
+        {[](const std::string&) { return false; }, [] {}, [this](const fs::path& left) { m_engine->dropWork(left); }});
+    const auto now = [this] { return listed(); };
+    if (!m_engine->hasStrayData(now)) return;
     m_store.database().settle();
-    m_engine->dropStrayData(listed());
+    m_engine->dropStrayData(now);
 }
 
 std::vector<SVolume> CLunData::listed()

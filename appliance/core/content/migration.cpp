@@ -32,7 +32,7 @@ void copyData(CStore& store, CBaseStorageEngine& from, CBaseStorageEngine& to, c
 {
     for (const SLun& lun : CInventory(store).luns(appliance)) {
         const fs::path device = store.layout().lun(appliance.name, lun.name);
-        from.attach({{volumeOf(lun), "", device}});
+        from.attach({{volumeOf(lun), "", device, ""}});
         makeFolder(workOf(work, lun));
         to.makeData(volumeOf(lun), device, workOf(work, lun));
     }
@@ -47,6 +47,7 @@ void migrateAppliance(CStore& store, const SAppliance& appliance, const std::str
         throw EApplianceError(EStatus::MALFORMED, "appliance " + inQuotes(appliance.name) + " is kept by engine " +
                                                       inQuotes(engine) + " already");
     }
+    checkEngineIsShared(store.engineSetup(), engine);
     CInventory inventory(store);
     const fs::path home = store.layout().appliance(appliance.name);
     const base::CFileDescriptor alone = lockLuns(home);
@@ -54,7 +55,7 @@ void migrateAppliance(CStore& store, const SAppliance& appliance, const std::str
     const auto from = store.makeEngine(appliance.name, appliance.engine);
     const auto to = store.makeEngine(appliance.name, engine);
     to->prepare();
-    const CWorkFolder work(home, EArea::WORK, [](const fs::path& left) { fs::remove_all(left); });
+    const CWorkFolder work(home, EArea::WORK, [&](const fs::path& left) { to->dropWork(left); });
     copyData(store, *from, *to, appliance, work.path());
     from->stop();
     {

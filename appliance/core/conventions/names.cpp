@@ -93,7 +93,7 @@ constexpr std::array<SUnit, 4> UNITS = {
 bool isStoreFile(std::string_view name)
 {
     return name.starts_with("appliance.db") || name.starts_with("faults.db") || name == "create.lock" ||
-           name == "engine.conf";
+           name == "engine.conf" || name == "ceph.clients";
 }
 
 }  // namespace

@@ -50,14 +50,14 @@ void CFilesEngine::dropData(const SVolume& volume)
     fs::remove(devices() / volume.name, ignored);
 }
 
-bool CFilesEngine::hasStrayData(const std::vector<SVolume>& listed)
+bool CFilesEngine::hasStrayData(const CListedVolumes& listed)
 {
-    return !strayData(listed).empty();
+    return !strayData(listed()).empty();
 }
 
-void CFilesEngine::dropStrayData(const std::vector<SVolume>& listed)
+void CFilesEngine::dropStrayData(const CListedVolumes& listed)
 {
-    for (const fs::path& left : strayData(listed)) {
+    for (const fs::path& left : strayData(listed())) {
         std::error_code ignored;  // the next one tries again
         fs::remove(left, ignored);
     }

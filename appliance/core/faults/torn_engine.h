@@ -15,6 +15,7 @@ class CTornEngine : public CBaseStorageEngine
     CTornEngine(CBaseStorageEngine& engine, std::chrono::milliseconds pause) : m_engine(engine), m_pause(pause) {}
 
     void prepare() override { m_engine.prepare(); }
+    void remove() override { m_engine.remove(); }
     void stop() override { m_engine.stop(); }
     bool keep() override { return m_engine.keep(); }
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
@@ -22,13 +23,14 @@ class CTornEngine : public CBaseStorageEngine
     {
         m_engine.makeData(volume, file, work);
     }
+    void dropWork(const std::filesystem::path& work) override { m_engine.dropWork(work); }
     void publishData(const SVolume& volume, const std::filesystem::path& work) override
     {
         m_engine.publishData(volume, work);
     }
     void dropData(const SVolume& volume) override { m_engine.dropData(volume); }
-    bool hasStrayData(const std::vector<SVolume>& listed) override { return m_engine.hasStrayData(listed); }
-    void dropStrayData(const std::vector<SVolume>& listed) override { m_engine.dropStrayData(listed); }
+    bool hasStrayData(const CListedVolumes& listed) override { return m_engine.hasStrayData(listed); }
+    void dropStrayData(const CListedVolumes& listed) override { m_engine.dropStrayData(listed); }
     void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,
                     const std::filesystem::path& content) override;
     void makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,
@@ -39,6 +41,8 @@ class CTornEngine : public CBaseStorageEngine
     void dropContent(const std::filesystem::path& content) override { m_engine.dropContent(content); }
     void dropImage(const std::filesystem::path& image) override { m_engine.dropImage(image); }
     void attach(const std::vector<SDevice>& devices) override { m_engine.attach(devices); }
+    std::vector<SDevice> attached() override { return m_engine.attached(); }
+    void detach(const std::vector<SDevice>& devices) override { m_engine.detach(devices); }
     bool isAttached(const SDevice& device) const override { return m_engine.isAttached(device); }
 
   private:

@@ -19,12 +19,18 @@ constexpr const char* PRESENTED_LUNS =
 
 // `discovered` holds granted images only, but the table is asked for both, so that a listing cannot show too much.
 constexpr const char* IMAGE_LUNS =
-    "SELECT appliance.name, appliance.engine, lun.id, lun.name, lun.size, time_image_lun.serial, time_image.folder "
+    "SELECT appliance.name, appliance.engine, lun.id, lun.name, lun.size, time_image_lun.serial, time_image.folder, "
+    "annotation.folder "
     "FROM discovered "
     "JOIN host ON host.id = discovered.host_id JOIN time_image ON time_image.id = discovered.time_image_id "
+    "JOIN annotation ON annotation.id = time_image.annotation_id "
     "JOIN time_image_lun ON time_image_lun.time_image_id = time_image.id JOIN lun ON lun.id = time_image_lun.lun_id "
     "JOIN appliance ON appliance.id = lun.appliance_id WHERE host.name = ? AND EXISTS (SELECT 1 FROM granted "
     "WHERE granted.time_image_id = time_image.id AND granted.host_id = host.id)";
+
+constexpr const char* APPLIANCES_OF_HOST =
+    "SELECT appliance.name, appliance.engine FROM host JOIN appliance ON appliance.id = appliance_id "
+    "WHERE host.name = ?";
 
 SDisk readDisk(const CQuery& query)
 {
@@ -32,7 +38,8 @@ SDisk readDisk(const CQuery& query)
                                   .name = query.text(3),
                                   .size = static_cast<uint64_t>(query.integer(4))},
                        .image = "",
-                       .path = ""},
+                       .path = "",
+                       .content = ""},
             .serial = query.text(5),
             .appliance = query.text(0),
             .engine = query.text(1)};
@@ -60,6 +67,7 @@ SDiscovery CDiskTable::discover(const std::string& host)
             .run();
         transaction.commit();
     }
+    detachUnlisted(host);
     std::map<std::string, std::vector<SDisk>> byAppliance;
     const std::vector<SDisk> listed = listedDisks(host);
     for (const SDisk& disk : listed) {
@@ -70,16 +78,39 @@ SDiscovery CDiskTable::discover(const std::string& host)
         for (const SDisk& disk : disks) {
             devices.push_back(disk.device);
         }
-        engineOf(disks.front()).attach(devices);
+        engineOf(disks.front().appliance, disks.front().engine).attach(devices);
     }
     return {listed.size()};
+}
+
+// What another machine deleted meanwhile, which cannot take it away from this one.
+void CDiskTable::detachUnlisted(const std::string& host)
+{
+    const auto appliances = readRows(CQuery(m_store.database(), APPLIANCES_OF_HOST, host),
+                                     [](const CQuery& row) { return std::pair(row.text(0), row.text(1)); });
+    for (const auto& [appliance, kind] : appliances) {
+        CBaseStorageEngine& engine = engineOf(appliance, kind);
+        std::vector<SDevice> unlisted = engine.attached();
+        std::erase_if(unlisted, [this](const SDevice& device) { return isListed(device); });
+        if (!unlisted.empty()) engine.detach(unlisted);
+    }
+}
+
+bool CDiskTable::isListed(const SDevice& device)
+{
+    if (device.image.empty()) {
+        return CQuery(m_store.database(), "SELECT 1 FROM lun WHERE id = ?", device.volume.id).next();
+    }
+    return CQuery(m_store.database(), "SELECT 1 FROM time_image WHERE folder = ?", device.image).next();
 }
 
 std::vector<SDisk> CDiskTable::disks(const std::string& host)
 {
     std::vector<SDisk> list = listedDisks(host);
     list.erase(std::remove_if(list.begin(), list.end(),
-                              [this](const SDisk& disk) { return !engineOf(disk).isAttached(disk.device); }),
+                              [this](const SDisk& disk) {
+                                  return !engineOf(disk.appliance, disk.engine).isAttached(disk.device);
+                              }),
                list.end());
     return list;
 }
@@ -98,6 +129,7 @@ std::vector<SDisk> CDiskTable::listedDisks(const std::string& host)
     while (images.next()) {
         SDisk disk = readDisk(images);
         disk.device.image = images.text(6);
+        disk.device.content = images.text(7);
         disk.device.path = m_store.layout().imageLun(disk.appliance, disk.device.image, disk.device.volume.name);
         list.push_back(std::move(disk));
     }
@@ -105,10 +137,10 @@ std::vector<SDisk> CDiskTable::listedDisks(const std::string& host)
     return list;
 }
 
-CBaseStorageEngine& CDiskTable::engineOf(const SDisk& disk)
+CBaseStorageEngine& CDiskTable::engineOf(const std::string& appliance, const std::string& kind)
 {
-    std::unique_ptr<CBaseStorageEngine>& engine = m_engines[disk.appliance];
-    if (!engine) engine = m_store.makeEngine(disk.appliance, disk.engine);
+    std::unique_ptr<CBaseStorageEngine>& engine = m_engines[appliance];
+    if (!engine) engine = m_store.makeEngine(appliance, kind);
     return *engine;
 }
 

@@ -36,14 +36,17 @@ class CDiskTable
 
     /// False when no appliance knows the host.
     bool isHostKnown(const std::string& host);
-    /// Attaches what was granted since the last time, and what is attached no more.
+    /// Attaches what was granted since the last time, and what is attached no more. Detaches what was deleted by
+    /// another machine.
     SDiscovery discover(const std::string& host);
     /// Those that can be used at their paths now.
     std::vector<SDisk> disks(const std::string& host);
 
   private:
     std::vector<SDisk> listedDisks(const std::string& host);
-    CBaseStorageEngine& engineOf(const SDisk& disk);
+    void detachUnlisted(const std::string& host);
+    bool isListed(const SDevice& device);
+    CBaseStorageEngine& engineOf(const std::string& appliance, const std::string& kind);
 
     CStore& m_store;
     std::map<std::string, std::unique_ptr<CBaseStorageEngine>> m_engines;  // by appliance

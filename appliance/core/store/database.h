@@ -8,10 +8,10 @@
 
 namespace lumora {
 
-/// One connection to a SQLite database in WAL mode; what is committed is on stable storage. Not for use by several
-/// threads at once. Other processes may use the same database; a busy one is waited for. Failures, also of its queries
-/// and transactions, are EApplianceError: storage for a full disk or failed I/O, unusable for a file that is missing,
-/// damaged or not a database.
+/// One connection to a SQLite database; what is committed is on stable storage. Not for use by several threads at once.
+/// Other processes may use the same database; a busy one is waited for. Failures, also of its queries and transactions,
+/// are EApplianceError: storage for a full disk or failed I/O, unusable for a file that is missing, damaged or not a
+/// database.
 class CDatabase : public base::CSqliteDatabase
 {
   public:
@@ -21,7 +21,11 @@ class CDatabase : public base::CSqliteDatabase
         CREATE
     };
 
+    /// A file of this machine, in WAL mode.
     CDatabase(const std::filesystem::path& file, EMode mode);
+    /// What several machines share, by the name that it has for SQLite. One transaction at a time has it, whether it
+    /// reads or writes.
+    CDatabase(const std::string& name, EMode mode);
 
     /// The number that the makers of the tables gave them; 0 as long as there are none.
     int64_t version();

@@ -10,9 +10,9 @@ namespace lumora {
 
 /// Where everything of a store lies. Holds no state beyond the root; makes and checks nothing.
 ///
+///   <root>/etc/qz/appliance.conf                            settings of the engines that keep the content
 ///   <root>/var/lib/lumora/appliance.db                      what exists, for all appliances
 ///   <root>/var/lib/lumora/faults.db                         faults that are armed, once one was
-///   <root>/var/lib/lumora/engine.conf                       settings of the engines that keep the content
 ///   <root>/var/lib/lumora/<appliance>/dev/<lun>             the LUN as a host sees it
 ///   <root>/var/lib/lumora/<appliance>/annotations/<id>/     content that an annotation fixed
 ///   <root>/var/lib/lumora/<appliance>/images/<id>/          data of a time image
@@ -27,7 +27,9 @@ struct SLayout
     std::filesystem::path base() const { return root / "var/lib/lumora"; }
     std::filesystem::path database() const { return base() / "appliance.db"; }
     std::filesystem::path faults() const { return base() / "faults.db"; }
-    std::filesystem::path engine() const { return base() / "engine.conf"; }
+    std::filesystem::path settings() const { return root / "etc/qz/appliance.conf"; }
+    /// Where earlier versions had them.
+    std::filesystem::path earlierSettings() const { return base() / "engine.conf"; }
     std::filesystem::path createLock() const { return base() / "create.lock"; }
     std::filesystem::path appliance(const std::string& name) const { return base() / name; }
     std::filesystem::path devices(const std::string& name) const { return appliance(name) / "dev"; }

@@ -6,8 +6,10 @@
 
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/conventions/names.h"
+#include "appliance/core/engines/table/engine_module.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/range_lock.h"
+#include "appliance/core/store/work_folder.h"
 
 namespace lumora {
 namespace fs = std::filesystem;
@@ -59,6 +61,11 @@ constexpr const char* ENGINE_OF_EACH_APPLIANCE = R"sql(
 ALTER TABLE appliance ADD COLUMN engine TEXT NOT NULL DEFAULT 'files';
 )sql";
 
+[[noreturn]] void refuseFolder(const fs::path& root)
+{
+    throw EApplianceError(EStatus::UNUSABLE, "folder " + inQuotes(root.string()) + " holds no appliance store");
+}
+
 SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
 {
     if (root.empty()) throw EApplianceError(EStatus::UNUSABLE, "no store folder given");
@@ -66,23 +73,19 @@ SLayout prepareLayout(const fs::path& root, CStore::EMode mode)
     if (mode == CStore::EMode::CREATE) makeFolder(SLayout{root}.base());
     std::error_code error;
     const fs::path real = fs::canonical(root, error);
-    if (error || !fs::is_regular_file(SLayout{real}.database(), error)) {
-        if (mode == CStore::EMode::EXISTING) {
-            throw EApplianceError(EStatus::UNUSABLE, "folder " + inQuotes(root.string()) + " holds no appliance store");
-        }
-    }
+    if (error && mode == CStore::EMode::EXISTING) refuseFolder(root);
     checkStorePath(real.string());
     return SLayout{real};
 }
 
-CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
+CDatabase openDatabase(const SLayout& layout, const SEngineSetup& setup, CDatabase::EMode mode)
 {
-    if (mode == CStore::EMode::EXISTING) return CDatabase::EMode::EXISTING;
-    // One process makes the tables; those that come meanwhile wait and find them.
-    const base::CFileDescriptor lock = lockByte(layout.createLock(), 0);
-    // The database library would make the file readable by others; its log files take the rights of this one.
-    openFile(layout.database(), O_RDWR | O_CREAT);
-    CDatabase database(layout.database(), CDatabase::EMode::CREATE);
+    if (setup.isShared) return {cephModule().prepareCatalog(setup), mode};
+    return {layout.database(), mode};
+}
+
+void makeTables(CDatabase& database)
+{
     CTransaction transaction(database, CTransaction::EKind::WRITE);
     if (database.version() == 0) {
         database.execute(SCHEMA);
@@ -90,7 +93,22 @@ CDatabase::EMode prepareDatabase(const SLayout& layout, CStore::EMode mode)
         database.execute("PRAGMA user_version = 2");
         transaction.commit();
     }
-    return CDatabase::EMode::EXISTING;
+}
+
+CDatabase prepareDatabase(const SLayout& layout, const SEngineSetup& setup, CStore::EMode mode)
+{
+    if (setup.isShared) makeFolder(layout.base());  // the first tool on a machine that joins others
+    if (mode == CStore::EMode::CREATE) {
+        // One process makes the tables; those that come meanwhile wait and find them.
+        const base::CFileDescriptor lock = lockByte(layout.createLock(), 0);
+        // The database library would make the file readable by others; its log files take the rights of this one.
+        if (!setup.isShared) openFile(layout.database(), O_RDWR | O_CREAT);
+        CDatabase database = openDatabase(layout, setup, CDatabase::EMode::CREATE);
+        makeTables(database);
+    } else if (std::error_code error; !setup.isShared && !fs::is_regular_file(layout.database(), error)) {
+        refuseFolder(layout.root);
+    }
+    return openDatabase(layout, setup, CDatabase::EMode::EXISTING);
 }
 
 // Brings a database of an earlier version up to this one; several processes may try at once.
@@ -108,8 +126,11 @@ void migrate(CDatabase& database)
 }  // namespace
 
 CStore::CStore(const fs::path& root, EMode mode)
-    : m_layout(prepareLayout(root, mode)), m_database(m_layout.database(), prepareDatabase(m_layout, mode))
+    : m_layout(prepareLayout(root, mode)),
+      m_setup(readEngineSetup(m_layout.root, {m_layout.settings(), m_layout.earlierSettings()})),
+      m_database(prepareDatabase(m_layout, m_setup, mode))
 {
+    m_setup.catalog = &m_database;
     migrate(m_database);
     if (m_database.version() != SCHEMA_VERSION) {
         throw EApplianceError(EStatus::UNUSABLE, "store database " + m_layout.database().string() +
@@ -117,16 +138,11 @@ CStore::CStore(const fs::path& root, EMode mode)
     }
 }
 
-SEngineSetup CStore::engineSetup()
-{
-    SEngineSetup setup = readEngineSetup(m_layout.root, m_layout.engine());
-    setup.catalog = &m_database;
-    return setup;
-}
-
 std::unique_ptr<CBaseStorageEngine> CStore::makeEngine(const std::string& appliance, const std::string& engine)
 {
-    return lumora::makeEngine(engineSetup(), {m_layout.appliance(appliance), engine});
+    const fs::path home = m_layout.appliance(appliance);
+    if (m_setup.isShared && !isThere(home)) makeAreas(home);  // another machine made the appliance
+    return lumora::makeEngine(m_setup, {home, engine});
 }
 
 }  // namespace lumora

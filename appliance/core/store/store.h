@@ -15,7 +15,7 @@ class CStore
   public:
     enum class EMode : uint8_t
     {
-        EXISTING,  ///< status unusable when there is no store
+        EXISTING,  ///< status unusable when there is no store, or its settings cannot be read
         CREATE     ///< makes folder and database where missing; several processes may try at once
     };
 
@@ -24,13 +24,14 @@ class CStore
     /// The root is absolute and free of links, so that paths below it are the same for every tool.
     const SLayout& layout() const noexcept { return m_layout; }
     CDatabase& database() noexcept { return m_database; }
-    /// What the store says of its engines. Status unusable when it cannot be read.
-    SEngineSetup engineSetup();
+    /// What the store says of its engines.
+    const SEngineSetup& engineSetup() const noexcept { return m_setup; }
     /// The engine of an appliance; must not outlive the store. Status unusable for one that is unknown, or cannot work.
     std::unique_ptr<CBaseStorageEngine> makeEngine(const std::string& appliance, const std::string& engine);
 
   private:
-    SLayout m_layout;
+    const SLayout m_layout;
+    SEngineSetup m_setup;
     CDatabase m_database;
 };
 

@@ -57,6 +57,15 @@ fs::path areaFolder(const fs::path& appliance, EArea area)
     return appliance / "work";
 }
 
+void makeAreas(const fs::path& appliance)
+{
+    for (const EArea area : {EArea::ANNOTATIONS, EArea::IMAGES, EArea::WORK}) {
+        makeFolder(areaFolder(appliance, area));
+    }
+    makeFolder(appliance / "dev");
+    makeFolder(appliance / "gate");
+}
+
 CWorkFolder::CWorkFolder(const fs::path& appliance, EArea area, Drop drop)
     : m_drop(std::move(drop)), m_owners(openOwners(appliance))
 {

@@ -17,6 +17,9 @@ enum class EArea : uint8_t
     WORK
 };
 
+/// Makes the folders of an appliance that every engine has.
+void makeAreas(const std::filesystem::path& appliance);
+
 std::filesystem::path areaFolder(const std::filesystem::path& appliance, EArea area);
 
 /// A uniquely named folder that is being filled. As long as this object lives, the folder has a living owner and no

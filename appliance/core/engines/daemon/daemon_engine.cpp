@@ -23,9 +23,15 @@ constexpr std::chrono::milliseconds TRY_AGAIN{500};
 
 }  // namespace
 
-CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, fs::path daemon)
-    : m_store(std::move(store)), m_home(std::move(home)), m_daemon(std::move(daemon))
+CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, std::string name)
+    : m_store(std::move(store)), m_home(std::move(home)), m_name(std::move(name)), m_daemon(m_home / m_name)
 {
+}
+
+void CBaseDaemonEngine::prepareDaemon() const
+{
+    checkPrograms(m_name);
+    m_daemon.prepare();
 }
 
 void CBaseDaemonEngine::stop()
@@ -38,8 +44,13 @@ void CBaseDaemonEngine::stop()
         unmountImage(image->path());
     }
     m_daemon.markStopped();
+    if (m_daemon.isReady()) {
+        tidyUp([this] {
+            CQmpClient monitor = m_daemon.connect();
+            closeAll(monitor);
+        });
+    }
     m_daemon.end();
-    closeAll();
 }
 
 void CBaseDaemonEngine::unmountBelow(const fs::path& folder) const
@@ -124,6 +135,7 @@ void CBaseDaemonEngine::attach(const std::vector<SDevice>& devices)
 {
     const auto isDone = [this](const SDevice& device) { return isAttached(device); };
     if (m_daemon.isReady() && std::all_of(devices.begin(), devices.end(), isDone)) return;
+    if (!m_daemon.isThere()) prepareDaemon();  // the first device on a machine that joins others
     const base::CFileDescriptor alone = m_daemon.lock();
     std::set<std::string> open;
     {

@@ -27,8 +27,9 @@ class CBaseDaemonEngine : public CBaseStorageEngine
   protected:
     using CStep = std::function<void(CQmpClient& monitor)>;
 
-    /// `store` is the root of the store, `home` the appliance's folder in it, `daemon` the daemon's.
-    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::filesystem::path daemon);
+    /// `store` is the root of the store, `home` the appliance's folder in it, where the daemon has a folder of the
+    /// engine's name.
+    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::string name);
 
     const std::filesystem::path& home() const { return m_home; }
     const CStorageDaemon& daemon() const { return m_daemon; }
@@ -43,9 +44,11 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     /// Opens and exports a device that it does not have open; one that is not there any more is left alone.
     virtual void openDevice(CQmpClient& monitor, const SDevice& device) = 0;
     virtual std::string exportName(const SDevice& device) const = 0;
-    /// Whoever stops the daemon has taken all mounts back.
-    virtual void closeAll() {}
+    /// Closes everything, of which no mount is left, before the daemon is ended.
+    virtual void closeAll(CQmpClient& /*monitor*/) {}
 
+    /// Makes the daemon's folder; not only of these. Status unusable when a program is missing, or the path too long.
+    void prepareDaemon() const;
     void makeReady();
     CQmpClient connect();
     /// What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
@@ -59,6 +62,7 @@ class CBaseDaemonEngine : public CBaseStorageEngine
 
     const std::filesystem::path m_store;
     const std::filesystem::path m_home;
+    const std::string m_name;
     const CStorageDaemon m_daemon;
 };
 

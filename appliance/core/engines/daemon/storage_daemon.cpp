@@ -85,10 +85,8 @@ bool CStorageDaemon::isReady() const
 
 void CStorageDaemon::markReady() const
 {
-    const std::optional<pid_t> process = findProcess();
-    if (!process) throw EApplianceError(EStatus::STORAGE, "the storage daemon has ended: " + lastLineOf(log()));
     const fs::path file = m_folder / "ready.new";
-    const std::string text = identityOf(*process) + "\n";
+    const std::string text = identityOf(process()) + "\n";
     const base::CFileDescriptor made = openFile(file, O_WRONLY | O_CREAT | O_TRUNC);
     writeAt(made.get(), text, 0, file);
     if (::rename(file.c_str(), ready().c_str()) != 0) throwStorage("replace", ready().string(), errno);
@@ -130,6 +128,13 @@ void CStorageDaemon::end() const
 CQmpClient CStorageDaemon::connect() const
 {
     return {monitor(), PATIENCE};
+}
+
+pid_t CStorageDaemon::process() const
+{
+    const std::optional<pid_t> found = findProcess();
+    if (found) return *found;
+    throw EApplianceError(EStatus::STORAGE, "the storage daemon has ended: " + lastLineOf(log()));
 }
 
 void CStorageDaemon::waitForEnd() const

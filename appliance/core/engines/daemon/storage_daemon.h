@@ -40,6 +40,8 @@ class CStorageDaemon
     /// Ends it; nothing is lost. Fine when none runs.
     void end() const;
     CQmpClient connect() const;
+    /// Its number, while it runs; status storage else.
+    pid_t process() const;
     /// Returns once it has ended, or there is none.
     void waitForEnd() const;
 

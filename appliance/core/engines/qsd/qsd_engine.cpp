@@ -59,14 +59,13 @@ int64_t fileOf(const SLayeredVolume& volume, int64_t number)
 }  // namespace
 
 CQsdEngine::CQsdEngine(fs::path store, fs::path home, base::CSqliteDatabase& catalog)
-    : CBaseDaemonEngine(std::move(store), home, home / "qsd"), m_table(catalog, home.filename().string())
+    : CBaseDaemonEngine(std::move(store), home, "qsd"), m_table(catalog, home.filename().string())
 {
 }
 
 void CQsdEngine::prepare()
 {
-    checkPrograms("qsd");
-    daemon().prepare();
+    prepareDaemon();
     makeFolder(volumesFolder());
     m_table.prepare();
 }
@@ -202,18 +201,20 @@ void CQsdEngine::removeVolume(int64_t id)
     }
 }
 
-bool CQsdEngine::hasStrayData(const std::vector<SVolume>& listed)
+bool CQsdEngine::hasStrayData(const CListedVolumes& listed)
 {
-    return !strayVolumes(listed).empty() || !strayFiles(listed).empty();
+    const std::vector<SVolume> volumes = listed();
+    return !strayVolumes(volumes).empty() || !strayFiles(volumes).empty();
 }
 
-void CQsdEngine::dropStrayData(const std::vector<SVolume>& listed)
+void CQsdEngine::dropStrayData(const CListedVolumes& listed)
 {
     const base::CFileDescriptor alone = daemon().lock();
-    for (const int64_t id : strayVolumes(listed)) {
+    const std::vector<SVolume> volumes = listed();
+    for (const int64_t id : strayVolumes(volumes)) {
         removeVolume(id);
     }
-    for (const fs::path& file : strayFiles(listed)) {
+    for (const fs::path& file : strayFiles(volumes)) {
         if (file.parent_path() == home() / "dev") {
             unmount(file, daemon().log());
         } else {

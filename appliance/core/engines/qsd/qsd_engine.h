@@ -28,8 +28,8 @@ class CQsdEngine : public CBaseDaemonEngine
                   const std::filesystem::path& work) override;
     void publishData(const SVolume& volume, const std::filesystem::path& work) override;
     void dropData(const SVolume& volume) override;
-    bool hasStrayData(const std::vector<SVolume>& listed) override;
-    void dropStrayData(const std::vector<SVolume>& listed) override;
+    bool hasStrayData(const CListedVolumes& listed) override;
+    void dropStrayData(const CListedVolumes& listed) override;
     void fixContent(const std::vector<SVolume>& volumes, const std::filesystem::path& gate,
                     const std::filesystem::path& content) override;
     void makeImage(const std::vector<SVolume>& volumes, const std::filesystem::path& content,

@@ -6,6 +6,7 @@
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/engines/files_engine.h"
 #include "appliance/core/engines/qsd/qsd_engine.h"
+#include "appliance/core/engines/table/engine_module.h"
 #include "appliance/core/files/key_values.h"
 
 namespace lumora {
@@ -13,6 +14,9 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* ENGINE_KEY = "ENGINE";
+constexpr const char* CATALOG_KEY = "CATALOG";
+
+constexpr const char* SHARED_ENGINE = "ceph";
 
 const SEngineKind* findKind(const std::string& engine)
 {
@@ -42,6 +46,8 @@ const std::vector<SEngineKind>& engineKinds()
          [](const SEngineSetup& setup, const SApplianceHome& home) -> std::unique_ptr<CBaseStorageEngine> {
              return std::make_unique<CQsdEngine>(setup.store, home.folder, *setup.catalog);
          }},
+        {"ceph", "images of a cluster, which fixes them for any writer on any machine",
+         [](const SEngineSetup& setup, const SApplianceHome& home) { return cephModule().makeEngine(setup, home); }},
     };
     return kinds;
 }
@@ -55,19 +61,32 @@ std::string engineNames()
     return names;
 }
 
+void checkEngineIsShared(const SEngineSetup& setup, const std::string& engine)
+{
+    if (!setup.isShared || engine == SHARED_ENGINE) return;
+    throw EApplianceError(EStatus::MALFORMED, "engine " + inQuotes(engine) +
+                                                  " keeps content on one machine, and the catalog of store " +
+                                                  setup.store.string() + " is for several: choose " + SHARED_ENGINE);
+}
+
 void checkEngineName(const std::string& name)
 {
     if (findKind(name) != nullptr) return;
     throw EApplianceError(EStatus::MALFORMED, "engine " + inQuotes(name) + " is none of " + engineNames());
 }
 
-SEngineSetup readEngineSetup(const fs::path& store, const fs::path& file)
+SEngineSetup readEngineSetup(const fs::path& store, const std::vector<fs::path>& files)
 {
     SEngineSetup setup;
     setup.store = store;
-    std::error_code error;
-    if (fs::symlink_status(file, error).type() == fs::file_type::not_found) return setup;
-    setup.settings = readKeyValues(file);
+    for (const fs::path& file : files) {
+        std::error_code error;
+        if (fs::symlink_status(file, error).type() == fs::file_type::not_found) continue;
+        setup.settings.merge(readKeyValues(file));
+    }
+    const auto catalog = setup.settings.find(CATALOG_KEY);
+    setup.isShared = catalog != setup.settings.end() && !catalog->second.empty();
+    if (setup.isShared) setup.engine = SHARED_ENGINE;
     if (const auto name = setup.settings.extract(ENGINE_KEY)) setup.engine = name.mapped();
     return setup;
 }

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "appliance/ceph/fence.h"
+#include "appliance/core/engines/table/engine_table.h"
+
+namespace lumora {
+
+/// What a store says of its cluster: CEPH_CONF, by default /etc/ceph/ceph.conf, CEPH_USER, by default appliance, POOL,
+/// by default images, and CATALOG, POOL/NAME of the catalog where it is kept on the cluster. The clients of this
+/// machine are written down in <store>/var/lib/lumora/ceph.clients/.
+struct SCephSettings
+{
+    SCephSetup cluster;
+    std::string pool;                      ///< of images
+    std::optional<SCatalogPlace> catalog;  ///< none for one that is a file of this machine
+};
+
+/// Status unusable, with the key, for a value that cannot be one.
+SCephSettings readCephSettings(const SEngineSetup& setup);
+
+}  // namespace lumora
