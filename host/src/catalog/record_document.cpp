@@ -1,6 +1,5 @@
 #include "host/src/catalog/record_document.h"
 
-#include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
@@ -10,6 +9,7 @@
 #include "host/src/output/error.h"
 #include "host/src/provider/naming.h"
 #include "host/src/text/plain_text.h"
+#include "host/src/text/strict_json.h"
 
 namespace fictl {
 
@@ -29,45 +29,10 @@ constexpr size_t MOST_DEVICES = 4096;
                  "write it again with fictl snapshot export NAME on the host that has the snapshot");
 }
 
-// Watches the parser: the library itself would keep the last of two equal keys and go to any depth.
-class CStrictness
-{
-  public:
-    bool operator()(int depth, json::parse_event_t event, json& parsed)
-    {
-        if (depth > DEEPEST) reject("it is nested too deeply");
-        if (event == json::parse_event_t::object_start) m_keys.emplace_back();
-        if (event == json::parse_event_t::object_end) m_keys.pop_back();
-        if (event == json::parse_event_t::key && !m_keys.back().insert(parsed.get<std::string>()).second) {
-            reject("key \"" + printable(parsed.get<std::string>()) + "\" stands twice");
-        }
-        return true;
-    }
-
-  private:
-    std::vector<std::set<std::string>> m_keys;
-};
-
 json parse(std::string_view text)
 {
     if (text.size() > DOCUMENT_LIMIT) reject("it is larger than 1 MiB");
-    try {
-        return json::parse(text.begin(), text.end(), CStrictness());
-    } catch (const json::exception& error) {
-        reject(printable(error.what()));
-    }
-}
-
-void checkKeys(const json& object, std::initializer_list<const char*> keys, const std::string& what)
-{
-    if (!object.is_object()) reject(what + " is not an object");
-    const std::set<std::string> known(keys.begin(), keys.end());
-    for (const auto& [key, value] : object.items()) {
-        if (!known.contains(key)) reject(what + " has the unknown key \"" + printable(key) + "\"");
-    }
-    for (const std::string& key : known) {
-        if (!object.contains(key)) reject(what + " has no \"" + key + "\"");
-    }
+    return parseStrictly(text, DEEPEST);
 }
 
 std::string rawText(const json& object, const char* key, const std::string& what)
@@ -88,7 +53,7 @@ std::string plainText(const json& object, const char* key, const std::string& wh
 
 SDevice readDevice(const json& entry, const std::string& what)
 {
-    checkKeys(entry, {"source", "node", "target", "state"}, what);
+    requireKeys(entry, {"source", "node", "target", "state"}, what);
     SDevice device;
     device.source = plainText(entry, "source", what);
     device.node = plainText(entry, "node", what);
@@ -114,7 +79,7 @@ void checkHead(const json& document)
     json record = document;
     if (record.value("schema_version", json(VERSION)) != VERSION) reject("its \"schema_version\" is unknown");
     record.erase("schema_version");
-    checkKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
+    requireKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
 }
 
 std::string dump(const json& document)
@@ -126,32 +91,7 @@ std::string dump(const json& document)
     }
 }
 
-}  // namespace
-
-std::string writeDocument(const SSnapshot& snapshot)
-{
-    json devices = json::array();
-    for (const SDevice& device : snapshot.devices) {
-        devices.push_back({{"source", device.source},
-                           {"node", device.node},
-                           {"target", device.target},
-                           {"state", writeNodeState(device.state)}});
-    }
-    const json document = {{"format", FORMAT},
-                           {"version", VERSION},
-                           {"schema_version", VERSION},
-                           {"name", snapshot.name},
-                           {"provider", snapshot.provider},
-                           {"created", snapshot.created},
-                           {"checkpoint", snapshot.checkpoint},
-                           {"devices", devices}};
-    std::string text = dump(document);
-    // Reading it back shows now, not on the other host, that it cannot be carried.
-    readDocument(text);
-    return text;
-}
-
-SSnapshot readDocument(std::string_view text)
+SSnapshot readRecord(std::string_view text)
 {
     const json document = parse(text);
     checkHead(document);
@@ -181,6 +121,40 @@ SSnapshot readDocument(std::string_view text)
     const std::string found = findDisagreement(snapshot);
     if (!found.empty()) reject(found);
     return snapshot;
+}
+
+}  // namespace
+
+std::string writeDocument(const SSnapshot& snapshot)
+{
+    json devices = json::array();
+    for (const SDevice& device : snapshot.devices) {
+        devices.push_back({{"source", device.source},
+                           {"node", device.node},
+                           {"target", device.target},
+                           {"state", writeNodeState(device.state)}});
+    }
+    const json document = {{"format", FORMAT},
+                           {"version", VERSION},
+                           {"schema_version", VERSION},
+                           {"name", snapshot.name},
+                           {"provider", snapshot.provider},
+                           {"created", snapshot.created},
+                           {"checkpoint", snapshot.checkpoint},
+                           {"devices", devices}};
+    std::string text = dump(document);
+    // Reading it back shows now, not on the other host, that it cannot be carried.
+    readDocument(text);
+    return text;
+}
+
+SSnapshot readDocument(std::string_view text)
+{
+    try {
+        return readRecord(text);
+    } catch (const EStrictJson& error) {
+        reject(error.what());
+    }
 }
 
 }  // namespace fictl

@@ -1,5 +1,6 @@
 #include "host/src/text/utc_text.h"
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 
@@ -29,6 +30,27 @@ std::string utcText(UtcTime time)
 std::string utcSecondsText(UtcTime time)
 {
     return upToSeconds(time) + "Z";
+}
+
+bool isInstantText(std::string_view text)
+{
+    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd";
+    if (text.size() <= FORM.size() || text.back() != 'Z') return false;
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    for (size_t i = 0; i < FORM.size(); ++i) {
+        if (FORM[i] == 'd' ? !isDigit(text[i]) : text[i] != FORM[i]) return false;
+    }
+    const std::string_view fraction(text.data() + FORM.size(), text.size() - FORM.size() - 1);
+    return fraction.empty() || (fraction.size() > 1 && fraction.front() == '.' &&
+                                std::all_of(fraction.begin() + 1, fraction.end(), isDigit));
+}
+
+std::optional<UtcTime> utcSecondsOf(const std::string& text)
+{
+    std::tm parts = {};
+    const char* const end = isInstantText(text) ? strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts) : nullptr;
+    if (end == nullptr) return std::nullopt;
+    return UtcTime(std::chrono::seconds(timegm(&parts)));
 }
 
 }  // namespace fictl

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace fictl {
 
@@ -11,5 +13,10 @@ using UtcTime = std::chrono::sys_time<std::chrono::nanoseconds>;
 std::string utcText(UtcTime time);
 /// "2024-01-31T12:00:00Z"
 std::string utcSecondsText(UtcTime time);
+
+/// "2026-01-31T12:00:00Z", maybe with a fraction of the second: an instant that reads the same whenever it is listed.
+bool isInstantText(std::string_view text);
+/// The whole seconds of such a text; nothing for any other.
+std::optional<UtcTime> utcSecondsOf(const std::string& text);
 
 }  // namespace fictl
