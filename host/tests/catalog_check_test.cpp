@@ -58,7 +58,7 @@ TEST_F(CCatalogCheckTest, EachValueThatCannotBeIsNamedWithItsRowAndColumn)
         {"snapshot SET checkpoint = 'x'", "snapshot b checkpoint: \"x\" is not a checkpoint's name"},
         {"snapshot SET created = ''",
          "snapshot b created: \"\" is empty, or holds control characters or bytes that are not UTF-8"},
-        {"snapshot SET origin = 'x'", R"(snapshot b origin: "x" is neither "created" nor "received")"},
+        {"snapshot SET origin = 'x'", R"(snapshot b origin: "x" is neither "created" nor "received" nor "adopted")"},
         {"snapshot SET message = CAST(x'ff' AS TEXT)", "snapshot b message: \"\\xff\" holds bytes that are not UTF-8"},
         {"snapshot SET pid = -1", "snapshot b pid: -1 is out of range"},
         {"snapshot SET start_time = -2", "snapshot b start_time: -2 is out of range"},

@@ -160,6 +160,14 @@ TEST_F(CHistoryTest, ACommandThatIsRefusedAsksForNothing)
     EXPECT_EQ(entry["objects"], json::array());
 }
 
+TEST_F(CHistoryTest, AForgottenRecordAsksForNothing)
+{
+    create("s");
+    EXPECT_EQ(fictl({"snapshot", "delete", "s", "--forget"}).exit, 0);
+    EXPECT_EQ(last()["exit"]["code"], 0);
+    EXPECT_EQ(last()["objects"], json::array()) << "what it was about is still there";
+}
+
 TEST_F(CHistoryTest, WhatMayHoldAPasswordIsLeftOut)
 {
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "--freeze", "true secret1", "--thaw=true secret2"}).exit,

@@ -213,22 +213,44 @@ void CCatalog::remove(const std::string& name)
     });
 }
 
+SSnapshot CCatalog::drop(const std::string& name, std::initializer_list<EState> allowed, const char* what)
+{
+    std::optional<SSnapshot> dropped;
+    change(name, [&] {
+        dropped = requireFree(name, allowed, what);
+        base::CSqliteQuery(*m_database, "DELETE FROM snapshot WHERE name = ?", name).run();
+        return NOTHING_ASKED;
+    });
+    return *std::move(dropped);
+}
+
+void CCatalog::beginHistory()
+{
+    change("", [] { return NOTHING_ASKED; });
+}
+
+SSnapshot CCatalog::requireFree(const std::string& name, std::initializer_list<EState> allowed, const char* what)
+{
+    std::optional<SSnapshot> record = findRecord(*m_database, name);
+    if (!record) failNotFound(name);
+    if (record->isHeld()) {
+        throw EFictl(EExit::STATE,
+                     quotedSnapshot(name) + ": fictl process " + std::to_string(record->owner.pid) +
+                         " is at work on it (" + record->shownState() + ")",
+                     "wait for that process to end, then run the command again");
+    }
+    if (std::find(allowed.begin(), allowed.end(), record->state) == allowed.end()) {
+        throw EFictl(EExit::STATE, quotedSnapshot(name) + " is " + record->shownState() + ": it cannot be " + what,
+                     howToGoOn(*record));
+    }
+    return *std::move(record);
+}
+
 SSnapshot CCatalog::take(const std::string& name, EState into, std::initializer_list<EState> allowed, const char* what)
 {
     std::optional<SSnapshot> before;
     change(name, [&] {
-        before = findRecord(*m_database, name);
-        if (!before) failNotFound(name);
-        if (before->isHeld()) {
-            throw EFictl(EExit::STATE,
-                         quotedSnapshot(name) + ": fictl process " + std::to_string(before->owner.pid) +
-                             " is at work on it (" + before->shownState() + ")",
-                         "wait for that process to end, then run the command again");
-        }
-        if (std::find(allowed.begin(), allowed.end(), before->state) == allowed.end()) {
-            throw EFictl(EExit::STATE, quotedSnapshot(name) + " is " + before->shownState() + ": it cannot be " + what,
-                         howToGoOn(*before));
-        }
+        before = requireFree(name, allowed, what);
         SSnapshot taken = *before;
         taken.state = into;
         taken.owner = thisProcess();

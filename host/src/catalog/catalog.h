@@ -47,6 +47,11 @@ class CCatalog
     /// Remembers that another host may have the record; does not touch the rest of it.
     void markExported(const std::string& name);
     void remove(const std::string& name);
+    /// Removes a record that no living process is at work on, in one of the states allowed, of which the appliances are
+    /// asked for nothing; throws as take. Returns it.
+    SSnapshot drop(const std::string& name, std::initializer_list<EState> allowed, const char* what);
+    /// Enters this process's command into the history before it does anything.
+    void beginHistory();
 
     /**
      * Makes this process the owner of a record and puts it into the given state, when it is in one of the states
@@ -67,6 +72,7 @@ class CCatalog
     template <class Work>
     void change(const std::string& snapshot, Work work);
     void write(const SSnapshot& snapshot);
+    SSnapshot requireFree(const std::string& name, std::initializer_list<EState> allowed, const char* what);
     void writeHead(const SSnapshot& snapshot);
     void writeDevice(const std::string& snapshot, size_t position, const SDevice& device);
 

@@ -1,7 +1,6 @@
 #include "host/src/catalog/command_history.h"
 
 #include <pwd.h>
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 
 #include "host/src/catalog/history_table.h"
 #include "host/src/output/progress.h"
+#include "host/src/process/host_name.h"
 #include "host/src/provider/naming.h"
 #include "host/src/runs/appliance_answer.h"
 #include "host/src/runs/appliance_report.h"
@@ -41,12 +41,6 @@ std::string sudoUser()
 {
     const char* const name = geteuid() == 0 ? secure_getenv("SUDO_USER") : nullptr;
     return name == nullptr ? std::string() : printable(shortened(name, std::string_view(name).size()));
-}
-
-std::string hostName()
-{
-    utsname system{};
-    return uname(&system) == 0 ? printable(system.nodename) : std::string();
 }
 
 std::string cut(const std::string& text)
@@ -99,6 +93,7 @@ void enterAnswer(std::vector<SHistoryObject>& objects, const SHistoryObject& ans
     } else if (there->outcome == EOutcome::ASKED || there->outcome == EOutcome::REFUSED ||
                answer.outcome == EOutcome::SURE) {
         there->outcome = answer.outcome;
+        if (!answer.madeAt.empty()) there->madeAt = answer.madeAt;
     }
 }
 
@@ -107,11 +102,11 @@ void enterAnswer(std::vector<SHistoryObject>& objects, const SHistoryObject& ans
 EHistory::~EHistory() = default;
 
 CCommandHistory::CCommandHistory(const std::string& command)
-    : m_listening([this](const SRunRecord& run, const obzx_run& /*whole*/) { addRun(run); })
+    : m_listening([this](const SRunRecord& run, const obzx_run& whole) { addRun(run, creationTimeIn(run, whole)); })
 {
     const UtcTime now = std::chrono::system_clock::now();
     m_entry.started = utcSecondsText(now);
-    m_entry.host = hostName();
+    m_entry.host = printable(systemHostName());
     m_entry.user = userName(getuid());
     m_entry.sudoUser = sudoUser();
     m_entry.command = cut(command);
@@ -189,9 +184,10 @@ void CCommandHistory::settleCheckpoints(const SSnapshot& snapshot)
     }
 }
 
-void CCommandHistory::addRun(const SRunRecord& run)
+void CCommandHistory::addRun(const SRunRecord& run, const std::string& creationTime)
 {
     const std::lock_guard guard(m_runLock);
+    if (!creationTime.empty()) enterCreationTime(run, creationTime);
     const std::optional<SHistoryObject> change = changeOf(run);
     if (change) enterAnswer(m_answered, *change);
     const bool isWanted = run.stopped != EStop::CANCEL && run.stopped != EStop::UNUSED;
@@ -208,6 +204,16 @@ void CCommandHistory::addRun(const SRunRecord& run)
                             .duration = std::chrono::duration_cast<std::chrono::microseconds>(run.duration),
                             .command = cut(commandLine(run)),
                             .answer = run.result == 0 ? "done" : cut(answerLine(run))});
+}
+
+// An image's time is told by the very command that lists the one that was made: a look of its own is not needed.
+void CCommandHistory::enterCreationTime(const SRunRecord& run, const std::string& time)
+{
+    const std::optional<SObjectCommand> shown = objectCommandOf(run.input);
+    if (!shown) return;
+    const SHistoryObject made = objectOf({shown->server, shown->group}, "create", "image", shown->name);
+    SHistoryObject* const answered = find(m_answered, made);
+    if (answered != nullptr && answered->outcome == EOutcome::SURE) answered->madeAt = time;
 }
 
 void CCommandHistory::resolve(bool isSuccess)

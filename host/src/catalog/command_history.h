@@ -52,12 +52,14 @@ class CCommandHistory
     void settle(const SHistoryObject& object);
     /// What the record knows of its checkpoints now.
     void settleCheckpoints(const SSnapshot& snapshot);
-    void addRun(const SRunRecord& run);
+    /// @param creationTime of the image that the run has shown; empty for any other run
+    void addRun(const SRunRecord& run, const std::string& creationTime);
 
     /// Enters the end. Later calls do nothing.
     void end(const SHistoryEnd& end);
 
   private:
+    void enterCreationTime(const SRunRecord& run, const std::string& time);
     void resolve(bool isSuccess);
     void writeEnd();
 

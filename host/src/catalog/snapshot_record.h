@@ -69,6 +69,9 @@ struct SDevice
     }
 };
 
+/// Origin of a record that was made of what is on the appliances, and not when the checkpoint was made.
+constexpr const char* ORIGIN_ADOPTED = "adopted";
+
 struct SSnapshot
 {
     std::string name;
@@ -76,7 +79,7 @@ struct SSnapshot
     std::string provider;
     std::string checkpoint;
     std::string created;     ///< UTC, ISO 8601
-    std::string origin;      ///< "created" or "received"
+    std::string origin;      ///< "created", "received" or ORIGIN_ADOPTED
     std::string thaw;        ///< thaw command, while it may still have to run
     std::string message;     ///< why the last step failed; empty when it did not
     bool exported = false;   ///< another host may have the record, too
@@ -94,8 +97,9 @@ struct SSnapshot
     bool isImported(const GroupKey& group) const;
     /// Whether this catalog's fictl has asked for the group's time image.
     bool isImageAsked(const GroupKey& group) const;
-    /// Whether another host may work with the snapshot, too.
-    bool isShared() const { return exported || origin == "received"; }
+    /// Whether another host may work with the snapshot, too: nobody knows what became of an earlier record of one that
+    /// was adopted.
+    bool isShared() const { return exported || origin == "received" || origin == ORIGIN_ADOPTED; }
     /// Whether the process that was at work on it is gone.
     bool isInterrupted() const;
     /// Whether a living process is at work on it.

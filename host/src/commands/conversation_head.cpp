@@ -1,6 +1,5 @@
 #include "host/src/commands/conversation_head.h"
 
-#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
@@ -10,6 +9,7 @@
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/output/error.h"
 #include "host/src/output/secrets.h"
+#include "host/src/process/host_name.h"
 #include "host/src/process/placed_path.h"
 #include "host/src/provider/naming.h"
 #include "host/src/provider/provider_library.h"
@@ -36,8 +36,7 @@ std::string hostName(const std::string& provider)
         obzx_free_buf(name, 0);
         return text;
     }
-    utsname system{};
-    return uname(&system) == 0 ? system.nodename : "";
+    return systemHostName();
 }
 
 // Whatever columns the catalog's layout has.

@@ -6,6 +6,7 @@
 #include "host/src/catalog/record_check.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
+#include "host/src/commands/deletion.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/process/signals.h"
@@ -23,12 +24,6 @@ struct SDeleteRequest
     std::string name{};
     bool forget = false;       ///< drop the record, ask the appliance for nothing
     bool evenIfInUse = false;  ///< delete also what somebody works with
-};
-
-constexpr std::initializer_list<EState> DELETABLE = {
-    EState::CREATING,       EState::PARTIAL,       EState::FAILED,        EState::COMPLETE,
-    EState::IMPORTING,      EState::IMPORT_FAILED, EState::IMPORTED,      EState::RELEASING,
-    EState::RELEASE_FAILED, EState::DELETING,      EState::DELETE_FAILED,
 };
 
 /// Deletes what a record names, its groups side by side: looks at all of them first, and enters each group that is
@@ -233,6 +228,14 @@ SResult deletedResult(const std::string& name, const json& groups, bool forgotte
         "snapshot \"" + name + (forgotten ? "\" is forgotten; the appliance was not asked\n" : "\" is deleted\n"));
 }
 
+void warnOfThaw(const SSnapshot& before)
+{
+    if (before.thaw.empty()) return;
+    // A creation that was killed did not record whether its guardian thawed the application.
+    const std::string doubt = before.state == EState::CREATING ? "unless its guardian thawed it, " : "";
+    CProgress::warn(doubt + "the application may still be frozen; its thaw command was: " + printable(before.thaw));
+}
+
 SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
 {
     requireSnapshotName(request.name);
@@ -240,25 +243,26 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
     if (!request.forget) guardian.emplace();
     CCatalog catalog;
     if (!request.forget) context.providerFor(catalog.get(request.name));  // refuses another one than the record's
-    const SSnapshot before = catalog.take(request.name, EState::DELETING, DELETABLE, "deleted");
-    if (!before.thaw.empty()) {
-        // A creation that was killed did not record whether its guardian thawed the application.
-        const std::string doubt = before.state == EState::CREATING ? "unless its guardian thawed it, " : "";
-        CProgress::warn(doubt + "the application may still be frozen; its thaw command was: " + printable(before.thaw));
-    }
     if (request.forget) {
-        catalog.remove(request.name);
+        warnOfThaw(catalog.drop(request.name, DELETABLE, "deleted"));
         return deletedResult(request.name, json::array(), true);
     }
-    const SStep step = {.running = EState::DELETING, .failed = EState::DELETE_FAILED};
-    json groups;
-    workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
-        groups = CSnapshotDeletion(context, catalog, record, isTouched).run(request.evenIfInUse);
-    });
-    return deletedResult(request.name, groups, false);
+    return deletedResult(request.name, deleteRecorded(context, catalog, request.name, request.evenIfInUse), false);
 }
 
 }  // namespace
+
+json deleteRecorded(const SContext& context, CCatalog& catalog, const std::string& name, bool evenIfInUse)
+{
+    const SSnapshot before = catalog.take(name, EState::DELETING, DELETABLE, "deleted");
+    warnOfThaw(before);
+    const SStep step = {.running = EState::DELETING, .failed = EState::DELETE_FAILED};
+    json groups;
+    workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
+        groups = CSnapshotDeletion(context, catalog, record, isTouched).run(evenIfInUse);
+    });
+    return groups;
+}
 
 CommandRun declareDelete(COptions& options)
 {

@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "host/src/text/plain_text.h"
+#include "host/src/text/utc_text.h"
 
 namespace fictl {
 
@@ -30,18 +31,12 @@ std::optional<std::set<std::string>> namesOf(const json& list)
     return names;
 }
 
-// "2026-01-31T12:00:00Z", maybe with a fraction: an instant that reads the same whenever it is listed.
-bool isInstant(const std::string& text)
+// What is told as an instant; "" for any other time.
+std::string instantOf(const json& entry, const char* key)
 {
-    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:dd";
-    if (text.size() <= FORM.size() || text.back() != 'Z') return false;
-    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    for (size_t i = 0; i < FORM.size(); ++i) {
-        if (FORM[i] == 'd' ? !isDigit(text[i]) : text[i] != FORM[i]) return false;
-    }
-    const std::string_view fraction(text.data() + FORM.size(), text.size() - FORM.size() - 1);
-    return fraction.empty() || (fraction.size() > 1 && fraction.front() == '.' &&
-                                std::all_of(fraction.begin() + 1, fraction.end(), isDigit));
+    const auto told = entry.find(key);
+    const std::string time = told == entry.end() ? "" : textOr(*told, "");
+    return isInstantText(time) ? time : "";
 }
 
 std::optional<std::map<std::string, std::string>> readAnnotations(const json& list)
@@ -49,9 +44,7 @@ std::optional<std::map<std::string, std::string>> readAnnotations(const json& li
     if (list.is_null()) return std::nullopt;
     std::map<std::string, std::string> annotations;
     for (const json& entry : list) {
-        const auto told = entry.find("time");
-        const std::string time = told == entry.end() ? "" : textOr(*told, "");
-        annotations.emplace(entry.at("name").get<std::string>(), isInstant(time) ? time : "");
+        annotations.emplace(entry.at("name").get<std::string>(), instantOf(entry, "time"));
     }
     return annotations;
 }
@@ -60,11 +53,13 @@ SInspectedImage readImage(const json& entry)
 {
     SInspectedImage image;
     image.name = entry.at("name").get<std::string>();
+    image.created = instantOf(entry, "created");
     image.permissions = namesOf(entry.at("permissions"));
     for (const json& lun : entry.at("luns")) {
         image.luns.push_back({.serial = lun.at("target").get<std::string>(),
                               .source = lun.at("source").get<std::string>(),
-                              .path = textOr(lun.at("path"), "")});
+                              .path = textOr(lun.at("path"), ""),
+                              .device = {}});
     }
     return image;
 }
@@ -77,8 +72,10 @@ SInspectedGroup readGroup(const json& entry)
     group.annotations = readAnnotations(entry.at("annotations"));
     group.imagesRead = entry.at("images_read").get<bool>();
     for (const json& lun : entry.at("luns")) {
-        group.luns.push_back(
-            {.serial = lun.at("serial").get<std::string>(), .source = {}, .path = textOr(lun.at("path"), "")});
+        group.luns.push_back({.serial = lun.at("serial").get<std::string>(),
+                              .source = {},
+                              .path = textOr(lun.at("path"), ""),
+                              .device = textOr(lun.value("device", json()), "")});
     }
     for (const json& image : entry.at("images")) {
         group.images.emplace(image.at("name").get<std::string>(), readImage(image));

@@ -26,11 +26,13 @@ struct SInspectedLun
     std::string serial;  ///< of the LUN; in a time image of the LUN that the image shows it under
     std::string source;  ///< in a time image: serial of the LUN that it was made of
     std::string path;    ///< where it shows on this host; empty when it does not
+    std::string device;  ///< of a group's LUN: what the appliance calls it; empty when that is not told
 };
 
 struct SInspectedImage
 {
     std::string name;
+    std::string created;                               ///< an instant in UTC; empty where that is not told
     std::optional<std::set<std::string>> permissions;  ///< hosts; nothing: the appliance does not tell
     std::vector<SInspectedLun> luns;
 };

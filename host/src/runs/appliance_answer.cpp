@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
+
+#include "host/src/text/utc_text.h"
 
 namespace fictl {
 
@@ -153,6 +156,22 @@ EAnswer judge(const SRunRecord& run)
         return EAnswer::EXISTS_ALREADY;
     }
     return EAnswer::UNKNOWN;
+}
+
+std::string creationTimeIn(const SRunRecord& run, const obzx_run& whole)
+{
+    constexpr std::string_view CREATED = "Created: ";
+    const bool isWhole = run.result == 0 && run.isInputWhole() && whole.output != nullptr &&
+                         std::cmp_equal(whole.output_kept, whole.output_size);
+    const std::optional<SObjectCommand> command = isWhole ? objectCommandOf(run.input) : std::nullopt;
+    if (!command || command->verb != "show" || command->kind != "timeimage") return {};
+    std::string time;
+    for (const std::string_view line : linesOf({whole.output, whole.output_kept})) {
+        if (!line.starts_with(CREATED)) continue;
+        if (!time.empty()) return {};
+        time = line.substr(CREATED.size());
+    }
+    return isInstantText(time) ? time : std::string();
 }
 
 bool isHarmless(const SRunRecord& run)

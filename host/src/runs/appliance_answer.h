@@ -49,6 +49,10 @@ std::optional<SObjectCommand> objectCommandOf(const std::string& script);
  */
 EAnswer judge(const SRunRecord& run);
 
+/// When the appliance says that an image was made: of a run that has shown one, done, and whose answer holds exactly
+/// one line "Created: TIME". Empty for any other.
+std::string creationTimeIn(const SRunRecord& run, const obzx_run& whole);
+
 /// True when the run is a deletion whose object was not there: it failed, and nothing is wrong.
 bool isHarmless(const SRunRecord& run);
 
