@@ -37,6 +37,7 @@ CommandRun declareReceive(COptions& options);
 CommandRun declareCatalogCheck(COptions& options);
 CommandRun declareHistory(COptions& options);
 CommandRun declareSupportBundle(COptions& options);
+CommandRun declareReconcile(COptions& options);
 
 /// Every group and every command, in the order of --help.
 inline constexpr SCommandGroup COMMAND_GROUPS[] = {
@@ -50,6 +51,7 @@ inline constexpr SCommand COMMANDS[] = {
     {"", "history", "Show which commands changed something, and what became of them", declareHistory, false},
     {"", "support-bundle", "Collect what tells what is wrong here, for somebody else to look at", declareSupportBundle,
      false},
+    {"", "reconcile", "Tell whose the checkpoints, images, copies, records and left files are", declareReconcile, true},
     {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
     {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList, false},
     {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true},
