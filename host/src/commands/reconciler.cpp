@@ -1,7 +1,7 @@
 #include "host/src/commands/reconciler.h"
 
+#include "host/src/output/private_folder.h"
 #include "host/src/process/signals.h"
-#include "host/src/process/temporary_folder.h"
 #include "host/src/provider/provider_library.h"
 
 namespace fictl {

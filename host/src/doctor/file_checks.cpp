@@ -13,7 +13,6 @@
 
 #include "host/src/output/private_folder.h"
 #include "host/src/process/placed_path.h"
-#include "host/src/process/temporary_folder.h"
 
 namespace fictl {
 
