@@ -224,15 +224,17 @@ TEST_F(CReconcilePlanTest, WhatIsNotDeletedKeepsItsRecordAndTheNextApplyGoesOn)
 
 TEST_F(CReconcilePlanTest, AKilledApplyCanBeGivenAgain)
 {
+    // While the provider starts, once the record is made; before the deletion, and after it.
     for (const char* fault :
-         {"delete-annotation:g1 killed\n", "delete-annotation:g1 killed-after\n", "delete-timeimage:g1 killed\n"}) {
+         {"hosts:ap1 killed\n", "delete-annotation:g1 killed\n", "delete-annotation:g1 killed-after\n"}) {
         createOrphan("s");
         createOrphan("t", {"/dev/fake3"});
         plan();
         arm(fault);
-        const SRun killed = apply();
-        if (killed.exit != 1000 + SIGKILL) continue;  // of an image that is not there nothing is sent
+        EXPECT_EQ(apply().exit, 1000 + SIGKILL) << fault;
         arm("");
+        EXPECT_EQ(fictlJson({"history"}).document()["history"].back()["state"], "did not end") << fault;
+        EXPECT_EQ(records(), 1U) << fault;
         const SRun again = apply();
         EXPECT_EQ(again.exit, 0) << fault << again.out << again.err;
         EXPECT_TRUE(objects().empty()) << fault;

@@ -43,6 +43,21 @@ def check_history(site, checkpoints, images):
     need(not running, f"told to be running: {running}")
 
 
+def check_whose(site, checkpoints, images):
+    """Nothing that a host works with is told to be an orphan, or to be nobody's."""
+    claimed = set()
+    for host in ("production", "backup"):
+        status, document = site.fictl(host, "reconcile")
+        need(status in (0, 8), f"reconcile ends with {status} on {host}: {error_of(document)}")
+        found = [entry for entry in document["reconcile"]["objects"] if entry["appliance"]]
+        orphans = [entry for entry in found if entry["class"] == "orphan"]
+        need(not orphans, f"told to be orphans on {host}: {orphans}")
+        claimed |= {(entry["appliance"], entry["group"], entry["name"]) for entry in found
+                    if entry["class"] in ("owned", "unknown")}
+    there = checkpoints | {image[:3] for image in images}
+    need(there <= claimed, f"told to be nobody's: {there - claimed}")
+
+
 def check_truth(site):
     """Everything on the appliances belongs to a record, and every record's claims hold."""
     checkpoints, images = site.copies()
