@@ -7,6 +7,7 @@ import subprocess
 import tempfile
 import time
 
+TOP = pathlib.Path(__file__).resolve().parent.parent.parent
 DEADLINE = 60  # seconds; nothing here takes longer on a machine that works at all
 
 
@@ -45,8 +46,9 @@ def leave_sockets_out(folder, names):
 class Site:
     """Two appliances with a group each, and two hosts, below a scratch folder of their own."""
 
-    # What keeps the appliances' content: LMADM_ENGINE, as for lmadm itself.
+    # What keeps the appliances' content: LMADM_ENGINE, as for lmadm itself. The engine ceph needs a cluster that runs.
     ENGINE = os.environ.get("LMADM_ENGINE", "files")
+    CLUSTER = os.environ.get("CDPFI_CLUSTER", "")
 
     LUNS = {"data": ("alpha", "payroll"), "journal": ("alpha", "payroll"), "ledger": ("beta", "books")}
 
@@ -65,6 +67,8 @@ class Site:
         for name in ("store", "tmp", "exchange", "reports", "production", "backup"):
             (self.folder / name).mkdir()
         try:
+            if self.ENGINE == "ceph":
+                self.join_cluster()
             self.build()
         except BaseException:
             self.remove()
@@ -94,6 +98,18 @@ class Site:
             self.lmadm(*on, "write", lun, "--offset", "0", "--pattern", f"content of {lun}; ")
         for host in ("production", "backup"):
             self.lmadm("host", "setup", "--root", str(self.folder / host), "--host", host)
+
+    def join_cluster(self):
+        """Puts the catalog and the content on the cluster."""
+        need(self.CLUSTER, "the engine ceph needs a cluster: script/cluster up --folder DIR, and CDPFI_CLUSTER=DIR")
+        settings = subprocess.run([TOP / "script/cluster", "settings", "--folder", self.CLUSTER, "--catalog", self.folder.suffix[1:]],
+                                  capture_output=True, text=True, timeout=DEADLINE, check=True).stdout
+        (self.folder / "store/etc/qz").mkdir(parents=True)
+        (self.folder / "store/etc/qz/appliance.conf").write_text(settings)
+
+    def can_be_kept(self):
+        """Whether all of it lies below its folder."""
+        return self.ENGINE != "ceph"
 
     def limit_commands(self, seconds):
         """Lets the provider give up a command that hangs; long enough for one that does not. 0: the usual limit."""
@@ -257,6 +273,14 @@ class Workflow:
             need(status == 0, f"the undisturbed step {step} of {self.name} ends with {status}: {error_of(document)}")
             self.check_step(step, document)
 
+    def run_to(self, step):
+        """Runs the steps before this one."""
+        for name, host, words in self.steps:
+            if name == step:
+                return
+            status, document = self.site.fictl(host, *words)
+            need(status == 0, f"the undisturbed step {name} of {self.name} ends with {status}: {error_of(document)}")
+
     def import_again(self):
         """An import on the other host, whatever became of one before."""
         host, words = self.step("import")
@@ -294,9 +318,10 @@ class Workflow:
 
 class Stage:
     """A site that can be taken back to the moment before each step of a workflow: cases are independent of each other,
-    and none has to build what another one has built already."""
+    and none has to build what another one has built already. A site that cannot be kept is built anew for each."""
 
     def __init__(self, bin_folder):
+        self.bin = bin_folder
         self.site = Site(bin_folder)
         self.kept = pathlib.Path(tempfile.mkdtemp(prefix="cdpfi-sweep-kept.", dir=scratch_parent()))
         try:
@@ -306,14 +331,27 @@ class Stage:
             raise
 
     def keep(self, step):
-        self.site.keep(self.kept / step)
+        if self.site.can_be_kept():
+            self.site.keep(self.kept / step)
+        else:
+            (self.kept / step).mkdir()
 
     def before(self, step):
         start = self.kept / Workflow.START.get(step, step)
         need(start.is_dir(), f"there is no step {step}; script/sweep --list names the cases")
-        self.site.go_back(start)
+        if self.site.can_be_kept():
+            self.site.go_back(start)
+        else:
+            self.build_anew(start.name)
         self.site.unmounted = step == "unmount"
         return self.site
+
+    def build_anew(self, step):
+        talk = self.site.talk
+        self.site.remove()
+        self.site = Site(self.bin)
+        Workflow(self.site, "nightly").run_to(step)
+        self.site.talk = talk
 
     def forget(self):
         """Removes what cases start from; the site stays."""
