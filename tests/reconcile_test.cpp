@@ -2,6 +2,7 @@
 // and catalogs that are lost.
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <set>
 
 #include "base/tests/environment_value.h"
@@ -136,6 +137,42 @@ TEST_F(Reconcile, WhatIsProvenIsDeletedWithItsImage)
     EXPECT_EQ(copies(), 0U);
     EXPECT_EQ(compare("production", 0).at("objects"), json::array());
     EXPECT_EQ(contentOf(data), content);
+}
+
+TEST_F(Reconcile, ACopyThatIsInUseIsNotTakenAway)
+{
+    const SRun imported = site.fictl("production", {"--output", "json", "snapshot", "import", "nightly"});
+    ASSERT_EQ(imported.status, 0);
+    const std::string copy = copyOf(imported);
+    ASSERT_EQ(forget("production").status, 0);
+    const std::string file = (site.folder() / "plan").string();
+    ASSERT_EQ(site.fictl("production", {"reconcile", "--plan", file}).status, 0);
+    {
+        const std::ifstream user(copy);
+        const SRun applied = site.fictl("production", {"--output", "json", "reconcile", "--apply", file});
+        EXPECT_EQ(applied.status, 8);
+        const json step = applied.json().at("applied").at("steps").at(0);
+        EXPECT_EQ(step.at("result"), "failed");
+        EXPECT_NE(step.at("reason").get<std::string>().find(" is in use: "), std::string::npos) << step;
+        EXPECT_EQ(contentOf(copy), content);
+        EXPECT_EQ(classOf(compare("production", 8), checkpoint), "orphan") << "as before";
+    }
+    const SRun applied = site.fictl("production", {"reconcile", "--apply", file});
+    EXPECT_EQ(applied.status, 0) << applied.out << applied.err;
+    EXPECT_EQ(copies(), 0U);
+}
+
+TEST_F(Reconcile, AProvenCopyIsAdoptedAsImported)
+{
+    const SRun imported = site.fictl("production", {"--output", "json", "snapshot", "import", "nightly"});
+    ASSERT_EQ(forget("production").status, 0);
+    const SRun adopted = adopt({});
+    ASSERT_EQ(adopted.status, 0) << adopted.err;
+    EXPECT_EQ(adopted.json().at("snapshot").at("state"), "imported");
+    EXPECT_EQ(copyOf(adopted), copyOf(imported));
+    EXPECT_EQ(compare("production", 0).at("counts").at("owned"), 5);
+    EXPECT_EQ(site.fictl("production", {"snapshot", "release", "again"}).status, 0);
+    EXPECT_EQ(site.fictl("production", {"snapshot", "delete", "again"}).status, 0);
 }
 
 TEST_F(Reconcile, WhatWasMadeByHandIsNeverTouched)

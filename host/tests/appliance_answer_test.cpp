@@ -40,6 +40,30 @@ bool confirms(std::vector<SRunRecord> all)
     return confirmsDeletion(all, "alpha", "G", "C");
 }
 
+std::string timeIn(const std::string& command, const std::string& answer, uint64_t size)
+{
+    obzx_run whole{};
+    whole.output = answer.c_str();
+    whole.output_kept = answer.size();
+    whole.output_size = size;
+    return creationTimeIn(runs::succeeded(command), whole);
+}
+
+TEST(ApplianceAnswer, OfAShownImageTellsWhenItWasMade)
+{
+    const std::string show = " show  timeimage \"T\" \"G\"";
+    const std::string answer = "TimeImage: T\nAnnotation: C\nCreated: 2026-01-31T12:00:00Z\nTimeImage LUNs:\n";
+    EXPECT_EQ(timeIn(show, answer, answer.size()), "2026-01-31T12:00:00Z");
+    EXPECT_EQ(timeIn(show, answer, answer.size() + 1), "") << "a part of it is missing";
+    EXPECT_EQ(timeIn(" delete  timeimage \"T\" \"G\"", answer, answer.size()), "");
+    EXPECT_EQ(timeIn(" show  annotation \"T\" \"G\"", answer, answer.size()), "");
+    for (const std::string& other :
+         {std::string(), std::string("TimeImage: T\n"), "Created: yesterday\n" + std::string(),
+          answer + "Created: 2026-01-31T12:00:00Z\n", std::string("Annotation: Created: 2026-01-31T12:00:00Z\n")}) {
+        EXPECT_EQ(timeIn(show, other, other.size()), "") << other;
+    }
+}
+
 }  // namespace
 
 TEST(ApplianceAnswer, ReadsTheCommandOfAScript)

@@ -322,6 +322,16 @@ def looking_for_a_copy(place):
     yield
 
 
+@scenario("Whose is this checkpoint")
+def without_a_record(place):
+    place.given("production", "snapshot create nightly /dev/sdb")
+    place.standing["KSV_Check_Point_4711"] = place.record("production", "nightly")["checkpoint"]
+    place.given("production", "snapshot delete nightly --forget")
+    place.shell("production", "printf 'server alpha\\ncreate annotation \"by_hand\" \"payroll\"\\nset message x\\ncommit\\nexit\\n'"
+                " | /opt/QXPKlm/bin/lmsh")
+    yield
+
+
 @scenario("What has become of this snapshot")
 def asking_the_history(place):
     place.killed("production", "snapshot create nightly /dev/sdb",

@@ -85,16 +85,24 @@ SStepResult CPlanExecution::goOnDeleting(const SPlanStep& step)
 SStepResult CPlanExecution::deleteAdopted(const SPlanStep& step)
 {
     const std::string& name = step.object.record;
+    json groups;
     try {
-        deleteRecorded(m_context, m_catalog, name, false);
+        groups = deleteRecorded(m_context, m_catalog, name, false);
     } catch (const EFictl& error) {
-        // Where nothing was asked of the appliance, all is to be as it was.
-        if (error.exit() != EExit::CATALOG && m_catalog.get(name).state == EState::COMPLETE) {
-            m_catalog.drop(name, {EState::COMPLETE}, "forgotten");
-        }
+        if (error.exit() != EExit::CATALOG) dropUntouched(name);
         throw;
     }
+    for (const json& group : groups) {
+        if (group.at("result") != "removed") return skipped("it was kept: it is another one's by now");
+    }
     return {};
+}
+
+// Where nothing was asked of the appliance, all is to be as it was.
+void CPlanExecution::dropUntouched(const std::string& name)
+{
+    const EState state = m_catalog.get(name).state;
+    if (state == EState::COMPLETE || state == EState::IMPORTED) m_catalog.drop(name, {state}, "forgotten");
 }
 
 SStepResult CPlanExecution::forgetRecord(const SPlanStep& step)

@@ -35,6 +35,7 @@ class CPlanExecution
     SStepResult deleteCheckpoint(const SPlanStep& step);
     SStepResult goOnDeleting(const SPlanStep& step);
     SStepResult deleteAdopted(const SPlanStep& step);
+    void dropUntouched(const std::string& name);
     SStepResult forgetRecord(const SPlanStep& step);
     SStepResult removeFile(const SPlanStep& step) const;
 

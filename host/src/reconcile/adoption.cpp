@@ -92,7 +92,19 @@ void requireOneCommand(const Found& chosen)
                  "adopt one at a time with --group, or see fictl reconcile");
 }
 
-void addDevices(SSnapshot& record, const SFoundObject& checkpoint, bool hasOwnImage, const SInspectedGroup& seen)
+// The copy that a proven image shows here, so that one that is in use is noticed.
+void enterCopy(SDevice& device, const SInspectedImage& image)
+{
+    device.imageAsked = true;
+    for (const SInspectedLun& lun : image.luns) {
+        if (lun.source != device.state.serialNo || lun.path.empty()) continue;
+        device.importPath = lun.path;
+        device.importSerial = lun.serial;
+    }
+}
+
+void addDevices(SSnapshot& record, const SFoundObject& checkpoint, const SInspectedImage* ownImage,
+                const SInspectedGroup& seen)
 {
     for (const SInspectedLun& lun : seen.luns) {
         SDevice device;
@@ -107,7 +119,7 @@ void addDevices(SSnapshot& record, const SFoundObject& checkpoint, bool hasOwnIm
                         .checkPointName = record.checkpoint,
                         .serialNo = lun.serial};
         device.made = EMade::YES;
-        device.imageAsked = hasOwnImage;
+        if (ownImage != nullptr) enterCopy(device, *ownImage);
         record.devices.push_back(std::move(device));
     }
 }
@@ -173,9 +185,13 @@ SSnapshot recordOf(const std::string& name, const std::string& provider,
     record.origin = ORIGIN_ADOPTED;
     for (const SFoundObject* const checkpoint : checkpoints) {
         const SFoundObject* const image = found.imageOf(*checkpoint);
-        addDevices(record, *checkpoint, image != nullptr && image->klass == EObjectClass::ORPHAN,
+        const bool isOwn = image != nullptr && image->klass == EObjectClass::ORPHAN;
+        addDevices(record, *checkpoint, isOwn ? seen.image(checkpoint->group, image->name) : nullptr,
                    *seen.group(checkpoint->group));
     }
+    const bool isImported = std::any_of(record.devices.begin(), record.devices.end(),
+                                        [](const SDevice& device) { return !device.importPath.empty(); });
+    if (isImported) record.state = EState::IMPORTED;
     requireUsable(record, seen);
     enterCheckpointTimes(record, seen);
     return record;

@@ -21,9 +21,9 @@ struct SAdoption
 std::vector<const SFoundObject*> requireAdoptable(const SAdoption& adoption, const SReconciliation& found);
 
 /**
- * The record of such checkpoints, complete and not yet in the catalog: of every LUN that each group has now, since
- * nobody knows of which ones the snapshot was. A copy that this host has is the record's only where its image is proven
- * to be ours; any other is taken up by an import. Throws EFictl (BAD_RECORD) where a group or LUN cannot be worked
+ * The record of such checkpoints, not yet in the catalog: of every LUN that each group has now, since nobody knows of
+ * which ones the snapshot was. It is complete, or imported where this host has a copy whose image is proven to be ours;
+ * any other copy is taken up by an import. Throws EFictl (BAD_RECORD) where a group or LUN cannot be worked
  * with.
  */
 SSnapshot recordOf(const std::string& name, const std::string& provider,

@@ -38,8 +38,6 @@ struct SEvidence
 {
     const char* source;  ///< record, history, listing, disk, file or process
     std::string text;    ///< for people, printable
-
-    bool operator==(const SEvidence& other) const { return text == other.text; }
 };
 
 struct SFoundObject
