@@ -199,6 +199,14 @@ void addWorkloadCommands(CLI::App& app, const SOptions& options)
     check.add_option("images", toCheck.images, "LUN=FILE for each LUN of the log")->required();
 }
 
+void addShadowCommand(CLI::App& app, const SOptions& options)
+{
+    CLI::App& shadow = *app.add_subcommand("shadow", "Fill the store with appliances that an inspector has told of");
+    const auto file = std::make_shared<std::string>();
+    shadow.add_option("file", *file, "Document of the inspector")->required();
+    shadow.callback([file, &options] { fillFromInspection(options, *file); });
+}
+
 // They work on a conversation, and need no store.
 void addReplayCommands(CLI::App& app, const SOptions& options, int& status)
 {
@@ -256,6 +264,7 @@ int runCommandLine(int argc, char** argv, SOptions& options)
     addDataCommands(app, options);
     addFaultCommands(app, options);
     addWorkloadCommands(app, options);
+    addShadowCommand(app, options);
     int status = 0;
     addReplayCommands(app, options, status);
     try {

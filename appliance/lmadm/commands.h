@@ -129,6 +129,9 @@ struct SAnswerRequest
 /// What those tools do; gives the exit status of the tool.
 int answerFromConversation(const SAnswerRequest& request);
 
+/// Fills the store with the appliances that an inspector has told of; makes the store when it is not there.
+void fillFromInspection(const SOptions& options, const std::string& file);
+
 struct SWorkloadRun
 {
     std::string group;
