@@ -28,11 +28,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // fictl's own values, by section and key.
-constexpr const char* OWN_VALUES[][2] = {{"CATALOG", "HISTORY_BYTES"},
-                                         {"CATALOG", "HISTORY_DAYS"},
-                                         {"CATALOG", "OWNERS"},
-                                         {"INSPECTOR", "MAX_DOCUMENT"},
-                                         {"RECEIVE", "PROVIDERS"}};
+constexpr const char* OWN_VALUES[][2] = {{"CATALOG", "HISTORY_BYTES"},  {"CATALOG", "HISTORY_DAYS"},
+                                         {"CATALOG", "OWNERS"},         {"DRY_RUN", "TOOLS"},
+                                         {"INSPECTOR", "MAX_DOCUMENT"}, {"RECEIVE", "PROVIDERS"}};
 
 constexpr struct
 {

@@ -20,12 +20,31 @@ namespace fictl {
 
 namespace {
 
-SResult run(const SCommandLine& line)
+// The words for the fictl that carries a dry run out.
+std::vector<std::string> dryWords(int argc, char** argv, const SCommandLine& line)
+{
+    if (!line.isDryRun) return {};
+    if (!line.record.empty()) {
+        throw EFictl(EExit::USAGE, "--dry-run asks the appliances nothing that could be recorded",
+                     "leave --record away");
+    }
+    std::vector<std::string> words;
+    bool isForm = false;  // of this one's answer
+    for (std::string& word : harmlessWords(argc, argv, line.secrets)) {
+        const bool isOption = word == "--output" || word.starts_with("--output=") || word == "--dry-run";
+        if (!isForm && !isOption) words.push_back(std::move(word));
+        isForm = !isForm && word == "--output";
+    }
+    return words;
+}
+
+SResult run(const SCommandLine& line, std::vector<std::string> dryRun)
 {
     const SContext context{
         .provider = line.provider,
         .progress = CProgress(line.isVerbose || isatty(STDERR_FILENO) == 1, std::make_shared<CHeartbeat>()),
         .timeout = line.timeout,
+        .dryRun = std::move(dryRun),
     };
     obzx_set_run_limit(static_cast<uint64_t>(line.timeout.count()));
     return line.run(context);
@@ -50,12 +69,12 @@ EFictl unexpected(const std::exception& error)
 }
 
 // Runs the command and writes what came of it.
-SHistoryEnd runAndAnswer(const SCommandLine& line)
+SHistoryEnd runAndAnswer(const SCommandLine& line, std::vector<std::string> dryRun)
 {
     CAnswer answer = answerFor(line);
     SHistoryEnd end;
     try {
-        const SResult result = run(line);
+        const SResult result = run(line, std::move(dryRun));
         end = endOf(answer.done(result), result.frozenSeconds, "");
     } catch (const EFictl& error) {
         end = endOf(answer.failed(error), error.frozenSeconds(), error.what());
@@ -77,7 +96,7 @@ int runKnown(int argc, char** argv, const SCommandLine& line)
     }
     std::optional<CCommandHistory> history;
     if (line.isChange) history.emplace(shownCommandLine(argc, argv, line.secrets));
-    SHistoryEnd end = runAndAnswer(line);
+    SHistoryEnd end = runAndAnswer(line, dryWords(argc, argv, line));
     end.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
     end.message = CSecrets(secrets, "...").hidden(end.message);
     if (history) history->end(end);

@@ -17,6 +17,8 @@ struct SContext
     std::string provider{};  ///< name or path; empty when the user gave none
     CProgress progress{false};
     std::chrono::seconds timeout{0};  ///< of a single appliance command; 0: the provider's own
+    /// The words of the command line, without what may be secret, when it is only to be told what the command would do.
+    std::vector<std::string> dryRun{};
 
     /// The provider for a command that is about no record.
     std::string chosenProvider() const { return provider.empty() ? "cdpfi" : provider; }

@@ -4,6 +4,7 @@
 
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
+#include "host/src/recording/recording.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -72,9 +73,13 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
         if (entry.group != group) continue;
         CLI::App& command = add(parent, entry.name, entry.help);
         CLibraryOptions options(command, line.secrets);
-        command.callback([&line, run = entry.declare(options), isChange = entry.isChange] {
+        command.callback([&line, &entry, run = entry.declare(options)] {
+            if (line.isDryRun && !entry.canBeDry) {
+                throw EFictl(EExit::USAGE, "--dry-run is for snapshot create, import, release and delete",
+                             "fictl --help");
+            }
             line.run = run;
-            line.isChange = isChange;
+            line.isChange = entry.isChange && !line.isDryRun;
         });
     }
 }
@@ -89,6 +94,8 @@ void build(CLI::App& app, SCommandLine& line)
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
     options.text("--record", line.record,
                  "New file for every command that the appliances are asked, with its answer (none)");
+    options.flag("--dry-run", line.isDryRun,
+                 "Tell what create, import, release or delete would ask the appliances, and do nothing");
     options.flag("--verbose", line.isVerbose,
                  "Write a line for each step to standard error, also when it is no terminal");
     app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");
@@ -160,6 +167,26 @@ std::string shownCommandLine(int argc, char** argv, const std::set<std::string>&
         isSecret = !isSecret && secrets.contains(word);
     }
     return text;
+}
+
+std::vector<std::string> harmlessWords(int argc, char** argv, const std::set<std::string>& secrets)
+{
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const std::string option = word.substr(0, word.find('='));
+        const bool isSecret = secrets.contains(option);
+        const bool hasOwnWord = option == word;
+        if (option == "--record") {
+            if (hasOwnWord) ++i;
+        } else if (isSecret) {
+            words.insert(words.end(), {option, HARMLESS_COMMAND});
+            if (hasOwnWord) ++i;
+        } else {
+            words.push_back(word);
+        }
+    }
+    return words;
 }
 
 std::vector<std::string> secretValues(int argc, char** argv, const std::set<std::string>& secrets)

@@ -17,6 +17,7 @@ struct SCommandLine
     std::chrono::seconds timeout{0};
     bool isVerbose = false;
     std::string record{};             ///< file for the conversation with the appliances; empty: none
+    bool isDryRun = false;            ///< the command is only to tell what it would do
     bool isChange = false;            ///< the command changes something
     std::set<std::string> secrets{};  ///< options whose values are not repeated
     CommandRun run{};                 ///< the command; also for --help and --version, which run as one
@@ -28,6 +29,9 @@ void readCommandLine(int argc, char** argv, SCommandLine& line);
 
 /// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret.
 std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets);
+
+/// The words of a command line without --record, "true" for the value of each option that is secret.
+std::vector<std::string> harmlessWords(int argc, char** argv, const std::set<std::string>& secrets);
 
 /// The values of the options that are secret.
 std::vector<std::string> secretValues(int argc, char** argv, const std::set<std::string>& secrets);

@@ -12,7 +12,8 @@ struct SCommand
     const char* name;
     const char* help;
     CommandRun (*declare)(COptions& options);
-    bool isChange;  ///< changes something, and is entered into the history
+    bool isChange;          ///< changes something, and is entered into the history
+    bool canBeDry = false;  ///< can tell what it would do, without doing it
 };
 
 /// A word that commands stand behind.
@@ -54,10 +55,10 @@ inline constexpr SCommand COMMANDS[] = {
     {"", "reconcile", "Tell whose the checkpoints, images, copies, records and left files are", declareReconcile, true},
     {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
     {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList, false},
-    {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true},
-    {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true},
-    {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease, true},
-    {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true},
+    {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true, true},
+    {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true, true},
+    {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease, true, true},
+    {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true, true},
     {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false},
     {"snapshot", "show", "Show a snapshot's record", declareShow, false},
     {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport, true},

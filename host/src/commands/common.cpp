@@ -1,5 +1,7 @@
 #include "host/src/commands/common.h"
 
+#include "host/src/dry_run/dry_run.h"
+
 #include <map>
 #include <set>
 
@@ -48,6 +50,16 @@ void requireDevices(const std::vector<std::string>& devices)
                          "give every device once");
         }
     }
+}
+
+SResult dryRunOf(const SContext& context, const std::string& snapshot, const std::vector<std::string>& devices)
+{
+    return dryRun({.words = context.dryRun,
+                   .provider = context.provider,
+                   .timeout = context.timeout,
+                   .progress = context.progress,
+                   .snapshot = snapshot,
+                   .devices = devices});
 }
 
 SSnapshot workOn(CCatalog& catalog, const SSnapshot& before, const SStep& step, const StepWork& work)

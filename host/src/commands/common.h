@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/src/catalog/catalog.h"
+#include "host/src/commands/command.h"
 #include "host/src/output/error.h"
 
 namespace fictl {
@@ -14,6 +15,9 @@ namespace fictl {
 void requireSnapshotName(const std::string& name);
 /// Throws EFictl (USAGE) for an unusable or repeated device path.
 void requireDevices(const std::vector<std::string>& devices);
+
+/// Tells what the command would do to a snapshot, see host/src/dry_run/dry_run.h.
+SResult dryRunOf(const SContext& context, const std::string& snapshot, const std::vector<std::string>& devices = {});
 
 /// What a step makes of a record.
 struct SStep

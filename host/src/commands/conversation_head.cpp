@@ -100,19 +100,8 @@ SConversationBegin beginConversation(json words, const std::string& providerText
 json recordedWords(int argc, char** argv, const SCommandLine& line)
 {
     json words = json::array();
-    for (int i = 1; i < argc; ++i) {
-        const std::string word = argv[i];
-        const std::string option = word.substr(0, word.find('='));
-        const bool isSecret = line.secrets.contains(option);
-        const bool hasOwnWord = option == word;
-        if (option == "--record") {
-            if (hasOwnWord) ++i;
-        } else if (isSecret) {
-            words.insert(words.end(), {option, HARMLESS_COMMAND});
-            if (hasOwnWord) ++i;
-        } else {
-            words.push_back(conversationText(word));
-        }
+    for (const std::string& word : harmlessWords(argc, argv, line.secrets)) {
+        words.push_back(conversationText(word));
     }
     return words;
 }

@@ -43,7 +43,10 @@ CommandRun declareCreate(COptions& options)
     options.secret("--thaw", hooks.thaw, "Command that lets it go on; always runs once freeze has started");
     options.seconds("--hook-timeout", hooks.timeout, "Seconds that each of the two may take (60)");
     options.seconds("--max-freeze", hooks.maxFreeze, "Seconds after which the application is thawed in any case (60)");
-    return [request](const SContext& context) { return createSnapshot(context, *request); };
+    return [request](const SContext& context) {
+        return context.dryRun.empty() ? createSnapshot(context, *request)
+                                      : dryRunOf(context, request->name, request->devices);
+    };
 }
 
 }  // namespace fictl

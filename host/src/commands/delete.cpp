@@ -270,7 +270,9 @@ CommandRun declareDelete(COptions& options)
     options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
     options.flag("--forget", request->forget, "Drop the record only; ask the appliance for nothing");
     options.flag("--even-if-in-use", request->evenIfInUse, "Delete also what another host or a program works with");
-    return [request](const SContext& context) { return deleteSnapshot(context, *request); };
+    return [request](const SContext& context) {
+        return context.dryRun.empty() ? deleteSnapshot(context, *request) : dryRunOf(context, request->name);
+    };
 }
 
 }  // namespace fictl

@@ -200,7 +200,9 @@ CommandRun declareImport(COptions& options)
 {
     const auto name = std::make_shared<std::string>();
     options.word("NAME", *name, COptions::EGiven::MUST_BE, "Name of the snapshot");
-    return [name](const SContext& context) { return importSnapshot(context, *name); };
+    return [name](const SContext& context) {
+        return context.dryRun.empty() ? importSnapshot(context, *name) : dryRunOf(context, *name);
+    };
 }
 
 }  // namespace fictl

@@ -168,7 +168,9 @@ CommandRun declareRelease(COptions& options)
     const auto request = std::make_shared<SReleaseRequest>();
     options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
     options.flag("--even-if-in-use", request->evenIfInUse, "Give back also a copy that a program works with");
-    return [request](const SContext& context) { return releaseSnapshot(context, *request); };
+    return [request](const SContext& context) {
+        return context.dryRun.empty() ? releaseSnapshot(context, *request) : dryRunOf(context, request->name);
+    };
 }
 
 }  // namespace fictl

@@ -2,10 +2,12 @@
 
 #include <filesystem>
 
+#include "base/file_descriptor.h"
+
 namespace fictl {
 
-/// A new folder in the temporary folder, for this user only, removed with all that is in it. Throws EFictl (IO) when it
-/// cannot be made.
+/// A new folder in the temporary folder, for this user only, removed with all that is in it. One that a process left
+/// which was killed goes when the next one is made, once it is a minute old. Throws EFictl (IO) when it cannot be made.
 class CPrivateFolder
 {
   public:
@@ -18,6 +20,7 @@ class CPrivateFolder
 
   private:
     std::filesystem::path m_path;
+    base::CFileDescriptor m_lock;  // of the folder; held as long as its process lives
 };
 
 /// The folder that TMPDIR names, else /tmp.
