@@ -111,16 +111,19 @@ CDatabase prepareDatabase(const SLayout& layout, const SEngineSetup& setup, CSto
     return openDatabase(layout, setup, CDatabase::EMode::EXISTING);
 }
 
-// Brings a database of an earlier version up to this one; several processes may try at once.
-void migrate(CDatabase& database)
+// Brings a database of an earlier version up to this one; several processes may try at once. Returns the version that
+// it has now.
+int64_t migrate(CDatabase& database)
 {
-    if (database.version() != 1) return;
+    const int64_t found = database.version();
+    if (found != 1) return found;
     CTransaction transaction(database, CTransaction::EKind::WRITE);
     if (database.version() == 1) {
         database.execute(ENGINE_OF_EACH_APPLIANCE);
         database.execute("PRAGMA user_version = 2");
         transaction.commit();
     }
+    return database.version();
 }
 
 }  // namespace
@@ -131,8 +134,7 @@ CStore::CStore(const fs::path& root, EMode mode)
       m_database(prepareDatabase(m_layout, m_setup, mode))
 {
     m_setup.catalog = &m_database;
-    migrate(m_database);
-    if (m_database.version() != SCHEMA_VERSION) {
+    if (migrate(m_database) != SCHEMA_VERSION) {
         throw EApplianceError(EStatus::UNUSABLE, "store database " + m_layout.database().string() +
                                                      " is of a version that this program does not know");
     }
