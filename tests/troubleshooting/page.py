@@ -2,6 +2,7 @@
 import dataclasses
 import re
 
+CONVERSATION = re.compile(r"Conversation: `tests/conversations/([\w-]+\.jsonl)`")
 PROMPT = re.compile(r"(production|backup|appliance)# (.*)")
 
 
@@ -20,6 +21,8 @@ class Entry:
 
     heading: str
     sessions: list
+    conversation: str = None  # file below tests/conversations that its last line names
+    is_last: bool = False  # nothing follows that line
 
 
 class Malformed(Exception):
@@ -47,6 +50,7 @@ def read(text):
             if line != "```":
                 block.append(line)
                 continue
+            entries[-1].is_last = False
             entries[-1].sessions.append(_commands(block, begin))
             block = None
         elif line.startswith("```"):
@@ -55,6 +59,10 @@ def read(text):
             block, begin = [], number
         elif line.startswith("### "):
             entries.append(Entry(line[4:], []))
+        elif entries and CONVERSATION.fullmatch(line):
+            entries[-1].conversation, entries[-1].is_last = CONVERSATION.fullmatch(line)[1], True
+        elif entries and line and not line.startswith("## "):
+            entries[-1].is_last = False
     if block is not None:
         raise Malformed(f"line {begin}: a block does not end")
     return entries
@@ -75,3 +83,15 @@ def write(text, entries):
         if not inside:
             lines.append(line)
     return "\n".join(lines) + "\n"
+
+
+def with_conversations(text, entries):
+    """The page with the line of each entry that has a conversation as the last of it."""
+    parts = re.split(r"(?m)^(?=##)", text)
+    of = {f"### {entry.heading}": entry.conversation for entry in entries}
+    for number, part in enumerate(parts):
+        conversation = of.get(part.partition("\n")[0])
+        if conversation:
+            kept = "\n".join(line for line in part.splitlines() if not CONVERSATION.fullmatch(line)).rstrip()
+            parts[number] = f"{kept}\n\nConversation: `tests/conversations/{conversation}`\n\n"
+    return "".join(parts).rstrip() + "\n"

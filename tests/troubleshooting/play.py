@@ -28,6 +28,7 @@ from troubleshooting.place import Place, settled  # noqa: E402  pylint: disable=
 from troubleshooting.scenarios import SCENARIOS  # noqa: E402  pylint: disable=wrong-import-position
 
 PAGE = TOP / "docs/troubleshooting.md"
+CONVERSATIONS = TOP / "tests/conversations"
 
 
 def scenario_of(entry):
@@ -114,7 +115,14 @@ def check(entry, options):
 def check_scenarios(entries):
     """What is wrong with the page as a whole."""
     wrong = [f"no entry is about {words}" for words in SCENARIOS if not any(words in e.heading for e in entries)]
-    return wrong + [f"### {entry.heading}: no command" for entry in entries if not entry.sessions]
+    wrong += [f"### {entry.heading}: no command" for entry in entries if not entry.sessions]
+    return wrong + [f"### {entry.heading}: it does not end in a conversation of tests/conversations"
+                    for entry in entries if not ends_in_conversation(entry)]
+
+
+def ends_in_conversation(entry):
+    """Whether its last line names a conversation that is there; being there, it is a test by itself."""
+    return entry.is_last and (CONVERSATIONS / entry.conversation).is_file()
 
 
 def check_page(text, options):

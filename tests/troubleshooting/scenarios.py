@@ -119,7 +119,7 @@ def frozen_too_long(place):
 
 
 @scenario("no answer within")
-def time_out(place):
+def silent_appliance(place):
     place.configure("production", "cdpfi.conf", lambda text: text + "[FI_EXEC]\nMAX_TIMEOUT=1\n")
     place.lmadm("fault", "arm", "hang", "--match", "create annotation")
     yield

@@ -55,6 +55,12 @@ class APageThatIsNotTrue(unittest.TestCase):
         self.assertIn("nothing is printed like", self.wrong("### `No appliance is configured.`",
                                                             "### `No appliance is configured at all`"))
 
+    def test_has_an_entry_that_ends_in_no_conversation(self):
+        line = "Conversation: `tests/conversations/no-appliance.jsonl`\n"
+        for other in ("", "Conversation: `tests/conversations/of-nobody.jsonl`\n", f"{line}\nMore text.\n",
+                      f"{line}\n{SESSION}"):
+            self.assertIn("it does not end in a conversation", self.wrong(line, other))
+
     def test_has_a_block_of_another_kind(self):
         for block in ("```sh\nfictl\n```", "```console\nfictl\n```", "```console\nbackup# fictl"):
             with self.assertRaises(page.Malformed):
