@@ -242,6 +242,62 @@ TEST_F(CReconcilePlanTest, AKilledApplyCanBeGivenAgain)
     }
 }
 
+// Every state of the catalog that a kill can leave.
+TEST_F(CReconcilePlanTest, AnApplyThatIsKilledAroundAnyWaitForStableStorageCanBeGivenAgain)
+{
+    const auto killed = [this](const std::string& when) {
+        return runProgram("/usr/bin/env", {"LD_PRELOAD=" FICTL_KILL_AT_SYNC, "ASAN_OPTIONS=verify_asan_link_order=0",
+                                           "KILL_PROGRAM=fictl", "KILL_AT=" + when, FICTL_PROGRAM, "--provider",
+                                           provider(), "--output", "json", "reconcile", "--apply", file()});
+    };
+    constexpr int LEAST = 4;  // the entry, the record, its deletion, the end
+    for (const std::string when : {"before ", "after "}) {
+        int number = 1;
+        for (;; ++number) {
+            createOrphan("s");
+            const std::string gone = create("stale", {"/dev/fake3"});
+            fs::remove(fake("objects/ap1.g2." + gone));
+            plan();
+            const int exit = killed(when + std::to_string(number)).exit;
+            const SRun again = apply();
+            EXPECT_EQ(again.exit, 0) << when << number << again.out << again.err;
+            EXPECT_TRUE(objects().empty()) << when << number;
+            EXPECT_EQ(records(), 0U) << when << number;
+            if (exit != 1000 + SIGKILL) break;
+        }
+        EXPECT_GT(number, LEAST) << when;
+    }
+}
+
+TEST_F(CReconcilePlanTest, OfTwoAppliesAtOnceOneDoesTheStep)
+{
+    createOrphan("s");
+    plan();
+    arm("delete-annotation:g1 wait here\n");
+    startHeld({"reconcile", "--apply", file()});
+    release();
+    waitForFile("here.reached");
+    const SRun second = apply();
+    touch("here");
+    EXPECT_EQ(finish().exit, 0);
+    EXPECT_EQ(second.exit, 8);
+    EXPECT_NE(resultsOf(second)[0].find(" is at work on it (deleting)"), std::string::npos) << resultsOf(second)[0];
+    EXPECT_TRUE(objects().empty());
+    EXPECT_EQ(records(), 0U);
+}
+
+TEST_F(CReconcilePlanTest, ACatalogThatCannotBeWrittenKeepsAllAsItIs)
+{
+    createOrphan("s");
+    plan();
+    for (const char* end : {"-wal", "-shm"}) {
+        fs::remove(catalog() + end);
+    }
+    fs::create_symlink("nowhere", catalog() + "-shm");
+    EXPECT_EQ(apply().exit, 11);
+    EXPECT_EQ(objects().size(), 1U);
+}
+
 TEST_F(CReconcilePlanTest, APlanThatWasEditedDoesNoMore)
 {
     createOrphan("s");
