@@ -248,10 +248,9 @@ void CObjectJudge::judgeClaimedCopies(const SSnapshot& record)
         const bool isKnown =
             seen != nullptr && (!device.importSerial.empty() || !seen->disks.contains(device.importPath));
         const EThere shows = isKnown ? seen->shows(device.importPath, device.importSerial) : EThere::UNKNOWN;
+        const std::string image = naming::imageOfCheckpoint(record.checkpoint);
         // The image tells of a disk that shows it.
-        if (shows == EThere::YES &&
-            seen->hasImage(device.group(), naming::imageOfCheckpoint(record.checkpoint)) == EThere::YES)
-            continue;
+        if (shows == EThere::YES && seen->hasImage(device.group(), image) == EThere::YES) continue;
         SFoundObject copy{.kind = EObjectKind::COPY,
                           .klass = shows == EThere::NO ? EObjectClass::STALE : EObjectClass::UNKNOWN,
                           .group = device.group(),
