@@ -13,7 +13,6 @@
 #include "appliance/ceph/ceph_error.h"
 #include "appliance/ceph/ceph_id.h"
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/daemon/nbd_mount.h"
 #include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/gate.h"
@@ -106,12 +105,13 @@ struct CCephEngine::SConnection
 };
 
 CCephEngine::CCephEngine(const SEngineSetup& setup, const fs::path& home)
-    : CBaseDaemonEngine(setup.store, home, "ceph"),
+    : CBaseDaemonEngine(setup.store, home, "ceph", readAttach(setup.store, setup.settings)),
       m_settings(readCephSettings(setup)),
       m_catalog(*setup.catalog),
       m_appliance(home.filename().string()),
       m_open(home / "ceph/open")
 {
+    refuseRbd("ceph", readAttach(setup.store, setup.settings));
 }
 
 CCephEngine::~CCephEngine() = default;
@@ -220,7 +220,7 @@ void CCephEngine::publishData(const SVolume& volume, const fs::path& work)
 void CCephEngine::dropData(const SVolume& volume)
 {
     detachThose([&](const SOpenDevice& device) { return device.timeImage.empty() && device.volume == volume.id; });
-    unmount(home() / "dev" / volume.name, daemon().log());
+    takeBack(home() / "dev" / volume.name);
     removeVolume(nameOf(volume.id));
 }
 
@@ -265,7 +265,7 @@ void CCephEngine::dropStrayData(const CListedVolumes& listed)
     }
     const base::CFileDescriptor alone = daemon().lock();
     for (const fs::path& mount : strayMounts(volumes)) {
-        unmount(mount, daemon().log());
+        takeBack(mount);
     }
 }
 
@@ -354,7 +354,7 @@ void CCephEngine::dropImage(const fs::path& image)
 {
     const std::string id = image.filename().string();
     detachThose([&](const SOpenDevice& device) { return device.timeImage == id; });
-    unmountImage(image);
+    takeBackImage(image);
     for (const std::string& name : connection().imports.of(id)) {
         unlessMissing([&] { connection().imports.drop(name); });
     }
@@ -480,7 +480,7 @@ void CCephEngine::detachThose(const std::function<bool(const SOpenDevice& device
     std::erase_if(devices, [&](const SOpenDevice& device) { return !isMeant(device); });
     if (devices.empty()) return;
     for (const SOpenDevice& device : devices) {
-        unmount(device.path, daemon().log());
+        takeBack(device.path);
     }
     change([&](CQmpClient& monitor) {
         for (const SOpenDevice& device : devices) {

@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/daemon/nbd_mount.h"
 #include "appliance/core/engines/daemon/programs.h"
 #include "base/process_stat.h"
 
@@ -23,14 +22,19 @@ constexpr std::chrono::milliseconds TRY_AGAIN{500};
 
 }  // namespace
 
-CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, std::string name)
-    : m_store(std::move(store)), m_home(std::move(home)), m_name(std::move(name)), m_daemon(m_home / m_name)
+CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, std::string name, EAttach attach)
+    : m_store(std::move(store)),
+      m_home(std::move(home)),
+      m_name(std::move(name)),
+      m_daemon(m_home / m_name),
+      m_attachments(attachOf(attach, {}, ::geteuid() == 0), {m_daemon.folder(), m_daemon.exports(), m_daemon.log()})
 {
 }
 
 void CBaseDaemonEngine::prepareDaemon() const
 {
-    checkPrograms(m_name);
+    checkPrograms("engine " + inQuotes(m_name), {"qemu-storage-daemon", "qemu-img"});
+    checkPrograms("engine " + inQuotes(m_name), m_attachments.programs());
     m_daemon.prepare();
 }
 
@@ -38,10 +42,13 @@ void CBaseDaemonEngine::stop()
 {
     if (!m_daemon.isThere()) return;
     const base::CFileDescriptor alone = m_daemon.lock();
-    unmountBelow(m_home / "dev");
+    takeBackBelow(m_home / "dev");
     std::error_code error;
     for (fs::directory_iterator image(m_home / "images", error), end; !error && image != end; image.increment(error)) {
-        unmountImage(image->path());
+        takeBackImage(image->path());
+    }
+    for (const fs::path& path : m_attachments.writtenDown()) {
+        takeBack(path);
     }
     m_daemon.markStopped();
     if (m_daemon.isReady()) {
@@ -53,11 +60,11 @@ void CBaseDaemonEngine::stop()
     m_daemon.end();
 }
 
-void CBaseDaemonEngine::unmountBelow(const fs::path& folder) const
+void CBaseDaemonEngine::takeBackBelow(const fs::path& folder) const
 {
     std::error_code error;
     for (fs::directory_iterator device(folder, error), end; !error && device != end; device.increment(error)) {
-        unmount(device->path(), m_daemon.log());
+        takeBack(device->path());
     }
 }
 
@@ -143,7 +150,7 @@ void CBaseDaemonEngine::attach(const std::vector<SDevice>& devices)
         open = exportsOf(monitor);
     }
     std::optional<EQmpRefusal> refusal;
-    std::vector<SNbdMount> mounts;
+    std::vector<SHostDevice> missing;
     for (const SDevice& device : devices) {
         const std::string name = exportName(device);
         if (open.count(name) != 0 && isAttached(device)) continue;
@@ -159,17 +166,22 @@ void CBaseDaemonEngine::attach(const std::vector<SDevice>& devices)
             refusal = error;  // of one that is damaged, which keeps no other from its host
         }
         if (isOpen && !isAttached(device)) {
-            mounts.push_back({device.path, m_daemon.exports(), name, device.volume.size});
+            missing.push_back(hostDevice(device));
         }
     }
-    mountAll(mounts, m_daemon.log());
+    m_attachments.attachAll(missing);
     startKeeper();
     if (refusal) throw *refusal;
 }
 
 bool CBaseDaemonEngine::isAttached(const SDevice& device) const
 {
-    return isMounted(device.path, device.volume.size);
+    return m_attachments.isAttached(hostDevice(device));
+}
+
+SHostDevice CBaseDaemonEngine::hostDevice(const SDevice& device) const
+{
+    return {device.path, exportName(device), device.volume.size};
 }
 
 std::set<std::string> exportsOf(CQmpClient& monitor)

@@ -6,15 +6,16 @@
 #include <string>
 #include <vector>
 
+#include "appliance/core/engines/daemon/attach_way.h"
 #include "appliance/core/engines/daemon/storage_daemon.h"
 #include "appliance/core/engines/engine.h"
 
 namespace lumora {
 
 /**
- * An engine whose devices are served by a storage daemon: each is a file that is mounted over an export of it. While
- * the daemon is away, readers and writers wait; a keeper starts it again, and so does every tool that finds it dead, or
- * finds that somebody was killed while its open devices were changed, or gets no answer from it.
+ * An engine whose devices are served by a storage daemon, and presented on this host as the store's ATTACH says. While
+ * the daemon is away, readers and writers of files wait; a keeper starts it again, and so does every tool that finds it
+ * dead, or finds that somebody was killed while its open devices were changed, or gets no answer from it.
  */
 class CBaseDaemonEngine : public CBaseStorageEngine
 {
@@ -28,8 +29,8 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     using CStep = std::function<void(CQmpClient& monitor)>;
 
     /// `store` is the root of the store, `home` the appliance's folder in it, where the daemon has a folder of the
-    /// engine's name.
-    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::string name);
+    /// engine's name. `attach` is what the store says.
+    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::string name, EAttach attach);
 
     const std::filesystem::path& home() const { return m_home; }
     const CStorageDaemon& daemon() const { return m_daemon; }
@@ -44,7 +45,7 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     /// Opens and exports a device that it does not have open; one that is not there any more is left alone.
     virtual void openDevice(CQmpClient& monitor, const SDevice& device) = 0;
     virtual std::string exportName(const SDevice& device) const = 0;
-    /// Closes everything, of which no mount is left, before the daemon is ended.
+    /// Closes everything, of which nothing is presented any more, before the daemon is ended.
     virtual void closeAll(CQmpClient& /*monitor*/) {}
 
     /// Makes the daemon's folder; not only of these. Status unusable when a program is missing, or the path too long.
@@ -53,17 +54,21 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     CQmpClient connect();
     /// What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
     void change(const CStep& step);
-    /// Takes the mounts of a time image's devices back.
-    void unmountImage(const std::filesystem::path& image) const { unmountBelow(image / "dev"); }
+    /// Takes back what is presented at a path, or nothing.
+    void takeBack(const std::filesystem::path& path) const { m_attachments.detach(path); }
+    /// Takes back the devices of a time image.
+    void takeBackImage(const std::filesystem::path& image) const { takeBackBelow(image / "dev"); }
 
   private:
-    void unmountBelow(const std::filesystem::path& folder) const;
+    void takeBackBelow(const std::filesystem::path& folder) const;
     void startKeeper();
+    SHostDevice hostDevice(const SDevice& device) const;
 
     const std::filesystem::path m_store;
     const std::filesystem::path m_home;
     const std::string m_name;
     const CStorageDaemon m_daemon;
+    const CAttachments m_attachments;
 };
 
 /// What a storage daemon exports; the name of an export is its id as well.

@@ -18,16 +18,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct SNeeded
+struct SPackage
 {
     const char* program;
     const char* package;
 };
-constexpr std::array<SNeeded, 5> NEEDED = {{{"qemu-storage-daemon", "qemu-system-common"},
-                                            {"qemu-img", "qemu-utils"},
-                                            {"nbdfuse", "libnbd-bin"},
-                                            {"nbdkit", "nbdkit"},
-                                            {"fusermount3", "fuse3"}}};
+constexpr std::array<SPackage, 7> PACKAGES = {{{"qemu-storage-daemon", "qemu-system-common"},
+                                               {"qemu-img", "qemu-utils"},
+                                               {"nbdfuse", "libnbd-bin"},
+                                               {"nbdkit", "nbdkit"},
+                                               {"fusermount3", "fuse3"},
+                                               {"nbd-client", "nbd-client"},
+                                               {"rbd", "ceph-common"}}};
 constexpr size_t TAIL = 4096;
 
 // Where the search path may find it.
@@ -45,7 +47,17 @@ std::vector<std::string> pathsOf(const std::string& program)
     return paths;
 }
 
-bool isThereToRun(const std::string& program)
+std::string packageOf(const std::string& program)
+{
+    for (const SPackage& known : PACKAGES) {
+        if (program == known.program) return known.package;
+    }
+    return program;
+}
+
+}  // namespace
+
+bool isOnSearchPath(const std::string& program)
 {
     for (const std::string& path : pathsOf(program)) {
         if (::access(path.c_str(), X_OK) == 0) return true;
@@ -53,22 +65,12 @@ bool isThereToRun(const std::string& program)
     return false;
 }
 
-std::string packageOf(const std::string& program)
+void checkPrograms(const std::string& who, const std::vector<std::string>& programs)
 {
-    for (const SNeeded& needed : NEEDED) {
-        if (program == needed.program) return needed.package;
-    }
-    return program;
-}
-
-}  // namespace
-
-void checkPrograms(const std::string& engine)
-{
-    for (const SNeeded& needed : NEEDED) {
-        if (isThereToRun(needed.program)) continue;
-        throw EApplianceError(EStatus::UNUSABLE, "engine " + inQuotes(engine) + " needs the program " + needed.program +
-                                                     ": install the package " + needed.package);
+    for (const std::string& program : programs) {
+        if (isOnSearchPath(program)) continue;
+        throw EApplianceError(EStatus::UNUSABLE,
+                              who + " needs the program " + program + ": install the package " + packageOf(program));
     }
 }
 

@@ -9,9 +9,10 @@
 
 namespace lumora {
 
-/// Status unusable, with the package to install, when a program that the engine of this name needs is not on the search
-/// path.
-void checkPrograms(const std::string& engine);
+bool isOnSearchPath(const std::string& program);
+
+/// Status unusable, with the package to install, when a program that `who` needs is not on the search path.
+void checkPrograms(const std::string& who, const std::vector<std::string>& programs);
 
 /// Starts a program of the search path that outlives this process: in a process group of its own, nothing to read, both
 /// outputs appended to `log`. Returns its id; who goes on waits for it or leaves it to the system. Status storage when

@@ -21,6 +21,7 @@ class CStorageDaemon
     /// `folder` is the appliance's qsd folder.
     explicit CStorageDaemon(std::filesystem::path folder) : m_folder(std::move(folder)) {}
 
+    const std::filesystem::path& folder() const { return m_folder; }
     std::filesystem::path monitor() const { return m_folder / "qmp"; }
     std::filesystem::path exports() const { return m_folder / "nbd"; }
     std::filesystem::path log() const { return m_folder / "log"; }

@@ -10,7 +10,6 @@
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
-#include "appliance/core/engines/daemon/nbd_mount.h"
 #include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
 #include "appliance/core/files/gate.h"
@@ -58,9 +57,10 @@ int64_t fileOf(const SLayeredVolume& volume, int64_t number)
 
 }  // namespace
 
-CQsdEngine::CQsdEngine(fs::path store, fs::path home, base::CSqliteDatabase& catalog)
-    : CBaseDaemonEngine(std::move(store), home, "qsd"), m_table(catalog, home.filename().string())
+CQsdEngine::CQsdEngine(fs::path store, fs::path home, EAttach attach, base::CSqliteDatabase& catalog)
+    : CBaseDaemonEngine(std::move(store), home, "qsd", attach), m_table(catalog, home.filename().string())
 {
+    refuseRbd("qsd", attach);
 }
 
 void CQsdEngine::prepare()
@@ -187,7 +187,7 @@ void CQsdEngine::publishData(const SVolume& volume, const fs::path& work)
 void CQsdEngine::dropData(const SVolume& volume)
 {
     const base::CFileDescriptor alone = daemon().lock();
-    unmount(home() / "dev" / volume.name, daemon().log());
+    takeBack(home() / "dev" / volume.name);
     removeVolume(volume.id);
 }
 
@@ -216,7 +216,7 @@ void CQsdEngine::dropStrayData(const CListedVolumes& listed)
     }
     for (const fs::path& file : strayFiles(volumes)) {
         if (file.parent_path() == home() / "dev") {
-            unmount(file, daemon().log());
+            takeBack(file);
         } else {
             removeFile(file);
         }
@@ -234,7 +234,7 @@ std::vector<int64_t> CQsdEngine::strayVolumes(const std::vector<SVolume>& listed
     return stray;
 }
 
-// Files of volumes that the tables do not know, and files that mounts of LUNs were over which are no more.
+// Files of volumes that the tables do not know, and what is left at the paths of LUNs which are no more.
 std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
 {
     std::set<std::string> names;
@@ -358,7 +358,7 @@ void CQsdEngine::dropImage(const fs::path& image)
 {
     const std::string id = image.filename().string();
     const base::CFileDescriptor alone = daemon().lock();
-    unmountImage(image);
+    takeBackImage(image);
     const std::vector<SLayeredImage> volumes = m_table.image(id);
     if (!volumes.empty()) {
         changeGraph([&](CQmpClient&, CBlockGraph& graph) {

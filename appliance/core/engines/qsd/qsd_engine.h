@@ -11,7 +11,7 @@
 namespace lumora {
 
 /// Content as qcow2 layers behind a storage daemon, which fixes all LUNs of a group at one instant for any writer. What
-/// a host sees is a file that is mounted over the daemon's export.
+/// a host sees is an export of the daemon.
 ///
 /// The catalog says which layers there are before the daemon is told (CLayerTable); whoever finds the daemon dead, or
 /// unfinished, starts it anew and brings every volume to what the catalog says. Layers that no content and no image
@@ -20,8 +20,8 @@ class CQsdEngine : public CBaseDaemonEngine
 {
   public:
     /// `store` is the root of the store, `home` the appliance's folder in it, `catalog` the store's database, which
-    /// outlives the engine.
-    CQsdEngine(std::filesystem::path store, std::filesystem::path home, base::CSqliteDatabase& catalog);
+    /// outlives the engine. Status unusable for RBD.
+    CQsdEngine(std::filesystem::path store, std::filesystem::path home, EAttach attach, base::CSqliteDatabase& catalog);
 
     void prepare() override;
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,

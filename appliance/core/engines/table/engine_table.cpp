@@ -44,7 +44,8 @@ const std::vector<SEngineKind>& engineKinds()
          }},
         {"qsd", "layers of qcow2 files behind a storage daemon, which fixes them for any writer",
          [](const SEngineSetup& setup, const SApplianceHome& home) -> std::unique_ptr<CBaseStorageEngine> {
-             return std::make_unique<CQsdEngine>(setup.store, home.folder, *setup.catalog);
+             return std::make_unique<CQsdEngine>(setup.store, home.folder, readAttach(setup.store, setup.settings),
+                                                 *setup.catalog);
          }},
         {"ceph", "images of a cluster, which fixes them for any writer on any machine",
          [](const SEngineSetup& setup, const SApplianceHome& home) { return cephModule().makeEngine(setup, home); }},
@@ -94,6 +95,7 @@ SEngineSetup readEngineSetup(const fs::path& store, const std::vector<fs::path>&
 std::unique_ptr<CBaseStorageEngine> makeEngine(const SEngineSetup& setup, const SApplianceHome& home)
 {
     kindOf(setup, setup.engine);
+    readAttach(setup.store, setup.settings);
     return kindOf(setup, home.engine).make(setup, home);
 }
 

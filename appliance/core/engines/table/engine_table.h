@@ -47,7 +47,7 @@ void checkEngineIsShared(const SEngineSetup& setup, const std::string& engine);
 SEngineSetup readEngineSetup(const std::filesystem::path& store, const std::vector<std::filesystem::path>& files);
 
 /// The engine of an appliance. Status unusable when no engine has the name that the store gives for new appliances, or
-/// that the appliance has.
+/// that the appliance has, and for a setting ATTACH that cannot be one.
 std::unique_ptr<CBaseStorageEngine> makeEngine(const SEngineSetup& setup, const SApplianceHome& home);
 
 }  // namespace lumora
