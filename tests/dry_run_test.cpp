@@ -223,6 +223,21 @@ TEST_F(CDryRunTest, TellsWhatIsRefused)
     compare("production", {"snapshot", "delete", "nightly", "--forget"});
 }
 
+TEST_F(CDryRunTest, TellsThatAnotherCommandIsAtWork)
+{
+    site.lmadm({"fault", "arm", "hang", "--match", "create annotation"});
+    const SRun run =
+        site.shell("production", "fictl --timeout 8 snapshot create nightly " + site.device("alpha", "data") +
+                                     " >/dev/null 2>&1 & for i in $(seq 100); do [ \"$(lmadm --store " +
+                                     (site.folder() / "store").string() +
+                                     " --output json fault list | grep -c "
+                                     "'\"struck\": [1-9t]')\" = 0 ] || break; sleep 0.1; done\n"
+                                     "fictl --output json --dry-run snapshot delete nightly; wait");
+    EXPECT_EQ(run.json()["error"]["code"], "state") << run.out << run.err;
+    const std::string message = run.json()["error"]["message"];
+    EXPECT_TRUE(message.ends_with(" is at work on it (creating)")) << message;
+}
+
 TEST_F(CDryRunTest, RunsNoFreezeAndNoThawCommand)
 {
     const std::string mark = (site.folder() / "mark").string();

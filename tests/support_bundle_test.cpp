@@ -343,6 +343,16 @@ TEST_F(CSupportBundleTest, AnApplianceThatHangsCostsNoMoreThanItsLimits)
     EXPECT_EQ(read("manifest.json")["missing"][0]["part"], "inspection.json");
 }
 
+TEST_F(CSupportBundleTest, ThatIsStoppedLeavesNothing)
+{
+    site.replaceShell("production", "#!/bin/sh\nsleep 1000\n");
+    const SRun run =
+        site.shell("production", "timeout --preserve-status -s TERM 1 fictl support-bundle --file " + file().string());
+    EXPECT_EQ(run.status, 15) << run.err;
+    EXPECT_FALSE(fs::exists(file()));
+    EXPECT_FALSE(fs::exists(file().string() + ".part"));
+}
+
 TEST_F(CSupportBundleTest, HoldsNoSecondConversation)
 {
     const SRun run = site.fictl("production", {"--record", site.folder() / "talk", "support-bundle", "--file", file()});

@@ -26,7 +26,7 @@ constexpr const char* WORDS =
     "cancel unused complete partial failed creating importing imported releasing deleting interrupted created received "
     "checkpoint checkpoints snapshot snapshots fictl cdpfi lmsh kforutil lmadm obzx dev tmp var lib log etc opt usr "
     "bin "
-    "sbin home root local localhost run srv mnt disk1 export next error exists missing starts loads entry points known "
+    "sbin home root local localhost run srv mnt export next error exists missing starts loads entry points known "
     "knows make made here already more nothing seconds user folder ok warn fail ended running sure lost refused asked";
 
 const std::set<std::string>& knownWords()

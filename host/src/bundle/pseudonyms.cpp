@@ -91,7 +91,7 @@ size_t CPseudonyms::nameAt(const std::string& text, size_t at) const
     for (const size_t size : m_sizes) {
         const size_t end = at + size;
         if (end > text.size() || (end < text.size() && !isSeam(text[end - 1], text[end]))) continue;
-        if (m_pseudonyms.contains(text.substr(at, size))) return size;
+        if (m_pseudonyms.contains(std::string_view(text).substr(at, size))) return size;
     }
     return 0;
 }
@@ -101,8 +101,12 @@ std::string CPseudonyms::renamed(const std::string& text) const
     std::string result;
     for (size_t at = 0; at < text.size();) {
         const size_t size = nameAt(text, at);
-        result += size == 0 ? std::string(1, text[at]) : m_pseudonyms.at(text.substr(at, size));
-        at += std::max<size_t>(size, 1);
+        if (size == 0) {
+            result += text[at++];
+        } else {
+            result += m_pseudonyms.find(std::string_view(text).substr(at, size))->second;
+            at += size;
+        }
     }
     return result;
 }

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <string>
-#include <unordered_map>
 
 #include "host/src/bundle/names.h"
 
@@ -28,7 +28,7 @@ class CPseudonyms
     /// Bytes of the name that begins there; 0 when none does.
     size_t nameAt(const std::string& text, size_t at) const;
 
-    std::unordered_map<std::string, std::string> m_pseudonyms;
+    std::map<std::string, std::string, std::less<>> m_pseudonyms;
     std::set<size_t, std::greater<>> m_sizes;  // of the names
 };
 

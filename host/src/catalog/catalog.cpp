@@ -233,12 +233,7 @@ SSnapshot CCatalog::requireFree(const std::string& name, std::initializer_list<E
 {
     std::optional<SSnapshot> record = findRecord(*m_database, name);
     if (!record) failNotFound(name);
-    if (record->isHeld()) {
-        throw EFictl(EExit::STATE,
-                     quotedSnapshot(name) + ": fictl process " + std::to_string(record->owner.pid) +
-                         " is at work on it (" + record->shownState() + ")",
-                     "wait for that process to end, then run the command again");
-    }
+    requireNotHeld(*record);
     if (std::find(allowed.begin(), allowed.end(), record->state) == allowed.end()) {
         throw EFictl(EExit::STATE, quotedSnapshot(name) + " is " + record->shownState() + ": it cannot be " + what,
                      howToGoOn(*record));

@@ -25,4 +25,13 @@ std::optional<SSnapshot> findRecord(const base::CSqliteDatabase& database, const
     }
 }
 
+void requireNotHeld(const SSnapshot& record)
+{
+    if (!record.isHeld()) return;
+    throw EFictl(EExit::STATE,
+                 quotedSnapshot(record.name) + ": fictl process " + std::to_string(record.owner.pid) +
+                     " is at work on it (" + record.shownState() + ")",
+                 "wait for that process to end, then run the command again");
+}
+
 }  // namespace fictl

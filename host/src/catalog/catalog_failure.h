@@ -30,4 +30,7 @@ auto telling(const std::string& path, const char* doing, Work work)
     }
 }
 
+/// Throws EFictl (STATE) when a living process is at work on the record.
+void requireNotHeld(const SSnapshot& record);
+
 }  // namespace fictl

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "host/src/catalog/catalog_failure.h"
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/dry_run/shadow.h"
 #include "host/src/guardian/guardian.h"
@@ -36,13 +37,14 @@ struct SAsked
     std::string checkpoint;             ///< that the process there would make
 };
 
+// Of a script what follows the appliance's name counts.
 bool isLook(const std::string& command)
 {
-    constexpr const char* LOOKS[] = {"list", "show"};
+    if (command.ends_with(" listdisk")) return true;
     const size_t mark = command.find("; ");
-    const std::string first = command.substr(mark == std::string::npos ? command.find(": ") + 2 : mark + 2);
-    return std::ranges::any_of(LOOKS, [&](const char* word) { return first.starts_with(word); }) ||
-           command.ends_with(" listdisk");
+    if (mark == std::string::npos) return false;
+    const std::string first = command.substr(mark + 2);
+    return first.starts_with("list ") || first.starts_with("show ");
 }
 
 // As commandLine shows it.
@@ -114,12 +116,7 @@ class CDryRun
     {
         for (SSnapshot& snapshot : CCatalogReader().list().snapshots) {
             if (snapshot.name != m_order.snapshot) continue;
-            if (snapshot.isHeld()) {
-                throw EFictl(
-                    EExit::STATE,
-                    "snapshot \"" + snapshot.name + "\": another fictl is at work on it: " + snapshot.shownState(),
-                    "wait until it has ended");
-            }
+            requireNotHeld(snapshot);
             m_record = std::move(snapshot);
         }
     }
