@@ -433,18 +433,30 @@ void CCephEngine::open(CQmpClient& monitor, SOpenDevice device)
         return;
     }
     m_open.add(device);
-    monitor.execute("blockdev-add", {{"driver", "rbd"},
-                                     {"node-name", device.name},
-                                     {"pool", there.pool.name()},
-                                     {"namespace", there.pool.space()},
-                                     {"image", device.image},
-                                     {"conf", m_settings.cluster.configuration.string()},
-                                     {"user", m_settings.cluster.user},
-                                     {"discard", "unmap"}});
+    addImage(monitor, device);
     device.client = newOne(before, there.images.attachedBy(device.image));
     if (!device.client.empty()) there.cluster.records().add(device.client, daemon().process());
     m_open.add(device);
     addExport(monitor, device.name, device.name);
+}
+
+void CCephEngine::addImage(CQmpClient& monitor, const SOpenDevice& device)
+{
+    const CCephPool& pool = connection().pool;
+    try {
+        monitor.execute("blockdev-add", {{"driver", "rbd"},
+                                         {"node-name", device.name},
+                                         {"pool", pool.name()},
+                                         {"namespace", pool.space()},
+                                         {"image", device.image},
+                                         {"conf", m_settings.cluster.configuration.string()},
+                                         {"user", m_settings.cluster.user},
+                                         {"discard", "unmap"}});
+    } catch (const EQmpRefusal& refusal) {
+        if (std::string(refusal.what()).find("Unknown driver") == std::string::npos) throw;
+        throw EApplianceError(EStatus::UNUSABLE,
+                              "engine \"ceph\" needs the storage daemon's driver rbd: install the package qemu-block-extra");
+    }
 }
 
 void CCephEngine::close(CQmpClient& monitor, const SOpenDevice& device) const

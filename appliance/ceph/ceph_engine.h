@@ -70,6 +70,7 @@ class CCephEngine : public CBaseDaemonEngine
     std::string workName(const std::filesystem::path& work) const;
     std::string imageOf(const SDevice& device);
     void open(CQmpClient& monitor, SOpenDevice device);
+    void addImage(CQmpClient& monitor, const SOpenDevice& device);
     void close(CQmpClient& monitor, const SOpenDevice& device) const;
     void detachThose(const std::function<bool(const SOpenDevice& device)>& isMeant);
     void removeVolume(const std::string& image);
