@@ -35,6 +35,11 @@ CCephCluster::CCephCluster(SCephSetup setup) : m_setup(std::move(setup))
         refuse(m_setup, code);
     }
     ::rados_conf_set(m_handle, "client_mount_timeout", CONNECT_SECONDS);
+    if (m_setup.patience > 0) {
+        const std::string seconds = std::to_string(m_setup.patience);
+        ::rados_conf_set(m_handle, "rados_osd_op_timeout", seconds.c_str());
+        ::rados_conf_set(m_handle, "rados_mon_op_timeout", seconds.c_str());
+    }
     // What a tool says is its own; the libraries would write to the same place.
     ::rados_conf_set(m_handle, "log_to_stderr", "false");
     ::rados_conf_set(m_handle, "err_to_stderr", "false");

@@ -17,6 +17,7 @@ struct SCephSetup
     std::filesystem::path configuration;  ///< of the cluster: addresses of the monitors, where the user's key is
     std::string user;                     ///< without "client."
     std::filesystem::path clients;        ///< folder of the CClientRecords of this machine
+    unsigned patience = 0;                ///< seconds until an operation that is not answered fails; 0: never
 };
 
 /**

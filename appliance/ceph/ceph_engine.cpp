@@ -25,6 +25,8 @@ using Json = CQmpClient::Json;
 using CQuery = base::CSqliteQuery;
 using CTransaction = base::CSqliteTransaction;
 
+// Longer than a cluster takes to find that a storage node is gone.
+constexpr unsigned PATIENCE = 60;
 constexpr std::chrono::hours COPY_PATIENCE{24};
 constexpr uint64_t SECTOR = 512;
 constexpr const char* WORK = "w-";
@@ -87,7 +89,7 @@ void unlessMissing(Step step)
 struct CCephEngine::SConnection
 {
     SConnection(const SCephSettings& settings, const std::string& space)
-        : cluster(settings.cluster),
+        : cluster({settings.cluster.configuration, settings.cluster.user, settings.cluster.clients, PATIENCE}),
           pool(cluster, settings.pool, space),
           images(pool),
           groups(pool),
@@ -454,8 +456,9 @@ void CCephEngine::addImage(CQmpClient& monitor, const SOpenDevice& device)
                                          {"discard", "unmap"}});
     } catch (const EQmpRefusal& refusal) {
         if (std::string(refusal.what()).find("Unknown driver") == std::string::npos) throw;
-        throw EApplianceError(EStatus::UNUSABLE,
-                              "engine \"ceph\" needs the storage daemon's driver rbd: install the package qemu-block-extra");
+        throw EApplianceError(
+            EStatus::UNUSABLE,
+            "engine \"ceph\" needs the storage daemon's driver rbd: install the package qemu-block-extra");
     }
 }
 

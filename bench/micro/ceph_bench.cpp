@@ -133,7 +133,7 @@ void connect(benchmark::State& state)
 void transactionOfACatalog(benchmark::State& state)
 {
     CCephCluster cluster(setup());
-    CCephCatalog catalog(cluster, {"catalog", "bench.db"}, CCephCatalog::EMode::CREATE);
+    CCephCatalog catalog(cluster, {"catalog", "bench.db"}, CDatabase::EMode::CREATE);
     catalog.database().execute("CREATE TABLE IF NOT EXISTS rows(id INTEGER PRIMARY KEY, name TEXT)");
     for (auto _ : state) {
         base::CSqliteTransaction transaction(catalog.database(), base::CSqliteTransaction::EKind::WRITE);
@@ -146,7 +146,7 @@ void readingOfACatalog(benchmark::State& state)
 {
     CCephCluster cluster(setup());
     for (auto _ : state) {
-        CCephCatalog catalog(cluster, {"catalog", "bench.db"}, CCephCatalog::EMode::CREATE);
+        CCephCatalog catalog(cluster, {"catalog", "bench.db"}, CDatabase::EMode::CREATE);
         base::CSqliteQuery(catalog.database(), "SELECT count(*) FROM sqlite_master").run();
     }
 }
