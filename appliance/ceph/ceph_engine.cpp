@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
@@ -12,6 +11,7 @@
 
 #include "appliance/ceph/ceph_error.h"
 #include "appliance/ceph/ceph_id.h"
+#include "appliance/ceph/volume_names.h"
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/engines/daemon/programs.h"
 #include "appliance/core/files/file_io.h"
@@ -34,26 +34,6 @@ constexpr const char* DROPPED = "x-";
 
 constexpr const char* TABLE =
     "CREATE TABLE IF NOT EXISTS ceph_appliance (appliance TEXT PRIMARY KEY, space TEXT NOT NULL) WITHOUT ROWID";
-
-std::string nameOf(int64_t volume)
-{
-    return "v" + std::to_string(volume);
-}
-
-// Nothing for the name of another kind of image.
-std::optional<int64_t> volumeOf(const std::string& image)
-{
-    int64_t number = 0;
-    const char* const end = image.data() + image.size();
-    if (image.empty() || image.front() != 'v') return std::nullopt;
-    const auto [rest, error] = std::from_chars(image.data() + 1, end, number);
-    return error == std::errc() && rest == end ? std::optional(number) : std::nullopt;
-}
-
-std::string groupOf(int64_t group)
-{
-    return "g" + std::to_string(group);
-}
 
 // A name and value for a list that is separated by commas.
 std::string option(const std::string& name, const std::string& value)
@@ -106,14 +86,14 @@ struct CCephEngine::SConnection
     CContentNotes notes;
 };
 
-CCephEngine::CCephEngine(const SEngineSetup& setup, const fs::path& home)
-    : CBaseDaemonEngine(setup.store, home, "ceph", readAttach(setup.store, setup.settings)),
+CCephEngine::CCephEngine(const SEngineSetup& setup, const fs::path& home, SHostKernel kernel)
+    : CBaseDaemonEngine(setup.store, home, "ceph", attachOfExports(setup), kernel),
+      m_kernel(std::move(kernel)),
       m_settings(readCephSettings(setup)),
       m_catalog(*setup.catalog),
       m_appliance(home.filename().string()),
       m_open(home / "ceph/open")
 {
-    refuseRbd("ceph", readAttach(setup.store, setup.settings));
 }
 
 CCephEngine::~CCephEngine() = default;
@@ -124,10 +104,11 @@ CCephEngine::SConnection& CCephEngine::connection()
     return *m_connection;
 }
 
-std::string CCephEngine::space()
+std::string CCephEngine::space() const
 {
+    if (!m_space.empty()) return m_space;
     CQuery query(m_catalog, "SELECT space FROM ceph_appliance WHERE appliance = ?", m_appliance);
-    if (query.next()) return query.text(0);
+    if (query.next()) return m_space = query.text(0);
     throw EApplianceError(EStatus::MISSING, "appliance " + inQuotes(m_appliance) + " has no namespace on the cluster",
                           EObject::APPLIANCE);
 }
@@ -135,6 +116,7 @@ std::string CCephEngine::space()
 void CCephEngine::prepare()
 {
     prepareDaemon();
+    if (m_settings.attach == EAttach::RBD) checkPrograms("engine \"ceph\"", {"rbd"});
     m_catalog.execute(TABLE);
     const std::string space = "cdp-" + std::to_string(randomNumber());
     CQuery(m_catalog, "INSERT OR IGNORE INTO ceph_appliance (appliance, space) VALUES (?, ?)", m_appliance, space)
@@ -168,6 +150,7 @@ void CCephEngine::remove()
     if (code != -ENOENT) checkCeph(code, "remove", "namespace " + inQuotes(there.pool.space()));
     CQuery(m_catalog, "DELETE FROM ceph_appliance WHERE appliance = ?", m_appliance).run();
     m_connection.reset();
+    m_space.clear();
 }
 
 std::string CCephEngine::workName(const fs::path& work) const
@@ -223,6 +206,7 @@ void CCephEngine::dropData(const SVolume& volume)
 {
     detachThose([&](const SOpenDevice& device) { return device.timeImage.empty() && device.volume == volume.id; });
     takeBack(home() / "dev" / volume.name);
+    unmapThose([&](const std::string& image) { return image == nameOf(volume.id); });
     removeVolume(nameOf(volume.id));
 }
 
@@ -366,6 +350,7 @@ void CCephEngine::dropImage(const fs::path& image)
 void CCephEngine::stop()
 {
     CBaseDaemonEngine::stop();
+    unmapThose([](const std::string& /*image*/) { return true; });
     if (m_open.list().empty()) return;
     // Of a daemon that did not close them.
     const base::CFileDescriptor alone = daemon().lock();
@@ -475,6 +460,10 @@ std::vector<SDevice> CCephEngine::attached()
     for (const SOpenDevice& device : m_open.list()) {
         devices.push_back({{device.volume, "", 0, 0}, device.timeImage, device.path, ""});
     }
+    for (const std::string& image : mappedImages()) {
+        const std::optional<int64_t> volume = volumeOf(image);
+        if (volume) devices.push_back({{*volume, "", 0, 0}, "", {}, ""});
+    }
     return devices;
 }
 
@@ -485,6 +474,7 @@ void CCephEngine::detach(const std::vector<SDevice>& devices)
         names.insert(exportName(device));
     }
     detachThose([&](const SOpenDevice& device) { return names.count(device.name) != 0; });
+    unmapThose([&](const std::string& image) { return names.count(image) != 0; });
 }
 
 void CCephEngine::detachThose(const std::function<bool(const SOpenDevice& device)>& isMeant)

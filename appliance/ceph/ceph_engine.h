@@ -13,12 +13,14 @@
 #include "appliance/ceph/content_notes.h"
 #include "appliance/ceph/open_devices.h"
 #include "appliance/core/engines/daemon/daemon_engine.h"
+#include "appliance/core/engines/daemon/rbd_attachment.h"
 
 namespace lumora {
 
 /**
  * Content as images of a cluster, which fixes all LUNs of a group at one instant for any writer on any machine. What a
- * host sees is a file that is mounted over an export of a storage daemon, which has the image open.
+ * host sees is an export of a storage daemon, which has the image open, or with ATTACH=rbd, for LUNs, a device of the
+ * kernel, which has it open itself.
  *
  * An appliance has a namespace of its own in the pool, whose name stands in the catalog:
  *
@@ -34,7 +36,7 @@ class CCephEngine : public CBaseDaemonEngine
 {
   public:
     /// Connects when the cluster is first needed. Status unusable for settings that cannot be any.
-    CCephEngine(const SEngineSetup& setup, const std::filesystem::path& home);
+    CCephEngine(const SEngineSetup& setup, const std::filesystem::path& home, SHostKernel kernel = {});
     ~CCephEngine() override;
 
     void prepare() override;
@@ -52,6 +54,8 @@ class CCephEngine : public CBaseDaemonEngine
                    const std::filesystem::path& image) override;
     void dropContent(const std::filesystem::path& content) override;
     void dropImage(const std::filesystem::path& image) override;
+    void attach(const std::vector<SDevice>& devices) override;
+    bool isAttached(const SDevice& device) const override;
     std::vector<SDevice> attached() override;
     void detach(const std::vector<SDevice>& devices) override;
     void stop() override;
@@ -64,9 +68,14 @@ class CCephEngine : public CBaseDaemonEngine
     void openDevice(CQmpClient& monitor, const SDevice& device) override;
     std::string exportName(const SDevice& device) const override;
     void closeAll(CQmpClient& monitor) override;
+    void takeBack(const std::filesystem::path& path) override;
 
     SConnection& connection();
-    std::string space();
+    std::string space() const;
+    CRbdAttachment rbd() const;
+    void mapLuns(const std::vector<SHostDevice>& luns);
+    std::vector<std::string> mappedImages() const;
+    void unmapThose(const std::function<bool(const std::string& image)>& isMeant);
     std::string workName(const std::filesystem::path& work) const;
     std::string imageOf(const SDevice& device);
     void open(CQmpClient& monitor, SOpenDevice device);
@@ -77,9 +86,11 @@ class CCephEngine : public CBaseDaemonEngine
     std::vector<std::string> strayImages(const std::vector<SVolume>& listed);
     std::vector<std::filesystem::path> strayMounts(const std::vector<SVolume>& listed) const;
 
+    const SHostKernel m_kernel;
     const SCephSettings m_settings;
     base::CSqliteDatabase& m_catalog;
     const std::string m_appliance;
+    mutable std::string m_space;  // once it is known
     const COpenDevices m_open;
     std::unique_ptr<SConnection> m_connection;
 };

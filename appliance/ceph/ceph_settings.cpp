@@ -42,7 +42,14 @@ SCephSettings readCephSettings(const SEngineSetup& setup)
     settings.cluster.clients = setup.store / "var/lib/lumora/ceph.clients";
     settings.pool = valueOf(setup, "POOL", "images");
     settings.catalog = placeOf(setup, valueOf(setup, "CATALOG", ""));
+    settings.attach = readAttach(setup.store, setup.settings);
     return settings;
+}
+
+EAttach attachOfExports(const SEngineSetup& setup)
+{
+    const EAttach attach = readAttach(setup.store, setup.settings);
+    return attach == EAttach::RBD ? EAttach::AUTO : attach;
 }
 
 }  // namespace lumora

@@ -27,32 +27,15 @@ constexpr uint64_t SIZE = 4096;
 const std::string HINT =
     "; name the right folder with --store, or create a store: lmadm --store DIR appliance create NAME";
 
-// Connects a device of 8 sectors, or says why not: "taken" lists those that somebody else gets first.
-constexpr const char* NBD_CLIENT = R"(
-for device; do :; done
-name=${device##*/}
-if [ "$1" = -d ]; then
-  rm "$sys/block/$name/pid"
-  echo 0 >"$sys/block/$name/size"
-  exit
-fi
-if grep -qx "$name" "$dev/../taken" 2>/dev/null; then
-  echo 1 >"$sys/block/$name/pid"
-  echo "$device is busy"
-  exit 1
-fi
-echo 8 >"$sys/block/$name/size"
-echo $$ >"$sys/block/$name/pid"
-)";
-
 class NbdAttachment : public testing::Test
 {
   protected:
     NbdAttachment()
     {
-        m_recorded.putProgram("nbd-client", NBD_CLIENT);
+        m_recorded.putNbdClient(SIZE);
         for (const char* const device : {"nbd0", "nbd1", "nbd10", "sda"}) {
             disconnect(device);
+            writeFile(m_recorded.kernel().dev / device, "");
         }
     }
 
@@ -310,6 +293,19 @@ TEST_F(NbdAttachment, ADeviceWhoseClientWaitsForItsDaemonIsWaitedFor)
     ::waitpid(client, nullptr, 0);
 }
 
+TEST_F(NbdAttachment, AClientThatDoesNotConnectAgainInTimeIsEndedAndItsDeviceReplaced)
+{
+    nbd().attachAll({lun()});
+    const pid_t client = startClient("v-lun1");
+    changeNote("nbd0", "pid", std::to_string(client));
+    connect("nbd0", "17");  // by somebody else meanwhile
+    nbd(std::chrono::seconds(3)).attachAll({lun()});
+    int status = 0;
+    ASSERT_EQ(::waitpid(client, &status, 0), client);
+    EXPECT_EQ(fs::read_symlink(lun().path), dev("nbd1"));
+    EXPECT_EQ(m_recorded.words(), Lines({connectWords("nbd0"), connectWords("nbd1")}));
+}
+
 TEST_F(NbdAttachment, AClientThatWaitsForItsDaemonIsEndedWithItsDevice)
 {
     nbd().attachAll({lun()});
@@ -368,7 +364,11 @@ TEST_F(NbdAttachment, IsChosenWhereTheHostCanDoIt)
     EXPECT_EQ(attachOf(EAttach::AUTO, without, true), EAttach::FILE);
     EXPECT_EQ(attachOf(EAttach::FILE, with, true), EAttach::FILE);
     EXPECT_EQ(attachOf(EAttach::NBD, without, false), EAttach::NBD);
-    const base_test::CEnvironmentValue path("PATH", "/nowhere");
+    {
+        const base_test::CEnvironmentValue path("PATH", "/nowhere");
+        EXPECT_EQ(attachOf(EAttach::AUTO, with, true), EAttach::FILE);
+    }
+    fs::remove(with.dev / "nbd0");  // as where a container is given /sys only
     EXPECT_EQ(attachOf(EAttach::AUTO, with, true), EAttach::FILE);
 }
 

@@ -6,7 +6,10 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "appliance/core/engines/qsd/qsd_engine.h"
+#include "appliance/core/store/store.h"
 #include "appliance/tests/qsd_store.h"
+#include "appliance/tests/recorded_kernel.h"
 #include "base/process_stat.h"
 
 namespace lumora::test {
@@ -120,6 +123,30 @@ TEST(Qsd, ADeviceThatIsNotAttachedIsNoDisk)
     EXPECT_EQ(store.kforutil("prod", "discover").out, Lines({"2 disks for host prod"}));
     EXPECT_EQ(store.kforutil("prod", "listdisk").out, attached);
     EXPECT_EQ(store.filledWith(store.lun("lun1")), 'a');
+}
+
+TEST(Qsd, WithTheKernelsDriverADeviceIsALinkUntilTheApplianceIsStopped)
+{
+    const CQsdStore store;
+    EXPECT_EQ(store.lmadm({"appliance", "stop", "alpha"}).status, 0);
+    const uint64_t size = 262144;
+    const CRecordedKernel recorded;
+    recorded.putNbdClient(size);
+    writeFile(recorded.kernel().sys / "block/nbd0/size", "0\n");
+    CStore opened(store.store(), CStore::EMode::EXISTING);
+    CQsdEngine engine(store.store(), store.home(), EAttach::NBD, opened.database(), recorded.kernel());
+    const SDevice device = {{1, "lun1", size, 1}, "", store.lun("lun1"), ""};
+    engine.attach({device});
+    engine.attach({device});
+    EXPECT_TRUE(engine.isAttached(device));
+    EXPECT_EQ(fs::read_symlink(device.path), recorded.kernel().dev / "nbd0");
+    engine.stop();
+    EXPECT_FALSE(engine.isAttached(device));
+    EXPECT_EQ(entriesIn(store.home() / "dev"), 0U);
+    const std::string nbd = (recorded.kernel().dev / "nbd0").string();
+    EXPECT_EQ(recorded.words(),
+              Lines({"nbd-client -u " + (store.home() / "qsd/nbd").string() + " -N v1 -persist -nonetlink " + nbd,
+                     "nbd-client -d " + nbd}));
 }
 
 TEST(Qsd, AMountWhoseProgramWasKilledIsMadeAnew)

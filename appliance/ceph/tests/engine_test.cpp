@@ -10,7 +10,9 @@
 #include <thread>
 
 #include "appliance/ceph/ceph_catalog.h"
+#include "appliance/ceph/ceph_engine.h"
 #include "appliance/ceph/tests/cluster_fixture.h"
+#include "appliance/tests/recorded_kernel.h"
 #include "appliance/tests/test_support.h"
 #include "base/tests/text_file.h"
 
@@ -142,6 +144,15 @@ class CEngineTest : public CClusterTest
     {
         return "CATALOG=catalog/" + m_prefix + ".db\nCEPH_CONF=" + m_setup.configuration.string() + "\n";
     }
+    /// What the engine of machine a is made with, where its store says ATTACH=rbd.
+    SEngineSetup rbdSetup(CCephCatalog& catalog) const
+    {
+        SEngineSetup setup;
+        setup.store = m_a.root();
+        setup.settings = {{"ATTACH", "rbd"}, {"CEPH_CONF", m_setup.configuration.string()}};
+        setup.catalog = &catalog.database();
+        return setup;
+    }
     /// Images of the appliance on the cluster.
     std::vector<std::string> images()
     {
@@ -188,6 +199,55 @@ TEST_F(CEngineTest, WhatOneMachineFixedAnotherReadsAndWrites)
     m_b.shellDone("delete timeimage \"T\" \"cg1\"\ndelete timeimage \"U\" \"cg1\"\ndelete annotation \"A\" \"cg1\"");
     EXPECT_THAT(images(), ElementsAre("v1", "v2"));
     EXPECT_EQ(contents(), 0U);
+}
+
+TEST_F(CEngineTest, TheKernelMapsALunWhereTheStoreSaysSo)
+{
+    m_a.done({"appliance", "stop", "alpha"});
+    const uint64_t size = 262144;
+    const std::string image = "images/" + namespaceOf("alpha") + "/";
+    const CRecordedKernel recorded;
+    recorded.putRbd(size);
+    CCephCatalog catalog(m_cluster, {"catalog", m_prefix + ".db"}, CDatabase::EMode::EXISTING);
+    CCephEngine engine(rbdSetup(catalog), m_a.home(), recorded.kernel());
+    const SDevice lun1 = {{1, "lun1", size, 1}, "", m_a.lun("lun1"), ""};
+    const SDevice lun2 = {{2, "lun2", size, 1}, "", m_a.lun("lun2"), ""};
+    engine.attach({lun1, lun2});
+    engine.attach({lun1, lun2});
+    EXPECT_TRUE(engine.isAttached(lun1));
+    EXPECT_TRUE(engine.isAttached(lun2));
+    EXPECT_EQ(engine.attached().size(), 2U);
+    EXPECT_FALSE(fs::exists(m_a.home() / "ceph/ready"));  // no daemon is needed for it
+
+    engine.detach({{{1, "", 0, 0}, "", {}, ""}});
+    EXPECT_FALSE(engine.isAttached(lun1));
+    EXPECT_FALSE(fs::is_symlink(lun1.path));
+    fs::remove(lun2.path);
+    engine.stop();
+    EXPECT_TRUE(engine.attached().empty());
+    engine.attach({lun2});
+    engine.dropData(lun2.volume);
+    EXPECT_FALSE(fs::is_symlink(lun2.path));
+    EXPECT_THAT(images(), ElementsAre("v1"));
+    const std::string rbd = "rbd --conf " + m_setup.configuration.string() + " --id appliance device ";
+    EXPECT_EQ(recorded.words(),
+              Lines({rbd + "map " + image + "v1", rbd + "map " + image + "v2",
+                     rbd + "unmap -o force " + (recorded.kernel().dev / "rbd0").string(),
+                     rbd + "unmap -o force " + (recorded.kernel().dev / "rbd1").string(), rbd + "map " + image + "v2",
+                     rbd + "unmap -o force " + (recorded.kernel().dev / "rbd0").string()}));
+}
+
+TEST_F(CEngineTest, ALunThatIsMountedStaysSoWhenTheSettingChanges)
+{
+    const uint64_t size = 262144;
+    const CRecordedKernel recorded;
+    recorded.putRbd(size);
+    CCephCatalog catalog(m_cluster, {"catalog", m_prefix + ".db"}, CDatabase::EMode::EXISTING);
+    CCephEngine engine(rbdSetup(catalog), m_a.home(), recorded.kernel());
+    engine.attach({{{1, "lun1", size, 1}, "", m_a.lun("lun1"), ""}});
+    EXPECT_EQ(recorded.words(), Lines());
+    EXPECT_FALSE(fs::is_symlink(m_a.lun("lun1")));
+    fill(m_a.lun("lun1"), 'a');
 }
 
 TEST_F(CEngineTest, AWriterGoesOnAfterTheDaemonWasKilled)

@@ -22,12 +22,14 @@ constexpr std::chrono::milliseconds TRY_AGAIN{500};
 
 }  // namespace
 
-CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, std::string name, EAttach attach)
+CBaseDaemonEngine::CBaseDaemonEngine(fs::path store, fs::path home, std::string name, EAttach attach,
+                                     const SHostKernel& kernel)
     : m_store(std::move(store)),
       m_home(std::move(home)),
       m_name(std::move(name)),
       m_daemon(m_home / m_name),
-      m_attachments(attachOf(attach, {}, ::geteuid() == 0), {m_daemon.folder(), m_daemon.exports(), m_daemon.log()})
+      m_attachments(attachOf(attach, kernel, ::geteuid() == 0), {m_daemon.folder(), m_daemon.exports(), m_daemon.log()},
+                    kernel)
 {
 }
 
@@ -60,7 +62,7 @@ void CBaseDaemonEngine::stop()
     m_daemon.end();
 }
 
-void CBaseDaemonEngine::takeBackBelow(const fs::path& folder) const
+void CBaseDaemonEngine::takeBackBelow(const fs::path& folder)
 {
     std::error_code error;
     for (fs::directory_iterator device(folder, error), end; !error && device != end; device.increment(error)) {

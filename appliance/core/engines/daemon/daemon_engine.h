@@ -29,8 +29,9 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     using CStep = std::function<void(CQmpClient& monitor)>;
 
     /// `store` is the root of the store, `home` the appliance's folder in it, where the daemon has a folder of the
-    /// engine's name. `attach` is what the store says.
-    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::string name, EAttach attach);
+    /// engine's name. `attach` is what the store says of exports.
+    CBaseDaemonEngine(std::filesystem::path store, std::filesystem::path home, std::string name, EAttach attach,
+                      const SHostKernel& kernel = {});
 
     const std::filesystem::path& home() const { return m_home; }
     const CStorageDaemon& daemon() const { return m_daemon; }
@@ -55,14 +56,15 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     /// What the daemon has open is changed by `step`; whoever is killed in it leaves a daemon that is started anew.
     void change(const CStep& step);
     /// Takes back what is presented at a path, or nothing.
-    void takeBack(const std::filesystem::path& path) const { m_attachments.detach(path); }
+    virtual void takeBack(const std::filesystem::path& path) { m_attachments.detach(path); }
     /// Takes back the devices of a time image.
-    void takeBackImage(const std::filesystem::path& image) const { takeBackBelow(image / "dev"); }
+    void takeBackImage(const std::filesystem::path& image) { takeBackBelow(image / "dev"); }
+
+    SHostDevice hostDevice(const SDevice& device) const;
 
   private:
-    void takeBackBelow(const std::filesystem::path& folder) const;
+    void takeBackBelow(const std::filesystem::path& folder);
     void startKeeper();
-    SHostDevice hostDevice(const SDevice& device) const;
 
     const std::filesystem::path m_store;
     const std::filesystem::path m_home;

@@ -58,7 +58,9 @@ CNbdAttachment::CNbdAttachment(SExportPlace place, SHostKernel kernel, std::chro
 
 bool CNbdAttachment::isThere(const SHostKernel& kernel)
 {
-    return !devicesOf(kernel).empty();
+    const std::vector<std::string> devices = devicesOf(kernel);
+    std::error_code error;
+    return !devices.empty() && fs::exists(kernel.dev / devices.front(), error);
 }
 
 std::vector<std::string> CNbdAttachment::programs() const
@@ -87,9 +89,9 @@ void CNbdAttachment::attachAll(const std::vector<SHostDevice>& devices) const
 // The note is there before the link, so that a link never leads to a device that nobody takes back.
 void CNbdAttachment::attach(const SHostDevice& device) const
 {
-    const Clock::time_point end = Clock::now() + m_patience;
-    if (comesBack(device, end)) return;
+    if (comesBack(device)) return;
     detach(device.path);
+    const Clock::time_point end = Clock::now() + m_patience;
     const std::string connected = connect(device, end);
     write(waitFor(connected, device, end));
     linkDevice(m_kernel, connected, device.path, m_place.folder);
@@ -134,12 +136,11 @@ CNbdAttachment::SNote CNbdAttachment::waitFor(const std::string& device, const S
 }
 
 // While the daemon is away a device is nobody's in the eyes of the kernel, but its client is about to connect again.
-bool CNbdAttachment::comesBack(const SHostDevice& device, Clock::time_point end) const
+bool CNbdAttachment::comesBack(const SHostDevice& device) const
 {
-    const std::string linked = linkedDevice(m_kernel, device.path, DRIVER);
-    const std::optional<SNote> note = readNote(linked);
-    while (note && !isAttached(device) && clientOf(*note)) {
-        if (Clock::now() >= end) giveUp(device.path, "nbd-client, process " + note->pid + ", does not connect again");
+    const Clock::time_point end = Clock::now() + m_patience;
+    const std::optional<SNote> note = readNote(linkedDevice(m_kernel, device.path, DRIVER));
+    while (note && !isAttached(device) && clientOf(*note) && Clock::now() < end) {
         std::this_thread::sleep_for(LOOK_AGAIN);
     }
     return isAttached(device);
@@ -159,9 +160,6 @@ void CNbdAttachment::takeBack(const SNote& note) const
         disconnect(note.device);
     } else if (const std::optional<pid_t> client = clientOf(note)) {
         ::kill(*client, SIGTERM);  // or it would connect again
-    }
-    if (linkedDevice(m_kernel, note.shown.path, DRIVER) == note.device) {
-        unlinkDevice(m_kernel, note.shown.path, DRIVER);
     }
     const fs::path file = noteOf(note.device);
     if (::unlink(file.c_str()) != 0 && errno != ENOENT) throwStorage("remove", file.string(), errno);

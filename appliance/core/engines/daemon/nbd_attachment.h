@@ -32,7 +32,7 @@ class CNbdAttachment : public CBaseAttachment
     std::vector<std::filesystem::path> writtenDown() const override;
     bool isAttached(const SHostDevice& device) const override;
 
-    /// Whether the kernel has the driver.
+    /// Whether the kernel has the driver, and the devices are there to be opened.
     static bool isThere(const SHostKernel& kernel);
 
   private:
@@ -49,7 +49,7 @@ class CNbdAttachment : public CBaseAttachment
     void attach(const SHostDevice& device) const;
     std::string connect(const SHostDevice& device, Clock::time_point end) const;
     SNote waitFor(const std::string& device, const SHostDevice& shown, Clock::time_point end) const;
-    bool comesBack(const SHostDevice& device, Clock::time_point end) const;
+    bool comesBack(const SHostDevice& device) const;
     void disconnect(const std::string& device) const;
     void takeBack(const SNote& note) const;
 

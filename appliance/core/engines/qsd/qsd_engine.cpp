@@ -57,8 +57,9 @@ int64_t fileOf(const SLayeredVolume& volume, int64_t number)
 
 }  // namespace
 
-CQsdEngine::CQsdEngine(fs::path store, fs::path home, EAttach attach, base::CSqliteDatabase& catalog)
-    : CBaseDaemonEngine(std::move(store), home, "qsd", attach), m_table(catalog, home.filename().string())
+CQsdEngine::CQsdEngine(fs::path store, fs::path home, EAttach attach, base::CSqliteDatabase& catalog,
+                       const SHostKernel& kernel)
+    : CBaseDaemonEngine(std::move(store), home, "qsd", attach, kernel), m_table(catalog, home.filename().string())
 {
     refuseRbd("qsd", attach);
 }

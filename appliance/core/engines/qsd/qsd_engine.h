@@ -21,7 +21,8 @@ class CQsdEngine : public CBaseDaemonEngine
   public:
     /// `store` is the root of the store, `home` the appliance's folder in it, `catalog` the store's database, which
     /// outlives the engine. Status unusable for RBD.
-    CQsdEngine(std::filesystem::path store, std::filesystem::path home, EAttach attach, base::CSqliteDatabase& catalog);
+    CQsdEngine(std::filesystem::path store, std::filesystem::path home, EAttach attach, base::CSqliteDatabase& catalog,
+               const SHostKernel& kernel = {});
 
     void prepare() override;
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
