@@ -243,7 +243,8 @@ void CCephEngine::dropStrayData(const CListedVolumes& listed)
         const CTransaction alone(m_catalog, CTransaction::EKind::WRITE);
         volumes = listed();
         for (const std::string& image : strayImages(volumes)) {
-            there.images.rename(image, DROPPED + image.substr(1));
+            // An earlier one of the number may still be attached somewhere: then this one waits for its turn.
+            tidyUp([&] { there.images.rename(image, DROPPED + image.substr(1)); });
         }
     }
     for (const std::string& image : there.images.names()) {

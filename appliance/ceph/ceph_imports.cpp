@@ -54,8 +54,17 @@ std::string CCephImports::make(const std::string& group, const std::string& cont
 void CCephImports::drop(const std::string& image) const
 {
     const std::string object = imageInWords(image, m_pool.name());
-    refuseAttached(CCephImages(m_pool), image, "drop", object);
-    checkCeph(::rbd_migration_abort(m_pool.handle(), image.c_str()), "drop", object);
+    bool isWhole = true;
+    try {
+        refuseAttached(CCephImages(m_pool), image, "drop", object);
+    } catch (const EApplianceError& error) {
+        // Listed, and not to be opened: its content is gone, or its maker was killed at its beginning.
+        if (error.status() != EStatus::MISSING) throw;
+        isWhole = false;
+    }
+    int code = ::rbd_migration_abort(m_pool.handle(), image.c_str());
+    if (code < 0 && !isWhole) code = ::rbd_remove(m_pool.handle(), image.c_str());
+    checkCeph(code, "drop", object);
 }
 
 std::vector<std::string> CCephImports::of(const std::string& tag) const
