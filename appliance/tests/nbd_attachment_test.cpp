@@ -263,6 +263,55 @@ TEST_F(NbdAttachment, WhatSomebodyWasKilledOverIsTakenBack)
     EXPECT_TRUE(nbd().isAttached(lun()));
 }
 
+TEST_F(NbdAttachment, WhatSomebodyWasKilledOverWhileItWasConnectedIsTakenBack)
+{
+    nbd().attachAll({lun()});
+    fs::remove(lun().path);
+    changeNote("nbd0", "pid", "");  // as it is written before the client is started
+    const pid_t client = startClient("v-lun1");
+    connect("nbd0", std::to_string(client));
+    EXPECT_EQ(nbd().writtenDown(), std::vector<fs::path>({lun().path}));
+    nbd().detach(lun().path);
+    EXPECT_EQ(m_recorded.words(), Lines({connectWords("nbd0"), disconnectWords("nbd0")}));
+    EXPECT_FALSE(fs::exists(note("nbd0")));
+    ::kill(client, SIGKILL);
+    ::waitpid(client, nullptr, 0);
+}
+
+TEST_F(NbdAttachment, ADeviceThatSomebodyElseConnectedAfterAKillIsLeftToIt)
+{
+    nbd().attachAll({lun()});
+    fs::remove(lun().path);
+    changeNote("nbd0", "pid", "");
+    connect("nbd0", "1");
+    nbd().detach(lun().path);
+    EXPECT_EQ(m_recorded.words(), Lines({connectWords("nbd0")}));
+    EXPECT_FALSE(fs::exists(note("nbd0")));
+    EXPECT_EQ(contentOf(sys("nbd0") / "pid"), "1\n");
+}
+
+TEST_F(NbdAttachment, TheNoteIsThereBeforeTheClientIs)
+{
+    m_recorded.putProgram("nbd-client", "cp -r $dev/../qsd/nbd-devices $dev/../seen\nexit 1\n");
+    expectFailure(nbd(), EStatus::STORAGE, cannot("nbd-client failed"));
+    const nlohmann::json seen = nlohmann::json::parse(contentOf(m_recorded.folder() / "seen/nbd0"));
+    EXPECT_EQ(seen["path"], lun().path.string());
+    EXPECT_EQ(seen["pid"], "");
+    EXPECT_FALSE(fs::exists(note("nbd0"))) << "of a client that failed";
+}
+
+TEST_F(NbdAttachment, ADeviceWhoseClientWaitsForItsDaemonIsNoFreeOne)
+{
+    nbd().attachAll({lun("lun2")});
+    const pid_t client = startClient("v-lun2");
+    changeNote("nbd0", "pid", std::to_string(client));
+    disconnect("nbd0");
+    nbd().attachAll({lun()});
+    EXPECT_EQ(fs::read_symlink(lun().path), dev("nbd1"));
+    ::kill(client, SIGKILL);
+    ::waitpid(client, nullptr, 0);
+}
+
 TEST_F(NbdAttachment, WhatIsPresentedInAnotherWayIsLeftAlone)
 {
     writeFile(lun("file").path, "content");

@@ -86,7 +86,7 @@ void CNbdAttachment::attachAll(const std::vector<SHostDevice>& devices) const
     }
 }
 
-// The note is there before the link, so that a link never leads to a device that nobody takes back.
+// The note is there before the device is connected, so that none stays connected that nobody takes back.
 void CNbdAttachment::attach(const SHostDevice& device) const
 {
     if (comesBack(device)) return;
@@ -104,9 +104,11 @@ std::string CNbdAttachment::connect(const SHostDevice& device, Clock::time_point
     if (all.empty()) giveUp(device.path, "the kernel has no nbd devices; load its module nbd");
     std::string failure = "each of the " + std::to_string(all.size()) + " nbd devices is taken";
     for (const std::string& name : all) {
-        if (!pidOf(name).empty()) continue;
+        if (!pidOf(name).empty() || isAwaited(name)) continue;
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
         if (left.count() <= 0) break;
+        const SNote intent{name, device, "", base::bootId()};
+        write(intent);
         try {
             // Only without netlink does the client stay and connect again when the daemon was away.
             runProgram({"nbd-client", "-u", m_place.socket.string(), "-N", device.name, "-persist", "-nonetlink",
@@ -115,9 +117,17 @@ std::string CNbdAttachment::connect(const SHostDevice& device, Clock::time_point
             return name;
         } catch (const EApplianceError& error) {
             failure = error.what();
+            tidyUp([&] { takeBack(intent); });
         }
     }
     giveUp(device.path, failure);
+}
+
+// Its client connects it again when the daemon is there.
+bool CNbdAttachment::isAwaited(const std::string& device) const
+{
+    const std::optional<SNote> note = readNote(device);
+    return note && clientOf(*note);
 }
 
 CNbdAttachment::SNote CNbdAttachment::waitFor(const std::string& device, const SHostDevice& shown,
@@ -131,7 +141,10 @@ CNbdAttachment::SNote CNbdAttachment::waitFor(const std::string& device, const S
         if (Clock::now() >= end) break;
         std::this_thread::sleep_for(LOOK_AGAIN);
     }
-    tidyUp([&] { disconnect(device); });
+    tidyUp([&] {
+        disconnect(device);
+        removeNote(device);
+    });
     giveUp(shown.path, (m_kernel.dev / device).string() + " does not show its size in time");
 }
 
@@ -154,14 +167,29 @@ void CNbdAttachment::detach(const fs::path& path) const
     unlinkDevice(m_kernel, path, DRIVER);
 }
 
-void CNbdAttachment::takeBack(const SNote& note) const
+void CNbdAttachment::takeBack(const SNote& written) const
 {
+    const SNote note = withClient(written);
     if (holds(note)) {
         disconnect(note.device);
     } else if (const std::optional<pid_t> client = clientOf(note)) {
         ::kill(*client, SIGTERM);  // or it would connect again
     }
-    const fs::path file = noteOf(note.device);
+    removeNote(note.device);
+}
+
+// Somebody was killed before the kernel named the client: then it is whoever connects this export to the device.
+CNbdAttachment::SNote CNbdAttachment::withClient(SNote note) const
+{
+    if (!note.pid.empty()) return note;
+    note.pid = pidOf(note.device);
+    if (!clientOf(note)) note.pid.clear();
+    return note;
+}
+
+void CNbdAttachment::removeNote(const std::string& device) const
+{
+    const fs::path file = noteOf(device);
     if (::unlink(file.c_str()) != 0 && errno != ENOENT) throwStorage("remove", file.string(), errno);
 }
 
@@ -177,7 +205,7 @@ std::string CNbdAttachment::pidOf(const std::string& device) const
 
 bool CNbdAttachment::holds(const SNote& note) const
 {
-    return !note.boot.empty() && note.boot == base::bootId() && pidOf(note.device) == note.pid &&
+    return !note.pid.empty() && !note.boot.empty() && note.boot == base::bootId() && pidOf(note.device) == note.pid &&
            blockDeviceSize(m_kernel, note.device) == note.shown.size;
 }
 

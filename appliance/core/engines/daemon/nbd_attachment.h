@@ -42,7 +42,7 @@ class CNbdAttachment : public CBaseAttachment
     {
         std::string device;  // such as "nbd0"
         SHostDevice shown;
-        std::string pid;   // as the kernel writes it
+        std::string pid;   // as the kernel writes it; empty until the device shows
         std::string boot;  // base::bootId()
     };
 
@@ -51,15 +51,18 @@ class CNbdAttachment : public CBaseAttachment
     SNote waitFor(const std::string& device, const SHostDevice& shown, Clock::time_point end) const;
     bool comesBack(const SHostDevice& device) const;
     void disconnect(const std::string& device) const;
-    void takeBack(const SNote& note) const;
+    void takeBack(const SNote& written) const;
 
     std::string pidOf(const std::string& device) const;
     bool holds(const SNote& note) const;
     std::optional<pid_t> clientOf(const SNote& note) const;
+    SNote withClient(SNote note) const;
+    bool isAwaited(const std::string& device) const;
     std::filesystem::path noteOf(const std::string& device) const { return m_notes / device; }
     std::optional<SNote> readNote(const std::string& device) const;
     std::vector<SNote> notes() const;
     void write(const SNote& note) const;
+    void removeNote(const std::string& device) const;
 
     const SExportPlace m_place;
     const SHostKernel m_kernel;
