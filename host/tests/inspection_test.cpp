@@ -218,6 +218,7 @@ TEST_F(CImageOwnerTest, AnImageThatThisRecordAskedForAndThisHostAloneHasIsOurs)
     addImage(m_document, {"here"});
     EXPECT_EQ(find().owner, EImageOwner::OTHERS);
     EXPECT_EQ(find().holder, "this host, host \"here\", for another catalog");
+    EXPECT_TRUE(find().isHere);
     ask();
     EXPECT_EQ(find().owner, EImageOwner::OURS);
     groupOf(m_document)["permissions"] = {"here", "other"};

@@ -81,8 +81,17 @@ TEST_F(CAdoptTest, WithALostCatalogACopyOfThisHostIsTakenUp)
     ASSERT_EQ(fictl({"snapshot", "import", "s"}).exit, 0);
     loseCatalog();
     ASSERT_EQ(adopt(checkpoint, {"--group", "g1"}).exit, 0);
-    EXPECT_EQ(fictl({"snapshot", "delete", "again"}).exit, 5) << "the image is nobody's who is known";
+    const std::string advice =
+        "if no other catalog of this host has it, take it up with fictl snapshot import again and run the command "
+        "again";
+    const SRun deletion = fictlJson({"snapshot", "delete", "again"});
+    EXPECT_EQ(deletion.exit, 5) << "the image is nobody's who is known";
+    EXPECT_EQ(deletion.next(), advice + ", or add --even-if-in-use here to take it away from there");
+    const SRun refusedRelease = fictlJson({"snapshot", "release", "again"});
+    EXPECT_EQ(refusedRelease.exit, 5);
+    EXPECT_EQ(refusedRelease.next(), advice);
     EXPECT_EQ(fictl({"snapshot", "import", "again"}).exit, 0);
+    EXPECT_EQ(fictl({"snapshot", "release", "again"}).exit, 0);
     EXPECT_EQ(fictl({"snapshot", "delete", "again"}).exit, 0);
     EXPECT_TRUE(objects().empty());
 }

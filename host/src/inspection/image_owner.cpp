@@ -79,9 +79,9 @@ SImageOwner findImageOwner(const SSnapshot& snapshot, const GroupKey& group, con
         snapshot.isImageAsked(group) && others.empty() && inspection->isGrantedHere(group, found.image) == EThere::YES;
     found.owner = isOurs ? EImageOwner::OURS : EImageOwner::OTHERS;
     if (!isOurs) {
-        found.holder = others.empty() && granted->contains(here)
-                           ? "this host, host \"" + printable(here) + "\", for another catalog"
-                           : hostsText(others);
+        found.isHere = others.empty() && granted->contains(here);
+        found.holder =
+            found.isHere ? "this host, host \"" + printable(here) + "\", for another catalog" : hostsText(others);
     }
     return found;
 }

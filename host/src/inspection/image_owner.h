@@ -20,8 +20,9 @@ struct SImageOwner
 {
     EImageOwner owner = EImageOwner::UNKNOWN;
     std::string image;
-    std::string holder;  ///< OTHERS: who works with it, such as `host "backup"`
-    std::string doubt;   ///< UNKNOWN: why
+    std::string holder;   ///< OTHERS: who works with it, such as `host "backup"`
+    bool isHere = false;  ///< OTHERS: it is granted to this very host, for another catalog
+    std::string doubt;    ///< UNKNOWN: why
 };
 
 /**

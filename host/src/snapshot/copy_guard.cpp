@@ -32,10 +32,14 @@ EThere CCopyGuard::requireOwnImage(const GroupKey& group)
 
 void CCopyGuard::refuseForeign(const GroupKey& group, const SImageOwner& found) const
 {
+    // Also of a catalog that was lost, and this record made anew.
+    const std::string next = found.isHere
+                                 ? "if no other catalog of this host has it, take it up with fictl snapshot import " +
+                                       m_snapshot.name + " and run the command again"
+                                 : "give it back there with fictl snapshot release " + m_snapshot.name;
     refuse("time image " + found.image + " of group " + groupText(group) + " is granted to " + found.holder +
                " and not imported by this record",
-           "give it back there with fictl snapshot release " + m_snapshot.name +
-               (m_action == EAction::DELETE ? ", or add --even-if-in-use here to take it away from there" : ""));
+           next + (m_action == EAction::DELETE ? ", or add --even-if-in-use here to take it away from there" : ""));
 }
 
 void CCopyGuard::requireKnown(const GroupKey& group, const SImageOwner& found)
