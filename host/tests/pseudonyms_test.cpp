@@ -47,6 +47,20 @@ TEST(CNamesTest, StandInCommandsAndListings)
     EXPECT_EQ(namesIn("Host: anna\n"), (Texts{"anna"}));
 }
 
+TEST(CPseudonymsTest, OfHowManyNamesSoeverNoTwoAreTheSame)
+{
+    constexpr size_t OF_FOUR_LETTERS = 456976;
+    CNames names;
+    for (size_t i = 0; i < OF_FOUR_LETTERS + 2; ++i) {
+        names.add(ENamed::GROUP, "cg" + std::to_string(1'000'000 + i));
+    }
+    const CPseudonyms pseudonyms(names);
+    EXPECT_EQ(pseudonyms.renamed("cg1000000"), "groupaaaa");
+    EXPECT_EQ(pseudonyms.renamed("cg1456975"), "groupzzzz");
+    EXPECT_EQ(pseudonyms.renamed("cg1456976"), "groupbaaaa");
+    EXPECT_EQ(pseudonyms.renamed("cg1456977"), "groupbaaab");
+}
+
 TEST(CNamesTest, ThatAreWordsOfEveryTextArePassedOver)
 {
     CNames names;

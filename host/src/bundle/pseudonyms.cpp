@@ -31,14 +31,14 @@ bool isSeam(char before, char after)
     return kindOf(before) == EByte::OTHER || kindOf(before) != kindOf(after);
 }
 
-// In letters, so that a digit behind a name stays one by itself.
+// In letters, so that a digit behind a name stays one by itself; four as a rule, so that they keep their order.
 std::string lettersOf(size_t number)
 {
     constexpr size_t LETTERS = 26;
-    constexpr size_t WIDTH = 4;
-    std::string text(WIDTH, 'a');
-    for (size_t i = WIDTH; i-- > 0 && number > 0; number /= LETTERS) {
-        text[i] = static_cast<char>('a' + number % LETTERS);
+    constexpr size_t USUAL = 4;
+    std::string text;
+    for (; text.size() < USUAL || number > 0; number /= LETTERS) {
+        text.insert(text.begin(), static_cast<char>('a' + number % LETTERS));
     }
     return text;
 }
