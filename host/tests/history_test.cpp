@@ -179,6 +179,23 @@ TEST_F(CHistoryTest, WhatMayHoldAPasswordIsLeftOut)
     EXPECT_EQ(textOf("SELECT count(*) FROM history WHERE command LIKE '%secret%'"), "0");
 }
 
+TEST_F(CHistoryTest, AFileToWriteIsNamedByItsWholePath)
+{
+    create("s");
+    const std::string file = m_root + "/tmp/s nightly.json";
+    const std::string from = fs::relative(file);
+    const auto commandWith = [this](const std::vector<std::string>& words) {
+        std::vector<std::string> all = {"snapshot", "export", "none"};
+        all.insert(all.end(), words.begin(), words.end());
+        EXPECT_EQ(fictl(all).exit, 3);
+        const std::string command = last()["command"];
+        return command.substr(command.find(" export"));
+    };
+    EXPECT_EQ(commandWith({"--file", from}), " export none --file '" + file + "'");
+    EXPECT_EQ(commandWith({"--file=" + from}), " export none '--file=" + file + "'");
+    EXPECT_EQ(commandWith({"--file", "s.json"}), " export none --file " + fs::current_path().string() + "/s.json");
+}
+
 TEST_F(CHistoryTest, WhoBecameRootWithSudoIsNamed)
 {
     const std::vector<std::string> words = {"SUDO_USER=anna", FICTL_PROGRAM, "--provider", provider(),
@@ -194,7 +211,8 @@ TEST_F(CHistoryTest, WordsAreShownAsAShellTakesThem)
 {
     EXPECT_EQ(fictl({"snapshot", "export", "none", "--file", "it's a file"}).exit, 3);
     const std::string command = last()["command"];
-    EXPECT_TRUE(command.ends_with(" snapshot export none --file 'it'\\''s a file'")) << command;
+    EXPECT_TRUE(command.ends_with(" snapshot export none --file '" + fs::current_path().string() + "/it'\\''s a file'"))
+        << command;
 }
 
 TEST_F(CHistoryTest, ThatCannotBeWrittenIsOneWarningAndKeepsNothingFromBeingDone)

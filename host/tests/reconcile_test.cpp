@@ -363,6 +363,15 @@ TEST_F(CLeftFilesTest, WhatAKilledCommandWasWritingIsAnOrphan)
     EXPECT_TRUE(evidenceOf(found, part()).ends_with(" began it, and its process is gone\n"));
 }
 
+TEST_F(CLeftFilesTest, AFileIsFoundAlsoWhenTheCommandNamedItFromWhereItRan)
+{
+    create("s");
+    ASSERT_EQ(fictl({"snapshot", "export", "s", "--file=" + fs::relative(exportFile()).string()}).exit, 0);
+    changeHistory("UPDATE history SET ended = 0, pid = 1, start_time = 1, owner_lock = 0 WHERE id = 2");
+    makePrivate(part());
+    EXPECT_EQ(classOf(reconcile(8), part()), "orphan");
+}
+
 TEST_F(CLeftFilesTest, OneThatIsHeldIsInFlight)
 {
     leavePart();

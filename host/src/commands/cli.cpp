@@ -95,7 +95,7 @@ int runKnown(int argc, char** argv, const SCommandLine& line)
         recording.emplace(line.record, std::move(begin.head), std::move(begin.secrets));
     }
     std::optional<CCommandHistory> history;
-    if (line.isChange) history.emplace(shownCommandLine(argc, argv, line.secrets));
+    if (line.isChange) history.emplace(shownCommandLine(argc, argv, line));
     SHistoryEnd end = runAndAnswer(line, dryWords(argc, argv, line));
     end.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
     end.message = CSecrets(secrets, "...").hidden(end.message);

@@ -54,6 +54,8 @@ class COptions
     virtual void text(const char* name, std::string& value, const char* help) = 0;
     /// A text that may hold a password: it is not repeated anywhere.
     virtual void secret(const char* name, std::string& value, const char* help) = 0;
+    /// A file to write: the history names it by its whole path.
+    virtual void newFile(const char* name, std::string& value, const char* help) = 0;
     /// 1 to 86400.
     virtual void seconds(const char* name, std::chrono::seconds& value, const char* help) = 0;
     virtual void flag(const char* name, bool& value, const char* help) = 0;

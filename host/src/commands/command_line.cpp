@@ -1,6 +1,7 @@
 #include "host/src/commands/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <filesystem>
 
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
@@ -15,8 +16,8 @@ namespace {
 class CLibraryOptions : public COptions
 {
   public:
-    /// @param secrets where the names of secret options are entered
-    CLibraryOptions(CLI::App& command, std::set<std::string>& secrets) : m_command(command), m_secrets(secrets) {}
+    /// @param line where the names of options are entered whose values are not shown as they were given
+    CLibraryOptions(CLI::App& command, SCommandLine& line) : m_command(command), m_line(line) {}
 
     void word(const char* name, std::string& value, EGiven given, const char* help) override
     {
@@ -32,7 +33,12 @@ class CLibraryOptions : public COptions
     }
     void secret(const char* name, std::string& value, const char* help) override
     {
-        m_secrets.insert(name);
+        m_line.secrets.insert(name);
+        text(name, value, help);
+    }
+    void newFile(const char* name, std::string& value, const char* help) override
+    {
+        m_line.newFiles.insert(name);
         text(name, value, help);
     }
     void seconds(const char* name, std::chrono::seconds& value, const char* help) override
@@ -46,7 +52,7 @@ class CLibraryOptions : public COptions
 
   private:
     CLI::App& m_command;
-    std::set<std::string>& m_secrets;
+    SCommandLine& m_line;
 };
 
 std::string exitCodeText()
@@ -72,7 +78,7 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
     for (const SCommand& entry : COMMANDS) {
         if (entry.group != group) continue;
         CLI::App& command = add(parent, entry.name, entry.help);
-        CLibraryOptions options(command, line.secrets);
+        CLibraryOptions options(command, line);
         command.callback([&line, &entry, run = entry.declare(options)] {
             if (line.isDryRun && !entry.canBeDry) {
                 throw EFictl(EExit::USAGE, "--dry-run is for snapshot create, import, release and delete",
@@ -89,11 +95,11 @@ void build(CLI::App& app, SCommandLine& line)
     app.require_subcommand(1);
     app.add_option("--output", line.output, "Form of standard output: table or json")
         ->check(CLI::IsMember({"table", "json"}));
-    CLibraryOptions options(app, line.secrets);
+    CLibraryOptions options(app, line);
     options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
-    options.text("--record", line.record,
-                 "New file for every command that the appliances are asked, with its answer (none)");
+    options.newFile("--record", line.record,
+                    "New file for every command that the appliances are asked, with its answer (none)");
     options.flag("--dry-run", line.isDryRun,
                  "Tell what create, import, release or delete would ask the appliances, and do nothing");
     options.flag("--verbose", line.isVerbose,
@@ -118,6 +124,21 @@ std::string quoted(const std::string& word)
         text += character == '\'' ? "'\\''" : std::string(1, character);
     }
     return text + "'";
+}
+
+// Where the command runs is kept nowhere else.
+std::string wholePath(const std::string& file)
+{
+    const std::filesystem::path given(file);
+    std::error_code error;
+    const std::filesystem::path folder = std::filesystem::weakly_canonical(
+        given.has_parent_path() ? given.parent_path() : std::filesystem::path("."), error);
+    return error ? file : (folder / given.filename()).string();
+}
+
+std::string shownValue(const SCommandLine& line, const std::string& option, const std::string& value)
+{
+    return line.secrets.contains(option) ? "..." : line.newFiles.contains(option) ? wholePath(value) : value;
 }
 
 // What is wrong with the command line. Of a word that is no command the library says that a command is missing.
@@ -155,16 +176,19 @@ void readCommandLine(int argc, char** argv, SCommandLine& line)
     }
 }
 
-std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets)
+std::string shownCommandLine(int argc, char** argv, const SCommandLine& line)
 {
     std::string text = "fictl";
-    bool isSecret = false;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
-        const size_t end = word.find('=');
-        const bool hasValue = end != std::string::npos && secrets.contains(word.substr(0, end));
-        text += " " + (isSecret ? "..." : hasValue ? word.substr(0, end + 1) + "..." : quoted(word));
-        isSecret = !isSecret && secrets.contains(word);
+        const std::string option = word.substr(0, word.find('='));
+        if (option != word) {
+            text += " " + quoted(option + "=" + shownValue(line, option, word.substr(option.size() + 1)));
+            continue;
+        }
+        text += " " + quoted(word);
+        const bool hasShownValue = line.secrets.contains(word) || line.newFiles.contains(word);
+        if (hasShownValue && i + 1 < argc) text += " " + quoted(shownValue(line, word, argv[++i]));
     }
     return text;
 }

@@ -16,19 +16,21 @@ struct SCommandLine
     std::string provider{};
     std::chrono::seconds timeout{0};
     bool isVerbose = false;
-    std::string record{};             ///< file for the conversation with the appliances; empty: none
-    bool isDryRun = false;            ///< the command is only to tell what it would do
-    bool isChange = false;            ///< the command changes something
-    std::set<std::string> secrets{};  ///< options whose values are not repeated
-    CommandRun run{};                 ///< the command; also for --help and --version, which run as one
+    std::string record{};              ///< file for the conversation with the appliances; empty: none
+    bool isDryRun = false;             ///< the command is only to tell what it would do
+    bool isChange = false;             ///< the command changes something
+    std::set<std::string> secrets{};   ///< options whose values are not repeated
+    std::set<std::string> newFiles{};  ///< options whose values are files to write
+    CommandRun run{};                  ///< the command; also for --help and --version, which run as one
 };
 
 /// Reads a command line. Throws EFictl (USAGE); output then holds the form that was asked for, as far as it was
 /// understood.
 void readCommandLine(int argc, char** argv, SCommandLine& line);
 
-/// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret.
-std::string shownCommandLine(int argc, char** argv, const std::set<std::string>& secrets);
+/// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret,
+/// and each file to write by its whole path.
+std::string shownCommandLine(int argc, char** argv, const SCommandLine& line);
 
 /// The words of a command line without --record, "true" for the value of each option that is secret.
 std::vector<std::string> harmlessWords(int argc, char** argv, const std::set<std::string>& secrets);

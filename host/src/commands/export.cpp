@@ -72,7 +72,7 @@ CommandRun declareExport(COptions& options)
 {
     const auto request = std::make_shared<SExportRequest>();
     options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
-    options.text("--file", request->file, "File to write (standard output)");
+    options.newFile("--file", request->file, "File to write (standard output)");
     options.flag("--force", request->mayReplace, "Replace a file that is there");
     return [request](const SContext&) { return exportSnapshot(*request); };
 }

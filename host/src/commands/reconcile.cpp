@@ -259,7 +259,7 @@ SResult reconcile(const SContext& context, const SReconcileRequest& request)
 CommandRun declareReconcile(COptions& options)
 {
     const auto request = std::make_shared<SReconcileRequest>();
-    options.text("--plan", request->plan, "New file for the steps that would bring it in order (none)");
+    options.newFile("--plan", request->plan, "New file for the steps that would bring it in order (none)");
     options.text("--apply", request->apply, "Do the steps of such a file, each after another look (none)");
     options.text("--adopt", request->adoption.checkpoint, "Make a record of a checkpoint that has none (none)");
     options.text("--as", request->adoption.name, "Name of that record");

@@ -80,7 +80,7 @@ SResult makeBundle(const SContext& context, const SBundleRequest& request)
 CommandRun declareSupportBundle(COptions& options)
 {
     const auto request = std::make_shared<SBundleRequest>();
-    options.text("--file", request->file, "New archive to write, FILE.tar.gz; must be given");
+    options.newFile("--file", request->file, "New archive to write, FILE.tar.gz; must be given");
     options.flag("--pseudonyms", request->isPseudonymous,
                  "Give hosts, groups and LUNs other names, the same everywhere");
     return [request](const SContext& context) { return makeBundle(context, *request); };
