@@ -32,13 +32,14 @@ function(cdpfi_use_test_headers target)
   set_source_files_properties(${sources} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
 endfunction()
 
-# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS] [PROPERTIES...]): one
-# GoogleTest program, one CTest entry a test, with these properties.
+# cdpfi_add_tests(NAME SOURCES... LIBRARIES... [DEPENDS...] [DEFINITIONS...] [TIMEOUT SECONDS] [PROPERTIES...]
+# [AT_LENGTH FILTER]): one GoogleTest program, one CTest entry a test, with these properties. Under a sanitizer the tests of
+# the filter take minutes, and are for script/test --all.
 function(cdpfi_add_tests name)
   if(NOT BUILD_TESTING)
     return()
   endif()
-  cmake_parse_arguments(arg "" "TIMEOUT" "SOURCES;LIBRARIES;DEPENDS;DEFINITIONS;PROPERTIES" ${ARGN})
+  cmake_parse_arguments(arg "" "TIMEOUT;AT_LENGTH" "SOURCES;LIBRARIES;DEPENDS;DEFINITIONS;PROPERTIES" ${ARGN})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
   endif()
@@ -54,7 +55,13 @@ function(cdpfi_add_tests name)
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
-  gtest_discover_tests(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} ${arg_PROPERTIES} DISCOVERY_TIMEOUT 60)
+  set(properties TIMEOUT ${arg_TIMEOUT} ${arg_PROPERTIES})
+  if(arg_AT_LENGTH AND CDPFI_SANITIZE)
+    gtest_discover_tests(${name} TEST_FILTER "${arg_AT_LENGTH}" TEST_LIST ${name}_at_length
+                         PROPERTIES ${properties} LABELS at-length DISCOVERY_TIMEOUT 60)
+    set(rest TEST_FILTER "-${arg_AT_LENGTH}")
+  endif()
+  gtest_discover_tests(${name} ${rest} PROPERTIES ${properties} DISCOVERY_TIMEOUT 60)
 endfunction()
 
 # cdpfi_add_test_support(NAME SOURCES... LIBRARIES... [DEFINITIONS...]): what several test programs share, compiled once.
