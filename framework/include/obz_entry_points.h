@@ -46,7 +46,7 @@ extern "C" {
 
 /* Starts the provider. version is filled first; null gives OBZ_ERR_VERSION and touches nothing. context receives the
  * messages and is looked at until fini; it may be null, as may fim_name. OBZ_ERR_INIT: the provider cannot start; why
- * was told to the callback and stands on the error stack. */
+ * was told to the callback, and stands on the error stack once the texts are known. */
 typedef int32_t obzx_fi_init_fn(obz_context* context, obz_version* version, const char* fim_name);
 /* Ends the provider and frees its objects, its sessions with them. The library may be unloaded then, or init called
  * again. What the host was given stays valid, but what the provider's own calls free (see Errors) is freed before. */

@@ -26,6 +26,7 @@ struct SCommandGroup
 // One source for each, or for two that show the same.
 CommandRun declareDoctor(COptions& options);
 CommandRun declareProviderShow(COptions& options);
+CommandRun declareProviderCheck(COptions& options);
 CommandRun declareDeviceList(COptions& options);
 CommandRun declareCreate(COptions& options);
 CommandRun declareImport(COptions& options);
@@ -54,6 +55,8 @@ inline constexpr SCommand COMMANDS[] = {
      false},
     {"", "reconcile", "Tell whose the checkpoints, images, copies, records and left files are", declareReconcile, true},
     {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
+    {"provider", "check", "Check any provider against the host interface, in processes of its own",
+     declareProviderCheck, false},
     {"device", "list", "Show which devices the provider serves, and from which group", declareDeviceList, false},
     {"snapshot", "create", "Take a snapshot of devices, all at one instant in each group", declareCreate, true, true},
     {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true, true},

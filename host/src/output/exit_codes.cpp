@@ -18,8 +18,9 @@ constexpr SExitCode CODES[] = {
      "a device is not served by the provider, is ambiguous, or has a name that cannot be worked with; nothing was "
      "done"},
     {EExit::FAILED, "failed",
-     "the provider or the appliance refused or failed, the doctor or reconcile found something to mend, or a support "
-     "bundle is not whole"},
+     "the provider or the appliance refused or failed, the doctor, reconcile or a check of a provider found something "
+     "to "
+     "mend, or a support bundle is not whole"},
     {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
     {EExit::NOT_DELETED, "not-deleted",
      "a deletion was not confirmed, or a LUN is in another group now; the record stays"},
