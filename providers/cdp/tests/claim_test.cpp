@@ -86,6 +86,13 @@ TEST_F(Claiming, ANameThatIsNoDevicePathIsNotInterposed)
     expectTrace("nameless");
 }
 
+TEST_F(Claiming, AnotherPathThanThatOfADeviceIsNotInterposed)
+{
+    CNode node("/devices/sda");
+    EXPECT_EQ(0, interpose(node));
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::interpose - Not a device path. Not claiming node [/devices/sda]."));
+}
+
 TEST_F(Claiming, ADeviceThatNoApplianceProtectsIsNotInterposed)
 {
     CNode known("/dev/sdb");

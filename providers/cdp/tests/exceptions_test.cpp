@@ -1,12 +1,32 @@
 // Memory that runs out anywhere below an operation: the operation answers with its failure value or does what it was
 // asked for, tells why, and leaves nothing half-done and nothing behind.
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 
 #include "providers/cdp/lmr/tests/answers.h"
 #include "providers/cdp/tests/plugin_fixture.h"
 #include "providers/cdp/tests/support/memory_faults.h"
+
+namespace {
+
+bool g_describingThrows = false;
+
+}  // namespace
+
+// In place of the runtime's, which it calls unless a test wants it to fail.
+obz_provider_list* obzx_build_providerlist_node(const char* name, int32_t kind, int32_t level,
+                                                const uint16_t version[4], const char* const* attributes,
+                                                int32_t attribute_count)
+{
+    if (g_describingThrows) throw std::runtime_error("no description");
+    static auto* const real =
+        reinterpret_cast<decltype(&obzx_build_providerlist_node)>(dlsym(RTLD_NEXT, "obzx_build_providerlist_node"));
+    return real(name, kind, level, version, attributes, attribute_count);
+}
 
 namespace cdpfi {
 
@@ -182,6 +202,17 @@ TEST_F(OutOfMemory, ListsHoldWhatWasBuiltAndTheStatusIsZero)
                 [&](int32_t) { obzx_free_provider_list(provider); }};
     info.m_traces = false;  // it needs no memory but the node's, and a node that was not built is not appended
     sweep(info);
+}
+
+TEST_F(OutOfMemory, AnyExceptionWhileTheProviderIsDescribedGivesZeroAndNothing)
+{
+    start();
+    obz_provider_list* provider = nullptr;
+    g_describingThrows = true;
+    EXPECT_EQ(OBZ_OK, plugin().getProviderInfo(&provider));
+    g_describingThrows = false;
+    EXPECT_EQ(nullptr, provider);
+    EXPECT_TRUE(m_trace.has("L1 getProviderInfo(): Unhandled execption encountered, exiting the function"));
 }
 
 TEST_F(OutOfMemory, AStateGoesOutWholeOrNotAtAll)

@@ -2,8 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <thread>
 #include <vector>
+
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 
@@ -56,6 +59,25 @@ TEST(GroupNodes, ANodeIsNotTakenOutOfAGroupThatAnotherOneHasNow)
     EXPECT_EQ(&newer, nodes.find("taken over"));
     EXPECT_EQ(&newer, nodes.find("filled"));
     EXPECT_EQ(2u, nodes.size());
+}
+
+TEST(GroupNodes, ANodeThatCouldNotBeEnteredDoesNotTakeAnotherOneAlong)
+{
+    for (int skipped = 0;; ++skipped) {
+        CGroupNodes nodes;
+        obz_domain refused{};
+        obz_domain entered{};
+        const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, skipped);
+        try {
+            nodes.enter("a group with a name of some length", &refused);
+        } catch (const std::bad_alloc&) {
+            EXPECT_TRUE(fault.happened());
+        }
+        if (!fault.happened()) break;
+        nodes.enter("a group with a name of some length", &entered);
+        nodes.eraseNode(&refused);
+        EXPECT_EQ(&entered, nodes.find("a group with a name of some length")) << skipped;
+    }
 }
 
 TEST(GroupNodes, AGroupThatWasTakenOutCanBeEnteredAgain)

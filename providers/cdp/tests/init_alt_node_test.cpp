@@ -156,6 +156,14 @@ TEST_F(InitAltNode, APrimaryWithoutPrivateDataFails)
     EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(nullptr, nullptr, target.get(), false));
 }
 
+TEST_F(InitAltNode, ATargetIsMarkedAsTheProvidersWhateverThePrimaryIs)
+{
+    CNode target(m_target.c_str());
+    target->value = 1;
+    EXPECT_EQ(OBZ_ERR_FAILED, plugin().initAltNode(nullptr, nullptr, target.get(), false));
+    EXPECT_EQ(1 | 4098, target->value) << "what the host noted there stays";
+}
+
 TEST_F(InitAltNode, ATargetWithoutANameFails)
 {
     obz_domain nameless{};
@@ -244,6 +252,25 @@ TEST_F(InitAltNode, AnImageThatAnotherProcessMadeIsFoundUnderATargetDeviceName)
     expectTrace();
     EXPECT_EQ(CString("KSV_Time_Image_77"), targetData(target).m_timeImage);
     expectImportOfAListedImage(target);
+}
+
+TEST_F(InitAltNode, TheNameOfTheImageGoesFromThePrimaryToTheTarget)
+{
+    primaryData().m_timeImage = "KSV_Time_Image_5";
+    CNode target(m_target.c_str());
+    EXPECT_EQ(OBZ_OK, initAltNode(target, true));
+    EXPECT_EQ(CString("KSV_Time_Image_5"), targetData(target).m_timeImage);
+}
+
+TEST_F(InitAltNode, TheNameOfTheImageThatIsFoundGoesIntoBothStates)
+{
+    CNode first(m_target.c_str());
+    makeImage(first);
+    primaryData().m_timeImage = "KSV_Time_Image_5";  // of an earlier checkpoint
+    CNode target(m_target.c_str());
+    EXPECT_EQ(OBZ_OK, initAltNode(target));
+    EXPECT_EQ(CString("KSV_Time_Image_77"), primaryData().m_timeImage);
+    EXPECT_EQ(CString("KSV_Time_Image_77"), targetData(target).m_timeImage);
 }
 
 TEST_F(InitAltNode, AnImageThatIsKnownByNowIsNotListedAgain)

@@ -18,6 +18,7 @@ class Nodes : public CPluginTest
     Nodes()
     {
         m_scenario.addAppliance("server1", {{"cg1", {"S1", "S2"}}});
+        m_scenario.addDisk("/dev/sda", "S1");
         start();
     }
     static size_t privateDataCount()
@@ -45,6 +46,14 @@ TEST_F(Nodes, ADeviceNodeRecordsItsApplianceGroupAndSerial)
     EXPECT_FALSE(data->getIsAltNode());
     EXPECT_EQ(node->identity->name, node->name);
     EXPECT_EQ(4098, node->value);
+}
+
+TEST_F(Nodes, ANodeIsNamedByItsIdentity)
+{
+    CNode node("<cdpfi>S1");
+    node->name = nullptr;
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(node->identity->name, node->name);
 }
 
 TEST_F(Nodes, AGroupNodeIsTakenByItsGroupsName)
@@ -77,6 +86,15 @@ TEST_F(Nodes, CombinationsNameTheMethodTheNodeAndItsGroupNode)
     EXPECT_EQ(group.get(), group->combos->split->group) << "a group node is its own group's";
 }
 
+TEST_F(Nodes, AGroupNodeIsKeptByItsGroupsNameHoweverTheNodeIsCalled)
+{
+    CNode group("/dev/sda");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    CNode node("<cdpfi>S2");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(group.get(), node->combos->quiesce->group);
+}
+
 TEST_F(Nodes, WithoutAGroupNodeTheCombinationHasNone)
 {
     CNode node("<cdpfi>S1");
@@ -103,6 +121,18 @@ TEST_F(Nodes, ANodeThatNoApplianceClaimsIsRefusedAndLeavesNothingBehind)
     expectTrace("group");
     EXPECT_EQ(nullptr, group->private_data);
     EXPECT_EQ(0u, privateDataCount());
+}
+
+TEST_F(Nodes, ANodeThatIsRefusedKeepsTheStateThatItHadBefore)
+{
+    CNode node("<cdpfi>S9");
+    char text[] = "<CheckPointName>KSV_Check_Point_77</CheckPointName>";
+    obz_blob blob = {sizeof text, text, OBZ_ENCODING_STRING};
+    ASSERT_EQ(OBZ_OK, plugin().processProviderState(node.get(), &blob, OBZ_STATE_SET));
+    EXPECT_EQ(OBZ_ERR_FAILED, initNode(node));
+    const CCDPPrivateData* const data = plugin().GetPrivateData(node.get());
+    ASSERT_NE(nullptr, data);
+    EXPECT_EQ(CString("KSV_Check_Point_77"), data->m_checkPointName);
 }
 
 TEST_F(Nodes, ANullNodeIsInvalidAndANamelessOneFails)
@@ -261,6 +291,42 @@ TEST_F(Nodes, DeinitOfADeviceNodeKeepsItsGroupsEntry)
     CNode second("<cdpfi>S2");
     ASSERT_EQ(OBZ_OK, initNode(second));
     EXPECT_EQ(group.get(), second->combos->quiesce->group);
+}
+
+TEST_F(Nodes, DeinitOfAnotherRecordOfTheGroupNodeEndsItsEntryToo)
+{
+    CNode group("cg1");
+    ASSERT_EQ(OBZ_OK, initNode(group));
+    CNode same("cg1");
+    char text[] = "<ConsistencyGroup>cg1</ConsistencyGroup>";
+    obz_blob blob = {sizeof text, text, OBZ_ENCODING_STRING};
+    ASSERT_EQ(OBZ_OK, plugin().processProviderState(same.get(), &blob, OBZ_STATE_SET));
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(same.get()));
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found matching group node for ConsistencyGroup [cg1]"));
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    EXPECT_EQ(nullptr, node->combos->quiesce->group);
+}
+
+TEST_F(Nodes, DeinitOfADeviceNodeEndsAnEntryWithoutAGroupNode)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));  // looks for the group node, and so makes the entry
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode found NULL groupnode"));
+}
+
+TEST_F(Nodes, DeinitReleasesTheCombinationsOfANodeWithoutPrivateData)
+{
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    CFiContextSingleton<CFiPrivateDataManager, FI_PLUGIN_NAME>::instance(false)->deallocate(node.get());
+    ASSERT_EQ(nullptr, node->private_data);
+    ASSERT_NE(nullptr, node->combos);
+    m_trace.clear();
+    EXPECT_EQ(OBZ_OK, plugin().deInitNode(node.get()));
+    EXPECT_TRUE(m_trace.has("L3 CCDPPlugin::deInitNode - private_node is NULL"));
+    EXPECT_EQ(nullptr, node->combos);
 }
 
 TEST_F(Nodes, ANewerGroupNodeReplacesTheOlderOne)
