@@ -117,6 +117,18 @@ size_t CFakeToolTest::countScripts() const
     return static_cast<size_t>(std::distance(begin(files), end(files)));
 }
 
+std::vector<uint64_t> CFakeToolTest::limitsWithin(const std::function<void()>& call)
+{
+    std::vector<uint64_t> limits;
+    const auto note = [](void* context, const obzx_run* run) {
+        if (run->phase == OBZX_RUN_ENDED) static_cast<std::vector<uint64_t>*>(context)->push_back(run->limit_seconds);
+    };
+    obzx_set_run_observer(note, &limits);
+    call();
+    obzx_set_run_observer(nullptr, nullptr);
+    return limits;
+}
+
 void CFakeToolTest::expectCall(const std::string& part)
 {
     const std::string suffix = part.empty() ? ".call" : "." + part + ".call";

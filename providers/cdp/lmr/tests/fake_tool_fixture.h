@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,9 @@ class CFakeToolTest : public ::testing::Test
     void writeConfiguration(const std::string& text) const;
     /// Files that scripts left behind.
     size_t countScripts() const;
+
+    /// The time limits, in seconds, of the tools that run within the call.
+    static std::vector<uint64_t> limitsWithin(const std::function<void()>& call);
 
     /// Compares what was sent and what was traced since the last look, all of it, with the file of the running test,
     /// expected/<suite>/<test>[.<part>].call.

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <random>
 
@@ -124,6 +125,16 @@ TEST_F(Appliance, VerifyTellsWhetherTheShellIsThere)
     EXPECT_TRUE(m_appliance->verify());
     EXPECT_EQ((CLines{"L3 CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value 0 for "
                       "/opt/QXPKlm/bin/lmsh"}),
+              takeTrace());
+}
+
+TEST_F(Appliance, ShellThatCannotBeRunIsNone)
+{
+    root().write("opt/QXPKlm/bin/lmsh", "#!/bin/sh\n");
+    ::chmod((root() / "opt/QXPKlm/bin/lmsh").c_str(), 0644);
+    EXPECT_FALSE(m_appliance->verify());
+    EXPECT_EQ((CLines{"L3 CLMRAppliance::verify - CFiConfigurationPathTool::verify returned value " +
+                      std::to_string(EACCES) + " for /opt/QXPKlm/bin/lmsh"}),
               takeTrace());
 }
 

@@ -61,6 +61,11 @@ TEST_F(ApplianceTool, SuccessfulCommandHandsBackEachLineAndTracesIt)
               takeTrace());
 }
 
+TEST_F(ApplianceTool, ShellIsGivenSixHundredSeconds)
+{
+    EXPECT_EQ(std::vector<uint64_t>{600}, limitsWithin([this] { run("alpha", " list  hosts "); }));
+}
+
 TEST_F(ApplianceTool, ScriptHoldsExactlyThreeLinesServerCommandAndExit)
 {
     EXPECT_EQ(0, run("alpha", " list  hosts "));

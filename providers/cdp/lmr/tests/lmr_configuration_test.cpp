@@ -3,8 +3,11 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <optional>
+#include <set>
 
 #include "providers/cdp/lmr/tests/fake_tool_fixture.h"
+#include "providers/cdp/tests/support/memory_faults.h"
 
 namespace cdpfi {
 namespace {
@@ -118,6 +121,39 @@ TEST_F(ToolConfiguration, EachCombinationOfTheFourValuesMissingEmptyOrSetIsIndep
             }
         }
     }
+}
+
+TEST_F(ToolConfiguration, ExceptionOfALookUpLeavesTheDefaultsOfWhatWasNotReadYet)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nLMR_LMSH_PATH=/a/directory/of/tools/\nLMR_LMSH_NAME=sh2\nMAX_PARALLEL=3\n");
+    const std::string read = "/a/directory/of/tools/|sh2";
+    std::set<std::string> results;
+    for (int skipped = 0;; ++skipped) {
+        CLMRConfiguration configuration({});
+        std::optional<CMemoryFault> fault(std::in_place, CMemoryFault::EKind::OPERATOR_NEW, skipped);
+        const SLMRCliPath tool = configuration.importlmshPathInfo();
+        const bool happened = fault->happened();
+        fault.reset();
+        const std::string result = program(tool);
+        results.insert(result);
+        if (result == read) break;
+        ASSERT_TRUE(happened) << result;
+    }
+    EXPECT_EQ((std::set<std::string>{"/opt/QXPKlm/bin/|lmsh", "/a/directory/of/tools/|lmsh", read}), results);
+}
+
+TEST_F(ToolConfiguration, ExceptionOfALookUpOfANumberLeavesItsDefault)
+{
+    writeConfiguration("[LMR_CLI_CONFIG]\nMAX_PARALLEL=3\n");
+    CLMRConfiguration configuration({});
+    unsigned count = 0;
+    {
+        const CMemoryFault fault(CMemoryFault::EKind::OPERATOR_NEW, 0);
+        count = configuration.importMaxParallel();
+        EXPECT_TRUE(fault.happened());
+    }
+    EXPECT_EQ(8u, count);
+    EXPECT_EQ(3u, configuration.importMaxParallel());
 }
 
 TEST_F(ToolConfiguration, LookUpsAreTracedAsFunctions)

@@ -299,6 +299,14 @@ TEST_F(ConsistencyGroup, TimeImageOfATargetDeviceIsFound)
     EXPECT_EQ(m_group->getTimeImage("ti2"), image);
 }
 
+TEST_F(ConsistencyGroup, OfTimeImagesThatShowTheSameSerialTheFirstByNameIsTaken)
+{
+    for (const char* const name : {"ti2", "ti1", "ti3"}) {
+        addImage(name, name, answers::timeImage(name, {{{"/dev/t", "T"}, {"/dev/s", "S"}}}));
+    }
+    EXPECT_EQ(m_group->getTimeImage("ti1"), m_group->getAssociatedTimeImage("T"));
+}
+
 TEST_F(ConsistencyGroup, TimeImageOfAPathIsFoundByTheSerialOfThePath)
 {
     addImage("ti1", "cp1");

@@ -36,6 +36,43 @@ TEST_F(DeviceManager, ListingIsReadAndTraced)
     expectCall();
 }
 
+TEST_F(DeviceManager, RuleAboveTheDisksIsALineOfOneHundredAndTwentyTwoEqualsSigns)
+{
+    const auto tableBelow = [this](const std::string& rule) {
+        refreshWith("no\ndisks\n");  // which empties the table
+        refreshWith("Disks\n" + rule + "\n/dev/sdb (0:0:1:0) LUMORA (disk) 10GB (online) (S2)\n");
+        return table();
+    };
+    const auto equals = [](size_t count) { return std::string(count, '='); };
+    const CLines found = {"/dev/sdb=S2"};
+    EXPECT_EQ(found, tableBelow(equals(122)));
+    EXPECT_EQ(found, tableBelow(" \t" + equals(122) + " ")) << "one token";
+    EXPECT_EQ(found, tableBelow(equals(121) + "\n" + equals(123) + "\n" + equals(122))) << "headings before it";
+    EXPECT_EQ(CLines{}, tableBelow(equals(121)));
+    EXPECT_EQ(CLines{}, tableBelow(equals(123)));
+    EXPECT_EQ(CLines{}, tableBelow(equals(122) + " =")) << "two tokens";
+    EXPECT_EQ(CLines{}, tableBelow(equals(61) + " " + equals(61)));
+    EXPECT_EQ(CLines{}, tableBelow(equals(60) + "-" + equals(61)));
+    EXPECT_EQ(CLines{}, tableBelow(std::string(122, '-')));
+    EXPECT_EQ(CLines{}, tableBelow("Device " + equals(122)));
+}
+
+TEST_F(DeviceManager, DisksFarBelowALineThatCannotBeReadAreNotReadEither)
+{
+    std::string listing = answers::disks({{"/dev/sda", "S1"}}) + "no disk\n";
+    for (int disk = 0; disk < 100; ++disk) {
+        listing += answers::diskLine({"/dev/other" + std::to_string(disk), "S" + std::to_string(disk)});
+    }
+    refreshWith(listing + answers::diskLine({"/dev/sdb", "S2"}));
+    EXPECT_EQ(CLines{"/dev/sda=S1"}, table());
+}
+
+TEST_F(DeviceManager, UtilityIsGivenSixHundredSecondsForEachOfItsRuns)
+{
+    setScenario(answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S"}})) + "exit 0\n");
+    EXPECT_EQ((std::vector<uint64_t>{600, 600}), limitsWithin([this] { setUpDevices()->refresh(true); }));
+}
+
 TEST_F(DeviceManager, RefreshWithDiscoveryRescansFirst)
 {
     setScenario(answerTo("[discover]", "found 1\n") + answerTo("[listdisk]", answers::disks({{"/dev/sdb", "S"}})));

@@ -4,31 +4,22 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <numeric>
 #include <vector>
 
+#include "base/tests/virtual_place.h"
 #include "providers/cdp/lmr/lmr_appliance.h"
 #include "providers/cdp/lmr/lmr_consistencygroup.h"
 
 namespace cdpfi {
 namespace {
 
-/// Place of an operation behind the count's, from 1; the compilers of this system keep it in the pointer.
+/// Place of an operation behind the count's, from 1.
 template <class Member>
 int orderOf(Member member)
 {
     constexpr int BEFORE = 2 + 3;
-    struct SPointer
-    {
-        std::intptr_t place;  // 1 + offset in the table
-        std::intptr_t adjustment;
-    } pointer;
-    static_assert(sizeof member == sizeof pointer);
-    std::memcpy(&pointer, &member, sizeof pointer);
-    EXPECT_EQ(0, pointer.adjustment);
-    EXPECT_EQ(1, pointer.place % static_cast<std::intptr_t>(sizeof(void*)));
-    return static_cast<int>((pointer.place - 1) / static_cast<std::intptr_t>(sizeof(void*))) - BEFORE + 1;
+    return base_test::placeOf(member) - BEFORE + 1;
 }
 
 template <class... Members>
@@ -74,11 +65,18 @@ TEST(ModelSlots, ConsistencyGroup)
     EXPECT_EQ(21, orderOf(&CLMRConsistencyGroup::createTimeImageObject));
 }
 
+/// Has one operation more than a time image.
+class CLongerTimeImage : public CBaseTimeImage
+{
+  public:
+    virtual void next() {}
+};
+
 TEST(ModelSlots, TimeImage)
 {
     expectOrder(&CBaseTimeImage::addDeviceEntry, &CBaseTimeImage::mapHost, &CBaseTimeImage::unmapHost,
                 &CBaseTimeImage::setApplianceName, &CBaseTimeImage::getName, &CBaseTimeImage::getTargetDeviceMap,
-                &CBaseTimeImage::setConsistencyGroup);
+                &CBaseTimeImage::setConsistencyGroup, &CBaseTimeImage::getTargetDevice, &CLongerTimeImage::next);
 }
 
 TEST(ModelSlots, Host)

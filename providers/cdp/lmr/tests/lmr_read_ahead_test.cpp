@@ -293,6 +293,14 @@ TEST_F(ReadAhead, RunsAreToldInTheOrderOfTheWalkAndTheRestAsUnused)
     EXPECT_EQ(inTurn, sideBySide);
 }
 
+TEST_F(ReadAhead, EachRunIsGivenSixHundredSeconds)
+{
+    setScenario(site());
+    const std::vector<uint64_t> limits = limitsWithin([this] { read(DEFAULT_PARALLEL); });
+    EXPECT_GT(limits.size(), 3u);
+    EXPECT_EQ(std::vector<uint64_t>(limits.size(), 600), limits);
+}
+
 #ifndef __SANITIZE_ADDRESS__
 TEST_F(ReadAhead, WithFewDescriptorsTheReadingIsThatOfCommandsOneAfterTheOther)
 {
