@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include <cerrno>
+#include <utility>
 
 #include "framework/include/obzx_runtime.h"
 
@@ -13,6 +14,7 @@ thread_local int t_lock = pdktest::CFaults::NEVER;
 thread_local int t_identity = pdktest::CFaults::NEVER;
 thread_local int t_buffer = pdktest::CFaults::NEVER;
 thread_local bool t_lockFailed = false;
+thread_local pdktest::CLockWatch* t_watch = nullptr;
 
 bool isDue(int& countdown)
 {
@@ -52,6 +54,47 @@ bool CFaults::lockHasFailed()
     return t_lockFailed;
 }
 
+CLockWatch::CLockWatch()
+{
+    t_watch = this;
+}
+CLockWatch::~CLockWatch()
+{
+    t_watch = nullptr;
+}
+void CLockWatch::locked(const pthread_mutex_t* mutex)
+{
+    m_locked.push_back(mutex);
+    ++m_held[mutex];
+}
+void CLockWatch::unlocked(const pthread_mutex_t* mutex)
+{
+    if (--m_held[mutex] == 0) m_givenBack.insert(mutex);
+}
+std::vector<const pthread_mutex_t*> CLockWatch::lockedOf(const std::string& library) const
+{
+    std::vector<const pthread_mutex_t*> found;
+    for (const pthread_mutex_t* const mutex : m_locked) {
+        Dl_info info = {};
+        if (dladdr(mutex, &info) == 0) continue;
+        const std::string file = info.dli_fname;
+        if (file.compare(file.rfind('/') + 1, library.size(), library) == 0) found.push_back(mutex);
+    }
+    return found;
+}
+std::set<const pthread_mutex_t*> CLockWatch::held() const
+{
+    std::set<const pthread_mutex_t*> found;
+    for (const auto& [mutex, count] : m_held) {
+        if (count > 0) found.insert(mutex);
+    }
+    return found;
+}
+std::set<const pthread_mutex_t*> CLockWatch::takeGivenBack()
+{
+    return std::exchange(m_givenBack, {});
+}
+
 }  // namespace pdktest
 
 namespace ACE_OS {
@@ -59,10 +102,21 @@ namespace ACE_OS {
 int mutex_lock(ACE_mutex_t* mutex)
 {
     static auto* const real = nextOne<int(ACE_mutex_t*)>("_ZN6ACE_OS10mutex_lockEP15pthread_mutex_t");
-    if (!isDue(t_lock)) return real(mutex);
-    t_lockFailed = true;
-    errno = EINVAL;
-    return -1;
+    if (isDue(t_lock)) {
+        t_lockFailed = true;
+        errno = EINVAL;
+        return -1;
+    }
+    const int result = real(mutex);
+    if (result == 0 && t_watch != nullptr) t_watch->locked(mutex);
+    return result;
+}
+
+int mutex_unlock(ACE_mutex_t* mutex)
+{
+    static auto* const real = nextOne<int(ACE_mutex_t*)>("_ZN6ACE_OS12mutex_unlockEP15pthread_mutex_t");
+    if (t_watch != nullptr) t_watch->unlocked(mutex);
+    return real(mutex);
 }
 
 }  // namespace ACE_OS

@@ -1,6 +1,12 @@
 #pragma once
 
+#include <ace/os_include/os_pthread.h>
 #include <unistd.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
 
 namespace pdktest {
 
@@ -23,6 +29,34 @@ class CFaults
     void failIdentity(int after);  ///< one obzx_get_objid has no memory
     void failBuffer(int after);    ///< one obzx_alloc_buf has no memory
     static bool lockHasFailed();   ///< since failLock
+};
+
+/**
+ * The ACE mutexes that this thread locks and gives back while the object lives; one object a thread at a time. A mutex
+ * of a provider's library guards one of its singletons.
+ */
+class CLockWatch
+{
+  public:
+    CLockWatch();
+    ~CLockWatch();
+    CLockWatch(const CLockWatch&) = delete;
+    CLockWatch& operator=(const CLockWatch&) = delete;
+
+    /// The mutexes of a library, by the beginning of its file's name, in the order in which they were locked.
+    std::vector<const pthread_mutex_t*> lockedOf(const std::string& library) const;
+    /// Held now.
+    std::set<const pthread_mutex_t*> held() const;
+    /// That nobody of this thread held any more at some time since the last call.
+    std::set<const pthread_mutex_t*> takeGivenBack();
+
+    void locked(const pthread_mutex_t* mutex);
+    void unlocked(const pthread_mutex_t* mutex);
+
+  private:
+    std::vector<const pthread_mutex_t*> m_locked;
+    std::map<const pthread_mutex_t*, int> m_held;
+    std::set<const pthread_mutex_t*> m_givenBack;
 };
 
 /// Runs the steps again and again, each time with another one of their locks failing; ends the process with 0. A

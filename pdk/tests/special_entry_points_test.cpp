@@ -1,5 +1,6 @@
 // The entry points that do more than pass their arguments on, step by step; those on sessions have a file of their own.
 #include "pdk/tests/special_entry_points.h"
+#include "pdk/tests/faults.h"
 #include "pdk/tests/trace_lines.h"
 
 #include <chrono>
@@ -92,6 +93,45 @@ TEST_F(SpecialEntryPoints, FiniEndsThePluginAndItsSessionsAndIsTracedToTheEnd)
     EXPECT_THAT(sessionNodes("session"), IsEmpty());
 }
 
+// Each singleton has a mutex in the provider's library, which is locked to fetch the singleton and to end it.
+TEST_F(SpecialEntryPoints, FiniEndsThePluginCatalogsTraceLogErrorsPrivateDataAndSessionsInThisOrder)
+{
+    enum ESingleton
+    {
+        PLUGIN,
+        CATALOGS,
+        TRACE_LOG,
+        ERRORS,
+        PRIVATE_DATA,
+        SESSIONS
+    };
+    std::map<const pthread_mutex_t*, ESingleton> singletons;
+    {
+        CLockWatch watch;
+        provider.init();
+        const std::vector<const pthread_mutex_t*> locked = watch.lockedOf("libtestfi");
+        // The entry's own trace log; the plug-in, to name it; the managers that it is given.
+        const std::vector<ESingleton> fetched = {TRACE_LOG, PLUGIN,       CATALOGS, TRACE_LOG,
+                                                 ERRORS,    PRIVATE_DATA, SESSIONS};
+        ASSERT_GE(locked.size(), fetched.size());
+        for (size_t i = 0; i < fetched.size(); ++i) {
+            singletons.emplace(locked[i], fetched[i]);
+        }
+        ASSERT_THAT(singletons, SizeIs(6));
+    }
+    std::vector<ESingleton> met;
+    {
+        CLockWatch watch;
+        provider.fini();
+        for (const pthread_mutex_t* const mutex : watch.lockedOf("libtestfi")) {
+            met.push_back(singletons.at(mutex));
+        }
+    }
+    // Again the entry's own trace log, and the plug-in, to tell it that it ends and to let it end.
+    EXPECT_THAT(met,
+                ElementsAre(TRACE_LOG, PLUGIN, PLUGIN, PLUGIN, CATALOGS, TRACE_LOG, ERRORS, PRIVATE_DATA, SESSIONS));
+}
+
 TEST_F(SpecialEntryPoints, LibraryThatIsUnloadedWithoutFiniTakesItsObjectsAlong)
 {
     {
@@ -130,6 +170,25 @@ TEST_F(SpecialEntryPoints, InterposeHoldsThePluginsMutexThroughout)
     EXPECT_EQ(other.get(), 0);
     EXPECT_THAT(metInside, ElementsAre("delayedInit", "interpose"));
     EXPECT_THAT(record.callsOf("interpose"), SizeIs(3));
+}
+
+TEST_F(SpecialEntryPoints, InterposeDoesNotGiveThePluginsMutexBackAfterDelayedInitialisation)
+{
+    CLockWatch watch;
+    std::set<const pthread_mutex_t*> heldInside;
+    record.onCall = [&](const std::string& operation) {
+        if (operation == "delayedInit") {
+            heldInside = watch.held();
+            watch.takeGivenBack();
+            return;
+        }
+        for (const pthread_mutex_t* const mutex : watch.takeGivenBack()) {
+            EXPECT_EQ(heldInside.count(mutex), 0u);
+        }
+    };
+    provider.get<obzx_fi_interpose_fn>("interpose")(nullptr, nullptr, nullptr, nullptr);
+    EXPECT_THAT(record.operations(), ElementsAre("delayedInit", "interpose"));
+    EXPECT_THAT(heldInside, SizeIs(1)) << "the plug-in's";
 }
 
 TEST_F(SpecialEntryPoints, InterposeAndClaimClearTheirOutputsBeforeAnythingElse)

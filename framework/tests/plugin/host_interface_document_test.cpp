@@ -1,92 +1,20 @@
 // docs/host-interface.md, the public header and the runtime's default operations say the same.
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <map>
 #include <regex>
 #include <set>
 
-#include "framework/include/cfistringtool.h"
 #include "framework/include/obz_entry_points.h"
 #include "framework/tests/plugin/default_calls.h"
+#include "framework/tests/support/host_interface_document.h"
 
 namespace obzx_pdk_4_4 {
 namespace {
 
-struct SRow
-{
-    std::string operation;
-    std::string gated;
-    std::string needs;
-    int32_t status;
-};
-
-struct SType
-{
-    std::string contract;  // the comment above it, as one line
-    std::string parameters;
-
-    bool isGated() const { return contract.rfind("Gated.", 0) == 0; }
-    // Query, Notice or Action; empty for what works in every provider.
-    std::string kind() const
-    {
-        std::smatch match;
-        const std::regex mark("(?:Gated\\. )?(Query|Notice|Action)\\b.*");
-        return std::regex_match(contract, match, mark) ? match[1].str() : "";
-    }
-};
-
-std::string unquoted(const std::string& cell)
-{
-    return CFiStringTool::trim(cell, " `");
-}
-
-// Table rows whose first cell names an entry point.
-std::map<std::string, SRow> readTable()
-{
-    std::map<std::string, SRow> rows;
-    std::ifstream document(CDPFI_SOURCE_DIR "/docs/host-interface.md");
-    for (std::string line; std::getline(document, line);) {
-        const std::vector<std::string> cells = CFiStringTool::tokenize(line, "|");
-        if (cells.size() != 6 || cells[0].rfind(" `", 0) != 0) continue;
-        EXPECT_EQ(rows.count(unquoted(cells[0])), 0u) << line;
-        rows[unquoted(cells[0])] =
-            SRow{unquoted(cells[1]), unquoted(cells[2]), unquoted(cells[3]), std::stoi(cells[5])};
-    }
-    return rows;
-}
-
-// The rest of a comment whose first line is given, without its marks.
-std::string readComment(std::ifstream& header, std::string line)
-{
-    std::string text;
-    while (true) {
-        text += CFiStringTool::trim(line, "/* ") + " ";
-        if (line.find("*/") != std::string::npos || !std::getline(header, line)) return text;
-    }
-}
-
-// Function types of the header by name.
-std::map<std::string, SType> readHeader()
-{
-    std::map<std::string, SType> types;
-    std::ifstream header(CDPFI_SOURCE_DIR "/framework/include/obz_entry_points.h");
-    const std::regex type("typedef (int32_t|void) obzx_fi_([A-Za-z_]+)_fn\\((.*)");
-    std::string contract;
-    for (std::string line; std::getline(header, line);) {
-        if (line.rfind("/*", 0) == 0) contract = readComment(header, line);
-        std::smatch match;
-        if (!std::regex_match(line, match, type)) continue;
-        const std::string name = match[2];
-        std::string parameters = match[3];
-        while (parameters.back() != ';' && std::getline(header, line)) {
-            parameters += line;
-        }
-        types[name] = SType{contract, parameters};
-        contract.clear();  // a comment is about the type that follows it
-    }
-    return types;
-}
+using test::readInterfaceHeader;
+using test::readInterfaceTables;
+using test::SInterfaceRow;
+using test::SInterfaceType;
 
 TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
 {
@@ -96,7 +24,7 @@ TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
 #undef OBZX_ADD_NAME
     EXPECT_EQ(expected.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
     std::set<std::string> listed;
-    for (const auto& row : readTable()) {
+    for (const auto& row : readInterfaceTables()) {
         listed.insert(row.first);
     }
     EXPECT_EQ(listed, expected);
@@ -104,9 +32,9 @@ TEST(HostInterfaceDocument, ListsEveryEntryPointOnce)
 
 TEST(HostInterfaceDocument, AgreesWithTheHeaderOnWhatIsGated)
 {
-    const std::map<std::string, SType> header = readHeader();
+    const std::map<std::string, SInterfaceType> header = readInterfaceHeader();
     EXPECT_EQ(header.size(), size_t{OBZX_FI_ENTRY_POINT_COUNT});
-    for (const auto& [name, row] : readTable()) {
+    for (const auto& [name, row] : readInterfaceTables()) {
         ASSERT_EQ(header.count(name), 1u) << name;
         EXPECT_EQ(row.gated == "yes", header.at(name).isGated()) << name;
     }
@@ -116,21 +44,20 @@ TEST(HostInterfaceDocument, CallsArgumentsByTheirNamesInTheHeader)
 {
     // Words of the column that are no names.
     const std::set<std::string> words = {"all", "when", "the", "is", "above", "a", "of", "any", "other", "value"};
-    const std::map<std::string, SType> header = readHeader();
+    const std::map<std::string, SInterfaceType> header = readInterfaceHeader();
     const std::regex word("[a-z_]+");
-    for (const auto& [name, row] : readTable()) {
+    for (const auto& [name, row] : readInterfaceTables()) {
         for (std::sregex_iterator found(row.needs.begin(), row.needs.end(), word), end; found != end; ++found) {
             if (words.count(found->str()) != 0) continue;
-            const std::regex parameter("[ *]" + found->str() + "[,)]");
-            EXPECT_TRUE(std::regex_search(header.at(name).parameters, parameter)) << name << ": " << found->str();
+            EXPECT_TRUE(header.at(name).hasParameter(found->str())) << name << ": " << found->str();
         }
     }
 }
 
 TEST(HostInterfaceDocument, AgreesWithTheHeaderOnWhatAProviderAnswersThatDoesNothing)
 {
-    const std::map<std::string, SType> header = readHeader();
-    for (const auto& [name, row] : readTable()) {
+    const std::map<std::string, SInterfaceType> header = readInterfaceHeader();
+    for (const auto& [name, row] : readInterfaceTables()) {
         ASSERT_EQ(header.count(name), 1u) << name;
         const std::string kind = header.at(name).kind();
         const bool isRefused = row.status == OBZ_ERR_UNSUPPORTED || name == "make";
@@ -143,7 +70,7 @@ TEST(HostInterfaceDocument, AgreesWithTheHeaderOnWhatAProviderAnswersThatDoesNot
 TEST(HostInterface, SaysOfEveryEntryPointWhatItDoes)
 {
     constexpr size_t MARKS = std::string_view("Gated. Notice: ").size();
-    for (const auto& [name, type] : readHeader()) {
+    for (const auto& [name, type] : readInterfaceHeader()) {
         EXPECT_GE(type.contract.size(), MARKS + 20) << name;
     }
 }
@@ -153,7 +80,7 @@ TEST(HostInterfaceDocument, NamesTheDefaultsThatTheOperationsReturn)
     CFiPluginInterposer plugin;
     test::CDefaultCalls calls(plugin);
     test::callAllDefaults(calls);
-    const std::map<std::string, SRow> table = readTable();
+    const std::map<std::string, SInterfaceRow> table = readInterfaceTables();
     for (const auto& [name, result] : calls.results()) {
         ASSERT_EQ(table.count(name), 1u) << name;
         EXPECT_EQ(table.at(name).operation, result.operation) << name;

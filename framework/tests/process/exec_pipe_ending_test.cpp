@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -131,6 +133,21 @@ TEST_F(ExecPipeEnding, ProgramThatIgnoresTerminationIsKilled)
     EXPECT_EQ(run(child("stubborn"), "", 2), EXEC_TIMED_OUT);
     ASSERT_THAT(m_lines, SizeIs(1));
     EXPECT_TRUE(base_test::goesAway(std::stoi(m_lines[0])));
+}
+
+TEST_F(ExecPipeEnding, ProgramThatIgnoresTerminationIsKilledFiveSecondsLater)
+{
+    using Clock = std::chrono::steady_clock;
+    constexpr std::chrono::seconds DUE{1 + 5};
+    Clock::duration shortest = Clock::duration::max();
+    // A busy machine may let everybody wait, but not always.
+    for (int tries = 0; tries < 3 && shortest > DUE + std::chrono::seconds(2); ++tries) {
+        const Clock::time_point begin = Clock::now();
+        EXPECT_EQ(run(child("stubborn"), "", 1), EXEC_TIMED_OUT);
+        shortest = std::min(shortest, Clock::now() - begin);
+        EXPECT_GE(shortest, DUE);
+    }
+    EXPECT_LT(shortest, DUE + std::chrono::milliseconds(2900));
 }
 
 TEST_F(ExecPipeEnding, WholeGroupIsStopped)

@@ -16,6 +16,7 @@ using obzx_pdk_4_4::CFiKeyValuePair;
 
 CTestPlugin::CTestPlugin() : m_record(STestRecord::find())
 {
+    setMessageIndexOffset(1);  // for what init sets to be seen
     if (m_record != nullptr) ++m_record->plugins;
 }
 
