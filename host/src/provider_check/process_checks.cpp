@@ -5,9 +5,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
-#include <exception>
+#include <algorithm>
 #include <optional>
+#include <string>
 
 #include "host/src/provider_check/checks.h"
 #include "host/src/provider_check/every_call.h"
@@ -107,12 +107,21 @@ void checkCancelled(SCheckSurroundings& surroundings)
     subject.end();
 }
 
+// The steps and their statuses: names may hold the id of the process that made an object.
+CTranscript statusesOf(CTranscript transcript)
+{
+    for (std::string& line : transcript) {
+        line.resize(std::min(line.size(), line.find(' ', line.find(' ') + 1)));
+    }
+    return transcript;
+}
+
 // Never returns; what is wrong stays in the journal, which is the parent's, too.
 [[noreturn]] void liveInChild(CSubject& subject, SCheckSurroundings& surroundings, const CTranscript& expected)
 {
     try {
         const SLife life = {"fictl-check-child", surroundings.device};
-        const std::string difference = differenceOf(expected, liveOnce(subject, life));
+        const std::string difference = differenceOf(expected, statusesOf(liveOnce(subject, life)));
         if (difference.empty()) _exit(0);
         surroundings.journal.note(difference);
     } catch (const SViolation& violation) {
@@ -126,7 +135,7 @@ void checkForked(SCheckSurroundings& surroundings)
     CSubject subject(surroundings.library, surroundings.journal);
     subject.start();
     liveOnce(subject, {"fictl-check-first", surroundings.device});
-    const CTranscript expected = liveOnce(subject, {"fictl-check-parent", surroundings.device});
+    const CTranscript expected = statusesOf(liveOnce(subject, {"fictl-check-parent", surroundings.device}));
     const pid_t child = fork();
     if (child < 0) throw SNoOccasion{"no process is left"};
     if (child == 0) liveInChild(subject, surroundings, expected);

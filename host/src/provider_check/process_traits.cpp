@@ -64,8 +64,15 @@ std::string environmentText()
 
 SHoldings SHoldings::now()
 {
-    return {entriesOf("/proc/self/fd"), entriesOf("/proc/self/task"), childrenOfProcess(), linesOf("/proc/self/maps"),
-            mallinfo2().uordblks};
+    SHoldings holdings;
+    holdings.descriptors = entriesOf("/proc/self/fd");
+    holdings.threads = entriesOf("/proc/self/task");
+    holdings.children = childrenOfProcess();
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+    holdings.mappings = linesOf("/proc/self/maps");
+#endif
+    holdings.heap = mallinfo2().uordblks;
+    return holdings;
 }
 
 std::vector<STrait> signalTraits()

@@ -12,8 +12,9 @@ struct SHoldings
     size_t descriptors = 0;
     size_t threads = 0;
     size_t children = 0;
+    // 0 under a sanitizer, which maps memory as it likes and looks for leaks itself.
     size_t mappings = 0;
-    size_t heap = 0;  ///< bytes; 0 under a sanitizer, which looks for leaks itself
+    size_t heap = 0;  ///< bytes
 
     static SHoldings now();
 };
