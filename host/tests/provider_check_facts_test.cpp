@@ -1,10 +1,12 @@
 // What the checks know of the functions is what docs/host-interface.md says.
-#include <map>
+#include <algorithm>
 #include <regex>
+#include <set>
 
+#include "base/tests/text_file.h"
+#include "framework/tests/support/host_interface_document.h"
 #include "host/src/provider_check/checks.h"
 #include "host/src/provider_check/function.h"
-#include "host/tests/fictl_fixture.h"
 
 namespace {
 
@@ -12,51 +14,24 @@ using fictl::ENull;
 using fictl::SArgument;
 using fictl::SFunction;
 
-/// The columns Gated and Needs of a function.
-struct SRow
-{
-    std::string gated;
-    std::string needs;
-};
-
-std::string trimmed(const std::string& cell)
-{
-    const size_t begin = cell.find_first_not_of(" `");
-    const size_t end = cell.find_last_not_of(" `");
-    return begin == std::string::npos ? "" : cell.substr(begin, end - begin + 1);
-}
-
-std::map<std::string, SRow> readTables()
-{
-    std::map<std::string, SRow> rows;
-    for (const std::string& line : base_test::linesOf(base_test::contentOf(FICTL_HOST_INTERFACE))) {
-        std::vector<std::string> cells;
-        std::istringstream stream(line);
-        for (std::string cell; std::getline(stream, cell, '|');) {
-            cells.push_back(cell);
-        }
-        if (cells.size() == 7 && cells[1].starts_with(" `")) {
-            rows[trimmed(cells[1])] = {trimmed(cells[3]), trimmed(cells[4])};
-        }
-    }
-    return rows;
-}
+// Of these the page does not name the arguments.
+const std::set<std::string> QUESTIONS = {"interpose", "claim", "supports_fitype"};
 
 /// The column Needs as the checks' facts have it.
 std::string needsOf(const SFunction& function)
 {
     std::string needs;
     std::string list;
-    size_t needed = 0;
-    size_t pointers = 0;
+    bool areAll = true;
     for (const SArgument& argument : function.arguments) {
-        if (argument.isPointer()) ++pointers;
         if (argument.null == ENull::IS_REFUSED_WITH_A_COUNT) list = argument.name + " when the count is above 0";
-        if (argument.null != ENull::IS_REFUSED) continue;
-        ++needed;
-        needs += (needs.empty() ? "" : ", ") + argument.name;
+        if (argument.null == ENull::IS_REFUSED) {
+            needs += (needs.empty() ? "" : ", ") + argument.name;
+        } else {
+            areAll = false;
+        }
     }
-    if (needed == pointers && (function.name == "claim")) return "all";
+    if (areAll && QUESTIONS.contains(function.name)) return "all";
     if (list.empty()) return needs.empty() ? "-" : needs;
     return needs.empty() ? list : needs + "; " + list;
 }
@@ -71,19 +46,22 @@ std::string namesIn(const std::string& needs)
 
 TEST(ProviderCheckFacts, AreThoseOfThePage)
 {
-    const std::map<std::string, SRow> rows = readTables();
+    const auto rows = obzx_pdk_4_4::test::readInterfaceTables();
     ASSERT_EQ(rows.size(), fictl::functions().size());
     for (const SFunction& function : fictl::functions()) {
-        const SRow& row = rows.at(function.name);
+        const auto& row = rows.at(function.name);
         EXPECT_EQ(function.isGated, row.gated == "yes") << function.name;
-        if (namesIn(row.needs).empty()) continue;  // interpose, supports_fitype: the status alone
         EXPECT_EQ(needsOf(function), namesIn(row.needs)) << function.name;
+        const bool hasOutputs = std::any_of(function.arguments.begin(), function.arguments.end(),
+                                            [](const SArgument& argument) { return argument.isOutput; });
+        const bool isInNode = function.name == "supports_fitype";
+        EXPECT_EQ(hasOutputs || isInNode, row.outputs != "-") << function.name;
     }
 }
 
 TEST(ProviderCheckFacts, EachCheckNamesItsPlaceInThePage)
 {
-    const std::string page = base_test::contentOf(FICTL_HOST_INTERFACE);
+    const std::string page = base_test::contentOf(CDPFI_SOURCE_DIR "/docs/host-interface.md");
     for (const fictl::SProviderCheck& check : fictl::providerChecks()) {
         const std::string holds = check.holds;
         if (holds == "the first paragraph") continue;
