@@ -336,7 +336,7 @@ TEST_F(CDryRunTest, LeavesNoFolderBehind)
 TEST_F(CDryRunTest, IsForCommandsThatChangeAppliances)
 {
     EXPECT_EQ(site.fictl("production", {"--dry-run", "snapshot", "list"}).err,
-              "fictl: --dry-run is for snapshot create, import, release and delete\n  next: fictl --help\n");
+              "fictl: --dry-run is for snapshot create, import, release, delete and prune\n  next: fictl --help\n");
     EXPECT_EQ(site.fictl("production", {"--dry-run", "doctor"}).status, 2);
     const fs::path talk = site.folder() / "talk";
     EXPECT_EQ(site.fictl("production", {"--dry-run", "--record", talk, "snapshot", "delete", "x"}).status, 2);

@@ -25,10 +25,10 @@ TEST_F(CCatalogFileTest, AFreshOneHasAllItsTablesAndKeepsALog)
     begin();
     EXPECT_EQ(textOf("PRAGMA integrity_check"), "ok");
     EXPECT_EQ(textOf("PRAGMA journal_mode"), "wal");
-    EXPECT_EQ(
-        textOf("SELECT group_concat(name, ' ') FROM (SELECT name FROM sqlite_schema WHERE sql <> '' ORDER BY 1)"),
-        "checkpoint_time device history history_is_kept history_object history_object_by_name history_run snapshot "
-        "snapshot_by_checkpoint sqlite_sequence");
+    EXPECT_EQ(textOf("SELECT group_concat(name, ' ') FROM (SELECT name FROM sqlite_schema WHERE sql <> '' ORDER BY 1)"),
+              "checkpoint_time device history history_is_kept history_object history_object_by_name history_run label "
+              "snapshot "
+              "snapshot_by_checkpoint sqlite_sequence");
     EXPECT_FALSE(fs::exists(catalog() + ".part"));
 }
 
@@ -103,7 +103,7 @@ TEST_F(CCatalogFileTest, ADatabaseWithoutTablesIsNoNewCatalog)
     fs::create_directories(folder());
     change("PRAGMA journal_mode = WAL; CREATE TABLE t (x); DROP TABLE t");
     EXPECT_EQ(refusal({"snapshot", "delete", "s"}),
-              "catalog " + catalog() + ": not a catalog of this fictl (layout 0, this fictl reads 3)");
+              "catalog " + catalog() + ": not a catalog of this fictl (layout 0, this fictl reads 4)");
 }
 
 TEST_F(CCatalogFileTest, RootTheUserAndWhomTheAdministratorNamesMayOwnIt)

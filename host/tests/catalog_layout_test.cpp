@@ -7,6 +7,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// What makes layout 3 of layout 4.
+constexpr const char* WITHOUT_LABELS =
+    "DROP TABLE label; ALTER TABLE snapshot DROP COLUMN creator; ALTER TABLE snapshot DROP COLUMN note;"
+    "PRAGMA user_version = 3;";
+
 class CCatalogLayoutTest : public CCatalogTest
 {
   protected:
@@ -17,6 +22,7 @@ class CCatalogLayoutTest : public CCatalogTest
         ASSERT_EQ(fictl({"snapshot", "create", "seen", "/dev/fake3"}).exit, 0);
         ASSERT_EQ(fictl({"snapshot", "import", "seen"}).exit, 0);
         m_before = fictl({"snapshot", "list"}).out;
+        change(WITHOUT_LABELS);
         change(
             "DROP INDEX snapshot_by_checkpoint; DROP TABLE checkpoint_time;"
             "DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run;"
@@ -118,6 +124,7 @@ class CSecondLayoutTest : public CCatalogTest
         CCatalogTest::SetUp();
         ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
         m_before = fictl({"snapshot", "export", "s"}).out;
+        change(WITHOUT_LABELS);
         change("DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run; PRAGMA user_version = 2");
     }
 
@@ -154,6 +161,45 @@ TEST_F(CSecondLayoutTest, WithoutTimesIsBroughtUpToDateToo)
     EXPECT_EQ(state("s"), "complete");
     EXPECT_EQ(fictl({"snapshot", "delete", "s"}).exit, 0);
     EXPECT_EQ(textOf("SELECT count(*) FROM checkpoint_time"), "0");
+}
+
+/// A catalog of layout 3, which knew neither labels and notes nor who made a snapshot.
+class CThirdLayoutTest : public CCatalogTest
+{
+  protected:
+    void SetUp() override
+    {
+        CCatalogTest::SetUp();
+        ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
+        change(WITHOUT_LABELS);
+    }
+
+    nlohmann::json shown() const { return fictlJson({"snapshot", "show", "s"}).document()["snapshot"]; }
+};
+
+TEST_F(CThirdLayoutTest, ReadsAsItIsWithoutLabels)
+{
+    EXPECT_EQ(shown()["labels"], nlohmann::json::object());
+    EXPECT_EQ(shown()["note"], nullptr);
+    EXPECT_EQ(shown()["creator"], nullptr);
+    EXPECT_EQ(shown()["devices"][0]["made_at"], "2026-01-31T12:00:00Z");
+    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 1U);
+    EXPECT_EQ(fictl({"catalog", "check"}).out, "catalog " + catalog() + " is sound: 1 record with 1 device\n");
+    EXPECT_EQ(textOf("PRAGMA user_version"), "3");
+}
+
+TEST_F(CThirdLayoutTest, IsBroughtUpToDateWholeAndKeptAsItWas)
+{
+    const SRun run = fictl({"snapshot", "label", "s", "tier=gold"});
+    const std::string backup = catalog() + ".version-3.bak";
+    EXPECT_EQ(run.exit, 0);
+    EXPECT_EQ(run.err,
+              "fictl: the catalog has the layout of this fictl now; what it was before is kept in " + backup + "\n");
+    EXPECT_EQ(shown()["labels"]["tier"], "gold");
+    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 2U);
+    EXPECT_EQ(textOf(backup, "PRAGMA user_version"), "3");
+    EXPECT_EQ(textOf(backup, "SELECT name FROM snapshot"), "s");
+    EXPECT_EQ(textOf("PRAGMA user_version"), "4");
 }
 
 }  // namespace

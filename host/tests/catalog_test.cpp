@@ -49,11 +49,11 @@ TEST_F(CCatalogTest, TheCatalogIsForItsOwnerOnly)
 TEST_F(CCatalogTest, ACatalogOfAnotherLayoutIsRefused)
 {
     begin();
-    change("PRAGMA user_version = 4");
+    change("PRAGMA user_version = 5");
     const SRun run = fictlJson({"snapshot", "list"});
     EXPECT_EQ(run.exit, 11);
     EXPECT_EQ(run.document()["error"]["code"], "catalog");
-    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 4, this fictl reads 3)"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("not a catalog of this fictl (layout 5, this fictl reads 4)"), std::string::npos) << run.err;
 }
 
 TEST_F(CCatalogTest, ACatalogFromBeforeItsIndexGetsItAndKeepsItsRecords)
@@ -62,6 +62,7 @@ TEST_F(CCatalogTest, ACatalogFromBeforeItsIndexGetsItAndKeepsItsRecords)
     const std::string before = fictl({"snapshot", "list"}).out;
     change(
         "DROP INDEX snapshot_by_checkpoint; DROP TABLE history; DROP TABLE history_object; DROP TABLE history_run; "
+        "DROP TABLE label; ALTER TABLE snapshot DROP COLUMN creator; ALTER TABLE snapshot DROP COLUMN note; "
         "PRAGMA user_version = 2");
     EXPECT_EQ(fictl({"snapshot", "list"}).out, before);
     begin();

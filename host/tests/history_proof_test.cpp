@@ -29,7 +29,7 @@ SHistoryEntry entry(int64_t id, const std::string& command, const std::vector<SH
     SHistoryEntry made;
     made.id = id;
     made.started = "2026-01-31T11:59:59Z";
-    made.host = "here";
+    made.invoker.host = "here";
     made.command = command;
     made.snapshot = snapshot;
     made.objects = objects;

@@ -71,7 +71,10 @@ TEST_F(CFictlTest, ASnapshotHasItsNameFromCreationToDeletionOrIsRefused)
         expectShowable(created.err);
         if (!name.isFor(base_test::SNAPSHOT)) {
             EXPECT_EQ(created.exit, 2) << name.what;
-            EXPECT_EQ(created.message(), '"' + base::printable(name.name) + "\" cannot be a snapshot's name");
+            // Of a brace it says what it could stand for.
+            const std::string refusal = '"' + base::printable(name.name) + "\" cannot be a snapshot's name";
+            EXPECT_TRUE(created.message() == refusal || created.message().starts_with(refusal + ": "))
+                << created.message();
             continue;
         }
         EXPECT_EQ(created.exit, 0) << name.what << created.err;

@@ -113,6 +113,21 @@ TEST(CPseudonymsTest, KeysStayAndBytesAreRenamed)
     EXPECT_EQ(document, (json{{"hex", "ff2067726f757061616161"}}));
 }
 
+TEST(CPseudonymsTest, StandForLabelsAndNotesToo)
+{
+    CNames names;
+    json document = {{"labels", {{"customer", "Acme Ltd"}, {"n", "1"}}},
+                     {"note", "as Acme Ltd asked for"},
+                     {"command", "fictl snapshot create s --label 'customer=Acme Ltd' --note 'as Acme Ltd asked for'"},
+                     {"row", {{"label_key", "customer"}, {"label_value", "Acme Ltd"}}}};
+    names.addAll(document);
+    CPseudonyms(names).rename(document);
+    EXPECT_EQ(document["labels"], (json{{"labelaaab", "label aaaa"}, {"n", "1"}}));
+    EXPECT_EQ(document["note"], "note    aaaa");
+    EXPECT_EQ(document["command"], "fictl snapshot create s --label 'labelaaab=label aaaa' --note 'note    aaaa'");
+    EXPECT_EQ(document["row"], (json{{"label_key", "labelaaab"}, {"label_value", "label aaaa"}}));
+}
+
 TEST(CSecretsTest, AreHiddenInTextsAndDocuments)
 {
     const CSecrets secrets({"db-quiet off\n", "no"}, "...");

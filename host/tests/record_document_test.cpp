@@ -65,7 +65,8 @@ const std::vector<SRefused>& refusedDocuments()
         {"version a fraction", [](json& d) { d["version"] = 1.5; }, "\"version\" is not a number"},
         {"unknown schema", [](json& d) { d["schema_version"] = 2; }, "its \"schema_version\" is unknown"},
         {"schema a text", [](json& d) { d["schema_version"] = "1"; }, "its \"schema_version\" is unknown"},
-        {"unknown version", [](json& d) { d["version"] = 2; }, "version 2 is unknown; this fictl reads version 1"},
+        {"unknown version", [](json& d) { d["version"] = 3; },
+         "version 3 is unknown; this fictl reads versions 1 and 2"},
         {"unknown key", [](json& d) { d["more"] = 1; }, "the document has the unknown key \"more\""},
         {"no name", [](json& d) { d.erase("name"); }, "the document has no \"name\""},
         {"name a number", [](json& d) { d["name"] = 5; }, "\"name\" is not a text"},
@@ -158,6 +159,45 @@ TEST(RecordDocument, CarriesARecord)
         EXPECT_EQ(after.devices[i].state, before.devices[i].state);
         EXPECT_EQ(after.devices[i].made, EMade::YES);
     }
+}
+
+TEST(RecordDocument, CarriesLabelsAndANoteInAVersionOfItsOwn)
+{
+    SSnapshot before = sample();
+    EXPECT_EQ(json::parse(writeDocument(before))["version"], 1);
+    before.labels = {{"tier", "gold"}, {"urgent", ""}};
+    before.note = "before the upgrade";
+    EXPECT_EQ(json::parse(writeDocument(before))["version"], 2);
+    const SSnapshot after = readDocument(writeDocument(before));
+    EXPECT_EQ(after.labels, before.labels);
+    EXPECT_EQ(after.note, before.note);
+}
+
+TEST(RecordDocument, RefusesLabelsAndNotesThatAreNone)
+{
+    SSnapshot labelled = sample();
+    labelled.note = "n";
+    const json good = json::parse(writeDocument(labelled));
+    const auto refusalOf = [&](const char* key, const json& value) {
+        json document = good;
+        document[key] = value;
+        return refusal(document.dump());
+    };
+    EXPECT_NE(refusalOf("labels", json::array()).find("its \"labels\" are not an object"), std::string::npos);
+    EXPECT_NE(refusalOf("labels", {{"a b", "1"}}).find("\"a b\" in its \"labels\" is no label"), std::string::npos);
+    EXPECT_NE(refusalOf("labels", {{"a", 1}}).find("\"a\" in its \"labels\" is no label"), std::string::npos);
+    EXPECT_NE(refusalOf("labels", {{"a", "\n"}}).find("\"a\" in its \"labels\" is no label"), std::string::npos);
+    json many = json::object();
+    for (int i = 0; i < 65; ++i) {
+        many["k" + std::to_string(i)] = "";
+    }
+    EXPECT_NE(refusalOf("labels", many).find("with at most 64 labels"), std::string::npos);
+    EXPECT_NE(refusalOf("note", 1).find("its \"note\" is no note"), std::string::npos);
+    EXPECT_NE(refusalOf("note", std::string(1025, 'n')).find("its \"note\" is no note"), std::string::npos);
+    EXPECT_NE(refusalOf("version", 1).find("has the unknown key"), std::string::npos);
+    json bare = json::parse(writeDocument(sample()));
+    bare["version"] = 2;
+    EXPECT_NE(refusal(bare.dump()).find("the document has no"), std::string::npos);
 }
 
 TEST(RecordDocument, RefusesWhatIsNotARecord)

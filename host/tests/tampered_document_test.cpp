@@ -252,7 +252,7 @@ TEST_F(CTamperedCatalogTest, OfTwoRecordsOfOneCheckpointNeitherIsImported)
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1"}).exit, 0);
     change(
         "INSERT INTO snapshot SELECT 't', state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, "
-        "start_time, exported, pid_namespace, owner_lock FROM snapshot; "
+        "start_time, exported, pid_namespace, owner_lock, creator, note FROM snapshot; "
         "INSERT INTO device SELECT 't', position, source, node, target, made, import_path, appliance_type, appliance, "
         "cgroup, time_image, checkpoint, serial, import_serial, image_asked FROM device");
     const SRun run = fictlJson({"snapshot", "import", "t"});

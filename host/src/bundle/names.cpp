@@ -86,7 +86,10 @@ constexpr SNamingKey NAMING_KEYS[] = {{"appliance", ENamed::APPLIANCE},
                                       {"serial", ENamed::SERIAL},
                                       {"import_serial", ENamed::SERIAL},
                                       {"target_serial", ENamed::SERIAL},
-                                      {"host", ENamed::HOST}};
+                                      {"host", ENamed::HOST},
+                                      {"label_key", ENamed::LABEL},
+                                      {"label_value", ENamed::LABEL},
+                                      {"note", ENamed::NOTE}};
 
 // What stands before names in double quotes, in commands and in messages. Of several, all but the last name copies,
 // which are called after what they are copies of or after nothing that is anybody's.
@@ -124,6 +127,14 @@ void CNames::addHost(const std::string& name)
 void CNames::addPath(const std::string& path)
 {
     add(ENamed::LUN, path.substr(path.rfind('/') + 1));
+}
+
+void CNames::addLabels(const json& labels)
+{
+    for (const auto& [key, value] : labels.items()) {
+        add(ENamed::LABEL, key);
+        if (value.is_string()) add(ENamed::LABEL, value);
+    }
 }
 
 void CNames::addLuns(const json& luns)
@@ -191,6 +202,7 @@ void CNames::addAll(const json& document)
     if (document.is_string()) return addText(document.get_ref<const std::string&>());
     if (document.is_object()) {
         for (const auto& [kind, known] : document.items()) {
+            if (kind == LABELS_KEY && known.is_object()) addLabels(known);
             if (!known.is_string()) continue;
             for (const SNamingKey& entry : NAMING_KEYS) {
                 if (kind == entry.key) add(entry.kind, known);

@@ -17,12 +17,18 @@ enum class ENamed
     GROUP,
     LUN,
     SERIAL,
+    LABEL,
+    NOTE,
 };
 
+/// Key of the object in a document that has the labels of a snapshot: its keys are words of people, too.
+inline constexpr const char* LABELS_KEY = "labels";
+
 /**
- * The names of hosts, groups and LUNs that stand in documents, in listings and in the commands that ask for them. A
- * name of several kinds counts as the first of them. Those that are words of the listings and messages themselves, or
- * shorter than three bytes, are passed over: nobody could tell where such a text is the name.
+ * The names of hosts, groups and LUNs, and the labels and notes of snapshots, that stand in documents, in listings and
+ * in the commands that ask for them. A name of several kinds counts as the first of them. Those that are words of the
+ * listings and messages themselves, or shorter than three bytes, are passed over: nobody could tell where such a text
+ * is the name.
  */
 class CNames
 {
@@ -41,6 +47,7 @@ class CNames
   private:
     void addHost(const std::string& name);
     void addPath(const std::string& path);
+    void addLabels(const nlohmann::json& labels);
     void addLuns(const nlohmann::json& luns);
     void addText(const std::string& text);
     void addLine(std::string_view line);

@@ -45,7 +45,8 @@ std::string lettersOf(size_t number)
 
 std::string pseudonymOf(ENamed kind, const std::string& name, size_t number)
 {
-    constexpr std::array PREFIXES = {"appliance", "host", "domain", "", "group", "lun", "SERIAL"};  // of ENamed
+    constexpr std::array PREFIXES = {"appliance", "host",   "domain", "",    "group",
+                                     "lun",       "SERIAL", "label",  "note"};  // of ENamed
     constexpr size_t ADDRESSES = 250;
     if (kind == ENamed::ADDRESS) {  // of those that stand in documentation only
         return name.find(':') != std::string::npos
@@ -111,6 +112,16 @@ std::string CPseudonyms::renamed(const std::string& text) const
     return result;
 }
 
+void CPseudonyms::renameKeys(json& labels) const
+{
+    if (!labels.is_object()) return;
+    json renamedLabels = json::object();
+    for (const auto& [key, value] : labels.items()) {
+        renamedLabels[renamed(key)] = value;
+    }
+    labels = std::move(renamedLabels);
+}
+
 void CPseudonyms::rename(json& document) const
 {
     if (document.is_string()) {
@@ -118,6 +129,7 @@ void CPseudonyms::rename(json& document) const
     } else if (isHex(document)) {
         document = conversationText(renamed(bytesOf(document["hex"])));
     } else if (document.is_structured()) {
+        if (document.is_object() && document.contains(LABELS_KEY)) renameKeys(document[LABELS_KEY]);
         for (json& part : document) {
             rename(part);
         }

@@ -21,10 +21,12 @@ class CPseudonyms
     explicit CPseudonyms(const CNames& names);
 
     std::string renamed(const std::string& text) const;
-    /// All texts of a document, also those that stand in it as {"hex": ...}; its keys are left.
+    /// All texts of a document, also those that stand in it as {"hex": ...}; its keys are left, but for those of
+    /// labels.
     void rename(nlohmann::json& document) const;
 
   private:
+    void renameKeys(nlohmann::json& labels) const;
     /// Bytes of the name that begins there; 0 when none does.
     size_t nameAt(const std::string& text, size_t at) const;
 

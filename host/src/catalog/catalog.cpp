@@ -7,6 +7,7 @@
 #include "host/src/catalog/catalog_layout.h"
 #include "host/src/catalog/checkpoint_time_table.h"
 #include "host/src/catalog/command_history.h"
+#include "host/src/catalog/label_table.h"
 
 namespace fictl {
 
@@ -130,8 +131,8 @@ void CCatalog::writeHead(const SSnapshot& snapshot)
     // The devices refer to the row, so one that is there is changed and not replaced.
     base::CSqliteQuery row(*m_database,
                            "INSERT INTO snapshot (name, state, provider, checkpoint, created, origin, thaw, message, "
-                           "pid, boot_id, start_time, exported, pid_namespace, owner_lock) "
-                           "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?) "
+                           "pid, boot_id, start_time, exported, pid_namespace, owner_lock, creator, note) "
+                           "VALUES (?,?,?,?,?,?,?,?,?,?,?,?,?,?,?,?) "
                            "ON CONFLICT (name) DO UPDATE SET state = excluded.state, thaw = excluded.thaw, "
                            "message = excluded.message, pid = excluded.pid, boot_id = excluded.boot_id, "
                            "start_time = excluded.start_time, exported = max(exported, excluded.exported), "
@@ -139,7 +140,8 @@ void CCatalog::writeHead(const SSnapshot& snapshot)
     row.bind(snapshot.name).bind(stateText(snapshot.state)).bind(snapshot.provider).bind(snapshot.checkpoint);
     row.bind(snapshot.created).bind(snapshot.origin).bind(snapshot.thaw).bind(snapshot.message);
     row.bind(snapshot.owner.pid).bind(snapshot.owner.bootId).bind(snapshot.owner.startTime);
-    row.bind(snapshot.exported).bind(snapshot.owner.pidNamespace).bind(snapshot.owner.lock).run();
+    row.bind(snapshot.exported).bind(snapshot.owner.pidNamespace).bind(snapshot.owner.lock);
+    row.bind(snapshot.creator).bind(snapshot.note).run();
 }
 
 void CCatalog::writeDevice(const std::string& snapshot, size_t position, const SDevice& device)
@@ -164,6 +166,7 @@ void CCatalog::insert(const SSnapshot& snapshot)
                          howToGoOn(*present));
         }
         write(snapshot);
+        writeLabels(*m_database, snapshot.name, snapshot.labels);
         return aboutToBeAsked(snapshot);
     });
 }
@@ -203,6 +206,19 @@ void CCatalog::markExported(const std::string& name)
         base::CSqliteQuery(*m_database, "UPDATE snapshot SET exported = 1 WHERE name = ?", name).run();
         return NOTHING_ASKED;
     });
+}
+
+SSnapshot CCatalog::annotate(const std::string& name, const SAnnotationChange& annotation)
+{
+    std::optional<SSnapshot> record;
+    change(name, [&] {
+        if (!findRecord(*m_database, name)) failNotFound(name);
+        changeAnnotation(*m_database, name, annotation);
+        record = findRecord(*m_database, name);
+        requireFewLabels(record->labels);
+        return NOTHING_ASKED;
+    });
+    return *std::move(record);
 }
 
 void CCatalog::remove(const std::string& name)

@@ -38,7 +38,7 @@ class CCatalog
 
     /// Enters a new record. Throws EFictl (EXISTS) when the name is taken, saying how.
     void insert(const SSnapshot& snapshot);
-    /// Replaces a record as a whole.
+    /// Replaces a record, all but what is said of it once: who made it, its labels and its note.
     void update(const SSnapshot& snapshot);
     /// Replaces a record's head and one of its devices, or those of one group, at a cost that does not grow with the
     /// others.
@@ -46,6 +46,8 @@ class CCatalog
     void updateGroup(const SSnapshot& snapshot, const GroupKey& group);
     /// Remembers that another host may have the record; does not touch the rest of it.
     void markExported(const std::string& name);
+    /// Changes labels and note, whatever is at work on the record. Throws EFictl (USAGE) for too many labels.
+    SSnapshot annotate(const std::string& name, const SAnnotationChange& annotation);
     void remove(const std::string& name);
     /// Removes a record that no living process is at work on, in one of the states allowed, of which the appliances are
     /// asked for nothing; throws as take. Returns it.

@@ -62,6 +62,8 @@ const STextColumn SNAPSHOT_TEXTS[] = {
     {"message", isUtf8Text, NOT_UTF8},
     {"boot_id", isPlain, NOT_PLAIN},
     {"pid_namespace", isPlain, NOT_PLAIN},
+    {"creator", isPlain, NOT_PLAIN},
+    {"note", [](const std::string& text) { return isNote(text); }, "is no note"},
 };
 constexpr SNumberColumn SNAPSHOT_NUMBERS[] = {{"pid", 0, std::numeric_limits<int32_t>::max()},
                                               {"start_time", -1, MOST},
@@ -87,6 +89,11 @@ const STextColumn TIME_TEXTS[] = {
     {"appliance", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
     {"cgroup", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
     {"made_at", isPlainAndThere, NOT_PLAIN_OR_EMPTY},
+};
+
+const STextColumn LABEL_TEXTS[] = {
+    {"label_key", [](const std::string& text) { return isLabelKey(text); }, "is no label's key"},
+    {"label_value", [](const std::string& text) { return isLabelValue(text); }, "is no label's value"},
 };
 
 const STextColumn HISTORY_TEXTS[] = {
@@ -153,6 +160,7 @@ struct STable
 const STable SNAPSHOTS = {"snapshot", SNAPSHOT_TEXTS, SNAPSHOT_NUMBERS, "name = ?"};
 const STable DEVICES = {"device", DEVICE_TEXTS, DEVICE_NUMBERS, "snapshot = ? AND position = ?"};
 const STable TIMES = {"checkpoint_time", TIME_TEXTS, {}, "snapshot = ? AND appliance = ? AND cgroup = ?"};
+const STable LABELS = {"label", LABEL_TEXTS, {}, "snapshot = ? AND label_key = ?"};
 const STable HISTORY = {"history", HISTORY_TEXTS, HISTORY_NUMBERS, "id = ?"};
 const STable OBJECTS = {"history_object", OBJECT_TEXTS, {}, "entry = ? AND position = ?"};
 const STable RUNS = {"history_run", RUN_TEXTS, RUN_NUMBERS, "entry = ? AND position = ?"};
@@ -168,6 +176,7 @@ class CCatalogCheck
         checkSnapshots();
         checkDevices();
         checkTimes();
+        checkLabels();
         checkHistory();
         return std::move(m_state);
     }
@@ -219,6 +228,19 @@ class CCatalogCheck
             checkSnapshotOf(TIMES, name, snapshot);
             values.again(snapshot, row.text(1), row.text(2));
             checkRow(TIMES, name, values);
+        }
+    }
+
+    void checkLabels()
+    {
+        base::CSqliteQuery values(m_database, LABELS.query().c_str(), "", "");
+        base::CSqliteQuery row(m_database, "SELECT snapshot, label_key FROM label ORDER BY 1, 2");
+        while (row.next()) {
+            const std::string snapshot = row.text(0);
+            const std::string name = snapshot + "/" + row.text(1);
+            checkSnapshotOf(LABELS, name, snapshot);
+            values.again(snapshot, row.text(1));
+            checkRow(LABELS, name, values);
         }
     }
 

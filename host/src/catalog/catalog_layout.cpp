@@ -16,15 +16,12 @@ namespace {
 
 // Says that the file is a catalog of fictl ("fict") in this layout; another layout gets another version.
 constexpr int64_t APPLICATION_ID = 0x66696374;
-constexpr int64_t VERSION = 3;
+constexpr int64_t VERSION = 4;
 static_assert(APPLICATION_ID == 1718182772, "written out in the schema");
 
-enum class ELayout
-{
-    CURRENT,
-    SECOND,
-    FIRST,
-};
+// Layouts that are brought up to date.
+constexpr int64_t FIRST = 1;
+constexpr int64_t SECOND = 2;
 
 constexpr const char* SCHEMA = R"(
 CREATE TABLE snapshot (
@@ -70,7 +67,17 @@ CREATE TABLE history_run (
     PRIMARY KEY (entry, position)) STRICT;
 CREATE TRIGGER history_is_kept BEFORE UPDATE ON history WHEN OLD.ended = 1
     BEGIN SELECT RAISE(ABORT, 'an entry of the history that is complete is not changed'); END;
-PRAGMA user_version = 3;
+)";
+
+// What layout 4 has beyond that.
+constexpr const char* ADDED_BY_VERSION_4 = R"(
+ALTER TABLE snapshot ADD COLUMN creator TEXT NOT NULL DEFAULT '';
+ALTER TABLE snapshot ADD COLUMN note TEXT NOT NULL DEFAULT '';
+CREATE TABLE label (
+    snapshot TEXT NOT NULL REFERENCES snapshot(name) ON DELETE CASCADE, label_key TEXT NOT NULL,
+    label_value TEXT NOT NULL,
+    PRIMARY KEY (snapshot, label_key)) STRICT;
+PRAGMA user_version = 4;
 )";
 
 // Layout 1 did not say which images were asked for, nor which records were exported: each counts as such where it may
@@ -90,15 +97,20 @@ UPDATE device SET image_asked = 1 WHERE import_path <> '' OR snapshot IN
 constexpr const char* SHOWN_FROM_VERSION_1 = R"(
 CREATE TEMP VIEW snapshot AS SELECT *,
     origin = 'created' AND state NOT IN ('creating', 'partial', 'failed') AS exported,
-    '' AS pid_namespace, 0 AS owner_lock FROM main.snapshot;
+    '' AS pid_namespace, 0 AS owner_lock, '' AS creator, '' AS note FROM main.snapshot;
 CREATE TEMP VIEW device AS SELECT *, '' AS import_serial,
     import_path <> '' OR snapshot IN (SELECT name FROM main.snapshot
         WHERE state NOT IN ('creating', 'partial', 'failed', 'complete')) AS image_asked FROM main.device;
 )";
 
+constexpr const char* SHOWN_FROM_LATER_VERSIONS =
+    "CREATE TEMP VIEW snapshot AS SELECT *, '' AS creator, '' AS note FROM main.snapshot";
+
 // What an older layout does not have at all reads as empty.
+constexpr const char* SHOWN_WITHOUT_LABELS = R"(
+CREATE TEMP VIEW label AS SELECT '' AS snapshot, '' AS label_key, '' AS label_value WHERE 0;
+)";
 constexpr const char* SHOWN_WITHOUT_HISTORY = R"(
-PRAGMA temp_store = MEMORY;
 CREATE TEMP VIEW history AS SELECT 0 AS id, '' AS started, '' AS host, '' AS user, '' AS sudo_user, '' AS command,
     '' AS snapshot, 0 AS pid, '' AS boot_id, 0 AS start_time, '' AS pid_namespace, 0 AS owner_lock, 0 AS ended,
     0 AS exit, 0 AS microseconds, 0 AS frozen, '' AS message, 0 AS looks, 0 AS lost, 0 AS bytes WHERE 0;
@@ -119,13 +131,11 @@ int64_t numberOf(const base::CSqliteDatabase& database, const char* sql)
     return query.next() ? query.integer(0) : 0;
 }
 
-ELayout layoutOf(const base::CSqliteDatabase& database, const std::string& path)
+int64_t layoutOf(const base::CSqliteDatabase& database, const std::string& path)
 {
     const int64_t version = numberOf(database, "PRAGMA user_version");
     const bool isCatalog = numberOf(database, "PRAGMA application_id") == APPLICATION_ID;
-    if (isCatalog && version == 1) return ELayout::FIRST;
-    if (isCatalog && version == 2) return ELayout::SECOND;
-    if (isCatalog && version == VERSION) return ELayout::CURRENT;
+    if (isCatalog && version >= FIRST && version <= VERSION) return version;
     throw EFictl(EExit::CATALOG,
                  "catalog " + path + ": not a catalog of this fictl (layout " + std::to_string(version) +
                      ", this fictl reads " + std::to_string(VERSION) + ")",
@@ -138,14 +148,13 @@ bool holds(const std::string& file, const std::string& content)
     return there && there.text == content;
 }
 
-std::string backupName(const std::string& path, ELayout layout, int number)
+std::string backupName(const std::string& path, int64_t layout, int number)
 {
-    return path + (layout == ELayout::FIRST ? ".version-1" : ".version-2") +
-           (number == 1 ? "" : "-" + std::to_string(number)) + ".bak";
+    return path + ".version-" + std::to_string(layout) + (number == 1 ? "" : "-" + std::to_string(number)) + ".bak";
 }
 
 // Gives the name of the file that holds it.
-std::string keepBackup(const std::string& path, ELayout layout, const std::string& content)
+std::string keepBackup(const std::string& path, int64_t layout, const std::string& content)
 {
     for (int number = 1;; ++number) {
         std::string name = backupName(path, layout, number);
@@ -160,7 +169,7 @@ std::string keepBackup(const std::string& path, ELayout layout, const std::strin
     }
 }
 
-std::string keepBackup(const base::CSqliteDatabase& database, const std::string& path, ELayout layout)
+std::string keepBackup(const base::CSqliteDatabase& database, const std::string& path, int64_t layout)
 {
     try {
         return keepBackup(path, layout, database.content());
@@ -180,6 +189,7 @@ std::string emptyCatalog()
                                    std::chrono::milliseconds(0));
     database.execute(SCHEMA);
     database.execute(ADDED_BY_VERSION_3);
+    database.execute(ADDED_BY_VERSION_4);
     std::string bytes = database.content();
     // The header's two bytes that say that changes go to a log first. As a change of its own, made later, this could be
     // cut in half, and somebody who may only read could not undo it.
@@ -193,14 +203,15 @@ std::string emptyCatalog()
 
 void bringUpToDate(base::CSqliteDatabase& database, const std::string& path)
 {
-    if (layoutOf(database, path) == ELayout::CURRENT) return;
+    if (layoutOf(database, path) == VERSION) return;
     base::CSqliteTransaction transaction(database, base::CSqliteTransaction::EKind::WRITE);
     // Another process may have changed the tables meanwhile.
-    const ELayout layout = layoutOf(database, path);
-    if (layout == ELayout::CURRENT) return;
+    const int64_t layout = layoutOf(database, path);
+    if (layout == VERSION) return;
     const std::string backup = keepBackup(database, path, layout);
-    if (layout == ELayout::FIRST) database.execute(FROM_VERSION_1);
-    database.execute(ADDED_BY_VERSION_3);
+    if (layout == FIRST) database.execute(FROM_VERSION_1);
+    if (layout <= SECOND) database.execute(ADDED_BY_VERSION_3);
+    database.execute(ADDED_BY_VERSION_4);
     transaction.commit();
     CProgress::write("fictl: the catalog has the layout of this fictl now; what it was before is kept in " +
                      printable(backup) + "\n");
@@ -208,10 +219,12 @@ void bringUpToDate(base::CSqliteDatabase& database, const std::string& path)
 
 void readAsUpToDate(base::CSqliteDatabase& database, const std::string& path)
 {
-    const ELayout layout = layoutOf(database, path);
-    if (layout == ELayout::CURRENT) return;
-    database.execute(SHOWN_WITHOUT_HISTORY);
-    if (layout == ELayout::FIRST) database.execute(SHOWN_FROM_VERSION_1);
+    const int64_t layout = layoutOf(database, path);
+    if (layout == VERSION) return;
+    database.execute("PRAGMA temp_store = MEMORY");
+    database.execute(SHOWN_WITHOUT_LABELS);
+    database.execute(layout == FIRST ? SHOWN_FROM_VERSION_1 : SHOWN_FROM_LATER_VERSIONS);
+    if (layout <= SECOND) database.execute(SHOWN_WITHOUT_HISTORY);
     if (numberOf(database, HAS_TIMES) == 0) database.execute(SHOWN_WITHOUT_TIMES);
 }
 

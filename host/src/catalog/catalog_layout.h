@@ -11,7 +11,7 @@ std::string emptyCatalog();
 
 /**
  * Brings the tables to the layout of this fictl. What the file held under the former one is kept beside it first:
- * PATH.version-1.bak or PATH.version-2.bak, whole, on disk, for its owner only; one that is there already and differs
+ * PATH.version-3.bak (or whichever it was), whole, on disk, for its owner only; one that is there already and differs
  * stays, and another name is taken. Standard error tells of that. Throws EFictl (CATALOG) for a file of a layout that
  * this fictl does not know, and as base::CSqliteDatabase does.
  */

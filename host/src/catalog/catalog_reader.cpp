@@ -51,6 +51,15 @@ void CCatalogReader::read(const CCatalogReading::Work& work)
     telling(m_path, "read", [&] { m_reading->run(work); });
 }
 
+std::set<std::string> CCatalogReader::names()
+{
+    std::vector<std::string> names;
+    if (isThere()) {
+        read([&](const base::CSqliteDatabase& database) { names = namesOf(database); });
+    }
+    return {names.begin(), names.end()};
+}
+
 SListing CCatalogReader::list()
 {
     SListing listing;
@@ -60,12 +69,18 @@ SListing CCatalogReader::list()
     return listing;
 }
 
-SSnapshot CCatalogReader::get(const std::string& name)
+std::optional<SSnapshot> CCatalogReader::find(const std::string& name)
 {
     std::optional<SSnapshot> snapshot;
     if (isThere()) {
         read([&](const base::CSqliteDatabase& database) { snapshot = findRecord(database, name); });
     }
+    return snapshot;
+}
+
+SSnapshot CCatalogReader::get(const std::string& name)
+{
+    std::optional<SSnapshot> snapshot = find(name);
     if (!snapshot) failNotFound(name);
     return *std::move(snapshot);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -33,8 +35,12 @@ class CCatalogReader
     const std::string& path() const { return m_path; }
     bool isThere() const { return m_reading.has_value(); }
 
+    /// Names of all records, also of those that cannot be read.
+    std::set<std::string> names();
     /// All records; one that cannot be read hides only itself.
     SListing list();
+    /// Nothing when there is none. Throws EFictl (CATALOG) when it cannot be read.
+    std::optional<SSnapshot> find(const std::string& name);
     /// Throws EFictl (NOT_FOUND) when there is none, EFictl (CATALOG) when it cannot be read.
     SSnapshot get(const std::string& name);
     /// Does work that reads; not for a catalog that is not there.

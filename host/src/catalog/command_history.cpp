@@ -1,17 +1,13 @@
 #include "host/src/catalog/command_history.h"
 
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
-#include <cstdlib>
 #include <utility>
 #include <vector>
 
 #include "host/src/catalog/history_table.h"
 #include "host/src/output/progress.h"
-#include "host/src/process/host_name.h"
+#include "host/src/process/invoker.h"
 #include "host/src/provider/naming.h"
 #include "host/src/runs/appliance_answer.h"
 #include "host/src/runs/appliance_report.h"
@@ -27,21 +23,6 @@ constexpr size_t MOST_RUNS = 1000;
 constexpr size_t LONGEST_TEXT = 4000;
 
 CCommandHistory* g_current = nullptr;
-
-std::string userName(uid_t user)
-{
-    passwd entry{};
-    passwd* found = nullptr;
-    std::vector<char> buffer(16384);
-    const bool isKnown = getpwuid_r(user, &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr;
-    return isKnown ? printable(found->pw_name) : std::to_string(user);
-}
-
-std::string sudoUser()
-{
-    const char* const name = geteuid() == 0 ? secure_getenv("SUDO_USER") : nullptr;
-    return name == nullptr ? std::string() : printable(shortened(name, std::string_view(name).size()));
-}
 
 std::string cut(const std::string& text)
 {
@@ -106,9 +87,7 @@ CCommandHistory::CCommandHistory(const std::string& command)
 {
     const UtcTime now = std::chrono::system_clock::now();
     m_entry.started = utcSecondsText(now);
-    m_entry.host = printable(systemHostName());
-    m_entry.user = userName(getuid());
-    m_entry.sudoUser = sudoUser();
+    m_entry.invoker = SInvoker::ofThisProcess();
     m_entry.command = cut(command);
     g_current = this;
 }

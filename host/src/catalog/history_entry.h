@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/src/process/invoker.h"
 #include "host/src/process/process_identity.h"
 
 namespace fictl {
@@ -64,9 +65,7 @@ struct SHistoryEntry
 {
     int64_t id = 0;  ///< grows from entry to entry
     std::string started;
-    std::string host;
-    std::string user;
-    std::string sudoUser;  ///< who became that user with sudo; empty when nobody did
+    SInvoker invoker;
     std::string command;   ///< the command line, without what may be secret
     std::string snapshot;  ///< the one that it is about; empty when it came to none
     SProcessIdentity process;

@@ -61,9 +61,9 @@ json historyJson(const SHistoryEntry& entry)
     return {
         {"number", entry.id},
         {"started", entry.started},
-        {"host", entry.host},
-        {"user", entry.user},
-        {"sudo_user", textOrNull(entry.sudoUser)},
+        {"host", entry.invoker.host},
+        {"user", entry.invoker.user},
+        {"sudo_user", textOrNull(entry.invoker.sudoUser)},
         {"command", entry.command},
         {"snapshot", textOrNull(entry.snapshot)},
         {"process", entry.process.pid},

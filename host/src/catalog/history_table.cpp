@@ -82,9 +82,9 @@ SHistoryEntry entryOf(const base::CSqliteQuery& row)
     SHistoryEntry entry;
     entry.id = row.integer(0);
     entry.started = row.text(1);
-    entry.host = row.text(2);
-    entry.user = row.text(3);
-    entry.sudoUser = row.text(4);
+    entry.invoker.host = row.text(2);
+    entry.invoker.user = row.text(3);
+    entry.invoker.sudoUser = row.text(4);
     entry.command = row.text(5);
     entry.snapshot = row.text(6);
     entry.process = {.pid = row.integer(7),
@@ -116,7 +116,8 @@ int64_t enterHistory(base::CSqliteDatabase& database, const SHistoryEntry& entry
     base::CSqliteQuery row(database,
                            "INSERT INTO history (started, host, user, sudo_user, command, snapshot, pid, boot_id, "
                            "start_time, pid_namespace, owner_lock, bytes) VALUES (?,?,?,?,?,?,?,?,?,?,?,?)",
-                           entry.started, entry.host, entry.user, entry.sudoUser, entry.command, entry.snapshot);
+                           entry.started, entry.invoker.host, entry.invoker.user, entry.invoker.sudoUser, entry.command,
+                           entry.snapshot);
     row.bind(entry.process.pid).bind(entry.process.bootId).bind(entry.process.startTime);
     row.bind(entry.process.pidNamespace).bind(entry.process.lock).bind(bytesOf(entry)).run();
     return database.lastId();

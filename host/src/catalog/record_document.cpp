@@ -19,6 +19,8 @@ using nlohmann::json;
 
 constexpr const char* FORMAT = "fictl-snapshot";
 constexpr int64_t VERSION = 1;
+constexpr int64_t VERSION_WITH_LABELS = 2;
+constexpr int64_t ANSWER_VERSION = 1;
 constexpr int DEEPEST = 4;
 constexpr size_t LONGEST_TEXT = 4096;
 constexpr size_t MOST_DEVICES = 4096;
@@ -74,11 +76,21 @@ void checkHead(const json& document)
     if (format == document.end() || *format != FORMAT) reject("its \"format\" is not \"fictl-snapshot\"");
     const auto version = document.find("version");
     if (version == document.end() || !version->is_number_integer()) reject("its \"version\" is not a number");
-    if (*version != VERSION) reject("version " + version->dump() + " is unknown; this fictl reads version 1");
+    if (*version != VERSION && *version != VERSION_WITH_LABELS) {
+        reject("version " + version->dump() + " is unknown; this fictl reads versions 1 and 2");
+    }
     // The version of the documents of fictl's answers, of which this can be one; it says nothing about the record.
     json record = document;
-    if (record.value("schema_version", json(VERSION)) != VERSION) reject("its \"schema_version\" is unknown");
+    if (record.value("schema_version", json(ANSWER_VERSION)) != ANSWER_VERSION) {
+        reject("its \"schema_version\" is unknown");
+    }
     record.erase("schema_version");
+    if (*version == VERSION_WITH_LABELS) {
+        requireKeys(record,
+                    {"format", "version", "name", "provider", "created", "checkpoint", "devices", "labels", "note"},
+                    "the document");
+        return;
+    }
     requireKeys(record, {"format", "version", "name", "provider", "created", "checkpoint", "devices"}, "the document");
 }
 
@@ -89,6 +101,23 @@ std::string dump(const json& document)
     } catch (const json::type_error&) {
         reject("a name in it is not valid UTF-8");
     }
+}
+
+void readAnnotation(const json& document, SSnapshot& snapshot)
+{
+    if (document.at("version") != VERSION_WITH_LABELS) return;
+    const json& labels = document.at("labels");
+    if (!labels.is_object() || labels.size() > MOST_LABELS) {
+        reject("its \"labels\" are not an object with at most " + std::to_string(MOST_LABELS) + " labels");
+    }
+    for (const auto& [key, value] : labels.items()) {
+        const bool isLabel = isLabelKey(key) && value.is_string() && isLabelValue(value.get_ref<const std::string&>());
+        if (!isLabel) reject("\"" + printable(key) + "\" in its \"labels\" is no label");
+        snapshot.labels.emplace(key, value);
+    }
+    const json& note = document.at("note");
+    if (!note.is_string() || !isNote(note.get_ref<const std::string&>())) reject("its \"note\" is no note");
+    snapshot.note = note;
 }
 
 SSnapshot readRecord(std::string_view text)
@@ -105,6 +134,7 @@ SSnapshot readRecord(std::string_view text)
     if (!isSnapshotName(snapshot.name)) reject("its \"name\" is not a snapshot's name");
     if (!isProviderName(snapshot.provider)) reject("its \"provider\" is not a provider's name");
     if (!naming::isCheckpointName(snapshot.checkpoint)) reject("its \"checkpoint\" is not a checkpoint's name");
+    readAnnotation(document, snapshot);
     const json& devices = document.at("devices");
     if (!devices.is_array() || devices.empty() || devices.size() > MOST_DEVICES) {
         reject("its \"devices\" is not a list of 1 to " + std::to_string(MOST_DEVICES) + " devices");
@@ -134,14 +164,19 @@ std::string writeDocument(const SSnapshot& snapshot)
                            {"target", device.target},
                            {"state", writeNodeState(device.state)}});
     }
-    const json document = {{"format", FORMAT},
-                           {"version", VERSION},
-                           {"schema_version", VERSION},
-                           {"name", snapshot.name},
-                           {"provider", snapshot.provider},
-                           {"created", snapshot.created},
-                           {"checkpoint", snapshot.checkpoint},
-                           {"devices", devices}};
+    const bool isAnnotated = !snapshot.labels.empty() || !snapshot.note.empty();
+    json document = {{"format", FORMAT},
+                     {"version", isAnnotated ? VERSION_WITH_LABELS : VERSION},
+                     {"schema_version", ANSWER_VERSION},
+                     {"name", snapshot.name},
+                     {"provider", snapshot.provider},
+                     {"created", snapshot.created},
+                     {"checkpoint", snapshot.checkpoint},
+                     {"devices", devices}};
+    if (isAnnotated) {
+        document["labels"] = snapshot.labels;
+        document["note"] = snapshot.note;
+    }
     std::string text = dump(document);
     // Reading it back shows now, not on the other host, that it cannot be carried.
     readDocument(text);

@@ -16,7 +16,11 @@ constexpr size_t DOCUMENT_LIMIT = size_t{1024} * 1024;
  *     { "format": "fictl-snapshot", "version": 1, "name": ..., "provider": ..., "created": ..., "checkpoint": ...,
  *       "devices": [ { "source": ..., "node": ..., "target": ..., "state": ... } ] }
  *
- * "state" is the node's state as the provider gave it. Nothing else may stand in it.
+ * "state" is the node's state as the provider gave it. Nothing else may stand in it, but for labels and a note:
+ *
+ *     { "format": "fictl-snapshot", "version": 2, "labels": { KEY: VALUE, ... }, "note": ..., the others as above }
+ *
+ * A record without them is written as version 1, which every fictl reads.
  */
 std::string writeDocument(const SSnapshot& snapshot);
 

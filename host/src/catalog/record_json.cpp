@@ -46,10 +46,17 @@ json groupsJson(const SSnapshot& snapshot)
 
 json summaryJson(const SSnapshot& snapshot)
 {
-    return {{"name", snapshot.name},          {"state", snapshot.shownState()},
-            {"provider", snapshot.provider},  {"origin", snapshot.origin},
-            {"created", snapshot.created},    {"checkpoint", snapshot.checkpoint},
-            {"groups", groupsJson(snapshot)}, {"device_count", snapshot.devices.size()}};
+    return {{"name", snapshot.name},
+            {"state", snapshot.shownState()},
+            {"provider", snapshot.provider},
+            {"origin", snapshot.origin},
+            {"created", snapshot.created},
+            {"checkpoint", snapshot.checkpoint},
+            {"groups", groupsJson(snapshot)},
+            {"device_count", snapshot.devices.size()},
+            {"labels", snapshot.labels},
+            {"note", textOrNull(snapshot.note)},
+            {"creator", textOrNull(snapshot.creator)}};
 }
 
 json snapshotJson(const SSnapshot& snapshot)

@@ -1,6 +1,7 @@
 #include "host/src/catalog/record_rows.h"
 
 #include "host/src/catalog/checkpoint_time_table.h"
+#include "host/src/catalog/label_table.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -9,7 +10,7 @@ namespace {
 
 constexpr const char* HEAD =
     "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time, exported, "
-    "pid_namespace, owner_lock FROM snapshot WHERE name = ?";
+    "pid_namespace, owner_lock, creator, note FROM snapshot WHERE name = ?";
 
 SSnapshot readHead(const base::CSqliteQuery& row)
 {
@@ -30,6 +31,8 @@ SSnapshot readHead(const base::CSqliteQuery& row)
                       .pidNamespace = row.text(12),
                       .lock = row.integer(13)};
     snapshot.exported = row.integer(11) != 0;
+    snapshot.creator = row.text(14);
+    snapshot.note = row.text(15);
     return snapshot;
 }
 
@@ -97,6 +100,7 @@ std::optional<SSnapshot> CRecordRows::find(const std::string& name)
         snapshot.devices.push_back(readDeviceAt(m_devices, snapshot.devices.size()));
     }
     readCheckpointTimes(m_database, snapshot);
+    snapshot.labels = readLabels(m_database, name);
     return snapshot;
 }
 

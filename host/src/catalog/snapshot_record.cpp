@@ -54,6 +54,16 @@ std::optional<EState> stateOf(const std::string& text)
     return std::nullopt;
 }
 
+std::vector<std::string> shownStates()
+{
+    std::vector<std::string> texts;
+    for (const SStateText& entry : STATES) {
+        texts.emplace_back(entry.text);
+        if (entry.interrupted != nullptr) texts.emplace_back(entry.interrupted);
+    }
+    return texts;
+}
+
 const char* madeText(EMade made)
 {
     switch (made) {
@@ -118,6 +128,21 @@ bool SSnapshot::isImageAsked(const GroupKey& group) const
 {
     const std::vector<const SDevice*> in = devicesOf(group);
     return std::any_of(in.begin(), in.end(), [](const SDevice* device) { return device->imageAsked; });
+}
+
+bool SSnapshot::isWhole() const
+{
+    switch (state) {
+        case EState::COMPLETE:
+        case EState::IMPORTING:
+        case EState::IMPORT_FAILED:
+        case EState::IMPORTED:
+        case EState::RELEASING:
+        case EState::RELEASE_FAILED:
+            return true;
+        default:
+            return false;
+    }
 }
 
 bool SSnapshot::isInterrupted() const

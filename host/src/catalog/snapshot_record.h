@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/src/catalog/labels.h"
 #include "host/src/process/process_identity.h"
 #include "host/src/provider/node_state.h"
 
@@ -31,6 +32,8 @@ enum class EState
 /// Text of a state in the catalog; no state for a text that is none.
 const char* stateText(EState state);
 std::optional<EState> stateOf(const std::string& text);
+/// Every text that SSnapshot::shownState may give.
+std::vector<std::string> shownStates();
 
 /// Whether a device's consistency group has the snapshot's checkpoint.
 enum class EMade
@@ -78,8 +81,11 @@ struct SSnapshot
     EState state = EState::CREATING;
     std::string provider;
     std::string checkpoint;
-    std::string created;     ///< UTC, ISO 8601
-    std::string origin;      ///< "created", "received" or ORIGIN_ADOPTED
+    std::string created;  ///< UTC, ISO 8601
+    std::string origin;   ///< "created", "received" or ORIGIN_ADOPTED
+    std::string creator;  ///< who made it, "root (anna)@payroll"; empty when that is not known
+    Labels labels;
+    std::string note;        ///< empty when there is none
     std::string thaw;        ///< thaw command, while it may still have to run
     std::string message;     ///< why the last step failed; empty when it did not
     bool exported = false;   ///< another host may have the record, too
@@ -100,6 +106,8 @@ struct SSnapshot
     /// Whether another host may work with the snapshot, too: nobody knows what became of an earlier record of one that
     /// was adopted.
     bool isShared() const { return exported || origin == "received" || origin == ORIGIN_ADOPTED; }
+    /// Whether every group has its checkpoint, as far as this catalog knows; its copies may be in any state.
+    bool isWhole() const;
     /// Whether the process that was at work on it is gone.
     bool isInterrupted() const;
     /// Whether a living process is at work on it.

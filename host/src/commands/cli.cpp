@@ -31,19 +31,29 @@ std::vector<std::string> dryWords(int argc, char** argv, const SCommandLine& lin
     std::vector<std::string> words;
     bool isForm = false;  // of this one's answer
     for (std::string& word : harmlessWords(argc, argv, line.secrets)) {
-        const bool isOption = word == "--output" || word.starts_with("--output=") || word == "--dry-run";
+        const bool isFormAlone = word == "--output" || word == "-o";
+        const bool isOption =
+            isFormAlone || word.starts_with("--output=") || word.starts_with("-o") || word == "--dry-run";
         if (!isForm && !isOption) words.push_back(std::move(word));
-        isForm = !isForm && word == "--output";
+        isForm = !isForm && isFormAlone;
     }
     return words;
 }
 
-SResult run(const SCommandLine& line, std::vector<std::string> dryRun)
+EForm formOf(const SCommandLine& line)
+{
+    if (line.output == "json") return EForm::JSON;
+    return line.output == "name" ? EForm::NAMES : EForm::TABLE;
+}
+
+SResult run(const SCommandLine& line, const std::string& shownLine, std::vector<std::string> dryRun)
 {
     const SContext context{
+        .form = formOf(line),
         .provider = line.provider,
         .progress = CProgress(line.isVerbose || isatty(STDERR_FILENO) == 1, std::make_shared<CHeartbeat>()),
         .timeout = line.timeout,
+        .shownLine = shownLine,
         .dryRun = std::move(dryRun),
     };
     obzx_set_run_limit(static_cast<uint64_t>(line.timeout.count()));
@@ -69,12 +79,12 @@ EFictl unexpected(const std::exception& error)
 }
 
 // Runs the command and writes what came of it.
-SHistoryEnd runAndAnswer(const SCommandLine& line, std::vector<std::string> dryRun)
+SHistoryEnd runAndAnswer(const SCommandLine& line, const std::string& shownLine, std::vector<std::string> dryRun)
 {
     CAnswer answer = answerFor(line);
     SHistoryEnd end;
     try {
-        const SResult result = run(line, std::move(dryRun));
+        const SResult result = run(line, shownLine, std::move(dryRun));
         end = endOf(answer.done(result), result.frozenSeconds, "");
     } catch (const EFictl& error) {
         end = endOf(answer.failed(error), error.frozenSeconds(), error.what());
@@ -95,8 +105,9 @@ int runKnown(int argc, char** argv, const SCommandLine& line)
         recording.emplace(line.record, std::move(begin.head), std::move(begin.secrets));
     }
     std::optional<CCommandHistory> history;
-    if (line.isChange) history.emplace(shownCommandLine(argc, argv, line));
-    SHistoryEnd end = runAndAnswer(line, dryWords(argc, argv, line));
+    const std::string shownLine = shownCommandLine(argc, argv, line);
+    if (line.isChange) history.emplace(shownLine);
+    SHistoryEnd end = runAndAnswer(line, shownLine, dryWords(argc, argv, line));
     end.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
     end.message = CSecrets(secrets, "...").hidden(end.message);
     if (history) history->end(end);

@@ -27,7 +27,15 @@ class CLibraryOptions : public COptions
     {
         m_command.add_option(name, values, help)->required(given == EGiven::MUST_BE);
     }
+    void each(const char* name, std::vector<std::string>& values, const char* help) override
+    {
+        m_command.add_option(name, values, help)->allow_extra_args(false);
+    }
     void text(const char* name, std::string& value, const char* help) override
+    {
+        m_command.add_option(name, value, help);
+    }
+    void text(const char* name, std::optional<std::string>& value, const char* help) override
     {
         m_command.add_option(name, value, help);
     }
@@ -47,6 +55,10 @@ class CLibraryOptions : public COptions
             .add_option_function<long>(
                 name, [&value](long given) { value = std::chrono::seconds(given); }, help)
             ->check(CLI::Range(1L, 86400L));
+    }
+    void number(const char* name, size_t& value, const char* help) override
+    {
+        m_command.add_option(name, value, help)->check(CLI::Range(size_t{1}, size_t{1'000'000}))->type_name("N");
     }
     void flag(const char* name, bool& value, const char* help) override { m_command.add_flag(name, value, help); }
 
@@ -81,8 +93,11 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
         CLibraryOptions options(command, line);
         command.callback([&line, &entry, run = entry.declare(options)] {
             if (line.isDryRun && !entry.canBeDry) {
-                throw EFictl(EExit::USAGE, "--dry-run is for snapshot create, import, release and delete",
+                throw EFictl(EExit::USAGE, "--dry-run is for snapshot create, import, release, delete and prune",
                              "fictl --help");
+            }
+            if (line.output == "name" && !entry.hasNames) {
+                throw EFictl(EExit::USAGE, "--output name is for snapshot list", "fictl --help");
             }
             line.run = run;
             line.isChange = entry.isChange && !line.isDryRun;
@@ -93,15 +108,15 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
 void build(CLI::App& app, SCommandLine& line)
 {
     app.require_subcommand(1);
-    app.add_option("--output", line.output, "Form of standard output: table or json")
-        ->check(CLI::IsMember({"table", "json"}));
+    app.add_option("-o,--output", line.output, "Form of standard output: table, json, or name (of snapshot list)")
+        ->check(CLI::IsMember({"table", "json", "name"}));
     CLibraryOptions options(app, line);
     options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
     options.newFile("--record", line.record,
                     "New file for every command that the appliances are asked, with its answer (none)");
     options.flag("--dry-run", line.isDryRun,
-                 "Tell what create, import, release or delete would ask the appliances, and do nothing");
+                 "Tell what create, import, release, delete or prune would do, and do nothing");
     options.flag("--verbose", line.isVerbose,
                  "Write a line for each step to standard error, also when it is no terminal");
     app.set_version_flag("--version", FICTL_VERSION, "Tell the version of fictl");

@@ -12,8 +12,9 @@ struct SCommand
     const char* name;
     const char* help;
     CommandRun (*declare)(COptions& options);
-    bool isChange;          ///< changes something, and is entered into the history
+    bool isChange;          ///< changes something, and is an entry of the history
     bool canBeDry = false;  ///< can tell what it would do, without doing it
+    bool hasNames = false;  ///< lists things that have names
 };
 
 /// A word that commands stand behind.
@@ -34,6 +35,8 @@ CommandRun declareRelease(COptions& options);
 CommandRun declareDelete(COptions& options);
 CommandRun declareList(COptions& options);
 CommandRun declareShow(COptions& options);
+CommandRun declareDiff(COptions& options);
+CommandRun declareLabel(COptions& options);
 CommandRun declareExport(COptions& options);
 CommandRun declareReceive(COptions& options);
 CommandRun declareCatalogCheck(COptions& options);
@@ -62,8 +65,10 @@ inline constexpr SCommand COMMANDS[] = {
     {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true, true},
     {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease, true, true},
     {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true, true},
-    {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false},
+    {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false, false, true},
     {"snapshot", "show", "Show a snapshot's record", declareShow, false},
+    {"snapshot", "diff", "Tell in what two snapshots differ", declareDiff, false},
+    {"snapshot", "label", "Change a snapshot's labels and its note", declareLabel, true},
     {"snapshot", "export", "Write a snapshot's record for another host's catalog", declareExport, true},
     {"snapshot", "receive", "Enter a record that another host has written", declareReceive, true},
     {"catalog", "check", "Tell what of the catalog cannot be read, row by row", declareCatalogCheck, false},

@@ -62,7 +62,7 @@ json catalogRows(std::vector<std::string>& secrets)
         if (!catalog.isThere()) return json::object();
         catalog.read([&](const base::CSqliteDatabase& database) {
             rows.clear();
-            for (const char* const table : {"snapshot", "device", "checkpoint_time"}) {
+            for (const char* const table : {"snapshot", "device", "checkpoint_time", "label"}) {
                 rows[table] = rowsOf(database, table);
             }
             for (json& row : rows["snapshot"]) {

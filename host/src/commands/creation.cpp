@@ -6,6 +6,7 @@
 #include "host/src/catalog/command_history.h"
 #include "host/src/devices/device_offer.h"
 #include "host/src/output/error.h"
+#include "host/src/process/invoker.h"
 #include "host/src/process/signals.h"
 #include "host/src/provider/naming.h"
 #include "host/src/provider/usable_names.h"
@@ -53,6 +54,9 @@ void CSnapshotCreation::refuseEarly()
     m_record.owner = thisProcess();
     m_record.origin = "created";
     m_record.created = utcSecondsText(std::chrono::system_clock::now());
+    m_record.creator = SInvoker::ofThisProcess().text();
+    m_record.labels = m_request.labels;
+    m_record.note = m_request.note;
     m_record.thaw = m_request.hooks.thaw;
     m_record.checkpoint = naming::checkpointOfProcess(m_record.owner.pid);
     if (m_catalog.has(m_request.name)) m_catalog.insert(m_record);  // refuses, saying what is there

@@ -17,6 +17,8 @@ struct SCreateRequest
 {
     std::string name{};
     std::vector<std::string> devices{};
+    Labels labels{};
+    std::string note{};
     SHooks hooks{};
 };
 

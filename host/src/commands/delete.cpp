@@ -3,6 +3,8 @@
 #include <optional>
 
 #include "host/src/catalog/catalog.h"
+#include "host/src/catalog/catalog_failure.h"
+#include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_check.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
@@ -24,6 +26,7 @@ struct SDeleteRequest
     std::string name{};
     bool forget = false;       ///< drop the record, ask the appliance for nothing
     bool evenIfInUse = false;  ///< delete also what somebody works with
+    bool ifPresent = false;    ///< no snapshot of that name is as good
 };
 
 /// Deletes what a record names, its groups side by side: looks at all of them first, and enters each group that is
@@ -239,6 +242,11 @@ void warnOfThaw(const SSnapshot& before)
 SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
 {
     requireSnapshotName(request.name);
+    if (request.ifPresent && !CCatalogReader().find(request.name)) {
+        return resultOf({{"deleted", {{"name", request.name}, {"groups", json::array()}, {"forgotten", false}}},
+                         {"already_gone", true}},
+                        quotedSnapshot(request.name) + " is not there; nothing was deleted\n");
+    }
     std::optional<CGuardian> guardian;
     if (!request.forget) guardian.emplace();
     CCatalog catalog;
@@ -247,19 +255,20 @@ SResult deleteSnapshot(const SContext& context, const SDeleteRequest& request)
         warnOfThaw(catalog.drop(request.name, DELETABLE, "deleted"));
         return deletedResult(request.name, json::array(), true);
     }
-    return deletedResult(request.name, deleteRecorded(context, catalog, request.name, request.evenIfInUse), false);
+    return deletedResult(request.name,
+                         deleteRecorded(context, catalog, request.name, {.evenIfInUse = request.evenIfInUse}), false);
 }
 
 }  // namespace
 
-json deleteRecorded(const SContext& context, CCatalog& catalog, const std::string& name, bool evenIfInUse)
+json deleteRecorded(const SContext& context, CCatalog& catalog, const std::string& name, const SDeletion& deletion)
 {
-    const SSnapshot before = catalog.take(name, EState::DELETING, DELETABLE, "deleted");
+    const SSnapshot before = catalog.take(name, EState::DELETING, deletion.states, "deleted");
     warnOfThaw(before);
     const SStep step = {.running = EState::DELETING, .failed = EState::DELETE_FAILED};
     json groups;
     workOn(catalog, before, step, [&](SSnapshot& record, bool& isTouched) {
-        groups = CSnapshotDeletion(context, catalog, record, isTouched).run(evenIfInUse);
+        groups = CSnapshotDeletion(context, catalog, record, isTouched).run(deletion.evenIfInUse);
     });
     return groups;
 }
@@ -269,6 +278,7 @@ CommandRun declareDelete(COptions& options)
     const auto request = std::make_shared<SDeleteRequest>();
     options.word("NAME", request->name, COptions::EGiven::MUST_BE, "Name of the snapshot");
     options.flag("--forget", request->forget, "Drop the record only; ask the appliance for nothing");
+    options.flag("--if-present", request->ifPresent, "Do nothing when there is no snapshot of that name");
     options.flag("--even-if-in-use", request->evenIfInUse, "Delete also what another host or a program works with");
     return [request](const SContext& context) {
         return context.dryRun.empty() ? deleteSnapshot(context, *request) : dryRunOf(context, request->name);

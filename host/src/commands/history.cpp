@@ -1,4 +1,3 @@
-#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog_reader.h"
@@ -7,6 +6,7 @@
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
 #include "host/src/output/error.h"
+#include "host/src/text/age_text.h"
 #include "host/src/text/plain_text.h"
 #include "host/src/text/utc_text.h"
 
@@ -19,27 +19,6 @@ struct SHistoryRequest
     std::string name{};
     std::string since{};
 };
-
-// Seconds of an age such as 90s, 30m, 12h or 2d; nothing for another text.
-std::optional<std::chrono::seconds> ageOf(const std::string& text)
-{
-    int64_t number = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    constexpr int64_t MOST = 1'000'000;  // of days, thousands of years
-    if (error != std::errc() || number < 0 || number > MOST || text.size() != size_t(end - text.data()) + 1) return {};
-    switch (*end) {
-        case 's':
-            return std::chrono::seconds(number);
-        case 'm':
-            return std::chrono::minutes(number);
-        case 'h':
-            return std::chrono::hours(number);
-        case 'd':
-            return std::chrono::days(number);
-        default:
-            return std::nullopt;
-    }
-}
 
 // A day, or a time as the entries have it, or the beginning of one.
 bool isTime(const std::string& text)
@@ -68,15 +47,10 @@ std::string secondsOf(std::chrono::microseconds time)
     return secondsText(std::chrono::duration<double>(time).count());
 }
 
-std::string who(const SHistoryEntry& entry)
-{
-    return entry.user + (entry.sudoUser.empty() ? "" : " (" + entry.sudoUser + ")") + "@" + entry.host;
-}
-
 void addRows(const SHistoryEntry& entry, Rows& commands, Rows& objects)
 {
     const bool wasFrozen = entry.end && entry.end->frozen.count() > 0;
-    commands.push_back({std::to_string(entry.id), entry.started, who(entry),
+    commands.push_back({std::to_string(entry.id), entry.started, entry.invoker.text(),
                         entry.end ? std::to_string(entry.end->exit) : historyState(entry),
                         entry.end ? secondsOf(entry.end->duration) : "", wasFrozen ? secondsOf(entry.end->frozen) : "",
                         entry.command});

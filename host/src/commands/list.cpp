@@ -1,33 +1,49 @@
-#include <algorithm>
 #include <nlohmann/json.hpp>
-#include <set>
 
 #include "host/src/catalog/catalog_failure.h"
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
 #include "host/src/output/progress.h"
-#include "host/src/text/display_text.h"
+#include "host/src/selection/record_columns.h"
+#include "host/src/selection/record_filter.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
 
 namespace {
 
-std::string groupNames(const SSnapshot& snapshot)
+struct SListOptions
 {
-    std::set<std::string, SNameOrder> names;
-    for (const GroupKey& group : snapshot.groups()) {
-        names.insert(group.first + "/" + group.second);
-    }
-    std::string list;
-    for (const std::string& name : names) {
-        list += (list.empty() ? "" : ",") + name;
-    }
-    return list;
+    std::vector<std::string> columns{};
+    std::vector<std::string> sort{};
+    std::vector<std::string> states{};
+    std::vector<std::string> labels{};
+    std::vector<std::string> groups{};
+    bool noHeaders = false;
+};
+
+/// How the list is wanted.
+struct SListRequest
+{
+    RecordColumns columns;
+    std::vector<SSortKey> sort;
+    SRecordFilter filter;
+    bool hasHeadings;
+};
+
+SListRequest requestOf(const SListOptions& options)
+{
+    const std::vector<std::string> usual = {"name,state,created,devices,groups"};
+    return {.columns = parseColumns(options.columns.empty() ? usual : options.columns),
+            .sort = parseSortKeys(options.sort),
+            .filter = {.states = parseStates(options.states),
+                       .labels = parseLabelFilters(options.labels),
+                       .groups = {options.groups.begin(), options.groups.end()}},
+            .hasHeadings = !options.noHeaders};
 }
 
-// Says on standard error what is missing from the table.
+// Says on standard error what is missing from the list.
 json unreadableJson(const SListing& listing)
 {
     json list = json::array();
@@ -39,57 +55,90 @@ json unreadableJson(const SListing& listing)
     return list;
 }
 
-SResult listSnapshots(const SContext& /*context*/)
+json snapshotsJson(const std::vector<SSnapshot>& snapshots)
 {
-    CCatalogReader catalog;
-    json summaries = json::array();
-    Rows rows = {{"NAME", "STATE", "CREATED", "DEVICES", "GROUPS"}};
-    SListing listing = catalog.list();
-    std::vector<SSnapshot>& snapshots = listing.snapshots;
-    std::sort(snapshots.begin(), snapshots.end(),
-              [](const SSnapshot& a, const SSnapshot& b) { return SNameOrder()(a.name, b.name); });
+    json list = json::array();
     for (const SSnapshot& snapshot : snapshots) {
-        summaries.push_back(summaryJson(snapshot));
-        rows.push_back({snapshot.name, snapshot.shownState(), snapshot.created, std::to_string(snapshot.devices.size()),
-                        groupNames(snapshot)});
+        list.push_back(summaryJson(snapshot));
+        json luns = json::array();
+        for (const SDevice& device : snapshot.devices) {
+            luns.push_back(device.state.serialNo);
+        }
+        list.back()["luns"] = std::move(luns);
     }
-    SResult result =
-        resultOf({{"snapshots", std::move(summaries)}, {"unreadable", unreadableJson(listing)}}, formatTable(rows));
+    return list;
+}
+
+std::string tableText(const std::vector<SSnapshot>& snapshots, const SListRequest& request)
+{
+    const UtcTime now = std::chrono::system_clock::now();
+    Rows rows;
+    if (request.hasHeadings) {
+        rows.emplace_back();
+        for (const SRecordColumn* const column : request.columns) {
+            rows.back().emplace_back(column->heading);
+        }
+    }
+    for (const SSnapshot& snapshot : snapshots) {
+        rows.emplace_back();
+        for (const SRecordColumn* const column : request.columns) {
+            rows.back().push_back(column->text(snapshot, now));
+        }
+    }
+    return formatTable(rows);
+}
+
+std::string namesText(const std::vector<SSnapshot>& snapshots)
+{
+    std::string text;
+    for (const SSnapshot& snapshot : snapshots) {
+        text += printable(snapshot.name) + "\n";
+    }
+    return text;
+}
+
+// Only what is wanted is built: a list may be long.
+SResult listed(const SContext& context, const SListRequest& request, const SListing& listing)
+{
+    json unreadable = unreadableJson(listing);
+    switch (context.form) {
+        case EForm::JSON:
+            return resultOf({{"snapshots", snapshotsJson(listing.snapshots)}, {"unreadable", std::move(unreadable)}},
+                            "");
+        case EForm::NAMES:
+            return {.text = namesText(listing.snapshots)};
+        default:
+            return {.text = tableText(listing.snapshots, request)};
+    }
+}
+
+SResult listSnapshots(const SContext& context, const SListOptions& options)
+{
+    const SListRequest request = requestOf(options);
+    CCatalogReader catalog;
+    SListing listing = catalog.list();
+    std::erase_if(listing.snapshots, [&](const SSnapshot& snapshot) { return !request.filter.matches(snapshot); });
+    sortRecords(listing.snapshots, request.sort);
+    SResult result = listed(context, request, listing);
     // The others are told all the same.
     if (!listing.unreadable.empty()) result.exit = EExit::CATALOG;
     return result;
 }
 
-SResult showSnapshot(const std::string& name)
-{
-    CCatalogReader catalog;
-    const SSnapshot snapshot = catalog.get(name);
-    Rows head = {
-        {"SNAPSHOT", snapshot.name},   {"STATE", snapshot.shownState()},    {"PROVIDER", snapshot.provider},
-        {"CREATED", snapshot.created}, {"CHECKPOINT", snapshot.checkpoint}, {"ORIGIN", snapshot.origin},
-    };
-    if (!snapshot.message.empty()) head.push_back({"MESSAGE", snapshot.message});
-    if (!snapshot.thaw.empty()) head.push_back({"THAW", snapshot.thaw});
-    Rows rows = {{"DEVICE", "APPLIANCE", "GROUP", "SERIAL", "MADE", "IMPORTED AS", "TARGET"}};
-    for (const SDevice& device : snapshot.devices) {
-        rows.push_back({device.source, device.state.applianceName, device.state.consistencyGroup, device.state.serialNo,
-                        madeText(device.made), device.importPath, device.target});
-    }
-    return snapshotResult(snapshot, formatValues(head) + "\n" + formatTable(rows));
-}
-
 }  // namespace
 
-CommandRun declareList(COptions& /*options*/)
+CommandRun declareList(COptions& options)
 {
-    return listSnapshots;
-}
-
-CommandRun declareShow(COptions& options)
-{
-    const auto name = std::make_shared<std::string>();
-    options.word("NAME", *name, COptions::EGiven::MUST_BE, "Name of the snapshot");
-    return [name](const SContext&) { return showSnapshot(*name); };
+    const auto given = std::make_shared<SListOptions>();
+    options.each("--columns", given->columns, "What is shown, separated by commas (name,state,created,devices,groups)");
+    options.each("--sort", given->sort, "Columns to sort by, separated by commas; -COLUMN: downwards (name)");
+    options.each("--state", given->states, "Only snapshots in one of these states, separated by commas (all)");
+    options.each("--label", given->labels,
+                 "Only snapshots with the label KEY, or KEY=VALUE; of several, with each (all)");
+    options.each("--group", given->groups,
+                 "Only snapshots of a LUN in GROUP, or APPLIANCE/GROUP; of several, in one (all)");
+    options.flag("--no-headers", given->noHeaders, "Leave the headings away");
+    return [given](const SContext& context) { return listSnapshots(context, *given); };
 }
 
 }  // namespace fictl

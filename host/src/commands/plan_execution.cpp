@@ -87,7 +87,7 @@ SStepResult CPlanExecution::deleteAdopted(const SPlanStep& step)
     const std::string& name = step.object.record;
     json groups;
     try {
-        groups = deleteRecorded(m_context, m_catalog, name, false);
+        groups = deleteRecorded(m_context, m_catalog, name, {});
     } catch (const EFictl& error) {
         if (error.exit() != EExit::CATALOG) dropUntouched(name);
         throw;

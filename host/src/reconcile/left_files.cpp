@@ -188,7 +188,7 @@ class CLeftFiles
     {
         object.klass = EObjectClass::FOREIGN;
         for (const SHistoryEntry& entry : m_catalog.history) {
-            if (!isOf(entry) || entry.host != m_host || !beganWith(file, entry)) continue;
+            if (!isOf(entry) || entry.invoker.host != m_host || !beganWith(file, entry)) continue;
             if (m_underWay.isEntry(entry.id)) {
                 object.klass = EObjectClass::IN_FLIGHT;
                 object.add("process", entryText(entry) + " is under way");

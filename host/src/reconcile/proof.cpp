@@ -123,10 +123,10 @@ SProof CHistoryProof::judge(const SEvent& made, const std::string& time) const
     const SHistoryEntry& entry = *made.entry;
     const std::string& known = made.object->madeAt;
     SProof proof{.proof = EProof::DOUBT, .entry = entry.id, .text = entryText(entry) + " has made it"};
-    if (entry.host != m_host) {
+    if (entry.invoker.host != m_host) {
         proof.proof = EProof::ANOTHER;
-        proof.text = entryText(entry) + " has made it on host \"" + printable(entry.host) + "\", and this is host \"" +
-                     printable(m_host) + "\"";
+        proof.text = entryText(entry) + " has made it on host \"" + printable(entry.invoker.host) +
+                     "\", and this is host \"" + printable(m_host) + "\"";
     } else if (known.empty()) {
         proof.text += ", and does not tell at what time of the appliance";
     } else if (time.empty()) {

@@ -33,6 +33,19 @@ bool isProviderName(std::string_view name)
            std::all_of(name.begin(), name.end(), [](char c) { return isAlphanumeric(c) || c == '_'; });
 }
 
+std::vector<std::string> commaSeparated(const std::vector<std::string>& texts)
+{
+    std::vector<std::string> parts;
+    for (const std::string& text : texts) {
+        for (size_t begin = 0; begin <= text.size();) {
+            const size_t end = std::min(text.find(',', begin), text.size());
+            parts.push_back(text.substr(begin, end - begin));
+            begin = end + 1;
+        }
+    }
+    return parts;
+}
+
 std::string counted(size_t number, const std::string& noun)
 {
     return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");

@@ -2,6 +2,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/plain_text.h"
 
@@ -15,6 +16,8 @@ using base::asUtf8;
 using base::isPlainText;
 using base::isUtf8;
 using base::printable;
+/// The parts of texts such as "a,b", those of the first one first; empty parts count.
+std::vector<std::string> commaSeparated(const std::vector<std::string>& texts);
 /// "1 disk", "2 disks"
 std::string counted(size_t number, const std::string& noun);
 /// "2.3 s"

@@ -1,0 +1,148 @@
+#include "host/src/selection/record_columns.h"
+
+#include <algorithm>
+#include <set>
+
+#include "host/src/output/error.h"
+#include "host/src/text/age_text.h"
+#include "host/src/text/display_text.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+std::string joined(const std::set<std::string, SNameOrder>& texts)
+{
+    std::string list;
+    for (const std::string& text : texts) {
+        list += (list.empty() ? "" : ",") + text;
+    }
+    return list;
+}
+
+template <class TextOf>
+std::string ofDevices(const SSnapshot& snapshot, TextOf textOf)
+{
+    std::set<std::string, SNameOrder> texts;
+    for (const SDevice& device : snapshot.devices) {
+        if (const std::string& text = textOf(device); !text.empty()) texts.insert(text);
+    }
+    return joined(texts);
+}
+
+std::string ageOfRecord(const SSnapshot& snapshot, UtcTime now)
+{
+    const std::optional<UtcTime> created = utcSecondsOf(snapshot.created);
+    return created ? ageText(std::chrono::duration_cast<std::chrono::seconds>(now - *created)) : "";
+}
+
+const SRecordColumn COLUMNS[] = {
+    {"name", "NAME", [](const SSnapshot& snapshot, UtcTime) { return snapshot.name; }},
+    {"state", "STATE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.shownState(); }},
+    {"created", "CREATED", [](const SSnapshot& snapshot, UtcTime) { return snapshot.created; }},
+    {"age", "AGE", ageOfRecord, [](const SSnapshot& snapshot) { return snapshot.created; }, true},
+    {"creator", "CREATOR", [](const SSnapshot& snapshot, UtcTime) { return snapshot.creator; }},
+    {"origin", "ORIGIN", [](const SSnapshot& snapshot, UtcTime) { return snapshot.origin; }},
+    {"provider", "PROVIDER", [](const SSnapshot& snapshot, UtcTime) { return snapshot.provider; }},
+    {"checkpoint", "CHECKPOINT", [](const SSnapshot& snapshot, UtcTime) { return snapshot.checkpoint; }},
+    {"devices", "DEVICES", [](const SSnapshot& snapshot, UtcTime) { return std::to_string(snapshot.devices.size()); }},
+    {"groups", "GROUPS", [](const SSnapshot& snapshot, UtcTime) { return groupNames(snapshot); }},
+    {"luns", "LUNS",
+     [](const SSnapshot& snapshot, UtcTime) {
+         return ofDevices(snapshot, [](const SDevice& device) -> const std::string& { return device.state.serialNo; });
+     }},
+    {"imported", "IMPORTED AS",
+     [](const SSnapshot& snapshot, UtcTime) {
+         return ofDevices(snapshot, [](const SDevice& device) -> const std::string& { return device.importPath; });
+     }},
+    {"labels", "LABELS", [](const SSnapshot& snapshot, UtcTime) { return labelsText(snapshot.labels); }},
+    {"note", "NOTE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.note; }},
+    {"message", "MESSAGE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.message; }},
+};
+
+const SRecordColumn& columnOf(const std::string& name)
+{
+    const auto* const found = std::ranges::find(COLUMNS, name, &SRecordColumn::name);
+    if (found != std::end(COLUMNS)) return *found;
+    throw EFictl(EExit::USAGE, "\"" + printable(name) + "\" is no column of the list", "known are " + knownColumns());
+}
+
+}  // namespace
+
+std::string groupNames(const SSnapshot& snapshot)
+{
+    std::set<std::string, SNameOrder> names;
+    for (const GroupKey& group : snapshot.groups()) {
+        names.insert(group.first + "/" + group.second);
+    }
+    return joined(names);
+}
+
+std::string knownColumns()
+{
+    std::string names;
+    for (const SRecordColumn& column : COLUMNS) {
+        names += (names.empty() ? "" : ",") + std::string(column.name);
+    }
+    return names;
+}
+
+RecordColumns parseColumns(const std::vector<std::string>& texts)
+{
+    RecordColumns columns;
+    for (const std::string& name : commaSeparated(texts)) {
+        columns.push_back(&columnOf(name));
+    }
+    return columns;
+}
+
+std::vector<SSortKey> parseSortKeys(const std::vector<std::string>& texts)
+{
+    std::vector<SSortKey> keys;
+    for (const std::string& text : commaSeparated(texts)) {
+        const bool isDescending = text.starts_with('-');
+        keys.push_back({.column = &columnOf(text.substr(isDescending ? 1 : 0)), .isDescending = isDescending});
+    }
+    return keys;
+}
+
+namespace {
+
+// What a record is sorted by, made once for each.
+struct SSorted
+{
+    std::vector<std::string> keys;
+    SSnapshot snapshot;
+};
+
+std::string keyOf(const SSnapshot& snapshot, const SRecordColumn& column)
+{
+    return column.order == nullptr ? column.text(snapshot, {}) : column.order(snapshot);
+}
+
+}  // namespace
+
+void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>& keys)
+{
+    std::vector<SSorted> sorted;
+    for (SSnapshot& snapshot : snapshots) {
+        SSorted entry;
+        for (const SSortKey& key : keys) {
+            entry.keys.push_back(keyOf(snapshot, *key.column));
+        }
+        entry.snapshot = std::move(snapshot);
+        sorted.push_back(std::move(entry));
+    }
+    const SNameOrder isBefore;
+    std::ranges::sort(sorted, [&](const SSorted& a, const SSorted& b) {
+        for (size_t i = 0; i < keys.size(); ++i) {
+            if (a.keys[i] == b.keys[i]) continue;
+            return isBefore(a.keys[i], b.keys[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
+        }
+        return isBefore(a.snapshot.name, b.snapshot.name);
+    });
+    std::ranges::transform(sorted, snapshots.begin(), [](SSorted& entry) { return std::move(entry.snapshot); });
+}
+
+}  // namespace fictl
