@@ -3,7 +3,6 @@
 #include "host/src/catalog/catalog_failure.h"
 #include "host/src/catalog/catalog_file.h"
 #include "host/src/catalog/catalog_place.h"
-#include "host/src/catalog/record_rows.h"
 
 namespace fictl {
 
@@ -16,26 +15,6 @@ std::vector<std::string> namesOf(const base::CSqliteDatabase& database)
         names.push_back(row.text(0));
     }
     return names;
-}
-
-SListing listingOf(const base::CSqliteDatabase& database)
-{
-    SListing listing;
-    CRecordRows rows(database);
-    for (const std::string& name : namesOf(database)) {
-        try {
-            if (std::optional<SSnapshot> snapshot = rows.find(name)) {
-                listing.snapshots.push_back(*std::move(snapshot));
-            } else {
-                listing.unreadable.push_back({name, "its row cannot be found"});
-            }
-        } catch (const EUnreadableRecord& error) {
-            listing.unreadable.push_back({name, error.what()});
-        } catch (const base::ESqlite& error) {
-            listing.unreadable.push_back({name, error.what()});
-        }
-    }
-    return listing;
 }
 
 }  // namespace
@@ -64,7 +43,7 @@ SListing CCatalogReader::list()
 {
     SListing listing;
     if (isThere()) {
-        read([&](const base::CSqliteDatabase& database) { listing = listingOf(database); });
+        read([&](const base::CSqliteDatabase& database) { listing = readAllRecords(database); });
     }
     return listing;
 }

@@ -6,22 +6,10 @@
 #include <vector>
 
 #include "host/src/catalog/catalog_reading.h"
+#include "host/src/catalog/record_rows.h"
 #include "host/src/catalog/snapshot_record.h"
 
 namespace fictl {
-
-/// A record that is there and cannot be read.
-struct SUnreadable
-{
-    std::string name;
-    std::string reason;
-};
-
-struct SListing
-{
-    std::vector<SSnapshot> snapshots{};  ///< in order of the names' bytes
-    std::vector<SUnreadable> unreadable{};
-};
 
 /**
  * The catalog of this user for those who only look. A catalog that is not there reads as one without records, and is

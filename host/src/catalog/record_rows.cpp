@@ -10,7 +10,7 @@ namespace {
 
 constexpr const char* HEAD =
     "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time, exported, "
-    "pid_namespace, owner_lock, creator, note FROM snapshot WHERE name = ?";
+    "pid_namespace, owner_lock, creator, note FROM snapshot ";
 
 SSnapshot readHead(const base::CSqliteQuery& row)
 {
@@ -38,7 +38,7 @@ SSnapshot readHead(const base::CSqliteQuery& row)
 
 constexpr const char* DEVICES =
     "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, checkpoint, "
-    "serial, import_serial, image_asked, position FROM device WHERE snapshot = ? ORDER BY position";
+    "serial, import_serial, image_asked, position, snapshot FROM device ";
 
 EMade madeOf(int64_t number)
 {
@@ -81,12 +81,129 @@ SDevice readDeviceAt(const base::CSqliteQuery& row, size_t position)
     }
 }
 
+/// Rows of a table in order of the snapshots that they belong to, walked over once beside the snapshots themselves.
+class CRowsBeside
+{
+  public:
+    /// @param column in which the snapshot's name stands
+    CRowsBeside(const base::CSqliteDatabase& database, const std::string& query, int column)
+        : m_row(database, query.c_str()), m_column(column)
+    {
+        advance();
+    }
+
+    /// Uses the rows of one snapshot; asked for in order of the names' bytes.
+    template <class Use>
+    void of(const std::string& name, Use use)
+    {
+        while (m_isThere && m_name < name) {
+            advance();
+        }
+        for (; m_isThere && m_name == name; advance()) {
+            use(m_row);
+        }
+    }
+
+  private:
+    void advance()
+    {
+        m_isThere = m_row.next();
+        if (m_isThere) m_name = m_row.text(m_column);
+    }
+
+    base::CSqliteQuery m_row;
+    int m_column;
+    std::string m_name;
+    bool m_isThere = false;
+};
+
+/// Every table is read once, which takes a small part of the time that a look for each record takes.
+class CAllRecords
+{
+  public:
+    explicit CAllRecords(const base::CSqliteDatabase& database)
+        : m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
+          m_devices(database, std::string(DEVICES) + "ORDER BY snapshot, position", 14),
+          m_times(database, "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ORDER BY snapshot", 0),
+          m_labels(database, "SELECT snapshot, label_key, label_value FROM label ORDER BY snapshot", 0)
+    {
+    }
+
+    SListing read()
+    {
+        SListing listing;
+        while (m_heads.next()) {
+            try {
+                listing.snapshots.push_back(readRecord());
+            } catch (const EUnreadableRecord& error) {
+                listing.unreadable.push_back({m_heads.text(0), error.what()});
+            }
+        }
+        return listing;
+    }
+
+  private:
+    SSnapshot readRecord()
+    {
+        SSnapshot snapshot = readHead(m_heads);
+        m_devices.of(snapshot.name, [&](const base::CSqliteQuery& row) {
+            snapshot.devices.push_back(readDeviceAt(row, snapshot.devices.size()));
+        });
+        m_times.of(snapshot.name, [&](const base::CSqliteQuery& row) {
+            for (SDevice* const device : snapshot.devicesOf({row.text(1), row.text(2)})) {
+                device->madeAt = row.text(3);
+            }
+        });
+        m_labels.of(snapshot.name,
+                    [&](const base::CSqliteQuery& row) { snapshot.labels.emplace(row.text(1), row.text(2)); });
+        return snapshot;
+    }
+
+    base::CSqliteQuery m_heads;
+    CRowsBeside m_devices;
+    CRowsBeside m_times;
+    CRowsBeside m_labels;
+};
+
+// Where a part of the file is damaged, what can be read is read all the same.
+SListing readOneByOne(const base::CSqliteDatabase& database)
+{
+    SListing listing;
+    CRecordRows rows(database);
+    for (base::CSqliteQuery names(database, "SELECT name FROM snapshot ORDER BY name"); names.next();) {
+        const std::string name = names.text(0);
+        try {
+            if (std::optional<SSnapshot> snapshot = rows.find(name)) {
+                listing.snapshots.push_back(*std::move(snapshot));
+            } else {
+                listing.unreadable.push_back({name, "its row cannot be found"});
+            }
+        } catch (const EUnreadableRecord& error) {
+            listing.unreadable.push_back({name, error.what()});
+        } catch (const base::ESqlite& error) {
+            listing.unreadable.push_back({name, error.what()});
+        }
+    }
+    return listing;
+}
+
 }  // namespace
+
+SListing readAllRecords(const base::CSqliteDatabase& database)
+{
+    try {
+        return CAllRecords(database).read();
+    } catch (const base::ESqlite&) {
+        return readOneByOne(database);
+    }
+}
 
 EUnreadableRecord::~EUnreadableRecord() = default;
 
 CRecordRows::CRecordRows(const base::CSqliteDatabase& database)
-    : m_database(database), m_head(database, HEAD), m_devices(database, DEVICES)
+    : m_database(database),
+      m_head(database, (std::string(HEAD) + "WHERE name = ?").c_str()),
+      m_devices(database, (std::string(DEVICES) + "WHERE snapshot = ? ORDER BY position").c_str())
 {
 }
 

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "base/sqlite.h"
 #include "host/src/catalog/snapshot_record.h"
@@ -17,6 +18,22 @@ class EUnreadableRecord : public std::runtime_error
     EUnreadableRecord(const EUnreadableRecord&) = default;
     EUnreadableRecord& operator=(const EUnreadableRecord&) = default;
 };
+
+/// A record that is there and cannot be read.
+struct SUnreadable
+{
+    std::string name;
+    std::string reason;
+};
+
+struct SListing
+{
+    std::vector<SSnapshot> snapshots{};  ///< in order of the names' bytes
+    std::vector<SUnreadable> unreadable{};
+};
+
+/// All records; one that cannot be read hides only itself. Throws as the database does.
+SListing readAllRecords(const base::CSqliteDatabase& database);
 
 /// Reads records of a catalog, each by itself: one that cannot be read concerns no other.
 class CRecordRows
