@@ -15,6 +15,7 @@ from figures.devices import devices
 from figures.growth import growth
 from figures.inventory import inventory
 from figures.pieces import entry_points, trace_lines
+from figures.records import records
 from figures.snapshots import snapshots
 from figures.spawns import spawns
 from figures.waiting import waiting
@@ -24,8 +25,8 @@ from report import markdown, put_between, write_json
 DOCUMENT = Path(__file__).parents[1] / "docs/performance.md"
 # Sites, scripts of the shell and traces lie in memory, so that the disk of the machine is not what is measured.
 MEMORY = Path("/dev/shm")
-PARTS = (entry_points, trace_lines, backup, spawns, devices, inventory, snapshots, cycles, waiting, growth)
-FIGURES = set(range(1, 11))
+PARTS = (entry_points, trace_lines, backup, spawns, devices, inventory, snapshots, cycles, waiting, growth, records)
+FIGURES = set(range(1, 12))
 
 
 def run(bench, parts):

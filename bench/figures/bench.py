@@ -25,12 +25,13 @@ class Scale:
     groups: int
     short_delays: dict  # milliseconds that a tool of that site takes -> repetitions
     long_delays: tuple  # with these everybody sleeps nearly all of the time
+    records: int  # of a catalog
 
 
 FULL = Scale(9, 0.05, (100, 1000, 10000, 100000), 20000, 1000, 100, (100, 1000), (10, 100, 1024, 4096), 10000,
-             {1000: 5, 10000: 5, 100000: 3, 1000000: 2}, 20, 50, {0: 3, 10: 1}, (100, 300))
+             {1000: 5, 10000: 5, 100000: 3, 1000000: 2}, 20, 50, {0: 3, 10: 1}, (100, 300), 10000)
 SMOKE = Scale(1, 0.001, (100, 200), 200, 3, 2, (5, 10), (10, 20), 3,
-              {500: 1, 2000: 1, 5000: 1}, 3, 2, {0: 1}, (5,))
+              {500: 1, 2000: 1, 5000: 1}, 3, 2, {0: 1}, (5,), 100)
 
 
 class Bench:
