@@ -1,6 +1,8 @@
 // Calls that come too early, too late or once more.
-#include <utility>
+#include <algorithm>
+#include <array>
 
+#include "framework/include/obzx_runtime.h"
 #include "host/src/provider_check/checks.h"
 #include "host/src/provider_check/every_call.h"
 #include "host/src/provider_check/snapshot_life.h"
@@ -123,6 +125,54 @@ void checkSessionsAgain(SCheckSurroundings& surroundings)
     subject.end();
 }
 
+// One of the four phases of a session, with the node's list.
+void callPhase(CSubject& subject, int phase, const std::string& session, obz_splitnode* node)
+{
+    const char* const name = session.c_str();
+    obzx_objid** identities = nullptr;
+    int32_t count = 0;
+    obz_snaphandle handle{};
+    switch (phase) {
+        case 0:
+            subject.call(&SEntryPoints::select, nullptr, name, &node, 1);
+            break;
+        case 1:
+            subject.call(&SEntryPoints::prepare, nullptr, name, &node, 1, 0);
+            break;
+        case 2:
+            subject.call(&SEntryPoints::make, nullptr, name, &node, 1, &identities, &count);
+            CSubject::expect((count == 0) == (identities == nullptr), "identities and their count, or null and 0",
+                             std::to_string(count));
+            obzx_free_objid_array(identities, count);
+            break;
+        default:
+            subject.call(&SEntryPoints::update_snapshot_handle, name, &handle);
+            obzx_free_snaphandle(&handle);
+    }
+}
+
+// Every order of the phases, also with the last one left out; the nodes are none that the provider serves.
+void checkPhases(SCheckSurroundings& surroundings)
+{
+    const CTranscript expected = undisturbedLife(surroundings);
+    CSubject subject(surroundings.library, surroundings.journal);
+    subject.start();
+    CArguments arguments;
+    obz_splitnode* const node = arguments.splitNode("fictl-check-node");
+    std::array<int, 4> phases = {0, 1, 2, 3};
+    int number = 0;
+    do {
+        for (const size_t length : {phases.size(), phases.size() - 1}) {
+            const std::string session = "fictl-check-" + std::to_string(number++);
+            for (size_t i = 0; i < length; ++i) {
+                callPhase(subject, phases[i], session, node);
+            }
+        }
+    } while (std::next_permutation(phases.begin(), phases.end()));
+    subject.end();
+    expectSame(expected, wholeLife(subject, surroundings));
+}
+
 constexpr SProviderCheck CHECKS[] = {
     {"before-init", "Calls before init are no crash, and init works after them", "Conventions 12", checkBeforeInit},
     {"after-fini", "Calls after fini are no crash, and init works after them", "Conventions 12", checkAfterFini},
@@ -130,6 +180,7 @@ constexpr SProviderCheck CHECKS[] = {
      checkFirstCalls},
     {"double-calls", "init, fini, init_node and deinit_node once more change nothing", "Conventions 12",
      checkDoubleCalls},
+    {"phases", "The phases of a session in any order are no crash", "Conventions 12", checkPhases},
     {"gate", "A start-up that fails gives status 1 once, and to a gated call", "Conventions 2", checkGate},
     {"lives-again", "Ten lives from init to fini are like the first", "Conventions 13", checkLivesAgain},
     {"sessions-again", "Ten snapshots in sessions of their own are like the first", "Conventions 13",

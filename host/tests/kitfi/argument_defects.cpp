@@ -143,6 +143,7 @@ constexpr SDefect DEFECTS[] = {
     {"throws", "exceptions", "enumerate_associations", always, fail, nullptr},
     {"throws-for-a-long-text", "exceptions", "update_snapshot_id", withALongText, fail, nullptr},
     {"throws-a-number", "exceptions", "post_deport", always, [](SCall&) { throw 7; }, nullptr},
+    {"ends-the-process", "exceptions", "enumerate_host_nodes", always, [](SCall&) { _exit(0); }, nullptr},
     {"crashes-for-a-long-text", "exceptions", "set_comp_status", withALongText, crash, nullptr},
 };
 

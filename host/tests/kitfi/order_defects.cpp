@@ -1,4 +1,7 @@
 // Defects that show when calls come too early, too late, once more, or from elsewhere.
+#include <string>
+#include <string_view>
+
 #include "host/tests/kitfi/defect_actions.h"
 
 namespace kitfi {
@@ -30,6 +33,23 @@ bool finiFirst(const SCall&)
     return soFar().inits == 0 && soFar().finis == 0;
 }
 
+// What is known of the newest session: which of its phases were called.
+bool isMakeWithoutSelect(const SCall& call)
+{
+    static std::string selected;
+    if (call.words[1] == 0) return false;
+    const std::string session = call.pointer<const char>(1);
+    if (std::strcmp(call.function, "select") == 0) selected = session;
+    const bool isOneByItself = call.words[2] != 0 && session != "fictl-check";
+    return std::strcmp(call.function, "make") == 0 && isOneByItself && selected != session;
+}
+
+bool isPhase(const SCall& call)
+{
+    const std::string_view function = call.function;
+    return (function == "select" || function == "make") && isMakeWithoutSelect(call);
+}
+
 constexpr SDefect DEFECTS[] = {
     {"early-call-crashes", "before-init", "preselect", beforeInit, crash, nullptr},
     {"early-call-breaks-init", "before-init", "init", [](const SCall&) { return soFar().finis > 0; }, nullptr,
@@ -45,6 +65,7 @@ constexpr SDefect DEFECTS[] = {
     {"second-deinit-node-crashes", "double-calls", "deinit_node",
      [](const SCall& call) { return call.words[0] != 0 && call.pointer<obz_domain>(0)->private_data == nullptr; },
      crash, nullptr},
+    {"make-without-select-crashes", "phases", "", isPhase, crash, nullptr},
     {"gate-shut-twice", "gate", "pre_prepare", always, answer<OBZ_ERR_DELAYED_INIT>, nullptr},
     {"gate-shut-for-ungated", "gate", "revisit_pgn_nodes", always, answer<OBZ_ERR_DELAYED_INIT>, nullptr},
     {"gate-shut-for-long", "gate", "refresh_tree", always, answer<OBZ_ERR_DELAYED_INIT>, nullptr},
