@@ -16,6 +16,12 @@ namespace fictl {
 
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool MAPS_ARE_THE_PROGRAMS = false;
+#else
+constexpr bool MAPS_ARE_THE_PROGRAMS = true;
+#endif
+
 size_t entriesOf(const char* directory)
 {
     const std::filesystem::directory_iterator first(directory);
@@ -68,9 +74,7 @@ SHoldings SHoldings::now()
     holdings.descriptors = entriesOf("/proc/self/fd");
     holdings.threads = entriesOf("/proc/self/task");
     holdings.children = childrenOfProcess();
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-    holdings.mappings = linesOf("/proc/self/maps");
-#endif
+    holdings.mappings = MAPS_ARE_THE_PROGRAMS ? linesOf("/proc/self/maps") : 0;
     holdings.heap = mallinfo2().uordblks;
     return holdings;
 }
