@@ -46,8 +46,8 @@ TEST_F(ExecPipeHost, ThatIsKilledTakesTheProgramWithIt)
 {
     const std::string file = root() + "/pid";
     const pid_t host = ::fork();
-    if (host == 0) {
-        ::_exit(run("/bin/sh -c \"echo $$ >" + file + ".new; mv " + file + ".new " + file + "; exec sleep 60\""));
+    if (host == 0) {  // longer than any test may wait
+        ::_exit(run("/bin/sh -c \"echo $$ >" + file + ".new; mv " + file + ".new " + file + "; exec sleep 200\""));
     }
     while (::access(file.c_str(), F_OK) != 0) {
         ::usleep(1000);

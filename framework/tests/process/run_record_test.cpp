@@ -1,6 +1,7 @@
 // The records of runs, in every way in which a run can end.
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <pthread.h>
 #include <sys/stat.h>
 
 #include <cerrno>
@@ -211,6 +212,7 @@ TEST_F(RunRecord, OfTooLongAnOutputHasItsStartAndItsSize)
     EXPECT_EQ(end.output.size(), MIB);
     EXPECT_EQ(end.output.substr(0, 4), "x\nx\n");
     EXPECT_GT(end.outputSize, 256 * MIB);
+    EXPECT_LT(end.outputSize, 260 * MIB) << "it was not left to go on";
 }
 
 TEST_F(RunRecord, OfALostStatusSaysSo)
@@ -373,6 +375,27 @@ TEST(EntryPoint, InsideAnotherCountsUntilItReturns)
     EXPECT_STREQ(CFiEntryPoint::name(), "make");
     const CFiEntryPoint odd("make");
     EXPECT_STREQ(CFiEntryPoint::name(), "make") << "a name that is not a provider's stays whole";
+}
+
+TEST(EntryPoint, ThreadIsNotCancelledInsideAndAsBeforeOutside)
+{
+    const auto cancelState = [] {
+        int state = 0;
+        int ours = 0;
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &state);
+        ::pthread_setcancelstate(state, &ours);
+        return state;
+    };
+    EXPECT_EQ(cancelState(), PTHREAD_CANCEL_ENABLE);
+    {
+        const CFiEntryPoint outer("somefi_fi_pgn_make");
+        {
+            const CFiEntryPoint inner("otherfi_fi_pgn_errmsg");
+            EXPECT_EQ(cancelState(), PTHREAD_CANCEL_DISABLE);
+        }
+        EXPECT_EQ(cancelState(), PTHREAD_CANCEL_DISABLE);
+    }
+    EXPECT_EQ(cancelState(), PTHREAD_CANCEL_ENABLE);
 }
 
 TEST(EntryPoint, IsAThreadsOwnAndCanBeTakenOver)

@@ -1,3 +1,5 @@
+#include <malloc.h>
+
 #include <sstream>
 
 #include "framework/include/cfiprivatedata.h"
@@ -165,6 +167,20 @@ TEST_F(Nodes, ANodeThatComesAgainKeepsOneSetOfCombinations)
     ASSERT_EQ(OBZ_OK, initNode(node));
     EXPECT_EQ(nullptr, node->combos->next);
     EXPECT_EQ(1u, privateDataCount());
+}
+
+TEST_F(Nodes, ANodeThatComesAgainAndAgainTakesNoMoreMemory)
+{
+    constexpr size_t TIMES = 1000;
+    CNode node("<cdpfi>S1");
+    ASSERT_EQ(OBZ_OK, initNode(node));
+    const size_t before = mallinfo2().uordblks;
+    for (size_t i = 0; i < TIMES; ++i) {
+        ASSERT_EQ(OBZ_OK, initNode(node));
+        m_trace.clear();
+    }
+    const size_t after = mallinfo2().uordblks;
+    EXPECT_LT(after, before + TIMES * sizeof(obz_combo));
 }
 
 TEST_F(Nodes, WhatStandsInAFreshNodesListIsNotLookedAt)

@@ -299,6 +299,15 @@ TEST_F(ConsistencyGroup, TimeImageOfATargetDeviceIsFound)
     EXPECT_EQ(m_group->getTimeImage("ti2"), image);
 }
 
+TEST_F(ConsistencyGroup, TimeImageSendsItsCommandsToTheApplianceOfItsGroup)
+{
+    const CTimeImagePtr image = addImage("ti1", "cp1");
+    image->setConsistencyGroup(m_group);
+    setScenario("exit 0\n");
+    image->mapHost(m_host);
+    EXPECT_THAT(takeSent(), testing::HasSubstr("server alpha\n"));
+}
+
 TEST_F(ConsistencyGroup, OfTimeImagesThatShowTheSameSerialTheFirstByNameIsTaken)
 {
     for (const char* const name : {"ti2", "ti1", "ti3"}) {
