@@ -19,6 +19,7 @@ LAYERS = {
     "framework/": ("framework", ("framework_base_tests", "framework_plugin_test")),
     "pdk/": ("glue", ("pdk_tests",)),
     "providers/cdp/lmr/": ("lmr", ("cdp_lmr_tests",)),
+    "providers/cdp/model/": ("lmr", ("cdp_lmr_tests",)),
     "providers/cdp/": ("provider", ("cdp_piece_tests", "cdp_plugin_tests", "cdp_method_tests")),
     "appliance/": ("appliance", ("appliance_tests",)),
 }
