@@ -7,6 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <optional>
+
 #include "appliance/core/conventions/error.h"
 #include "appliance/core/engines/files_engine.h"
 #include "appliance/core/files/file_copy.h"
@@ -106,6 +108,32 @@ TEST_F(Content, TheGateHoldsAnAnnotationBackAndAKilledOneLeavesNothing)
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U);
     m_demo.createAnnotation("B");
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U) << "what the killed one left is collected";
+}
+
+TEST_F(Content, AnAnnotationOfAGroupWhoseLunsChangedMeanwhileIsRefused)
+{
+    auto writer = std::make_optional<CGate>(m_demo.home() / "gate/1");
+    CProcess annotation(lmshCommand(), script("create annotation \"A\" \"cg1\"\ncommit"), m_demo.root("prod").string());
+    ASSERT_TRUE(eventually([this] { return entriesIn(m_demo.home() / "annotations") == 1; }));
+    EXPECT_EQ(m_demo.lmadm({"lun", "create", "lun3", "--group", "cg1", "--size", "4KiB"}).status, 0);
+    writer.reset();
+    const SResult result = annotation.wait();
+    EXPECT_EQ(result.status, 5);
+    EXPECT_THAT(result.err, ElementsAre("lmsh: the LUNs of group \"cg1\" changed while annotation \"A\" was made; "
+                                        "try again"));
+    EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 0U);
+    m_demo.createAnnotation("A");
+}
+
+TEST_F(Content, ALunThatLostItsEndIsAFailure)
+{
+    const fs::path file = m_demo.home() / "dev/lun1";
+    fs::resize_file(file, LUN_SIZE / 2);
+    const SResult result = m_demo.lmadm({"read", "lun1"});
+    EXPECT_EQ(result.status, 6);
+    EXPECT_THAT(result.err, ElementsAre("lmadm: cannot read " + file.string() +
+                                        ": Input/output error; check free space and "
+                                        "access, then repeat the command"));
 }
 
 // A process that dies with half of the volumes copied.

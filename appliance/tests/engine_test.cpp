@@ -155,6 +155,21 @@ TEST(Engine, OfAStoreFromBeforeThereWereSeveralIsFiles)
     EXPECT_EQ(demo.kforutil("backup", "discover").out, Lines({"2 disks for host backup"}));
 }
 
+TEST(Store, OfALaterVersionIsLeftAlone)
+{
+    const CDemoStore demo;
+    const std::filesystem::path file = demo.store() / "var/lib/lumora/appliance.db";
+    {
+        const base::CSqliteDatabase database(file.string(), SQLITE_OPEN_READWRITE, std::chrono::seconds(1));
+        sqlite3_exec(database.handle(), "PRAGMA user_version = 3", nullptr, nullptr, nullptr);
+    }
+    const SResult result = demo.lmsh("list hosts");
+    EXPECT_EQ(result.status, 7);
+    EXPECT_THAT(result.out, IsEmpty());
+    EXPECT_THAT(result.err, ElementsAre("lmsh: store database " + file.string() +
+                                        " is of a version that this program does not know"));
+}
+
 }  // namespace
 
 }  // namespace lumora::test
