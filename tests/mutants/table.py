@@ -91,8 +91,18 @@ def read_table(top):
     twice = sorted({name for name in names if names.count(name) > 1})
     if twice:
         raise TableError(f"two mutants are called {', '.join(twice)}")
-    for mutant in mutants:
-        if not (top / mutant.file).is_file():
-            raise TableError(f"{mutant.name}: {mutant.file} is not there")
-        mutate(mutant, (top / mutant.file).read_text())
+    wrong = [problem for problem in (misfit(mutant, top) for mutant in mutants) if problem]
+    if wrong:
+        raise TableError("\n".join(wrong))
     return mutants
+
+
+def misfit(mutant, top):
+    """Why the row does not fit the sources, or None."""
+    try:
+        mutate(mutant, (top / mutant.file).read_text())
+    except FileNotFoundError:
+        return f"{mutant.name}: {mutant.file} is not there"
+    except TableError as error:
+        return str(error)
+    return None
