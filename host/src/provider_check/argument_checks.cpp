@@ -132,7 +132,7 @@ void callWithCount(CSubject& subject, const SFunction& function, size_t list, in
     CArguments arguments;
     CWords words = arguments.of(function);
     words[list] = 0;
-    words[list + 1] = static_cast<uint64_t>(static_cast<int64_t>(count));
+    words[list + 1] = toWord(count);
     const int64_t status = callThroughGate(subject, function, words);
     if (!function.hasResult) return;
     const bool isRefused = status == OBZ_ERR_INVALID_ARG;
@@ -189,7 +189,7 @@ int32_t countMade(CSubject& subject, const char* session)
     subject.call(&SEntryPoints::prepare, nullptr, session, nullptr, 0, 0);
     subject.call(&SEntryPoints::make, nullptr, session, nullptr, 0, &identities, &count);
     const SFunction& make = functionCalled("make");
-    giveBack(subject, make, {0, 0, 0, 0, reinterpret_cast<uint64_t>(&identities), reinterpret_cast<uint64_t>(&count)});
+    giveBack(subject, make, {0, 0, 0, 0, toWord(&identities), toWord(&count)});
     return count;
 }
 
@@ -234,7 +234,7 @@ void callWithNumber(CSubject& subject, const SFunction& function, size_t place, 
 {
     CArguments arguments;
     CWords words = arguments.of(function);
-    words[place] = static_cast<uint64_t>(number);
+    words[place] = toWord(number);
     if (function.name == "restore") words[0] = words[1] = 0;  // its lists are as long as the count says
     const int64_t status = subject.call(function, words);
     if (function.arguments[place].name == "operation") CSubject::expectStatus(status, OBZ_ERR_INVALID_ARG);

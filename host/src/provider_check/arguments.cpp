@@ -129,7 +129,7 @@ CWords CArguments::of(const SFunction& function)
     CWords words;
     for (const SArgument& argument : function.arguments) {
         if (argument.isPointer()) {
-            words.push_back(reinterpret_cast<uint64_t>(make(argument)));
+            words.push_back(toWord(make(argument)));
         } else {
             words.push_back(argument.mustBeZero ? 0 : 1);
         }

@@ -11,16 +11,6 @@ namespace fictl {
 
 namespace {
 
-template <class T>
-T fromWord(uint64_t word)
-{
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(word);
-    } else {
-        return static_cast<T>(static_cast<int64_t>(word));
-    }
-}
-
 template <class T, class... Others>
 constexpr bool isOneOf()
 {

@@ -6,10 +6,9 @@
 #include <string_view>
 #include <vector>
 
-namespace fictl {
+#include "host/src/provider_check/word.h"
 
-/// Arguments of any function, each as it lies in a register.
-using CWords = std::vector<uint64_t>;
+namespace fictl {
 
 /// What an argument is, by its C type.
 enum class EValue

@@ -54,7 +54,7 @@ void checkInputs(SCheckSurroundings& surroundings)
         const char* const text = texts.emplace_back("fictl-check-text").get();
         for (size_t i = 0; i < words.size(); ++i) {
             const bool isText = function.arguments[i].value == EValue::TEXT;
-            if (isText) words[i] = reinterpret_cast<uint64_t>(text);
+            if (isText) words[i] = toWord(text);
         }
     };
     how.after = [&texts](const SFunction&, const CWords&, int64_t) { texts.back().withdraw(); };

@@ -66,14 +66,7 @@ class CLifeRun
     {
         const int64_t status = m_subject.call(member, params...);
         note(name, status, tell());
-        const auto word = [](auto value) {
-            if constexpr (std::is_pointer_v<decltype(value)>) {
-                return reinterpret_cast<uint64_t>(value);
-            } else {
-                return static_cast<uint64_t>(value);
-            }
-        };
-        giveBack(m_subject, functionCalled(name), {word(params)...}, m_life.scribble);
+        giveBack(m_subject, functionCalled(name), {toWord(params)...}, m_life.scribble);
     }
 
     std::string interpose()

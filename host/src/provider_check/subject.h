@@ -77,15 +77,6 @@ class CSubject
     void* addressOf(const SFunction& function) const { return m_addresses[function.index]; }
 
   private:
-    template <class T>
-    static uint64_t toWord(T value)
-    {
-        if constexpr (std::is_pointer_v<T>) {
-            return reinterpret_cast<uint64_t>(value);
-        } else {
-            return static_cast<uint64_t>(static_cast<int64_t>(value));
-        }
-    }
     size_t placeOf(const void* member) const
     {
         const auto* const first = reinterpret_cast<const char*>(&m_calls);

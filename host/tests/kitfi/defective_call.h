@@ -4,29 +4,13 @@
 #include <type_traits>
 #include <utility>
 
+#include "host/src/provider_check/word.h"
 #include "host/tests/kitfi/defects.h"
 
 namespace kitfi {
 
-template <class T>
-uint64_t toWord(T value)
-{
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<uint64_t>(value);
-    } else {
-        return static_cast<uint64_t>(static_cast<int64_t>(value));
-    }
-}
-
-template <class T>
-T fromWord(uint64_t word)
-{
-    if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(word);
-    } else {
-        return static_cast<T>(static_cast<int64_t>(word));
-    }
-}
+using fictl::fromWord;
+using fictl::toWord;
 
 /// Bit I: the I-th type fits.
 template <class... Fits>
