@@ -110,12 +110,37 @@ TEST_F(Content, TheGateHoldsAnAnnotationBackAndAKilledOneLeavesNothing)
     EXPECT_EQ(entriesIn(m_demo.home() / "annotations"), 1U) << "what the killed one left is collected";
 }
 
+TEST_F(Content, AFreshLunIsZerosOfItsWholeSize)
+{
+    EXPECT_EQ(lun("lun1"), std::string(LUN_SIZE, '\0'));
+}
+
+TEST_F(Content, TheGateHoldsAWriteBack)
+{
+    const fs::path gate = m_demo.home() / "gate/1";
+    const std::string before = lun("lun1");
+    auto other = std::make_optional<CGate>(gate);
+    const std::string tickets = contentOf(gate);
+    std::vector<std::string> command = lmadmCommand();
+    command.insert(command.end(),
+                   {"--store", m_demo.store().string(), "write", "lun1", "--offset", "0", "--pattern", "w"});
+    CProcess writer(command, "");
+    ASSERT_TRUE(eventually([&] { return contentOf(gate) != tickets; })) << "it stands in the line";
+    EXPECT_EQ(lun("lun1"), before);
+    other.reset();
+    EXPECT_EQ(writer.wait().status, 0);
+    EXPECT_NE(lun("lun1"), before);
+}
+
 TEST_F(Content, AnAnnotationOfAGroupWhoseLunsChangedMeanwhileIsRefused)
 {
     auto writer = std::make_optional<CGate>(m_demo.home() / "gate/1");
     CProcess annotation(lmshCommand(), script("create annotation \"A\" \"cg1\"\ncommit"), m_demo.root("prod").string());
     ASSERT_TRUE(eventually([this] { return entriesIn(m_demo.home() / "annotations") == 1; }));
-    EXPECT_EQ(m_demo.lmadm({"lun", "create", "lun3", "--group", "cg1", "--size", "4KiB"}).status, 0);
+    // Another LUN of the same name: only its number tells it from the one that was there.
+    m_demo.lmadm({"lun", "unpresent", "lun2", "prod"});
+    EXPECT_EQ(m_demo.lmadm({"lun", "delete", "lun2"}).status, 0);
+    EXPECT_EQ(m_demo.lmadm({"lun", "create", "lun2", "--group", "cg1", "--size", "256KiB"}).status, 0);
     writer.reset();
     const SResult result = annotation.wait();
     EXPECT_EQ(result.status, 5);

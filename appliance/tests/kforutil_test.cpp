@@ -43,6 +43,17 @@ TEST_F(Kforutil, ListsPresentedLuns)
     EXPECT_EQ(diskCount("prod"), 1U);
 }
 
+TEST_F(Kforutil, ListsDisksInTheOrderOfTheirPaths)
+{
+    m_demo.lmadm({"lun", "create", "lun0", "--group", "cg1", "--size", "4KiB"});
+    m_demo.lmadm({"lun", "present", "lun0", "prod"});
+    const Lines listing = disks("prod");
+    ASSERT_EQ(listing.size(), 6U);
+    EXPECT_THAT(listing[3], testing::HasSubstr("/dev/lun0 "));
+    EXPECT_THAT(listing[4], testing::HasSubstr("/dev/lun1 "));
+    EXPECT_THAT(listing[5], testing::HasSubstr("/dev/lun2 "));
+}
+
 TEST_F(Kforutil, SaysInOneLineThatThereAreNoDisks)
 {
     const SResult result = m_demo.kforutil("backup", "listdisk");
@@ -74,6 +85,17 @@ TEST_F(Kforutil, SerialsAreThoseOfTheTimeImageListing)
     EXPECT_THAT(listing.back(), testing::HasSubstr("(" + serial + ")"));
 }
 
+TEST_F(Kforutil, ACopyHasAnotherSerialThanItsSource)
+{
+    showTimeImageToBackup();
+    const auto serialOf = [](const std::string& line) { return line.substr(line.rfind('(')); };
+    const Lines sources = m_demo.kforutil("prod", "listdisk").out;
+    const Lines copies = m_demo.kforutil("backup", "listdisk").out;
+    EXPECT_NE(serialOf(copies[3]), serialOf(sources[3]));
+    EXPECT_NE(serialOf(copies[4]), serialOf(sources[4]));
+    EXPECT_NE(serialOf(copies[3]), serialOf(copies[4]));
+}
+
 TEST_F(Kforutil, ForgetsATimeImageThatIsGone)
 {
     showTimeImageToBackup();
@@ -89,6 +111,16 @@ TEST_F(Kforutil, NeedsANewDiscoverAfterAGrantWasWithdrawnAndGivenAgain)
     discover("backup");
     EXPECT_EQ(diskCount("backup"), 0U);
     update("update timeimage \"T\" \"cg1\"\nadd permission \"backup\"\ncommit");
+    EXPECT_EQ(diskCount("backup"), 0U);
+    discover("backup");
+    EXPECT_EQ(diskCount("backup"), 2U);
+}
+
+TEST_F(Kforutil, NeedsANewDiscoverAfterTheGroupsGrantWasWithdrawnAndGivenAgain)
+{
+    showTimeImageToBackup();
+    update("update timeimage \"cg1\"\ndelete permission \"backup\"\ncommit");
+    update("update timeimage \"cg1\"\nadd permission \"backup\"\ncommit");
     EXPECT_EQ(diskCount("backup"), 0U);
     discover("backup");
     EXPECT_EQ(diskCount("backup"), 2U);

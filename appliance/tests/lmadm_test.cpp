@@ -67,6 +67,10 @@ TEST_F(Lmadm, Hosts)
         {"host", "create", "prod"}, 4,
         "host \"prod\" exists already on appliance \"alpha\"; choose another name, or delete the existing one "
         "first");
+    m_demo.expectRefusal(
+        {"host", "create", "Prod"}, 4,
+        "host \"Prod\" differs from host \"prod\" on appliance \"alpha\" by case alone; choose another "
+        "name, or delete the existing one first");
     m_demo.expectRefusal({"host", "delete", "prod"}, 5,
                          "host \"prod\" still has LUNs presented to it; remove what uses it first");
 }
