@@ -197,6 +197,16 @@ TEST(Lmsh, ChangesOfOneCommandBelongTogether)
     EXPECT_THAT(demo.showGroup(), testing::IsSupersetOf({"backup", "prod"}));
 }
 
+TEST(Lmsh, ChangesOfOneCommandOnATimeImageBelongTogether)
+{
+    const CDemoStore demo;
+    demo.createAnnotation("A");
+    demo.createTimeImage("T", "A", "backup");
+    const std::string changes = "add permission \"prod\"\ndelete permission \"backup\"\ndelete permission \"backup\"";
+    EXPECT_EQ(demo.lmsh("update timeimage \"T\" \"cg1\"\n" + changes + "\ncommit").status, 3);
+    EXPECT_THAT(demo.lmsh("show timeimage \"T\" \"cg1\"").out, testing::Contains("Permissions: backup"));
+}
+
 TEST(Lmsh, RefusesAnAnnotationOfAGroupWithoutLuns)
 {
     const CDemoStore demo;

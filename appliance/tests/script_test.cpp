@@ -162,6 +162,8 @@ const SRefusal REFUSALS[] = {
     {"server a\ncreate timeimage \"T\" \"G\"\nuse annotation \"A\"\nset proactive expiration timeout "
      "4294967296\ncommit\n",
      "line 4: timeout \"4294967296\" is not a number of seconds"},
+    {"server a\ncreate timeimage \"T\" \"G\"\nuse annotation \"A\"\nset prevent expiration timeout 10h\ncommit\nexit\n",
+     "line 4: timeout \"10h\" is not a number of seconds"},
     {"server a\ncreate timeimage \"T\" \"G\"\nuse annotation \"A\"\ndelete permission \"H\"\ncommit\nexit\n",
      "line 4: not possible within create timeimage \"T\" \"G\", or \"commit\" is missing: delete permission \"H\""},
     {"server a\nupdate timeimage \"G\"\ncommit\nexit\n", "line 2: nothing to commit for: update timeimage \"G\""},
