@@ -1,11 +1,13 @@
 #include "host/src/commands/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <filesystem>
 
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
 #include "host/src/recording/recording.h"
+#include "host/src/selection/record_columns.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -171,7 +173,83 @@ std::string outputOf(const CLI::App& app)
     return given.empty() ? std::string() : given.back();
 }
 
+// Where the name of a snapshot stands that is there already; that of a new one nobody can know.
+bool isSnapshotAt(const CLI::App& command, size_t positional)
+{
+    static const std::map<std::string, size_t> NAMES = {{"import", 1}, {"release", 1}, {"delete", 1}, {"show", 1},
+                                                        {"label", 1},  {"export", 1},  {"diff", 2},   {"history", 1}};
+    const auto found = NAMES.find(command.get_name());
+    return found != NAMES.end() && positional < found->second;
+}
+
+// Those of the commands around it may stand behind it, too.
+const CLI::Option* findOption(const CLI::App* command, const std::string& word)
+{
+    if (!word.starts_with('-')) return nullptr;
+    for (; command != nullptr; command = command->get_parent()) {
+        if (const CLI::Option* const option = command->get_option_no_throw(word)) return option;
+    }
+    return nullptr;
+}
+
+std::vector<std::string> optionNames(const CLI::App* command)
+{
+    std::vector<std::string> names;
+    for (; command != nullptr; command = command->get_parent()) {
+        for (const CLI::Option* const option : command->get_options()) {
+            for (const std::string& name : option->get_lnames()) {
+                names.push_back("--" + name);
+            }
+        }
+    }
+    std::ranges::sort(names);
+    names.erase(std::unique(names.begin(), names.end()), names.end());
+    return names;
+}
+
+std::vector<std::string> valuesOf(const CLI::Option& option)
+{
+    if (option.check_lname("output")) return {"json", "name", "table"};
+    if (option.check_lname("state")) return shownStates();
+    if (option.check_lname("columns") || option.check_lname("sort")) return commaSeparated({knownColumns()});
+    return {};
+}
+
+std::vector<std::string> commandNames(const CLI::App& command)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* const each : command.get_subcommands([](const CLI::App*) { return true; })) {
+        names.push_back(each->get_name());
+    }
+    return names;
+}
+
 }  // namespace
+
+SCompletion completionOf(const std::vector<std::string>& words)
+{
+    SCommandLine line;
+    CLI::App app("", "fictl");
+    build(app, line);
+    CLI::App* command = &app;
+    const CLI::Option* awaiting = nullptr;  // its value is the next word
+    size_t positional = 0;
+    for (size_t i = 0; i + 1 < words.size(); ++i) {
+        const CLI::Option* const option = awaiting == nullptr ? findOption(command, words[i]) : nullptr;
+        const bool isValue = awaiting != nullptr;
+        awaiting = option != nullptr && option->get_items_expected_max() > 0 ? option : nullptr;
+        if (isValue || words[i].starts_with('-')) continue;
+        const auto inner = command->get_subcommands([&](const CLI::App* each) { return each->check_name(words[i]); });
+        if (inner.empty()) {
+            ++positional;
+        } else {
+            command = inner.front();
+        }
+    }
+    if (awaiting != nullptr) return {.candidates = valuesOf(*awaiting)};
+    if (words.back().starts_with('-')) return {.candidates = optionNames(command)};
+    return {.candidates = commandNames(*command), .isSnapshot = isSnapshotAt(*command, positional)};
+}
 
 void readCommandLine(int argc, char** argv, SCommandLine& line)
 {

@@ -28,6 +28,16 @@ struct SCommandLine
 /// understood.
 void readCommandLine(int argc, char** argv, SCommandLine& line);
 
+/// What the last word of an unfinished command line may be.
+struct SCompletion
+{
+    std::vector<std::string> candidates{};  ///< commands, options, or the values that an option takes
+    bool isSnapshot = false;                ///< the name of a snapshot of the catalog
+};
+
+/// @param words behind "fictl"; not empty, the last one may be
+SCompletion completionOf(const std::vector<std::string>& words);
+
 /// The words of a command line as a shell would take them, "..." in place of the value of each option that is secret,
 /// and each file to write by its whole path.
 std::string shownCommandLine(int argc, char** argv, const SCommandLine& line);
