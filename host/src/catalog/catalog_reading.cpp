@@ -11,7 +11,9 @@ namespace fictl {
 
 namespace {
 
-constexpr int READ_ONLY = SQLITE_OPEN_READONLY | SQLITE_OPEN_URI;
+// Used by one thread at a time, so SQLite need not lock for each value that is asked of it.
+constexpr int READ_ONLY = SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX;
+constexpr int READ_ONLY_BY_URI = READ_ONLY | SQLITE_OPEN_URI;
 
 // The path as SQLite takes it when it is to know more than the path.
 std::string uriOf(const std::string& path, const char* parameters)
@@ -36,10 +38,12 @@ bool isForWantOfFiles(const base::ESqlite& error)
     return std::ranges::find(CODES, error.primaryCode()) != std::end(CODES);
 }
 
-// The first statement that reads is the one that opens the log.
-void touch(const base::CSqliteDatabase& database)
+// The first statement that reads is the one that opens the log. A list that goes by the names comes to each page of a
+// large catalog many times, so there is room for all of them.
+void touch(base::CSqliteDatabase& database)
 {
     base::CSqliteQuery(database, "SELECT count(*) FROM sqlite_schema").run();
+    database.execute("PRAGMA cache_size = -65536");
 }
 
 }  // namespace
@@ -60,7 +64,7 @@ CCatalogReading::CCatalogReading(const std::string& path) : m_path(path)
 bool CCatalogReading::openWithLocks()
 {
     try {
-        m_database.emplace(m_path, SQLITE_OPEN_READONLY, CCatalog::PATIENCE);
+        m_database.emplace(m_path, READ_ONLY, CCatalog::PATIENCE);
         touch(*m_database);
     } catch (const base::ESqlite& error) {
         if (!isForWantOfFiles(error)) throw;
@@ -74,9 +78,9 @@ void CCatalogReading::openWithoutLocks()
 {
     m_marks = marks();
     if (m_marks.log.size == 0) {
-        m_database.emplace(uriOf(m_path, "immutable=1"), READ_ONLY, CCatalog::PATIENCE);
+        m_database.emplace(uriOf(m_path, "immutable=1"), READ_ONLY_BY_URI, CCatalog::PATIENCE);
     } else {
-        m_database.emplace(uriOf(m_path, "vfs=unix-none"), READ_ONLY, CCatalog::PATIENCE);
+        m_database.emplace(uriOf(m_path, "vfs=unix-none"), READ_ONLY_BY_URI, CCatalog::PATIENCE);
         // Alone with the log it keeps its index of it in memory.
         m_database->execute("PRAGMA locking_mode = EXCLUSIVE");
     }

@@ -122,7 +122,8 @@ class CAllRecords
 {
   public:
     explicit CAllRecords(const base::CSqliteDatabase& database)
-        : m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
+        : m_count(countOf(database)),
+          m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
           m_devices(database, std::string(DEVICES) + "ORDER BY snapshot, position", 14),
           m_times(database, "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ORDER BY snapshot", 0),
           m_labels(database, "SELECT snapshot, label_key, label_value FROM label ORDER BY snapshot", 0)
@@ -132,6 +133,7 @@ class CAllRecords
     SListing read()
     {
         SListing listing;
+        listing.snapshots.reserve(m_count);
         while (m_heads.next()) {
             try {
                 listing.snapshots.push_back(readRecord());
@@ -159,6 +161,13 @@ class CAllRecords
         return snapshot;
     }
 
+    static size_t countOf(const base::CSqliteDatabase& database)
+    {
+        base::CSqliteQuery count(database, "SELECT count(*) FROM snapshot");
+        return count.next() ? static_cast<size_t>(count.integer(0)) : 0;
+    }
+
+    const size_t m_count;
     base::CSqliteQuery m_heads;
     CRowsBeside m_devices;
     CRowsBeside m_times;

@@ -85,7 +85,7 @@ std::string tableText(const std::vector<SSnapshot>& snapshots, const SListReques
             rows.back().push_back(column->text(snapshot, now));
         }
     }
-    return formatTable(rows);
+    return formatTable(std::move(rows));
 }
 
 std::string namesText(const std::vector<SSnapshot>& snapshots)

@@ -18,15 +18,13 @@ namespace {
 
 constexpr size_t GAP = 2;
 
-Rows shown(const Rows& rows)
+void makeShowable(Rows& rows)
 {
-    Rows cells = rows;
-    for (std::vector<std::string>& row : cells) {
+    for (std::vector<std::string>& row : rows) {
         for (std::string& cell : row) {
             cell = cell.empty() ? "-" : printable(cell);
         }
     }
-    return cells;
 }
 
 std::vector<size_t> widthsOf(const Rows& rows)
@@ -80,23 +78,23 @@ json textOrNull(const std::string& text)
     return text.empty() ? json() : json(text);
 }
 
-std::string formatTable(const Rows& rows)
+std::string formatTable(Rows rows)
 {
-    return formatTable(rows, outputWidth());
+    return formatTable(std::move(rows), outputWidth());
 }
 
-std::string formatValues(const Rows& rows)
+std::string formatValues(Rows rows)
 {
-    return formatTable(rows, 0);
+    return formatTable(std::move(rows), 0);
 }
 
-std::string formatTable(const Rows& rows, size_t lineWidth)
+std::string formatTable(Rows rows, size_t lineWidth)
 {
-    const Rows cells = shown(rows);
-    std::vector<size_t> widths = widthsOf(cells);
+    makeShowable(rows);
+    std::vector<size_t> widths = widthsOf(rows);
     if (lineWidth != 0 && !widths.empty()) fit(widths, lineWidth);
     std::string text;
-    for (const std::vector<std::string>& row : cells) {
+    for (const std::vector<std::string>& row : rows) {
         for (size_t i = 0; i < row.size(); ++i) {
             const std::string cell = cutToWidth(row[i], widths[i]);
             text += cell;

@@ -34,10 +34,10 @@ using Rows = std::vector<std::vector<std::string>>;
 /// Rows of cells as lines of aligned columns; the first row is the heading. Control characters are made visible. Lines
 /// that are wider than the terminal are cut in their widest column, where the table stays readable; what is no
 /// terminal gets everything.
-std::string formatTable(const Rows& rows);
-std::string formatTable(const Rows& rows, size_t lineWidth);
+std::string formatTable(Rows rows);
+std::string formatTable(Rows rows, size_t lineWidth);
 /// Rows of a name and a value, never cut.
-std::string formatValues(const Rows& rows);
+std::string formatValues(Rows rows);
 
 /// Writes all of the text to standard output; throws EFictl (IO). False when it is a pipe whose reader has gone: it had
 /// what it wanted.

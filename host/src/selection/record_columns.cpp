@@ -109,11 +109,11 @@ std::vector<SSortKey> parseSortKeys(const std::vector<std::string>& texts)
 
 namespace {
 
-// What a record is sorted by, made once for each.
+// What a record is sorted by, made once for each; records are large, and are not moved until their order is known.
 struct SSorted
 {
     std::vector<std::string> keys;
-    SSnapshot snapshot;
+    SSnapshot* snapshot;
 };
 
 std::string keyOf(const SSnapshot& snapshot, const SRecordColumn& column)
@@ -126,13 +126,12 @@ std::string keyOf(const SSnapshot& snapshot, const SRecordColumn& column)
 void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>& keys)
 {
     std::vector<SSorted> sorted;
+    sorted.reserve(snapshots.size());
     for (SSnapshot& snapshot : snapshots) {
-        SSorted entry;
+        SSorted& entry = sorted.emplace_back(SSorted{.keys = {}, .snapshot = &snapshot});
         for (const SSortKey& key : keys) {
             entry.keys.push_back(keyOf(snapshot, *key.column));
         }
-        entry.snapshot = std::move(snapshot);
-        sorted.push_back(std::move(entry));
     }
     const SNameOrder isBefore;
     std::ranges::sort(sorted, [&](const SSorted& a, const SSorted& b) {
@@ -140,9 +139,14 @@ void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>&
             if (a.keys[i] == b.keys[i]) continue;
             return isBefore(a.keys[i], b.keys[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
         }
-        return isBefore(a.snapshot.name, b.snapshot.name);
+        return isBefore(a.snapshot->name, b.snapshot->name);
     });
-    std::ranges::transform(sorted, snapshots.begin(), [](SSorted& entry) { return std::move(entry.snapshot); });
+    std::vector<SSnapshot> inOrder;
+    inOrder.reserve(sorted.size());
+    for (const SSorted& entry : sorted) {
+        inOrder.push_back(std::move(*entry.snapshot));
+    }
+    snapshots = std::move(inOrder);
 }
 
 }  // namespace fictl
