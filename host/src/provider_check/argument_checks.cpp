@@ -63,12 +63,12 @@ void checkAllNulls(SCheckSurroundings& surroundings)
 
 bool isUntouched(const SArgument& argument, uint64_t word)
 {
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(word);
+    const auto* const bytes = fromWord<const unsigned char*>(word);
     const size_t size = argument.outputSize();
     if (bytes == nullptr || size == 0) return false;
     CArguments fresh;
     const SFunction one = {0, "", false, true, {argument}, nullptr};
-    return std::memcmp(bytes, reinterpret_cast<const void*>(fresh.of(one)[0]), size) == 0;
+    return std::memcmp(bytes, fromWord<const void*>(fresh.of(one)[0]), size) == 0;
 }
 
 // A provider that accepts restore need not store anything.

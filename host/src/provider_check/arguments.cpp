@@ -77,7 +77,7 @@ template <class T>
 void* CArguments::reference(T* object)
 {
     void* const place = memory(0);
-    std::memcpy(place, &object, sizeof object);
+    std::memcpy(place, &object, sizeof(void*));
     return place;
 }
 
@@ -141,7 +141,7 @@ std::string CArguments::leftOutputs(const SFunction& function, const CWords& wor
 {
     std::string names;
     for (size_t i = 0; i < words.size(); ++i) {
-        const auto* const bytes = reinterpret_cast<const unsigned char*>(words[i]);
+        const auto* const bytes = fromWord<const unsigned char*>(words[i]);
         const size_t size = function.arguments[i].outputSize();
         const bool isLeft =
             bytes != nullptr && std::any_of(bytes, bytes + size, [](unsigned char byte) { return byte != 0; });

@@ -135,7 +135,7 @@ std::string shownWord(const SArgument& argument, uint64_t word)
     if (argument.value == EValue::NUMBER) return std::to_string(static_cast<int64_t>(word));
     if (word == 0) return "null";
     const bool isReadable = argument.value == EValue::TEXT && !argument.isOutput;
-    return isReadable ? shownText(reinterpret_cast<const char*>(word)) : argument.name;
+    return isReadable ? shownText(fromWord<const char*>(word)) : argument.name;
 }
 
 }  // namespace

@@ -25,7 +25,7 @@ class CGiving
     template <class T>
     T* input(const char* argument) const
     {
-        return reinterpret_cast<T*>(m_words[m_function.placeOf(argument)]);
+        return fromWord<T*>(m_words[m_function.placeOf(argument)]);
     }
     template <class T>
     T output(const char* argument) const

@@ -98,8 +98,9 @@ void checkCancelled(SCheckSurroundings& surroundings)
     if (pthread_create(&thread, nullptr, SCancelledCalls::run, &calls) != 0) throw SNoOccasion{"no thread is left"};
     pthread_join(thread, &result);
     if (calls.violation) throw SViolation(*calls.violation);
-    if (!calls.isDone)
+    if (!calls.isDone) {
         throw SViolation{"a call in a cancelled thread", "the call is finished", "the thread ended in it"};
+    }
     if (result != PTHREAD_CANCELED) {
         throw SViolation{"calls in a cancelled thread", "the thread ends at its next cancellation point",
                          "it was not cancelled any more"};

@@ -211,7 +211,10 @@ std::vector<std::string> make(CSubject& subject, const char* session)
     obzx_objid** identities = nullptr;
     int32_t count = 0;
     subject.call(&SEntryPoints::make, nullptr, session, nullptr, 0, &identities, &count);
+    CSubject::expect((count > 0) == (identities != nullptr) && count >= 0, "identities and their count, or null and 0",
+                     std::to_string(count));
     std::vector<std::string> nodes;
+    nodes.reserve(static_cast<size_t>(count));
     for (int32_t i = 0; i < count; ++i) {
         nodes.emplace_back(identities[i]->name);
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bit>
 #include <cstdint>
 #include <type_traits>
 #include <vector>
@@ -13,7 +14,7 @@ template <class T>
 uint64_t toWord(T value)
 {
     if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<uint64_t>(value);
+        return std::bit_cast<uint64_t>(value);
     } else {
         return static_cast<uint64_t>(static_cast<int64_t>(value));
     }
@@ -23,7 +24,7 @@ template <class T>
 T fromWord(uint64_t word)
 {
     if constexpr (std::is_pointer_v<T>) {
-        return reinterpret_cast<T>(word);
+        return std::bit_cast<T>(word);
     } else {
         return static_cast<T>(static_cast<int64_t>(word));
     }
