@@ -82,7 +82,7 @@ std::vector<SCheckResult> makeChecks(const SContext& context, const SCheckOption
         context.progress.step("check " + std::string(check->name));
         results.push_back(makeCheck(*check, order, folder.path()));
         // All others would fail in the same way.
-        if (check == &providerChecks().front() && results.back().outcome == EOutcome::FAIL) break;
+        if (check == &providerChecks().front() && results.back().outcome == ECheckOutcome::FAIL) break;
     }
     return results;
 }
@@ -106,8 +106,9 @@ SResult report(const std::string& library, const std::vector<SCheckResult>& resu
         text += lineOf(result) + "\n";
         ++counts[static_cast<size_t>(result.outcome)];
     }
-    const size_t failed = counts[static_cast<size_t>(EOutcome::FAIL)];
-    text += summary(counts[static_cast<size_t>(EOutcome::PASS)], failed, counts[static_cast<size_t>(EOutcome::SKIP)]);
+    const size_t failed = counts[static_cast<size_t>(ECheckOutcome::FAIL)];
+    text += summary(counts[static_cast<size_t>(ECheckOutcome::PASS)], failed,
+                    counts[static_cast<size_t>(ECheckOutcome::SKIP)]);
     SResult result = resultOf(
         {{"provider_check", {{"path", library}, {"checks", std::move(list)}, {"ok", failed == 0}}}}, std::move(text));
     if (failed != 0) result.exit = EExit::FAILED;

@@ -72,13 +72,13 @@ SCheckResult resultOfCheck(const SProviderCheck& check, SCheckSurroundings& surr
     try {
         check.run(surroundings);
     } catch (const SViolation& violation) {
-        return {&check, EOutcome::FAIL, violation.call, violation.expected, violation.came};
+        return {&check, ECheckOutcome::FAIL, violation.call, violation.expected, violation.came};
     } catch (const SNoOccasion& none) {
-        return {&check, EOutcome::SKIP, "", "", none.reason};
+        return {&check, ECheckOutcome::SKIP, "", "", none.reason};
     } catch (const std::exception& error) {
-        return {&check, EOutcome::FAIL, CSubject::lastCall(), "the check is made", error.what()};
+        return {&check, ECheckOutcome::FAIL, CSubject::lastCall(), "the check is made", error.what()};
     }
-    return {&check, EOutcome::PASS, "", "", "", surroundings.remark};
+    return {&check, ECheckOutcome::PASS, "", "", "", surroundings.remark};
 }
 
 std::string joined(const std::vector<std::string>& calls)
@@ -121,7 +121,7 @@ SCheckResult makeCheck(const SProviderCheck& check, const SCheckOrder& order, co
     result.check = &check;
     const json document = json::parse(end.output, nullptr, false);
     if (end.exit != 0 || !readResult(document, result)) {
-        result.outcome = EOutcome::FAIL;
+        result.outcome = ECheckOutcome::FAIL;
         result.call = joined(journal.underWay());
         result.expected = "it returns";
         result.came = endText(end);

@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr EOutcome OUTCOMES[] = {EOutcome::PASS, EOutcome::FAIL, EOutcome::SKIP};
+constexpr ECheckOutcome OUTCOMES[] = {ECheckOutcome::PASS, ECheckOutcome::FAIL, ECheckOutcome::SKIP};
 
 std::string threeDecimals(double seconds)
 {
@@ -43,11 +43,11 @@ std::string attribute(const char* name, const std::string& value)
 
 std::string whyOf(const SCheckResult& result)
 {
-    if (result.outcome == EOutcome::SKIP) return result.came;
+    if (result.outcome == ECheckOutcome::SKIP) return result.came;
     return result.call + ": expected " + result.expected + ", came " + result.came;
 }
 
-long countOf(const std::vector<SCheckResult>& results, EOutcome outcome)
+long countOf(const std::vector<SCheckResult>& results, ECheckOutcome outcome)
 {
     return std::count_if(results.begin(), results.end(),
                          [outcome](const SCheckResult& result) { return result.outcome == outcome; });
@@ -55,12 +55,12 @@ long countOf(const std::vector<SCheckResult>& results, EOutcome outcome)
 
 }  // namespace
 
-const char* nameOf(EOutcome outcome)
+const char* nameOf(ECheckOutcome outcome)
 {
     switch (outcome) {
-        case EOutcome::PASS:
+        case ECheckOutcome::PASS:
             return "PASS";
-        case EOutcome::FAIL:
+        case ECheckOutcome::FAIL:
             return "FAIL";
         default:
             return "SKIP";
@@ -79,7 +79,7 @@ bool readResult(const json& document, SCheckResult& result)
     if (!document.is_object()) return false;
     const std::string outcome = document.value("outcome", "");
     const auto* const found = std::find_if(std::begin(OUTCOMES), std::end(OUTCOMES),
-                                           [&outcome](EOutcome each) { return outcome == nameOf(each); });
+                                           [&outcome](ECheckOutcome each) { return outcome == nameOf(each); });
     if (found == std::end(OUTCOMES)) return false;
     result.outcome = *found;
     result.call = document.value("call", "");
@@ -92,7 +92,7 @@ bool readResult(const json& document, SCheckResult& result)
 std::string lineOf(const SCheckResult& result)
 {
     const std::string head = std::string(result.check->name) + ": " + nameOf(result.outcome);
-    const std::string rest = result.outcome == EOutcome::PASS ? result.remark : whyOf(result);
+    const std::string rest = result.outcome == ECheckOutcome::PASS ? result.remark : whyOf(result);
     return printable(rest.empty() ? head : head + ": " + rest);
 }
 
@@ -100,15 +100,15 @@ std::string junitText(const std::string& library, const std::vector<SCheckResult
 {
     std::string text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite" + attribute("name", library) +
                        attribute("tests", std::to_string(results.size())) +
-                       attribute("failures", std::to_string(countOf(results, EOutcome::FAIL))) +
-                       attribute("skipped", std::to_string(countOf(results, EOutcome::SKIP))) + ">\n";
+                       attribute("failures", std::to_string(countOf(results, ECheckOutcome::FAIL))) +
+                       attribute("skipped", std::to_string(countOf(results, ECheckOutcome::SKIP))) + ">\n";
     for (const SCheckResult& result : results) {
         text += "  <testcase classname=\"provider-check\"" + attribute("name", result.check->name) +
                 attribute("time", threeDecimals(result.seconds));
-        if (result.outcome == EOutcome::PASS) {
+        if (result.outcome == ECheckOutcome::PASS) {
             text += "/>\n";
         } else {
-            const char* const element = result.outcome == EOutcome::FAIL ? "failure" : "skipped";
+            const char* const element = result.outcome == ECheckOutcome::FAIL ? "failure" : "skipped";
             text += std::string(">\n    <") + element + attribute("message", whyOf(result)) + "/>\n  </testcase>\n";
         }
     }

@@ -8,7 +8,7 @@
 
 namespace fictl {
 
-enum class EOutcome
+enum class ECheckOutcome
 {
     PASS,
     FAIL,
@@ -19,7 +19,7 @@ enum class EOutcome
 struct SCheckResult
 {
     const SProviderCheck* check = nullptr;
-    EOutcome outcome = EOutcome::FAIL;
+    ECheckOutcome outcome = ECheckOutcome::FAIL;
     std::string call{};  ///< that broke it
     std::string expected{};
     std::string came{};    ///< of a check that failed what came, of one that was skipped why
@@ -27,7 +27,7 @@ struct SCheckResult
     double seconds = 0;
 };
 
-const char* nameOf(EOutcome outcome);
+const char* nameOf(ECheckOutcome outcome);
 
 /// What the process of a check tells the one that waits for it.
 nlohmann::json toJson(const SCheckResult& result);
