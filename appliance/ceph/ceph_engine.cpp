@@ -230,7 +230,7 @@ bool CCephEngine::hasStrayData(const CListedVolumes& listed)
     const std::vector<SVolume> volumes = listed();
     const bool isDropped =
         std::any_of(images.begin(), images.end(), [](const auto& image) { return image.starts_with(DROPPED); });
-    return isDropped || !strayImages(volumes).empty() || !strayMounts(volumes).empty();
+    return isDropped || !strayImages(volumes).empty() || !strayDevices(home() / "dev", volumes).empty();
 }
 
 // Another machine puts its data in place and lists it in one transaction, so that in a transaction there is none which
@@ -251,7 +251,7 @@ void CCephEngine::dropStrayData(const CListedVolumes& listed)
         if (image.starts_with(DROPPED)) tidyUp([&] { removeVolume(image); });
     }
     const base::CFileDescriptor alone = daemon().lock();
-    for (const fs::path& mount : strayMounts(volumes)) {
+    for (const fs::path& mount : strayDevices(home() / "dev", volumes)) {
         takeBack(mount);
     }
 }
@@ -266,20 +266,6 @@ std::vector<std::string> CCephEngine::strayImages(const std::vector<SVolume>& li
     for (const std::string& image : connection().images.names()) {
         const std::optional<int64_t> volume = volumeOf(image);
         if (volume && numbers.count(*volume) == 0) stray.push_back(image);
-    }
-    return stray;
-}
-
-std::vector<fs::path> CCephEngine::strayMounts(const std::vector<SVolume>& listed) const
-{
-    std::set<std::string> names;
-    for (const SVolume& volume : listed) {
-        names.insert(volume.name);
-    }
-    std::vector<fs::path> stray;
-    std::error_code error;
-    for (fs::directory_iterator entry(home() / "dev", error), end; !error && entry != end; entry.increment(error)) {
-        if (names.count(entry->path().filename().string()) == 0) stray.push_back(entry->path());
     }
     return stray;
 }

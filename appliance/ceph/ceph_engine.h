@@ -84,7 +84,6 @@ class CCephEngine : public CBaseDaemonEngine
     void detachThose(const std::function<bool(const SOpenDevice& device)>& isMeant);
     void removeVolume(const std::string& image);
     std::vector<std::string> strayImages(const std::vector<SVolume>& listed);
-    std::vector<std::filesystem::path> strayMounts(const std::vector<SVolume>& listed) const;
 
     const SHostKernel m_kernel;
     const SCephSettings m_settings;

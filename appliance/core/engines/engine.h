@@ -98,4 +98,8 @@ class CBaseStorageEngine
     virtual bool isAttached(const SDevice& device) const = 0;
 };
 
+/// What lies in the folder of an appliance's devices under a name that no listed LUN has.
+std::vector<std::filesystem::path> strayDevices(const std::filesystem::path& devices,
+                                                const std::vector<SVolume>& listed);
+
 }  // namespace lumora

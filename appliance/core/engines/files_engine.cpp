@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <set>
 #include <system_error>
 
 #include "appliance/core/conventions/error.h"
@@ -65,16 +64,11 @@ void CFilesEngine::dropStrayData(const CListedVolumes& listed)
 
 std::vector<fs::path> CFilesEngine::strayData(const std::vector<SVolume>& listed) const
 {
-    std::set<std::string> names;
-    for (const SVolume& volume : listed) {
-        names.insert(volume.name);
-    }
-    std::vector<fs::path> stray;
-    std::error_code error;
-    for (fs::directory_iterator entry(devices(), error), end; !error && entry != end; entry.increment(error)) {
-        const std::string name = entry->path().filename().string();
-        if (names.count(name) == 0 && entry->is_regular_file(error)) stray.push_back(entry->path());
-    }
+    std::vector<fs::path> stray = strayDevices(devices(), listed);
+    std::erase_if(stray, [](const fs::path& path) {
+        std::error_code error;
+        return !fs::is_regular_file(path, error);
+    });
     return stray;
 }
 

@@ -238,15 +238,7 @@ std::vector<int64_t> CQsdEngine::strayVolumes(const std::vector<SVolume>& listed
 // Files of volumes that the tables do not know, and what is left at the paths of LUNs which are no more.
 std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
 {
-    std::set<std::string> names;
-    for (const SVolume& volume : listed) {
-        names.insert(volume.name);
-    }
-    std::vector<fs::path> stray;
-    std::error_code error;
-    for (fs::directory_iterator entry(home() / "dev", error), end; !error && entry != end; entry.increment(error)) {
-        if (names.count(entry->path().filename().string()) == 0) stray.push_back(entry->path());
-    }
+    std::vector<fs::path> stray = strayDevices(home() / "dev", listed);
     std::set<fs::path> known;
     for (const SLayeredVolume& volume : m_table.volumes()) {
         for (const SLayer& layer : volume.layers) {
@@ -254,6 +246,7 @@ std::vector<fs::path> CQsdEngine::strayFiles(const std::vector<SVolume>& listed)
         }
         if (volume.intended != 0) known.insert(layerFile(volume.id, volume.intended));
     }
+    std::error_code error;
     for (fs::directory_iterator entry(volumesFolder(), error), end; !error && entry != end; entry.increment(error)) {
         if (known.count(entry->path()) == 0) stray.push_back(entry->path());
     }
