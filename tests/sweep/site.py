@@ -142,7 +142,7 @@ class Site:
     def lmadm(self, *words):
         run = subprocess.run([self.bin / "lmadm", *words], env=self.environment, stdin=subprocess.DEVNULL,
                              capture_output=True, text=True, timeout=DEADLINE, check=False)
-        need(run.returncode == 0, f"lmadm {' '.join(words)}: {run.stderr}")
+        need(run.returncode == 0, f"lmadm {' '.join(words)} ended with {run.returncode}: {run.stderr}")
         return run.stdout
 
     def lmadm_json(self, *words):
