@@ -31,6 +31,6 @@ function(cdpfi_add_provider target name)
                BUILD_WITH_INSTALL_RPATH ON
                INSTALL_RPATH "$ORIGIN/../../")
   if(NOT arg_NO_INSTALL)
-    install(TARGETS ${target} LIBRARY DESTINATION ${CDPFI_PROVIDER_DIR})
+    install(TARGETS ${target} LIBRARY DESTINATION ${CDPFI_PROVIDER_DIR} COMPONENT provider)
   endif()
 endfunction()
