@@ -20,16 +20,6 @@ T* outputOf(const CWords& words, size_t place)
     return words[place] == 0 ? nullptr : *fromWord<T**>(words[place]);
 }
 
-void freeOutputs(const SEntryType& type, const CWords& words)
-{
-    if (type.name == "get_provider_info") obzx_free_provider_list(outputOf<obz_provider_list>(words, 0));
-    if (type.name == "enumerate_fims") obzx_free_fim_list(outputOf<obz_fim_list>(words, 0));
-    if (type.name == "config") obzx_free_confspec(outputOf<obz_confspec>(words, 3));
-    if (type.name == "objctl") free(outputOf<char>(words, 2));
-    if (type.name == "get_locale_message") obzx_free_buf(outputOf<char>(words, 2), 0);
-    if (type.name == "errmsg") obzx_free_buf(outputOf<char>(words, 1), 0);
-}
-
 /// Takes nodes that the call may have set up down again.
 void deinitNodes(const CLoadedProvider& provider, const SEntryType& type, const CWords& words)
 {
@@ -42,6 +32,16 @@ void deinitNodes(const CLoadedProvider& provider, const SEntryType& type, const 
 }
 
 }  // namespace
+
+void freeOutputs(const SEntryType& type, const CWords& words)
+{
+    if (type.name == "get_provider_info") obzx_free_provider_list(outputOf<obz_provider_list>(words, 0));
+    if (type.name == "enumerate_fims") obzx_free_fim_list(outputOf<obz_fim_list>(words, 0));
+    if (type.name == "config") obzx_free_confspec(outputOf<obz_confspec>(words, 3));
+    if (type.name == "objctl") free(outputOf<char>(words, 2));
+    if (type.name == "get_locale_message") obzx_free_buf(outputOf<char>(words, 2), 0);
+    if (type.name == "errmsg") obzx_free_buf(outputOf<char>(words, 1), 0);
+}
 
 CWords argumentsToConsume(const SEntryType& type, CHostObjects& objects)
 {

@@ -40,4 +40,7 @@ class CNullMatrix
 /// Valid arguments, with a buffer of the runtime's where the call frees it.
 CWords argumentsToConsume(const SEntryType& type, CHostObjects& objects);
 
+/// Frees what a call has handed out.
+void freeOutputs(const SEntryType& type, const CWords& words);
+
 }  // namespace pdktest

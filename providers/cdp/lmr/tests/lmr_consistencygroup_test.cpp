@@ -306,6 +306,7 @@ TEST_F(ConsistencyGroup, TimeImageSendsItsCommandsToTheApplianceOfItsGroup)
     setScenario("exit 0\n");
     image->mapHost(m_host);
     EXPECT_THAT(takeSent(), testing::HasSubstr("server alpha\n"));
+    image->setConsistencyGroup({});  // each would keep the other
 }
 
 TEST_F(ConsistencyGroup, OfTimeImagesThatShowTheSameSerialTheFirstByNameIsTaken)
