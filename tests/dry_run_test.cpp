@@ -159,6 +159,12 @@ class CDryRunTest : public testing::Test
         }
     }
 
+    static bool hasFolders(const fs::path& folder)
+    {
+        return std::ranges::any_of(fs::directory_iterator(folder),
+                                   [](const fs::directory_entry& entry) { return entry.is_directory(); });
+    }
+
     SRun fill(const fs::path& store, const fs::path& inspection) const
     {
         return site.shell("production",
@@ -324,12 +330,12 @@ TEST_F(CDryRunTest, LeavesNoFolderBehind)
     EXPECT_TRUE(fs::exists(other));
     fs::remove_all(young);
     fs::remove_all(other);
-    // Stopped while it is at work there.
+    // Stopped while it is at work there. Scripts of a tool's run that was stopped go with the next run.
     program(site.folder() / "tools/production/kforutil", "sleep 1\nexec " CDPFI_BIN_DIR "/kforutil \"$@\"\n");
     for (const char* const seconds : {"0.5", "1.2"}) {
         const SRun run = site.shell("production", "TMPDIR=" + temporary.string() + " timeout -s TERM " + seconds +
                                                       " fictl --dry-run snapshot create nightly " + device);
-        EXPECT_TRUE(fs::is_empty(temporary)) << seconds << run.out << run.err;
+        EXPECT_FALSE(hasFolders(temporary)) << seconds << run.out << run.err;
     }
 }
 
