@@ -1,4 +1,6 @@
 // Rotation as a command: what it tells, what it deletes, and what it leaves alone.
+#include <csignal>
+
 #include "host/tests/catalog_fixture.h"
 
 namespace {
@@ -172,6 +174,31 @@ TEST_F(CPruneTest, AFailureKeepsNoOtherFromItsTurn)
     arm("");
     EXPECT_EQ(pruned({"--keep-last", "1"}), (Lines{"exit 0", "a2 stays", "a1 stays", "b2 stays"}))
         << "what became of it is for a person to see";
+}
+
+TEST_F(CPruneTest, AfterASignalTheOthersHaveNoTurnAndWhatWasDoneIsTold)
+{
+    create("a1", 3);
+    create("a2", 1);
+    create("b1", 3, {"/dev/fake3"});
+    create("b2", 1, {"/dev/fake3"});
+    create("c1", 3, {"/dev/fake4"});
+    create("c2", 1, {"/dev/fake4"});
+    arm("delete-annotation:g1 wait here\n");
+    const pid_t pid = startHeld({"snapshot", "prune", "--keep-last", "1"});
+    release();
+    waitForFile("here.reached");
+    ASSERT_EQ(kill(pid, SIGTERM), 0);
+    touch("here");
+    const SRun run = finish();
+    EXPECT_EQ(run.exit, 15) << run.out << run.err;
+    EXPECT_EQ(names(), "a2 b1 b2 c1 c2");
+    EXPECT_TRUE(run.out.ends_with("1 deleted, 5 stays\n")) << run.out;
+    for (const char* const name : {"b1", "c1"}) {
+        const std::string row = run.out.substr(run.out.find(std::string(name) + " "));
+        EXPECT_TRUE(row.substr(0, row.find('\n')).ends_with("  stays    it was not reached")) << row;
+    }
+    EXPECT_EQ(run.err.find("stopped by a signal"), run.err.rfind("stopped by a signal")) << run.err;
 }
 
 TEST_F(CPruneTest, ARecordThatCannotBeReadStaysAndIsTold)

@@ -53,6 +53,8 @@ SRotation rotationOf(const SPruneOptions& options)
 // States in which one may be at the moment when its deletion begins.
 constexpr std::initializer_list<EState> PRUNABLE = {EState::COMPLETE};
 
+constexpr const char* NOT_REACHED = "it was not reached";
+
 /// What became of one snapshot.
 struct SPruned
 {
@@ -87,14 +89,34 @@ class CPruning
     SPruned remove(const SRotated& snapshot)
     {
         if (isDry()) return {.result = "goes", .reason = snapshot.reason};
-        stopPoint();
-        // Much may have happened while the others were deleted.
-        const std::optional<SRotated> now = judgeAgain(snapshot);
-        if (!now) return {.result = "gone", .reason = "it is not in the catalog any more"};
-        if (!now->goes) return {.reason = now->reason};
-        if (!m_guardian) m_guardian.emplace();
-        m_context.progress.step("delete snapshot " + snapshot.name);
-        return removeEntered(snapshot.name);
+        if (m_isEnded) return {.reason = NOT_REACHED};
+        bool isBegun = false;
+        try {
+            stopPoint();
+            // Much may have happened while the others were deleted.
+            const std::optional<SRotated> now = judgeAgain(snapshot);
+            if (!now) return {.result = "gone", .reason = "it is not in the catalog any more"};
+            if (!now->goes) return {.reason = now->reason};
+            if (!m_guardian) m_guardian.emplace();
+            m_context.progress.step("delete snapshot " + snapshot.name);
+            isBegun = true;
+            removeEntered(snapshot.name);
+            return {.result = "deleted", .reason = "no rule keeps it"};
+        } catch (const EFictl& error) {
+            return failed(error, isBegun);
+        }
+    }
+
+    // After a signal, or without a catalog, none of the others has a turn; what was done so far is told all the same.
+    SPruned failed(const EFictl& error, bool isBegun)
+    {
+        m_isEnded = error.exit() == EExit::CATALOG || error.exit() == EExit::STOPPED;
+        CProgress::write(errorText(error));
+        if (!isBegun) return {.reason = NOT_REACHED, .exit = error.exit()};
+        const bool isRefused = error.exit() == EExit::STATE;
+        return {.result = isRefused ? "refused" : "failed",
+                .reason = error.what(),
+                .exit = isRefused || m_isEnded ? error.exit() : EExit::NOT_DELETED};
     }
 
     std::optional<SRotated> judgeAgain(const SRotated& before) const
@@ -107,7 +129,7 @@ class CPruning
     }
 
     // Each deletion is an entry of the history, found under the snapshot's name.
-    SPruned removeEntered(const std::string& name)
+    void removeEntered(const std::string& name)
     {
         const auto start = std::chrono::steady_clock::now();
         CCommandHistory history(m_context.shownLine);
@@ -121,14 +143,9 @@ class CPruning
             CCatalog catalog;
             deleteRecorded(m_context, catalog, name, {.states = PRUNABLE});
             end(EExit::OK, "");
-            return {.result = "deleted", .reason = "no rule keeps it"};
         } catch (const EFictl& error) {
             end(error.exit(), error.what());
-            if (error.exit() == EExit::CATALOG || error.exit() == EExit::STOPPED) throw;
-            CProgress::write(errorText(error));
-            return {.result = error.exit() == EExit::STATE ? "refused" : "failed",
-                    .reason = error.what(),
-                    .exit = error.exit() == EExit::STATE ? EExit::STATE : EExit::NOT_DELETED};
+            throw;
         }
     }
 
@@ -169,6 +186,7 @@ class CPruning
     json m_snapshots = json::array();
     std::map<std::string, size_t> m_counts;
     EExit m_exit = EExit::OK;
+    bool m_isEnded = false;
 };
 
 }  // namespace
