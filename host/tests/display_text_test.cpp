@@ -88,6 +88,51 @@ TEST(NameOrder, IsTotal)
     EXPECT_EQ(names, sorted);
 }
 
+TEST(NameOrder, IsThatOfItsKeys)
+{
+    // Digits, case, marks that combine, what is ignored, characters of every length, zeros and what is no UTF-8.
+    const std::vector<std::string> pieces = {"",
+                                             "0",
+                                             "00",
+                                             "7",
+                                             "12",
+                                             "99999999999999999999999999",
+                                             "a",
+                                             "A",
+                                             "b",
+                                             "-",
+                                             "_",
+                                             ".",
+                                             " ",
+                                             "ß",
+                                             "ä",
+                                             "a\u0308",
+                                             "\u00ad",
+                                             "\u200d",
+                                             "漢",
+                                             "😀",
+                                             "\xff",
+                                             "\xc3",
+                                             "\xf0\x9f\x98",
+                                             std::string(1, '\0')};
+    std::mt19937 random(42);
+    const auto text = [&] {
+        std::string made;
+        for (size_t i = random() % 6; i > 0; --i) {
+            made += pieces[random() % pieces.size()];
+        }
+        return made;
+    };
+    for (int round = 0; round < 50'000; ++round) {
+        const std::string a = text();
+        const std::string b = text();
+        ASSERT_EQ(SNameOrder()(a, b), nameOrderKey(a) < nameOrderKey(b))
+            << testing::PrintToString(a) << " " << testing::PrintToString(b);
+    }
+    const std::string common(300, 'x');  // keys longer than the room that is tried first
+    EXPECT_LT(nameOrderKey(common + "2"), nameOrderKey(common + "10"));
+}
+
 TEST(Table, AlignsColumnsAndShowsControlCharacters)
 {
     EXPECT_EQ(formatTable({{"A", "B"}, {"long", ""}, {"\t", "x"}}, 0), "A     B\nlong  -\n\\x09  x\n");

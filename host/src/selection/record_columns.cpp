@@ -118,7 +118,18 @@ struct SSorted
 
 std::string keyOf(const SSnapshot& snapshot, const SRecordColumn& column)
 {
-    return column.order == nullptr ? column.text(snapshot, {}) : column.order(snapshot);
+    return nameOrderKey(column.order == nullptr ? column.text(snapshot, {}) : column.order(snapshot));
+}
+
+SSorted sortedOf(SSnapshot& snapshot, const std::vector<SSortKey>& keys)
+{
+    SSorted entry = {.keys = {}, .snapshot = &snapshot};
+    entry.keys.reserve(keys.size() + 1);
+    for (const SSortKey& key : keys) {
+        entry.keys.push_back(keyOf(snapshot, *key.column));
+    }
+    entry.keys.push_back(nameOrderKey(snapshot.name));
+    return entry;
 }
 
 }  // namespace
@@ -128,18 +139,14 @@ void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>&
     std::vector<SSorted> sorted;
     sorted.reserve(snapshots.size());
     for (SSnapshot& snapshot : snapshots) {
-        SSorted& entry = sorted.emplace_back(SSorted{.keys = {}, .snapshot = &snapshot});
-        for (const SSortKey& key : keys) {
-            entry.keys.push_back(keyOf(snapshot, *key.column));
-        }
+        sorted.push_back(sortedOf(snapshot, keys));
     }
-    const SNameOrder isBefore;
     std::ranges::sort(sorted, [&](const SSorted& a, const SSorted& b) {
         for (size_t i = 0; i < keys.size(); ++i) {
             if (a.keys[i] == b.keys[i]) continue;
-            return isBefore(a.keys[i], b.keys[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
+            return (a.keys[i] < b.keys[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
         }
-        return isBefore(a.snapshot->name, b.snapshot->name);
+        return a.keys.back() < b.keys.back();
     });
     std::vector<SSnapshot> inOrder;
     inOrder.reserve(sorted.size());

@@ -87,16 +87,42 @@ std::unique_ptr<icu::Collator> makeCollator()
     return collator;
 }
 
-int collate(std::string_view a, std::string_view b)
+const icu::Collator* nameCollator()
 {
     static const std::unique_ptr<icu::Collator> collator = makeCollator();
+    return collator.get();
+}
+
+icu::StringPiece pieceOf(std::string_view text)
+{
+    return {text.data(), static_cast<int32_t>(text.size())};
+}
+
+int collate(std::string_view a, std::string_view b)
+{
+    const icu::Collator* const collator = nameCollator();
     if (collator == nullptr) return 0;
     UErrorCode status = U_ZERO_ERROR;
-    const auto piece = [](std::string_view text) {
-        return icu::StringPiece(text.data(), static_cast<int32_t>(text.size()));
-    };
-    const UCollationResult result = collator->compareUTF8(piece(a), piece(b), status);
+    const UCollationResult result = collator->compareUTF8(pieceOf(a), pieceOf(b), status);
     return U_FAILURE(status) ? 0 : static_cast<int>(result);
+}
+
+// Ends with a zero byte, as the collator makes it, and holds no other one; empty without the collator's data.
+std::string collationKey(std::string_view text)
+{
+    const icu::Collator* const collator = nameCollator();
+    if (collator == nullptr) return {};
+    const icu::UnicodeString characters = icu::UnicodeString::fromUTF8(pieceOf(text));
+    std::string key(64, '\0');
+    const auto make = [&] {
+        return static_cast<size_t>(
+            collator->getSortKey(characters, reinterpret_cast<uint8_t*>(key.data()), static_cast<int32_t>(key.size())));
+    };
+    const size_t size = make();
+    const bool isWhole = size <= key.size();
+    key.resize(size);
+    if (!isWhole) make();
+    return key;
 }
 
 }  // namespace
@@ -136,6 +162,11 @@ bool SNameOrder::operator()(std::string_view a, std::string_view b) const
 {
     const int order = collate(a, b);
     return order != 0 ? order < 0 : a < b;
+}
+
+std::string nameOrderKey(std::string_view text)
+{
+    return collationKey(text).append(text);
 }
 
 }  // namespace fictl
