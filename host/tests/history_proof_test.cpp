@@ -6,7 +6,6 @@
 namespace {
 
 using namespace fictl;
-using Words = std::vector<std::string>;
 
 const GroupKey GROUP = {"ap1", "g1"};
 const std::string NAME = "KSV_Check_Point_77";
@@ -96,14 +95,6 @@ TEST(HistoryProof, AnExportedRecordMayBeAnothers)
     EXPECT_EQ(proofOf({MADE, entry(2, "fictl snapshot export t", {}, "t")}), EProof::OURS);
     const SHistoryEntry adopted = entry(2, "fictl reconcile --adopt=" + NAME + " --as t", {}, "t");
     EXPECT_EQ(proofOf({MADE, adopted, entry(3, "fictl snapshot export t", {}, "t")}), EProof::DOUBT);
-}
-
-TEST(HistoryProof, WordsAreTakenApartAsAShellDoes)
-{
-    EXPECT_EQ(CHistoryProof::wordsOf("fictl snapshot  create 'it'\\''s a' ''"),
-              (Words{"fictl", "snapshot", "create", "it's a", ""}));
-    EXPECT_EQ(CHistoryProof::wordsOf(""), Words{});
-    EXPECT_EQ(CHistoryProof::valuesOf({"a", "--file", "b", "--file=c", "--file"}, "--file"), (Words{"b", "c"}));
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "base/temporary_file_name.h"
 #include "host/src/reconcile/proof.h"
 #include "host/src/text/plain_text.h"
+#include "host/src/text/shell_words.h"
 #include "host/src/text/utc_text.h"
 
 namespace fictl {
@@ -114,10 +115,10 @@ class CLeftFiles
   private:
     static std::set<std::string> filesOf(const SHistoryEntry& entry)
     {
-        const std::vector<std::string> words = CHistoryProof::wordsOf(entry.command);
+        const std::vector<std::string> words = shellWords(entry.command);
         std::set<std::string> files;
         for (const char* const option : {"--file", "--record"}) {
-            for (const std::string& value : CHistoryProof::valuesOf(words, option)) {
+            for (const std::string& value : valuesOf(words, option)) {
                 files.insert(value);
             }
         }

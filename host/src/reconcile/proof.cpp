@@ -4,60 +4,14 @@
 #include <iterator>
 
 #include "host/src/text/plain_text.h"
+#include "host/src/text/shell_words.h"
 
 namespace fictl {
-
-namespace {
-
-bool isExport(const std::vector<std::string>& words)
-{
-    for (size_t i = 0; i + 1 < words.size(); ++i) {
-        if (words[i] == "snapshot" && words[i + 1] == "export") return true;
-    }
-    return false;
-}
-
-}  // namespace
 
 std::string entryText(const SHistoryEntry& entry)
 {
     return "entry " + std::to_string(entry.id) + " of the history (" + entry.started + ", " + printable(entry.command) +
            ")";
-}
-
-// Takes back what makes a word one for a shell: quotes around it, and \' for a quote.
-std::vector<std::string> CHistoryProof::wordsOf(const std::string& command)
-{
-    std::vector<std::string> words;
-    bool isInside = false;
-    bool isQuoted = false;
-    for (size_t i = 0; i < command.size(); ++i) {
-        const char character = command[i];
-        if (!isQuoted && character == ' ') {
-            isInside = false;
-            continue;
-        }
-        if (!isInside) words.emplace_back();
-        isInside = true;
-        if (character == '\'') {
-            isQuoted = !isQuoted;
-        } else if (!isQuoted && character == '\\' && i + 1 < command.size()) {
-            words.back() += command[++i];
-        } else {
-            words.back() += character;
-        }
-    }
-    return words;
-}
-
-std::vector<std::string> CHistoryProof::valuesOf(const std::vector<std::string>& words, const std::string& option)
-{
-    std::vector<std::string> values;
-    for (size_t i = 0; i < words.size(); ++i) {
-        if (words[i] == option && i + 1 < words.size()) values.push_back(words[i + 1]);
-        if (words[i].starts_with(option + "=")) values.push_back(words[i].substr(option.size() + 1));
-    }
-    return values;
 }
 
 CHistoryProof::CHistoryProof(const std::vector<SHistoryEntry>& history, std::string host, std::string doubt)
@@ -74,8 +28,8 @@ CHistoryProof::CHistoryProof(const std::vector<SHistoryEntry>& history, std::str
 
 void CHistoryProof::enterCommand(const SHistoryEntry& entry)
 {
-    const std::vector<std::string> words = wordsOf(entry.command);
-    if (isExport(words)) m_exports[entry.snapshot] = &entry;
+    const std::vector<std::string> words = shellWords(entry.command);
+    if (hasCommand(words, "snapshot", "export")) m_exports[entry.snapshot] = &entry;
     for (const std::string& checkpoint : valuesOf(words, "--adopt")) {
         m_adopted.emplace(checkpoint, entry.snapshot);
     }

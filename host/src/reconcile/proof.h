@@ -45,11 +45,6 @@ class CHistoryProof
     /// @param kind checkpoint or image, as in the history; time as the appliance lists it, empty when it does not
     SProof of(const std::string& kind, const GroupKey& group, const std::string& name, const std::string& time) const;
 
-    /// The words of a command line of the history.
-    static std::vector<std::string> wordsOf(const std::string& command);
-    /// What an option was given: "--file FILE" and "--file=FILE".
-    static std::vector<std::string> valuesOf(const std::vector<std::string>& words, const std::string& option);
-
   private:
     struct SEvent
     {

@@ -1,0 +1,47 @@
+#include "host/src/text/shell_words.h"
+
+namespace fictl {
+
+std::vector<std::string> shellWords(const std::string& line)
+{
+    std::vector<std::string> words;
+    bool isInside = false;
+    bool isQuoted = false;
+    for (size_t i = 0; i < line.size(); ++i) {
+        const char character = line[i];
+        if (!isQuoted && character == ' ') {
+            isInside = false;
+            continue;
+        }
+        if (!isInside) words.emplace_back();
+        isInside = true;
+        if (character == '\'') {
+            isQuoted = !isQuoted;
+        } else if (!isQuoted && character == '\\' && i + 1 < line.size()) {
+            words.back() += line[++i];
+        } else {
+            words.back() += character;
+        }
+    }
+    return words;
+}
+
+std::vector<std::string> valuesOf(const std::vector<std::string>& words, const std::string& option)
+{
+    std::vector<std::string> values;
+    for (size_t i = 0; i < words.size(); ++i) {
+        if (words[i] == option && i + 1 < words.size()) values.push_back(words[i + 1]);
+        if (words[i].starts_with(option + "=")) values.push_back(words[i].substr(option.size() + 1));
+    }
+    return values;
+}
+
+bool hasCommand(const std::vector<std::string>& words, const std::string& group, const std::string& name)
+{
+    for (size_t i = 0; i + 1 < words.size(); ++i) {
+        if (words[i] == group && words[i + 1] == name) return true;
+    }
+    return false;
+}
+
+}  // namespace fictl

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace fictl {
+
+/// The words of a command line as the history shows it: quotes around a word, and \' for a quote, are taken back.
+std::vector<std::string> shellWords(const std::string& line);
+/// What an option was given: "--file FILE" and "--file=FILE".
+std::vector<std::string> valuesOf(const std::vector<std::string>& words, const std::string& option);
+/// Whether a command such as "snapshot", "export" stands there.
+bool hasCommand(const std::vector<std::string>& words, const std::string& group, const std::string& name);
+
+}  // namespace fictl

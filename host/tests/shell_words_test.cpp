@@ -1,0 +1,34 @@
+// The command lines of the history, taken apart again.
+#include "host/src/text/shell_words.h"
+
+#include <gtest/gtest.h>
+
+namespace fictl {
+
+namespace {
+
+using Words = std::vector<std::string>;
+
+TEST(ShellWords, AreTakenApartAsAShellDoes)
+{
+    EXPECT_EQ(shellWords("fictl snapshot  create 'it'\\''s a' ''"),
+              (Words{"fictl", "snapshot", "create", "it's a", ""}));
+    EXPECT_EQ(shellWords(""), Words{});
+}
+
+TEST(ShellWords, AnOptionHasTheValueBehindItOrBehindAnEqualsSign)
+{
+    EXPECT_EQ(valuesOf({"a", "--file", "b", "--file=c", "--file"}, "--file"), (Words{"b", "c"}));
+    EXPECT_EQ(valuesOf({"a", "--files", "b"}, "--file"), Words{});
+}
+
+TEST(ShellWords, ACommandIsTwoWordsSideBySide)
+{
+    EXPECT_TRUE(hasCommand({"fictl", "--verbose", "snapshot", "export", "s"}, "snapshot", "export"));
+    EXPECT_FALSE(hasCommand({"fictl", "snapshot", "show", "export"}, "snapshot", "export"));
+    EXPECT_FALSE(hasCommand({}, "snapshot", "export"));
+}
+
+}  // namespace
+
+}  // namespace fictl
