@@ -1,0 +1,268 @@
+#!/usr/bin/env python3
+"""The nightly backup of examples/backup on two hosts: what it saves can be restored, and nothing that goes wrong loses a
+snapshot or leaves a copy behind.
+
+  backup_test.py PROGRAM FOLDER    PROGRAM: restic, borg, or copy, which needs no package; FOLDER: the programs
+                                   (build/release/bin)
+
+Ends with status 77 where PROGRAM is not installed.
+"""
+import json
+import os
+import pathlib
+import shutil
+import signal
+import subprocess
+import sys
+import time
+import unittest
+
+TOP = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(TOP / "tests"))
+from sweep.site import DEADLINE, Site, wait_for  # noqa: E402  pylint: disable=wrong-import-position
+
+SKIPPED = 77  # what ctest takes for a test that was not run
+SCRIPTS = TOP / "examples/backup"
+PROGRAM, BIN = sys.argv[1], pathlib.Path(sys.argv[2]).resolve()
+SAVER = TOP / "tests/examples/with-copy" if PROGRAM == "copy" else SCRIPTS / f"with-{PROGRAM}"
+# What makes a repository, and the command that is at work while one saves.
+MAKE_REPOSITORY = {"restic": ["restic", "init", "--quiet"], "borg": ["borg", "init", "--encryption", "none"], "copy": ["true"]}
+AT_WORK = {"restic": ("restic", "backup"), "borg": ("borg", "create"), "copy": ("sleep", "0.4")}
+
+
+class Nightly(Site):
+    """A production host with a job of two LUNs in two groups, and a backup host with a repository."""
+
+    def __init__(self):
+        super().__init__(BIN)
+        self.environment["PATH"] = f"{BIN}:{self.environment['PATH']}"
+        self.repository = self.folder / "repository"
+        for name in ("on-production", "on-backup", "state"):
+            (self.folder / name).mkdir()
+        (self.folder / "on-production/job.conf").write_text(
+            f"DEVICES=({self.devices['data']} {self.devices['ledger']})\n"
+            f"HOOKS=(--freeze 'echo quiet >>{self.folder}/hooks' --thaw 'echo on >>{self.folder}/hooks')\n"
+            "KEEP=(--keep-last 1)\n")
+        self.settings = {
+            "PRODUCTION": f"env OBZX_ROOT={self.folder}/production NIGHTLY_BACKUP={self.folder}/on-production "
+                          f"{SCRIPTS}/on-production job",
+            "SAVE": str(SAVER), "COPIES": str(self.repository),
+            "XDG_CACHE_HOME": f"{self.folder}/cache",
+            "RESTIC_REPOSITORY": str(self.repository), "RESTIC_PASSWORD": "only here",
+            "BORG_REPO": str(self.repository), "BORG_BASE_DIR": f"{self.folder}/cache",
+            "BORG_UNKNOWN_UNENCRYPTED_REPO_ACCESS_IS_OK": "yes"}
+        (self.folder / "on-backup/job.conf").write_text("".join(f'{key}="{value}"\n' for key, value in self.settings.items()))
+        self.environment |= {"OBZX_ROOT": f"{self.folder}/backup", "NIGHTLY_BACKUP": f"{self.folder}/on-backup",
+                             "STATE_DIRECTORY": f"{self.folder}/state"}
+        subprocess.run(MAKE_REPOSITORY[PROGRAM], env=self.environment | self.settings, check=True)
+        self.repository.mkdir(exist_ok=True)
+
+    def begin(self):
+        return subprocess.Popen([SCRIPTS / "nightly", "job"], env=self.environment, stdin=subprocess.DEVNULL,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+
+    def run(self):
+        """Status and text of a whole run."""
+        process = self.begin()
+        text, _ = process.communicate(timeout=DEADLINE)
+        return process.returncode, text
+
+    def saver(self, *words):
+        return subprocess.run([SAVER, *words], env=self.environment | self.settings,
+                              stdin=subprocess.DEVNULL, capture_output=True, timeout=DEADLINE, check=False)
+
+    def with_label(self, label):
+        """The production host's snapshots with a label, the oldest first."""
+        _, document = self.fictl("production", "snapshot", "list", "--label", f"backup={label}", "--sort", "created")
+        return [entry["name"] for entry in document["snapshots"]]
+
+    def images(self):
+        return self.copies()[1]
+
+
+def found_at_work(run):
+    """The process of the backup program that a run has started, held in the middle of its work."""
+    program, word = AT_WORK[PROGRAM]
+
+    def look():
+        parents = {}
+        for entry in pathlib.Path("/proc").iterdir():
+            if entry.name.isdigit():
+                try:
+                    parents[int(entry.name)] = int((entry / "stat").read_text().rpartition(")")[2].split()[1])
+                except OSError:
+                    continue
+        for pid in parents:
+            above = pid
+            while above not in (0, run.pid):
+                above = parents.get(above, 0)
+            try:
+                words = pathlib.Path(f"/proc/{pid}/cmdline").read_text().split("\0")
+            except OSError:
+                continue
+            names = [pathlib.Path(word).name for word in words[:2]]  # borg is a script of Python's
+            if above == run.pid and program in names and word in words:
+                os.kill(pid, signal.SIGSTOP)
+                found.append(pid)
+                return True
+        return False
+    found = []
+    wait_for(look, f"{PROGRAM} at work")
+    return found[0]
+
+
+class NightlyTest(unittest.TestCase):
+    def setUp(self):
+        self.site = Nightly()
+        self.addCleanup(self.site.remove)
+
+    def write(self, text):
+        """New content for the LUNs of the job; what they hold then."""
+        for lun in ("data", "ledger"):
+            self.site.lmadm("--appliance", Site.LUNS[lun][0], "write", lun, "--offset", "0", "--pattern", f"{text} of {lun}; ")
+        return {path: pathlib.Path(path).read_bytes() for path in (self.site.devices["data"], self.site.devices["ledger"])}
+
+    def check_restored(self, name, content):
+        """What the repository has of a snapshot is what the LUNs held, byte for byte."""
+        record = json.loads(self.site.saver("record", name).stdout)
+        self.assertEqual({entry["source"] for entry in record["snapshot"]["devices"]}, set(content))
+        for entry in record["snapshot"]["devices"]:
+            self.assertEqual(self.site.saver("restore", name, entry["serial"]).stdout, content[entry["source"]])
+
+    def check_nothing_left(self):
+        self.assertEqual(self.site.images(), set())
+        self.assertEqual(self.site.names("backup"), [])
+
+    def check_run(self, status, *texts):
+        ended, text = self.site.run()
+        self.assertEqual(ended, status, text)
+        for expected in texts:
+            self.assertIn(expected, text)
+
+
+class NightlyBackup(NightlyTest):
+    def test_saves_each_snapshot_and_production_keeps_what_its_rules_say(self):
+        first = self.write("monday")
+        self.check_run(0)
+        self.assertEqual((self.site.folder / "hooks").read_text(), "quiet\non\n")
+        monday = self.site.names("production")
+        second = self.write("tuesday")
+        self.site.fictl("production", "snapshot", "label", monday[0], "backup=pending")  # as if nobody had heard of it
+        self.check_run(0, f"{monday[0]} was saved before")
+        tuesday = self.site.names("production")
+        self.assertEqual((len(monday), len(tuesday)), (1, 1))
+        self.assertNotEqual(monday, tuesday)
+        self.write("wednesday")
+        self.check_restored(monday[0], first)
+        self.check_restored(tuesday[0], second)
+        self.check_nothing_left()
+
+    def test_what_one_run_cannot_save_the_next_one_does(self):
+        contents = [self.write("monday")]
+        away = self.site.repository.with_name("away")
+        self.site.repository.rename(away)
+        self.check_run(1, "is not saved")
+        second = int(time.time())
+        wait_for(lambda: int(time.time()) > second, "the next second")  # which the next snapshot is named after
+        away.rename(self.site.repository)
+        self.check_nothing_left()
+
+        contents.append(self.write("tuesday"))
+        run = self.site.begin()
+        os.kill(found_at_work(run), signal.SIGKILL)
+        text, _ = run.communicate(timeout=DEADLINE)
+        self.assertEqual(run.returncode, 1, text)
+        self.check_nothing_left()
+        pending, saved = self.site.with_label("pending"), self.site.with_label("saved")
+        self.assertEqual((len(pending), len(saved)), (1, 1))
+        self.assertIn(f"{pending[0]} is not saved", text)
+        self.assertLess(pending, saved)  # the second night went on with what it could save
+
+        self.check_run(0)
+        self.assertEqual(self.site.with_label("pending"), [])
+        for name, content in zip(pending + saved, contents):
+            self.check_restored(name, content)
+        self.check_nothing_left()
+
+    def test_a_run_that_is_killed_is_cleaned_up_by_the_next(self):
+        content = self.write("monday")
+        run = self.site.begin()
+        program = found_at_work(run)
+        self.check_run(75, "another run is at work")
+        run.kill()
+        run.communicate(timeout=DEADLINE)
+        wait_for(lambda: not pathlib.Path(f"/proc/{program}").exists(), f"the end of {PROGRAM}")
+        self.assertEqual(len(self.site.images()), 2)  # otherwise there is nothing to clean up
+        pending = self.site.with_label("pending")
+
+        self.check_run(0, f"{pending[0]} was left by an earlier run")
+        self.check_restored(pending[0], content)
+        self.check_nothing_left()
+
+    def test_a_run_that_is_stopped_ends_at_once_and_gives_back(self):
+        run = self.site.begin()
+        program = found_at_work(run)
+        os.kill(program, signal.SIGCONT)
+        run.terminate()
+        text, _ = run.communicate(timeout=DEADLINE)
+        self.assertEqual(run.returncode, 143, text)
+        wait_for(lambda: not pathlib.Path(f"/proc/{program}").exists(), f"the end of {PROGRAM}")
+        self.check_nothing_left()
+        self.assertEqual(len(self.site.with_label("pending")), 1)
+
+    def test_a_device_that_cannot_be_read_is_not_taken_for_saved(self):
+        record = self.site.folder / "record.json"
+        devices = [{"serial": "S1", "import_path": self.site.devices["data"]},
+                   {"serial": "S2", "import_path": f"{self.site.folder}/gone"}]
+        record.write_text(json.dumps({"snapshot": {"devices": devices}}))
+        self.assertNotEqual(self.site.saver("save", "night", str(record)).returncode, 0)
+        self.assertNotEqual(self.site.saver("record", "night").returncode, 0)
+        record.write_text(json.dumps({"snapshot": {"devices": devices[:1]}}))
+        self.assertEqual(self.site.saver("save", "night", str(record)).returncode, 0)
+        self.assertEqual(self.site.saver("record", "night").returncode, 0)
+
+
+class TroubleElsewhere(NightlyTest):
+    """What has nothing to do with the program that saves."""
+
+    def test_a_creation_that_was_killed_is_cleaned_up_by_the_next_run(self):
+        self.site.lmadm("fault", "arm", "hang-after", "--match", "create annotation")
+        run = self.site.begin()
+        wait_for(lambda: any(fault["struck"] for fault in self.site.lmadm_json("fault", "list")["faults"]), "a creation")
+        process = self.site.fictl("production", "history")[1]["history"][-1]["process"]
+        os.kill(process, signal.SIGKILL)
+        text, _ = run.communicate(timeout=DEADLINE)
+        self.assertEqual(run.returncode, 1, text)
+        self.assertIn("the production host has taken no snapshot", text)
+        killed = self.site.names("production")
+        self.assertEqual(self.site.record("production", killed[0])["state"], "interrupted")
+        wait_for(lambda: (self.site.folder / "hooks").read_text() == "quiet\non\n", "a thaw")
+
+        self.check_run(0, f'snapshot "{killed[0]}" is deleted')
+        self.check_nothing_left()
+
+    def test_a_copy_that_the_appliance_does_not_take_back_is_given_back_by_the_next_run(self):
+        self.site.lmadm("fault", "arm", "error", "--match", "delete timeimage", "--times", "0")
+        self.check_run(1, "the next run tries again")
+        self.assertEqual(len(self.site.images()), 2)
+        self.site.lmadm("fault", "clear")
+        self.check_run(0, "was left by an earlier run")
+        self.check_nothing_left()
+
+    def test_production_does_for_the_backup_host_what_the_job_needs_and_nothing_else(self):
+        production = self.site.settings["PRODUCTION"].split()
+        for words in ([], ["delete"], ["document"], ["document", "other-1"], ["saved", "--all"], ["create", "x"],
+                      ["prune", "--keep-last", "0"], ["document", "job-1", "--file=x"]):
+            run = subprocess.run([*production, *words], env=self.site.environment, capture_output=True, check=False)
+            self.assertEqual((run.returncode, run.stdout), (2, b""), words)
+        self.assertEqual(self.site.history("production"), [])
+
+
+if __name__ == "__main__":
+    for needed in (AT_WORK[PROGRAM][0], "jq"):
+        if shutil.which(needed) is None:
+            print(f"{needed} is not installed: script/bootstrap --examples")
+            sys.exit(SKIPPED)
+    tests = ["NightlyBackup", "TroubleElsewhere"] if PROGRAM == "copy" else ["NightlyBackup"]
+    unittest.main(argv=sys.argv[:1], defaultTest=tests, verbosity=2)
