@@ -50,6 +50,7 @@ class Site:
     ENGINE = os.environ.get("LMADM_ENGINE", "files")
     CLUSTER = os.environ.get("CDPFI_CLUSTER", "")
 
+    LUN_SIZE = "16KiB"
     LUNS = {"data": ("alpha", "payroll"), "journal": ("alpha", "payroll"), "ledger": ("beta", "books")}
 
     def __init__(self, bin_folder):
@@ -73,7 +74,7 @@ class Site:
         except BaseException:
             self.remove()
             raise
-        self.devices = {entry["name"]: entry["device"] for appliance in ("alpha", "beta")
+        self.devices = {entry["name"]: entry["device"] for appliance in dict(self.LUNS.values())
                         for entry in self.lmadm_json("--appliance", appliance, "lun", "list")["luns"]}
         self.content = {name: pathlib.Path(path).read_bytes() for name, path in self.devices.items()}
 
@@ -85,15 +86,14 @@ class Site:
         return {"ASAN_OPTIONS": f"detect_leaks=0:verify_asan_link_order=0:{reports}", "TSAN_OPTIONS": reports, "UBSAN_OPTIONS": reports}
 
     def build(self):
-        groups = {"alpha": "payroll", "beta": "books"}
-        for appliance, group in groups.items():
+        for appliance, group in dict(self.LUNS.values()).items():
             self.lmadm("appliance", "create", appliance)
             for host in ("production", "backup"):
                 self.lmadm("--appliance", appliance, "host", "create", host)
             self.lmadm("--appliance", appliance, "group", "create", group)
         for lun, (appliance, group) in self.LUNS.items():
             on = ("--appliance", appliance)
-            self.lmadm(*on, "lun", "create", lun, "--group", group, "--size", "16KiB")
+            self.lmadm(*on, "lun", "create", lun, "--group", group, "--size", self.LUN_SIZE)
             self.lmadm(*on, "lun", "present", lun, "production")
             self.lmadm(*on, "write", lun, "--offset", "0", "--pattern", f"content of {lun}; ")
         for host in ("production", "backup"):

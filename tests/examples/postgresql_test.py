@@ -1,0 +1,278 @@
+#!/usr/bin/env python3
+"""A PostgreSQL server with its data directory and its pg_wal on two LUNs of a group: what is imported of a snapshot under
+load has every transaction that was acknowledged before it, and none that began after it.
+
+  postgresql_test.py FOLDER    FOLDER: the programs (build/release/bin)
+
+Ends with status 77 where PostgreSQL or the storage daemon is not installed, or file systems cannot be mounted.
+"""
+import os
+import pathlib
+import random
+import re
+import shutil
+import subprocess
+import sys
+import threading
+import time
+import unittest
+
+TOP = pathlib.Path(__file__).resolve().parent.parent.parent
+sys.dont_write_bytecode = True
+sys.path.insert(0, str(TOP / "tests"))
+from sweep.site import DEADLINE, Site, need  # noqa: E402  pylint: disable=wrong-import-position
+
+SKIPPED = 77  # what ctest takes for a test that was not run
+SCRIPTS = TOP / "examples/postgresql"
+BIN = pathlib.Path(sys.argv[1]).resolve()
+PROGRAMS = pathlib.Path("/usr/lib/postgresql/15/bin")
+OWNER = "postgres"
+WRITERS = 4
+ACCOUNTS = 50
+
+
+class Database(Site):
+    """A production host whose server has its data on one LUN and its write-ahead log on another; a backup host."""
+
+    ENGINE = "qsd"  # fixes what any writer writes
+    LUN_SIZE = "128MiB"
+    LUNS = {"data": ("alpha", "server"), "wal": ("alpha", "server")}
+
+    def __init__(self):
+        self.mounted = []
+        super().__init__(BIN)
+        self.environment |= {"PATH": f"{BIN}:/usr/sbin:{self.environment['PATH']}", "PGHOST": f"{self.folder}/run",
+                             "PGUSER": OWNER, "PGDATABASE": "postgres", "LC_ALL": "C"}
+        self.folder.chmod(0o711)  # for the server's user
+        (self.folder / "tmp").chmod(0o711)
+        (self.folder / "run").mkdir()
+        shutil.chown(self.folder / "run", OWNER)
+        try:
+            self.start_server()
+        except BaseException:
+            self.remove()
+            raise
+
+    def start_server(self):
+        for lun, device in self.devices.items():
+            self.give("mkfs.ext4", "-q", "-F", device)
+            folder = self.folder / lun
+            folder.mkdir()
+            self.give("mount", device, str(folder))
+            self.mounted.append(folder)
+            (folder / "pg").mkdir(mode=0o700)
+            shutil.chown(folder / "pg", OWNER)
+        self.give_as_owner("initdb", "-D", f"{self.folder}/data/pg", "-X", f"{self.folder}/wal/pg", "--wal-segsize=1",
+                           "--auth=trust", "--data-checksums")
+        self.give_as_owner("pg_ctl", "start", "-D", f"{self.folder}/data/pg", "-l", f"{self.folder}/run/log", "-o",
+                           f"-c unix_socket_directories={self.folder}/run -c listen_addresses=")
+        self.sql("CREATE TABLE account (id int PRIMARY KEY, balance bigint NOT NULL);"
+                 f"INSERT INTO account SELECT id, 0 FROM generate_series(1, {ACCOUNTS}) AS id;"
+                 "CREATE TABLE entry (writer int, number int, key text, PRIMARY KEY (writer, number));"
+                 "CREATE INDEX ON entry (key)")
+
+    def remove(self):
+        if (self.folder / "data/pg/postmaster.pid").exists():
+            self.give_as_owner("pg_ctl", "stop", "-m", "immediate", "-D", f"{self.folder}/data/pg")
+        for folder in self.mounted:
+            self.give("umount", str(folder))
+        super().remove()
+
+    def give(self, *words, host=None):
+        root = {"OBZX_ROOT": str(self.folder / host)} if host else {}
+        run = subprocess.run(words, env=self.environment | root, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                             stderr=subprocess.STDOUT, text=True, timeout=DEADLINE, check=False)
+        need(run.returncode == 0, f"{' '.join(words)} ends with {run.returncode}: {run.stdout}")
+        return run.stdout
+
+    def give_as_owner(self, program, *words):
+        # To a file, since a server that it starts keeps what it is given.
+        with open(self.folder / "given", "w+", encoding="utf-8") as told:
+            run = subprocess.run(["setpriv", "--reuid", OWNER, "--regid", OWNER, "--init-groups", PROGRAMS / program, *words],
+                                 env=self.environment, stdin=subprocess.DEVNULL, stdout=told, stderr=told,
+                                 timeout=DEADLINE, check=False)
+        need(run.returncode == 0, f"{program}: {(self.folder / 'given').read_text()}")
+
+    def sql(self, text):
+        return self.give(str(PROGRAMS / "psql"), "-XAtq", "-v", "ON_ERROR_STOP=1", "-c", text).split()
+
+    # The hosts of the snapshot.
+
+    def snapshot(self, name, *hooks):
+        """Takes a snapshot, and brings its record to the other host; the instants between which it was taken."""
+        before = time.monotonic()
+        self.give("fictl", "snapshot", "create", name, *self.devices.values(), *hooks, host="production")
+        after = time.monotonic()
+        document = str(self.folder / f"{name}.json")
+        self.give("fictl", "snapshot", "export", name, "--file", document, host="production")
+        self.give("fictl", "snapshot", "receive", document, host="backup")
+        return before, after
+
+    def check_copy(self, name):
+        """The server's log, and the numbers of the entries that the copy has of each writer."""
+        text = self.give(str(SCRIPTS / "check-copy"), name, f"{self.devices['data']}:pg", f"{self.devices['wal']}:pg", *QUERY,
+                         host="backup")
+        return text, result_of(text)
+
+
+QUERY = (str(PROGRAMS / "psql"), "-XAtq", "-c",
+         "SELECT 'entry', writer, count(*), max(number) FROM entry GROUP BY writer",
+         "-c", "SELECT 'sum', sum(balance) FROM account")
+
+
+def result_of(text):
+    """Of each writer the number of its last entry; that there is each one before it, and that no transfer is there by half."""
+    need("sum|0\n" in text, f"a transfer is there by half: {text}")
+    found = {}
+    for writer, count, last in re.findall(r"^entry\|(\d+)\|(\d+)\|(\d+)$", text, re.MULTILINE):
+        need(count == last, f"of writer {writer} there are {count} entries up to number {last}")
+        found[int(writer)] = int(last)
+    return found
+
+
+class Load:
+    """Writers that transfer sums between accounts, one transaction after the other, and remember when each one began and when
+    it was acknowledged."""
+
+    def __init__(self, database):
+        self.seen = [[] for _ in range(WRITERS)]  # of each transaction (begun, acknowledged)
+        self._database = database
+        self._stopped = threading.Event()
+        self._failed = []
+        self._threads = [threading.Thread(target=self._write, args=(writer,)) for writer in range(WRITERS)]
+
+    def __enter__(self):
+        for thread in self._threads:
+            thread.start()
+        return self
+
+    def __exit__(self, *_):
+        self._stopped.set()
+        for thread in self._threads:
+            thread.join()
+        need(not self._failed, f"a writer failed: {self._failed}")
+
+    def _write(self, writer):
+        with subprocess.Popen([PROGRAMS / "psql", "-XAtq", "-v", "ON_ERROR_STOP=1"], env=self._database.environment, text=True,
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.STDOUT) as session:
+            for number in range(1, 1000000):
+                if self._stopped.is_set():
+                    break
+                one, other = sorted(random.sample(range(1, ACCOUNTS + 1), 2))  # in order, so that no two wait for each other
+                begun = time.monotonic()
+                session.stdin.write(f"BEGIN; INSERT INTO entry VALUES ({writer}, {number}, md5(random()::text));"
+                                    f"UPDATE account SET balance = balance + {number} WHERE id = {one};"
+                                    f"UPDATE account SET balance = balance - {number} WHERE id = {other}; COMMIT;\n"
+                                    "\\echo acknowledged\n")
+                session.stdin.flush()
+                answer = session.stdout.readline()
+                if answer != "acknowledged\n":
+                    self._failed.append(answer)
+                    break
+                self.seen[writer].append((begun, time.monotonic()))
+            session.stdin.close()
+
+    def wait_for_more(self, count):
+        """Until each writer has written so many more."""
+        goals = [len(seen) + count for seen in self.seen]
+        end = time.monotonic() + DEADLINE
+        while any(len(seen) < goal for seen, goal in zip(self.seen, goals)):
+            need(time.monotonic() < end and not self._failed, f"the writers do not get on: {self._failed}")
+            time.sleep(0.01)
+
+    def lost(self, found, before):
+        """How many transactions are not there though they were acknowledged before this instant."""
+        return sum(max(0, sum(1 for _, acknowledged in seen if acknowledged < before) - found.get(writer, 0))
+                   for writer, seen in enumerate(self.seen))
+
+    def from_later(self, found, after):
+        """How many are there though they began after this instant."""
+        return sum(max(0, found.get(writer, 0) - sum(1 for begun, _ in seen if begun < after))
+                   for writer, seen in enumerate(self.seen))
+
+
+def number_of(position):
+    """A position in the write-ahead log."""
+    high, low = position.split("/")
+    return (int(high, 16) << 32) + int(low, 16)
+
+
+class ServerFromACopy(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.database = Database()
+        cls.addClassCleanup(cls.database.remove)
+
+    def setUp(self):
+        self.database.sql("TRUNCATE entry; UPDATE account SET balance = 0")
+        self.load = Load(self.database)
+
+    def check(self, name, before, after):
+        log, found = self.database.check_copy(name)
+        self.assertIn("automatic recovery in progress", log)
+        self.assertEqual(self.load.lost(found, before), 0)
+        self.assertEqual(self.load.from_later(found, after), 0)
+        self.assertEqual(self.database.copies()[1], set())
+        return log, found
+
+    def test_has_what_was_acknowledged_without_any_hook(self):
+        with self.load:
+            for name in ("first", "second"):
+                self.load.wait_for_more(30)
+                before, after = self.database.snapshot(name)
+                self.load.wait_for_more(5)  # there have to be some that began after it
+                _, found = self.check(name, before, after)
+        # That the same checks notice: of the time until now it lacks something, and it has something that is later than nothing.
+        self.assertGreater(self.load.lost(found, time.monotonic()), 0)
+        self.assertGreater(self.load.from_later(found, 0), 0)
+
+    def test_a_checkpoint_before_it_makes_the_recovery_short(self):
+        with self.load:
+            self.load.wait_for_more(30)
+            position = number_of(self.database.sql("SELECT pg_current_wal_insert_lsn()")[0])
+            plain = self.database.snapshot("plain")
+            hooked = self.database.snapshot("hooked", "--freeze", f"{PROGRAMS}/psql -Xqc CHECKPOINT", "--thaw", "true")
+        begins = [number_of(re.search(r"redo starts at ([0-9A-F]+/[0-9A-F]+)", self.check(name, *instants)[0])[1])
+                  for name, instants in (("plain", plain), ("hooked", hooked))]
+        self.assertLess(begins[0], position)
+        self.assertGreaterEqual(begins[1], position)
+
+    def test_does_not_start_from_luns_of_two_instants(self):
+        with self.load:
+            self.load.wait_for_more(10)
+            self.database.snapshot("earlier")
+            self.load.wait_for_more(10)
+            self.database.sql("CHECKPOINT")
+            self.database.snapshot("later")
+        copies = {}
+        for name in ("earlier", "later"):
+            self.database.give("fictl", "snapshot", "import", name, host="backup")
+            copies[name] = {entry["source"]: entry["import_path"] for entry in self.database.record("backup", name)["devices"]}
+        data, wal = self.database.devices["data"], self.database.devices["wal"]
+        words = [str(SCRIPTS / "start-copy"), f"{copies['later'][data]}:pg", f"{copies['earlier'][wal]}:pg"]
+        run = subprocess.run(words, env=self.database.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                             stderr=subprocess.STDOUT, text=True, timeout=DEADLINE, check=False)
+        self.assertEqual(run.returncode, 1, run.stdout)
+        self.assertIn("could not locate a valid checkpoint record", run.stdout)
+        for name in copies:
+            self.database.give("fictl", "snapshot", "release", name, host="backup")
+
+
+def missing():
+    """What keeps the test from being run, or None."""
+    for program, package in ((PROGRAMS / "postgres", "postgresql"), ("qemu-storage-daemon", "qemu-system-common"),
+                             ("nbdkit", "nbdkit"), ("nbdfuse", "libnbd-bin"), ("jq", "jq"), ("mkfs.ext4", "e2fsprogs")):
+        if shutil.which(program, path=f"{os.environ['PATH']}:/usr/sbin") is None:
+            return f"{program} is not installed (package {package}): script/bootstrap --examples"
+    if os.geteuid() != 0:
+        return "only root mounts file systems"
+    if not os.access("/dev/loop-control", os.W_OK) or not os.access("/dev/fuse", os.W_OK):
+        return "/dev/loop-control and /dev/fuse are not there: file systems cannot be mounted"
+    return None
+
+
+if __name__ == "__main__":
+    if missing():
+        print(missing())
+        sys.exit(SKIPPED)
+    unittest.main(argv=sys.argv[:1], verbosity=2)
