@@ -74,6 +74,8 @@ class CLibraryClient
     std::string m_address;
 };
 
+std::unique_ptr<CLibraryClient> g_libraryClient;
+
 void watch(const std::stop_token& stop, const SCephSetup& setup, const SCatalogPlace& catalog)
 {
     std::unique_ptr<CCephCluster> cluster;
@@ -104,9 +106,14 @@ CFenceWatch::CFenceWatch(SCephSetup setup, SCatalogPlace catalog)
 
 std::string catalogName(CCephCluster& cluster, const SCatalogPlace& place)
 {
-    static const CLibraryClient client(cluster);
-    if (!client.isOf(cluster.setup())) refuseLibrary("this process uses a database of another cluster");
+    if (g_libraryClient == nullptr) g_libraryClient = std::make_unique<CLibraryClient>(cluster);
+    if (!g_libraryClient->isOf(cluster.setup())) refuseLibrary("this process uses a database of another cluster");
     return "file:///" + place.pool + ":/" + place.name + "?vfs=ceph";
+}
+
+void endLibraryClient() noexcept
+{
+    g_libraryClient.reset();
 }
 
 CCephCatalog::CCephCatalog(CCephCluster& cluster, const SCatalogPlace& place, CDatabase::EMode mode)

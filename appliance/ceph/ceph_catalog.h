@@ -25,6 +25,10 @@ class CFenceWatch
 /// machine waits less than a second where a CFenceWatch lives, and half a minute elsewhere.
 std::string catalogName(CCephCluster& cluster, const SCatalogPlace& place);
 
+/// Takes the record back of the client that SQLite has in this process. Nobody may use a database any more, and the
+/// process has to end: the client itself lives as long as it.
+void endLibraryClient() noexcept;
+
 /// A database in a pool, and the watch for it. For one thread.
 class CCephCatalog
 {

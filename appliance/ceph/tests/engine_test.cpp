@@ -371,6 +371,33 @@ TEST_F(CEngineTest, AnApplianceThatIsDeletedLeavesNothingInThePool)
     EXPECT_FALSE(isThere);
 }
 
+// The libraries of a cluster do not live through the handlers that an exiting process runs.
+TEST_F(CEngineTest, AToolThatHasUsedTheClusterEndsWithoutThem)
+{
+    const fs::path report = m_folder.path() / "handlers-ran";
+    const auto exiting = [&](const CMachine& machine, std::vector<std::string> words) {
+        std::vector<std::string> command = {"/usr/bin/env", std::string("LD_PRELOAD=") + OPEN_AT_EXIT_PATH,
+                                            "OPEN_AT_EXIT_PROGRAM=lmadm", "OPEN_AT_EXIT=" + report.string()};
+        std::ranges::copy(machine.command(std::move(words)), std::back_inserter(command));
+        return CProcess(command, "").wait();
+    };
+    const auto reports = [&] {
+        return std::ranges::count_if(fs::directory_iterator(m_folder.path()), [](const fs::directory_entry& entry) {
+            return entry.path().filename().string().starts_with("handlers-ran");
+        });
+    };
+    const SResult list = exiting(m_a, {"appliance", "list"});
+    EXPECT_EQ(list.status, 0);
+    EXPECT_THAT(list.out, ElementsAre("name   created", HasSubstr("alpha")));
+    EXPECT_EQ(exiting(m_a, {"appliance", "create", "alpha"}).status, 4);
+    EXPECT_EQ(reports(), 0);
+    EXPECT_THAT(CClientRecords(m_a.root() / "var/lib/lumora/ceph.clients").gone(), IsEmpty());
+    const CMachine local(m_folder.path(), "local", "");
+    local.done({"appliance", "create", "beta"});
+    EXPECT_EQ(exiting(local, {"appliance", "list"}).status, 0);
+    EXPECT_EQ(reports(), 1);
+}
+
 TEST_F(CEngineTest, OnlyAnEngineThatAllMachinesSeeKeepsAnAppliance)
 {
     const SResult result = m_a.lmadm({"appliance", "create", "beta", "--engine", "files"});

@@ -9,10 +9,12 @@
 
 namespace lumora {
 
-int runTool(const char* program, const std::function<int()>& body)
+namespace {
+
+void (*g_end)(int status) = nullptr;
+
+int statusOf(const char* program, const std::function<int()>& body)
 {
-    // A file that may not grow any more is a storage failure like a full disk, and not the tool's end.
-    std::signal(SIGXFSZ, SIG_IGN);
     EStatus status = EStatus::UNEXPECTED;
     std::string text;
     try {
@@ -25,6 +27,22 @@ int runTool(const char* program, const std::function<int()>& body)
     }
     std::fprintf(stderr, "%s: %s\n", program, text.c_str());
     return static_cast<int>(status);
+}
+
+}  // namespace
+
+int runTool(const char* program, const std::function<int()>& body)
+{
+    // A file that may not grow any more is a storage failure like a full disk, and not the tool's end.
+    std::signal(SIGXFSZ, SIG_IGN);
+    const int status = statusOf(program, body);
+    if (g_end != nullptr) g_end(status);
+    return status;
+}
+
+void setToolEnd(void (*end)(int status))
+{
+    g_end = end;
 }
 
 void printBytes(std::string_view bytes)

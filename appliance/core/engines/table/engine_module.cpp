@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 
 #include "appliance/core/conventions/error.h"
+#include "appliance/core/conventions/tool.h"
 #include "base/process_stat.h"
 
 namespace lumora {
@@ -37,6 +38,7 @@ const SEngineModule& load(const std::string& engine)
     if (module == nullptr || module->version != ENGINE_MODULE_VERSION) {
         refuse(engine, file.string() + " is not of this build");
     }
+    setToolEnd(module->end);
     return *module;
 }
 

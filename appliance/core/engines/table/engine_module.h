@@ -17,9 +17,11 @@ struct SEngineModule
     std::unique_ptr<CBaseStorageEngine> (*makeEngine)(const SEngineSetup& setup, const SApplianceHome& home);
     /// Lets this process open the catalog that the setup names; returns the name by which SQLite does.
     std::string (*prepareCatalog)(const SEngineSetup& setup);
+    /// The last thing that a tool does. Does not return where the libraries do not live through the end of a process.
+    void (*end)(int status);
 };
 
-constexpr int ENGINE_MODULE_VERSION = 1;
+constexpr int ENGINE_MODULE_VERSION = 2;
 constexpr const char* ENGINE_MODULE_SYMBOL = "lumoraEngineModule";
 
 /// The module of an engine, obzx/engines/engine-<name>.so of the library folder beside that of the program; loaded once
