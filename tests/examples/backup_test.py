@@ -226,7 +226,8 @@ class NightlyBackup(NightlyTest):
 class TroubleElsewhere(NightlyTest):
     """What has nothing to do with the program that saves."""
 
-    def test_a_creation_that_was_killed_is_cleaned_up_by_the_next_run(self):
+    def kill_a_creation(self):
+        """The snapshot that it leaves."""
         self.site.lmadm("fault", "arm", "hang-after", "--match", "create annotation")
         run = self.site.begin()
         wait_for(lambda: any(fault["struck"] for fault in self.site.lmadm_json("fault", "list")["faults"]), "a creation")
@@ -235,11 +236,24 @@ class TroubleElsewhere(NightlyTest):
         text, _ = run.communicate(timeout=DEADLINE)
         self.assertEqual(run.returncode, 1, text)
         self.assertIn("the production host has taken no snapshot", text)
-        killed = self.site.names("production")
-        self.assertEqual(self.site.record("production", killed[0])["state"], "interrupted")
+        killed, = self.site.names("production")
+        self.assertEqual(self.site.record("production", killed)["state"], "interrupted")
         wait_for(lambda: (self.site.folder / "hooks").read_text() == "quiet\non\n", "a thaw")
+        return killed
 
-        self.check_run(0, f'snapshot "{killed[0]}" is deleted')
+    def test_a_creation_that_was_killed_is_cleaned_up_by_the_next_run(self):
+        killed = self.kill_a_creation()
+        self.check_run(0, f'snapshot "{killed}" is deleted')
+        self.check_nothing_left()
+
+    def test_what_cannot_be_cleaned_up_keeps_no_run_from_its_own_snapshot(self):
+        killed = self.kill_a_creation()
+        self.site.lmadm("fault", "arm", "error", "--match", "delete annotation", "--times", "0")
+        self.check_run(1, "or not deleted what an earlier run left")
+        self.assertEqual(self.site.record("production", killed)["state"], "delete-failed")
+        self.assertEqual(len(self.site.with_label("saved")), 1)
+        self.site.lmadm("fault", "clear")
+        self.check_run(0, f'snapshot "{killed}" is deleted')
         self.check_nothing_left()
 
     def test_a_copy_that_the_appliance_does_not_take_back_is_given_back_by_the_next_run(self):
