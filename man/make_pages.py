@@ -23,7 +23,7 @@ import time
 HERE = pathlib.Path(__file__).resolve().parent
 TOP = HERE.parent
 PROGRAMS = ("fictl", "lmadm", "lmsh", "kforutil")
-FORMATS = {"fictl": ["fictl-record(5)", "fictl.conf(5)", "cdpfi.conf(5)", "hls.conf(5)", "cdpfi-inspection(5)"],
+FORMATS = {"fictl": ["fictl-record(5)", "fictl.conf(5)", "fictl-job(5)", "cdpfi.conf(5)", "hls.conf(5)", "cdpfi-inspection(5)"],
            "lmadm": ["appliance.conf(5)"], "lmsh": ["appliance.conf(5)"], "kforutil": ["appliance.conf(5)"]}
 
 

@@ -41,12 +41,16 @@ TEST_F(CCompletionTest, OptionsAreThoseOfTheCommandAndOfAll)
 
 TEST_F(CCompletionTest, ValuesAreThoseThatAnOptionTakes)
 {
-    EXPECT_EQ(completed({"--output", ""}), "json name table");
+    EXPECT_EQ(completed({"--output", ""}), "json name openmetrics table");
     EXPECT_EQ(completed({"snapshot", "list", "-o", "n"}), "name");
     EXPECT_EQ(completed({"snapshot", "list", "--state", "import"}),
               "importing import-interrupted import-failed imported");
     EXPECT_EQ(completed({"snapshot", "list", "--sort", "cre"}), "created creator");
     EXPECT_EQ(completed({"snapshot", "export", "x", "--file", ""}), "") << "files are for the shell";
+    EXPECT_EQ(completed({"snapshot", "list", "--label", ""}), "");
+    std::filesystem::create_directories(m_root + "/etc/qz/jobs");
+    base_test::writeFile(m_root + "/etc/qz/jobs/db.env", "not even a job");
+    EXPECT_EQ(completed({"snapshot", "list", "--label", "j"}), "job=db");
 }
 
 TEST_F(CCompletionTest, SnapshotsStandWhereOneIsMeant)

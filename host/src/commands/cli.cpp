@@ -43,6 +43,7 @@ std::vector<std::string> dryWords(int argc, char** argv, const SCommandLine& lin
 EForm formOf(const SCommandLine& line)
 {
     if (line.output == "json") return EForm::JSON;
+    if (line.output == "openmetrics") return EForm::METRICS;
     return line.output == "name" ? EForm::NAMES : EForm::TABLE;
 }
 

@@ -17,7 +17,8 @@ enum class EForm
 {
     TABLE,
     JSON,
-    NAMES,  ///< one name a line, of the commands that list something
+    NAMES,    ///< one name a line, of snapshot list
+    METRICS,  ///< the text format of OpenMetrics, of status
 };
 
 /// What the options for every command say.

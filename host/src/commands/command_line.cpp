@@ -7,6 +7,7 @@
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
 #include "host/src/recording/recording.h"
+#include "host/src/schedule/jobs.h"
 #include "host/src/selection/record_columns.h"
 #include "host/src/text/plain_text.h"
 
@@ -87,6 +88,29 @@ CLI::App& add(CLI::App& parent, const char* name, const char* help)
     return *command;
 }
 
+constexpr const char* FORMS_OF_ALL[] = {"table", "json"};
+
+// Every form of some command, those of all commands first.
+std::vector<std::string> allForms()
+{
+    std::vector<std::string> forms(std::begin(FORMS_OF_ALL), std::end(FORMS_OF_ALL));
+    for (const SCommand& entry : COMMANDS) {
+        if (*entry.ownForm != '\0') forms.emplace_back(entry.ownForm);
+    }
+    return forms;
+}
+
+void requireForm(const SCommand& command, const std::string& form)
+{
+    if (form == command.ownForm || std::ranges::find(FORMS_OF_ALL, form) != std::end(FORMS_OF_ALL)) return;
+    for (const SCommand& other : COMMANDS) {
+        if (form != other.ownForm) continue;
+        const std::string group = other.group;
+        throw EFictl(EExit::USAGE, "--output " + form + " is for " + (group.empty() ? "" : group + " ") + other.name,
+                     "fictl --help");
+    }
+}
+
 void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
 {
     for (const SCommand& entry : COMMANDS) {
@@ -98,9 +122,7 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
                 throw EFictl(EExit::USAGE, "--dry-run is for snapshot create, import, release, delete and prune",
                              "fictl --help");
             }
-            if (line.output == "name" && !entry.hasNames) {
-                throw EFictl(EExit::USAGE, "--output name is for snapshot list", "fictl --help");
-            }
+            requireForm(entry, line.output);
             line.run = run;
             line.isChange = entry.isChange && !line.isDryRun;
         });
@@ -110,8 +132,9 @@ void addCommands(CLI::App& parent, std::string_view group, SCommandLine& line)
 void build(CLI::App& app, SCommandLine& line)
 {
     app.require_subcommand(1);
-    app.add_option("-o,--output", line.output, "Form of standard output: table, json, or name (of snapshot list)")
-        ->check(CLI::IsMember({"table", "json", "name"}));
+    app.add_option("-o,--output", line.output,
+                   "Form of standard output: table, json, name (of snapshot list), openmetrics (of status)")
+        ->check(CLI::IsMember(allForms()));
     CLibraryOptions options(app, line);
     options.text("--provider", line.provider, "Name of the provider, or path of its library (cdpfi)");
     options.seconds("--timeout", line.timeout, "Seconds that each appliance command may take (as configured)");
@@ -207,10 +230,25 @@ std::vector<std::string> optionNames(const CLI::App* command)
     return names;
 }
 
+// Which other labels there are is nobody's to say but the administrator's.
+std::vector<std::string> jobLabels()
+{
+    std::vector<std::string> labels;
+    for (const std::string& name : jobNames()) {
+        labels.push_back(std::string(JOB_LABEL) + "=" + name);
+    }
+    return labels;
+}
+
 std::vector<std::string> valuesOf(const CLI::Option& option)
 {
-    if (option.check_lname("output")) return {"json", "name", "table"};
+    if (option.check_lname("output")) {
+        std::vector<std::string> forms = allForms();
+        std::ranges::sort(forms);
+        return forms;
+    }
     if (option.check_lname("state")) return shownStates();
+    if (option.check_lname("label")) return jobLabels();
     if (option.check_lname("columns") || option.check_lname("sort")) return commaSeparated({knownColumns()});
     return {};
 }

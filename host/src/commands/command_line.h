@@ -12,7 +12,7 @@ namespace fictl {
 /// What a command line asks for.
 struct SCommandLine
 {
-    std::string output = "table";  ///< form of standard output: table, json or name
+    std::string output = "table";  ///< form of standard output
     std::string provider{};
     std::chrono::seconds timeout{0};
     bool isVerbose = false;

@@ -12,9 +12,9 @@ struct SCommand
     const char* name;
     const char* help;
     CommandRun (*declare)(COptions& options);
-    bool isChange;          ///< changes something, and is an entry of the history
-    bool canBeDry = false;  ///< can tell what it would do, without doing it
-    bool hasNames = false;  ///< lists things that have names
+    bool isChange;             ///< changes something, and is an entry of the history
+    bool canBeDry = false;     ///< can tell what it would do, without doing it
+    const char* ownForm = "";  ///< of its output, beside the forms of every command; empty: it has none
 };
 
 /// A word that commands stand behind.
@@ -42,6 +42,7 @@ CommandRun declareExport(COptions& options);
 CommandRun declareReceive(COptions& options);
 CommandRun declareCatalogCheck(COptions& options);
 CommandRun declareHistory(COptions& options);
+CommandRun declareStatus(COptions& options);
 CommandRun declareSupportBundle(COptions& options);
 CommandRun declareReconcile(COptions& options);
 CommandRun declareCompletion(COptions& options);
@@ -54,6 +55,8 @@ inline constexpr SCommandGroup COMMAND_GROUPS[] = {
     {"catalog", "The catalog of this host's snapshots"},
 };
 inline constexpr SCommand COMMANDS[] = {
+    {"", "status", "Tell what there is, what needs a look, and how the jobs do", declareStatus, false, false,
+     "openmetrics"},
     {"", "doctor", "Tell what is wrong with this host's set-up, and what to do about it", declareDoctor, false},
     {"", "history", "Show which commands changed something, and what became of them", declareHistory, false},
     {"", "support-bundle", "Collect what tells what is wrong here, for somebody else to look at", declareSupportBundle,
@@ -70,7 +73,7 @@ inline constexpr SCommand COMMANDS[] = {
     {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true, true},
     // Each of its deletions is an entry of its own.
     {"snapshot", "prune", "Delete the snapshots that no rule keeps", declarePrune, false, true},
-    {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false, false, true},
+    {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false, false, "name"},
     {"snapshot", "show", "Show a snapshot's record", declareShow, false},
     {"snapshot", "diff", "Tell in what two snapshots differ", declareDiff, false},
     {"snapshot", "label", "Change a snapshot's labels and its note", declareLabel, true},

@@ -19,8 +19,7 @@ constexpr SExitCode CODES[] = {
      "done"},
     {EExit::FAILED, "failed",
      "the provider or the appliance refused or failed, the doctor, reconcile or a check of a provider found something "
-     "to "
-     "mend, or a support bundle is not whole"},
+     "to mend, a job failed or missed a run, or a support bundle is not whole"},
     {EExit::PARTIAL, "partial", "some consistency groups have their checkpoint and others do not"},
     {EExit::NOT_DELETED, "not-deleted",
      "a deletion was not confirmed, or a LUN is in another group now; the record stays"},

@@ -12,6 +12,7 @@
 #include "base/file_sync.h"
 #include "base/file_write.h"
 #include "host/src/output/error.h"
+#include "host/src/text/plain_text.h"
 
 namespace fictl {
 
@@ -46,7 +47,7 @@ void CNewFile::write(std::string_view bytes)
     if (!base::writeWhole(m_output.get(), bytes)) failFile("write", m_part);
 }
 
-bool CNewFile::keep(bool mayReplace)
+bool CNewFile::keep(bool mayReplace, EReaders readers)
 {
     if (fsync(m_output.get()) != 0) failFile("write", m_part);
     if (rename(mayReplace ? 0 : RENAME_NOREPLACE) != 0) {
@@ -55,6 +56,9 @@ bool CNewFile::keep(bool mayReplace)
         if (mayReplace || errno != EINVAL || rename(0) != 0) failFile("create", m_file);
     }
     m_isOwn = false;
+    // Not before: what a killed process left under the other name is taken over only where nobody else can read it.
+    constexpr mode_t READ_BY_ALL = 0644;
+    if (readers == EReaders::ALL && fchmod(m_output.get(), READ_BY_ALL) != 0) failFile("let others read", m_file);
     m_output = base::CFileDescriptor();  // who waits for the lock goes on
     const std::string folder = folderOf(m_file);
     if (base::syncFolder(folder.c_str())) return true;
@@ -126,6 +130,13 @@ void CNewFile::requireOwn(const struct stat& status) const
     }
     errno = EEXIST;
     failFile("create", m_part);
+}
+
+void requireReplaceable(const std::string& file)
+{
+    struct stat status = {};
+    if (lstat(file.c_str(), &status) != 0 || S_ISREG(status.st_mode)) return;
+    throw EFictl(EExit::IO, printable(file) + " is not a regular file, so it is not replaced", "give another file");
 }
 
 }  // namespace fictl

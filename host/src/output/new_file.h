@@ -24,6 +24,13 @@ class CNewFile
         WAIT,
     };
 
+    /// Who may read the file once it has its name.
+    enum class EReaders
+    {
+        OWNER,
+        ALL,
+    };
+
     CNewFile(const std::string& file, EBusy busy);
     ~CNewFile();
     CNewFile(const CNewFile&) = delete;
@@ -32,7 +39,7 @@ class CNewFile
     void write(std::string_view bytes);
     /// Gives it its name. What has that name already is replaced only when that is wanted; otherwise the answer is
     /// false, and nothing has changed.
-    bool keep(bool mayReplace);
+    bool keep(bool mayReplace, EReaders readers = EReaders::OWNER);
 
   private:
     bool take(EBusy busy);
@@ -46,5 +53,8 @@ class CNewFile
     base::CFileDescriptor m_output;  // holds the lock
     bool m_isOwn = false;            // what lies at FILE.part is ours to remove
 };
+
+/// Throws EFictl (IO) where a device, a folder or a link has the name of a file that is to be replaced.
+void requireReplaceable(const std::string& file);
 
 }  // namespace fictl
