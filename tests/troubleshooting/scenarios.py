@@ -1,5 +1,8 @@
 """The situations of docs/troubleshooting.md, in its order. Each one is a generator: what stands before a `yield` brings
 the site into the situation, the `yield` gives the commands of the entry's next session."""
+import os
+import time
+
 SCENARIOS = {}
 
 QUIET = """\
@@ -319,6 +322,17 @@ def disk_full(place):
 def looking_for_a_copy(place):
     place.carried()
     place.given("backup", "snapshot import nightly")
+    yield
+
+
+@scenario("A nightly snapshot is missing")
+def missed_run(place):
+    file = place.root("production") / "etc/qz/jobs/payroll.env"
+    file.parent.mkdir()
+    devices = f'{place.devices["data"]} {place.devices["journal"]}'
+    file.write_text(f'SNAPSHOT="payroll-{{n}}"\nDEVICES="{devices}"\nEVERY=1d\n', encoding="utf-8")
+    two_days_ago = time.time() - 2 * 86400
+    os.utime(file, (two_days_ago, two_days_ago))
     yield
 
 
