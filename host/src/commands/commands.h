@@ -45,6 +45,7 @@ CommandRun declareHistory(COptions& options);
 CommandRun declareStatus(COptions& options);
 CommandRun declareSupportBundle(COptions& options);
 CommandRun declareReconcile(COptions& options);
+CommandRun declareReport(COptions& options);
 CommandRun declareCompletion(COptions& options);
 
 /// Every group and every command, in the order of --help.
@@ -62,6 +63,7 @@ inline constexpr SCommand COMMANDS[] = {
     {"", "support-bundle", "Collect what tells what is wrong here, for somebody else to look at", declareSupportBundle,
      false},
     {"", "reconcile", "Tell whose the checkpoints, images, copies, records and left files are", declareReconcile, true},
+    {"", "report", "Draw the snapshots over time, as one page for a browser", declareReport, false},
     {"", "completion", "Write what completes fictl's command lines in a shell", declareCompletion, false},
     {"provider", "show", "Show the provider and its snapshot methods", declareProviderShow, false},
     {"provider", "check", "Check any provider against the host interface, in processes of its own",

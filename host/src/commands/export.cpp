@@ -1,5 +1,3 @@
-#include <sys/stat.h>
-
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog.h"
@@ -7,7 +5,7 @@
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
 #include "host/src/output/error.h"
-#include "host/src/output/new_file.h"
+#include "host/src/output/new_document.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -20,23 +18,6 @@ struct SExportRequest
     std::string file{};       ///< empty: standard output, the document is the command's result
     bool mayReplace = false;  ///< a file that is there
 };
-
-[[noreturn]] void refuseExisting(const std::string& file)
-{
-    throw EFictl(EExit::EXISTS, "file " + printable(file) + " exists already; nothing was written",
-                 "give another file, or --force to replace this one");
-}
-
-// Before anything is done, so that a mistake costs nothing. A device or a folder is never replaced.
-void requireRoom(const std::string& file, bool force)
-{
-    struct stat status = {};
-    if (lstat(file.c_str(), &status) != 0) return;
-    if (!force) refuseExisting(file);
-    if (S_ISREG(status.st_mode)) return;
-    throw EFictl(EExit::IO, printable(file) + " is not a regular file, so --force does not replace it",
-                 "give another file");
-}
 
 SResult exportSnapshot(const SExportRequest& request)
 {
@@ -59,9 +40,7 @@ SResult exportSnapshot(const SExportRequest& request)
         document.isDelivery = true;
         return document;
     }
-    CNewFile out(file, CNewFile::EBusy::REFUSE);
-    out.write(text);
-    if (!out.keep(mayReplace)) refuseExisting(file);
+    writeNewDocument(file, text, mayReplace);
     return resultOf({{"exported", {{"name", name}, {"file", file}}}},
                     "snapshot \"" + name + "\" is written to " + printable(file) + "\n");
 }

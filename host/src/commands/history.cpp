@@ -5,10 +5,8 @@
 #include "host/src/catalog/history_table.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/common.h"
-#include "host/src/output/error.h"
-#include "host/src/text/age_text.h"
+#include "host/src/commands/since.h"
 #include "host/src/text/plain_text.h"
-#include "host/src/text/utc_text.h"
 
 namespace fictl {
 
@@ -19,28 +17,6 @@ struct SHistoryRequest
     std::string name{};
     std::string since{};
 };
-
-// A day, or a time as the entries have it, or the beginning of one.
-bool isTime(const std::string& text)
-{
-    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:ddZ";
-    constexpr size_t DAY = 10;
-    if (text.size() < DAY || text.size() > FORM.size()) return false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const bool isDigit = text[i] >= '0' && text[i] <= '9';
-        if (FORM[i] == 'd' ? !isDigit : text[i] != FORM[i]) return false;
-    }
-    return true;
-}
-
-std::string sinceOf(const std::string& text)
-{
-    if (text.empty() || isTime(text)) return text;
-    const std::optional<std::chrono::seconds> age = ageOf(text);
-    if (age) return utcSecondsText(std::chrono::system_clock::now() - *age);
-    throw EFictl(EExit::USAGE, "--since: \"" + printable(text) + "\" is neither a time nor an age",
-                 "give an age such as 90s, 30m, 12h or 2d, or a time such as 2026-01-31 or 2026-01-31T12:00:00Z");
-}
 
 std::string secondsOf(std::chrono::microseconds time)
 {
@@ -63,7 +39,7 @@ void addRows(const SHistoryEntry& entry, Rows& commands, Rows& objects)
 SResult showHistory(const SHistoryRequest& request)
 {
     if (!request.name.empty()) requireSnapshotName(request.name);
-    const SHistoryFilter filter = {.snapshot = request.name, .since = sinceOf(request.since)};
+    const SHistoryFilter filter = {.snapshot = request.name, .since = sinceText(request.since)};
     json list = json::array();
     Rows commands;
     Rows objects;

@@ -1,0 +1,343 @@
+#include "host/src/report/picture.h"
+
+#include <algorithm>
+
+#include "host/src/report/axis.h"
+#include "host/src/report/clusters.h"
+#include "host/src/report/markup.h"
+#include "host/src/report/wording.h"
+#include "host/src/text/display_text.h"
+#include "host/src/text/plain_text.h"
+
+namespace fictl {
+
+namespace {
+
+// Of the width, left free at both ends, so that no mark is cut.
+constexpr double MARGIN = 0.03;
+// A mark takes 12 pixels, and the narrowest picture has 300.
+constexpr double MARK_DISTANCE = 0.04;
+constexpr double NUMBER_DISTANCE = 0.06;  // where numbers have three digits
+constexpr size_t LARGE_NUMBER = 100;
+constexpr double LEAST_BAR = 0.012;
+
+constexpr int MARKS_HEIGHT = 58;
+constexpr int MARKS_CENTRE = 32;
+constexpr int LONGEST_STEM = 18;
+constexpr int HOST_HEIGHT = 30;
+constexpr size_t MOST_TICKS = 7;
+
+double across(double place)
+{
+    return MARGIN + (1 - 2 * MARGIN) * place;
+}
+
+std::string number(int value)
+{
+    return std::to_string(value);
+}
+
+struct SShape
+{
+    EMark mark;
+    const char* markup;
+};
+
+constexpr SShape SHAPES[] = {
+    {EMark::DELETED, R"(<circle r="4.7" class="hollow"/>)"},
+    {EMark::COMPLETE, R"(<circle r="5.5" class="solid"/>)"},
+    {EMark::IMPORTED, R"(<path d="M0-6 6 0 0 6-6 0Z" class="solid"/>)"},
+    {EMark::UNDER_WAY, R"(<circle r="4.7" class="hollow"/><circle r="2" class="solid"/>)"},
+    {EMark::ATTENTION, R"(<path d="M0-6.5 6 5H-6Z" class="solid"/><path d="M0-2.5V1M0 2.6V3.8" class="bar"/>)"},
+    {EMark::ORPHAN, R"(<path d="M-4.5-4.5 4.5 4.5M4.5-4.5-4.5 4.5" class="cross"/>)"},
+};
+
+std::string shapeMarkup(EMark mark)
+{
+    return std::string("<use href=\"#mark-") + markWord(mark) + "\"/>";
+}
+
+/// One lane's picture.
+class CLanePicture
+{
+  public:
+    CLanePicture(const SReport& report, const SReportLane& lane, const std::vector<STick>& ticks)
+        : m_report(report), m_lane(lane), m_ticks(ticks)
+    {
+    }
+
+    std::string markup()
+    {
+        const std::string hosts = hostRows();
+        m_markup = "<svg class=\"plot\" height=\"" + number(m_height) + "\" role=\"group\" aria-label=\"" +
+                   escaped("Checkpoints of group " + m_lane.group.second + " of appliance " + m_lane.group.first) +
+                   "\">\n";
+        for (const STick& tick : m_ticks) {
+            const std::string at = percent(across(m_report.placeOf(tick.time)));
+            m_markup += "<line class=\"grid\" x1=\"" + at + "\" x2=\"" + at + "\" y1=\"0\" y2=\"100%\"/>";
+        }
+        m_markup += "<line class=\"rail\" x1=\"0\" x2=\"100%\" y1=\"" + number(MARKS_CENTRE) + "\" y2=\"" +
+                    number(MARKS_CENTRE) + "\"/>\n";
+        for (const size_t gap : m_lane.gaps) {
+            addGap(m_report.gaps[gap]);
+        }
+        for (const SCluster& cluster : clusters()) {
+            addMark(cluster);
+        }
+        return m_markup + hosts + "</svg>\n";
+    }
+
+  private:
+    std::vector<SPlaced> placed() const
+    {
+        std::vector<SPlaced> all;
+        for (const size_t place : m_lane.snapshots) {
+            const SReportSnapshot& snapshot = m_report.snapshots[place];
+            all.push_back({across(m_report.placeOf(*snapshot.time)), snapshot.mark, place});
+        }
+        for (const size_t orphan : m_lane.orphans) {
+            const std::optional<UtcTime> time = utcSecondsOf(m_report.look->orphans[orphan].time);
+            if (!time || *time < m_report.from) continue;
+            all.push_back({across(m_report.placeOf(*time)), EMark::ORPHAN, m_report.snapshots.size() + orphan});
+        }
+        std::ranges::stable_sort(all, {}, &SPlaced::at);
+        return all;
+    }
+
+    std::vector<SCluster> clusters() const
+    {
+        const std::vector<SPlaced> all = placed();
+        std::vector<SCluster> marks = clustersOf(all, MARK_DISTANCE);
+        const bool hasLargeNumber =
+            std::ranges::any_of(marks, [](const SCluster& cluster) { return cluster.members.size() >= LARGE_NUMBER; });
+        return hasLargeNumber ? clustersOf(all, NUMBER_DISTANCE) : marks;
+    }
+
+    bool isOrphan(size_t member) const { return member >= m_report.snapshots.size(); }
+
+    std::string rowOf(size_t member) const
+    {
+        return isOrphan(member) ? "o" + std::to_string(member - m_report.snapshots.size())
+                                : "s" + std::to_string(member);
+    }
+
+    std::string describe(size_t member) const
+    {
+        if (isOrphan(member)) {
+            const SReportOrphan& orphan = m_report.look->orphans[member - m_report.snapshots.size()];
+            return orphan.name + ", " + orphan.kind + " that no record has, " + plainTime(orphan.time);
+        }
+        const SReportSnapshot& snapshot = m_report.snapshots[member];
+        const std::string frozen = freezeText(snapshot.frozen);
+        return snapshot.name + ", " + snapshot.state + ", " + plainTime(snapshot.created) +
+               (frozen.empty() ? "" : ", application frozen " + frozen);
+    }
+
+    std::string describe(const SCluster& cluster) const
+    {
+        if (cluster.members.size() == 1) return describe(cluster.members.front());
+        return counted(cluster.members.size(), "checkpoint") + " from " + describe(cluster.members.front()) + " to " +
+               describe(cluster.members.back()) + "; of all: " + markText(cluster.mark);
+    }
+
+    std::chrono::microseconds freezeOf(const SCluster& cluster) const
+    {
+        std::chrono::microseconds longest{0};
+        for (const size_t member : cluster.members) {
+            if (!isOrphan(member)) longest = std::max(longest, m_report.snapshots[member].frozen);
+        }
+        return longest;
+    }
+
+    void addMark(const SCluster& cluster)
+    {
+        std::string rows;
+        for (const size_t member : cluster.members) {
+            rows += (rows.empty() ? "" : " ") + rowOf(member);
+        }
+        m_markup += "<a href=\"#" + rowOf(cluster.members.front()) + "\" class=\"mark " + markWord(cluster.mark) +
+                    "\" data-rows=\"" + rows + "\" data-at=\"" + percent(cluster.at) + "\"><title>" +
+                    escaped(describe(cluster)) + "</title><svg x=\"" + percent(cluster.at) + "\" y=\"" +
+                    number(MARKS_CENTRE) + "\" width=\"1\" height=\"1\"><rect class=\"hit\" x=\"-6\" y=\"-28\" " +
+                    "width=\"12\" height=\"52\"/><circle class=\"ring\" r=\"9.5\"/>";
+        const auto frozen = freezeOf(cluster);
+        if (frozen.count() > 0) {
+            const auto height =
+                static_cast<int>(std::max<int64_t>(2, LONGEST_STEM * frozen / m_report.longestFreeze()));
+            m_markup += "<path class=\"stem\" d=\"M0-8V-" + number(8 + height) + "\"/>";
+        }
+        m_markup += shapeMarkup(cluster.mark);
+        if (cluster.members.size() > 1) {
+            m_markup += "<text class=\"count\" y=\"20\">" + std::to_string(cluster.members.size()) + "</text>";
+        }
+        m_markup += "</svg></a>\n";
+    }
+
+    void addGap(const SReportGap& gap)
+    {
+        const double from = across(m_report.placeOf(gap.from));
+        const double width = std::max(LEAST_BAR, across(m_report.placeOf(gap.until)) - from);
+        m_markup +=
+            "<rect class=\"gap\" x=\"" + percent(from) + "\" width=\"" + percent(width) + "\" y=\"" +
+            number(MARKS_CENTRE - 12) + "\" height=\"24\" rx=\"3\"><title>" +
+            escaped("no snapshot of job " + gap.job + " from " + plainTime(gap.from) + " to " + plainTime(gap.until)) +
+            "</title></rect>\n";
+    }
+
+    /// Copies of one host that would lie upon each other, as one bar.
+    struct SBar
+    {
+        double from = 0;
+        double until = 0;
+        ECopyEnd end = ECopyEnd::GIVEN_BACK;
+        bool isSure = true;
+        std::vector<std::string> texts{};
+    };
+
+    static std::string describe(const SReportCopy& copy)
+    {
+        const std::string from = copy.from ? " from " + plainTime(*copy.from) : "";
+        const std::string until = copy.end == ECopyEnd::SHOWS ? ", shows"
+                                  : copy.until                ? " until " + plainTime(*copy.until)
+                                                              : "";
+        return copy.snapshot + " on " + copy.host + from + until + (copy.end == ECopyEnd::NOT_KNOWN ? " or later" : "");
+    }
+
+    std::vector<SBar> barsOf(const std::vector<size_t>& copies) const
+    {
+        std::vector<SBar> bars;
+        for (const size_t place : copies) {
+            const SReportCopy& copy = m_report.copies[place];
+            const double from = copy.from ? across(m_report.placeOf(*copy.from)) : 0;
+            const bool isOpen = copy.end == ECopyEnd::SHOWS || !copy.until;
+            const double until = isOpen ? 1 : across(m_report.placeOf(*copy.until));
+            if (bars.empty() || from > bars.back().until) bars.push_back({.from = from, .until = from});
+            SBar& bar = bars.back();
+            bar.until = std::min(1.0, std::max({bar.until, until, from + LEAST_BAR}));
+            bar.end = bar.texts.empty() || copy.end == ECopyEnd::SHOWS ? copy.end : bar.end;
+            bar.isSure = bar.isSure && copy.isSure;
+            bar.texts.push_back(describe(copy));
+        }
+        return bars;
+    }
+
+    static std::string titleOf(const SBar& bar)
+    {
+        if (bar.texts.size() == 1) return bar.texts.front();
+        return counted(bar.texts.size(), "copy") + " from " + bar.texts.front() + " to " + bar.texts.back();
+    }
+
+    std::string barMarkup(const SBar& bar) const
+    {
+        const double from = std::min(bar.from, 1 - LEAST_BAR);
+        const char* const kind = bar.end == ECopyEnd::SHOWS        ? "shows"
+                                 : bar.end == ECopyEnd::GIVEN_BACK ? "given-back"
+                                                                   : "not-known";
+        return std::string("<rect class=\"copy ") + kind + (bar.isSure ? "" : " unsure") + "\" x=\"" + percent(from) +
+               "\" width=\"" + percent(bar.until - from) + "\" y=\"" + number(m_height + 16) +
+               "\" height=\"9\" rx=\"3\"><title>" + escaped(titleOf(bar)) + "</title></rect>\n";
+    }
+
+    // A host's name stands above its bars, so that it hides none.
+    std::string hostRows()
+    {
+        constexpr size_t LONGEST_NAME = 36;
+        std::string rows;
+        for (size_t i = 0; i < m_lane.copies.size();) {
+            const std::string& host = m_report.copies[m_lane.copies[i]].host;
+            std::vector<size_t> copies;
+            for (; i < m_lane.copies.size() && m_report.copies[m_lane.copies[i]].host == host; ++i) {
+                copies.push_back(m_lane.copies[i]);
+            }
+            rows += "<text class=\"host\" x=\"0\" y=\"" + number(m_height + 11) + "\">" +
+                    escaped("on " + cutToWidth(printable(host), LONGEST_NAME)) + "</text>\n";
+            for (const SBar& bar : barsOf(copies)) {
+                rows += barMarkup(bar);
+            }
+            m_height += HOST_HEIGHT;
+        }
+        return rows;
+    }
+
+    const SReport& m_report;
+    const SReportLane& m_lane;
+    const std::vector<STick>& m_ticks;
+    int m_height = MARKS_HEIGHT;
+    std::string m_markup;
+};
+
+// Every second one gives way where there is little room.
+std::string axisMarkup(const SReport& report, const std::vector<STick>& ticks)
+{
+    constexpr double NEAR_END = 0.1;
+    std::string markup = "<div class=\"axis\" aria-hidden=\"true\"><svg height=\"24\">\n";
+    bool isMinor = false;
+    for (const STick& tick : ticks) {
+        const double at = across(report.placeOf(tick.time));
+        const char* const anchor = at < NEAR_END ? "start" : at > 1 - NEAR_END ? "end" : "middle";
+        markup += "<text x=\"" + percent(at) + "\" y=\"16\" text-anchor=\"" + anchor + "\"" +
+                  (isMinor ? " class=\"minor\"" : "") + ">" + tick.text + "</text>\n";
+        isMinor = !isMinor;
+    }
+    return markup + "</svg></div>\n";
+}
+
+}  // namespace
+
+std::string shapesMarkup()
+{
+    std::string markup =
+        "<svg class=\"shapes\" width=\"0\" height=\"0\" aria-hidden=\"true\" focusable=\"false\"><defs>\n";
+    for (const SShape& shape : SHAPES) {
+        markup += std::string("<g id=\"mark-") + markWord(shape.mark) + "\">" + shape.markup + "</g>\n";
+    }
+    return markup +
+           "<pattern id=\"hatch\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\" "
+           "patternTransform=\"rotate(45)\"><rect class=\"hatch-line\" width=\"2\" height=\"6\"/></pattern>\n"
+           "</defs></svg>\n";
+}
+
+std::string legendMarkup(const SReport& report)
+{
+    std::string markup = "<ul class=\"legend\">\n";
+    const auto add = [&](const std::string& markupOfSign, const std::string& text) {
+        markup +=
+            "<li><svg width=\"26\" height=\"20\" aria-hidden=\"true\">" + markupOfSign + "</svg>" + text + "</li>\n";
+    };
+    for (const EMark mark : MARKS) {
+        if (report.count(mark) == 0) continue;
+        add(std::string("<svg x=\"13\" y=\"10\" width=\"1\" height=\"1\" class=\"") + markWord(mark) + "\">" +
+                shapeMarkup(mark) + "</svg>",
+            markText(mark));
+    }
+    const auto bar = [](const char* kind) {
+        return std::string("<rect class=\"copy ") + kind + R"(" x="1" y="6" width="24" height="9" rx="3"/>)";
+    };
+    if (!report.copies.empty()) {
+        add(bar("shows"), "a copy that shows");
+        add(bar("given-back"), "one that was given back");
+        add(bar("not-known"), "one of which not all is known");
+    }
+    if (!report.gaps.empty()) {
+        add(R"(<rect class="gap" x="1" y="2" width="24" height="16" rx="3"/>)", "a scheduled run is missing");
+    }
+    if (report.longestFreeze().count() > 0) {
+        add(R"(<path class="stem" d="M13 18V2"/>)",
+            "how long the application was frozen, " + freezeText(report.longestFreeze()) + " at most");
+    }
+    return markup + "</ul>\n";
+}
+
+std::string pictureMarkup(const SReport& report)
+{
+    const std::vector<STick> ticks = ticksOf(report.from, report.until, MOST_TICKS);
+    std::string markup = "<div class=\"lanes\">\n" + axisMarkup(report, ticks);
+    for (const SReportLane& lane : report.lanes) {
+        markup += "<section class=\"lane\">\n<div class=\"of\"><h3>" + isolated(lane.group.second) + "</h3>\n<p>" +
+                  isolated(lane.group.first) + "</p>\n<p>" + laneFacts(lane, report.until) + "</p></div>\n" +
+                  CLanePicture(report, lane, ticks).markup() + "</section>\n";
+    }
+    return markup + "</div>\n";
+}
+
+}  // namespace fictl
