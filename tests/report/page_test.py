@@ -124,6 +124,14 @@ class Form(ReportTest):
         self.assertEqual(marked, rows)
         self.assertEqual(len(rows), 13 + 13 + 4)
 
+    def test_missing_runs_are_hatched_and_told(self):
+        sample.fill(self.catalog)
+        page = self.report()
+        rows = [cell for cell in page.texts["td"] if cell.startswith("2026-01-25")]
+        self.assertIn("2026-01-25 01:00:00", rows)
+        gaps = [each for each in page.all("rect") if each.get("class") == "gap"]
+        self.assertEqual(len(gaps), 2 * 2 + 1, "two missing runs in two lanes each, and the legend")
+
     def test_names_are_only_names(self):
         sample.fill_hostile(self.catalog)
         page = self.report("--title", sample.HOSTILE)

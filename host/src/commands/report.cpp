@@ -2,15 +2,19 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
+#include "host/src/catalog/catalog_reader.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/reconciler.h"
 #include "host/src/commands/since.h"
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/output/new_document.h"
+#include "host/src/output/progress.h"
 #include "host/src/process/host_name.h"
 #include "host/src/report/page.h"
 #include "host/src/report/report.h"
+#include "host/src/schedule/job_status.h"
+#include "host/src/schedule/jobs.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -26,21 +30,45 @@ struct SReportRequest
     bool mayReplace = false;
 };
 
+// Of a job whose file is not as it has to be nobody knows when its runs are due; fictl status tells of that.
+std::vector<SReportGap> missingRuns(const std::vector<SHistoryEntry>& history, UtcTime now)
+{
+    SJobHistory runs;
+    for (const SHistoryEntry& entry : history) {
+        addToJobHistory(entry, runs);
+    }
+    std::vector<SReportGap> gaps;
+    try {
+        for (const SJobFile& file : readJobs()) {
+            if (!file.job) continue;
+            for (const SMissingRun& missing : judgeJob(*file.job, runs.creations[file.name], now).missing) {
+                gaps.push_back({.job = file.name, .from = missing.from, .until = missing.until});
+            }
+        }
+    } catch (const EFictl& error) {
+        CProgress::warn(std::string("missing runs are not shown: ") + error.what());
+    }
+    return gaps;
+}
+
 SReport reportOf(const SContext& context, const SReportRequest& request)
 {
     const std::optional<UtcTime> since = sinceTime(request.since);
+    const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    const CCatalogReader open;  // shows which processes are at work
     const auto make = [&](const SCatalogView& catalog, const SReconciliation* found) {
         return makeReport({.records = catalog.records,
                            .history = catalog.history,
-                           .now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()),
+                           .now = now,
                            .host = systemHostName(),
                            .since = since,
+                           .gaps = missingRuns(catalog.history, now),
                            .found = found});
     };
     if (!request.isLooking) return make(viewCatalog(), nullptr);
     const CGuardian guardian;
-    const CReconciler now(context);
-    return make(now.catalog(), &now.found());
+    const CReconciler look(context);
+    return make(look.catalog(), &look.found());
 }
 
 SResult writeReport(const SContext& context, const SReportRequest& request)

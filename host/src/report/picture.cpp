@@ -180,7 +180,7 @@ class CLanePicture
         m_markup +=
             "<rect class=\"gap\" x=\"" + percent(from) + "\" width=\"" + percent(width) + "\" y=\"" +
             number(MARKS_CENTRE - 12) + "\" height=\"24\" rx=\"3\"><title>" +
-            escaped("no snapshot of job " + gap.job + " from " + plainTime(gap.from) + " to " + plainTime(gap.until)) +
+            escaped("no run of job " + gap.job + " from " + plainTime(gap.from) + " to " + plainTime(gap.until)) +
             "</title></rect>\n";
     }
 

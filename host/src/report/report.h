@@ -69,7 +69,7 @@ struct SReportCopy
     bool isSure = true;  ///< false: it was asked for, and the answer is not known
 };
 
-/// A time in which a run of a job was due and made no snapshot.
+/// A time in which a run of a job was due and none began.
 struct SReportGap
 {
     std::string job;

@@ -121,7 +121,7 @@ std::string copiesMarkup(const SReport& report)
 std::string gapsMarkup(const SReport& report)
 {
     if (report.gaps.empty()) return "";
-    CTable table("gaps", "Missing runs", "Times in which a scheduled run was due and made no snapshot.",
+    CTable table("gaps", "Missing runs", "Times in which a run of a job was due and none began.",
                  {{"Job"}, {"From", true}, {"Until", true}});
     for (const SReportGap& gap : report.gaps) {
         table.add("", {gap.job, plainTime(gap.from), plainTime(gap.until)});
