@@ -45,6 +45,19 @@ TEST_F(CFictlTest, CreateTakesASnapshotAndRecordsIt)
     expectClean();
 }
 
+TEST_F(CFictlTest, AnOptionThatEndsInAnEqualsSignHasNoTextAndLeavesTheNextWordAlone)
+{
+    const SRun made =
+        fictlJson({"snapshot", "create", "--freeze=", "--thaw=", "--note=", "--label=a=", "s", device(1)});
+    EXPECT_EQ(made.exit, 0) << made.err;
+    EXPECT_EQ(made.document()["snapshot"]["frozen_seconds"], 0);
+    EXPECT_EQ(made.document()["snapshot"]["note"], nullptr);
+    EXPECT_EQ(made.document()["snapshot"]["labels"], (nlohmann::json{{"a", ""}}));
+    EXPECT_EQ(fictl({"snapshot", "create", "--", "--note=", device(1)}).err,
+              "fictl: \"--note=\" cannot be a snapshot's name\n"
+              "  next: use 1 to 128 letters, digits or ._:+@-, not beginning with . or -\n");
+}
+
 TEST_F(CFictlTest, CreateSetsUpEachGroupOnceAndBeforeItsNodes)
 {
     ASSERT_EQ(fictl({"snapshot", "create", "s", "/dev/fake1", "/dev/fake2"}).exit, 0);

@@ -181,6 +181,24 @@ std::string shownValue(const SCommandLine& line, const std::string& option, cons
     return line.secrets.contains(option) ? "..." : line.newFiles.contains(option) ? wholePath(value) : value;
 }
 
+// The words, the last one first, as the library takes them. Behind an option that ends in an equals sign it would take
+// the next word for the value, where the empty text is meant.
+std::vector<std::string> wordsOf(int argc, char** argv)
+{
+    std::vector<std::string> words;
+    bool hasOptions = true;
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        hasOptions = hasOptions && word != "--";
+        const bool isEmptied = hasOptions && word.starts_with("--") && word.find('=') + 1 == word.size();
+        if (isEmptied) word.pop_back();
+        words.push_back(std::move(word));
+        if (isEmptied) words.emplace_back();
+    }
+    std::ranges::reverse(words);
+    return words;
+}
+
 // What is wrong with the command line. Of a word that is no command the library says that a command is missing.
 EFictl usageError(const CLI::App& app, const CLI::ParseError& error)
 {
@@ -294,7 +312,7 @@ void readCommandLine(int argc, char** argv, SCommandLine& line)
     CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
     build(app, line);
     try {
-        app.parse(argc, argv);
+        app.parse(wordsOf(argc, argv));
     } catch (const CLI::CallForHelp&) {
         line.output = "table";
         line.run = [text = app.help()](const SContext&) { return SResult{.text = text}; };
