@@ -20,6 +20,21 @@ TEST_F(CDoctorTest, WhatAnybodyCanChangeIsAWarning)
     expectComplaint("WARN tool " + m_tool + " can be changed by anybody (mode 0777); next: chmod o-w " + m_tool);
 }
 
+TEST_F(CDoctorTest, AJobThatAnybodyCanChangeIsAWarning)
+{
+    const std::string folder = m_root + "/etc/qz/jobs";
+    fs::create_directory(folder);
+    base_test::writeFile(folder + "/db.env", "");
+    fs::permissions(folder + "/db.env", fs::perms(0644));
+    EXPECT_TRUE(complaints().empty());
+    fs::permissions(folder + "/db.env", fs::perms(0666));
+    expectComplaint("WARN jobs " + folder + "/db.env can be changed by anybody (mode 0666); next: chmod o-w " + folder +
+                    "/db.env");
+    fs::permissions(folder + "/db.env", fs::perms(0600));
+    fs::permissions(folder, fs::perms(0777));
+    expectComplaint("WARN jobs " + folder + " can be changed by anybody (mode 0777); next: chmod o-w " + folder);
+}
+
 TEST_F(CDoctorTest, FictlsOwnConfigurationMustBeAFile)
 {
     const std::string file = m_root + "/etc/qz/fictl.conf";

@@ -11,6 +11,7 @@
 #include "host/src/process/signals.h"
 #include "host/src/provider/provider_library.h"
 #include "host/src/recording/part_of_recording.h"
+#include "host/src/schedule/jobs.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -81,6 +82,9 @@ class CDoctor
         const std::string provider = m_order.provider;
         add(checkTrusted("provider", CProviderLibrary::pathOf(provider)));
         if (!m_inspector.empty()) add(checkTrusted("inspector", m_inspector));
+        for (const std::string& path : jobPaths()) {
+            add(checkTrusted("jobs", path));
+        }
         if (!m_seen.is_object()) return;
         for (const json& file : m_seen["configuration"]["files"]) {
             add(checkTrusted("configuration", file.value("path", "")));

@@ -36,6 +36,11 @@ std::vector<std::string> namesIn(const std::string& folder, std::error_code& err
     return names;
 }
 
+std::string pathOf(const std::string& folder, const std::string& name)
+{
+    return folder + "/" + name + std::string(ENDING);
+}
+
 UtcTime changedAt(const std::string& path)
 {
     struct stat status = {};
@@ -72,7 +77,7 @@ std::vector<SJobFile> readJobs()
     std::error_code error;
     std::vector<SJobFile> files;
     for (const std::string& name : namesIn(folder, error)) {
-        files.push_back(readJob(name, folder + "/" + name + std::string(ENDING)));
+        files.push_back(readJob(name, pathOf(folder, name)));
     }
     if (error && error != std::errc::no_such_file_or_directory) {
         throw EFictl(EExit::IO, "cannot read " + folder + ": " + error.message());
@@ -84,6 +89,18 @@ std::vector<std::string> jobNames()
 {
     std::error_code ignored;
     return namesIn(placedPath(FOLDER), ignored);
+}
+
+std::vector<std::string> jobPaths()
+{
+    const std::string folder = placedPath(FOLDER);
+    std::error_code ignored;
+    if (!fs::exists(folder, ignored)) return {};
+    std::vector<std::string> paths = {folder};
+    for (const std::string& name : jobNames()) {
+        paths.push_back(pathOf(folder, name));
+    }
+    return paths;
 }
 
 }  // namespace fictl

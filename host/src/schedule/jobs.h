@@ -23,5 +23,7 @@ std::vector<SJobFile> readJobs();
 
 /// Names of the jobs, also of those that cannot be read; none where the folder cannot be read.
 std::vector<std::string> jobNames();
+/// What decides on what a job runs: the folder, where it is there, and the files of the jobs in it.
+std::vector<std::string> jobPaths();
 
 }  // namespace fictl
