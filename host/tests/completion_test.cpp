@@ -19,6 +19,8 @@ class CCompletionTest : public CCatalogTest
         }
         return text;
     }
+
+    static std::string programFolder() { return std::filesystem::path(FICTL_PROGRAM).parent_path().string(); }
 };
 
 TEST_F(CCompletionTest, CommandsStandWhereACommandIsMissing)
@@ -86,6 +88,60 @@ TEST_F(CCompletionTest, BashTakesItsScript)
                                      "complete -p fictl\n");
     const SRun done = runProgram("/bin/bash", {"--norc", script});
     EXPECT_EQ(done.out, "<db-1>complete -o default -F _fictl fictl\n") << done.err;
+}
+
+TEST_F(CCompletionTest, FishTakesItsScript)
+{
+    if (!std::filesystem::exists("/usr/bin/fish")) GTEST_SKIP() << "fish is not installed: script/bootstrap --tools";
+    ASSERT_EQ(fictl({"snapshot", "create", "db-1", "/dev/fake1"}).exit, 0);
+    base_test::writeFile(m_root + "/db-file", "");
+    const std::string before = "cd " + m_root + "; set -x HOME " + m_root + "; set -x PATH " + programFolder() +
+                               " $PATH; fictl completion fish | source; complete -C ";
+    const auto completedByFish = [&](const std::string& line) {
+        const SRun run = runProgram("/usr/bin/fish", {"--no-config", "-c", before + "'" + line + "'"});
+        EXPECT_EQ(run.err, "");
+        return run.out;
+    };
+    EXPECT_EQ(completedByFish("fictl snapshot delete d"), "db-1\n") << "and not the file";
+    EXPECT_EQ(completedByFish("fictl snapshot re"), "receive\nrelease\n");
+    EXPECT_EQ(completedByFish("fictl --output "), "json\nname\ntable\n");
+    EXPECT_EQ(completedByFish("fictl snapshot create x d"), "db-file\n") << "devices are files";
+}
+
+TEST_F(CCompletionTest, ZshTakesItsScriptBothWays)
+{
+    if (!std::filesystem::exists("/usr/bin/zsh")) GTEST_SKIP() << "zsh is not installed: script/bootstrap --tools";
+    ASSERT_EQ(fictl({"snapshot", "create", "db-1", "/dev/fake1"}).exit, 0);
+    base_test::writeFile(m_root + "/db-file", "");
+    base_test::writeFile(m_root + "/functions/_fictl", run({"completion", "zsh"}).out);
+    // A shell at a terminal of its own: Tab completes, and what the line is then goes into a file.
+    const std::string terminal = R"ZSH(
+zmodload zsh/zpty
+zpty shell zsh -f -i
+zpty -w shell "PS1=; cd $1; path=($2 \$path)
+show() { print -r -- \$BUFFER >>lines; BUFFER=; }; zle -N show; bindkey ^X show
+$3; print -r READY\$((40 + 2))"
+zpty -r -m shell out '*READY42*'
+shift 3
+for line; do zpty -w -n shell "$line"$'\t\x18'; done
+zpty -w shell 'print -r DONE$((40 + 2))'
+zpty -r -m shell out '*DONE42*'
+cat $OBZX_ROOT/lines
+)ZSH";
+    base_test::writeFile(m_root + "/terminal.zsh", terminal);
+    for (const char* const start : {"autoload -Uz compinit; compinit -u -D; . <(fictl completion zsh)",
+                                    "fpath=($PWD/functions $fpath); autoload -Uz compinit; compinit -u -D"}) {
+        std::filesystem::remove(m_root + "/lines");
+        const SRun done = runProgram(
+            "/usr/bin/zsh", {"-f", m_root + "/terminal.zsh", m_root, programFolder(), start, "fictl snapshot delete d",
+                             "fictl doc", "fictl --output j", "fictl snapshot create x d"});
+        EXPECT_EQ(done.out,
+                  "fictl snapshot delete db-1 \n"
+                  "fictl doctor \n"
+                  "fictl --output json \n"
+                  "fictl snapshot create x db-file \n")
+            << start << done.err;
+    }
 }
 
 TEST_F(CCompletionTest, EveryShellHasOneAndAnotherIsRefused)

@@ -24,8 +24,17 @@ _fictl() {
 complete -o default -F _fictl fictl
 )SHELL";
 constexpr const char* FISH = R"SHELL(# Completion of fictl for fish: fictl completion fish | source
-complete -c fictl -a '(fictl completion fish -- (commandline -opc)[2..-1] (commandline -ct) 2>/dev/null)'
+function __fictl_complete
+    set -l found (fictl completion fish -- (commandline -opc)[2..-1] (commandline -ct) 2>/dev/null)
+    if set -q found[1]
+        printf '%s\n' $found
+    else
+        __fish_complete_path (commandline -ct)
+    end
+end
+complete -c fictl -f -a '(__fictl_complete)'
 )SHELL";
+// A file of this in the shell's path of functions is begun at the first use, and has to complete then.
 constexpr const char* ZSH = R"SHELL(#compdef fictl
 # Completion of fictl for zsh: . <(fictl completion zsh)
 _fictl() {
@@ -33,7 +42,7 @@ _fictl() {
     found=(${(f)"$(fictl completion zsh -- "${(@)words[2,CURRENT]}" 2>/dev/null)"})
     if (( ${#found} )); then compadd -a found; else _files; fi
 }
-compdef _fictl fictl
+if [[ ${funcstack[1]} = _fictl ]]; then _fictl "$@"; else compdef _fictl fictl; fi
 )SHELL";
 
 const char* scriptFor(const std::string& shell)
