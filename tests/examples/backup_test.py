@@ -256,12 +256,15 @@ class TroubleElsewhere(NightlyTest):
         self.check_run(0, f'snapshot "{killed}" is deleted')
         self.check_nothing_left()
 
-    def test_a_copy_that_the_appliance_does_not_take_back_is_given_back_by_the_next_run(self):
+    def test_a_copy_that_the_appliance_does_not_take_back_is_given_back_by_a_later_run(self):
         self.site.lmadm("fault", "arm", "error", "--match", "delete timeimage", "--times", "0")
         self.check_run(1, "the next run tries again")
         self.assertEqual(len(self.site.images()), 2)
+        self.check_run(1, "was left by an earlier run")
+        self.assertEqual(len(self.site.names("production")), 2)  # the next night has its snapshot all the same
         self.site.lmadm("fault", "clear")
         self.check_run(0, "was left by an earlier run")
+        self.assertEqual(self.site.with_label("pending"), [])
         self.check_nothing_left()
 
     def test_production_does_for_the_backup_host_what_the_job_needs_and_nothing_else(self):
