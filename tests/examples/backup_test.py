@@ -38,6 +38,7 @@ class Nightly(Site):
         super().__init__(BIN)
         self.environment["PATH"] = f"{BIN}:{self.environment['PATH']}"
         self.repository = self.folder / "repository"
+        self.last_second = 0
         for name in ("on-production", "on-backup", "state"):
             (self.folder / name).mkdir()
         (self.folder / "on-production/job.conf").write_text(
@@ -59,14 +60,16 @@ class Nightly(Site):
         self.repository.mkdir(exist_ok=True)
 
     def begin(self):
+        # A snapshot is named after the second that it is made in.
+        wait_for(lambda: int(time.time()) > self.last_second, "the next second")
         return subprocess.Popen([SCRIPTS / "nightly", "job"], env=self.environment, stdin=subprocess.DEVNULL,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 
-    def run(self):
-        """Status and text of a whole run."""
-        process = self.begin()
+    def end(self, process):
+        """What a run has said, once it has ended."""
         text, _ = process.communicate(timeout=DEADLINE)
-        return process.returncode, text
+        self.last_second = int(time.time())
+        return text
 
     def saver(self, *words):
         return subprocess.run([SAVER, *words], env=self.environment | self.settings,
@@ -135,8 +138,9 @@ class NightlyTest(unittest.TestCase):
         self.assertEqual(self.site.names("backup"), [])
 
     def check_run(self, status, *texts):
-        ended, text = self.site.run()
-        self.assertEqual(ended, status, text)
+        run = self.site.begin()
+        text = self.site.end(run)
+        self.assertEqual(run.returncode, status, text)
         for expected in texts:
             self.assertIn(expected, text)
 
@@ -163,15 +167,13 @@ class NightlyBackup(NightlyTest):
         away = self.site.repository.with_name("away")
         self.site.repository.rename(away)
         self.check_run(1, "is not saved")
-        second = int(time.time())
-        wait_for(lambda: int(time.time()) > second, "the next second")  # which the next snapshot is named after
         away.rename(self.site.repository)
         self.check_nothing_left()
 
         contents.append(self.write("tuesday"))
         run = self.site.begin()
         os.kill(found_at_work(run), signal.SIGKILL)
-        text, _ = run.communicate(timeout=DEADLINE)
+        text = self.site.end(run)
         self.assertEqual(run.returncode, 1, text)
         self.check_nothing_left()
         pending, saved = self.site.with_label("pending"), self.site.with_label("saved")
@@ -191,7 +193,7 @@ class NightlyBackup(NightlyTest):
         program = found_at_work(run)
         self.check_run(75, "another run is at work")
         run.kill()
-        run.communicate(timeout=DEADLINE)
+        self.site.end(run)
         wait_for(lambda: not pathlib.Path(f"/proc/{program}").exists(), f"the end of {PROGRAM}")
         self.assertEqual(len(self.site.images()), 2)  # otherwise there is nothing to clean up
         pending = self.site.with_label("pending")
@@ -205,7 +207,7 @@ class NightlyBackup(NightlyTest):
         program = found_at_work(run)
         os.kill(program, signal.SIGCONT)
         run.terminate()
-        text, _ = run.communicate(timeout=DEADLINE)
+        text = self.site.end(run)
         self.assertEqual(run.returncode, 143, text)
         wait_for(lambda: not pathlib.Path(f"/proc/{program}").exists(), f"the end of {PROGRAM}")
         self.check_nothing_left()
@@ -233,7 +235,7 @@ class TroubleElsewhere(NightlyTest):
         wait_for(lambda: any(fault["struck"] for fault in self.site.lmadm_json("fault", "list")["faults"]), "a creation")
         process = self.site.fictl("production", "history")[1]["history"][-1]["process"]
         os.kill(process, signal.SIGKILL)
-        text, _ = run.communicate(timeout=DEADLINE)
+        text = self.site.end(run)
         self.assertEqual(run.returncode, 1, text)
         self.assertIn("the production host has taken no snapshot", text)
         killed, = self.site.names("production")
