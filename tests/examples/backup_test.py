@@ -14,7 +14,6 @@ import shutil
 import signal
 import subprocess
 import sys
-import time
 import unittest
 
 TOP = pathlib.Path(__file__).resolve().parent.parent.parent
@@ -38,16 +37,15 @@ class Nightly(Site):
         super().__init__(BIN)
         self.environment["PATH"] = f"{BIN}:{self.environment['PATH']}"
         self.repository = self.folder / "repository"
-        self.last_second = 0
-        for name in ("on-production", "on-backup", "state"):
+        for name in ("on-backup", "state", "production/etc/qz/jobs"):
             (self.folder / name).mkdir()
-        (self.folder / "on-production/job.conf").write_text(
-            f"DEVICES=({self.devices['data']} {self.devices['ledger']})\n"
-            f"HOOKS=(--freeze 'echo quiet >>{self.folder}/hooks' --thaw 'echo on >>{self.folder}/hooks')\n"
-            "KEEP=(--keep-last 1)\n")
+        self.job = self.folder / "production/etc/qz/jobs/job.env"
+        self.job.write_text(
+            f'SNAPSHOT="job-{{date}}-{{n}}"\nDEVICES="{self.devices["data"]} {self.devices["ledger"]}"\n'
+            f"FREEZE='echo quiet >>{self.folder}/hooks'\nTHAW='echo on >>{self.folder}/hooks'\n"
+            'CREATE_OPTIONS="--label backup=pending"\nPRUNE_OPTIONS="--label backup=saved --keep-last 1"\nEVERY=1d\n')
         self.settings = {
-            "PRODUCTION": f"env OBZX_ROOT={self.folder}/production NIGHTLY_BACKUP={self.folder}/on-production "
-                          f"{SCRIPTS}/on-production job",
+            "PRODUCTION": f"env OBZX_ROOT={self.folder}/production {SCRIPTS}/on-production job",
             "SAVE": str(SAVER), "COPIES": str(self.repository),
             "XDG_CACHE_HOME": f"{self.folder}/cache",
             "RESTIC_REPOSITORY": str(self.repository), "RESTIC_PASSWORD": "only here",
@@ -60,16 +58,13 @@ class Nightly(Site):
         self.repository.mkdir(exist_ok=True)
 
     def begin(self):
-        # A snapshot is named after the second that it is made in.
-        wait_for(lambda: int(time.time()) > self.last_second, "the next second")
         return subprocess.Popen([SCRIPTS / "nightly", "job"], env=self.environment, stdin=subprocess.DEVNULL,
                                 stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
 
-    def end(self, process):
+    @staticmethod
+    def end(process):
         """What a run has said, once it has ended."""
-        text, _ = process.communicate(timeout=DEADLINE)
-        self.last_second = int(time.time())
-        return text
+        return process.communicate(timeout=DEADLINE)[0]
 
     def saver(self, *words):
         return subprocess.run([SAVER, *words], env=self.environment | self.settings,
@@ -269,12 +264,33 @@ class TroubleElsewhere(NightlyTest):
         self.assertEqual(self.site.with_label("pending"), [])
         self.check_nothing_left()
 
+    def test_the_job_that_is_shown_is_one(self):
+        shutil.copy(SCRIPTS / "payroll.env", self.site.job.parent)
+        _, document = self.site.fictl("production", "status")
+        self.assertEqual({entry["name"]: entry["state"] for entry in document["status"]["jobs"]},
+                         {"job": "never ran", "payroll": "never ran"})
+
+    def test_a_name_that_comes_again_is_not_taken_for_saved(self):
+        self.check_run(0)
+        name, = self.site.names("production")
+        self.site.fictl("production", "snapshot", "delete", name)
+        self.check_run(1, f"another snapshot was saved as {name}")
+        self.assertEqual(self.site.with_label("pending"), [name])
+
     def test_production_does_for_the_backup_host_what_the_job_needs_and_nothing_else(self):
+        self.site.fictl("production", "snapshot", "create", "mine", self.site.devices["data"])
         production = self.site.settings["PRODUCTION"].split()
-        for words in ([], ["delete"], ["document"], ["document", "other-1"], ["saved", "--all"], ["create", "x"],
-                      ["prune", "--keep-last", "0"], ["document", "job-1", "--file=x"]):
+        for words in ([], ["delete"], ["document"], ["document", "mine"], ["saved", "mine"], ["saved", "--all"], ["create", "x"],
+                      ["prune", "--keep-last", "0"], ["document", "--file=x"]):
             run = subprocess.run([*production, *words], env=self.site.environment, capture_output=True, check=False)
             self.assertEqual((run.returncode, run.stdout), (2, b""), words)
+        self.assertEqual(len(self.site.history("production")), 1)
+
+    def test_a_job_whose_rules_could_delete_what_is_not_saved_is_refused(self):
+        whole = self.site.job.read_text()
+        for label in ("pending", "saved"):
+            self.site.job.write_text(whole.replace(f"--label backup={label}", ""))
+            self.check_run(1, "PRUNE_OPTIONS --label backup=saved")
         self.assertEqual(self.site.history("production"), [])
 
 
