@@ -104,7 +104,7 @@ TEST_F(CCompletionTest, FishTakesItsScript)
     };
     EXPECT_EQ(completedByFish("fictl snapshot delete d"), "db-1\n") << "and not the file";
     EXPECT_EQ(completedByFish("fictl snapshot re"), "receive\nrelease\n");
-    EXPECT_EQ(completedByFish("fictl --output "), "json\nname\ntable\n");
+    EXPECT_EQ(completedByFish("fictl --output t"), "table\n");
     EXPECT_EQ(completedByFish("fictl snapshot create x d"), "db-file\n") << "devices are files";
 }
 
