@@ -29,9 +29,14 @@ class Catalog:
         self._path = os.path.join(self.root, "var/lib/qz/fictl.db")
         self._database = None
 
-    def run(self, *words, **environment):
-        return subprocess.run([self.fictl, *map(str, words)], env={**self.environment, **environment},
-                              capture_output=True, text=True, check=False)
+    def run(self, *words):
+        return subprocess.run([self.fictl, *map(str, words)], env=self.environment, capture_output=True, text=True,
+                              check=False)
+
+    def run_then(self, *words):
+        """The same at the end of the sample, by a clock that is set back for it."""
+        return subprocess.run(["faketime", NOW.strftime("%Y-%m-%d %H:%M:%S"), self.fictl, *map(str, words)],
+                              env={**self.environment, "TZ": "UTC"}, capture_output=True, text=True, check=False)
 
     def job(self, name, every):
         """A job whose file is there since long ago."""

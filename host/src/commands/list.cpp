@@ -4,7 +4,12 @@
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_json.h"
 #include "host/src/commands/commands.h"
+#include "host/src/output/error.h"
 #include "host/src/output/progress.h"
+#include "host/src/process/host_name.h"
+#include "host/src/reconcile/catalog_view.h"
+#include "host/src/report/missing_runs.h"
+#include "host/src/report/timeline.h"
 #include "host/src/selection/record_columns.h"
 #include "host/src/selection/record_filter.h"
 #include "host/src/text/plain_text.h"
@@ -21,6 +26,7 @@ struct SListOptions
     std::vector<std::string> labels{};
     std::vector<std::string> groups{};
     bool noHeaders = false;
+    bool isTimeline = false;
 };
 
 /// How the list is wanted.
@@ -30,17 +36,23 @@ struct SListRequest
     std::vector<SSortKey> sort;
     SRecordFilter filter;
     bool hasHeadings;
+    bool isTimeline;
 };
 
 SListRequest requestOf(const SListOptions& options)
 {
+    if (options.isTimeline && (!options.columns.empty() || !options.sort.empty() || options.noHeaders)) {
+        throw EFictl(EExit::USAGE, "--timeline draws no table, so --columns, --sort and --no-headers are not for it",
+                     "leave one or the other away");
+    }
     const std::vector<std::string> usual = {"name,state,created,devices,groups"};
     return {.columns = parseColumns(options.columns.empty() ? usual : options.columns),
             .sort = parseSortKeys(options.sort),
             .filter = {.states = parseStates(options.states),
                        .labels = parseLabelFilters(options.labels),
                        .groups = {options.groups.begin(), options.groups.end()}},
-            .hasHeadings = !options.noHeaders};
+            .hasHeadings = !options.noHeaders,
+            .isTimeline = options.isTimeline};
 }
 
 // Says on standard error what is missing from the list.
@@ -97,6 +109,20 @@ std::string namesText(const std::vector<SSnapshot>& snapshots)
     return text;
 }
 
+std::string timelineText(const SListing& listing)
+{
+    const CCatalogReader open;  // shows which processes are at work
+    const SCatalogView catalog = viewCatalog();
+    const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    return timelineOf(makeReport({.records = listing,
+                                  .history = catalog.history,
+                                  .now = now,
+                                  .host = systemHostName(),
+                                  .withDeleted = false,
+                                  .gaps = missingRuns(catalog.history, now)}),
+                      timelineForm());
+}
+
 // Only what is wanted is built: a list may be long.
 SResult listed(const SContext& context, const SListRequest& request, const SListing& listing)
 {
@@ -108,7 +134,7 @@ SResult listed(const SContext& context, const SListRequest& request, const SList
         case EForm::NAMES:
             return {.text = namesText(listing.snapshots)};
         default:
-            return {.text = tableText(listing.snapshots, request)};
+            return {.text = request.isTimeline ? timelineText(listing) : tableText(listing.snapshots, request)};
     }
 }
 
@@ -138,6 +164,7 @@ CommandRun declareList(COptions& options)
     options.each("--group", given->groups,
                  "Only snapshots of a LUN in GROUP, or APPLIANCE/GROUP; of several, in one (all)");
     options.flag("--no-headers", given->noHeaders, "Leave the headings away");
+    options.flag("--timeline", given->isTimeline, "Draw them over time in place of a table");
     return [given](const SContext& context) { return listSnapshots(context, *given); };
 }
 

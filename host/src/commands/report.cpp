@@ -9,12 +9,10 @@
 #include "host/src/guardian/guardian.h"
 #include "host/src/output/error.h"
 #include "host/src/output/new_document.h"
-#include "host/src/output/progress.h"
 #include "host/src/process/host_name.h"
+#include "host/src/report/missing_runs.h"
 #include "host/src/report/page.h"
 #include "host/src/report/report.h"
-#include "host/src/schedule/job_status.h"
-#include "host/src/schedule/jobs.h"
 #include "host/src/text/plain_text.h"
 
 namespace fictl {
@@ -29,27 +27,6 @@ struct SReportRequest
     bool isLooking = false;
     bool mayReplace = false;
 };
-
-// Of a job whose file is not as it has to be nobody knows when its runs are due; fictl status tells of that.
-std::vector<SReportGap> missingRuns(const std::vector<SHistoryEntry>& history, UtcTime now)
-{
-    SJobHistory runs;
-    for (const SHistoryEntry& entry : history) {
-        addToJobHistory(entry, runs);
-    }
-    std::vector<SReportGap> gaps;
-    try {
-        for (const SJobFile& file : readJobs()) {
-            if (!file.job) continue;
-            for (const SMissingRun& missing : judgeJob(*file.job, runs.creations[file.name], now).missing) {
-                gaps.push_back({.job = file.name, .from = missing.from, .until = missing.until});
-            }
-        }
-    } catch (const EFictl& error) {
-        CProgress::warn(std::string("missing runs are not shown: ") + error.what());
-    }
-    return gaps;
-}
 
 SReport reportOf(const SContext& context, const SReportRequest& request)
 {

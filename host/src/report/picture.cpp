@@ -1,6 +1,7 @@
 #include "host/src/report/picture.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include "host/src/report/axis.h"
 #include "host/src/report/clusters.h"
@@ -15,10 +16,16 @@ namespace {
 
 // Of the width, left free at both ends, so that no mark is cut.
 constexpr double MARGIN = 0.03;
-// A mark takes 12 pixels, and the narrowest picture has 300.
-constexpr double MARK_DISTANCE = 0.04;
-constexpr double NUMBER_DISTANCE = 0.06;  // where numbers have three digits
-constexpr size_t LARGE_NUMBER = 100;
+
+/// How far apart marks have to be.
+struct SDistance
+{
+    double least;
+    size_t beyond;  ///< numbers of so many checkpoints need more room
+};
+// The narrowest picture has 300 pixels; a mark takes 12 of them, as two digits do.
+constexpr SDistance DISTANCES[] = {{0.04, 100}, {0.075, 1000}, {0.1, SIZE_MAX}};
+
 constexpr double LEAST_BAR = 0.012;
 
 constexpr int MARKS_HEIGHT = 58;
@@ -107,10 +114,13 @@ class CLanePicture
     std::vector<SCluster> clusters() const
     {
         const std::vector<SPlaced> all = placed();
-        std::vector<SCluster> marks = clustersOf(all, MARK_DISTANCE);
-        const bool hasLargeNumber =
-            std::ranges::any_of(marks, [](const SCluster& cluster) { return cluster.members.size() >= LARGE_NUMBER; });
-        return hasLargeNumber ? clustersOf(all, NUMBER_DISTANCE) : marks;
+        std::vector<SCluster> marks;
+        for (const SDistance& distance : DISTANCES) {
+            marks = clustersOf(all, distance.least);
+            const auto isSmall = [&](const SCluster& each) { return each.members.size() < distance.beyond; };
+            if (std::ranges::all_of(marks, isSmall)) break;
+        }
+        return marks;
     }
 
     bool isOrphan(size_t member) const { return member >= m_report.snapshots.size(); }
@@ -269,7 +279,7 @@ class CLanePicture
 // Every second one gives way where there is little room.
 std::string axisMarkup(const SReport& report, const std::vector<STick>& ticks)
 {
-    constexpr double NEAR_END = 0.1;
+    constexpr double NEAR_END = 0.06;
     std::string markup = "<div class=\"axis\" aria-hidden=\"true\"><svg height=\"24\">\n";
     bool isMinor = false;
     for (const STick& tick : ticks) {

@@ -35,9 +35,9 @@ EMark markOf(const SSnapshot& snapshot);
 struct SReportSnapshot
 {
     std::string name;
-    std::string state;  ///< as it is shown; "deleted", or "no record" when a record was dropped without a deletion
+    std::string state{};  ///< as it is shown; "deleted", or "no record" when a record was dropped without a deletion
     EMark mark = EMark::COMPLETE;
-    std::string created;            ///< as the record has it
+    std::string created{};          ///< as the record has it
     std::optional<UtcTime> time{};  ///< the same; nothing for a text that is no time
     std::string deleted{};          ///< when it was deleted; empty when that is not known, and while it is there
     std::vector<GroupKey> groups{};

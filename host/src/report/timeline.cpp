@@ -147,20 +147,25 @@ class CTimeline
             CTrack& track = tracks.try_emplace(copy.host, m_width, " ").first->second;
             const double from = copy.from ? m_report.placeOf(*copy.from) : 0;
             const bool isOpen = copy.end == ECopyEnd::SHOWS || !copy.until;
-            track.put(from, std::max(from, isOpen ? 1 : m_report.placeOf(*copy.until)), signOf(m_signs, copy.end));
-            m_ends.insert(copy.end);
+            const ECopyEnd end = copy.isSure ? copy.end : ECopyEnd::NOT_KNOWN;
+            track.put(from, std::max(from, isOpen ? 1 : m_report.placeOf(*copy.until)), signOf(m_signs, end));
+            m_ends.insert(end);
         }
         for (const auto& [host, track] : tracks) {
-            addLine(track.text());
             addLine("  copies on " + shown(host, LONGEST_NAME));
+            addLine(track.text());
         }
     }
 
     std::string axis() const
     {
-        constexpr size_t OF_A_TEXT = 14;
+        constexpr size_t OF_A_DAY = 9;
+        constexpr size_t OF_AN_HOUR = 15;
+        std::vector<STick> ticks = ticksOf(m_report.from, m_report.until, m_width / OF_A_DAY);
+        const auto isLong = [](const STick& tick) { return tick.text.size() + 1 >= OF_A_DAY; };
+        if (std::ranges::any_of(ticks, isLong)) ticks = ticksOf(m_report.from, m_report.until, m_width / OF_AN_HOUR);
         std::string line;
-        for (const STick& tick : ticksOf(m_report.from, m_report.until, m_width / OF_A_TEXT)) {
+        for (const STick& tick : ticks) {
             const auto column =
                 static_cast<size_t>(std::lround(m_report.placeOf(tick.time) * static_cast<double>(m_width - 1)));
             const std::string text = "|" + tick.text;
