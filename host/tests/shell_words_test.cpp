@@ -16,6 +16,13 @@ TEST(ShellWords, AreTakenApartAsAShellDoes)
     EXPECT_EQ(shellWords(""), Words{});
 }
 
+TEST(ShellWords, OfAListStandBetweenItsSeparators)
+{
+    EXPECT_EQ(separatedWords(" a, b,,c\t", ", \t"), (Words{"a", "b", "c"}));
+    EXPECT_EQ(separatedWords(" , ", ", "), Words{});
+    EXPECT_EQ(separatedWords("", " "), Words{});
+}
+
 TEST(ShellWords, AnOptionHasTheValueBehindItOrBehindAnEqualsSign)
 {
     EXPECT_EQ(valuesOf({"a", "--file", "b", "--file=c", "--file"}, "--file"), (Words{"b", "c"}));

@@ -1,8 +1,7 @@
 #include "host/src/process/own_setting.h"
 
-#include <algorithm>
-
 #include "framework/include/obzx_runtime.h"
+#include "host/src/text/shell_words.h"
 
 namespace fictl {
 
@@ -12,13 +11,8 @@ std::set<std::string> wordsOfSetting(const char* section, const char* name)
     if (setting == nullptr) return {};
     const std::string text = setting;
     obzx_free_buf(setting, 0);
-    std::set<std::string> words;
-    for (size_t begin = 0; (begin = text.find_first_not_of(", \t", begin)) != std::string::npos;) {
-        const size_t end = std::min(text.find_first_of(", \t", begin), text.size());
-        words.insert(text.substr(begin, end - begin));
-        begin = end;
-    }
-    return words;
+    const std::vector<std::string> words = separatedWords(text, ", \t");
+    return {words.begin(), words.end()};
 }
 
 }  // namespace fictl

@@ -8,6 +8,7 @@
 #include "host/src/snapshot/name_template.h"
 #include "host/src/text/age_text.h"
 #include "host/src/text/plain_text.h"
+#include "host/src/text/shell_words.h"
 
 namespace fictl {
 
@@ -106,13 +107,7 @@ class CJobValues
             throw EJobFile(std::string(name) +
                            " holds a quote, a backslash or one of *?[, which are no part of a word");
         }
-        std::vector<std::string> words;
-        for (size_t begin = 0; (begin = text.find_first_not_of(' ', begin)) != std::string::npos;) {
-            const size_t end = std::min(text.find(' ', begin), text.size());
-            words.push_back(text.substr(begin, end - begin));
-            begin = end;
-        }
-        return words;
+        return separatedWords(text, " ");
     }
 
     std::optional<std::chrono::seconds> age(const char* name) const

@@ -1,5 +1,7 @@
 #include "host/src/text/shell_words.h"
 
+#include <algorithm>
+
 namespace fictl {
 
 std::vector<std::string> shellWords(const std::string& line)
@@ -22,6 +24,17 @@ std::vector<std::string> shellWords(const std::string& line)
         } else {
             words.back() += character;
         }
+    }
+    return words;
+}
+
+std::vector<std::string> separatedWords(const std::string& text, const char* separators)
+{
+    std::vector<std::string> words;
+    for (size_t begin = 0; (begin = text.find_first_not_of(separators, begin)) != std::string::npos;) {
+        const size_t end = std::min(text.find_first_of(separators, begin), text.size());
+        words.push_back(text.substr(begin, end - begin));
+        begin = end;
     }
     return words;
 }
