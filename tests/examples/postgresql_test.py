@@ -244,18 +244,35 @@ class ServerFromACopy(unittest.TestCase):
             self.load.wait_for_more(10)
             self.database.sql("CHECKPOINT")
             self.database.snapshot("later")
-        copies = {}
-        for name in ("earlier", "later"):
-            self.database.give("fictl", "snapshot", "import", name, host="backup")
-            copies[name] = {entry["source"]: entry["import_path"] for entry in self.database.record("backup", name)["devices"]}
-        data, wal = self.database.devices["data"], self.database.devices["wal"]
-        words = [str(SCRIPTS / "start-copy"), f"{copies['later'][data]}:pg", f"{copies['earlier'][wal]}:pg"]
-        run = subprocess.run(words, env=self.database.environment, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                             stderr=subprocess.STDOUT, text=True, timeout=DEADLINE, check=False)
-        self.assertEqual(run.returncode, 1, run.stdout)
-        self.assertIn("could not locate a valid checkpoint record", run.stdout)
-        for name in copies:
-            self.database.give("fictl", "snapshot", "release", name, host="backup")
+        earlier, later = self.imported("earlier"), self.imported("later")
+        self.check_refused(later["data"], earlier["wal"], "could not locate a valid checkpoint record")
+
+    def test_is_refused_with_a_page_that_is_not_whole(self):
+        self.database.sql("CHECKPOINT")  # so that no recovery writes the page anew
+        self.database.snapshot("damaged")
+        copy = self.imported("damaged")
+        folder = self.database.folder / "copy"
+        folder.mkdir()
+        self.database.give("mount", copy["data"], str(folder))
+        with open(folder / "pg" / self.database.sql("SELECT pg_relation_filepath('account_pkey')")[0], "r+b") as index:
+            index.seek(8192 + 4000)
+            index.write(b"damage")
+        self.database.give("umount", str(folder))
+        self.check_refused(copy["data"], copy["wal"], "page verification failed")
+
+    def imported(self, name):
+        """The copies of a snapshot, until the end of the test."""
+        self.database.give("fictl", "snapshot", "import", name, host="backup")
+        self.addCleanup(self.database.give, "fictl", "snapshot", "release", name, host="backup")
+        paths = {entry["source"]: entry["import_path"] for entry in self.database.record("backup", name)["devices"]}
+        return {lun: paths[device] for lun, device in self.database.devices.items()}
+
+    def check_refused(self, data, wal, reason):
+        run = subprocess.run([SCRIPTS / "start-copy", f"{data}:pg", f"{wal}:pg"], env=self.database.environment,
+                             stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                             timeout=DEADLINE, check=False)
+        self.assertNotEqual(run.returncode, 0, run.stdout)
+        self.assertIn(reason, run.stdout)
 
 
 def missing():
