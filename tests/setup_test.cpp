@@ -1,4 +1,4 @@
-// The set-up of a host as README tells it, word by word, with two tools of the test's own in the place of an
+// The set-up of a host as docs/install.md tells it, word by word, with two tools of the test's own in the place of an
 // appliance's; and what the doctor says of a set-up that is not quite right.
 #include <gtest/gtest.h>
 
@@ -64,13 +64,13 @@ class Setup : public testing::Test
         fs::permissions(tools() / name, fs::perms(0755));
     }
 
-    /// The block of commands in README, with the lines that a reader is told to make right.
-    std::string commandsOfReadme() const
+    /// The block of commands in docs/install.md, with the lines that a reader is told to make right.
+    std::string commandsOfPage() const
     {
-        const std::string readme = contentOf(CDPFI_README);
-        const size_t section = readme.find("### A host with a real appliance");
-        const size_t begin = readme.find("```sh\n", section) + 6;
-        std::string commands = readme.substr(begin, readme.find("```", begin) - begin);
+        const std::string page = contentOf(CDPFI_INSTALL_PAGE);
+        const size_t section = page.find("## A host with a real appliance");
+        const size_t begin = page.find("```sh\n", section) + 6;
+        std::string commands = page.substr(begin, page.find("```", begin) - begin);
         commands = std::regex_replace(commands, std::regex("^tools=[^\n]*"), "tools=" + tools().string());
         return commands;
     }
@@ -98,9 +98,9 @@ class Setup : public testing::Test
     CSite site;
 };
 
-TEST_F(Setup, ReadmeFollowedWordByWordComesOutWorking)
+TEST_F(Setup, ThePageFollowedWordByWordComesOutWorking)
 {
-    const SRun run = follow(commandsOfReadme());
+    const SRun run = follow(commandsOfPage());
     EXPECT_EQ(failures(run), std::vector<std::string>());
     EXPECT_NE(run.out.find("OK   tool lmsh-fixed: " + below("/opt/QXPKlm/bin/lmsh").string() + " is there\n"),
               std::string::npos)
@@ -115,7 +115,7 @@ TEST_F(Setup, ReadmeFollowedWordByWordComesOutWorking)
 
 TEST_F(Setup, TheDoctorSaysThatTheFixedPathOfTheShellIsMissing)
 {
-    std::string commands = commandsOfReadme();
+    std::string commands = commandsOfPage();
     commands = std::regex_replace(commands, std::regex("\n\\[ -e [^\n]*"), "");
     const std::string fixed = below("/opt/QXPKlm/bin/lmsh");
     const std::vector<std::string> lines = failures(follow(commands));
@@ -134,7 +134,7 @@ TEST_F(Setup, TheDoctorSaysThatTheFixedPathOfTheShellIsMissing)
 TEST_F(Setup, TheDoctorSaysThatAToolIsMissing)
 {
     fs::remove(tools() / "kforutil");
-    const std::vector<std::string> lines = failures(follow(commandsOfReadme()));
+    const std::vector<std::string> lines = failures(follow(commandsOfPage()));
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines[0], "FAIL " + below("/etc/qz/cdpfi.conf").string() +
                             ":2: tool kforutil: " + (tools() / "kforutil").string() +
@@ -145,7 +145,7 @@ TEST_F(Setup, TheDoctorSaysThatAToolIsMissing)
 TEST_F(Setup, TheDoctorSaysThatAToolCannotBeRun)
 {
     fs::permissions(tools() / "lmsh", fs::perms(0644));
-    const std::vector<std::string> lines = failures(follow(commandsOfReadme()));
+    const std::vector<std::string> lines = failures(follow(commandsOfPage()));
     ASSERT_FALSE(lines.empty());
     EXPECT_NE(lines[0].find("cannot be run: Permission denied; next: chmod +x " + (tools() / "lmsh").string()),
               std::string::npos)
@@ -155,7 +155,7 @@ TEST_F(Setup, TheDoctorSaysThatAToolCannotBeRun)
 TEST_F(Setup, TheDoctorSaysThatTheApplianceDoesNotKnowThisHost)
 {
     writeFile(tools() / "hosts", "somebody-else\n");
-    const std::vector<std::string> lines = failures(follow(commandsOfReadme()));
+    const std::vector<std::string> lines = failures(follow(commandsOfPage()));
     ASSERT_FALSE(lines.empty());
     EXPECT_TRUE(lines[0].starts_with("FAIL appliance \"vault\" knows no host \"")) << lines[0];
 }
@@ -163,7 +163,7 @@ TEST_F(Setup, TheDoctorSaysThatTheApplianceDoesNotKnowThisHost)
 TEST_F(Setup, TheDoctorShowsABanner)
 {
     writeTool("lmsh", "#!/bin/bash\necho 'Welcome to the appliance of ACME & Sons!'\n");
-    const std::vector<std::string> lines = failures(follow(commandsOfReadme()));
+    const std::vector<std::string> lines = failures(follow(commandsOfPage()));
     ASSERT_FALSE(lines.empty());
     EXPECT_TRUE(lines[0].starts_with("FAIL " + below("/etc/qz/hls.conf").string() +
                                      ":1: appliance \"vault\": the answer to \"list hosts\" is no listing; it begins "
@@ -173,7 +173,7 @@ TEST_F(Setup, TheDoctorShowsABanner)
 
 TEST_F(Setup, TheDoctorShowsALineThatCannotBeUnderstood)
 {
-    ASSERT_EQ(follow(commandsOfReadme()).status, 0);
+    ASSERT_EQ(follow(commandsOfPage()).status, 0);
     std::ofstream(below("/etc/qz/cdpfi.conf"), std::ios::app) << "[FI_EXEC\n";
     const SRun run = site.fictl("production", {"doctor"});
     EXPECT_EQ(run.status, 0) << run.out;

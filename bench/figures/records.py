@@ -10,6 +10,7 @@ from measure import alternate, script_seconds
 
 LIST_LIMIT = 0.1  # seconds, beyond which it is waited for
 COMPLETION_LIMIT = 0.05
+REPORT_LIMIT = 1.0
 GROUPS = 2  # of each record, a LUN in each
 
 # Reads the same columns into lines, and tells how long that took without its own start.
@@ -40,16 +41,19 @@ def records(bench):
         subprocess.run([fictl, *words], env=environment, stdout=subprocess.DEVNULL, check=True)
         return time.perf_counter() - start
 
+    page = str(bench.work / "report.html")
     completed = ("completion", "bash", "--", "snapshot", "delete", "db-")
     samples = bench.keep("records", alternate(2 * bench.scale.repetitions, {
         "list": lambda: wall("snapshot", "list"), "json": lambda: wall("snapshot", "list", "--output", "json"),
         "completion": lambda: wall(*completed),
+        "report": lambda: wall("report", "--html", page, "--force"),
         "peer": lambda: script_seconds([sys.executable, str(peer), str(catalog)]),
     }))
     what = f"of {bench.scale.records:,} records"
     bench.absolute(11, f"snapshot list {what}", LIST_LIMIT, samples["list"], "s")
     bench.absolute(11, f"the same in JSON, {what[3:]}", None, samples["json"], "s")
     bench.absolute(11, f"completion of a name {what}", COMPLETION_LIMIT, samples["completion"], "s")
+    bench.absolute(11, f"report {what}", REPORT_LIMIT, samples["report"], "s")
     bench.ratio(11, f"snapshot list {what}", None, samples["list"], samples["peer"], "Python's sqlite3, without its start")
 
 

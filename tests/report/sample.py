@@ -94,13 +94,13 @@ class Catalog:
         self._database.execute("UPDATE history SET ended = 1 WHERE id = ?", (entry,))
 
     def copies(self, snapshot, number, groups, begin, end=None, host="backup1", outcome="sure"):
-        """Copies on a host from an import to a release, or still there."""
+        """Copies on a host from an import to a release, or still there; both answered alike."""
         image = f"KSV_Time_Image_{number}"
         self.command(snapshot, begin, [("create", "image", group, image) for group in groups], host=host,
                      words=f"snapshot import {snapshot}", outcome=outcome)
         if end:
             self.command(snapshot, end, [("delete", "image", group, image) for group in groups], host=host,
-                         words=f"snapshot release {snapshot}")
+                         words=f"snapshot release {snapshot}", outcome=outcome)
 
     def deletion(self, snapshot, number, groups, time):
         self.command(snapshot, time, [("delete", "checkpoint", group, f"KSV_Check_Point_{number}") for group in groups],
@@ -139,7 +139,7 @@ def fill(catalog):
         for days, note in ((12, ""), (9, ""), (5, "before the upgrade"), (2, "")):
             number = catalog.snapshot(f"mail-{days}", at(days, 2), mail, note=note, frozen=0.3, creator="root (anna)@payroll")
             if days == 5:
-                catalog.copies(f"mail-{days}", number, mail, at(4, 20), host="backup1", outcome="lost")
+                catalog.copies(f"mail-{days}", number, mail, at(4, 20), at(3, 8), host="backup1", outcome="lost")
 
 
 def fill_many(catalog, count, groups=3):
