@@ -49,7 +49,7 @@ void endProcess(int status)
 }  // namespace lumora
 
 extern "C" {
-__attribute__((visibility("default"))) extern const lumora::SEngineModule lumoraEngineModule;
-const lumora::SEngineModule lumoraEngineModule = {lumora::ENGINE_MODULE_VERSION, lumora::makeCephEngine,
-                                                  lumora::prepareCatalog, lumora::endProcess};
+__attribute__((visibility("default"))) extern const lumora::SEngineModule LUMORA_ENGINE_MODULE;
+const lumora::SEngineModule LUMORA_ENGINE_MODULE = {lumora::ENGINE_MODULE_VERSION, lumora::makeCephEngine,
+                                                    lumora::prepareCatalog, lumora::endProcess};
 }

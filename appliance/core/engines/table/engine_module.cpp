@@ -30,7 +30,7 @@ const SEngineModule& load(const std::string& engine)
     const fs::path file = (folder / ".." / CDPFI_ENGINE_DIR / ("engine-" + engine + ".so")).lexically_normal();
     void* const library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library == nullptr) {
-        const char* const said = ::dlerror();
+        const char* const said = ::dlerror();  // NOLINT(concurrency-mt-unsafe): one thread loads
         const std::string reason = said == nullptr ? "unknown" : said;
         refuse(engine, reason + packageOf(reason));
     }

@@ -22,7 +22,7 @@ struct SEngineModule
 };
 
 constexpr int ENGINE_MODULE_VERSION = 2;
-constexpr const char* ENGINE_MODULE_SYMBOL = "lumoraEngineModule";
+constexpr const char* ENGINE_MODULE_SYMBOL = "LUMORA_ENGINE_MODULE";
 
 /// The module of an engine, obzx/engines/engine-<name>.so of the library folder beside that of the program; loaded once
 /// and never unloaded. Status unusable, with the package to install, when it or a library of it is missing.
