@@ -87,8 +87,10 @@ void addApplianceCommands(CLI::App& app, const SOptions& options)
     migrate.add_option("--engine", moved.engine, "What keeps it then: " + engineNames())->required();
     addNamed(parent, options, "stop", "Detach the devices from this host and end what runs for the appliance", NAME,
              stopAppliance);
-    addNamed(parent, options, "keep", "Keep what runs for the appliance running, until it is stopped", NAME,
-             keepAppliance);
+    const auto [keep, kept] =
+        add(parent, options, "keep", "Keep what runs for the appliance running, until it is stopped", keepAppliance);
+    keep.add_option("name", kept.name, NAME)->required();
+    keep.add_flag("--unless-stopped", kept.unlessStopped, "End at once where it is stopped already");
 }
 
 void addHostCommands(CLI::App& app, const SOptions& options)

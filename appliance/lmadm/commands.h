@@ -32,8 +32,13 @@ struct SMigration
 };
 /// Moves the data of the appliance's LUNs to another engine; nobody may write to them meanwhile.
 void migrateAppliance(const SOptions& options, const SMigration& migration);
+struct SKeeping
+{
+    std::string name;
+    bool unlessStopped = false;
+};
 /// Keeps what runs for the appliance running until it is stopped.
-void keepAppliance(const SOptions& options, const std::string& name);
+void keepAppliance(const SOptions& options, const SKeeping& given);
 
 void createHost(const SOptions& options, const std::string& name);
 void listHosts(const SOptions& options);

@@ -134,12 +134,13 @@ void migrateAppliance(const SOptions& options, const SMigration& given)
     session.print({{"name", given.name}, {"engine", given.engine}});
 }
 
-void keepAppliance(const SOptions& options, const std::string& name)
+void keepAppliance(const SOptions& options, const SKeeping& given)
 {
     CSession session(options);
-    const SAppliance appliance = session.inventory().appliance(name);
-    if (!session.store().makeEngine(appliance.name, appliance.engine)->keep()) {
-        throw EApplianceError(EStatus::MALFORMED, "appliance " + inQuotes(name) + " is kept by engine " +
+    const SAppliance appliance = session.inventory().appliance(given.name);
+    const EKeep what = given.unlessStopped ? EKeep::UNLESS_STOPPED : EKeep::ALSO_STOPPED;
+    if (!session.store().makeEngine(appliance.name, appliance.engine)->keep(what)) {
+        throw EApplianceError(EStatus::MALFORMED, "appliance " + inQuotes(given.name) + " is kept by engine " +
                                                       inQuotes(appliance.engine) + ", for which nothing runs");
     }
 }

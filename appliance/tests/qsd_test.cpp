@@ -6,6 +6,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 
+#include "appliance/core/engines/daemon/storage_daemon.h"
 #include "appliance/core/engines/qsd/qsd_engine.h"
 #include "appliance/core/store/store.h"
 #include "appliance/tests/qsd_store.h"
@@ -158,6 +159,33 @@ TEST(Qsd, AMountWhoseProgramWasKilledIsMadeAnew)
     EXPECT_TRUE(eventually([&] { return store.kforutil("prod", "listdisk").out.size() == 4U; }));
     EXPECT_EQ(store.kforutil("prod", "discover").status, 0);
     EXPECT_EQ(store.filledWith(store.lun("lun1")), 'a');
+}
+
+// Somebody may remove its folder next.
+TEST(Qsd, NobodyIsAtWorkForAnApplianceThatWasStopped)
+{
+    const CQsdStore store;
+    const CStorageDaemon daemon(store.home() / "qsd");
+    for (int round = 0; round < 5; ++round) {
+        EXPECT_TRUE(eventually([&] { return daemon.isKept(); }));
+        EXPECT_EQ(store.lmadm({"appliance", "stop", "alpha"}).status, 0);
+        EXPECT_FALSE(daemon.isKept());
+        EXPECT_EQ(store.kforutil("prod", "discover").status, 0);
+    }
+}
+
+TEST(Qsd, AServiceKeepsAnApplianceThatWasStopped)
+{
+    const CQsdStore store;
+    const CStorageDaemon daemon(store.home() / "qsd");
+    EXPECT_EQ(store.lmadm({"appliance", "stop", "alpha"}).status, 0);
+    EXPECT_EQ(store.lmadm({"appliance", "keep", "alpha", "--unless-stopped"}).status, 0);
+    EXPECT_FALSE(daemon.isReady());
+    CProcess service({LMADM_PATH, "--store", store.store().string(), "appliance", "keep", "alpha"}, "");
+    EXPECT_TRUE(eventually([&] { return daemon.isReady(); }));
+    EXPECT_EQ(store.lmadm({"appliance", "stop", "alpha"}).status, 0);
+    EXPECT_EQ(service.wait().status, 0);
+    EXPECT_FALSE(daemon.isReady());
 }
 
 TEST(Qsd, AnApplianceThatWasStoppedGoesOnWithTheNextLook)

@@ -37,6 +37,13 @@ struct SDevice
     std::string content;         ///< id of the content that the time image shows
 };
 
+/// What of an appliance is kept running.
+enum class EKeep
+{
+    ALSO_STOPPED,    ///< also one that was stopped
+    UNLESS_STOPPED,  ///< only one that was not
+};
+
 /// Keeps and copies the content of one appliance's groups. An engine knows nothing of names, permissions and refusals:
 /// it is given numbers, and folders that nobody else uses. Everything an operation wrote is on stable storage when it
 /// returns; an operation that throws (EApplianceError) may leave parts behind, which the caller drops.
@@ -57,9 +64,9 @@ class CBaseStorageEngine
     /// next attach() starts it again.
     virtual void stop() {}
 
-    /// Starts what runs for the appliance, and again whenever it ends, until stop() is called by another process; true
-    /// then, or when another process keeps it already. False: nothing runs for it.
-    virtual bool keep() { return false; }
+    /// Starts what runs for the appliance, and again whenever it ends, until stop() is called by another process, which
+    /// waits for that; true then, or when another process keeps it already. False: nothing runs for it.
+    virtual bool keep(EKeep) { return false; }
 
     /// Makes the data of a LUN to be in `work`, an empty folder: zeros, or what begins with the content of `file`.
     virtual void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,

@@ -17,7 +17,7 @@ class CTornEngine : public CBaseStorageEngine
     void prepare() override { m_engine.prepare(); }
     void remove() override { m_engine.remove(); }
     void stop() override { m_engine.stop(); }
-    bool keep() override { return m_engine.keep(); }
+    bool keep(EKeep what) override { return m_engine.keep(what); }
     void makeData(const SVolume& volume, const std::optional<std::filesystem::path>& file,
                   const std::filesystem::path& work) override
     {

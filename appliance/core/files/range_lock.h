@@ -19,6 +19,8 @@ enum class ERangeLock : uint8_t
 void lockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
 /// False when somebody else holds a lock in the way.
 bool tryLockRange(int fd, ERangeLock kind, uint64_t start, uint64_t length, const std::filesystem::path& path);
+/// Whether nobody holds the range for itself; takes none, so that nobody who wants one meets it.
+bool isRangeFree(int fd, uint64_t start, uint64_t length, const std::filesystem::path& path);
 /// Opens `path`, made when missing, and waits until one byte of it is locked for this opening alone.
 base::CFileDescriptor lockByte(const std::filesystem::path& path, uint64_t byte);
 void unlockRange(int fd, uint64_t start, uint64_t length) noexcept;

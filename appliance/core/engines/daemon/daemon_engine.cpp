@@ -43,6 +43,13 @@ void CBaseDaemonEngine::prepareDaemon() const
 void CBaseDaemonEngine::stop()
 {
     if (!m_daemon.isThere()) return;
+    takeAllBack();
+    // It looks at the folder once more before it ends, and somebody may be about to remove that.
+    m_daemon.waitForKeeper();
+}
+
+void CBaseDaemonEngine::takeAllBack()
+{
     const base::CFileDescriptor alone = m_daemon.lock();
     takeBackBelow(m_home / "dev");
     std::error_code error;
@@ -70,10 +77,12 @@ void CBaseDaemonEngine::takeBackBelow(const fs::path& folder)
     }
 }
 
-bool CBaseDaemonEngine::keep()
+bool CBaseDaemonEngine::keep(EKeep what)
 {
+    if (what == EKeep::UNLESS_STOPPED && m_daemon.isStopped()) return true;
     const base::CFileDescriptor keeper = m_daemon.lockAsKeeper();
     if (!keeper) return true;
+    if (what == EKeep::ALSO_STOPPED) m_daemon.takeStopBack();
     while (m_daemon.isThere()) {
         try {
             const base::CFileDescriptor alone = m_daemon.lock();
@@ -94,10 +103,11 @@ bool CBaseDaemonEngine::keep()
 // by.
 void CBaseDaemonEngine::startKeeper()
 {
-    if (!m_daemon.lockAsKeeper()) return;
+    if (m_daemon.isKept()) return;
     const fs::path program = base::thisProgram().parent_path() / "lmadm";
     if (::access(program.c_str(), X_OK) != 0) return;
-    startProgram({program.string(), "--store", m_store.string(), "appliance", "keep", m_home.filename().string()},
+    startProgram({program.string(), "--store", m_store.string(), "appliance", "keep", "--unless-stopped",
+                  m_home.filename().string()},
                  m_daemon.log());
 }
 

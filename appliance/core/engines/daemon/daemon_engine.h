@@ -21,7 +21,7 @@ class CBaseDaemonEngine : public CBaseStorageEngine
 {
   public:
     void stop() override;
-    bool keep() override;
+    bool keep(EKeep what) override;
     void attach(const std::vector<SDevice>& devices) override;
     bool isAttached(const SDevice& device) const override;
 
@@ -63,6 +63,7 @@ class CBaseDaemonEngine : public CBaseStorageEngine
     SHostDevice hostDevice(const SDevice& device) const;
 
   private:
+    void takeAllBack();
     void takeBackBelow(const std::filesystem::path& folder);
     void startKeeper();
 

@@ -101,7 +101,7 @@ void CStorageDaemon::start() const
 {
     end();
     ::unlink(pidFile().c_str());
-    ::unlink(stopped().c_str());
+    takeStopBack();
     // It answers on both sockets once the program that was started has ended and left it running.
     runProgram({"qemu-storage-daemon", "--daemonize", "--pidfile", pidFile().string(), "--chardev",
                 "socket,id=monitor,server=on,wait=off,path=" + monitor().string(), "--monitor", "chardev=monitor",
@@ -153,6 +153,11 @@ void CStorageDaemon::markStopped() const
     openFile(stopped(), O_WRONLY | O_CREAT);
 }
 
+void CStorageDaemon::takeStopBack() const
+{
+    if (::unlink(stopped().c_str()) != 0 && errno != ENOENT) throwStorage("remove", stopped().string(), errno);
+}
+
 bool CStorageDaemon::isStopped() const
 {
     return lumora::isThere(stopped());
@@ -164,6 +169,20 @@ base::CFileDescriptor CStorageDaemon::lockAsKeeper() const
     base::CFileDescriptor keeper = openFile(file, O_RDWR | O_CREAT);
     if (!tryLockRange(keeper.get(), ERangeLock::EXCLUSIVE, 0, 1, file)) keeper.reset();
     return keeper;
+}
+
+bool CStorageDaemon::isKept() const
+{
+    const fs::path file = m_folder / "keeper";
+    const base::CFileDescriptor keeper(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    return keeper && !isRangeFree(keeper.get(), 0, 1, file);
+}
+
+void CStorageDaemon::waitForKeeper() const
+{
+    for (const Clock::time_point end = Clock::now() + GRACE; isKept() && Clock::now() < end;) {
+        std::this_thread::sleep_for(LOOK_AGAIN);
+    }
 }
 
 // The process of the pid file, if it is still the daemon and not a later process of that number.

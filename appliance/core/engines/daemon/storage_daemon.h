@@ -48,9 +48,13 @@ class CStorageDaemon
 
     /// It is to stay ended, so that a keeper does not start it again; the next start takes that back.
     void markStopped() const;
+    void takeStopBack() const;
     bool isStopped() const;
     /// The lock of the one keeper that starts it again; none when another process has it.
     base::CFileDescriptor lockAsKeeper() const;
+    bool isKept() const;
+    /// Returns once no keeper is there: one that is ends by itself when the daemon has stopped. Gives up after seconds.
+    void waitForKeeper() const;
 
   private:
     std::filesystem::path pidFile() const { return m_folder / "pid"; }
