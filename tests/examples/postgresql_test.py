@@ -6,6 +6,7 @@ load has every transaction that was acknowledged before it, and none that began 
 
 Ends with status 77 where PostgreSQL or the storage daemon is not installed, or file systems cannot be mounted.
 """
+import contextlib
 import os
 import pathlib
 import random
@@ -20,7 +21,7 @@ import unittest
 TOP = pathlib.Path(__file__).resolve().parent.parent.parent
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(TOP / "tests"))
-from sweep.site import DEADLINE, Site, need  # noqa: E402  pylint: disable=wrong-import-position
+from sweep.site import DEADLINE, Site, need, wait_for  # noqa: E402  pylint: disable=wrong-import-position
 
 SKIPPED = 77  # what ctest takes for a test that was not run
 SCRIPTS = TOP / "examples/postgresql"
@@ -108,10 +109,12 @@ class Database(Site):
         self.give("fictl", "snapshot", "receive", document, host="backup")
         return before, after
 
+    def words_to_check(self, name):
+        return [str(SCRIPTS / "check-copy"), name, f"{self.devices['data']}:pg", f"{self.devices['wal']}:pg"]
+
     def check_copy(self, name):
         """The server's log, and the numbers of the entries that the copy has of each writer."""
-        text = self.give(str(SCRIPTS / "check-copy"), name, f"{self.devices['data']}:pg", f"{self.devices['wal']}:pg", *QUERY,
-                         host="backup")
+        text = self.give(*self.words_to_check(name), *QUERY, host="backup")
         return text, result_of(text)
 
 
@@ -259,6 +262,28 @@ class ServerFromACopy(unittest.TestCase):
             index.write(b"damage")
         self.database.give("umount", str(folder))
         self.check_refused(copy["data"], copy["wal"], "page verification failed")
+
+    def test_a_check_that_is_killed_leaves_no_server_and_the_next_one_goes_on(self):
+        self.database.snapshot("killed")
+        words = [*self.database.words_to_check("killed"), "sh", "-c", "echo ready; exec sleep 60"]
+        root = {"OBZX_ROOT": str(self.database.folder / "backup")}
+        with subprocess.Popen(words, env=self.database.environment | root, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, text=True) as check:
+            self.assertEqual(check.stdout.readline(), "ready\n")
+            self.assertGreaterEqual(self.processes_of_copy(), 2)  # the server, and the command
+            check.kill()
+        wait_for(lambda: self.processes_of_copy() == 0, "the end of what a killed check had started")
+        self.database.check_copy("killed")
+        self.assertEqual(self.database.copies()[1], set())
+
+    def processes_of_copy(self):
+        """How many processes were given the folder of a server that was started from a copy."""
+        count = 0
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):
+                told = (process / "environ").read_bytes() + (process / "cmdline").read_bytes()
+                count += f"{self.database.folder}/tmp/tmp.".encode() in told
+        return count
 
     def imported(self, name):
         """The copies of a snapshot, until the end of the test."""
