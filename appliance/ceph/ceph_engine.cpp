@@ -379,7 +379,7 @@ std::string CCephEngine::exportName(const SDevice& device) const
 // Empty for one that is not there any more.
 std::string CCephEngine::imageOf(const SDevice& device)
 {
-    const std::string volume = nameOf(device.volume.id);
+    std::string volume = nameOf(device.volume.id);
     if (device.image.empty()) return volume;
     const SContentNote note = connection().notes.read(device.content);
     const auto part = note.parts.find(volume);

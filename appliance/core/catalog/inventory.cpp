@@ -51,12 +51,13 @@ bool isApplianceName(const std::string& name)
     }
 }
 
+const std::set<std::string> PARTS = {"annotations", "ceph", "dev",     "gate", "images",
+                                     "owners",      "qsd",  "volumes", "work"};
+
 // Whether a folder may be an appliance's, by its name and by all that it holds: nothing of somebody else's is removed.
 bool isApplianceFolder(const fs::path& folder)
 {
     if (!isApplianceName(folder.filename().string())) return false;
-    static const std::set<std::string> PARTS = {"annotations", "ceph", "dev",     "gate", "images",
-                                                "owners",      "qsd",  "volumes", "work"};
     std::error_code error;
     if (!fs::is_directory(fs::symlink_status(folder, error))) return false;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {

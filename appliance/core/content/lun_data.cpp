@@ -85,6 +85,7 @@ fs::path CLunData::path(const SLun& lun) const
 void CLunData::attach(const std::vector<SLun>& luns)
 {
     std::vector<SDevice> devices;
+    devices.reserve(luns.size());
     for (const SLun& lun : luns) {
         devices.push_back({volumeOf(lun), "", path(lun), ""});
     }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 #include "base/poll_until.h"
 
@@ -47,7 +48,7 @@ CQmpClient::Json CQmpClient::execute(const std::string& command, const Json& arg
     for (size_t sent = 0; sent < line.size();) {
         const ssize_t count = ::send(m_connection.get(), line.data() + sent, line.size() - sent, MSG_NOSIGNAL);
         if (count < 0 && errno == EINTR) continue;
-        if (count < 0) giveUp(std::strerror(errno));
+        if (count < 0) giveUp(std::system_category().message(errno));
         sent += static_cast<size_t>(count);
     }
     for (;;) {
@@ -96,7 +97,7 @@ CQmpClient::Json CQmpClient::readObject(bool forEver)
         std::array<char, 65536> bytes = {};
         const ssize_t count = ::recv(m_connection.get(), bytes.data(), bytes.size(), 0);
         if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) giveUp(count == 0 ? "it ended" : std::strerror(errno));
+        if (count <= 0) giveUp(count == 0 ? "it ended" : std::system_category().message(errno));
         m_unread.append(bytes.data(), static_cast<size_t>(count));
     }
 }
