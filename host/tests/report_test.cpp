@@ -338,6 +338,20 @@ TEST_F(CReportTest, ALookTellsWhatNoRecordHas)
     EXPECT_THAT(made.lanes[1].orphans, ElementsAre(0U));
 }
 
+TEST_F(CReportTest, WhatALookFindsWithoutARecordStandsOnce)
+{
+    add("s", 24h, "2");
+    command("gone", 20h, {"create checkpoint KSV_Check_Point_1"});
+    SReconciliation found;
+    found.objects.push_back({.kind = EObjectKind::CHECKPOINT,
+                             .klass = EObjectClass::ORPHAN,
+                             .group = {"ap1", "g1"},
+                             .name = "KSV_Check_Point_1"});
+    EXPECT_THAT(snapshots(report()), ElementsAre("gone: no record", "s: complete"));
+    m_found = &found;
+    EXPECT_THAT(snapshots(report()), ElementsAre("s: complete"));
+}
+
 }  // namespace
 
 }  // namespace fictl

@@ -203,6 +203,19 @@ class BrowserTest(unittest.TestCase):
         self.browser.press(Keys.TAB, Keys.TAB, Keys.HOME)
         self.assertIn("more, in the table below", self.details())
 
+    def test_without_its_script_marks_lead_into_the_table(self):
+        self.browser.driver.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": True})
+        try:
+            self.browser.open(self.pages["usual"])
+            find = self.browser.driver.find_element
+            self.assertFalse(find("css selector", ".keys").is_displayed())
+            self.assertTrue(find("css selector", "#s0 th").is_displayed())
+            self.browser.press(Keys.TAB, Keys.TAB)
+            self.browser.press(Keys.ENTER)
+            self.assertEqual(find("css selector", ":target th").text, "mail-12")
+        finally:
+            self.browser.driver.execute_cdp_cmd("Emulation.setScriptExecutionDisabled", {"value": False})
+
     def test_motion_and_paper_are_respected(self):
         self.browser.open(self.pages["usual"])
         moves = "return getComputedStyle(document.querySelector('.ring')).transitionDuration"

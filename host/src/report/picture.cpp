@@ -64,6 +64,13 @@ std::string shapeMarkup(EMark mark)
     return std::string("<use href=\"#mark-") + markWord(mark) + "\"/>";
 }
 
+// By which it is drawn: of one that nobody is sure of as little is known as of one whose end is not known.
+const char* copyKind(ECopyEnd end, bool isSure = true)
+{
+    if (end == ECopyEnd::NOT_KNOWN || !isSure) return "not-known";
+    return end == ECopyEnd::SHOWS ? "shows" : "given-back";
+}
+
 /// One lane's picture.
 class CLanePicture
 {
@@ -240,10 +247,7 @@ class CLanePicture
     std::string barMarkup(const SBar& bar) const
     {
         const double from = std::min(bar.from, 1 - LEAST_BAR);
-        const char* const kind = bar.end == ECopyEnd::SHOWS        ? "shows"
-                                 : bar.end == ECopyEnd::GIVEN_BACK ? "given-back"
-                                                                   : "not-known";
-        return std::string("<rect class=\"copy ") + kind + (bar.isSure ? "" : " unsure") + "\" x=\"" + percent(from) +
+        return std::string("<rect class=\"copy ") + copyKind(bar.end, bar.isSure) + "\" x=\"" + percent(from) +
                "\" width=\"" + percent(bar.until - from) + "\" y=\"" + number(m_height + 16) +
                "\" height=\"9\" rx=\"3\"><title>" + escaped(titleOf(bar)) + "</title></rect>\n";
     }
@@ -320,14 +324,16 @@ std::string legendMarkup(const SReport& report)
                 shapeMarkup(mark) + "</svg>",
             markText(mark));
     }
-    const auto bar = [](const char* kind) {
-        return std::string("<rect class=\"copy ") + kind + R"(" x="1" y="6" width="24" height="9" rx="3"/>)";
+    const auto addBar = [&](ECopyEnd end, const char* text) {
+        const auto isSuch = [&](const SReportCopy& copy) { return copyKind(copy.end, copy.isSure) == copyKind(end); };
+        if (std::ranges::none_of(report.copies, isSuch)) return;
+        add(std::string("<rect class=\"copy ") + copyKind(end) +
+                "\" x=\"1\" y=\"6\" width=\"24\" height=\"9\" rx=\"3\"/>",
+            text);
     };
-    if (!report.copies.empty()) {
-        add(bar("shows"), "a copy that shows");
-        add(bar("given-back"), "one that was given back");
-        add(bar("not-known"), "one of which not all is known");
-    }
+    addBar(ECopyEnd::SHOWS, "a copy that shows");
+    addBar(ECopyEnd::GIVEN_BACK, "one that was given back");
+    addBar(ECopyEnd::NOT_KNOWN, "one of which not all is known");
     if (!report.gaps.empty()) {
         add(R"(<rect class="gap" x="1" y="2" width="24" height="16" rx="3"/>)", "a scheduled run is missing");
     }

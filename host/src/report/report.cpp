@@ -27,6 +27,14 @@ std::optional<UtcTime> earlier(std::optional<UtcTime> a, std::optional<UtcTime> 
     return a && b ? std::min(*a, *b) : a ? a : b;
 }
 
+// Whether an appliance has it, and no record.
+bool isNobodys(const SFoundObject& object)
+{
+    const bool isOnAppliance = object.kind == EObjectKind::CHECKPOINT || object.kind == EObjectKind::IMAGE;
+    const bool mayBeOurs = object.klass == EObjectClass::ORPHAN || object.klass == EObjectClass::UNKNOWN;
+    return isOnAppliance && mayBeOurs && object.record.empty();
+}
+
 class CReportMaker
 {
   public:
@@ -123,7 +131,8 @@ class CReportMaker
                                       .message = record.message});
     }
 
-    void addDeleted()
+    // With those that a look has found without a record.
+    std::set<std::pair<GroupKey, std::string>> presentCheckpoints() const
     {
         std::set<std::pair<GroupKey, std::string>> present;
         for (const SSnapshot& record : m_source.records.snapshots) {
@@ -131,8 +140,18 @@ class CReportMaker
                 present.insert({group, record.checkpoint});
             }
         }
+        if (m_source.found == nullptr) return present;
+        for (const SFoundObject& object : m_source.found->objects) {
+            if (isNobodys(object)) present.insert({object.group, object.name});
+        }
+        return present;
+    }
+
+    void addDeleted()
+    {
+        const std::set<std::pair<GroupKey, std::string>> present = presentCheckpoints();
         for (const SPastCreation& past : m_past.creations) {
-            // A checkpoint that has a record is shown with that, whatever the record's name is by now.
+            // What is there is shown as that, whatever the name of its record is by now.
             const bool isPresent = std::ranges::any_of(past.groups, [&](const auto& group) {
                 return group.second.empty() && present.contains({group.first, past.checkpoint});
             });
@@ -223,9 +242,7 @@ class CReportMaker
             look.notTold.push_back(what + each.reason);
         }
         for (const SFoundObject& object : m_source.found->objects) {
-            const bool isOnAppliance = object.kind == EObjectKind::CHECKPOINT || object.kind == EObjectKind::IMAGE;
-            const bool isNobodys = object.klass == EObjectClass::ORPHAN || object.klass == EObjectClass::UNKNOWN;
-            if (!isOnAppliance || !isNobodys || !object.record.empty()) continue;
+            if (!isNobodys(object)) continue;
             lane(object.group).orphans.push_back(look.orphans.size());
             count(EMark::ORPHAN);
             look.orphans.push_back({.kind = kindText(object.kind),

@@ -150,9 +150,8 @@ std::string lookMarkup(const SReport& report)
     const SReportLook& look = *report.look;
     std::string markup;
     if (look.orphans.empty()) {
-        markup =
-            "<section>\n<h2>On the appliances</h2>\n<p>The appliances hold nothing of this host that no record "
-            "has.</p>\n";
+        markup = "<section>\n<h2>On the appliances</h2>\n";
+        if (look.notTold.empty()) markup += "<p>The appliances hold nothing of this host that no record has.</p>\n";
         markup += "</section>\n";
     } else {
         CTable table("orphans", "On the appliances",
