@@ -7,6 +7,7 @@ snapshot or leaves a copy behind.
 
 Ends with status 77 where PROGRAM is not installed.
 """
+import contextlib
 import json
 import os
 import pathlib
@@ -79,33 +80,28 @@ class Nightly(Site):
         return self.copies()[1]
 
 
+def is_below(pid, ancestor):
+    """Whether a process was started by another one, or by what that has started."""
+    while pid not in (0, ancestor):
+        pid = int(pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()[1])
+    return pid == ancestor
+
+
 def found_at_work(run):
     """The process of the backup program that a run has started, held in the middle of its work."""
     program, word = AT_WORK[PROGRAM]
+    found = []
 
     def look():
-        parents = {}
-        for entry in pathlib.Path("/proc").iterdir():
-            if entry.name.isdigit():
-                try:
-                    parents[int(entry.name)] = int((entry / "stat").read_text().rpartition(")")[2].split()[1])
-                except OSError:
-                    continue
-        for pid in parents:
-            above = pid
-            while above not in (0, run.pid):
-                above = parents.get(above, 0)
-            try:
-                words = pathlib.Path(f"/proc/{pid}/cmdline").read_text().split("\0")
-            except OSError:
-                continue
-            names = [pathlib.Path(word).name for word in words[:2]]  # borg is a script of Python's
-            if above == run.pid and program in names and word in words:
-                os.kill(pid, signal.SIGSTOP)
-                found.append(pid)
-                return True
-        return False
-    found = []
+        for process in pathlib.Path("/proc").glob("[0-9]*"):
+            with contextlib.suppress(OSError):  # it has ended meanwhile
+                words = (process / "cmdline").read_text().split("\0")
+                names = [pathlib.Path(its).name for its in words[:2]]  # borg is a script of Python's
+                if program in names and word in words and is_below(int(process.name), run.pid):
+                    os.kill(int(process.name), signal.SIGSTOP)
+                    found.append(int(process.name))
+        return found
+
     wait_for(look, f"{PROGRAM} at work")
     return found[0]
 
