@@ -160,6 +160,7 @@ class BrowserTest(unittest.TestCase):
         self.assertEqual(self.browser.run("return document.querySelectorAll('.mark[tabindex=\"0\"]').length"), 1)
 
     def test_the_chosen_mark_is_seen_and_told(self):
+        self.browser.media(prefers_reduced_motion="reduce")  # so that the ring is there at once
         self.browser.open(self.pages["usual"])
         self.assertIsNone(self.details())
         self.browser.press(Keys.TAB, Keys.TAB)
@@ -174,6 +175,19 @@ class BrowserTest(unittest.TestCase):
         self.assertIn("mail-2", self.details())
         link = self.browser.run("return document.querySelector('#details a').getAttribute('href')")
         self.assertEqual(self.browser.run("return document.querySelector(arguments[0] + ' th').textContent", link), "mail-2")
+
+    def test_what_stays_in_place_does_not_hide_the_chosen_mark(self):
+        for name in ("usual", "hostile"):
+            self.browser.open(self.pages[name])
+            for width, height in ((1280, 560), (360, 640)):
+                self.browser.size(width, height)
+                for number in range(self.browser.run("return document.querySelectorAll('.mark').length")):
+                    seen = self.browser.run(
+                        "const mark = document.querySelectorAll('.mark')[arguments[0]]; mark.focus();"
+                        "const box = mark.querySelector('use').getBoundingClientRect();"
+                        "return mark.contains(document.elementFromPoint((box.left + box.right) / 2, (box.top + box.bottom) / 2))",
+                        number)
+                    self.assertTrue(seen, (name, width, number))
 
     def test_nothing_is_loaded_and_nothing_complained_of(self):
         for name, page in self.pages.items():

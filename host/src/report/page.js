@@ -20,19 +20,33 @@
   const article = row => {
     const [name, ...cells] = row.cells;
     const headings = row.closest("table").tHead.rows[0].cells;
-    const made = element("article");
     const link = element("a", "in the table");
     link.href = "#" + row.id;
+    link.setAttribute("aria-label", name.textContent + " in the table");
     const heading = element("h3");
     heading.append(element("bdi", name.textContent));
+    const head = element("header");
+    head.append(heading, link);
     const list = element("dl");
     cells.forEach((cell, i) => {
-      if (cell.textContent !== "-") list.append(element("dt", headings[i + 1].textContent), element("dd", cell.textContent));
+      if (cell.textContent === "-") return;
+      const pair = element("div");
+      pair.append(element("dt", headings[i + 1].textContent), element("dd", cell.textContent));
+      list.append(pair);
     });
-    const line = element("p");
-    line.append(link);
-    made.append(heading, list, line);
+    const made = element("article");
+    made.append(head, list);
     return made;
+  };
+
+  // Neither the details nor the axis, which stay in place, may hide what they are about.
+  const uncover = mark => {
+    const room = 12;
+    const box = mark.querySelector(".ring").getBoundingClientRect();
+    const below = box.bottom + room - panel.getBoundingClientRect().top;
+    const above = document.querySelector(".axis").getBoundingClientRect().bottom + room - box.top;
+    const by = below > 0 ? below : above > 0 ? -above : 0;
+    if (by !== 0) window.scrollBy({ top: by, behavior: "instant" });
   };
 
   const show = mark => {
@@ -47,6 +61,7 @@
     rows.slice(0, MOST).forEach(id => panel.append(article(document.getElementById(id))));
     if (rows.length > MOST) panel.append(element("p", `and ${rows.length - MOST} more, in the table below`));
     panel.scrollTop = 0;
+    uncover(mark);
   };
 
   const choose = mark => {
