@@ -92,9 +92,8 @@ class CJobValues
     std::string needed(const char* name) const
     {
         const auto found = m_values.find(name);
-        if (found == m_values.end() || trimmed(found->second).empty())
-            throw EJobFile(std::string(name) + " is missing");
-        return found->second;
+        if (found != m_values.end() && !trimmed(found->second).empty()) return found->second;
+        throw EJobFile(std::string(name) + " is missing");
     }
 
     // systemd honours quotes in them, and sh does not; sh puts names of files in the place of patterns, and systemd

@@ -1,4 +1,4 @@
-#include <algorithm>
+#include <set>
 
 #include "host/src/output/metrics.h"
 #include "host/src/status/status_text.h"
@@ -22,12 +22,11 @@ void addSnapshots(const SStatus& status, CMetrics& metrics)
     metrics.gauge("fictl_snapshots_unreadable", "Records of the catalog that cannot be read.");
     metrics.sample({}, static_cast<int64_t>(status.unreadable));
     metrics.gauge("fictl_snapshots_in_need", "Snapshots that somebody should look at; fictl status tells why.");
-    std::vector<std::string> names;
+    std::set<std::string> names;
     for (const SConcern& concern : status.concerns) {
-        if (!concern.snapshot.empty()) names.push_back(concern.snapshot);
+        if (!concern.snapshot.empty()) names.insert(concern.snapshot);
     }
-    std::ranges::sort(names);
-    metrics.sample({}, std::ranges::unique(names).begin() - names.begin());
+    metrics.sample({}, static_cast<int64_t>(names.size()));
     metrics.gauge("fictl_snapshots_imported", "Snapshots whose copies show on this host.");
     metrics.sample({}, static_cast<int64_t>(status.imported.size()));
     metrics.gauge("fictl_snapshot_oldest_timestamp_seconds", "When the oldest whole snapshot was made.");
