@@ -91,17 +91,16 @@ class CJobValues
 
     std::string needed(const char* name) const
     {
-        const auto found = m_values.find(name);
-        if (found != m_values.end() && !trimmed(found->second).empty()) return found->second;
-        throw EJobFile(std::string(name) + " is missing");
+        std::string value = given(name);
+        if (trimmed(value).empty()) throw EJobFile(std::string(name) + " is missing");
+        return value;
     }
 
     // systemd honours quotes in them, and sh does not; sh puts names of files in the place of patterns, and systemd
     // does not.
     std::vector<std::string> words(const char* name) const
     {
-        const auto found = m_values.find(name);
-        const std::string text = found == m_values.end() ? "" : found->second;
+        const std::string text = given(name);
         if (holdsOneOf(text, "\"'\\*?[")) {
             throw EJobFile(std::string(name) +
                            " holds a quote, a backslash or one of *?[, which are no part of a word");
@@ -111,17 +110,22 @@ class CJobValues
 
     std::optional<std::chrono::seconds> age(const char* name) const
     {
-        const auto found = m_values.find(name);
-        if (found == m_values.end()) return std::nullopt;
-        const std::optional<std::chrono::seconds> age = ageOf(found->second);
+        if (!m_values.contains(name)) return std::nullopt;
+        const std::optional<std::chrono::seconds> age = ageOf(given(name));
         if (age && *age <= std::chrono::days(LONGEST_DAYS)) return age;
         throw EJobFile(std::string(name) + " is no time such as 30m, 12h or 1d of at most " +
                        std::to_string(LONGEST_DAYS) + "d");
     }
 
-    bool has(const char* name) const { return m_values.contains(name) && !m_values.at(name).empty(); }
+    bool has(const char* name) const { return !given(name).empty(); }
 
   private:
+    std::string given(const char* name) const
+    {
+        const auto found = m_values.find(name);
+        return found == m_values.end() ? "" : found->second;
+    }
+
     static constexpr int LONGEST_DAYS = 366;  // the history goes a little further back
 
     Values m_values;
