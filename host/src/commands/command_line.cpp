@@ -217,10 +217,10 @@ std::string outputOf(const CLI::App& app)
 // Where the name of a snapshot stands that is there already; that of a new one nobody can know.
 bool isSnapshotAt(const CLI::App& command, size_t positional)
 {
-    static const std::map<std::string, size_t> NAMES = {{"import", 1}, {"release", 1}, {"delete", 1}, {"show", 1},
+    static const std::map<std::string, size_t> names = {{"import", 1}, {"release", 1}, {"delete", 1}, {"show", 1},
                                                         {"label", 1},  {"export", 1},  {"diff", 2},   {"history", 1}};
-    const auto found = NAMES.find(command.get_name());
-    return found != NAMES.end() && positional < found->second;
+    const auto found = names.find(command.get_name());
+    return found != names.end() && positional < found->second;
 }
 
 // Those of the commands around it may stand behind it, too.
