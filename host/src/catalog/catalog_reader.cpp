@@ -17,6 +17,17 @@ std::vector<std::string> namesOf(const base::CSqliteDatabase& database)
     return names;
 }
 
+class CCollectedRecords : public CBaseRecordTaker
+{
+  public:
+    void begin() override { m_snapshots.clear(); }
+    void take(SSnapshot&& snapshot) override { m_snapshots.push_back(std::move(snapshot)); }
+    std::vector<SSnapshot> takeAll() { return std::move(m_snapshots); }
+
+  private:
+    std::vector<SSnapshot> m_snapshots;
+};
+
 }  // namespace
 
 CCatalogReader::CCatalogReader() : m_path(catalogPath()), m_lock(m_path + "-owners", COwnerLock::EUse::LOOK)
@@ -41,11 +52,18 @@ std::set<std::string> CCatalogReader::names()
 
 SListing CCatalogReader::list()
 {
-    SListing listing;
+    CCollectedRecords records;
+    std::vector<SUnreadable> unreadable = each(records);
+    return {.snapshots = records.takeAll(), .unreadable = std::move(unreadable)};
+}
+
+std::vector<SUnreadable> CCatalogReader::each(CBaseRecordTaker& taker)
+{
+    std::vector<SUnreadable> unreadable;
     if (isThere()) {
-        read([&](const base::CSqliteDatabase& database) { listing = readAllRecords(database); });
+        read([&](const base::CSqliteDatabase& database) { unreadable = readAllRecords(database, taker); });
     }
-    return listing;
+    return unreadable;
 }
 
 std::optional<SSnapshot> CCatalogReader::find(const std::string& name)

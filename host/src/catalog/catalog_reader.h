@@ -27,6 +27,8 @@ class CCatalogReader
     std::set<std::string> names();
     /// All records; one that cannot be read hides only itself.
     SListing list();
+    /// Gives all records one after the other, and returns those that cannot be read.
+    std::vector<SUnreadable> each(CBaseRecordTaker& taker);
     /// Nothing when there is none. Throws EFictl (CATALOG) when it cannot be read.
     std::optional<SSnapshot> find(const std::string& name);
     /// Throws EFictl (NOT_FOUND) when there is none, EFictl (CATALOG) when it cannot be read.

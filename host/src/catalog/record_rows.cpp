@@ -122,26 +122,25 @@ class CAllRecords
 {
   public:
     explicit CAllRecords(const base::CSqliteDatabase& database)
-        : m_count(countOf(database)),
-          m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
+        : m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
           m_devices(database, std::string(DEVICES) + "ORDER BY snapshot, position", 14),
           m_times(database, "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ORDER BY snapshot", 0),
           m_labels(database, "SELECT snapshot, label_key, label_value FROM label ORDER BY snapshot", 0)
     {
     }
 
-    SListing read()
+    std::vector<SUnreadable> read(CBaseRecordTaker& taker)
     {
-        SListing listing;
-        listing.snapshots.reserve(m_count);
+        std::vector<SUnreadable> unreadable;
+        taker.begin();
         while (m_heads.next()) {
             try {
-                listing.snapshots.push_back(readRecord());
+                taker.take(readRecord());
             } catch (const EUnreadableRecord& error) {
-                listing.unreadable.push_back({m_heads.text(0), error.what()});
+                unreadable.push_back({m_heads.text(0), error.what()});
             }
         }
-        return listing;
+        return unreadable;
     }
 
   private:
@@ -161,13 +160,6 @@ class CAllRecords
         return snapshot;
     }
 
-    static size_t countOf(const base::CSqliteDatabase& database)
-    {
-        base::CSqliteQuery count(database, "SELECT count(*) FROM snapshot");
-        return count.next() ? static_cast<size_t>(count.integer(0)) : 0;
-    }
-
-    const size_t m_count;
     base::CSqliteQuery m_heads;
     CRowsBeside m_devices;
     CRowsBeside m_times;
@@ -175,35 +167,36 @@ class CAllRecords
 };
 
 // Where a part of the file is damaged, what can be read is read all the same.
-SListing readOneByOne(const base::CSqliteDatabase& database)
+std::vector<SUnreadable> readOneByOne(const base::CSqliteDatabase& database, CBaseRecordTaker& taker)
 {
-    SListing listing;
+    std::vector<SUnreadable> unreadable;
+    taker.begin();
     CRecordRows rows(database);
     for (base::CSqliteQuery names(database, "SELECT name FROM snapshot ORDER BY name"); names.next();) {
         const std::string name = names.text(0);
         try {
             if (std::optional<SSnapshot> snapshot = rows.find(name)) {
-                listing.snapshots.push_back(*std::move(snapshot));
+                taker.take(*std::move(snapshot));
             } else {
-                listing.unreadable.push_back({name, "its row cannot be found"});
+                unreadable.push_back({name, "its row cannot be found"});
             }
         } catch (const EUnreadableRecord& error) {
-            listing.unreadable.push_back({name, error.what()});
+            unreadable.push_back({name, error.what()});
         } catch (const base::ESqlite& error) {
-            listing.unreadable.push_back({name, error.what()});
+            unreadable.push_back({name, error.what()});
         }
     }
-    return listing;
+    return unreadable;
 }
 
 }  // namespace
 
-SListing readAllRecords(const base::CSqliteDatabase& database)
+std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker)
 {
     try {
-        return CAllRecords(database).read();
+        return CAllRecords(database).read(taker);
     } catch (const base::ESqlite&) {
-        return readOneByOne(database);
+        return readOneByOne(database, taker);
     }
 }
 

@@ -32,8 +32,23 @@ struct SListing
     std::vector<SUnreadable> unreadable{};
 };
 
-/// All records; one that cannot be read hides only itself. Throws as the database does.
-SListing readAllRecords(const base::CSqliteDatabase& database);
+/// Takes the records of a catalog one after the other, so that who needs a part of each need not have all in memory.
+class CBaseRecordTaker
+{
+  public:
+    CBaseRecordTaker() = default;
+    virtual ~CBaseRecordTaker() = default;
+    CBaseRecordTaker(const CBaseRecordTaker&) = delete;
+    CBaseRecordTaker& operator=(const CBaseRecordTaker&) = delete;
+
+    /// Before the first record, and again where reading has to begin anew: what was taken does not count then.
+    virtual void begin() = 0;
+    virtual void take(SSnapshot&& snapshot) = 0;
+};
+
+/// Gives all records that can be read, in order of the names' bytes, and returns the others: one that cannot be read
+/// hides only itself. Throws as the database does.
+std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker);
 
 /// Reads records of a catalog, each by itself: one that cannot be read concerns no other.
 class CRecordRows

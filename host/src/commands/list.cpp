@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <functional>
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog_failure.h"
@@ -55,100 +57,162 @@ SListRequest requestOf(const SListOptions& options)
             .isTimeline = options.isTimeline};
 }
 
-// Says on standard error what is missing from the list.
-json unreadableJson(const SListing& listing)
+/// What a list shows of the records that it is of, in its order. A record itself is gone once that is made: a list may
+/// be long.
+template <class Item>
+class CListItems : public CBaseRecordTaker
 {
-    json list = json::array();
-    for (const SUnreadable& entry : listing.unreadable) {
-        list.push_back({{"name", entry.name}, {"reason", entry.reason}});
+  public:
+    using Make = std::function<Item(SSnapshot&&)>;
+
+    CListItems(const SListRequest& request, Make make) : m_request(request), m_make(std::move(make)) {}
+
+    void begin() override { m_placed.clear(); }
+    void take(SSnapshot&& snapshot) override
+    {
+        if (!m_request.filter.matches(snapshot)) return;
+        SortPlace place = sortPlaceOf(snapshot, m_request.sort);
+        m_placed.push_back({std::move(place), m_make(std::move(snapshot))});
+    }
+
+    std::vector<Item> inOrder()
+    {
+        std::vector<SPlaced*> order;  // which costs less to sort
+        order.reserve(m_placed.size());
+        for (SPlaced& each : m_placed) {
+            order.push_back(&each);
+        }
+        std::ranges::sort(order, [this](const SPlaced* one, const SPlaced* other) {
+            return comesBefore(one->place, other->place, m_request.sort);
+        });
+        std::vector<Item> items;
+        items.reserve(order.size());
+        for (SPlaced* const each : order) {
+            items.push_back(std::move(each->item));
+        }
+        return items;
+    }
+
+  private:
+    struct SPlaced
+    {
+        SortPlace place;
+        Item item;
+    };
+
+    const SListRequest& m_request;
+    const Make m_make;
+    std::vector<SPlaced> m_placed{};
+};
+
+/// A list with what is missing from it.
+template <class Item>
+struct SListed
+{
+    std::vector<Item> items;
+    std::vector<SUnreadable> unreadable;
+};
+
+// Says on standard error what is missing.
+template <class Item>
+SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make)
+{
+    CCatalogReader catalog;
+    CListItems<Item> items(request, std::move(make));
+    std::vector<SUnreadable> unreadable = catalog.each(items);
+    for (const SUnreadable& entry : unreadable) {
         CProgress::warn(quotedSnapshot(entry.name) + " cannot be read: " + printable(entry.reason) +
                         "; fictl catalog check tells more");
     }
-    return list;
+    return {items.inOrder(), std::move(unreadable)};
 }
 
-json snapshotsJson(const std::vector<SSnapshot>& snapshots)
+// The others are told all the same.
+SResult withExit(SResult result, const std::vector<SUnreadable>& unreadable)
 {
-    json list = json::array();
-    for (const SSnapshot& snapshot : snapshots) {
-        list.push_back(summaryJson(snapshot));
-        json luns = json::array();
+    if (!unreadable.empty()) result.exit = EExit::CATALOG;
+    return result;
+}
+
+SResult documentOf(const SListRequest& request)
+{
+    const auto listed = readList<json>(request, [](SSnapshot&& snapshot) {
+        json entry = summaryJson(snapshot);
+        entry["luns"] = json::array();
         for (const SDevice& device : snapshot.devices) {
-            luns.push_back(device.state.serialNo);
+            entry["luns"].push_back(device.state.serialNo);
         }
-        list.back()["luns"] = std::move(luns);
+        return entry;
+    });
+    json unreadable = json::array();
+    for (const SUnreadable& entry : listed.unreadable) {
+        unreadable.push_back({{"name", entry.name}, {"reason", entry.reason}});
     }
-    return list;
+    return withExit(resultOf({{"snapshots", listed.items}, {"unreadable", std::move(unreadable)}}, ""),
+                    listed.unreadable);
 }
 
-std::string tableText(const std::vector<SSnapshot>& snapshots, const SListRequest& request)
+SResult namesOf(const SListRequest& request)
 {
-    const UtcTime now = std::chrono::system_clock::now();
-    Rows rows;
-    if (request.hasHeadings) {
-        rows.emplace_back();
-        for (const SRecordColumn* const column : request.columns) {
-            rows.back().emplace_back(column->heading);
-        }
-    }
-    for (const SSnapshot& snapshot : snapshots) {
-        rows.emplace_back();
-        for (const SRecordColumn* const column : request.columns) {
-            rows.back().push_back(column->text(snapshot, now));
-        }
-    }
-    return formatTable(std::move(rows));
-}
-
-std::string namesText(const std::vector<SSnapshot>& snapshots)
-{
+    const auto listed =
+        readList<std::string>(request, [](SSnapshot&& snapshot) { return printable(snapshot.name) + "\n"; });
     std::string text;
-    for (const SSnapshot& snapshot : snapshots) {
-        text += printable(snapshot.name) + "\n";
+    for (const std::string& line : listed.items) {
+        text += line;
     }
-    return text;
+    return withExit({.text = std::move(text)}, listed.unreadable);
 }
 
-std::string timelineText(const SListing& listing)
+SResult tableOf(const SListRequest& request)
+{
+    using Row = std::vector<std::string>;
+    const UtcTime now = std::chrono::system_clock::now();
+    auto listed = readList<Row>(request, [&](SSnapshot&& snapshot) {
+        Row row;
+        row.reserve(request.columns.size());
+        for (const SRecordColumn* const column : request.columns) {
+            row.push_back(column->text(snapshot, now));
+        }
+        return row;
+    });
+    if (request.hasHeadings) {
+        Row headings;
+        for (const SRecordColumn* const column : request.columns) {
+            headings.emplace_back(column->heading);
+        }
+        listed.items.insert(listed.items.begin(), std::move(headings));
+    }
+    return withExit({.text = formatTable(std::move(listed.items))}, listed.unreadable);
+}
+
+SResult pictureOf(const SListRequest& request)
 {
     const CCatalogReader open;  // shows which processes are at work
+    auto listed = readList<SSnapshot>(request, [](SSnapshot&& snapshot) { return std::move(snapshot); });
+    const SListing listing = {.snapshots = std::move(listed.items), .unreadable = std::move(listed.unreadable)};
     const SCatalogView catalog = viewCatalog();
     const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    return timelineOf(makeReport({.records = listing,
-                                  .history = catalog.history,
-                                  .now = now,
-                                  .host = systemHostName(),
-                                  .withDeleted = false,
-                                  .gaps = missingRuns(catalog.history, now)}),
-                      timelineForm());
-}
-
-// Only what is wanted is built: a list may be long.
-SResult listed(const SContext& context, const SListRequest& request, const SListing& listing)
-{
-    json unreadable = unreadableJson(listing);
-    switch (context.form) {
-        case EForm::JSON:
-            return resultOf({{"snapshots", snapshotsJson(listing.snapshots)}, {"unreadable", std::move(unreadable)}},
-                            "");
-        case EForm::NAMES:
-            return {.text = namesText(listing.snapshots)};
-        default:
-            return {.text = request.isTimeline ? timelineText(listing) : tableText(listing.snapshots, request)};
-    }
+    return withExit({.text = timelineOf(makeReport({.records = listing,
+                                                    .history = catalog.history,
+                                                    .now = now,
+                                                    .host = systemHostName(),
+                                                    .withDeleted = false,
+                                                    .gaps = missingRuns(catalog.history, now)}),
+                                        timelineForm())},
+                    listing.unreadable);
 }
 
 SResult listSnapshots(const SContext& context, const SListOptions& options)
 {
     const SListRequest request = requestOf(options);
-    CCatalogReader catalog;
-    SListing listing = catalog.list();
-    std::erase_if(listing.snapshots, [&](const SSnapshot& snapshot) { return !request.filter.matches(snapshot); });
-    sortRecords(listing.snapshots, request.sort);
-    SResult result = listed(context, request, listing);
-    // The others are told all the same.
-    if (!listing.unreadable.empty()) result.exit = EExit::CATALOG;
-    return result;
+    switch (context.form) {
+        case EForm::JSON:
+            return documentOf(request);
+        case EForm::NAMES:
+            return namesOf(request);
+        default:
+            return request.isTimeline ? pictureOf(request) : tableOf(request);
+    }
 }
 
 }  // namespace

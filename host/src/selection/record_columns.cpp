@@ -107,53 +107,25 @@ std::vector<SSortKey> parseSortKeys(const std::vector<std::string>& texts)
     return keys;
 }
 
-namespace {
-
-// What a record is sorted by, made once for each; records are large, and are not moved until their order is known.
-struct SSorted
+SortPlace sortPlaceOf(const SSnapshot& snapshot, const std::vector<SSortKey>& keys)
 {
-    std::vector<std::string> keys;
-    SSnapshot* snapshot;
-};
-
-std::string keyOf(const SSnapshot& snapshot, const SRecordColumn& column)
-{
-    return nameOrderKey(column.order == nullptr ? column.text(snapshot, {}) : column.order(snapshot));
-}
-
-SSorted sortedOf(SSnapshot& snapshot, const std::vector<SSortKey>& keys)
-{
-    SSorted entry = {.keys = {}, .snapshot = &snapshot};
-    entry.keys.reserve(keys.size() + 1);
+    SortPlace place;
+    place.reserve(keys.size() + 1);
     for (const SSortKey& key : keys) {
-        entry.keys.push_back(keyOf(snapshot, *key.column));
+        const SRecordColumn& column = *key.column;
+        place.push_back(nameOrderKey(column.order == nullptr ? column.text(snapshot, {}) : column.order(snapshot)));
     }
-    entry.keys.push_back(nameOrderKey(snapshot.name));
-    return entry;
+    place.push_back(nameOrderKey(snapshot.name));
+    return place;
 }
 
-}  // namespace
-
-void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>& keys)
+bool comesBefore(const SortPlace& one, const SortPlace& other, const std::vector<SSortKey>& keys)
 {
-    std::vector<SSorted> sorted;
-    sorted.reserve(snapshots.size());
-    for (SSnapshot& snapshot : snapshots) {
-        sorted.push_back(sortedOf(snapshot, keys));
+    for (size_t i = 0; i < keys.size(); ++i) {
+        if (one[i] == other[i]) continue;
+        return (one[i] < other[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
     }
-    std::ranges::sort(sorted, [&](const SSorted& a, const SSorted& b) {
-        for (size_t i = 0; i < keys.size(); ++i) {
-            if (a.keys[i] == b.keys[i]) continue;
-            return (a.keys[i] < b.keys[i]) != (keys[i].isDescending != keys[i].column->isBackwards);
-        }
-        return a.keys.back() < b.keys.back();
-    });
-    std::vector<SSnapshot> inOrder;
-    inOrder.reserve(sorted.size());
-    for (const SSorted& entry : sorted) {
-        inOrder.push_back(std::move(*entry.snapshot));
-    }
-    snapshots = std::move(inOrder);
+    return one.back() < other.back();
 }
 
 }  // namespace fictl

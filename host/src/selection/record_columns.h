@@ -36,8 +36,12 @@ struct SSortKey
 
 /// Of texts "state,-created", the first one counting most. Throws EFictl (USAGE).
 std::vector<SSortKey> parseSortKeys(const std::vector<std::string>& texts);
-/// By the keys, and by the name where all of them are equal.
-void sortRecords(std::vector<SSnapshot>& snapshots, const std::vector<SSortKey>& keys);
+
+/// What gives a record its place in a sorted list: by the keys, and by the name where all of them are equal.
+using SortPlace = std::vector<std::string>;
+SortPlace sortPlaceOf(const SSnapshot& snapshot, const std::vector<SSortKey>& keys);
+/// Whether one comes before the other, both of these keys.
+bool comesBefore(const SortPlace& one, const SortPlace& other, const std::vector<SSortKey>& keys);
 
 /// "alpha/payroll,alpha/books" in order of the names.
 std::string groupNames(const SSnapshot& snapshot);
