@@ -36,6 +36,10 @@ if(CDPFI_SANITIZE)
     # Instrumented code hides from the compiler what is written where: it warns of std::regex's own members.
     add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-Wno-maybe-uninitialized>)
   endif()
+  if(CDPFI_SANITIZE MATCHES address)
+    add_library(cdpfi_sanitizer_defaults OBJECT ${CMAKE_CURRENT_LIST_DIR}/sanitizer_defaults.c)
+    link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:cdpfi_sanitizer_defaults>>)
+  endif()
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
     # clang leaves the sanitizer runtime to the executable.
     add_link_options(-Wl,-z,undefs)
