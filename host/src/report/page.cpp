@@ -50,11 +50,14 @@ std::string timelineMarkup(const SReport& report)
     const std::string begin = "<section>\n<h2 id=\"timeline\">Timeline</h2>\n";
     if (report.lanes.empty()) return begin + "<p>There are no snapshots.</p>\n</section>\n";
     return begin + legendMarkup(report) +
-           "<p class=\"keys\" hidden>Left and right go to the next mark of a group, up and down to the next group, "
+           "<p id=\"keys\" class=\"keys\" hidden>Left and right go to the next mark of a group, up and down to the "
+           "next group, "
            "Home and "
            "End to the ends; Escape closes the details.</p>\n" +
            pictureMarkup(report) +
-           "<aside id=\"details\" aria-label=\"Details of the chosen mark\" hidden></aside>\n</section>\n";
+           // What is there all the time is where a screen reader notices what appears in it.
+           "<div class=\"told\" aria-live=\"polite\"><aside id=\"details\" aria-label=\"Details of the chosen mark\" "
+           "hidden></aside></div>\n</section>\n";
 }
 
 }  // namespace

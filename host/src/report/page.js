@@ -91,10 +91,8 @@
 
   document.addEventListener("keydown", event => {
     if (event.key === "Escape" && shown) {
-      const mark = shown;
-      const wasInside = panel.contains(document.activeElement);
+      if (panel.contains(document.activeElement)) shown.focus(); // before, since a mark that gets the focus is shown
       show(null);
-      if (wasInside) mark.focus();
       event.preventDefault();
       return;
     }
