@@ -1,9 +1,12 @@
 // Round times of an axis, marks that would lie upon each other, and what is written into a page.
 #include <gmock/gmock.h>
 
+#include <regex>
+
 #include "host/src/report/axis.h"
 #include "host/src/report/clusters.h"
 #include "host/src/report/markup.h"
+#include "host/src/report/picture.h"
 
 namespace fictl {
 
@@ -67,6 +70,83 @@ TEST(CMarkupTest, NoTextEndsWhatItStandsIn)
               "&lt;/td&gt;&lt;script&gt;alert(&quot;a&quot; + &#39;b&#39; &amp; c)&lt;/script&gt;");
     EXPECT_EQ(escaped("a\nb\x1b[0m\xff"), "a\\x0ab\\x1b[0m\\xff");
     EXPECT_EQ(isolated("<b>"), "<bdi>&lt;b&gt;</bdi>");
+}
+
+SReport reportOfOneLane()
+{
+    SReport report;
+    report.from = *utcSecondsOf("2026-01-01T00:00:00Z");
+    report.until = *utcSecondsOf("2026-12-31T00:00:00Z");
+    report.lanes.push_back({.group = {"ap1", "g1"}});
+    return report;
+}
+
+// The classes and titles of what is of a kind, "look: title".
+std::vector<std::string> drawn(const SReport& report, const std::string& kind)
+{
+    const std::string markup = pictureMarkup(report);
+    std::vector<std::string> found;
+    const std::regex sign("<rect class=\"" + kind + " ?([^\"]*)\"[^>]*><title>([^<]*)</title>");
+    for (std::sregex_iterator each(markup.begin(), markup.end(), sign), end; each != end; ++each) {
+        found.push_back((*each)[1].str() + ": " + (*each)[2].str());
+    }
+    return found;
+}
+
+TEST(CPictureTest, CopiesThatWouldLieUponEachOtherAreOneBarOfTheOneThatCountsMost)
+{
+    const UtcTime day = *utcSecondsOf("2026-02-01T00:00:00Z");
+    struct SEnd
+    {
+        ECopyEnd end;
+        bool isSure;
+    };
+    struct SCase
+    {
+        std::vector<SEnd> copies;
+        const char* look;
+    };
+    constexpr SEnd GIVEN_BACK = {ECopyEnd::GIVEN_BACK, true};
+    constexpr SEnd NOT_KNOWN = {ECopyEnd::NOT_KNOWN, true};
+    constexpr SEnd NOT_SURE = {ECopyEnd::SHOWS, false};
+    constexpr SEnd SHOWS = {ECopyEnd::SHOWS, true};
+    for (const SCase& each : {SCase{{GIVEN_BACK, GIVEN_BACK}, "given-back"},
+                              SCase{{GIVEN_BACK, NOT_KNOWN}, "not-known"}, SCase{{NOT_KNOWN, GIVEN_BACK}, "not-known"},
+                              SCase{{NOT_SURE, SHOWS}, "shows"}, SCase{{GIVEN_BACK, SHOWS}, "shows"}}) {
+        SReport report = reportOfOneLane();
+        for (const SEnd& end : each.copies) {
+            const size_t place = report.copies.size();
+            report.lanes[0].copies.push_back(place);
+            report.copies.push_back({.snapshot = "s" + std::to_string(place),
+                                     .group = report.lanes[0].group,
+                                     .host = "h",
+                                     .from = day,
+                                     .until = day + 1min,
+                                     .end = end.end,
+                                     .isSure = end.isSure});
+        }
+        const std::vector<std::string> bars = drawn(report, "copy");
+        ASSERT_EQ(bars.size(), 1U);
+        EXPECT_THAT(bars[0], testing::StartsWith(std::string(each.look) + ": 2 copies from s0 on h from 2026-02-01"));
+    }
+}
+
+TEST(CPictureTest, MissingRunsThatWouldLieUponEachOtherAreOneBar)
+{
+    SReport report = reportOfOneLane();
+    const auto add = [&](const std::string& job, UtcTime from) {
+        report.lanes[0].gaps.push_back(report.gaps.size());
+        report.gaps.push_back({.job = job, .from = from, .until = from + 5min});
+    };
+    for (int i = 0; i < 10'000; ++i) {
+        add("db", *utcSecondsOf("2026-02-01T00:00:00Z") + i * 10min);
+    }
+    add("db", *utcSecondsOf("2026-11-01T00:00:00Z"));
+    add("web", *utcSecondsOf("2026-11-01T00:00:00Z"));
+    EXPECT_THAT(drawn(report, "gap"),
+                ElementsAre(": 10000 missing runs of job db from 2026-02-01 00:00:00 to 2026-04-11 10:35:00",
+                            ": no run of job db from 2026-11-01 00:00:00 to 2026-11-01 00:05:00",
+                            ": no run of job web from 2026-11-01 00:00:00 to 2026-11-01 00:05:00"));
 }
 
 TEST(CMarkupTest, PlacesHaveTwoDigits)

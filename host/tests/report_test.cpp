@@ -331,7 +331,6 @@ TEST_F(CReportTest, ALookTellsWhatNoRecordHas)
     ASSERT_EQ(made.look->orphans.size(), 2U);
     EXPECT_EQ(made.look->orphans[0].name, "KSV_Check_Point_7");
     EXPECT_EQ(made.look->orphans[1].klass, "unknown");
-    EXPECT_EQ(made.look->foreign, 1U);
     EXPECT_THAT(made.look->notTold, ElementsAre("ap3: no answer", "ap3/g1: cut", "no inspector"));
     EXPECT_EQ(made.count(EMark::ORPHAN), 2U);
     EXPECT_THAT(lanes(made), ElementsAre("ap1/g1: s", "ap2/g9:"));

@@ -36,6 +36,7 @@ class TimelineTest(unittest.TestCase):
         self.assertTrue("\n".join(self.lines(LANG="C")).isascii())
         self.assertIn("● complete", "\n".join(self.lines(LANG="C.UTF-8")))
         self.assertIn("● complete", "\n".join(self.lines(LANG="C", LC_CTYPE="de_DE.utf8")))
+        self.assertIn("● complete", "\n".join(self.lines(LANG="en_US.utf-8")))
         self.assertTrue("\n".join(self.lines(LC_ALL="POSIX")).isascii())
 
     def test_what_is_chosen_is_drawn(self):

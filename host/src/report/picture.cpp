@@ -64,11 +64,20 @@ std::string shapeMarkup(EMark mark)
     return std::string("<use href=\"#mark-") + markWord(mark) + "\"/>";
 }
 
-// By which it is drawn: of one that nobody is sure of as little is known as of one whose end is not known.
-const char* copyKind(ECopyEnd end, bool isSure = true)
+/// How copies are drawn, that which counts most last.
+enum class ECopyLook
 {
-    if (end == ECopyEnd::NOT_KNOWN || !isSure) return "not-known";
-    return end == ECopyEnd::SHOWS ? "shows" : "given-back";
+    GIVEN_BACK,
+    NOT_KNOWN,
+    SHOWS,
+};
+constexpr const char* LOOK_WORDS[] = {"given-back", "not-known", "shows"};
+
+// Of one that nobody is sure of as little is known as of one whose end is not known.
+ECopyLook lookOf(ECopyEnd end, bool isSure = true)
+{
+    if (end == ECopyEnd::NOT_KNOWN || !isSure) return ECopyLook::NOT_KNOWN;
+    return end == ECopyEnd::SHOWS ? ECopyLook::SHOWS : ECopyLook::GIVEN_BACK;
 }
 
 /// One lane's picture.
@@ -83,7 +92,8 @@ class CLanePicture
     std::string markup()
     {
         const std::string hosts = hostRows();
-        m_markup = "<svg class=\"plot\" height=\"" + number(m_height) + "\" role=\"group\" aria-label=\"" +
+        m_markup = "<svg class=\"plot\" height=\"" + number(m_height) +
+                   "\" role=\"group\" aria-describedby=\"keys\" aria-label=\"" +
                    escaped("Checkpoints of group " + m_lane.group.second + " of appliance " + m_lane.group.first) +
                    "\">\n";
         for (const STick& tick : m_ticks) {
@@ -92,8 +102,8 @@ class CLanePicture
         }
         m_markup += "<line class=\"rail\" x1=\"0\" x2=\"100%\" y1=\"" + number(MARKS_CENTRE) + "\" y2=\"" +
                     number(MARKS_CENTRE) + "\"/>\n";
-        for (const size_t gap : m_lane.gaps) {
-            addGap(m_report.gaps[gap]);
+        for (const SGapBar& gap : gapBars()) {
+            addGap(gap);
         }
         for (const SCluster& cluster : clusters()) {
             addMark(cluster);
@@ -190,15 +200,39 @@ class CLanePicture
         m_markup += "</svg></a>\n";
     }
 
-    void addGap(const SReportGap& gap)
+    /// Missing runs of one job that would lie upon each other, as one bar.
+    struct SGapBar
     {
-        const double from = across(m_report.placeOf(gap.from));
-        const double width = std::max(LEAST_BAR, across(m_report.placeOf(gap.until)) - from);
-        m_markup +=
-            "<rect class=\"gap\" x=\"" + percent(from) + "\" width=\"" + percent(width) + "\" y=\"" +
-            number(MARKS_CENTRE - 12) + "\" height=\"24\" rx=\"3\"><title>" +
-            escaped("no run of job " + gap.job + " from " + plainTime(gap.from) + " to " + plainTime(gap.until)) +
-            "</title></rect>\n";
+        double from = 0;
+        double until = 0;
+        size_t number = 0;
+        SReportGap gap{};  ///< from the first one's begin to the last one's end
+    };
+
+    std::vector<SGapBar> gapBars() const
+    {
+        std::vector<SGapBar> bars;
+        for (const size_t place : m_lane.gaps) {
+            const SReportGap& gap = m_report.gaps[place];
+            const double from = across(m_report.placeOf(gap.from));
+            const bool isApart = bars.empty() || bars.back().gap.job != gap.job || from > bars.back().until;
+            if (isApart) bars.push_back({.from = from, .gap = gap});
+            SGapBar& bar = bars.back();
+            bar.until = std::max(from + LEAST_BAR, across(m_report.placeOf(gap.until)));
+            bar.gap.until = gap.until;
+            ++bar.number;
+        }
+        return bars;
+    }
+
+    void addGap(const SGapBar& bar)
+    {
+        const std::string runs = bar.number == 1 ? "no run" : std::to_string(bar.number) + " missing runs";
+        m_markup += "<rect class=\"gap\" x=\"" + percent(bar.from) + "\" width=\"" + percent(bar.until - bar.from) +
+                    "\" y=\"" + number(MARKS_CENTRE - 12) + "\" height=\"24\" rx=\"3\"><title>" +
+                    escaped(runs + " of job " + bar.gap.job + " from " + plainTime(bar.gap.from) + " to " +
+                            plainTime(bar.gap.until)) +
+                    "</title></rect>\n";
     }
 
     /// Copies of one host that would lie upon each other, as one bar.
@@ -206,8 +240,7 @@ class CLanePicture
     {
         double from = 0;
         double until = 0;
-        ECopyEnd end = ECopyEnd::GIVEN_BACK;
-        bool isSure = true;
+        ECopyLook look = ECopyLook::GIVEN_BACK;
         std::vector<std::string> texts{};
     };
 
@@ -231,8 +264,7 @@ class CLanePicture
             if (bars.empty() || from > bars.back().until) bars.push_back({.from = from, .until = from});
             SBar& bar = bars.back();
             bar.until = std::min(1.0, std::max({bar.until, until, from + LEAST_BAR}));
-            bar.end = bar.texts.empty() || copy.end == ECopyEnd::SHOWS ? copy.end : bar.end;
-            bar.isSure = bar.isSure && copy.isSure;
+            bar.look = std::max(bar.look, lookOf(copy.end, copy.isSure));
             bar.texts.push_back(describe(copy));
         }
         return bars;
@@ -241,14 +273,14 @@ class CLanePicture
     static std::string titleOf(const SBar& bar)
     {
         if (bar.texts.size() == 1) return bar.texts.front();
-        return counted(bar.texts.size(), "copy") + " from " + bar.texts.front() + " to " + bar.texts.back();
+        return std::to_string(bar.texts.size()) + " copies from " + bar.texts.front() + " to " + bar.texts.back();
     }
 
     std::string barMarkup(const SBar& bar) const
     {
         const double from = std::min(bar.from, 1 - LEAST_BAR);
-        return std::string("<rect class=\"copy ") + copyKind(bar.end, bar.isSure) + "\" x=\"" + percent(from) +
-               "\" width=\"" + percent(bar.until - from) + "\" y=\"" + number(m_height + 16) +
+        return std::string("<rect class=\"copy ") + LOOK_WORDS[static_cast<size_t>(bar.look)] + "\" x=\"" +
+               percent(from) + "\" width=\"" + percent(bar.until - from) + "\" y=\"" + number(m_height + 16) +
                "\" height=\"9\" rx=\"3\"><title>" + escaped(titleOf(bar)) + "</title></rect>\n";
     }
 
@@ -324,18 +356,18 @@ std::string legendMarkup(const SReport& report)
                 shapeMarkup(mark) + "</svg>",
             markText(mark));
     }
-    const auto addBar = [&](ECopyEnd end, const char* text) {
-        const auto isSuch = [&](const SReportCopy& copy) { return copyKind(copy.end, copy.isSure) == copyKind(end); };
+    const auto addBar = [&](ECopyEnd end) {
+        const auto isSuch = [&](const SReportCopy& copy) { return lookOf(copy.end, copy.isSure) == lookOf(end); };
         if (std::ranges::none_of(report.copies, isSuch)) return;
-        add(std::string("<rect class=\"copy ") + copyKind(end) +
+        add(std::string("<rect class=\"copy ") + LOOK_WORDS[static_cast<size_t>(lookOf(end))] +
                 "\" x=\"1\" y=\"6\" width=\"24\" height=\"9\" rx=\"3\"/>",
-            text);
+            copyText(end));
     };
-    addBar(ECopyEnd::SHOWS, "a copy that shows");
-    addBar(ECopyEnd::GIVEN_BACK, "one that was given back");
-    addBar(ECopyEnd::NOT_KNOWN, "one of which not all is known");
+    for (const ECopyEnd end : {ECopyEnd::SHOWS, ECopyEnd::GIVEN_BACK, ECopyEnd::NOT_KNOWN}) {
+        addBar(end);
+    }
     if (!report.gaps.empty()) {
-        add(R"(<rect class="gap" x="1" y="2" width="24" height="16" rx="3"/>)", "a scheduled run is missing");
+        add(R"(<rect class="gap" x="1" y="2" width="24" height="16" rx="3"/>)", GAP_TEXT);
     }
     if (report.longestFreeze().count() > 0) {
         add(R"(<path class="stem" d="M13 18V2"/>)",

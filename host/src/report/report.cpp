@@ -6,6 +6,7 @@
 
 #include "host/src/catalog/labels.h"
 #include "host/src/report/past.h"
+#include "host/src/schedule/job_file.h"
 #include "host/src/text/display_text.h"
 
 namespace fictl {
@@ -207,24 +208,28 @@ class CReportMaker
         }
     }
 
-    // The groups that a job makes snapshots of, as its latest record tells.
-    std::set<GroupKey> groupsOfJob(const std::string& job) const
+    // The latest record of each job, which tells the groups that the job makes snapshots of.
+    std::map<std::string, const SSnapshot*> latestOfJobs() const
     {
-        const SSnapshot* latest = nullptr;
+        std::map<std::string, const SSnapshot*> latest;
         for (const SSnapshot& record : m_source.records.snapshots) {
-            const auto label = record.labels.find("job");
-            if (label == record.labels.end() || label->second != job) continue;
-            if (latest == nullptr || record.created > latest->created) latest = &record;
+            const auto label = record.labels.find(JOB_LABEL);
+            if (label == record.labels.end()) continue;
+            const SSnapshot*& known = latest[label->second];
+            if (known == nullptr || record.created > known->created) known = &record;
         }
-        return latest == nullptr ? std::set<GroupKey>{} : latest->groups();
+        return latest;
     }
 
     void addGaps()
     {
+        const std::map<std::string, const SSnapshot*> latest = latestOfJobs();
         for (const SReportGap& gap : m_source.gaps) {
             if (gap.until < m_report.from) continue;
-            for (const GroupKey& group : groupsOfJob(gap.job)) {
-                lane(group).gaps.push_back(m_report.gaps.size());
+            if (const auto record = latest.find(gap.job); record != latest.end()) {
+                for (const GroupKey& group : record->second->groups()) {
+                    lane(group).gaps.push_back(m_report.gaps.size());
+                }
             }
             m_report.gaps.push_back(gap);
         }
@@ -234,7 +239,6 @@ class CReportMaker
     {
         if (m_source.found == nullptr) return;
         SReportLook look;
-        look.foreign = m_source.found->count(EObjectClass::FOREIGN);
         for (const SNotTold& each : m_source.found->notTold) {
             const std::string what = each.appliance.empty() ? ""
                                      : each.group.empty()   ? each.appliance + ": "

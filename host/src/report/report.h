@@ -104,7 +104,6 @@ struct SReportOrphan
 struct SReportLook
 {
     std::vector<SReportOrphan> orphans{};
-    size_t foreign = 0;                  ///< objects that are somebody else's
     std::vector<std::string> notTold{};  ///< what was not told, and why
 };
 

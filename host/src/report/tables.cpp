@@ -75,7 +75,7 @@ std::string notesOf(const SReportSnapshot& snapshot)
 std::string snapshotsMarkup(const SReport& report)
 {
     const std::string left =
-        report.earlier == 0 ? "" : " " + counted(report.earlier, "snapshot") + " made before it is left out.";
+        report.earlier == 0 ? "" : " " + counted(report.earlier, "snapshot") + " of earlier times not shown.";
     CTable table("snapshots", "Snapshots",
                  "All that were made from " + plainTime(report.from) + " to " + plainTime(report.until) +
                      ", the latest first." + left,

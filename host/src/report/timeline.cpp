@@ -1,6 +1,7 @@
 #include "host/src/report/timeline.h"
 
 #include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -183,12 +184,9 @@ class CTimeline
             entries.push_back(std::string(m_signs.marks.at(static_cast<size_t>(mark))) + " " + markText(mark));
         }
         for (const ECopyEnd end : m_ends) {
-            const char* const text = end == ECopyEnd::SHOWS        ? "a copy that shows"
-                                     : end == ECopyEnd::GIVEN_BACK ? "one that was given back"
-                                                                   : "one of which not all is known";
-            entries.push_back(std::string(signOf(m_signs, end)) + " " + text);
+            entries.push_back(std::string(signOf(m_signs, end)) + " " + copyText(end));
         }
-        if (m_hasGap) entries.push_back(std::string(m_signs.gap) + " a scheduled run is missing");
+        if (m_hasGap) entries.push_back(std::string(m_signs.gap) + " " + GAP_TEXT);
         entries.emplace_back("times in UTC");
         std::string text;
         size_t column = 0;
@@ -226,8 +224,12 @@ bool isUtf8Locale()
     for (const char* const name : {"LC_ALL", "LC_CTYPE", "LANG"}) {
         const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
         if (value == nullptr || *value == '\0') continue;
-        const std::string_view locale = value;
-        return locale.find("UTF-8") != std::string_view::npos || locale.find("utf8") != std::string_view::npos;
+        // The C library takes any case, and leaves out the hyphen.
+        std::string locale;
+        for (const char* next = value; *next != '\0'; ++next) {
+            if (*next != '-') locale += static_cast<char>(std::tolower(static_cast<unsigned char>(*next)));
+        }
+        return locale.find(".utf8") != std::string::npos;
     }
     return false;
 }

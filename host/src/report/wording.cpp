@@ -72,6 +72,19 @@ std::string laneFacts(const SReportLane& lane, UtcTime now)
                              : counted(lane.present, "snapshot") + ", oldest " + ageSince(lane.oldest, now);
 }
 
+const char* copyText(ECopyEnd end)
+{
+    switch (end) {
+        case ECopyEnd::SHOWS:
+            return "a copy that shows";
+        case ECopyEnd::GIVEN_BACK:
+            return "one that was given back";
+        case ECopyEnd::NOT_KNOWN:
+            break;
+    }
+    return "one of which not all is known";
+}
+
 const char* endText(ECopyEnd end)
 {
     switch (end) {

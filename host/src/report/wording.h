@@ -23,6 +23,10 @@ std::string plainTime(UtcTime time);
 std::string shortGroup(const GroupKey& group);
 /// "12 snapshots, oldest 13d"
 std::string laneFacts(const SReportLane& lane, UtcTime now);
+/// "a copy that shows", ...: what a bar stands for, for people.
+const char* copyText(ECopyEnd end);
+/// What a hatched space stands for.
+constexpr const char* GAP_TEXT = "a scheduled run is missing";
 /// "shows", "given back" or "not known"
 const char* endText(ECopyEnd end);
 
