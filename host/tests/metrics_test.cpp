@@ -50,6 +50,14 @@ TEST(Metrics, WhatWouldEndAValueOrALineIsEscaped)
               "# EOF\n");
 }
 
+TEST(Metrics, AValueIsUtf8WhateverTheNameOfAFileIs)
+{
+    CMetrics metrics;
+    metrics.gauge("g", "h");
+    metrics.sample({{"job", "b\xff"}}, 1);
+    EXPECT_EQ(metrics.text(), "# HELP g h\n# TYPE g gauge\ng{job=\"b\\\\xff\"} 1\n# EOF\n");
+}
+
 }  // namespace
 
 }  // namespace fictl

@@ -83,6 +83,22 @@ TEST_F(CNewFileTest, TakesOverWhatAKilledProcessLeft)
     EXPECT_EQ(base_test::contentOf(m_file), "whole");
 }
 
+TEST_F(CNewFileTest, OneThatAllMayReadIsReadableBeforeItHasItsName)
+{
+    base_test::writeFile(m_part, "half of a longer text");  // of one that was killed
+    fs::permissions(m_part, fs::perms(0644));
+    CNewFile file(m_file, REFUSE, CNewFile::EReaders::ALL);
+    file.write("whole");
+    EXPECT_EQ(fs::status(m_part).permissions(), fs::perms(0644));
+    EXPECT_TRUE(file.keep(false));
+    EXPECT_EQ(fs::status(m_file).permissions(), fs::perms(0644));
+    EXPECT_EQ(base_test::contentOf(m_file), "whole");
+    base_test::writeFile(m_part, "for all to change");
+    fs::permissions(m_part, fs::perms(0664));
+    EXPECT_THROW(CNewFile(m_file, REFUSE, CNewFile::EReaders::ALL), EFictl);
+    EXPECT_EQ(base_test::contentOf(m_part), "for all to change");
+}
+
 TEST_F(CNewFileTest, LeavesAloneWhatSomebodyElsePrepared)
 {
     base_test::writeFile(m_part, "readable by others");

@@ -39,10 +39,11 @@ SResult resultIn(EForm form, const SStatus& status, UtcTime now)
 SResult writtenTo(const std::string& file, EForm form, const SResult& result)
 {
     requireReplaceable(file);
-    CNewFile out(file, CNewFile::EBusy::WAIT);
+    CNewFile out(file, CNewFile::EBusy::WAIT,
+                 form == EForm::METRICS ? CNewFile::EReaders::ALL : CNewFile::EReaders::OWNER);
     out.write(form == EForm::JSON ? documentText(*result.document) : result.text);
     // Numbers are collected by another user than the one who takes snapshots; the other forms quote messages.
-    out.keep(true, form == EForm::METRICS ? CNewFile::EReaders::ALL : CNewFile::EReaders::OWNER);
+    out.keep(true);
     return resultOf({{"written", {{"file", file}}}}, "");
 }
 

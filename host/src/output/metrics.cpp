@@ -1,5 +1,7 @@
 #include "host/src/output/metrics.h"
 
+#include "host/src/text/plain_text.h"
+
 namespace fictl {
 
 namespace {
@@ -34,7 +36,7 @@ void CMetrics::sample(const MetricLabels& labels, int64_t value)
     m_head.clear();
     const char* before = "{";
     for (const auto& [label, text] : labels) {
-        m_text += before + label + "=\"" + escaped(text, true) + "\"";
+        m_text += before + label + "=\"" + escaped(asUtf8(text), true) + "\"";
         before = ",";
     }
     m_text += (labels.empty() ? " " : "} ") + std::to_string(value) + "\n";

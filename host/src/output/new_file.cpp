@@ -26,7 +26,8 @@ std::string folderOf(const std::string& file)
 
 }  // namespace
 
-CNewFile::CNewFile(const std::string& file, EBusy busy) : m_file(file), m_part(file + ".part")
+CNewFile::CNewFile(const std::string& file, EBusy busy, EReaders readers)
+    : m_file(file), m_part(file + ".part"), m_readers(readers)
 {
     try {
         while (!take(busy)) {
@@ -47,7 +48,7 @@ void CNewFile::write(std::string_view bytes)
     if (!base::writeWhole(m_output.get(), bytes)) failFile("write", m_part);
 }
 
-bool CNewFile::keep(bool mayReplace, EReaders readers)
+bool CNewFile::keep(bool mayReplace)
 {
     if (fsync(m_output.get()) != 0) failFile("write", m_part);
     if (rename(mayReplace ? 0 : RENAME_NOREPLACE) != 0) {
@@ -56,9 +57,6 @@ bool CNewFile::keep(bool mayReplace, EReaders readers)
         if (mayReplace || errno != EINVAL || rename(0) != 0) failFile("create", m_file);
     }
     m_isOwn = false;
-    // Not before: what a killed process left under the other name is taken over only where nobody else can read it.
-    constexpr mode_t READ_BY_ALL = 0644;
-    if (readers == EReaders::ALL && fchmod(m_output.get(), READ_BY_ALL) != 0) failFile("let others read", m_file);
     m_output = base::CFileDescriptor();  // who waits for the lock goes on
     const std::string folder = folderOf(m_file);
     if (base::syncFolder(folder.c_str())) return true;
@@ -116,16 +114,18 @@ bool CNewFile::take(EBusy busy)
     }
     requireOwn(opened);
     m_isOwn = true;
+    constexpr mode_t READ_BY_ALL = 0644;
+    if (m_readers == EReaders::ALL && fchmod(m_output.get(), READ_BY_ALL) != 0) failFile("let others read", m_part);
     if (ftruncate(m_output.get(), 0) != 0) failFile("write", m_part);
     return true;
 }
 
-// Something that somebody prepared must not become the document.
+// Something that somebody prepared must not become the document, and nobody reads it who may not.
 void CNewFile::requireOwn(const struct stat& status) const
 {
-    constexpr mode_t OF_OTHERS = 077;
+    const mode_t ofOthers = m_readers == EReaders::ALL ? 022 : 077;
     if (S_ISREG(status.st_mode) && status.st_uid == geteuid() && status.st_nlink == 1 &&
-        (status.st_mode & OF_OTHERS) == 0) {
+        (status.st_mode & ofOthers) == 0) {
         return;
     }
     errno = EEXIST;

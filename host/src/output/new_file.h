@@ -10,9 +10,9 @@ struct stat;
 namespace fictl {
 
 /**
- * A file that appears whole and on disk, or not at all, for its owner only. It grows under the name FILE.part and is
- * removed unless it was kept. Who holds the lock on that owns it, so that one that a killed process left is taken over.
- * All calls throw EFictl (IO).
+ * A file that appears whole and on disk, or not at all. It grows under the name FILE.part and is removed unless it was
+ * kept. Who holds the lock on that owns it, so that one that a killed process left is taken over. All calls throw
+ * EFictl (IO).
  */
 class CNewFile
 {
@@ -24,14 +24,14 @@ class CNewFile
         WAIT,
     };
 
-    /// Who may read the file once it has its name.
+    /// Who may read the file, from its first byte on.
     enum class EReaders
     {
         OWNER,
         ALL,
     };
 
-    CNewFile(const std::string& file, EBusy busy);
+    CNewFile(const std::string& file, EBusy busy, EReaders readers = EReaders::OWNER);
     ~CNewFile();
     CNewFile(const CNewFile&) = delete;
     CNewFile& operator=(const CNewFile&) = delete;
@@ -39,7 +39,7 @@ class CNewFile
     void write(std::string_view bytes);
     /// Gives it its name. What has that name already is replaced only when that is wanted; otherwise the answer is
     /// false, and nothing has changed.
-    bool keep(bool mayReplace, EReaders readers = EReaders::OWNER);
+    bool keep(bool mayReplace);
 
   private:
     bool take(EBusy busy);
@@ -50,6 +50,7 @@ class CNewFile
 
     std::string m_file;
     std::string m_part;
+    EReaders m_readers;
     base::CFileDescriptor m_output;  // holds the lock
     bool m_isOwn = false;            // what lies at FILE.part is ours to remove
 };
