@@ -260,10 +260,12 @@ TEST_F(CHistoryTest, SinceTakesATimeAndAnAge)
     for (const char* since : {"1d", "2h", "30m", "90s"}) {
         EXPECT_EQ(entries({"--since", since}).size(), 1U) << since;
     }
+    EXPECT_EQ(entries({"--since", "999999d"}).size(), 2U) << "further back than any clock";
     EXPECT_EQ(entries({"--since", "2026-01-31"}).size(), 2U);
     EXPECT_EQ(entries({"--since", "2026-01-31T12:00:00Z"}).size(), 2U);
     EXPECT_EQ(entries({"--since", "2026-01-31T12:00:01Z"}).size(), 1U);
-    for (const char* since : {"2", "d", "2w", "yesterday", "2026-1-31", "-1d", "99999999d", "2026-01-31T12:00:00ZZ"}) {
+    for (const char* since : {"2", "d", "2w", "yesterday", "2026-1-31", "-1d", "99999999d", "2026-01-31T12:00:00ZZ",
+                              "2026-13-01", "1700-01-01", "9999-01-01"}) {
         EXPECT_EQ(fictl({"history", "--since", since}).exit, 2) << since;
     }
     EXPECT_EQ(entries({"other"}), json::array());

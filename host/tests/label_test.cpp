@@ -107,10 +107,12 @@ TEST_F(CLabelTest, LabelsAreChangedRemovedAndAdded)
               "snapshot \"s\" is labelled: keep=,tier=silver; note: before the upgrade\n");
     EXPECT_EQ(fictl({"snapshot", "label", "s", "--note", "after it"}).exit, 0);
     EXPECT_EQ(shown("s")["note"], "after it");
+    EXPECT_EQ(fictl({"snapshot", "label", "s", "--note", "--draft="}).exit, 0);
+    EXPECT_EQ(shown("s")["note"], "--draft=") << "what stands where a value stands is one";
     EXPECT_EQ(fictl({"snapshot", "label", "s", "--note", "", "--remove", "keep", "--remove", "tier"}).out,
               "snapshot \"s\" is labelled: -\n");
     EXPECT_EQ(shown("s")["note"], nullptr);
-    EXPECT_EQ(fictlJson({"history", "s"}).document()["history"].size(), 4U);
+    EXPECT_EQ(fictlJson({"history", "s"}).document()["history"].size(), 5U);
 }
 
 TEST_F(CLabelTest, AChangeOfNothingOrOfNoSnapshotIsRefused)

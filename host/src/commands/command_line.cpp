@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <utility>
 
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
@@ -181,16 +182,63 @@ std::string shownValue(const SCommandLine& line, const std::string& option, cons
     return line.secrets.contains(option) ? "..." : line.newFiles.contains(option) ? wholePath(value) : value;
 }
 
+// Those of the commands around it may stand behind it, too.
+const CLI::Option* findOption(const CLI::App* command, const std::string& word)
+{
+    if (!word.starts_with('-')) return nullptr;
+    for (; command != nullptr; command = command->get_parent()) {
+        if (const CLI::Option* const option = command->get_option_no_throw(word)) return option;
+    }
+    return nullptr;
+}
+
+/// Follows the words of a command line from one to the next.
+class CWordReader
+{
+  public:
+    explicit CWordReader(const CLI::App& app) : m_command(&app) {}
+
+    void take(const std::string& word)
+    {
+        const CLI::Option* const before = std::exchange(m_awaiting, nullptr);
+        if (before != nullptr) return;
+        const CLI::Option* const option = findOption(m_command, word);
+        if (option != nullptr && option->get_items_expected_max() > 0) m_awaiting = option;
+        if (word.starts_with('-')) return;
+        const auto inner = m_command->get_subcommands([&](const CLI::App* each) { return each->check_name(word); });
+        if (inner.empty()) {
+            ++m_positional;
+        } else {
+            m_command = inner.front();
+        }
+    }
+
+    /// The command that the words have led to.
+    const CLI::App& command() const { return *m_command; }
+    /// The option whose value the next word is; null where it is none.
+    const CLI::Option* awaiting() const { return m_awaiting; }
+    /// How many words were neither commands nor options nor their values.
+    size_t positional() const { return m_positional; }
+
+  private:
+    const CLI::App* m_command;
+    const CLI::Option* m_awaiting = nullptr;
+    size_t m_positional = 0;
+};
+
 // The words, the last one first, as the library takes them. Behind an option that ends in an equals sign it would take
 // the next word for the value, where the empty text is meant.
-std::vector<std::string> wordsOf(int argc, char** argv)
+std::vector<std::string> wordsOf(const CLI::App& app, int argc, char** argv)
 {
     std::vector<std::string> words;
+    CWordReader reader(app);
     bool hasOptions = true;
     for (int i = 1; i < argc; ++i) {
         std::string word = argv[i];
-        hasOptions = hasOptions && word != "--";
-        const bool isEmptied = hasOptions && word.starts_with("--") && word.find('=') + 1 == word.size();
+        const bool isValue = reader.awaiting() != nullptr;
+        reader.take(word);
+        hasOptions = hasOptions && (isValue || word != "--");
+        const bool isEmptied = hasOptions && !isValue && word.starts_with("--") && word.find('=') + 1 == word.size();
         if (isEmptied) word.pop_back();
         words.push_back(std::move(word));
         if (isEmptied) words.emplace_back();
@@ -221,16 +269,6 @@ bool isSnapshotAt(const CLI::App& command, size_t positional)
                                                         {"label", 1},  {"export", 1},  {"diff", 2},   {"history", 1}};
     const auto found = names.find(command.get_name());
     return found != names.end() && positional < found->second;
-}
-
-// Those of the commands around it may stand behind it, too.
-const CLI::Option* findOption(const CLI::App* command, const std::string& word)
-{
-    if (!word.starts_with('-')) return nullptr;
-    for (; command != nullptr; command = command->get_parent()) {
-        if (const CLI::Option* const option = command->get_option_no_throw(word)) return option;
-    }
-    return nullptr;
 }
 
 std::vector<std::string> optionNames(const CLI::App* command)
@@ -287,24 +325,14 @@ SCompletion completionOf(const std::vector<std::string>& words)
     SCommandLine line;
     CLI::App app("", "fictl");
     build(app, line);
-    CLI::App* command = &app;
-    const CLI::Option* awaiting = nullptr;  // its value is the next word
-    size_t positional = 0;
+    CWordReader reader(app);
     for (size_t i = 0; i + 1 < words.size(); ++i) {
-        const CLI::Option* const option = awaiting == nullptr ? findOption(command, words[i]) : nullptr;
-        const bool isValue = awaiting != nullptr;
-        awaiting = option != nullptr && option->get_items_expected_max() > 0 ? option : nullptr;
-        if (isValue || words[i].starts_with('-')) continue;
-        const auto inner = command->get_subcommands([&](const CLI::App* each) { return each->check_name(words[i]); });
-        if (inner.empty()) {
-            ++positional;
-        } else {
-            command = inner.front();
-        }
+        reader.take(words[i]);
     }
-    if (awaiting != nullptr) return {.candidates = valuesOf(*awaiting)};
-    if (words.back().starts_with('-')) return {.candidates = optionNames(command)};
-    return {.candidates = commandNames(*command), .isSnapshot = isSnapshotAt(*command, positional)};
+    if (reader.awaiting() != nullptr) return {.candidates = valuesOf(*reader.awaiting())};
+    if (words.back().starts_with('-')) return {.candidates = optionNames(&reader.command())};
+    return {.candidates = commandNames(reader.command()),
+            .isSnapshot = isSnapshotAt(reader.command(), reader.positional())};
 }
 
 void readCommandLine(int argc, char** argv, SCommandLine& line)
@@ -312,7 +340,7 @@ void readCommandLine(int argc, char** argv, SCommandLine& line)
     CLI::App app("fictl takes, lists, imports and deletes snapshots through a provider", "fictl");
     build(app, line);
     try {
-        app.parse(wordsOf(argc, argv));
+        app.parse(wordsOf(app, argc, argv));
     } catch (const CLI::CallForHelp&) {
         line.output = "table";
         line.run = [text = app.help()](const SContext&) { return SResult{.text = text}; };

@@ -136,7 +136,7 @@ SResult withExit(SResult result, const std::vector<SUnreadable>& unreadable)
 
 SResult documentOf(const SListRequest& request)
 {
-    const auto listed = readList<json>(request, [](SSnapshot&& snapshot) {
+    auto listed = readList<json>(request, [](SSnapshot&& snapshot) {
         json entry = summaryJson(snapshot);
         entry["luns"] = json::array();
         for (const SDevice& device : snapshot.devices) {
@@ -148,8 +148,9 @@ SResult documentOf(const SListRequest& request)
     for (const SUnreadable& entry : listed.unreadable) {
         unreadable.push_back({{"name", entry.name}, {"reason", entry.reason}});
     }
-    return withExit(resultOf({{"snapshots", listed.items}, {"unreadable", std::move(unreadable)}}, ""),
-                    listed.unreadable);
+    json document = {{"unreadable", std::move(unreadable)}};
+    document["snapshots"] = std::move(listed.items);  // which a list in braces would copy
+    return withExit(resultOf(std::move(document), ""), listed.unreadable);
 }
 
 SResult namesOf(const SListRequest& request)

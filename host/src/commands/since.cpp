@@ -1,5 +1,6 @@
 #include "host/src/commands/since.h"
 
+#include <algorithm>
 #include <chrono>
 #include <string_view>
 
@@ -11,36 +12,31 @@ namespace fictl {
 
 namespace {
 
-// A day, or a time as records have it, or the beginning of one.
-bool isTime(const std::string& text)
+// Of a day, of a time as records have it, or of the beginning of one.
+std::optional<UtcTime> timeOf(const std::string& text)
 {
-    constexpr std::string_view FORM = "dddd-dd-ddTdd:dd:ddZ";
+    constexpr std::string_view MIDNIGHT = "0000-00-00T00:00:00Z";
     constexpr size_t DAY = 10;
-    if (text.size() < DAY || text.size() > FORM.size()) return false;
-    for (size_t i = 0; i < text.size(); ++i) {
-        const bool isDigit = text[i] >= '0' && text[i] <= '9';
-        if (FORM[i] == 'd' ? !isDigit : text[i] != FORM[i]) return false;
-    }
-    return true;
+    if (text.size() < DAY || text.size() > MIDNIGHT.size()) return std::nullopt;
+    return utcSecondsOf(text + std::string(MIDNIGHT.substr(text.size())));
 }
 
 }  // namespace
 
 std::string sinceText(const std::string& given)
 {
-    if (given.empty() || isTime(given)) return given;
+    if (given.empty() || timeOf(given)) return given;
     const std::optional<std::chrono::seconds> age = ageOf(given);
-    if (age) return utcSecondsText(std::chrono::system_clock::now() - *age);
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    // An age may be thousands of years, more than nanoseconds count.
+    if (age) return utcSecondsText(now - std::min(*age, now.time_since_epoch()));
     throw EFictl(EExit::USAGE, "--since: \"" + printable(given) + "\" is neither a time nor an age",
                  "give an age such as 90s, 30m, 12h or 2d, or a time such as 2026-01-31 or 2026-01-31T12:00:00Z");
 }
 
 std::optional<UtcTime> sinceTime(const std::string& given)
 {
-    constexpr std::string_view MIDNIGHT = "0000-00-00T00:00:00Z";
-    const std::string text = sinceText(given);
-    if (text.empty()) return std::nullopt;
-    return utcSecondsOf(text + std::string(MIDNIGHT.substr(text.size())));
+    return timeOf(sinceText(given));
 }
 
 }  // namespace fictl

@@ -8,6 +8,13 @@ namespace fictl {
 
 namespace {
 
+using namespace std::chrono_literals;
+using std::chrono::sys_days;
+
+// Nanoseconds reach from 1677 to 2262, and the distance of any two of these times is to be one, too.
+constexpr sys_days EARLIEST = 1970y / 1 / 1;
+constexpr sys_days LATEST = 2200y / 1 / 1;
+
 std::string upToSeconds(UtcTime time)
 {
     const std::time_t whole = std::chrono::floor<std::chrono::seconds>(time).time_since_epoch().count();
@@ -50,7 +57,9 @@ std::optional<UtcTime> utcSecondsOf(const std::string& text)
     std::tm parts = {};
     const char* const end = isInstantText(text) ? strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &parts) : nullptr;
     if (end == nullptr) return std::nullopt;
-    return UtcTime(std::chrono::seconds(timegm(&parts)));
+    const std::chrono::sys_seconds time{std::chrono::seconds(timegm(&parts))};
+    if (time < EARLIEST || time >= LATEST) return std::nullopt;
+    return time;
 }
 
 }  // namespace fictl

@@ -16,7 +16,7 @@ std::string utcSecondsText(UtcTime time);
 
 /// "2026-01-31T12:00:00Z", maybe with a fraction of the second: an instant that reads the same whenever it is listed.
 bool isInstantText(std::string_view text);
-/// The whole seconds of such a text; nothing for any other.
+/// The whole seconds of such a text from 1970 to 2199; nothing for any other.
 std::optional<UtcTime> utcSecondsOf(const std::string& text);
 
 }  // namespace fictl
