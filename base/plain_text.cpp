@@ -1,5 +1,6 @@
 #include "base/plain_text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 namespace base {
@@ -49,12 +50,15 @@ SCharacter firstOf(std::string_view text)
 // Whether every character at the front of the rest has a length.
 bool isAll(std::string_view text, size_t (*lengthOf)(std::string_view))
 {
-    while (!text.empty()) {
+    while (true) {
+        // Most characters are these, one byte each.
+        const auto* const end = std::ranges::find_if(text, [](char c) { return c < ' ' || c > '~'; });
+        text.remove_prefix(static_cast<size_t>(end - text.begin()));
+        if (text.empty()) return true;
         const size_t length = lengthOf(text);
         if (length == 0) return false;
         text.remove_prefix(length);
     }
-    return true;
 }
 
 size_t utf8Length(std::string_view text)

@@ -53,15 +53,15 @@ std::set<std::string> CCatalogReader::names()
 SListing CCatalogReader::list()
 {
     CCollectedRecords records;
-    std::vector<SUnreadable> unreadable = each(records);
+    std::vector<SUnreadable> unreadable = each(records, ERecordParts::ALL);
     return {.snapshots = records.takeAll(), .unreadable = std::move(unreadable)};
 }
 
-std::vector<SUnreadable> CCatalogReader::each(CBaseRecordTaker& taker)
+std::vector<SUnreadable> CCatalogReader::each(CBaseRecordTaker& taker, ERecordParts parts)
 {
     std::vector<SUnreadable> unreadable;
     if (isThere()) {
-        read([&](const base::CSqliteDatabase& database) { unreadable = readAllRecords(database, taker); });
+        read([&](const base::CSqliteDatabase& database) { unreadable = readAllRecords(database, taker, parts); });
     }
     return unreadable;
 }

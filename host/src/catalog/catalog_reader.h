@@ -28,7 +28,7 @@ class CCatalogReader
     /// All records; one that cannot be read hides only itself.
     SListing list();
     /// Gives all records one after the other, and returns those that cannot be read.
-    std::vector<SUnreadable> each(CBaseRecordTaker& taker);
+    std::vector<SUnreadable> each(CBaseRecordTaker& taker, ERecordParts parts);
     /// Nothing when there is none. Throws EFictl (CATALOG) when it cannot be read.
     std::optional<SSnapshot> find(const std::string& name);
     /// Throws EFictl (NOT_FOUND) when there is none, EFictl (CATALOG) when it cannot be read.

@@ -40,6 +40,13 @@ constexpr const char* DEVICES =
     "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, checkpoint, "
     "serial, import_serial, image_asked, position, snapshot FROM device ";
 
+// The same columns, of which those are empty that no list shows: they are most of the bytes.
+constexpr const char* DEVICES_IN_LISTS =
+    "SELECT '', '', '', made, import_path, '', appliance, cgroup, '', '', serial, '', image_asked, position, snapshot "
+    "FROM device ";
+
+constexpr const char* TIMES = "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ";
+
 EMade madeOf(int64_t number)
 {
     if (number < 0 || number > static_cast<int64_t>(EMade::UNKNOWN)) {
@@ -121,10 +128,11 @@ class CRowsBeside
 class CAllRecords
 {
   public:
-    explicit CAllRecords(const base::CSqliteDatabase& database)
+    CAllRecords(const base::CSqliteDatabase& database, ERecordParts parts)
         : m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
-          m_devices(database, std::string(DEVICES) + "ORDER BY snapshot, position", 14),
-          m_times(database, "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ORDER BY snapshot", 0),
+          m_devices(database,
+                    (isForLists(parts) ? DEVICES_IN_LISTS : DEVICES) + std::string("ORDER BY snapshot, position"), 14),
+          m_times(database, TIMES + std::string(isForLists(parts) ? "WHERE FALSE" : "ORDER BY snapshot"), 0),
           m_labels(database, "SELECT snapshot, label_key, label_value FROM label ORDER BY snapshot", 0)
     {
     }
@@ -144,6 +152,8 @@ class CAllRecords
     }
 
   private:
+    static bool isForLists(ERecordParts parts) { return parts == ERecordParts::OF_LISTS; }
+
     SSnapshot readRecord()
     {
         SSnapshot snapshot = readHead(m_heads);
@@ -191,10 +201,11 @@ std::vector<SUnreadable> readOneByOne(const base::CSqliteDatabase& database, CBa
 
 }  // namespace
 
-std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker)
+std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker,
+                                        ERecordParts parts)
 {
     try {
-        return CAllRecords(database).read(taker);
+        return CAllRecords(database, parts).read(taker);
     } catch (const base::ESqlite&) {
         return readOneByOne(database, taker);
     }

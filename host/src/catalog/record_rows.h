@@ -46,9 +46,17 @@ class CBaseRecordTaker
     virtual void take(SSnapshot&& snapshot) = 0;
 };
 
+/// How much of each record is read.
+enum class ERecordParts
+{
+    ALL,
+    OF_LISTS,  ///< without what no list shows of a device: its paths, its target, names of its objects and their times
+};
+
 /// Gives all records that can be read, in order of the names' bytes, and returns the others: one that cannot be read
 /// hides only itself. Throws as the database does.
-std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker);
+std::vector<SUnreadable> readAllRecords(const base::CSqliteDatabase& database, CBaseRecordTaker& taker,
+                                        ERecordParts parts = ERecordParts::ALL);
 
 /// Reads records of a catalog, each by itself: one that cannot be read concerns no other.
 class CRecordRows

@@ -115,11 +115,12 @@ struct SListed
 
 // Says on standard error what is missing.
 template <class Item>
-SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make)
+SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make,
+                       ERecordParts parts = ERecordParts::OF_LISTS)
 {
     CCatalogReader catalog;
     CListItems<Item> items(request, std::move(make));
-    std::vector<SUnreadable> unreadable = catalog.each(items);
+    std::vector<SUnreadable> unreadable = catalog.each(items, parts);
     for (const SUnreadable& entry : unreadable) {
         CProgress::warn(quotedSnapshot(entry.name) + " cannot be read: " + printable(entry.reason) +
                         "; fictl catalog check tells more");
@@ -189,7 +190,8 @@ SResult tableOf(const SListRequest& request)
 SResult pictureOf(const SListRequest& request)
 {
     const CCatalogReader open;  // shows which processes are at work
-    auto listed = readList<SSnapshot>(request, [](SSnapshot&& snapshot) { return std::move(snapshot); });
+    auto listed = readList<SSnapshot>(
+        request, [](SSnapshot&& snapshot) { return std::move(snapshot); }, ERecordParts::ALL);
     const SListing listing = {.snapshots = std::move(listed.items), .unreadable = std::move(listed.unreadable)};
     const SCatalogView catalog = viewCatalog();
     const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());

@@ -22,7 +22,8 @@ void makeShowable(Rows& rows)
 {
     for (std::vector<std::string>& row : rows) {
         for (std::string& cell : row) {
-            cell = cell.empty() ? "-" : printable(cell);
+            if (cell.empty()) cell = "-";
+            if (!isPlainText(cell)) cell = printable(cell);
         }
     }
 }
@@ -94,11 +95,16 @@ std::string formatTable(Rows rows, size_t lineWidth)
     std::vector<size_t> widths = widthsOf(rows);
     if (lineWidth != 0 && !widths.empty()) fit(widths, lineWidth);
     std::string text;
-    for (const std::vector<std::string>& row : rows) {
+    for (std::vector<std::string>& row : rows) {
         for (size_t i = 0; i < row.size(); ++i) {
-            const std::string cell = cutToWidth(row[i], widths[i]);
+            std::string& cell = row[i];
+            size_t width = displayWidth(cell);
+            if (width > widths[i]) {
+                cell = cutToWidth(cell, widths[i]);
+                width = displayWidth(cell);
+            }
             text += cell;
-            if (i + 1 < row.size()) text.append(widths[i] - displayWidth(cell) + GAP, ' ');
+            if (i + 1 < row.size()) text.append(widths[i] - width + GAP, ' ');
         }
         text += '\n';
     }

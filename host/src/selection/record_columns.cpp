@@ -12,11 +12,15 @@ namespace fictl {
 
 namespace {
 
-std::string joined(const std::set<std::string, SNameOrder>& texts)
+// The texts in order of names, which compares two of them at a cost: no more often than it takes.
+std::string joined(const std::set<std::string>& texts)
 {
+    std::vector<std::string_view> sorted(texts.begin(), texts.end());
+    std::ranges::sort(sorted, SNameOrder());
     std::string list;
-    for (const std::string& text : texts) {
-        list += (list.empty() ? "" : ",") + text;
+    for (const std::string_view text : sorted) {
+        if (!list.empty()) list += ',';
+        list += text;
     }
     return list;
 }
@@ -24,7 +28,7 @@ std::string joined(const std::set<std::string, SNameOrder>& texts)
 template <class TextOf>
 std::string ofDevices(const SSnapshot& snapshot, TextOf textOf)
 {
-    std::set<std::string, SNameOrder> texts;
+    std::set<std::string> texts;
     for (const SDevice& device : snapshot.devices) {
         if (const std::string& text = textOf(device); !text.empty()) texts.insert(text);
     }
@@ -72,9 +76,9 @@ const SRecordColumn& columnOf(const std::string& name)
 
 std::string groupNames(const SSnapshot& snapshot)
 {
-    std::set<std::string, SNameOrder> names;
-    for (const GroupKey& group : snapshot.groups()) {
-        names.insert(group.first + "/" + group.second);
+    std::set<std::string> names;
+    for (const SDevice& device : snapshot.devices) {
+        names.insert(device.state.applianceName + "/" + device.state.consistencyGroup);
     }
     return joined(names);
 }
