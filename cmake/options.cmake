@@ -38,6 +38,8 @@ if(CDPFI_SANITIZE)
   endif()
   if(CDPFI_SANITIZE MATCHES address)
     add_library(cdpfi_sanitizer_defaults OBJECT ${CMAKE_CURRENT_LIST_DIR}/sanitizer_defaults.c)
+    # Programs that go without a sanitizer have it, too.
+    target_compile_options(cdpfi_sanitizer_defaults PRIVATE -fno-sanitize=all)
     link_libraries($<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:$<TARGET_OBJECTS:cdpfi_sanitizer_defaults>>)
   endif()
   if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
