@@ -5,7 +5,7 @@ import shutil
 import sqlite3
 import subprocess
 
-from sweep.site import DEADLINE, Failure, Site, need
+from sweep.site import DEADLINE, Failure, Site, need, wait_for
 
 # The page calls the devices of the production host by these names, and their copies on any host by the others.
 DEVICES = {"/dev/sdb": "data", "/dev/sdc": "journal", "/dev/sdd": "ledger"}
@@ -136,14 +136,21 @@ class Place(Site):
         except subprocess.TimeoutExpired as error:
             raise Failure("no command of the page ended the process that it is about") from error
 
-    def killed(self, host, words, fault):
-        """A command of fictl that is killed when the fault has struck."""
-        self.lmadm("fault", "arm", *fault)
+    def killed_behind(self, host, words, command):
+        """A command of fictl that is killed when the appliance has carried out what it asked for and does not answer."""
+        before = self.copies()
+        self.lmadm("fault", "arm", "hang-after", "--match", command)
         process = self.begin([self.bin / "fictl", *words.split()], host)
         self.wait_for_fault()
+        wait_for(lambda: self.copies() != before, f"the effect of {command}")
         process.kill()
         process.wait()
         self.lmadm("fault", "clear")
+
+    def copies(self):
+        """What the appliances have of the groups' content."""
+        return [self.lmadm_json("--appliance", appliance, "group", "show", group)
+                for appliance, group in sorted(set(self.LUNS.values()))]
 
     def wait_for_fault(self):
         # Every command that is struck is noted before the fault has its effect; the tool then does not answer.

@@ -130,8 +130,7 @@ def silent_appliance(place):
 
 @scenario("is in the catalog already (interrupted)")
 def killed_creation(place):
-    place.killed("production", "snapshot create nightly /dev/sdb /dev/sdd",
-                 ("hang-after", "--match", "alpha: create annotation"))
+    place.killed_behind("production", "snapshot create nightly /dev/sdb /dev/sdd", "alpha: create annotation")
     yield
 
 
@@ -207,7 +206,7 @@ def imported_elsewhere(place):
 @scenario("import-interrupted")
 def killed_import(place):
     place.carried()
-    place.killed("backup", "snapshot import nightly", ("hang-after", "--match", "alpha: create timeimage"))
+    place.killed_behind("backup", "snapshot import nightly", "alpha: create timeimage")
     yield
 
 
@@ -348,8 +347,7 @@ def without_a_record(place):
 
 @scenario("What has become of this snapshot")
 def asking_the_history(place):
-    place.killed("production", "snapshot create nightly /dev/sdb",
-                 ("hang-after", "--match", "create annotation"))
+    place.killed_behind("production", "snapshot create nightly /dev/sdb", "create annotation")
     place.given("production", "snapshot delete nightly")
     yield
 
