@@ -29,8 +29,18 @@ TEST(ShellWords, AnOptionHasTheValueBehindItOrBehindAnEqualsSign)
     EXPECT_EQ(valuesOf({"a", "--files", "b"}, "--file"), Words{});
 }
 
-TEST(ShellWords, ACommandIsTwoWordsSideBySide)
+TEST(ShellWords, ACommandIsTwoWordsWhateverOptionsStandBetween)
 {
+    for (const char* const line :
+         {"fictl snapshot export s", "fictl snapshot --verbose export s", "fictl snapshot -o json export s",
+          "fictl -o json snapshot --output=json export s", "fictl --provider x snapshot --timeout 9 --record r export",
+          "fictl snapshot -ojson export s", "/usr/bin/fictl --provider snapshot snapshot --dry-run export s"}) {
+        EXPECT_TRUE(hasCommand(shellWords(line), "snapshot", "export")) << line;
+    }
+    for (const char* const line : {"fictl snapshot show snapshot export", "fictl -o snapshot export",
+                                   "fictl snapshot -o export s", "fictl snapshot", "snapshot export", ""}) {
+        EXPECT_FALSE(hasCommand(shellWords(line), "snapshot", "export")) << line;
+    }
     EXPECT_TRUE(hasCommand({"fictl", "--verbose", "snapshot", "export", "s"}, "snapshot", "export"));
     EXPECT_FALSE(hasCommand({"fictl", "snapshot", "show", "export"}, "snapshot", "export"));
     EXPECT_FALSE(hasCommand({}, "snapshot", "export"));

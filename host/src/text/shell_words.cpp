@@ -4,6 +4,13 @@
 
 namespace fictl {
 
+namespace {
+
+// The options of all commands, which alone may stand before a command's words, that have their value behind them.
+constexpr const char* WITH_VALUE[] = {"-o", "--output", "--provider", "--timeout", "--record"};
+
+}  // namespace
+
 std::vector<std::string> shellWords(const std::string& line)
 {
     std::vector<std::string> words;
@@ -51,10 +58,15 @@ std::vector<std::string> valuesOf(const std::vector<std::string>& words, const s
 
 bool hasCommand(const std::vector<std::string>& words, const std::string& group, const std::string& name)
 {
-    for (size_t i = 0; i + 1 < words.size(); ++i) {
-        if (words[i] == group && words[i + 1] == name) return true;
+    std::vector<std::string> command;
+    for (size_t i = 1; i < words.size() && command.size() < 2; ++i) {
+        if (!words[i].starts_with('-')) {
+            command.push_back(words[i]);
+        } else if (std::ranges::find(WITH_VALUE, words[i]) != std::end(WITH_VALUE)) {
+            ++i;
+        }
     }
-    return false;
+    return command == std::vector<std::string>{group, name};
 }
 
 }  // namespace fictl

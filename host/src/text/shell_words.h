@@ -11,7 +11,8 @@ std::vector<std::string> shellWords(const std::string& line);
 std::vector<std::string> separatedWords(const std::string& text, const char* separators);
 /// What an option was given: "--file FILE" and "--file=FILE".
 std::vector<std::string> valuesOf(const std::vector<std::string>& words, const std::string& option);
-/// Whether a command such as "snapshot", "export" stands there.
+/// Whether the words, the program's first, are a command such as "snapshot", "export": options of all commands may
+/// stand before either.
 bool hasCommand(const std::vector<std::string>& words, const std::string& group, const std::string& name);
 
 }  // namespace fictl
