@@ -224,9 +224,27 @@ TEST_F(CPruneTest, EachDeletionIsAnEntryOfTheHistoryUnderItsName)
         EXPECT_EQ(entry["objects"][0]["verb"], "delete");
         EXPECT_EQ(entry["objects"][0]["outcome"], "sure");
     }
-    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 5U);
+}
+
+TEST_F(CPruneTest, IsAnEntryOfTheHistoryAlsoWhenThereIsNothingToDelete)
+{
+    createThree();
     ASSERT_EQ(prune({"--keep-last", "1"}).exit, 0);
-    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 5U) << "nothing was changed";
+    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 6U) << "three creations, and two deletions";
+    const json before = fictlJson({"history"}).document()["history"][3];
+    EXPECT_EQ(before["snapshot"], nullptr);
+    EXPECT_EQ(before["exit"]["name"], "ok");
+    EXPECT_EQ(before["objects"], json::array()) << "they are those of its deletions";
+    EXPECT_EQ(before["commands"], json::array());
+    EXPECT_EQ(before["looks"], 0);
+    ASSERT_EQ(prune({"--keep-last", "1"}).exit, 0);
+    const json history = fictlJson({"history"}).document()["history"];
+    ASSERT_EQ(history.size(), 7U);
+    EXPECT_EQ(history[6]["command"], "fictl --provider " + provider() + " snapshot prune --keep-last 1");
+    EXPECT_EQ(history[6]["snapshot"], nullptr);
+    EXPECT_EQ(history[6]["state"], "ended");
+    EXPECT_EQ(prune({}).exit, 2);
+    EXPECT_EQ(fictlJson({"history"}).document()["history"].size(), 7U) << "it came to nothing";
 }
 
 TEST_F(CPruneTest, WhatChangedMeanwhileIsLeftAlone)

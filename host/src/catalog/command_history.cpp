@@ -83,7 +83,8 @@ void enterAnswer(std::vector<SHistoryObject>& objects, const SHistoryObject& ans
 EHistory::~EHistory() = default;
 
 CCommandHistory::CCommandHistory(const std::string& command)
-    : m_listening([this](const SRunRecord& run, const obzx_run& whole) { addRun(run, creationTimeIn(run, whole)); })
+    : m_whole(g_current),
+      m_listening([this](const SRunRecord& run, const obzx_run& whole) { addRun(run, creationTimeIn(run, whole)); })
 {
     const UtcTime now = std::chrono::system_clock::now();
     m_entry.started = utcSecondsText(now);
@@ -94,7 +95,7 @@ CCommandHistory::CCommandHistory(const std::string& command)
 
 CCommandHistory::~CCommandHistory()
 {
-    g_current = nullptr;
+    g_current = m_whole;
 }
 
 CCommandHistory* CCommandHistory::current()
@@ -165,6 +166,7 @@ void CCommandHistory::settleCheckpoints(const SSnapshot& snapshot)
 
 void CCommandHistory::addRun(const SRunRecord& run, const std::string& creationTime)
 {
+    if (this != g_current) return;
     const std::lock_guard guard(m_runLock);
     if (!creationTime.empty()) enterCreationTime(run, creationTime);
     const std::optional<SHistoryObject> change = changeOf(run);

@@ -19,9 +19,10 @@ namespace fictl {
  * that it may have made. A command that changed nothing in the catalog is entered as a whole at its end, provided that
  * it came as far as opening it.
  *
- * A history that cannot be written is told on standard error, once, and keeps no command from its work. One at a time
- * in a process, made before any run log; addRun may be called from any thread, all else by one
- * at a time.
+ * A history that cannot be written is told on standard error, once, and keeps no command from its work. A part of a
+ * command may be entered for itself: the part's one is made while that of the command is there, and whatever happens
+ * until it is gone is the part's alone. The first is made before any run log; addRun may be called from any thread, all
+ * else by one at a time.
  */
 class CCommandHistory
 {
@@ -32,7 +33,7 @@ class CCommandHistory
     CCommandHistory(const CCommandHistory&) = delete;
     CCommandHistory& operator=(const CCommandHistory&) = delete;
 
-    /// The one of this process; null when its command is not entered.
+    /// The one of what this process does now; null when that is not entered.
     static CCommandHistory* current();
 
     /// The catalog that was opened; kept open until the end, so that it is opened and closed once.
@@ -63,6 +64,7 @@ class CCommandHistory
     void resolve(bool isSuccess);
     void writeEnd();
 
+    CCommandHistory* const m_whole;  // the command that this one is a part of; null for a command
     SHistoryEntry m_entry;
     std::string m_path;
     std::shared_ptr<base::CSqliteDatabase> m_database;  // null: nothing is to be entered, or no more

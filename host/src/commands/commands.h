@@ -73,8 +73,8 @@ inline constexpr SCommand COMMANDS[] = {
     {"snapshot", "import", "Make the copies of a snapshot show on this host", declareImport, true, true},
     {"snapshot", "release", "Give the copies on this host back; the checkpoints stay", declareRelease, true, true},
     {"snapshot", "delete", "Delete a snapshot, or what an interrupted one left behind", declareDelete, true, true},
-    // Each of its deletions is an entry of its own.
-    {"snapshot", "prune", "Delete the snapshots that no rule keeps", declarePrune, false, true},
+    // Each of its deletions is a further entry.
+    {"snapshot", "prune", "Delete the snapshots that no rule keeps", declarePrune, true, true},
     {"snapshot", "list", "List the snapshots of this host's catalog", declareList, false, false, "name"},
     {"snapshot", "show", "Show a snapshot's record", declareShow, false},
     {"snapshot", "diff", "Tell in what two snapshots differ", declareDiff, false},

@@ -72,6 +72,7 @@ class CPruning
     SResult run()
     {
         SListing listing = CCatalogReader().list();
+        if (!isDry()) beginEntry();
         for (const SUnreadable& entry : listing.unreadable) {
             CProgress::warn(quotedSnapshot(entry.name) + " cannot be read and stays: " + printable(entry.reason) +
                             "; fictl catalog check tells more");
@@ -85,6 +86,16 @@ class CPruning
 
   private:
     bool isDry() const { return !m_context.dryRun.empty(); }
+
+    // A rotation is an entry of its own, also when it finds nothing to delete: who watches sees that it took place.
+    static void beginEntry()
+    {
+        try {
+            CCatalog().beginHistory();
+        } catch (const EFictl& error) {
+            CProgress::warn(std::string("this rotation is not in the history: ") + error.what());
+        }
+    }
 
     SPruned remove(const SRotated& snapshot)
     {
@@ -128,7 +139,7 @@ class CPruning
         return std::nullopt;
     }
 
-    // Each deletion is an entry of the history, found under the snapshot's name.
+    // Each deletion is a further entry of the history, found under the snapshot's name.
     void removeEntered(const std::string& name)
     {
         const auto start = std::chrono::steady_clock::now();
