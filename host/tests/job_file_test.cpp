@@ -14,7 +14,6 @@ namespace fictl {
 namespace {
 
 using namespace std::chrono_literals;
-using Words = std::vector<std::string>;
 
 const std::string WHOLE =
     "# the database\n"
@@ -43,18 +42,28 @@ TEST(JobFile, IsReadWhole)
 {
     const SJob job = parseJob("db", WHOLE);
     EXPECT_EQ(job.name, "db");
-    EXPECT_EQ(job.snapshot, "db-{date}-{n}");
-    EXPECT_EQ(job.devices, (Words{"/dev/sdb", "/dev/sdc"}));
-    EXPECT_EQ(job.pruneOptions, (Words{"--keep-daily", "7", "--keep-weekly", "4"}));
-    EXPECT_EQ(job.every, 24h);
-    EXPECT_EQ(job.grace, 90min);
+    EXPECT_EQ(job.creation.every, 24h);
+    EXPECT_EQ(job.creation.grace, 90min);
 }
 
 TEST(JobFile, HasAQuarterOfEveryAsItsGrace)
 {
-    EXPECT_EQ(parseJob("db", SHORTEST).grace, 3h);
-    EXPECT_EQ(parseJob("db", SHORTEST + "\nGRACE=0s\n").grace, 0h);
-    EXPECT_EQ(parseJob("db", SHORTEST).pruneOptions, Words{});
+    EXPECT_EQ(parseJob("db", SHORTEST).creation.grace, 3h);
+    EXPECT_EQ(parseJob("db", SHORTEST + "\nGRACE=0s\n").creation.grace, 0h);
+}
+
+TEST(JobFile, HasARotationEachDayWhereThereAreOptionsForIt)
+{
+    EXPECT_FALSE(parseJob("db", SHORTEST).rotation);
+    EXPECT_FALSE(parseJob("db", SHORTEST + "\nPRUNE_OPTIONS=' '\nPRUNE_EVERY=7d\n").rotation);
+    const std::optional<SPace> daily = parseJob("db", WHOLE).rotation;
+    ASSERT_TRUE(daily);
+    EXPECT_EQ(daily->every, 24h);
+    EXPECT_EQ(daily->grace, 6h);
+    const std::optional<SPace> weekly = parseJob("db", WHOLE + "PRUNE_EVERY=7d\n").rotation;
+    ASSERT_TRUE(weekly);
+    EXPECT_EQ(weekly->every, 168h);
+    EXPECT_EQ(weekly->grace, 42h);
 }
 
 TEST(JobFile, IsTakenByAShellAsItIsTakenHere)
@@ -93,12 +102,16 @@ TEST(JobFile, ThatIsNotAsItHasToBeIsRefused)
         {"THAW='it'\\''s'", "line 4: a single quote or a backslash does not stand in single quotes"},
         {"THAW='a\\\n b'", "line 4: the quote does not end the line"},
         {"EVERY=1d", "line 4: EVERY is given twice"},
+        {"# the database \\", "line 4: a comment does not end in a backslash"},
+        {"  #\\", "line 4: a comment does not end in a backslash"},
         {"GRACE=1h\r", "line 4: it holds a control character, or is not UTF-8"},
         {"THAW='\xff'", "line 4: it holds a control character, or is not UTF-8"},
         {"GRACE=1 h", "line 4: a value with other characters than letters, digits and _./:@%+,{}- stands in quotes"},
         {"GRACE=2w", "GRACE is no time such as 30m, 12h or 1d of at most 366d"},
         {"GRACE=367d", "GRACE is no time such as 30m, 12h or 1d of at most 366d"},
         {"GRACE=", "GRACE is no time such as 30m, 12h or 1d of at most 366d"},
+        {"PRUNE_EVERY=0d", "PRUNE_EVERY is no time at all"},
+        {"PRUNE_EVERY=week", "PRUNE_EVERY is no time such as 30m, 12h or 1d of at most 366d"},
         {"FREEZE=true", "FREEZE and THAW belong together"},
         {"CREATE_OPTIONS=\"--note 'a b'\"",
          "CREATE_OPTIONS holds a quote, a backslash or one of *?[, which are no part of a word"},

@@ -57,6 +57,73 @@ TEST(JobRuns, AreNoOtherCommandsAndNoOtherLabels)
         historyOf({entryOf("fictl snapshot create --label=job=db s /dev/sdb", 0, "at noon")}).creations.empty());
 }
 
+TEST(JobRuns, AreInOrderOfTheirStartsWhateverTheClockDidBetween)
+{
+    const std::string create = "fictl snapshot create --label=job=db s /dev/sdb";
+    const SJobHistory history =
+        historyOf({entryOf(create, 0, "2026-01-31T12:00:00Z"), entryOf(create, 1, "2026-01-30T12:00:00Z"),
+                   entryOf(create, 2, "2026-01-31T11:00:00Z")});
+    std::vector<int> exits;
+    for (const SJobRun& run : history.creations.at("db")) {
+        exits.push_back(run.exit);
+    }
+    EXPECT_EQ(exits, (std::vector<int>{1, 2, 0}));
+}
+
+SSnapshot snapshotOf(const std::string& name, const std::string& created)
+{
+    SSnapshot snapshot;
+    snapshot.name = name;
+    snapshot.state = EState::COMPLETE;
+    snapshot.created = created;
+    snapshot.origin = "created";
+    snapshot.labels = {{"job", "db"}};
+    return snapshot;
+}
+
+TEST(JobRuns, WhereTheHistoryKnowsNoneTheLatestWholeSnapshotStandsForOne)
+{
+    std::vector<SSnapshot> snapshots = {
+        snapshotOf("s1", "2026-01-01T12:00:00Z"),    snapshotOf("s2", "2026-01-03T12:00:00Z"),
+        snapshotOf("s3", "2026-01-02T12:00:00Z"),    snapshotOf("partial", "2026-01-05T12:00:00Z"),
+        snapshotOf("other", "2026-01-06T12:00:00Z"), snapshotOf("foreign", "2026-01-07T12:00:00Z")};
+    snapshots[3].state = EState::PARTIAL;
+    snapshots[4].labels = {{"job", "other"}};
+    snapshots[5].origin = "received";
+    const std::vector<SJobRun> runs = creationsOf("db", {}, snapshots);
+    ASSERT_EQ(runs.size(), 1U);
+    EXPECT_EQ(runs[0].snapshot, "s2");
+    EXPECT_EQ(runs[0].started, *utcSecondsOf("2026-01-03T12:00:00Z"));
+    EXPECT_EQ(runs[0].end, ERunEnd::GOOD);
+    EXPECT_TRUE(creationsOf("none", {}, snapshots).empty());
+    const SJobHistory known = historyOf({entryOf("fictl snapshot create --label=job=db s /dev/sdb", 8)});
+    ASSERT_EQ(creationsOf("db", known, snapshots).size(), 1U);
+    EXPECT_EQ(creationsOf("db", known, snapshots)[0].exit, 8) << "what the history knows counts";
+}
+
+TEST(JobRuns, OfARotationIsTheEntryWithoutASnapshot)
+{
+    const std::string prune = "fictl snapshot prune --label=job=db --keep-last 1";
+    const SHistoryEntry deletion = entryOf(prune, 5, "2026-01-31T12:00:01Z");
+    SHistoryEntry whole = entryOf(prune, 10);
+    whole.snapshot = "";
+    const std::vector<SJobRun> rotations = rotationsOf("db", historyOf({whole, deletion}));
+    ASSERT_EQ(rotations.size(), 1U);
+    EXPECT_EQ(rotations[0].exit, 10);
+    EXPECT_TRUE(rotationsOf("other", historyOf({whole})).empty());
+}
+
+TEST(JobRuns, WhereNoRotationWasEnteredTheLastDeletionStandsForOne)
+{
+    const std::string prune = "fictl snapshot prune --label=job=db --keep-last 1";
+    SHistoryEntry later = entryOf(prune, 0, "2026-02-01T12:00:00Z");
+    later.snapshot = "a";
+    const std::vector<SJobRun> rotations = rotationsOf("db", historyOf({entryOf(prune), later}));
+    ASSERT_EQ(rotations.size(), 1U);
+    EXPECT_EQ(rotations[0].started, *utcSecondsOf("2026-02-01T12:00:00Z"));
+    EXPECT_TRUE(rotationsOf("db", {}).empty());
+}
+
 TEST(JobRuns, OfARotationTheLastDeletionOfEachSnapshotCounts)
 {
     const std::string prune = "fictl snapshot prune --label=job=db --keep-last 1";

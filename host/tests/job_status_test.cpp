@@ -22,8 +22,7 @@ SJobRun run(int64_t started, ERunEnd end = ERunEnd::GOOD)
     return {.started = at(started), .end = end};
 }
 
-// A job of each hundred seconds, with ten of grace; its file was changed at 0.
-const SJob JOB = {.name = "db", .every = 100s, .grace = 10s, .since = at(0)};
+const SPace PACE = {.every = 100s, .grace = 10s};
 
 /// "missed; last 0 good 0 due 100; missing 100-150!"
 std::string textOf(const SJobStatus& status)
@@ -68,23 +67,43 @@ TEST(JobStatus, IsToldByTheRunsAndTheTime)
         {{run(0), run(900)}, 50, "ok; last 0 good 0 due 100"},
     };
     for (const SCase& each : cases) {
-        EXPECT_EQ(textOf(judgeJob(JOB, each.runs, at(each.now))), each.status) << each.now;
+        EXPECT_EQ(textOf(judgeRuns(PACE, at(0), each.runs, at(each.now))), each.status) << each.now;
     }
 }
 
-/// Second by second: one in which the run before began EVERY ago or longer lacks one; as many of them in a row as GRACE
-/// has are forgiven.
-std::vector<SMissingRun> missingByReference(const SJob& job, const std::vector<SJobRun>& runs, int64_t now)
+TEST(JobStatus, WhatWasDueBeforeTheFileWasChangedIsDueThen)
+{
+    const std::vector<SJobRun> weekly = {run(0), run(700), run(1400)};
+    EXPECT_EQ(textOf(judgeRuns(PACE, at(1900), weekly, at(1901))), "ok; last 1400 good 1400 due 1900");
+    EXPECT_EQ(textOf(judgeRuns(PACE, at(1900), weekly, at(1910))), "ok; last 1400 good 1400 due 1900");
+    EXPECT_EQ(textOf(judgeRuns(PACE, at(1900), weekly, at(1911))),
+              "missed; last 1400 good 1400 due 1900; missing 1900-1911!");
+    EXPECT_EQ(textOf(judgeRuns(PACE, at(1450), weekly, at(1460))), "ok; last 1400 good 1400 due 1500")
+        << "a change between two runs moves none";
+}
+
+TEST(JobStatus, KnowsTheLastRunThatHasEndedBesideTheLast)
+{
+    const SJobStatus status = judgeRuns(PACE, at(0), {run(0, ERunEnd::FAILED), run(50, ERunEnd::RUNNING)}, at(60));
+    ASSERT_TRUE(status.lastEnded);
+    EXPECT_EQ(status.lastEnded->started, at(0));
+    EXPECT_EQ(status.last->started, at(50));
+}
+
+/// Second by second: one after the file's change in which the run before began EVERY ago or longer lacks one; as many
+/// of them in a row as GRACE has are forgiven.
+std::vector<SMissingRun> missingByReference(const SPace& pace, UtcTime since, const std::vector<SJobRun>& runs,
+                                            int64_t now)
 {
     std::vector<SMissingRun> all;
     std::optional<UtcTime> before;
-    if (runs.empty() || runs.front().started > at(now)) before = job.since;
+    if (runs.empty() || runs.front().started > at(now)) before = since;
     bool isInside = false;
     for (int64_t second = 0; second < now; ++second) {
         for (const SJobRun& each : runs) {
             if (each.started == at(second)) before = at(second);
         }
-        const bool isLacking = before && at(second) - *before >= job.every;
+        const bool isLacking = before && at(second) - *before >= pace.every && at(second) >= since;
         if (isLacking && !isInside) all.push_back({.from = at(second)});
         isInside = isLacking;
         if (isLacking) all.back().until = at(second + 1);
@@ -95,7 +114,7 @@ std::vector<SMissingRun> missingByReference(const SJob& job, const std::vector<S
         for (const SJobRun& other : runs) {
             if (other.started == at(now)) each.isOverdue = false;
         }
-        if (each.until - each.from > job.grace) missing.push_back(each);
+        if (each.until - each.from > pace.grace) missing.push_back(each);
     }
     return missing;
 }
@@ -106,15 +125,16 @@ TEST(JobStatus, MissesWhatAPlainReferenceMisses)
     const auto upTo = [&](int64_t most) { return std::uniform_int_distribution<int64_t>(0, most)(random); };
     size_t found = 0;
     for (int round = 0; round < 5000; ++round) {
-        const SJob job = {.every = Second(1 + upTo(30)), .grace = Second(upTo(10)), .since = at(0)};
+        const SPace pace = {.every = Second(1 + upTo(30)), .grace = Second(upTo(10))};
+        const UtcTime since = at(upTo(100));
         std::vector<SJobRun> runs;
         for (int64_t second = upTo(60); second < 200; second += 1 + upTo(50)) {
             runs.push_back(run(second, static_cast<ERunEnd>(upTo(3))));
         }
         const int64_t now = upTo(200);
-        const SJobStatus status = judgeJob(job, runs, at(now));
+        const SJobStatus status = judgeRuns(pace, since, runs, at(now));
         SJobStatus reference = status;
-        reference.missing = missingByReference(job, runs, now);
+        reference.missing = missingByReference(pace, since, runs, now);
         ASSERT_EQ(textOf(status), textOf(reference)) << "round " << round << ", now " << now;
         const bool isOverdue = !reference.missing.empty() && reference.missing.back().isOverdue;
         ASSERT_EQ(status.state == EJobState::MISSED, isOverdue) << "round " << round;

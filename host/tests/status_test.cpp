@@ -27,6 +27,17 @@ class CStatusTest : public CCatalogTest
     {
         addJob(name, "SNAPSHOT=\"" + name + "-{n}\"\nDEVICES=\"/dev/fake1\"\nEVERY=1d\n", hours);
     }
+    void addRotatedJob(const std::string& name, int hours = 0) const
+    {
+        addJob(name,
+               "SNAPSHOT=\"" + name + "-{n}\"\nDEVICES=\"/dev/fake1\"\nEVERY=1d\nPRUNE_OPTIONS=\"--keep-last 1\"\n",
+               hours);
+    }
+    /// A rotation of a job, as its unit makes one.
+    int prune(const std::string& job) const
+    {
+        return fictl({"snapshot", "prune", "--label", "job=" + job, "--keep-last", "1"}).exit;
+    }
     /// A run of a job, as its unit makes one.
     int run(const std::string& job, const std::string& snapshot) const
     {
@@ -123,11 +134,12 @@ TEST_F(CStatusTest, TellsForPeopleWhatThereIs)
                   "NEEDS A LOOK    WHY                NEXT\n"
                   "snapshot other  it is interrupted  fictl snapshot delete other\n"
                   "\n"
-                  "JOB  STATE  LAST RUN              EXIT  LAST GOOD RUN         NEXT DUE              SNAPSHOTS\n"
+                  "JOB  STATE  LAST RUN              EXIT  LAST GOOD RUN         NEXT DUE              SNAPSHOTS  LAST "
+                  "ROTATION\n"
                   "db   ok     " +
                   job["last_run"]["started"].get<std::string>() + "  0     " +
                   job["last_good_run"]["started"].get<std::string>() + "  " + job["next_due"].get<std::string>() +
-                  "  2\n");
+                  "  2          -\n");
 }
 
 TEST_F(CStatusTest, AFailedRunIsToldUntilOneIsGood)
@@ -205,6 +217,8 @@ TEST_F(CStatusTest, ThatNobodyUnderstandsAJobIsAConcern)
 {
     addJob("db", "SNAPSHOT=db\nEVRY=1d\n");
     addJob("no name", "SNAPSHOT=db\n");
+    addJob(".#db", "an editor's lock");
+    addJob("", "hidden, too");
     base_test::writeFile(m_root + "/etc/qz/jobs/README", "no job");
     fs::create_directories(m_root + "/etc/qz/jobs/folder.env");
     EXPECT_EQ(status().exit, 8);
@@ -244,6 +258,142 @@ TEST_F(CStatusTest, ARotationThatFailedIsToldAsLongAsTheSnapshotIsThere)
     EXPECT_EQ(status().exit, 0) << "the job has its snapshots";
     EXPECT_EQ(fictl({"snapshot", "delete", "db-1", "--even-if-in-use"}).exit, 0);
     EXPECT_EQ(concerns(), Lines{});
+    passHours(1);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    EXPECT_EQ(concerns(), Lines{}) << "it is another one of that name";
+}
+
+TEST_F(CStatusTest, OptionsMayStandBetweenTheWordsOfARun)
+{
+    addDailyJob("db");
+    ASSERT_EQ(fictl({"snapshot", "--verbose", "-o", "json", "--timeout", "60", "create", "--label=job=db", "db-1",
+                     "/dev/fake1"})
+                  .exit,
+              0);
+    EXPECT_EQ(jobStates(), Lines{"db ok"});
+}
+
+TEST_F(CStatusTest, AFailureIsThatOfTheLastRunThatHasEnded)
+{
+    addDailyJob("db");
+    arm("make:g1 fail busy\n");
+    EXPECT_EQ(run("db", "db-1"), 8);
+    arm("make:g1 wait here\n");
+    startHeld({"snapshot", "create", "db-2", "/dev/fake1", "--label=job=db"});
+    release();
+    waitForFile("here.reached");
+    EXPECT_EQ(jobStates(), Lines{"db failed"});
+    EXPECT_TRUE(concerns()[0].starts_with("db: its last run failed: snapshot \"db-1\": ")) << concerns()[0];
+    EXPECT_TRUE(concerns()[0].ends_with("; fictl history db-1")) << concerns()[0];
+    touch("here");
+    EXPECT_EQ(finish().exit, 0);
+    EXPECT_EQ(jobStates(), Lines{"db ok"});
+}
+
+TEST_F(CStatusTest, AJobWhoseRunsAreNotInTheHistoryAnyMoreIsJudgedByItsSnapshots)
+{
+    addJob("db", "SNAPSHOT=db-{n}\nDEVICES=/dev/fake1\nEVERY=31d\n", 2000);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    passHours(24 * 30);
+    change("DELETE FROM history");
+    EXPECT_EQ(jobStates(), Lines{"db ok"});
+    EXPECT_EQ(document()["jobs"][0]["last_run"]["snapshot"], "db-1");
+    passHours(24 * 10);
+    EXPECT_EQ(jobStates(), Lines{"db missed"});
+}
+
+TEST_F(CStatusTest, ARotationIsSeenAlsoWhenItHasNothingToDelete)
+{
+    addRotatedJob("db", 25);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    EXPECT_EQ(jobStates(), Lines{"db ok"}) << "none is missed yet";
+    EXPECT_EQ(document()["jobs"][0]["rotation"]["last_run"], nullptr);
+    EXPECT_EQ(prune("db"), 0);
+    const json rotation = document()["jobs"][0]["rotation"];
+    EXPECT_EQ(rotation["state"], "ok");
+    EXPECT_EQ(rotation["last_run"]["end"], "good");
+    EXPECT_EQ(rotation["every_seconds"], 86400);
+    EXPECT_EQ(rotation["grace_seconds"], 21600);
+    EXPECT_NE(status().out.find("  1          " + rotation["last_run"]["started"].get<std::string>() + "\n"),
+              std::string::npos)
+        << status().out;
+    const std::string numbers = status({"--output", "openmetrics"}).out;
+    EXPECT_NE(numbers.find("\nfictl_job_last_rotation_exit_code{job=\"db\"} 0\n"), std::string::npos) << numbers;
+    EXPECT_NE(numbers.find("\nfictl_job_next_rotation_due_timestamp_seconds{job=\"db\"} "), std::string::npos);
+}
+
+TEST_F(CStatusTest, AMissedRotationIsToldWithTheTimeSinceWhenItIsDue)
+{
+    addRotatedJob("db", 100);
+    addRotatedJob("never", 31);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    ASSERT_EQ(run("never", "never-1"), 0);
+    ASSERT_EQ(prune("db"), 0);
+    passHours(31);
+    ASSERT_EQ(run("db", "db-2"), 0);
+    ASSERT_EQ(run("never", "never-2"), 0);
+    EXPECT_EQ(status().exit, 8);
+    EXPECT_EQ(jobStates(), (Lines{"db missed", "never missed"}));
+    const json job = document()["jobs"][0];
+    EXPECT_EQ(job["rotation"]["state"], "missed");
+    EXPECT_EQ(job["rotation"]["missing"][0]["overdue"], true);
+    EXPECT_EQ(concerns()[0], "db: no rotation has begun since one was due at " +
+                                 job["rotation"]["next_due"].get<std::string>() +
+                                 "; see whether its timer is on, or its line of cron is there");
+    ASSERT_EQ(prune("db"), 0);
+    ASSERT_EQ(prune("never"), 0);
+    EXPECT_EQ(status().exit, 0);
+}
+
+TEST_F(CStatusTest, AFailedRotationIsToldUntilOneIsGood)
+{
+    addRotatedJob("db");
+    ASSERT_EQ(run("db", "db-1"), 0);
+    passHours(1);
+    ASSERT_EQ(run("db", "db-2"), 0);
+    arm("delete-annotation:g1 fail busy\n");
+    EXPECT_EQ(prune("db"), 10);
+    EXPECT_EQ(status().exit, 8);
+    EXPECT_EQ(jobStates(), Lines{"db failed"});
+    EXPECT_EQ(concerns()[0], "db: its last rotation ended with exit code 10; fictl history");
+    arm("");
+    EXPECT_EQ(fictl({"snapshot", "delete", "db-1"}).exit, 0);
+    EXPECT_EQ(prune("db"), 0);
+    EXPECT_EQ(jobStates(), Lines{"db ok"});
+    EXPECT_EQ(concerns(), Lines{});
+}
+
+TEST_F(CStatusTest, AKilledRotationIsAFailedOne)
+{
+    addRotatedJob("db");
+    ASSERT_EQ(run("db", "db-1"), 0);
+    passHours(1);
+    ASSERT_EQ(run("db", "db-2"), 0);
+    arm("delete-annotation:g1 killed\n");
+    EXPECT_EQ(prune("db"), 1000 + SIGKILL);
+    EXPECT_EQ(jobStates(), Lines{"db failed"});
+    EXPECT_EQ(concerns()[0], "db: its last rotation did not end; fictl history");
+}
+
+TEST_F(CStatusTest, AJobWithoutOptionsForItHasNoRotation)
+{
+    addDailyJob("db", 100);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    EXPECT_EQ(document()["jobs"][0]["rotation"], nullptr);
+    EXPECT_EQ(status().exit, 0);
+    EXPECT_EQ(status({"--output", "openmetrics"}).out.find("_rotation_"), std::string::npos);
+}
+
+TEST_F(CStatusTest, RotationsOfAnEarlierFictlAreSeenByTheirDeletions)
+{
+    addRotatedJob("db", 100);
+    ASSERT_EQ(run("db", "db-1"), 0);
+    passHours(1);
+    ASSERT_EQ(run("db", "db-2"), 0);
+    ASSERT_EQ(prune("db"), 0);
+    change("DELETE FROM history WHERE snapshot = ''");
+    EXPECT_EQ(jobStates(), Lines{"db ok"});
+    EXPECT_EQ(document()["jobs"][0]["rotation"]["last_run"]["snapshot"], "db-1");
 }
 
 TEST_F(CStatusTest, ARecordThatCannotBeReadIsToldWithTheOthers)

@@ -5,6 +5,7 @@
 #include "host/src/catalog/catalog_failure.h"
 #include "host/src/catalog/catalog_reader.h"
 #include "host/src/catalog/record_json.h"
+#include "host/src/catalog/sure_look.h"
 #include "host/src/commands/commands.h"
 #include "host/src/output/error.h"
 #include "host/src/output/progress.h"
@@ -114,17 +115,21 @@ struct SListed
 };
 
 // Says on standard error what is missing.
-template <class Item>
-SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make,
-                       ERecordParts parts = ERecordParts::OF_LISTS)
+void tellMissing(const std::vector<SUnreadable>& unreadable)
 {
-    CCatalogReader catalog;
-    CListItems<Item> items(request, std::move(make));
-    std::vector<SUnreadable> unreadable = catalog.each(items, parts);
     for (const SUnreadable& entry : unreadable) {
         CProgress::warn(quotedSnapshot(entry.name) + " cannot be read: " + printable(entry.reason) +
                         "; fictl catalog check tells more");
     }
+}
+
+template <class Item>
+SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make)
+{
+    CCatalogReader catalog;
+    CListItems<Item> items(request, std::move(make));
+    std::vector<SUnreadable> unreadable = catalog.each(items, ERecordParts::OF_LISTS);
+    tellMissing(unreadable);
     return {items.inOrder(), std::move(unreadable)};
 }
 
@@ -190,19 +195,24 @@ SResult tableOf(const SListRequest& request)
 SResult pictureOf(const SListRequest& request)
 {
     const CCatalogReader open;  // shows which processes are at work
-    auto listed = readList<SSnapshot>(
-        request, [](SSnapshot&& snapshot) { return std::move(snapshot); }, ERecordParts::ALL);
-    const SListing listing = {.snapshots = std::move(listed.items), .unreadable = std::move(listed.unreadable)};
-    const SCatalogView catalog = viewCatalog();
-    const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-    return withExit({.text = timelineOf(makeReport({.records = listing,
-                                                    .history = catalog.history,
-                                                    .now = now,
-                                                    .host = systemHostName(),
-                                                    .withDeleted = false,
-                                                    .gaps = missingRuns(catalog.history, now)}),
-                                        timelineForm())},
-                    listing.unreadable);
+    const SReport report = lookUntilSure([&](CMetProcesses& met) {
+        const SCatalogView catalog = viewCatalog();
+        met.add(catalog.records, catalog.history);
+        CListItems<SSnapshot> items(request, [](SSnapshot&& snapshot) { return std::move(snapshot); });
+        for (const SSnapshot& snapshot : catalog.records.snapshots) {
+            items.take(SSnapshot(snapshot));
+        }
+        const SListing listing = {.snapshots = items.inOrder(), .unreadable = catalog.records.unreadable};
+        const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+        return makeReport({.records = listing,
+                           .history = catalog.history,
+                           .now = now,
+                           .host = systemHostName(),
+                           .withDeleted = false,
+                           .gaps = missingRuns(catalog, now)});
+    });
+    tellMissing(report.unreadable);
+    return withExit({.text = timelineOf(report, timelineForm())}, report.unreadable);
 }
 
 SResult listSnapshots(const SContext& context, const SListOptions& options)

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "host/src/catalog/catalog_reader.h"
+#include "host/src/catalog/sure_look.h"
 #include "host/src/commands/commands.h"
 #include "host/src/commands/reconciler.h"
 #include "host/src/commands/since.h"
@@ -33,19 +34,23 @@ SReport reportOf(const SContext& context, const SReportRequest& request)
     const std::optional<UtcTime> since = sinceTime(request.since);
     const UtcTime now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     const CCatalogReader open;  // shows which processes are at work
-    const auto make = [&](const SCatalogView& catalog, const SReconciliation* found) {
-        return makeReport({.records = catalog.records,
-                           .history = catalog.history,
-                           .now = now,
-                           .host = systemHostName(),
-                           .since = since,
-                           .gaps = missingRuns(catalog.history, now),
-                           .found = found});
+    const auto make = [&](const SReconciliation* found) {
+        return lookUntilSure([&](CMetProcesses& met) {
+            const SCatalogView catalog = viewCatalog();
+            met.add(catalog.records, catalog.history);
+            return makeReport({.records = catalog.records,
+                               .history = catalog.history,
+                               .now = now,
+                               .host = systemHostName(),
+                               .since = since,
+                               .gaps = missingRuns(catalog, now),
+                               .found = found});
+        });
     };
-    if (!request.isLooking) return make(viewCatalog(), nullptr);
+    if (!request.isLooking) return make(nullptr);
     const CGuardian guardian;
     const CReconciler look(context);
-    return make(look.catalog(), &look.found());
+    return make(&look.found());
 }
 
 SResult writeReport(const SContext& context, const SReportRequest& request)

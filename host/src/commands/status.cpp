@@ -1,6 +1,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/src/catalog/catalog_reader.h"
+#include "host/src/catalog/history_table.h"
+#include "host/src/catalog/sure_look.h"
 #include "host/src/commands/commands.h"
 #include "host/src/output/new_file.h"
 #include "host/src/status/status.h"
@@ -15,12 +17,20 @@ SStatus presentStatus(UtcTime now)
 {
     const std::vector<SJobFile> jobs = readJobs();
     CCatalogReader catalog;
-    const SListing listing = catalog.list();
-    SJobHistory history;
-    if (catalog.isThere()) {
-        catalog.read([&](const base::CSqliteDatabase& database) { history = readJobHistory(database); });
-    }
-    return statusOf(listing, jobs, history, now);
+    return lookUntilSure([&](CMetProcesses& met) {
+        const SListing listing = catalog.list();
+        met.add(listing);
+        SJobHistory history;
+        const auto read = [&](const base::CSqliteDatabase& database) {
+            history = {};
+            readHistory(database, {}, [&](const SHistoryEntry& entry) {
+                met.add(entry);
+                addToJobHistory(entry, history);
+            });
+        };
+        if (catalog.isThere()) catalog.read(read);
+        return statusOf(listing, jobs, history, now);
+    });
 }
 
 // Only what is wanted is built.

@@ -9,17 +9,18 @@
 
 namespace fictl {
 
-std::vector<SReportGap> missingRuns(const std::vector<SHistoryEntry>& history, UtcTime now)
+std::vector<SReportGap> missingRuns(const SCatalogView& catalog, UtcTime now)
 {
-    SJobHistory runs;
-    for (const SHistoryEntry& entry : history) {
-        addToJobHistory(entry, runs);
+    SJobHistory history;
+    for (const SHistoryEntry& entry : catalog.history) {
+        addToJobHistory(entry, history);
     }
     std::vector<SReportGap> gaps;
     try {
         for (const SJobFile& file : readJobs()) {
             if (!file.job) continue;
-            for (const SMissingRun& missing : judgeJob(*file.job, runs.creations[file.name], now).missing) {
+            const std::vector<SJobRun> runs = creationsOf(file.name, history, catalog.records.snapshots);
+            for (const SMissingRun& missing : judgeRuns(file.job->creation, file.job->since, runs, now).missing) {
                 gaps.push_back({.job = file.name, .from = missing.from, .until = missing.until});
             }
         }

@@ -14,8 +14,9 @@ namespace fictl {
 
 namespace {
 
-constexpr const char* NAMES[] = {"SNAPSHOT",       "DEVICES",       "FREEZE", "THAW",
-                                 "CREATE_OPTIONS", "PRUNE_OPTIONS", "EVERY",  "GRACE"};
+constexpr const char* NAMES[] = {"SNAPSHOT",      "DEVICES", "FREEZE", "THAW",       "CREATE_OPTIONS",
+                                 "PRUNE_OPTIONS", "EVERY",   "GRACE",  "PRUNE_EVERY"};
+constexpr std::chrono::seconds DAY = std::chrono::days(1);  // as the timer of the rotation has it
 constexpr const char* LETTERS_AND_DIGITS = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
 
 using Values = std::map<std::string, std::string>;
@@ -59,7 +60,10 @@ void readLine(const std::string& line, Values& values)
 {
     const std::string written = trimmed(line);
     if (!isPlainText(written)) throw EJobFile("it holds a control character, or is not UTF-8");
-    if (written.empty() || written.front() == '#') return;
+    // Such a comment goes on with the next line, as systemd reads it.
+    const bool isComment = written.starts_with('#');
+    if (isComment && line.ends_with('\\')) throw EJobFile("a comment does not end in a backslash");
+    if (written.empty() || isComment) return;
     const size_t sign = written.find('=');
     const std::string name = written.substr(0, sign);
     if (sign == std::string::npos) throw EJobFile("it is no NAME=VALUE");
@@ -117,6 +121,13 @@ class CJobValues
                        std::to_string(LONGEST_DAYS) + "d");
     }
 
+    std::optional<std::chrono::seconds> pace(const char* name) const
+    {
+        const std::optional<std::chrono::seconds> every = age(name);
+        if (every == std::chrono::seconds(0)) throw EJobFile(std::string(name) + " is no time at all");
+        return every;
+    }
+
     bool has(const char* name) const { return !given(name).empty(); }
 
   private:
@@ -158,17 +169,17 @@ bool isJobName(std::string_view name)
 SJob parseJob(const std::string& name, const std::string& text)
 {
     const CJobValues values(valuesIn(text));
-    SJob job{.name = name, .snapshot = values.needed("SNAPSHOT")};
-    requireSnapshot(job.snapshot);
+    requireSnapshot(values.needed("SNAPSHOT"));
     values.needed("DEVICES");
-    job.devices = values.words("DEVICES");
+    values.words("DEVICES");
     values.words("CREATE_OPTIONS");
-    job.pruneOptions = values.words("PRUNE_OPTIONS");
     if (values.has("FREEZE") != values.has("THAW")) throw EJobFile("FREEZE and THAW belong together");
     values.needed("EVERY");
-    job.every = *values.age("EVERY");
-    if (job.every == std::chrono::seconds(0)) throw EJobFile("EVERY is no time at all");
-    job.grace = values.age("GRACE").value_or(job.every / 4);
+    SJob job{.name = name};
+    job.creation.every = *values.pace("EVERY");
+    job.creation.grace = values.age("GRACE").value_or(job.creation.every / 4);
+    const std::chrono::seconds pruneEvery = values.pace("PRUNE_EVERY").value_or(DAY);
+    if (!values.words("PRUNE_OPTIONS").empty()) job.rotation = {.every = pruneEvery, .grace = pruneEvery / 4};
     return job;
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "host/src/text/utc_text.h"
 
@@ -13,16 +13,20 @@ namespace fictl {
 /// The label that the snapshots of a job have, and its runs give to creation and rotation.
 constexpr const char* JOB_LABEL = "job";
 
-/// What an administrator says of snapshots that are to be taken again and again.
+/// How often something is to be run.
+struct SPace
+{
+    std::chrono::seconds every{};  ///< a run is due so long after the one before it began
+    std::chrono::seconds grace{};  ///< it may begin so much later before it is missed
+};
+
+/// What an administrator says of snapshots that are to be taken again and again, as far as it is asked how that goes.
 struct SJob
 {
     std::string name{};
-    std::string snapshot{};  ///< the name of each, as create takes it: {date} and so on are not filled in yet
-    std::vector<std::string> devices{};
-    std::vector<std::string> pruneOptions{};  ///< empty: nothing is deleted by itself
-    std::chrono::seconds every{};             ///< a run is due so long after the one before it began
-    std::chrono::seconds grace{};             ///< it may begin so much later before it is missed
-    UtcTime since{};                          ///< when the file was changed last: before that nothing was due
+    SPace creation{};
+    std::optional<SPace> rotation{};  ///< nothing: nothing is deleted by itself
+    UtcTime since{};                  ///< when the file was changed last: before that nothing was due
 };
 
 /// A job's file is not as it has to be; says where and why.
@@ -57,10 +61,12 @@ bool isJobName(std::string_view name);
  *     PRUNE_OPTIONS="--keep-daily 7 --keep-weekly 4"
  *     EVERY=1d
  *     GRACE=6h
+ *     PRUNE_EVERY=1d
  *
  * SNAPSHOT, DEVICES and EVERY have to be there. The three that are lists of words are separated by blanks and hold
- * nothing that a shell would make other words of. GRACE is a quarter of EVERY where it is not given. Throws EJobFile;
- * since stays as it is.
+ * nothing that a shell would make other words of. GRACE is a quarter of EVERY where it is not given. A rotation is
+ * there where PRUNE_OPTIONS has words: each PRUNE_EVERY, a day where it is not given, with a quarter of that as its
+ * grace. Throws EJobFile; since stays as it is.
  */
 SJob parseJob(const std::string& name, const std::string& text);
 

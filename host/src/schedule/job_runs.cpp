@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "host/src/catalog/history_table.h"
 #include "host/src/catalog/labels.h"
 #include "host/src/process/process_identity.h"
 #include "host/src/schedule/job_file.h"
@@ -28,6 +27,13 @@ ERunEnd endOf(const SHistoryEntry& entry)
     return isAlive(entry.process) ? ERunEnd::RUNNING : ERunEnd::DID_NOT_END;
 }
 
+// Entries stand in the order in which they were made, which is another one where a clock was put right.
+void insert(SJobRun run, std::vector<SJobRun>& runs)
+{
+    const auto place = std::ranges::upper_bound(runs, run.started, {}, &SJobRun::started);
+    runs.insert(place, std::move(run));
+}
+
 }  // namespace
 
 void addToJobHistory(const SHistoryEntry& entry, SJobHistory& history)
@@ -42,20 +48,43 @@ void addToJobHistory(const SHistoryEntry& entry, SJobHistory& history)
         run.message = entry.end->message;
     }
     if (hasCommand(words, "snapshot", "create")) {
-        history.creations[*job].push_back(std::move(run));
+        insert(std::move(run), history.creations[*job]);
     } else if (hasCommand(words, "snapshot", "prune")) {
-        history.lastDeletions[*job][entry.snapshot] = std::move(run);
+        if (entry.snapshot.empty()) {
+            insert(std::move(run), history.rotations[*job]);
+        } else {
+            history.lastDeletions[*job][entry.snapshot] = std::move(run);
+        }
     }
 }
 
-SJobHistory readJobHistory(const base::CSqliteDatabase& database)
+std::vector<SJobRun> creationsOf(const std::string& job, const SJobHistory& history,
+                                 const std::vector<SSnapshot>& snapshots)
 {
-    SJobHistory history;
-    readHistory(database, {}, [&](const SHistoryEntry& entry) { addToJobHistory(entry, history); });
-    for (auto& [job, runs] : history.creations) {
-        std::ranges::stable_sort(runs, {}, &SJobRun::started);
+    const auto known = history.creations.find(job);
+    if (known != history.creations.end()) return known->second;
+    const SLabelFilter label = {.key = JOB_LABEL, .value = job};
+    std::vector<SJobRun> latest;
+    for (const SSnapshot& snapshot : snapshots) {
+        const std::optional<UtcTime> created = utcSecondsOf(snapshot.created);
+        if (!created || snapshot.origin != "created" || !snapshot.isWhole()) continue;
+        if (!label.matches(snapshot.labels) || (!latest.empty() && latest[0].started > *created)) continue;
+        latest = {{.started = *created, .snapshot = snapshot.name}};
     }
-    return history;
+    return latest;
+}
+
+std::vector<SJobRun> rotationsOf(const std::string& job, const SJobHistory& history)
+{
+    const auto known = history.rotations.find(job);
+    if (known != history.rotations.end()) return known->second;
+    std::vector<SJobRun> last;
+    const auto deletions = history.lastDeletions.find(job);
+    if (deletions == history.lastDeletions.end()) return last;
+    for (const auto& [snapshot, deletion] : deletions->second) {
+        if (last.empty() || last[0].started < deletion.started) last = {deletion};
+    }
+    return last;
 }
 
 }  // namespace fictl

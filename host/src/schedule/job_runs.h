@@ -1,12 +1,11 @@
 #pragma once
 
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "base/sqlite.h"
 #include "host/src/catalog/history_entry.h"
+#include "host/src/catalog/snapshot_record.h"
 #include "host/src/text/utc_text.h"
 
 namespace fictl {
@@ -34,17 +33,24 @@ struct SJobRun
 struct SJobHistory
 {
     std::map<std::string, std::vector<SJobRun>> creations;                ///< by job, in order of their starts
+    std::map<std::string, std::vector<SJobRun>> rotations;                ///< likewise
     std::map<std::string, std::map<std::string, SJobRun>> lastDeletions;  ///< of a rotation: by job and snapshot
 };
 
 /**
- * Takes the runs out of the history. A creation that did not come as far as the catalog, such as one with a wrong
- * option, is none, nor is one that found its snapshot there already (--if-absent); a rotation is there with each of its
- * deletions and not as such. To be called while a COwnerLock of the catalog lives. Throws base::ESqlite.
+ * Enters one entry of the history, where it is one of a job, whatever was entered before. A command that did not come
+ * as far as the catalog, such as one with a wrong option, is no run, nor is a creation that found its snapshot there
+ * already (--if-absent). A rotation is there as such, and with each of its deletions. To be called while a COwnerLock
+ * of the catalog lives.
  */
-SJobHistory readJobHistory(const base::CSqliteDatabase& database);
-
-/// Enters one entry of the history, where it is one of a job.
 void addToJobHistory(const SHistoryEntry& entry, SJobHistory& history);
+
+/// The creations of a job. Where the history knows of none, since its older entries are gone, the latest whole snapshot
+/// that was made here with the job's label stands for one.
+std::vector<SJobRun> creationsOf(const std::string& job, const SJobHistory& history,
+                                 const std::vector<SSnapshot>& snapshots);
+/// The rotations of a job. Where the history knows of none, such as that of a fictl which did not enter them, the last
+/// deletion stands for one.
+std::vector<SJobRun> rotationsOf(const std::string& job, const SJobHistory& history);
 
 }  // namespace fictl

@@ -6,32 +6,31 @@ namespace fictl {
 
 namespace {
 
-EJobState stateOf(const SJobStatus& status, const std::optional<SJobRun>& lastEnded)
+EJobState stateOf(const SJobStatus& status)
 {
     if (!status.missing.empty() && status.missing.back().isOverdue) return EJobState::MISSED;
     if (!status.last) return EJobState::NEVER_RAN;
-    const bool isGood = !lastEnded || lastEnded->end == ERunEnd::GOOD;
+    const bool isGood = !status.lastEnded || status.lastEnded->end == ERunEnd::GOOD;
     return isGood ? EJobState::OK : EJobState::FAILED;
 }
 
 }  // namespace
 
-SJobStatus judgeJob(const SJob& job, const std::vector<SJobRun>& runs, UtcTime now)
+SJobStatus judgeRuns(const SPace& pace, UtcTime since, const std::vector<SJobRun>& runs, UtcTime now)
 {
-    SJobStatus status{.due = job.since + job.every};
-    std::optional<SJobRun> lastEnded;
+    SJobStatus status{.due = since + pace.every};
     for (const SJobRun& run : runs) {
         if (run.started > now) break;
-        if (status.last && run.started > status.due + job.grace) {
+        if (status.last && run.started > status.due + pace.grace) {
             status.missing.push_back({.from = status.due, .until = run.started});
         }
-        status.due = run.started + job.every;
+        status.due = std::max(run.started + pace.every, since);
         status.last = run;
-        if (run.end != ERunEnd::RUNNING) lastEnded = run;
+        if (run.end != ERunEnd::RUNNING) status.lastEnded = run;
         if (run.end == ERunEnd::GOOD) status.lastGood = run;
     }
-    if (now > status.due + job.grace) status.missing.push_back({.from = status.due, .until = now, .isOverdue = true});
-    status.state = stateOf(status, lastEnded);
+    if (now > status.due + pace.grace) status.missing.push_back({.from = status.due, .until = now, .isOverdue = true});
+    status.state = stateOf(status);
     return status;
 }
 

@@ -25,25 +25,28 @@ struct SMissingRun
     bool isOverdue = false;  ///< it has not begun by now
 };
 
-/// How a job does.
+/// How the creations of a job do, or its rotations.
 struct SJobStatus
 {
     EJobState state = EJobState::NEVER_RAN;
-    std::optional<SJobRun> last{};      ///< the run that began last
-    std::optional<SJobRun> lastGood{};  ///< the last one that made its snapshot
-    UtcTime due{};                      ///< when the next run is due, or was
+    std::optional<SJobRun> last{};       ///< the run that began last
+    std::optional<SJobRun> lastEnded{};  ///< the last one that is not at work
+    std::optional<SJobRun> lastGood{};   ///< the last one that did what it was to do
+    UtcTime due{};                       ///< when the next run is due, or was
     std::vector<SMissingRun> missing{};
 };
 
 /**
- * Judges a job by its runs. A run is due EVERY after the one before it began, however that ended; the first one EVERY
- * after the file was changed last. It is missed when it has not begun GRACE after that. Whatever begins a run counts,
- * and one at work is not judged before it ends. Before the first run that the history knows nothing is missing, since
- * nobody knows what was there. Runs of the future, as this host's clock has it now, do not count. EVERY and GRACE are
- * durations, so that no calendar and no daylight saving plays a part. What it gives depends on nothing but its
- * arguments.
+ * Judges a job by its creations, or by its rotations. A run is due so long after the one before it began, however that
+ * ended; the first one so long after the file was changed last. It is missed when it has not begun within the grace
+ * after that. Whatever begins a run counts, and one at work is not judged before it ends. Before the first run that the
+ * history knows nothing is missing, since nobody knows what was there, nor before the file was changed last, since
+ * nobody knows what it said: what was due by then is due at that moment. Runs of the future, as this host's clock has
+ * it now, do not count. All of it are durations, so that no calendar and no daylight saving plays a part. What it gives
+ * depends on nothing but its arguments.
+ * @param since when the job's file was changed last
  * @param runs in order of their starts
  */
-SJobStatus judgeJob(const SJob& job, const std::vector<SJobRun>& runs, UtcTime now);
+SJobStatus judgeRuns(const SPace& pace, UtcTime since, const std::vector<SJobRun>& runs, UtcTime now);
 
 }  // namespace fictl

@@ -28,7 +28,8 @@ std::vector<std::string> namesIn(const std::string& folder, std::error_code& err
     std::vector<std::string> names;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
         const std::string file = entry->path().filename();
-        if (file.size() > ENDING.size() && file.ends_with(ENDING)) {
+        // What is hidden is an editor's, such as the lock of a file that somebody is at.
+        if (!file.starts_with('.') && file.ends_with(ENDING)) {
             names.push_back(file.substr(0, file.size() - ENDING.size()));
         }
     }

@@ -18,7 +18,8 @@ struct SJobFile
 };
 
 /// Files /etc/qz/jobs/NAME.env below OBZX_ROOT, in order of the names as people count; none where there is no such
-/// folder. Other files there are not looked at. Throws EFictl (IO) when the folder is there and cannot be read.
+/// folder. Other files there, and hidden ones, are not looked at. Throws EFictl (IO) when the folder is there and
+/// cannot be read.
 std::vector<SJobFile> readJobs();
 
 /// Names of the jobs, also of those that cannot be read; none where the folder cannot be read.

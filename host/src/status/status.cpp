@@ -63,6 +63,8 @@ void addFailedDeletions(const SListing& listing, const SJobHistory& history, con
         const auto deletion = found->second.find(snapshot.name);
         if (deletion == found->second.end() || wayOut(snapshot) != nullptr) continue;
         if (deletion->second.end != ERunEnd::FAILED) continue;
+        const std::optional<UtcTime> created = utcSecondsOf(snapshot.created);
+        if (created && deletion->second.started < *created) continue;  // of an earlier one of that name
         concerns.push_back({.snapshot = snapshot.name,
                             .job = job,
                             .reason = "its rotation could not delete it: " + deletion->second.message,
@@ -70,22 +72,44 @@ void addFailedDeletions(const SListing& listing, const SJobHistory& history, con
     }
 }
 
-SConcern concernOf(const SJobReport& report)
+bool isWell(const SJobStatus& status)
 {
-    SConcern concern{.job = report.file.name};
-    if (!report.status) {
-        concern.reason = report.file.problem;
-        concern.next = "mend " + report.file.path;
-    } else if (report.status->state == EJobState::MISSED) {
-        concern.reason = "no run has begun since one was due at " + utcSecondsText(report.status->due);
-        concern.next = "see whether its timer is on, or its line of cron is there";
-    } else {
-        const SJobRun& run = *report.status->last;
-        const bool isKilled = run.end == ERunEnd::DID_NOT_END;
-        concern.reason = isKilled ? "its last run did not end" : "its last run failed: " + run.message;
-        concern.next = "fictl history" + (run.snapshot.empty() ? "" : " " + run.snapshot);
+    return status.state == EJobState::OK || status.state == EJobState::NEVER_RAN;
+}
+
+// What is wrong with the creations of a job, or with its rotations; nothing where all is well.
+void addConcern(const std::string& job, const std::string& what, const std::optional<SJobStatus>& status,
+                std::vector<SConcern>& concerns)
+{
+    if (!status || isWell(*status)) return;
+    if (status->state == EJobState::MISSED) {
+        concerns.push_back({.job = job,
+                            .reason = "no " + what + " has begun since one was due at " + utcSecondsText(status->due),
+                            .next = "see whether its timer is on, or its line of cron is there"});
+        return;
     }
-    return concern;
+    const SJobRun& run = *status->lastEnded;
+    const std::string last = "its last " + what;
+    std::string reason = last + " did not end";
+    // A rotation tells of each snapshot by itself.
+    if (run.end != ERunEnd::DID_NOT_END && run.message.empty()) {
+        reason = last + " ended with exit code " + std::to_string(run.exit);
+    } else if (run.end != ERunEnd::DID_NOT_END) {
+        reason = last + " failed: " + run.message;
+    }
+    concerns.push_back({.job = job,
+                        .reason = std::move(reason),
+                        .next = "fictl history" + (run.snapshot.empty() ? "" : " " + run.snapshot)});
+}
+
+void addConcerns(const SJobReport& report, std::vector<SConcern>& concerns)
+{
+    if (!report.status) {
+        concerns.push_back(
+            {.job = report.file.name, .reason = report.file.problem, .next = "mend " + report.file.path});
+    }
+    addConcern(report.file.name, "run", report.status, concerns);
+    addConcern(report.file.name, "rotation", report.rotation, concerns);
 }
 
 void addSnapshot(const SSnapshot& snapshot, UtcTime now, SStatus& status)
@@ -106,8 +130,9 @@ SJobReport reportOf(const SJobFile& file, const SListing& listing, const SJobHis
 {
     SJobReport report{.file = file};
     if (!file.job) return report;
-    const auto runs = history.creations.find(file.name);
-    report.status = judgeJob(*file.job, runs == history.creations.end() ? std::vector<SJobRun>() : runs->second, now);
+    const SJob& job = *file.job;
+    report.status = judgeRuns(job.creation, job.since, creationsOf(file.name, history, listing.snapshots), now);
+    if (job.rotation) report.rotation = judgeRuns(*job.rotation, job.since, rotationsOf(file.name, history), now);
     const SLabelFilter label = {.key = JOB_LABEL, .value = file.name};
     report.whole = static_cast<size_t>(std::ranges::count_if(listing.snapshots, [&](const SSnapshot& snapshot) {
         return snapshot.isWhole() && label.matches(snapshot.labels);
@@ -119,12 +144,14 @@ SJobReport reportOf(const SJobFile& file, const SListing& listing, const SJobHis
 
 const char* SJobReport::state() const
 {
-    return status ? JOB_STATE_NAMES[static_cast<size_t>(status->state)] : UNUSABLE;
+    if (!status) return UNUSABLE;
+    const bool isOfRotation = fictl::isWell(*status) && rotation && !fictl::isWell(*rotation);
+    return JOB_STATE_NAMES[static_cast<size_t>((isOfRotation ? rotation : status)->state)];
 }
 
 bool SJobReport::isWell() const
 {
-    return status && (status->state == EJobState::OK || status->state == EJobState::NEVER_RAN);
+    return status && fictl::isWell(*status) && (!rotation || fictl::isWell(*rotation));
 }
 
 size_t SStatus::snapshots() const
@@ -153,7 +180,7 @@ SStatus statusOf(const SListing& listing, const std::vector<SJobFile>& jobs, con
     SStatus status{.unreadable = listing.unreadable.size()};
     for (const SJobFile& file : jobs) {
         status.jobs.push_back(reportOf(file, listing, history, now));
-        if (!status.jobs.back().isWell()) status.concerns.push_back(concernOf(status.jobs.back()));
+        addConcerns(status.jobs.back(), status.concerns);
     }
     for (const SUnreadable& record : listing.unreadable) {
         status.concerns.push_back({.snapshot = record.name,

@@ -31,10 +31,12 @@ struct SConcern
 struct SJobReport
 {
     SJobFile file{};
-    std::optional<SJobStatus> status{};
-    size_t whole = 0;  ///< snapshots with its label that have all of their checkpoints
+    std::optional<SJobStatus> status{};    ///< of its creations
+    std::optional<SJobStatus> rotation{};  ///< nothing also where the job has none
+    size_t whole = 0;                      ///< snapshots with its label that have all of their checkpoints
 
-    /// "ok", "failed", "missed", "never ran" or "unusable"
+    /// "ok", "failed", "missed", "never ran" or "unusable": that of its creations, or that of its rotations where those
+    /// alone are not well
     const char* state() const;
     bool isWell() const;
 };

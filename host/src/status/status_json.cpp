@@ -24,6 +24,29 @@ json runJson(const std::optional<SJobRun>& run)
             {"message", textOrNull(run->message)}};
 }
 
+json missingJson(const SJobStatus& status)
+{
+    json list = json::array();
+    for (const SMissingRun& missing : status.missing) {
+        list.push_back({{"from", utcSecondsText(missing.from)},
+                        {"until", utcSecondsText(missing.until)},
+                        {"overdue", missing.isOverdue}});
+    }
+    return list;
+}
+
+json rotationJson(const SJobReport& report)
+{
+    if (!report.rotation) return nullptr;
+    return {{"state", JOB_STATE_NAMES[static_cast<size_t>(report.rotation->state)]},
+            {"every_seconds", report.file.job->rotation->every.count()},
+            {"grace_seconds", report.file.job->rotation->grace.count()},
+            {"last_run", runJson(report.rotation->last)},
+            {"last_good_run", runJson(report.rotation->lastGood)},
+            {"next_due", utcSecondsText(report.rotation->due)},
+            {"missing", missingJson(*report.rotation)}};
+}
+
 json jobJson(const SJobReport& report)
 {
     json job = {{"name", report.file.name},  {"file", report.file.path},
@@ -31,18 +54,14 @@ json jobJson(const SJobReport& report)
                 {"snapshots", report.whole}, {"every_seconds", nullptr},
                 {"grace_seconds", nullptr},  {"last_run", nullptr},
                 {"last_good_run", nullptr},  {"next_due", nullptr},
-                {"missing", json::array()}};
+                {"missing", json::array()},  {"rotation", rotationJson(report)}};
     if (!report.status) return job;
-    job["every_seconds"] = report.file.job->every.count();
-    job["grace_seconds"] = report.file.job->grace.count();
+    job["every_seconds"] = report.file.job->creation.every.count();
+    job["grace_seconds"] = report.file.job->creation.grace.count();
     job["last_run"] = runJson(report.status->last);
     job["last_good_run"] = runJson(report.status->lastGood);
     job["next_due"] = utcSecondsText(report.status->due);
-    for (const SMissingRun& missing : report.status->missing) {
-        job["missing"].push_back({{"from", utcSecondsText(missing.from)},
-                                  {"until", utcSecondsText(missing.until)},
-                                  {"overdue", missing.isOverdue}});
-    }
+    job["missing"] = missingJson(*report.status);
     return job;
 }
 

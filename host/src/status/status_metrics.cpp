@@ -46,9 +46,16 @@ void addOfJobs(const SStatus& status, CMetrics& metrics, Value value)
     }
 }
 
+using Number = std::optional<int64_t>;
+
+Number exitOf(const SJobStatus& job)
+{
+    const bool hasEnded = job.last && (job.last->end == ERunEnd::GOOD || job.last->end == ERunEnd::FAILED);
+    return hasEnded ? Number(job.last->exit) : Number();
+}
+
 void addJobs(const SStatus& status, CMetrics& metrics)
 {
-    using Number = std::optional<int64_t>;
     metrics.gauge("fictl_job_state", "1 for the state that the job is in.");
     for (const SJobReport& report : status.jobs) {
         for (const std::string& state : jobStates()) {
@@ -64,10 +71,7 @@ void addJobs(const SStatus& status, CMetrics& metrics)
         return job.last ? Number(secondsOf(job.last->started)) : Number();
     });
     metrics.gauge("fictl_job_last_run_exit_code", "How the last run of the job ended, where it did by itself.");
-    addOfJobs(status, metrics, [](const SJobReport& /*report*/, const SJobStatus& job) {
-        const bool hasEnded = job.last && (job.last->end == ERunEnd::GOOD || job.last->end == ERunEnd::FAILED);
-        return hasEnded ? Number(job.last->exit) : Number();
-    });
+    addOfJobs(status, metrics, [](const SJobReport& /*report*/, const SJobStatus& job) { return exitOf(job); });
     metrics.gauge("fictl_job_last_good_run_timestamp_seconds", "When the last good run of the job began.");
     addOfJobs(status, metrics, [](const SJobReport& /*report*/, const SJobStatus& job) {
         return job.lastGood ? Number(secondsOf(job.lastGood->started)) : Number();
@@ -75,6 +79,20 @@ void addJobs(const SStatus& status, CMetrics& metrics)
     metrics.gauge("fictl_job_next_due_timestamp_seconds", "When the next run of the job is due, or was.");
     addOfJobs(status, metrics,
               [](const SJobReport& /*report*/, const SJobStatus& job) { return Number(secondsOf(job.due)); });
+    metrics.gauge("fictl_job_last_rotation_timestamp_seconds", "When the last rotation of the job began.");
+    addOfJobs(status, metrics, [](const SJobReport& report, const SJobStatus& /*job*/) {
+        const bool hasRun = report.rotation && report.rotation->last;
+        return hasRun ? Number(secondsOf(report.rotation->last->started)) : Number();
+    });
+    metrics.gauge("fictl_job_last_rotation_exit_code",
+                  "How the last rotation of the job ended, where it did by itself.");
+    addOfJobs(status, metrics, [](const SJobReport& report, const SJobStatus& /*job*/) {
+        return report.rotation ? exitOf(*report.rotation) : Number();
+    });
+    metrics.gauge("fictl_job_next_rotation_due_timestamp_seconds", "When the next rotation of the job is due, or was.");
+    addOfJobs(status, metrics, [](const SJobReport& report, const SJobStatus& /*job*/) {
+        return report.rotation ? Number(secondsOf(report.rotation->due)) : Number();
+    });
 }
 
 }  // namespace

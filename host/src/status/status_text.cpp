@@ -81,17 +81,18 @@ std::string exitText(const SJobRun& run)
 std::string jobsText(const SStatus& status)
 {
     if (status.jobs.empty()) return "";
-    Rows rows = {{"JOB", "STATE", "LAST RUN", "EXIT", "LAST GOOD RUN", "NEXT DUE", "SNAPSHOTS"}};
+    Rows rows = {{"JOB", "STATE", "LAST RUN", "EXIT", "LAST GOOD RUN", "NEXT DUE", "SNAPSHOTS", "LAST ROTATION"}};
     for (const SJobReport& report : status.jobs) {
-        rows.push_back({report.file.name, report.state(), "", "", "", "", std::to_string(report.whole)});
+        rows.push_back({report.file.name, report.state(), "", "", "", "", std::to_string(report.whole), ""});
         if (!report.status) continue;
-        const auto& [state, last, lastGood, due, missing] = *report.status;
-        if (last) {
-            rows.back()[2] = utcSecondsText(last->started);
-            rows.back()[3] = exitText(*last);
+        const SJobStatus& job = *report.status;
+        if (job.last) {
+            rows.back()[2] = utcSecondsText(job.last->started);
+            rows.back()[3] = exitText(*job.last);
         }
-        if (lastGood) rows.back()[4] = utcSecondsText(lastGood->started);
-        rows.back()[5] = utcSecondsText(due);
+        if (job.lastGood) rows.back()[4] = utcSecondsText(job.lastGood->started);
+        rows.back()[5] = utcSecondsText(job.due);
+        if (report.rotation && report.rotation->last) rows.back()[7] = utcSecondsText(report.rotation->last->started);
     }
     return "\n" + formatTable(std::move(rows));
 }
