@@ -13,6 +13,7 @@ import os
 import pathlib
 import shutil
 import signal
+import sqlite3
 import subprocess
 import sys
 import unittest
@@ -215,6 +216,15 @@ class NightlyBackup(NightlyTest):
         self.assertEqual(self.site.saver("save", "night", str(record)).returncode, 0)
         self.assertEqual(self.site.saver("record", "night").returncode, 0)
 
+    def test_a_snapshot_is_saved_beside_one_whose_name_begins_alike(self):
+        record = self.site.folder / "record.json"
+        record.write_text(json.dumps({"snapshot": {"devices": [{"serial": "S1", "import_path": self.site.devices["data"]}]}}))
+        for name in ("night.party", "night"):
+            run = self.site.saver("save", name, str(record))
+            self.assertEqual(run.returncode, 0, run.stderr)
+        for name in ("night.party", "night"):
+            self.assertEqual(self.site.saver("record", name).returncode, 0, name)
+
 
 class TroubleElsewhere(NightlyTest):
     """What has nothing to do with the program that saves."""
@@ -234,14 +244,20 @@ class TroubleElsewhere(NightlyTest):
         wait_for(lambda: (self.site.folder / "hooks").read_text() == "quiet\non\n", "a thaw")
         return killed
 
-    def test_a_creation_that_was_killed_is_cleaned_up_by_the_next_run(self):
+    def test_a_creation_that_was_killed_is_left_to_a_person_and_keeps_no_run_from_its_own_snapshot(self):
         killed = self.kill_a_creation()
-        self.check_run(0, f'snapshot "{killed}" is deleted')
+        self.check_run(1, f"the creation of {killed} was killed or failed: compare it with other hosts")
+        self.assertEqual(self.site.record("production", killed)["state"], "interrupted")
+        self.assertEqual(len(self.site.with_label("saved")), 1)
+        self.site.fictl("production", "snapshot", "delete", killed)
+        self.check_run(0)
         self.check_nothing_left()
 
     def test_what_cannot_be_cleaned_up_keeps_no_run_from_its_own_snapshot(self):
         killed = self.kill_a_creation()
         self.site.lmadm("fault", "arm", "error", "--match", "delete annotation", "--times", "0")
+        self.site.fictl("production", "snapshot", "delete", killed)
+        self.assertEqual(self.site.record("production", killed)["state"], "delete-failed")
         self.check_run(1, "or not deleted what an earlier run left")
         self.assertEqual(self.site.record("production", killed)["state"], "delete-failed")
         self.assertEqual(len(self.site.with_label("saved")), 1)
@@ -259,6 +275,46 @@ class TroubleElsewhere(NightlyTest):
         self.check_run(0, "was left by an earlier run")
         self.assertEqual(self.site.with_label("pending"), [])
         self.check_nothing_left()
+
+    def test_what_production_has_imported_itself_is_pending_until_it_is_released(self):
+        self.check_run(0)
+        name, = self.site.names("production")
+        self.site.fictl("production", "snapshot", "label", name, "backup=pending")
+        self.site.fictl("production", "snapshot", "import", name)
+        self.check_run(1, f"copies of {name} may show on the production host", f"{name} is not saved")
+        self.assertEqual(self.site.record("production", name)["state"], "imported")
+        self.site.fictl("production", "snapshot", "release", name)
+        self.check_run(0, f"{name} was saved before")
+        self.assertEqual(self.site.with_label("pending"), [])
+        self.check_nothing_left()
+
+    def test_what_cannot_be_compared_is_not_taken_for_saved(self):
+        tools = self.site.folder / "tools"
+        tools.mkdir()
+        (tools / "jq").write_text(f'#!/bin/sh\ncase "$*" in *made_at*) exit 5 ;; esac\nexec {shutil.which("jq")} "$@"\n')
+        (tools / "jq").chmod(0o755)
+        path = self.site.environment["PATH"]
+        self.site.environment["PATH"] = f"{tools}:{path}"
+        self.check_run(1, "is not saved")
+        self.assertEqual(len(self.site.with_label("pending")), 1)
+        self.check_nothing_left()
+        self.site.environment["PATH"] = path
+        self.check_run(0)
+        self.assertEqual(self.site.with_label("pending"), [])
+
+    def test_a_record_that_cannot_be_read_keeps_no_other_snapshot_from_being_saved(self):
+        for host in ("production", "backup"):
+            self.site.fictl("production", "snapshot", "create", f"broken-{host}", self.site.devices["data"])
+            if host == "backup":
+                document = str(self.site.folder / "broken.json")
+                self.site.fictl("production", "snapshot", "export", f"broken-{host}", "--file", document)
+                self.site.fictl("backup", "snapshot", "receive", document)
+            with contextlib.closing(sqlite3.connect(self.site.folder / host / "var/lib/qz/fictl.db")) as catalog, catalog:
+                catalog.execute("UPDATE snapshot SET state = 'weird' WHERE name = ?", (f"broken-{host}",))
+            self.check_run(1, "a record of the production host cannot be read")
+        self.assertEqual(self.site.with_label("pending"), [])
+        self.assertGreaterEqual(len(list(self.site.repository.glob("*.record"))), 2)
+        self.assertEqual(self.site.images(), set())
 
     def test_the_job_that_is_shown_is_one(self):
         shutil.copy(SCRIPTS / "payroll.env", self.site.job.parent)
