@@ -168,7 +168,9 @@ class RunAJobByCron(OnASite):
         self.assertEqual(line.count("/etc/qz/jobs"), 1)
         self.assertNotIn("%", line, "cron makes a line's end of it")
         here = line.replace("/etc/qz/jobs", str(self.root / "etc/qz/jobs"))
-        self.site.environment["PATH"] = f"{BIN}:/usr/bin:/bin"
+        path, = re.findall(r"^    PATH=(.+)$", PAGE.read_text(), re.M)
+        self.assertIn("/usr/local/bin", path.split(":"))
+        self.site.environment["PATH"] = path.replace("/usr/local/bin", str(BIN))
         return self.run_words(["/bin/sh", "-c", here])
 
     def test_from_the_first_run_to_a_failed_one(self):
