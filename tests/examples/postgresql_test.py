@@ -276,6 +276,56 @@ class ServerFromACopy(unittest.TestCase):
         self.database.check_copy("killed")
         self.assertEqual(self.database.copies()[1], set())
 
+    def test_a_check_that_is_stopped_gives_the_copies_back(self):
+        self.database.snapshot("stopped")
+        words = [*self.database.words_to_check("stopped"), "sh", "-c", "echo ready; exec sleep 60"]
+        root = {"OBZX_ROOT": str(self.database.folder / "backup")}
+        with subprocess.Popen(words, env=self.database.environment | root, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL, text=True) as check:
+            self.assertEqual(check.stdout.readline(), "ready\n")
+            check.terminate()
+            self.assertEqual(check.wait(DEADLINE), 143)
+        self.assertEqual(self.processes_of_copy(), 0)
+        self.assertEqual(self.database.copies()[1], set())
+
+    def test_reaches_no_other_server_whatever_the_copy_says(self):
+        self.database.sql("ALTER SYSTEM SET primary_conninfo = 'host=127.0.0.1 port=5432'")
+        self.addCleanup(self.database.sql, "ALTER SYSTEM RESET primary_conninfo")
+        signal_file = self.database.folder / "data/pg/standby.signal"
+        signal_file.touch()
+        self.addCleanup(signal_file.unlink)
+        self.database.give("sync")  # what is not written yet is in no snapshot
+        self.database.snapshot("reaching")
+        interfaces = ("sh", "-c", "grep -c : /proc/net/dev; ip -o link show up 2>/dev/null | wc -l; exec \"$@\"", "sh")
+        text = self.database.give(*self.database.words_to_check("reaching"), *interfaces, str(PROGRAMS / "psql"), "-XAtq", "-c",
+                                  "SELECT 'settings', name, setting FROM pg_settings"
+                                  " WHERE name IN ('primary_conninfo', 'max_logical_replication_workers')",
+                                  "-c", "SELECT 'standby', pg_is_in_recovery()", host="backup")
+        self.assertIn("settings|primary_conninfo|\n", text)
+        self.assertIn("settings|max_logical_replication_workers|0\n", text)
+        self.assertIn("standby|f\n", text)
+        self.assertIn("\n1\n0\n", text)  # a loopback device, which is not up
+
+    def test_is_refused_with_tablespaces(self):
+        link = self.database.folder / "data/pg/pg_tblspc/4711"
+        link.symlink_to(self.database.folder)
+        self.addCleanup(link.unlink)
+        self.database.give("sync")  # what is not written yet is in no snapshot
+        self.database.snapshot("spread")
+        copy = self.imported("spread")
+        self.check_refused(copy["data"], copy["wal"], "the server has tablespaces")
+
+    def test_starts_where_the_log_was_a_mounted_folder(self):
+        self.database.snapshot("mounted")
+        copy = self.imported("mounted")
+        folder = self.database.folder / "copy-of-data"
+        folder.mkdir()
+        self.database.give("mount", copy["data"], str(folder))
+        (folder / "pg/pg_wal").unlink()
+        (folder / "pg/pg_wal").mkdir()
+        self.database.give("umount", str(folder))
+        self.database.give(str(SCRIPTS / "start-copy"), f"{copy['data']}:pg", f"{copy['wal']}:pg", *QUERY)
+
     def processes_of_copy(self):
         """How many processes were given the folder of a server that was started from a copy."""
         count = 0
