@@ -315,6 +315,18 @@ class ServerFromACopy(unittest.TestCase):
         copy = self.imported("spread")
         self.check_refused(copy["data"], copy["wal"], "the server has tablespaces")
 
+    def test_is_refused_with_a_tablespace_of_which_only_the_log_tells(self):
+        place = self.database.folder / "run/tablespace"
+        place.mkdir()
+        shutil.chown(place, OWNER)
+        self.database.sql("CHECKPOINT")
+        self.database.give("sync")
+        self.database.sql(f"CREATE TABLESPACE aside LOCATION '{place}'")
+        self.addCleanup(self.database.sql, "DROP TABLESPACE aside")
+        self.database.snapshot("aside")
+        copy = self.imported("aside")
+        self.check_refused(copy["data"], copy["wal"], "the server has tablespaces")
+
     def test_starts_where_the_log_was_a_mounted_folder(self):
         self.database.snapshot("mounted")
         copy = self.imported("mounted")
