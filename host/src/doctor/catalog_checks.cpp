@@ -9,6 +9,7 @@
 #include "host/src/catalog/catalog_check.h"
 #include "host/src/catalog/catalog_file.h"
 #include "host/src/catalog/catalog_reader.h"
+#include "host/src/catalog/sure_look.h"
 #include "host/src/doctor/file_checks.h"
 #include "host/src/output/error.h"
 #include "host/src/text/plain_text.h"
@@ -84,12 +85,18 @@ void checkRecord(const SSnapshot& snapshot, Checks& checks)
 void checkRecords(Checks& checks)
 {
     try {
-        const std::vector<SSnapshot> snapshots = CCatalogReader().list().snapshots;
-        checks.push_back({ELevel::OK, NAME,
-                          "the catalog holds " + counted(snapshots.size(), "record") + ", each of which can be read"});
-        for (const SSnapshot& snapshot : snapshots) {
-            checkRecord(snapshot, checks);
-        }
+        CCatalogReader catalog;
+        const Checks found = lookUntilSure([&](CMetProcesses& met) {
+            const SListing listing = catalog.list();
+            met.add(listing);
+            const std::string number = counted(listing.snapshots.size(), "record");
+            Checks records = {{ELevel::OK, NAME, "the catalog holds " + number + ", each of which can be read"}};
+            for (const SSnapshot& snapshot : listing.snapshots) {
+                checkRecord(snapshot, records);
+            }
+            return records;
+        });
+        checks.insert(checks.end(), found.begin(), found.end());
     } catch (const EFictl& error) {
         checks.push_back({ELevel::FAIL, NAME, error.what(), error.next().empty() ? MOVE_AWAY : error.next()});
     }
