@@ -77,8 +77,15 @@ class NbdAttachment : public testing::Test
     // A client that waits for its daemon: the kernel does not name it for its device meanwhile.
     pid_t startClient(const std::string& name) const
     {
-        return startProgram({"perl", "-e", "sleep 600", "--", "-u", socket().string(), "-N", name, "-persist"},
-                            m_recorded.folder() / "log");
+        const pid_t client =
+            startProgram({"perl", "-e", "sleep 600", "--", "-u", socket().string(), "-N", name, "-persist"},
+                         m_recorded.folder() / "log");
+        // Until it is that program, its words are those of this one.
+        const std::string words = "/proc/" + std::to_string(client) + "/cmdline";
+        while (contentOf(words).find("-persist") == std::string::npos) {
+            std::this_thread::yield();
+        }
+        return client;
     }
 
     void expectFailure(const CNbdAttachment& attachment, EStatus status, const std::string& text) const
