@@ -50,7 +50,7 @@ class CBaseRecordTaker
 enum class ERecordParts
 {
     ALL,
-    OF_LISTS,  ///< without what no list shows of a device: its paths, its target, names of its objects and their times
+    OF_LISTS,  ///< without what no list shows of a device: its source, node and target, its objects and their times
 };
 
 /// Gives all records that can be read, in order of the names' bytes, and returns the others: one that cannot be read
