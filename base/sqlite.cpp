@@ -65,11 +65,14 @@ void CSqliteQuery::run()
     }
 }
 
-std::string CSqliteQuery::text(int column) const
+std::string_view CSqliteQuery::view(int column) const
 {
-    const void* const bytes = sqlite3_column_blob(m_statement, column);
-    const auto size = static_cast<size_t>(sqlite3_column_bytes(m_statement, column));
-    return bytes == nullptr ? std::string() : std::string(static_cast<const char*>(bytes), size);
+    // Asking the statement for the bytes and again for their number would take twice as long. That its values are not
+    // safe against other threads is no matter here.
+    sqlite3_value* const value = sqlite3_column_value(m_statement, column);
+    const void* const bytes = sqlite3_value_blob(value);
+    if (bytes == nullptr) return {};
+    return {static_cast<const char*>(bytes), static_cast<size_t>(sqlite3_value_bytes(value))};
 }
 
 void CSqliteQuery::bindInteger(int64_t value)

@@ -106,8 +106,9 @@ class CSqliteQuery
     /// Runs a statement whose rows do not matter.
     void run();
     int64_t integer(int column) const noexcept { return sqlite3_column_int64(m_statement, column); }
-    /// A text or blob with all its bytes; empty for NULL.
-    std::string text(int column) const;
+    /// A text or blob with all its bytes; empty for NULL. The view lasts until the statement moves or begins anew.
+    std::string text(int column) const { return std::string(view(column)); }
+    std::string_view view(int column) const;
 
   private:
     struct SPrepared
