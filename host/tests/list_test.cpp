@@ -79,6 +79,20 @@ TEST_F(CListTest, ShowsEveryColumn)
     EXPECT_EQ(list({"--no-headers", "--state", "imported", "--columns", "checkpoint"}).out, checkpoint + "\n");
 }
 
+TEST_F(CListTest, EachColumnIsReadAlsoWhenNothingElseAsksForIt)
+{
+    change("UPDATE snapshot SET message = 'it did not answer' WHERE name = 'web'");
+    for (const char* const column : {"name", "state", "created", "creator", "origin", "provider", "checkpoint",
+                                     "devices", "groups", "luns", "imported", "labels", "note", "message"}) {
+        // The name decides, so that what stands behind it is only read.
+        const std::string shown = list({"--no-headers", "--columns", column}).out;
+        EXPECT_EQ(shown, list({"--no-headers", "--columns", column, "--sort", "name,note"}).out) << column;
+        EXPECT_NE(shown.find_first_not_of("- \n"), std::string::npos) << column << " is empty";
+        const std::string key = std::string(column) + ",name";
+        EXPECT_EQ(names({"--sort", key}), names({"--sort", key + ",note"})) << column;
+    }
+}
+
 TEST_F(CListTest, TellsHowOldASnapshotIs)
 {
     const auto ageOf = [this](const std::string& ago) {

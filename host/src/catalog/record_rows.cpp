@@ -8,44 +8,52 @@ namespace fictl {
 
 namespace {
 
-constexpr const char* HEAD =
-    "SELECT name, state, provider, checkpoint, created, origin, thaw, message, pid, boot_id, start_time, exported, "
-    "pid_namespace, owner_lock, creator, note FROM snapshot ";
+// The columns of what is read of a record, so that those of less stand before those of more.
+std::string headQuery(ERecordParts parts)
+{
+    std::string columns = "name, state, created, pid, boot_id, start_time, pid_namespace, owner_lock";
+    if (parts >= ERecordParts::OF_LISTS) columns += ", provider, checkpoint, origin, message, creator, note";
+    if (parts >= ERecordParts::ALL) columns += ", thaw, exported";
+    return "SELECT " + columns + " FROM snapshot ";
+}
 
-SSnapshot readHead(const base::CSqliteQuery& row)
+SSnapshot readHead(const base::CSqliteQuery& row, ERecordParts parts)
 {
     SSnapshot snapshot;
     snapshot.name = row.text(0);
     const std::optional<EState> state = stateOf(row.text(1));
     if (!state) throw EUnreadableRecord("state: no state is called \"" + printable(row.text(1)) + "\"");
     snapshot.state = *state;
-    snapshot.provider = row.text(2);
-    snapshot.checkpoint = row.text(3);
-    snapshot.created = row.text(4);
-    snapshot.origin = row.text(5);
-    snapshot.thaw = row.text(6);
-    snapshot.message = row.text(7);
-    snapshot.owner = {.pid = row.integer(8),
-                      .bootId = row.text(9),
-                      .startTime = row.integer(10),
-                      .pidNamespace = row.text(12),
-                      .lock = row.integer(13)};
-    snapshot.exported = row.integer(11) != 0;
-    snapshot.creator = row.text(14);
-    snapshot.note = row.text(15);
+    snapshot.created = row.text(2);
+    if (parts >= ERecordParts::ALL || isOfProcess(*state)) {
+        snapshot.owner = {.pid = row.integer(3),
+                          .bootId = row.text(4),
+                          .startTime = row.integer(5),
+                          .pidNamespace = row.text(6),
+                          .lock = row.integer(7)};
+    }
+    if (parts < ERecordParts::OF_LISTS) return snapshot;
+    snapshot.provider = row.text(8);
+    snapshot.checkpoint = row.text(9);
+    snapshot.origin = row.text(10);
+    snapshot.message = row.text(11);
+    snapshot.creator = row.text(12);
+    snapshot.note = row.text(13);
+    if (parts < ERecordParts::ALL) return snapshot;
+    snapshot.thaw = row.text(14);
+    snapshot.exported = row.integer(15) != 0;
     return snapshot;
 }
 
-constexpr const char* DEVICES =
-    "SELECT source, node, target, made, import_path, appliance_type, appliance, cgroup, time_image, checkpoint, "
-    "serial, import_serial, image_asked, position, snapshot FROM device ";
-
-// The same columns, of which those are empty that no list shows: they are most of the bytes.
-constexpr const char* DEVICES_IN_LISTS =
-    "SELECT '', '', '', made, import_path, '', appliance, cgroup, '', '', serial, '', image_asked, position, snapshot "
-    "FROM device ";
-
-constexpr const char* TIMES = "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ";
+std::string devicesQuery(ERecordParts parts)
+{
+    std::string columns = "snapshot, position, made, appliance, cgroup";
+    if (parts >= ERecordParts::OF_LISTS) columns += ", serial, import_path";
+    if (parts >= ERecordParts::ALL) {
+        columns += ", source, node, target, appliance_type, time_image, checkpoint, import_serial, image_asked";
+    }
+    return "SELECT " + columns + " FROM device ";
+}
 
 EMade madeOf(int64_t number)
 {
@@ -55,46 +63,51 @@ EMade madeOf(int64_t number)
     return static_cast<EMade>(number);
 }
 
-SDevice readDevice(const base::CSqliteQuery& row)
+SDevice readDevice(const base::CSqliteQuery& row, ERecordParts parts)
 {
     SDevice device;
-    device.source = row.text(0);
-    device.node = row.text(1);
-    device.target = row.text(2);
-    device.made = madeOf(row.integer(3));
-    device.importPath = row.text(4);
-    device.state = {.applianceType = row.text(5),
-                    .applianceName = row.text(6),
-                    .consistencyGroup = row.text(7),
-                    .timeImage = row.text(8),
-                    .checkPointName = row.text(9),
-                    .serialNo = row.text(10)};
-    device.importSerial = row.text(11);
-    device.imageAsked = row.integer(12) != 0;
+    device.made = madeOf(row.integer(2));
+    device.state.applianceName = row.text(3);
+    device.state.consistencyGroup = row.text(4);
+    if (parts < ERecordParts::OF_LISTS) return device;
+    device.state.serialNo = row.text(5);
+    device.importPath = row.text(6);
+    if (parts < ERecordParts::ALL) return device;
+    device.source = row.text(7);
+    device.node = row.text(8);
+    device.target = row.text(9);
+    device.state.applianceType = row.text(10);
+    device.state.timeImage = row.text(11);
+    device.state.checkPointName = row.text(12);
+    device.importSerial = row.text(13);
+    device.imageAsked = row.integer(14) != 0;
     return device;
 }
 
 // A device is found again by its position.
-SDevice readDeviceAt(const base::CSqliteQuery& row, size_t position)
+SDevice readDeviceAt(const base::CSqliteQuery& row, size_t position, ERecordParts parts)
 {
-    const std::string what = "device " + std::to_string(position) + ": ";
-    if (!std::cmp_equal(row.integer(13), position)) {
-        throw EUnreadableRecord(what + "there is none at this position, and one at " + std::to_string(row.integer(13)));
+    const auto what = [&] { return "device " + std::to_string(position) + ": "; };
+    if (!std::cmp_equal(row.integer(1), position)) {
+        throw EUnreadableRecord(what() + "there is none at this position, and one at " +
+                                std::to_string(row.integer(1)));
     }
     try {
-        return readDevice(row);
+        return readDevice(row, parts);
     } catch (const EUnreadableRecord& error) {
-        throw EUnreadableRecord(what + error.what());
+        throw EUnreadableRecord(what() + error.what());
     }
 }
+
+constexpr const char* TIMES = "SELECT snapshot, appliance, cgroup, made_at FROM checkpoint_time ";
+constexpr const char* LABELS = "SELECT snapshot, label_key, label_value FROM label ";
 
 /// Rows of a table in order of the snapshots that they belong to, walked over once beside the snapshots themselves.
 class CRowsBeside
 {
   public:
-    /// @param column in which the snapshot's name stands
-    CRowsBeside(const base::CSqliteDatabase& database, const std::string& query, int column)
-        : m_row(database, query.c_str()), m_column(column)
+    /// @param query gives the snapshot's name first
+    CRowsBeside(const base::CSqliteDatabase& database, const std::string& query) : m_row(database, query.c_str())
     {
         advance();
     }
@@ -115,12 +128,11 @@ class CRowsBeside
     void advance()
     {
         m_isThere = m_row.next();
-        if (m_isThere) m_name = m_row.text(m_column);
+        if (m_isThere) m_name = m_row.view(0);
     }
 
     base::CSqliteQuery m_row;
-    int m_column;
-    std::string m_name;
+    std::string_view m_name;
     bool m_isThere = false;
 };
 
@@ -129,11 +141,11 @@ class CAllRecords
 {
   public:
     CAllRecords(const base::CSqliteDatabase& database, ERecordParts parts)
-        : m_heads(database, (std::string(HEAD) + "ORDER BY name").c_str()),
-          m_devices(database,
-                    (isForLists(parts) ? DEVICES_IN_LISTS : DEVICES) + std::string("ORDER BY snapshot, position"), 14),
-          m_times(database, TIMES + std::string(isForLists(parts) ? "WHERE FALSE" : "ORDER BY snapshot"), 0),
-          m_labels(database, "SELECT snapshot, label_key, label_value FROM label ORDER BY snapshot", 0)
+        : m_parts(parts),
+          m_heads(database, (headQuery(parts) + "ORDER BY name").c_str()),
+          m_devices(database, devicesQuery(parts) + "ORDER BY snapshot, position"),
+          m_labels(database, LABELS + orderIf(parts >= ERecordParts::OF_LISTS)),
+          m_times(database, TIMES + orderIf(parts >= ERecordParts::ALL))
     {
     }
 
@@ -152,28 +164,30 @@ class CAllRecords
     }
 
   private:
-    static bool isForLists(ERecordParts parts) { return parts == ERecordParts::OF_LISTS; }
+    // A table that is not asked for gives no row.
+    static std::string orderIf(bool isAskedFor) { return isAskedFor ? "ORDER BY snapshot" : "WHERE FALSE"; }
 
     SSnapshot readRecord()
     {
-        SSnapshot snapshot = readHead(m_heads);
+        SSnapshot snapshot = readHead(m_heads, m_parts);
         m_devices.of(snapshot.name, [&](const base::CSqliteQuery& row) {
-            snapshot.devices.push_back(readDeviceAt(row, snapshot.devices.size()));
+            snapshot.devices.push_back(readDeviceAt(row, snapshot.devices.size(), m_parts));
         });
+        m_labels.of(snapshot.name,
+                    [&](const base::CSqliteQuery& row) { snapshot.labels.emplace(row.text(1), row.text(2)); });
         m_times.of(snapshot.name, [&](const base::CSqliteQuery& row) {
             for (SDevice* const device : snapshot.devicesOf({row.text(1), row.text(2)})) {
                 device->madeAt = row.text(3);
             }
         });
-        m_labels.of(snapshot.name,
-                    [&](const base::CSqliteQuery& row) { snapshot.labels.emplace(row.text(1), row.text(2)); });
         return snapshot;
     }
 
+    const ERecordParts m_parts;
     base::CSqliteQuery m_heads;
     CRowsBeside m_devices;
-    CRowsBeside m_times;
     CRowsBeside m_labels;
+    CRowsBeside m_times;
 };
 
 // Where a part of the file is damaged, what can be read is read all the same.
@@ -215,8 +229,8 @@ EUnreadableRecord::~EUnreadableRecord() = default;
 
 CRecordRows::CRecordRows(const base::CSqliteDatabase& database)
     : m_database(database),
-      m_head(database, (std::string(HEAD) + "WHERE name = ?").c_str()),
-      m_devices(database, (std::string(DEVICES) + "WHERE snapshot = ? ORDER BY position").c_str())
+      m_head(database, (headQuery(ERecordParts::ALL) + "WHERE name = ?").c_str()),
+      m_devices(database, (devicesQuery(ERecordParts::ALL) + "WHERE snapshot = ? ORDER BY position").c_str())
 {
 }
 
@@ -224,10 +238,10 @@ std::optional<SSnapshot> CRecordRows::find(const std::string& name)
 {
     m_head.again(name);
     if (!m_head.next()) return std::nullopt;
-    SSnapshot snapshot = readHead(m_head);
+    SSnapshot snapshot = readHead(m_head, ERecordParts::ALL);
     m_devices.again(name);
     while (m_devices.next()) {
-        snapshot.devices.push_back(readDeviceAt(m_devices, snapshot.devices.size()));
+        snapshot.devices.push_back(readDeviceAt(m_devices, snapshot.devices.size(), ERecordParts::ALL));
     }
     readCheckpointTimes(m_database, snapshot);
     snapshot.labels = readLabels(m_database, name);

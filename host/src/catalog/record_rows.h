@@ -46,11 +46,12 @@ class CBaseRecordTaker
     virtual void take(SSnapshot&& snapshot) = 0;
 };
 
-/// How much of each record is read.
+/// How much of each record is read; each has what the ones before it have.
 enum class ERecordParts
 {
+    OUTLINE,   ///< name, state and when it was created; of a device whether it was made, and its group
+    OF_LISTS,  ///< what a list can show: not how to thaw, nor a device's source, node and target, its objects and times
     ALL,
-    OF_LISTS,  ///< without what no list shows of a device: its source, node and target, its objects and their times
 };
 
 /// Gives all records that can be read, in order of the names' bytes, and returns the others: one that cannot be read

@@ -54,6 +54,11 @@ std::optional<EState> stateOf(const std::string& text)
     return std::nullopt;
 }
 
+bool isOfProcess(EState state)
+{
+    return entryOf(state).interrupted != nullptr;
+}
+
 std::vector<std::string> shownStates()
 {
     std::vector<std::string> texts;
@@ -147,12 +152,12 @@ bool SSnapshot::isWhole() const
 
 bool SSnapshot::isInterrupted() const
 {
-    return entryOf(state).interrupted != nullptr && !isAlive(owner);
+    return isOfProcess(state) && !isAlive(owner);
 }
 
 bool SSnapshot::isHeld() const
 {
-    return entryOf(state).interrupted != nullptr && isAlive(owner);
+    return isOfProcess(state) && isAlive(owner);
 }
 
 std::string SSnapshot::shownState() const

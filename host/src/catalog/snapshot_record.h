@@ -32,6 +32,8 @@ enum class EState
 /// Text of a state in the catalog; no state for a text that is none.
 const char* stateText(EState state);
 std::optional<EState> stateOf(const std::string& text);
+/// Whether a running fictl holds a record in that state.
+bool isOfProcess(EState state);
 /// Every text that SSnapshot::shownState may give.
 std::vector<std::string> shownStates();
 

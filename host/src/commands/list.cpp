@@ -58,6 +58,19 @@ SListRequest requestOf(const SListOptions& options)
             .isTimeline = options.isTimeline};
 }
 
+// A long list takes most of its time to read what it shows.
+ERecordParts partsFor(const SListRequest& request)
+{
+    ERecordParts parts = request.filter.parts();
+    for (const SRecordColumn* const column : request.columns) {
+        parts = std::max(parts, column->parts);
+    }
+    for (const SSortKey& key : request.sort) {
+        parts = std::max(parts, key.column->parts);
+    }
+    return parts;
+}
+
 /// What a list shows of the records that it is of, in its order. A record itself is gone once that is made: a list may
 /// be long.
 template <class Item>
@@ -124,11 +137,11 @@ void tellMissing(const std::vector<SUnreadable>& unreadable)
 }
 
 template <class Item>
-SListed<Item> readList(const SListRequest& request, typename CListItems<Item>::Make make)
+SListed<Item> readList(const SListRequest& request, ERecordParts parts, typename CListItems<Item>::Make make)
 {
     CCatalogReader catalog;
     CListItems<Item> items(request, std::move(make));
-    std::vector<SUnreadable> unreadable = catalog.each(items, ERecordParts::OF_LISTS);
+    std::vector<SUnreadable> unreadable = catalog.each(items, parts);
     tellMissing(unreadable);
     return {items.inOrder(), std::move(unreadable)};
 }
@@ -142,7 +155,7 @@ SResult withExit(SResult result, const std::vector<SUnreadable>& unreadable)
 
 SResult documentOf(const SListRequest& request)
 {
-    auto listed = readList<json>(request, [](SSnapshot&& snapshot) {
+    auto listed = readList<json>(request, ERecordParts::OF_LISTS, [](SSnapshot&& snapshot) {
         json entry = summaryJson(snapshot);
         entry["luns"] = json::array();
         for (const SDevice& device : snapshot.devices) {
@@ -161,8 +174,8 @@ SResult documentOf(const SListRequest& request)
 
 SResult namesOf(const SListRequest& request)
 {
-    const auto listed =
-        readList<std::string>(request, [](SSnapshot&& snapshot) { return printable(snapshot.name) + "\n"; });
+    const auto listed = readList<std::string>(request, partsFor(request),
+                                              [](SSnapshot&& snapshot) { return printable(snapshot.name) + "\n"; });
     std::string text;
     for (const std::string& line : listed.items) {
         text += line;
@@ -174,7 +187,7 @@ SResult tableOf(const SListRequest& request)
 {
     using Row = std::vector<std::string>;
     const UtcTime now = std::chrono::system_clock::now();
-    auto listed = readList<Row>(request, [&](SSnapshot&& snapshot) {
+    auto listed = readList<Row>(request, partsFor(request), [&](SSnapshot&& snapshot) {
         Row row;
         row.reserve(request.columns.size());
         for (const SRecordColumn* const column : request.columns) {

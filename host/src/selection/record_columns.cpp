@@ -41,28 +41,31 @@ std::string ageOfRecord(const SSnapshot& snapshot, UtcTime now)
     return created ? ageText(std::chrono::duration_cast<std::chrono::seconds>(now - *created)) : "";
 }
 
+using enum ERecordParts;
+
 const SRecordColumn COLUMNS[] = {
-    {"name", "NAME", [](const SSnapshot& snapshot, UtcTime) { return snapshot.name; }},
-    {"state", "STATE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.shownState(); }},
-    {"created", "CREATED", [](const SSnapshot& snapshot, UtcTime) { return snapshot.created; }},
-    {"age", "AGE", ageOfRecord, [](const SSnapshot& snapshot) { return snapshot.created; }, true},
-    {"creator", "CREATOR", [](const SSnapshot& snapshot, UtcTime) { return snapshot.creator; }},
-    {"origin", "ORIGIN", [](const SSnapshot& snapshot, UtcTime) { return snapshot.origin; }},
-    {"provider", "PROVIDER", [](const SSnapshot& snapshot, UtcTime) { return snapshot.provider; }},
-    {"checkpoint", "CHECKPOINT", [](const SSnapshot& snapshot, UtcTime) { return snapshot.checkpoint; }},
-    {"devices", "DEVICES", [](const SSnapshot& snapshot, UtcTime) { return std::to_string(snapshot.devices.size()); }},
-    {"groups", "GROUPS", [](const SSnapshot& snapshot, UtcTime) { return groupNames(snapshot); }},
-    {"luns", "LUNS",
+    {"name", "NAME", OUTLINE, [](const SSnapshot& snapshot, UtcTime) { return snapshot.name; }},
+    {"state", "STATE", OUTLINE, [](const SSnapshot& snapshot, UtcTime) { return snapshot.shownState(); }},
+    {"created", "CREATED", OUTLINE, [](const SSnapshot& snapshot, UtcTime) { return snapshot.created; }},
+    {"age", "AGE", OUTLINE, ageOfRecord, [](const SSnapshot& snapshot) { return snapshot.created; }, true},
+    {"creator", "CREATOR", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.creator; }},
+    {"origin", "ORIGIN", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.origin; }},
+    {"provider", "PROVIDER", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.provider; }},
+    {"checkpoint", "CHECKPOINT", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.checkpoint; }},
+    {"devices", "DEVICES", OUTLINE,
+     [](const SSnapshot& snapshot, UtcTime) { return std::to_string(snapshot.devices.size()); }},
+    {"groups", "GROUPS", OUTLINE, [](const SSnapshot& snapshot, UtcTime) { return groupNames(snapshot); }},
+    {"luns", "LUNS", OF_LISTS,
      [](const SSnapshot& snapshot, UtcTime) {
          return ofDevices(snapshot, [](const SDevice& device) -> const std::string& { return device.state.serialNo; });
      }},
-    {"imported", "IMPORTED AS",
+    {"imported", "IMPORTED AS", OF_LISTS,
      [](const SSnapshot& snapshot, UtcTime) {
          return ofDevices(snapshot, [](const SDevice& device) -> const std::string& { return device.importPath; });
      }},
-    {"labels", "LABELS", [](const SSnapshot& snapshot, UtcTime) { return labelsText(snapshot.labels); }},
-    {"note", "NOTE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.note; }},
-    {"message", "MESSAGE", [](const SSnapshot& snapshot, UtcTime) { return snapshot.message; }},
+    {"labels", "LABELS", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return labelsText(snapshot.labels); }},
+    {"note", "NOTE", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.note; }},
+    {"message", "MESSAGE", OF_LISTS, [](const SSnapshot& snapshot, UtcTime) { return snapshot.message; }},
 };
 
 const SRecordColumn& columnOf(const std::string& name)

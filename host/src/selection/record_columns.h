@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "host/src/catalog/record_rows.h"
 #include "host/src/catalog/snapshot_record.h"
 #include "host/src/text/utc_text.h"
 
@@ -13,6 +14,7 @@ struct SRecordColumn
 {
     const char* name;     ///< as it is given on the command line
     const char* heading;  ///< as it stands in the table
+    ERecordParts parts;   ///< what it needs of a record
     std::string (*text)(const SSnapshot& snapshot, UtcTime now);
     /// What a list is sorted by, as people count; null for the text.
     std::string (*order)(const SSnapshot& snapshot) = nullptr;

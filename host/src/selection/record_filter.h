@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "host/src/catalog/record_rows.h"
 #include "host/src/catalog/snapshot_record.h"
 
 namespace fictl {
@@ -16,6 +17,8 @@ struct SRecordFilter
     std::set<std::string> groups{};      ///< "group" or "appliance/group"; one of them
 
     bool matches(const SSnapshot& snapshot) const;
+    /// What it needs of a record.
+    ERecordParts parts() const { return labels.empty() ? ERecordParts::OUTLINE : ERecordParts::OF_LISTS; }
 };
 
 /// States of texts "complete,imported". Throws EFictl (USAGE) that names the known ones.
