@@ -63,7 +63,7 @@ TEST(ExportedSymbols, AreThe77EntryPointsAndNothingElse)
 // The C library ends the process when it finds no memory to note what a thread has to destroy at its end.
 TEST(ImportedSymbols, NothingHasToBeDestroyedAtTheEndOfAThread)
 {
-    for (const char* library : {CDPFI_PROVIDER, CDPFI_RUNTIME}) {
+    for (const char* library : {CDPFI_PROVIDER, CDPFI_RUNTIME, CDPFI_PARAMETER_PARSER}) {
         const std::set<std::string> imported = symbols(library, EPlace::IMPORTED);
         EXPECT_TRUE(imported.contains("malloc") || imported.contains("_Znwm")) << library;
         EXPECT_FALSE(imported.contains("__cxa_thread_atexit")) << library;

@@ -1,25 +1,17 @@
 #include "framework/src/messages/catalog_folder.h"
 
-#include <dlfcn.h>
-
-#include <climits>
-#include <cstdlib>
 #include <filesystem>
+
+#include "framework/src/system/library_folder.h"
 
 namespace obzx_pdk_4_4 {
 namespace {
 
-const char MARKER = 0;  // its address lies in this library
-
 std::string catalogsOfThisLibrary()
 {
-    Dl_info info{};
-    if (dladdr(&MARKER, &info) == 0 || info.dli_fname == nullptr) return {};
-    // The loader may have been given a relative path or a link to the library. No memory is asked for: what is found
-    // here is kept for the life of the process.
-    char library[PATH_MAX];
-    if (::realpath(info.dli_fname, library) == nullptr) return {};
-    return (std::filesystem::path(library).parent_path() / OBZX_CATALOGS_FROM_LIBRARY).lexically_normal().string();
+    const std::string folder = libraryFolder();
+    if (folder.empty()) return {};
+    return (std::filesystem::path(folder) / OBZX_CATALOGS_FROM_LIBRARY).lexically_normal().string();
 }
 
 }  // namespace

@@ -10,13 +10,13 @@
 #include <xercesc/util/TransService.hpp>
 #include <xercesc/util/XMLUni.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
 #include <optional>
 
-#include "framework/include/cfistringtool.h"
 #include "framework/src/plugin/parameter_parser.h"
 
 namespace obzx_pdk_4_4 {
@@ -35,9 +35,12 @@ std::string toUtf8(const XMLCh* text)
 std::string inOneLine(const std::string& text)
 {
     std::string line;
-    for (const std::string& word : CFiStringTool::tokenize(text, " \t\r\n")) {
+    constexpr const char* BLANKS = " \t\r\n";
+    for (size_t begin = 0; (begin = text.find_first_not_of(BLANKS, begin)) != std::string::npos;) {
+        const size_t end = std::min(text.find_first_of(BLANKS, begin), text.size());
         if (!line.empty()) line += ' ';
-        line += word;
+        line.append(text, begin, end - begin);
+        begin = end;
     }
     return line;
 }
