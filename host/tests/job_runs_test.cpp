@@ -90,15 +90,26 @@ TEST(JobRuns, WhereTheHistoryKnowsNoneTheLatestWholeSnapshotStandsForOne)
     snapshots[3].state = EState::PARTIAL;
     snapshots[4].labels = {{"job", "other"}};
     snapshots[5].origin = "received";
-    const std::vector<SJobRun> runs = creationsOf("db", {}, snapshots);
+    const UtcTime now = *utcSecondsOf("2026-01-08T12:00:00Z");
+    const std::vector<SJobRun> runs = creationsOf("db", {}, snapshots, now);
     ASSERT_EQ(runs.size(), 1U);
     EXPECT_EQ(runs[0].snapshot, "s2");
     EXPECT_EQ(runs[0].started, *utcSecondsOf("2026-01-03T12:00:00Z"));
     EXPECT_EQ(runs[0].end, ERunEnd::GOOD);
-    EXPECT_TRUE(creationsOf("none", {}, snapshots).empty());
+    EXPECT_TRUE(creationsOf("none", {}, snapshots, now).empty());
     const SJobHistory known = historyOf({entryOf("fictl snapshot create --label=job=db s /dev/sdb", 8)});
-    ASSERT_EQ(creationsOf("db", known, snapshots).size(), 1U);
-    EXPECT_EQ(creationsOf("db", known, snapshots)[0].exit, 8) << "what the history knows counts";
+    ASSERT_EQ(creationsOf("db", known, snapshots, now).size(), 1U);
+    EXPECT_EQ(creationsOf("db", known, snapshots, now)[0].exit, 8) << "what the history knows counts";
+}
+
+TEST(JobRuns, ASnapshotOfALaterTimeThanNowStandsForNone)
+{
+    const std::vector<SSnapshot> snapshots = {snapshotOf("before", "2026-01-01T12:00:00Z"),
+                                              snapshotOf("now", "2026-01-02T12:00:00Z"),
+                                              snapshotOf("after", "2026-01-02T12:00:01Z")};
+    const std::vector<SJobRun> runs = creationsOf("db", {}, snapshots, *utcSecondsOf("2026-01-02T12:00:00Z"));
+    ASSERT_EQ(runs.size(), 1U);
+    EXPECT_EQ(runs[0].snapshot, "now");
 }
 
 TEST(JobRuns, OfARotationIsTheEntryWithoutASnapshot)

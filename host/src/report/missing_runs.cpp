@@ -19,7 +19,7 @@ std::vector<SReportGap> missingRuns(const SCatalogView& catalog, UtcTime now)
     try {
         for (const SJobFile& file : readJobs()) {
             if (!file.job) continue;
-            const std::vector<SJobRun> runs = creationsOf(file.name, history, catalog.records.snapshots);
+            const std::vector<SJobRun> runs = creationsOf(file.name, history, catalog.records.snapshots, now);
             for (const SMissingRun& missing : judgeRuns(file.job->creation, file.job->since, runs, now).missing) {
                 gaps.push_back({.job = file.name, .from = missing.from, .until = missing.until});
             }

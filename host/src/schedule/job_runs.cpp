@@ -59,7 +59,7 @@ void addToJobHistory(const SHistoryEntry& entry, SJobHistory& history)
 }
 
 std::vector<SJobRun> creationsOf(const std::string& job, const SJobHistory& history,
-                                 const std::vector<SSnapshot>& snapshots)
+                                 const std::vector<SSnapshot>& snapshots, UtcTime now)
 {
     const auto known = history.creations.find(job);
     if (known != history.creations.end()) return known->second;
@@ -67,7 +67,7 @@ std::vector<SJobRun> creationsOf(const std::string& job, const SJobHistory& hist
     std::vector<SJobRun> latest;
     for (const SSnapshot& snapshot : snapshots) {
         const std::optional<UtcTime> created = utcSecondsOf(snapshot.created);
-        if (!created || snapshot.origin != "created" || !snapshot.isWhole()) continue;
+        if (!created || *created > now || snapshot.origin != "created" || !snapshot.isWhole()) continue;
         if (!label.matches(snapshot.labels) || (!latest.empty() && latest[0].started > *created)) continue;
         latest = {{.started = *created, .snapshot = snapshot.name}};
     }

@@ -46,9 +46,10 @@ struct SJobHistory
 void addToJobHistory(const SHistoryEntry& entry, SJobHistory& history);
 
 /// The creations of a job. Where the history knows of none, since its older entries are gone, the latest whole snapshot
-/// that was made here with the job's label stands for one.
+/// that was made here with the job's label stands for one; one from after now, whose clock was put right since, tells
+/// nothing of a run.
 std::vector<SJobRun> creationsOf(const std::string& job, const SJobHistory& history,
-                                 const std::vector<SSnapshot>& snapshots);
+                                 const std::vector<SSnapshot>& snapshots, UtcTime now);
 /// The rotations of a job. Where the history knows of none, such as that of a fictl which did not enter them, the last
 /// deletion stands for one.
 std::vector<SJobRun> rotationsOf(const std::string& job, const SJobHistory& history);

@@ -131,7 +131,7 @@ SJobReport reportOf(const SJobFile& file, const SListing& listing, const SJobHis
     SJobReport report{.file = file};
     if (!file.job) return report;
     const SJob& job = *file.job;
-    report.status = judgeRuns(job.creation, job.since, creationsOf(file.name, history, listing.snapshots), now);
+    report.status = judgeRuns(job.creation, job.since, creationsOf(file.name, history, listing.snapshots, now), now);
     if (job.rotation) report.rotation = judgeRuns(*job.rotation, job.since, rotationsOf(file.name, history), now);
     const SLabelFilter label = {.key = JOB_LABEL, .value = file.name};
     report.whole = static_cast<size_t>(std::ranges::count_if(listing.snapshots, [&](const SSnapshot& snapshot) {
