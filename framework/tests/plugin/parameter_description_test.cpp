@@ -1,13 +1,20 @@
 #include "framework/src/plugin/parameter_parser.h"
 
+#include <dlfcn.h>
 #include <gmock/gmock.h>
 
+#include <cstdlib>
+#include <filesystem>
+
+#include "base/tests/temporary_folder.h"
 #include "framework/include/cfiplugininterposer.h"
 #include "framework/include/obzx_runtime.h"
 #include "framework/tests/support/plugin_test_support.h"
 
 namespace obzx_pdk_4_4 {
 namespace {
+
+namespace fs = std::filesystem;
 
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -140,6 +147,37 @@ INSTANTIATE_TEST_SUITE_P(
                     SBadDescription{"pdktest_malformed", "2 The parameter description ["},
                     SBadDescription{"pdktest_large", "2 Cannot read the parameter description ["},
                     SBadDescription{"../catalogs/pdktest", "2 Cannot read the parameter description ["}));
+
+// Beside the runtime that it runs with, a copy alone.
+TEST(GlobalConfiguration, IsEmptyAndTracedWithoutTheParser)
+{
+    constexpr const char* FOLDER = "CDPFI_TEST_RUNTIME_ALONE";
+    if (const char* const folder = std::getenv(FOLDER)) {
+        const test::CTraceCapture capture(TRACE_INVALID);
+        CFiPluginInterposer plugin;
+        plugin.registerTraceLog(capture.log());
+        plugin.setProviderName("pdktest");
+        EXPECT_THAT(plugin.globalConfigInfoList(), IsEmpty());
+        ASSERT_THAT(capture.lines(), SizeIs(1));
+        EXPECT_THAT(capture.lines()[0],
+                    StartsWith(std::string("2 Cannot load the parser of parameter descriptions [") + folder + "/lib/"));
+        return;
+    }
+    Dl_info runtime{};
+    ASSERT_NE(dladdr(reinterpret_cast<void*>(&obzx_free_confspec), &runtime), 0);
+    const fs::path library = fs::canonical(runtime.dli_fname);
+    const fs::path catalogs = library.parent_path() / "../share/obzx/catalogs/pdktest";
+    const base_test::CTemporaryFolder place;
+    const fs::path& folder = place.path();
+    fs::create_directories(folder / "lib");
+    fs::copy(library, folder / "lib/libobzx_pdk.so.4");
+    fs::create_directories(folder / "share/obzx/catalogs");
+    fs::copy(catalogs, folder / "share/obzx/catalogs/pdktest");
+    const std::string command = std::string(FOLDER) + "='" + folder.string() + "' LD_LIBRARY_PATH='" +
+                                (folder / "lib").string() + "' '" + fs::canonical("/proc/self/exe").string() +
+                                "' --gtest_filter=GlobalConfiguration.IsEmptyAndTracedWithoutTheParser";
+    EXPECT_EQ(std::system(command.c_str()), 0);
+}
 
 TEST(ConfigOperation, HandsOutTheDescribedParameters)
 {
